@@ -1,0 +1,24 @@
+// What follows the static cepstra of an utterance on their way to the acoustic model.
+#ifndef KIVSR_TOOLS_FEATURES_DYNAMIC_FEATURES_H
+#define KIVSR_TOOLS_FEATURES_DYNAMIC_FEATURES_H
+
+#include <span>
+
+#include "features/feature_matrix.h"
+#include "features/front_end_parameters.h"
+
+namespace kivsr::tools {
+
+// Subtracts from each column its mean over the utterance.
+void subtract_utterance_mean(FeatureMatrix& cepstra);
+
+// Rows of three times the width, "1s_c_d_dd": [c, d, dd] with d(t) = c(t+2) - c(t-2) and
+// dd(t) = (c(t+3) - c(t-1)) - (c(t+1) - c(t-3)); frames beyond either end repeat the first or the last.
+FeatureMatrix append_dynamics(const FeatureMatrix& cepstra);
+
+// The whole chain: front end, mean normalisation, dynamic features. samples are at the rate of the parameters.
+FeatureMatrix utterance_features(const FrontEndParameters& parameters, std::span<const float> samples);
+
+}  // namespace kivsr::tools
+
+#endif

@@ -1,0 +1,25 @@
+// Rows of features, one a frame, packed.
+#ifndef KIVSR_TOOLS_FEATURES_FEATURE_MATRIX_H
+#define KIVSR_TOOLS_FEATURES_FEATURE_MATRIX_H
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+namespace kivsr::tools {
+
+struct FeatureMatrix {
+  int width = 0;
+  std::vector<float> values;
+
+  int height() const { return width > 0 ? static_cast<int>(values.size() / static_cast<std::size_t>(width)) : 0; }
+  std::span<const float> row(int index) const { return {values.data() + offset(index), static_cast<std::size_t>(width)}; }
+  std::span<float> row(int index) { return {values.data() + offset(index), static_cast<std::size_t>(width)}; }
+
+ private:
+  std::size_t offset(int index) const { return static_cast<std::size_t>(index) * static_cast<std::size_t>(width); }
+};
+
+}  // namespace kivsr::tools
+
+#endif

@@ -1,0 +1,48 @@
+// From samples to rows of cepstra or log mel energies, in blocks of any size.
+// The stages are pre-emphasis, framing (this class) and the analysis of one frame (frame_analysis.h).
+#ifndef KIVSR_TOOLS_FEATURES_FRONT_END_H
+#define KIVSR_TOOLS_FEATURES_FRONT_END_H
+
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "features/feature_matrix.h"
+#include "features/front_end_parameters.h"
+
+namespace kivsr::tools {
+
+class FrameAnalysis;
+
+// One utterance after the other: push samples as they come, then finish, which leaves it ready for the next.
+// The rows are the same bits however the samples are cut into blocks.
+class FrontEnd {
+ public:
+  explicit FrontEnd(const FrontEndParameters& parameters);
+  ~FrontEnd();
+  FrontEnd(FrontEnd&&) noexcept;
+  FrontEnd& operator=(FrontEnd&&) noexcept;
+
+  const FrontEndParameters& parameters() const { return parameters_; }
+  int row_width() const { return parameters_.row_width(); }
+
+  // Appends the rows that these samples complete. rows.width is set.
+  void push(std::span<const float> samples, FeatureMatrix& rows);
+  // Ends the utterance: appends the padded last frame, if the parameters ask for one.
+  void finish(FeatureMatrix& rows);
+  // A whole utterance at once.
+  FeatureMatrix run(std::span<const float> samples);
+
+ private:
+  void emit(std::span<const float> frame, FeatureMatrix& rows);
+
+  FrontEndParameters parameters_;
+  std::unique_ptr<FrameAnalysis> analysis_;
+  std::vector<float> pending_;    // pre-emphasised samples from the start of the next frame on
+  std::vector<float> emphasis_;   // work area
+  float previous_sample_ = 0.0F;  // last sample before the next one, as it came
+};
+
+}  // namespace kivsr::tools
+
+#endif

@@ -1,0 +1,75 @@
+// Everything that decides what the front end computes. Next: front_end.h, which computes it.
+#ifndef KIVSR_TOOLS_FEATURES_FRONT_END_PARAMETERS_H
+#define KIVSR_TOOLS_FEATURES_FRONT_END_PARAMETERS_H
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace kivsr::tools {
+
+enum class Window { hamming, hann, rectangular };
+enum class Spectrum { power, magnitude };
+enum class Filters {
+  hertz,  // triangles that are straight lines over frequency
+  mel     // triangles that are straight lines over mel, weights of at most 1
+};
+enum class Transform {
+  dct,     // orthonormal DCT-II
+  legacy,  // first filter halved, c0 = sum / N, ck = sum of cos / N
+  htk,     // sqrt(2 / N) for every coefficient, c0 included
+  plain    // DCT-II without a factor
+};
+enum class Output { cepstra, log_mel };
+enum class ZerothCepstrum { first, last, none };
+
+struct FrontEndParameters {
+  int sample_rate = 16000;     // Hz
+  float pre_emphasis = 0.97F;  // y(n) = x(n) - a x(n-1)
+  int window_length = 410;     // samples
+  int shift = 160;             // samples
+  int fft_length = 512;        // a power of two, at least window_length
+  Window window = Window::hamming;
+  bool remove_offset = false;    // subtract the mean of each frame
+  bool pad_last_frame = true;    // fill the last, incomplete frame with zeros; otherwise drop it
+  Spectrum spectrum = Spectrum::power;
+  Filters filters = Filters::hertz;
+  bool unit_area = true;         // hertz triangles: height 2 / (upper - lower edge), otherwise height 1
+  bool round_filters = true;     // hertz triangles: edges moved to the nearest FFT bin
+  int filter_count = 40;
+  float low_frequency = 133.33334F;    // Hz, above 0
+  float high_frequency = 6855.4976F;   // Hz, at most half the sampling rate
+  float mel_multiplier = 1126.99402F;  // mel(f) = multiplier * ln(1 + f / divisor); 2595 / ln 10
+  float mel_divisor = 700.0F;
+  float log_floor = 0.0F;  // energies below it are raised to it
+  Transform transform = Transform::legacy;
+  int cepstrum_count = 13;  // c0 counted
+  int lifter = 0;           // sine lifter 1 + (L / 2) sin(pi k / L); 0: none
+  ZerothCepstrum zeroth = ZerothCepstrum::first;
+  Output output = Output::cepstra;
+
+  // Values of one row.
+  int row_width() const;
+  double frame_seconds() const { return static_cast<double>(shift) / sample_rate; }
+  // Throws Fault for values that contradict each other.
+  void validate() const;
+};
+
+// "sphinx-en-us", "sphinx" (what Sphinx computes when told nothing) or "mfcc"; throws Fault for another name.
+FrontEndParameters front_end_preset(const std::string& name);
+std::vector<std::string> front_end_preset_names();
+
+// A model's feat.params: the front end, and all entries by name without the dash ("feat", "svspec", "cmn", ...).
+struct ModelFeatureParameters {
+  FrontEndParameters front_end;
+  std::map<std::string, std::string> entries;
+};
+
+// Entries that are absent keep the values of Sphinx. Throws Fault for a file that cannot be read and for an entry
+// that changes the signal in a way that the front end does not offer.
+ModelFeatureParameters read_feature_parameters(const std::filesystem::path& file);
+
+}  // namespace kivsr::tools
+
+#endif

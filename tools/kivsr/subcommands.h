@@ -1,0 +1,18 @@
+// One function a subcommand, each in the file of its name: adds the subcommand with its options to the program and sets
+// its callback, which does the work when the command line was read. Faults are thrown and reported by main.
+#ifndef KIVSR_TOOLS_KIVSR_SUBCOMMANDS_H
+#define KIVSR_TOOLS_KIVSR_SUBCOMMANDS_H
+
+namespace CLI {
+class App;
+}
+
+namespace kivsr::tools {
+
+void add_features(CLI::App& program);
+void add_info(CLI::App& program);
+void add_recognise(CLI::App& program);
+
+}  // namespace kivsr::tools
+
+#endif

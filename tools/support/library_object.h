@@ -1,0 +1,24 @@
+// Owners of the library's state objects: LibraryObject<State, free function> releases the object that an InitAlloc made.
+#ifndef KIVSR_TOOLS_SUPPORT_LIBRARY_OBJECT_H
+#define KIVSR_TOOLS_SUPPORT_LIBRARY_OBJECT_H
+
+#include <memory>
+
+#include "kivsr.h"
+
+namespace kivsr::tools {
+
+template <auto Release>
+struct Releaser {
+  template <class State>
+  void operator()(State* state) const {
+    (void)Release(state);
+  }
+};
+
+template <class State, auto Release>
+using LibraryObject = std::unique_ptr<State, Releaser<Release>>;
+
+}  // namespace kivsr::tools
+
+#endif

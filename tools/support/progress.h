@@ -1,0 +1,31 @@
+// A progress line on standard error, drawn only when standard error is a terminal.
+#ifndef KIVSR_TOOLS_SUPPORT_PROGRESS_H
+#define KIVSR_TOOLS_SUPPORT_PROGRESS_H
+
+#include <string>
+
+namespace kivsr::tools {
+
+class Progress {
+ public:
+  // label is the word in front of "3/30"; total < 2 shows nothing.
+  Progress(std::string label, int total);
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  // Call before writing a line to standard output too: clears the progress line, which the next step draws again.
+  void clear();
+  void step(const std::string& item);
+
+ private:
+  std::string label_;
+  int total_;
+  int done_ = 0;
+  bool shown_ = false;
+  bool terminal_ = false;
+};
+
+}  // namespace kivsr::tools
+
+#endif
