@@ -42,7 +42,8 @@ struct FrontEndParameters {
   float high_frequency = 6855.4976F;   // Hz, at most half the sampling rate
   float mel_multiplier = 1126.99402F;  // mel(f) = multiplier * ln(1 + f / divisor); 2595 / ln 10
   float mel_divisor = 700.0F;
-  float log_floor = 0.0F;  // energies below it are raised to it
+  float log_floor = 0.0F;     // energies below it are raised to it
+  float log_offset = 1e-4F;   // added to every energy before the logarithm
   Transform transform = Transform::legacy;
   int cepstrum_count = 13;  // c0 counted
   int lifter = 0;           // sine lifter 1 + (L / 2) sin(pi k / L); 0: none
