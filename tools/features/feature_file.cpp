@@ -1,0 +1,134 @@
+#include "features/feature_file.h"
+
+#include <algorithm>
+#include <bit>
+#include <cctype>
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "support/fault.h"
+
+namespace kivsr::tools {
+
+namespace {
+
+enum class ByteOrder { little, big };
+
+// Collects numbers as bytes of a given order, whatever the order of the machine.
+class Bytes {
+ public:
+  explicit Bytes(ByteOrder order) : order_(order) {}
+
+  void put_16(std::uint32_t value) { put(value, 2); }
+  void put_32(std::uint32_t value) { put(value, 4); }
+  void put_float(float value) { put(std::bit_cast<std::uint32_t>(value), 4); }
+  std::string_view text() const { return bytes_; }
+
+ private:
+  void put(std::uint32_t value, unsigned count) {
+    for (unsigned i = 0; i < count; ++i) {
+      const unsigned shift = 8 * (order_ == ByteOrder::little ? i : count - 1 - i);
+      bytes_.push_back(static_cast<char>(value >> shift & 0xFFU));
+    }
+  }
+
+  ByteOrder order_;
+  std::string bytes_;
+};
+
+void write_npy(OutputFile& file, const FeatureMatrix& rows) {
+  std::string header = "{'descr': '<f4', 'fortran_order': False, 'shape': (" + std::to_string(rows.height()) + ", " +
+                       std::to_string(rows.width) + "), }";
+  // Magic, version and length take 10 bytes; the data starts at a multiple of 64, the header ends with a line feed.
+  header.append(63 - (10 + header.size()) % 64, ' ');
+  header.push_back('\n');
+  Bytes bytes(ByteOrder::little);
+  bytes.put_16(static_cast<std::uint32_t>(header.size()));
+  for (const float value : rows.values) bytes.put_float(value);
+  file.write(std::string_view("\x93NUMPY\x01\x00", 8));
+  file.write(bytes.text().substr(0, 2));
+  file.write(header);
+  file.write(bytes.text().substr(2));
+}
+
+void write_htk(OutputFile& file, const FeatureMatrix& rows, const FrontEndParameters& parameters) {
+  constexpr std::uint32_t kMfcc = 6;
+  constexpr std::uint32_t kFilterBank = 7;
+  constexpr std::uint32_t kWithZeroth = 020000;
+  constexpr double kUnitsASecond = 1e7;
+  if (rows.width * 4 > SHRT_MAX) throw Fault("rows of " + std::to_string(rows.width) + " values are too wide for the HTK format");
+  const bool cepstra = parameters.output == Output::cepstra;
+  const bool with_zeroth = cepstra && parameters.zeroth != ZerothCepstrum::none;
+  Bytes bytes(ByteOrder::big);
+  bytes.put_32(static_cast<std::uint32_t>(rows.height()));
+  bytes.put_32(static_cast<std::uint32_t>(std::lround(parameters.frame_seconds() * kUnitsASecond)));
+  bytes.put_16(static_cast<std::uint32_t>(rows.width) * 4);
+  bytes.put_16(!cepstra ? kFilterBank : with_zeroth ? kMfcc | kWithZeroth : kMfcc);
+  std::vector<float> ordered(static_cast<std::size_t>(rows.width));
+  for (int t = 0; t < rows.height(); ++t) {
+    const auto row = rows.row(t);
+    std::copy(row.begin(), row.end(), ordered.begin());
+    if (with_zeroth && parameters.zeroth == ZerothCepstrum::first) std::rotate(ordered.begin(), ordered.begin() + 1, ordered.end());
+    for (const float value : ordered) bytes.put_float(value);
+  }
+  file.write(bytes.text());
+}
+
+void write_mfc(OutputFile& file, const FeatureMatrix& rows) {
+  if (rows.values.size() > INT_MAX) throw Fault("too many values for the Sphinx format");
+  Bytes bytes(ByteOrder::little);
+  bytes.put_32(static_cast<std::uint32_t>(rows.values.size()));
+  for (const float value : rows.values) bytes.put_float(value);
+  file.write(bytes.text());
+}
+
+void write_csv(OutputFile& file, const FeatureMatrix& rows, const FrontEndParameters& parameters) {
+  const bool cepstra = parameters.output == Output::cepstra;
+  std::string line = "time_s";
+  for (int column = 0; column < rows.width; ++column) {
+    int number = column + 1;
+    if (cepstra && parameters.zeroth == ZerothCepstrum::first) number = column;
+    if (cepstra && parameters.zeroth == ZerothCepstrum::last) number = (column + 1) % rows.width;
+    line += std::string(cepstra ? ",c" : ",mel") + std::to_string(number);
+  }
+  line += '\n';
+  file.write(line);
+  char text[64];
+  for (int t = 0; t < rows.height(); ++t) {
+    std::snprintf(text, sizeof text, "%.9g", t * parameters.frame_seconds());
+    line = text;
+    for (const float value : rows.row(t)) {
+      std::snprintf(text, sizeof text, ",%.9g", static_cast<double>(value));
+      line += text;
+    }
+    line += '\n';
+    file.write(line);
+  }
+}
+
+}  // namespace
+
+FeatureFormat feature_format(const std::filesystem::path& file) {
+  std::string extension = file.extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(), [](unsigned char c) { return std::tolower(c); });
+  if (extension == ".npy") return FeatureFormat::npy;
+  if (extension == ".htk") return FeatureFormat::htk;
+  if (extension == ".mfc") return FeatureFormat::mfc;
+  if (extension == ".csv") return FeatureFormat::csv;
+  throw Fault(file.string() + ": the extension is none of .npy, .htk, .mfc and .csv");
+}
+
+void write_features(OutputFile& file, FeatureFormat format, const FeatureMatrix& rows, const FrontEndParameters& parameters) {
+  switch (format) {
+    case FeatureFormat::npy: return write_npy(file, rows);
+    case FeatureFormat::htk: return write_htk(file, rows, parameters);
+    case FeatureFormat::mfc: return write_mfc(file, rows);
+    case FeatureFormat::csv: return write_csv(file, rows, parameters);
+  }
+}
+
+}  // namespace kivsr::tools
