@@ -1,0 +1,7 @@
+/* The training families. */
+#ifndef KIVSR_TRAINING_H
+#define KIVSR_TRAINING_H
+
+#include "training/language_model.h"
+
+#endif

@@ -1,0 +1,9 @@
+/* The vector families. */
+#ifndef KIVSR_VECTOR_H
+#define KIVSR_VECTOR_H
+
+#include "vector/elementwise.h"
+#include "vector/fft.h"
+#include "vector/reductions.h"
+
+#endif

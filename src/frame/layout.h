@@ -1,0 +1,60 @@
+// Placement of the parts of a state object in one block. The same description computes the size (GetSize) and places
+// the parts (Init), so that the two cannot disagree:
+//
+//   Layout layout;                                  // each part starts on a 32-byte boundary
+//   const auto header = layout.add<State>(1);
+//   const auto table = layout.add<float>(count);
+//   layout.bytes_from_any_start()                   // what GetSize returns
+//   State* state = header.in(aligned);              // aligned = align_up(caller's block)
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+namespace kivsr {
+
+inline constexpr std::size_t kPartAlignment = 32;
+
+constexpr std::size_t round_up(std::size_t x, std::size_t multiple) { return (x + multiple - 1) / multiple * multiple; }
+
+inline void* align_up(void* block) {
+  return reinterpret_cast<void*>(round_up(reinterpret_cast<std::uintptr_t>(block), kPartAlignment));
+}
+
+template <class T>
+struct Part {
+  std::size_t offset;
+  T* in(void* block) const { return reinterpret_cast<T*>(static_cast<char*>(block) + offset); }
+};
+
+class Layout {
+ public:
+  template <class T>
+  Part<T> add(std::size_t count) {
+    const std::size_t offset = end_;
+    const std::size_t room = std::numeric_limits<std::size_t>::max() - 2 * kPartAlignment - offset;
+    if (overflow_ || count > room / sizeof(T)) {
+      overflow_ = true;
+      return {0};
+    }
+    end_ = round_up(offset + count * sizeof(T), kPartAlignment);
+    return {offset};
+  }
+
+  bool overflow() const { return overflow_; }
+  // From a block that starts on a 32-byte boundary.
+  std::size_t bytes() const { return end_; }
+  // From a block of any alignment.
+  std::size_t bytes_from_any_start() const { return end_ + kPartAlignment - 1; }
+  // Whether the size can be reported through an int.
+  bool fits_int() const {
+    return !overflow_ && bytes_from_any_start() <= static_cast<std::size_t>(std::numeric_limits<int>::max());
+  }
+
+ private:
+  std::size_t end_ = 0;
+  bool overflow_ = false;
+};
+
+}  // namespace kivsr

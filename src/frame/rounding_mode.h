@@ -1,0 +1,24 @@
+// The SSE rounding mode: pinned for the length of a conversion, the caller's control word restored afterwards.
+#pragma once
+
+#include "simd/control.h"
+
+namespace kivsr {
+
+// Rounding to nearest for its lifetime. Free when it already is the mode in force.
+class NearestRounding {
+ public:
+  NearestRounding() : caller_(simd::control_word()) {
+    if ((caller_ & simd::kRoundingBits) != 0) simd::set_control_word(caller_ & ~simd::kRoundingBits);
+  }
+  ~NearestRounding() {
+    if ((caller_ & simd::kRoundingBits) != 0) simd::set_control_word(caller_);
+  }
+  NearestRounding(const NearestRounding&) = delete;
+  NearestRounding& operator=(const NearestRounding&) = delete;
+
+ private:
+  unsigned caller_;
+};
+
+}  // namespace kivsr

@@ -1,0 +1,89 @@
+// Scale factors, saturation and rounding of integer results.
+// A scaled result is x * 2^-scaleFactor, rounded to nearest with ties to even, saturated to its type.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <limits>
+
+#include "simd/vec.h"
+
+namespace kivsr {
+
+template <class Dst>
+constexpr Dst saturate(std::int64_t x) {
+  constexpr std::int64_t kLow = std::numeric_limits<Dst>::min();
+  constexpr std::int64_t kHigh = std::numeric_limits<Dst>::max();
+  return static_cast<Dst>(std::clamp(x, kLow, kHigh));
+}
+
+// x / 2^shift to nearest, ties to even; any shift >= 0.
+constexpr std::int64_t shift_right_rounded(std::int64_t x, int shift) {
+  if (shift == 0) return x;
+  if (shift > 63) return 0;
+  const std::int64_t quotient = x >> shift;
+  const std::uint64_t rest = static_cast<std::uint64_t>(x) & ((std::uint64_t{1} << shift) - 1);
+  const std::uint64_t half = std::uint64_t{1} << (shift - 1);
+  const bool up = rest > half || (rest == half && (quotient & 1) != 0);
+  return quotient + (up ? 1 : 0);
+}
+
+// The scale-factor rule for an exact 64-bit result.
+template <class Dst>
+constexpr Dst scaled(std::int64_t x, int scale_factor) {
+  if (scale_factor >= 0) return saturate<Dst>(shift_right_rounded(x, scale_factor));
+  if (x == 0 || scale_factor < -31) return saturate<Dst>(x == 0 ? 0 : x > 0 ? INT64_MAX : INT64_MIN);
+  constexpr std::int64_t kRange = std::int64_t{1} << 31;
+  return saturate<Dst>(std::clamp(x, -kRange, kRange) * (std::int64_t{1} << -scale_factor));
+}
+
+// 2^exponent, exact, for exponents of normal numbers.
+constexpr float power_of_two(int exponent) {
+  return std::bit_cast<float>(static_cast<std::uint32_t>(127 + exponent) << 23);
+}
+constexpr double power_of_two_64(int exponent) {
+  return std::bit_cast<double>(static_cast<std::uint64_t>(1023 + exponent) << 52);
+}
+
+// 2^-scaleFactor in single precision as repeated halving or doubling gives it: it ends in 0 or in infinity.
+constexpr float single_scale(int scale_factor) {
+  if (scale_factor > 149) return 0.0F;
+  if (scale_factor < -127) return std::numeric_limits<float>::infinity();
+  if (scale_factor <= 126) return power_of_two(-scale_factor);
+  return std::bit_cast<float>(std::uint32_t{1} << (149 - scale_factor));
+}
+
+// The factor of integer-to-float conversions: scale factors clamped to the exponents of normal numbers.
+constexpr float integer_scale(int scale_factor) { return power_of_two(-std::clamp(scale_factor, -112, 126)); }
+
+// A double to nearest (ties to even) and saturated; NaN gives the lowest value.
+template <class Dst>
+inline Dst round_saturated(double x) {
+  constexpr double kLow = std::numeric_limits<Dst>::min();
+  constexpr double kHigh = std::numeric_limits<Dst>::max();
+  if (!(x > kLow)) return std::numeric_limits<Dst>::min();
+  if (x >= kHigh) return std::numeric_limits<Dst>::max();
+  // 1.5 * 2^52 leaves the integer in the low bits, rounded by the mode in force.
+  constexpr double kMagic = 6755399441055744.0;
+  return static_cast<Dst>(std::bit_cast<std::int64_t>(x + kMagic) - std::bit_cast<std::int64_t>(kMagic));
+}
+
+// Lanes divided by 2^shift to nearest, ties to even, 0 < shift < 32.
+inline simd::Vec<std::int32_t> shift_right_rounded(simd::Vec<std::int32_t> x, int shift) {
+  using V = simd::Vec<std::int32_t>;
+  const V quotient = simd::shift_right(x, shift);
+  const V rest = x - simd::shift_left(quotient, shift);
+  const V half = V::broadcast(static_cast<std::int32_t>(std::uint32_t{1} << (shift - 1)));
+  // rest > half, or rest == half and an odd quotient; the mask is -1 where true.
+  const V odd = quotient & V::broadcast(1);
+  return quotient - simd::as_integer(rest > half - odd);
+}
+
+// Lanes times 2^shift for a store that saturates to 16 bits, 0 <= shift < 16.
+inline simd::Vec<std::int32_t> shift_left_for_16_bits(simd::Vec<std::int32_t> x, int shift) {
+  using V = simd::Vec<std::int32_t>;
+  return simd::shift_left(simd::max(simd::min(x, V::broadcast(32767)), V::broadcast(-32768)), shift);
+}
+
+}  // namespace kivsr

@@ -1,0 +1,309 @@
+// SIMD wrapper, AVX2 + FMA backend: 256-bit registers. The only file, beside sse2.h, that names an intrinsic.
+// Read vec.h first: it documents the operations.
+#pragma once
+
+#include <immintrin.h>
+
+#include <cstdint>
+#include <cstring>
+
+namespace kivsr::simd {
+
+template <class T>
+struct Vec;
+
+template <class T>
+struct Mask;
+
+template <>
+struct Vec<float> {
+  using Element = float;
+  static constexpr int width = 8;
+  __m256 raw;
+  static Vec zero() { return {_mm256_setzero_ps()}; }
+  static Vec broadcast(float x) { return {_mm256_set1_ps(x)}; }
+  float first() const { return _mm256_cvtss_f32(raw); }
+};
+
+template <>
+struct Vec<double> {
+  using Element = double;
+  static constexpr int width = 4;
+  __m256d raw;
+  static Vec zero() { return {_mm256_setzero_pd()}; }
+  static Vec broadcast(double x) { return {_mm256_set1_pd(x)}; }
+  double first() const { return _mm256_cvtsd_f64(raw); }
+};
+
+template <>
+struct Vec<std::int32_t> {
+  using Element = std::int32_t;
+  static constexpr int width = 8;
+  __m256i raw;
+  static Vec zero() { return {_mm256_setzero_si256()}; }
+  static Vec broadcast(std::int32_t x) { return {_mm256_set1_epi32(x)}; }
+  std::int32_t first() const { return _mm256_cvtsi256_si32(raw); }
+};
+
+template <>
+struct Mask<float> {
+  __m256 raw;
+};
+template <>
+struct Mask<double> {
+  __m256d raw;
+};
+template <>
+struct Mask<std::int32_t> {
+  __m256i raw;
+};
+
+// --- memory -----------------------------------------------------------------
+
+namespace detail {
+
+inline __m128i load_8_bytes(const void* p) { return _mm_loadl_epi64(static_cast<const __m128i*>(p)); }
+inline __m128i load_16_bytes(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
+
+// Lanes 0 .. n-1 all ones, the others zero.
+inline __m256i first_lanes_32(int n) {
+  return _mm256_cmpgt_epi32(_mm256_set1_epi32(n), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+}
+inline __m256i first_lanes_64(int n) {
+  return _mm256_cmpgt_epi64(_mm256_set1_epi64x(n), _mm256_setr_epi64x(0, 1, 2, 3));
+}
+
+template <class T, class S>
+struct Load;
+
+template <>
+struct Load<float, float> {
+  static Vec<float> full(const float* p) { return {_mm256_loadu_ps(p)}; }
+};
+template <>
+struct Load<double, double> {
+  static Vec<double> full(const double* p) { return {_mm256_loadu_pd(p)}; }
+};
+template <>
+struct Load<std::int32_t, std::int32_t> {
+  static Vec<std::int32_t> full(const std::int32_t* p) {
+    return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))};
+  }
+};
+template <>
+struct Load<std::int32_t, std::int16_t> {
+  static Vec<std::int32_t> full(const std::int16_t* p) { return {_mm256_cvtepi16_epi32(load_16_bytes(p))}; }
+};
+template <>
+struct Load<std::int32_t, std::uint8_t> {
+  static Vec<std::int32_t> full(const std::uint8_t* p) { return {_mm256_cvtepu8_epi32(load_8_bytes(p))}; }
+};
+template <class S>
+struct Load<float, S> {
+  static Vec<float> full(const S* p) { return {_mm256_cvtepi32_ps(Load<std::int32_t, S>::full(p).raw)}; }
+};
+template <>
+struct Load<float, double> {
+  static Vec<float> full(const double* p) {
+    return {_mm256_set_m128(_mm256_cvtpd_ps(_mm256_loadu_pd(p + 4)), _mm256_cvtpd_ps(_mm256_loadu_pd(p)))};
+  }
+};
+template <>
+struct Load<double, float> {
+  static Vec<double> full(const float* p) { return {_mm256_cvtps_pd(_mm_loadu_ps(p))}; }
+};
+template <>
+struct Load<double, std::int16_t> {
+  static Vec<double> full(const std::int16_t* p) { return {_mm256_cvtepi32_pd(_mm_cvtepi16_epi32(load_8_bytes(p)))}; }
+};
+template <>
+struct Load<double, std::int32_t> {
+  static Vec<double> full(const std::int32_t* p) { return {_mm256_cvtepi32_pd(load_16_bytes(p))}; }
+};
+
+}  // namespace detail
+
+inline Vec<float> load_some(const float* p, int n) { return {_mm256_maskload_ps(p, detail::first_lanes_32(n))}; }
+inline Vec<double> load_some(const double* p, int n) { return {_mm256_maskload_pd(p, detail::first_lanes_64(n))}; }
+
+inline void store(float* p, Vec<float> v) { _mm256_storeu_ps(p, v.raw); }
+inline void store(double* p, Vec<double> v) { _mm256_storeu_pd(p, v.raw); }
+inline void store(std::int32_t* p, Vec<std::int32_t> v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v.raw); }
+inline void store(std::int16_t* p, Vec<std::int32_t> v) {
+  const __m128i words = _mm_packs_epi32(_mm256_castsi256_si128(v.raw), _mm256_extracti128_si256(v.raw, 1));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p), words);
+}
+inline void store(std::uint8_t* p, Vec<std::int32_t> v) {
+  const __m128i words = _mm_packs_epi32(_mm256_castsi256_si128(v.raw), _mm256_extracti128_si256(v.raw, 1));
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(words, words));
+}
+inline void store(float* p, Vec<double> v) { _mm_storeu_ps(p, _mm256_cvtpd_ps(v.raw)); }
+
+// --- arithmetic -------------------------------------------------------------
+
+inline Vec<float> operator+(Vec<float> a, Vec<float> b) { return {_mm256_add_ps(a.raw, b.raw)}; }
+inline Vec<float> operator-(Vec<float> a, Vec<float> b) { return {_mm256_sub_ps(a.raw, b.raw)}; }
+inline Vec<float> operator*(Vec<float> a, Vec<float> b) { return {_mm256_mul_ps(a.raw, b.raw)}; }
+inline Vec<float> operator/(Vec<float> a, Vec<float> b) { return {_mm256_div_ps(a.raw, b.raw)}; }
+inline Vec<double> operator+(Vec<double> a, Vec<double> b) { return {_mm256_add_pd(a.raw, b.raw)}; }
+inline Vec<double> operator-(Vec<double> a, Vec<double> b) { return {_mm256_sub_pd(a.raw, b.raw)}; }
+inline Vec<double> operator*(Vec<double> a, Vec<double> b) { return {_mm256_mul_pd(a.raw, b.raw)}; }
+inline Vec<double> operator/(Vec<double> a, Vec<double> b) { return {_mm256_div_pd(a.raw, b.raw)}; }
+inline Vec<std::int32_t> operator+(Vec<std::int32_t> a, Vec<std::int32_t> b) {
+  return {_mm256_add_epi32(a.raw, b.raw)};
+}
+inline Vec<std::int32_t> operator-(Vec<std::int32_t> a, Vec<std::int32_t> b) {
+  return {_mm256_sub_epi32(a.raw, b.raw)};
+}
+
+inline Vec<float> mul_add(Vec<float> a, Vec<float> b, Vec<float> c) { return {_mm256_fmadd_ps(a.raw, b.raw, c.raw)}; }
+inline Vec<double> mul_add(Vec<double> a, Vec<double> b, Vec<double> c) {
+  return {_mm256_fmadd_pd(a.raw, b.raw, c.raw)};
+}
+inline Vec<float> neg_mul_add(Vec<float> a, Vec<float> b, Vec<float> c) {
+  return {_mm256_fnmadd_ps(a.raw, b.raw, c.raw)};
+}
+inline Vec<double> neg_mul_add(Vec<double> a, Vec<double> b, Vec<double> c) {
+  return {_mm256_fnmadd_pd(a.raw, b.raw, c.raw)};
+}
+
+inline Vec<float> max(Vec<float> a, Vec<float> b) { return {_mm256_max_ps(a.raw, b.raw)}; }
+inline Vec<float> min(Vec<float> a, Vec<float> b) { return {_mm256_min_ps(a.raw, b.raw)}; }
+inline Vec<double> max(Vec<double> a, Vec<double> b) { return {_mm256_max_pd(a.raw, b.raw)}; }
+inline Vec<double> min(Vec<double> a, Vec<double> b) { return {_mm256_min_pd(a.raw, b.raw)}; }
+inline Vec<float> sqrt(Vec<float> a) { return {_mm256_sqrt_ps(a.raw)}; }
+inline Vec<double> sqrt(Vec<double> a) { return {_mm256_sqrt_pd(a.raw)}; }
+inline Vec<float> reciprocal_estimate(Vec<float> a) { return {_mm256_rcp_ps(a.raw)}; }
+inline Vec<float> reciprocal_sqrt_estimate(Vec<float> a) { return {_mm256_rsqrt_ps(a.raw)}; }
+
+// --- bits -------------------------------------------------------------------
+
+inline Vec<float> operator&(Vec<float> a, Vec<float> b) { return {_mm256_and_ps(a.raw, b.raw)}; }
+inline Vec<float> operator|(Vec<float> a, Vec<float> b) { return {_mm256_or_ps(a.raw, b.raw)}; }
+inline Vec<float> operator^(Vec<float> a, Vec<float> b) { return {_mm256_xor_ps(a.raw, b.raw)}; }
+inline Vec<double> operator&(Vec<double> a, Vec<double> b) { return {_mm256_and_pd(a.raw, b.raw)}; }
+inline Vec<double> operator|(Vec<double> a, Vec<double> b) { return {_mm256_or_pd(a.raw, b.raw)}; }
+inline Vec<double> operator^(Vec<double> a, Vec<double> b) { return {_mm256_xor_pd(a.raw, b.raw)}; }
+inline Vec<std::int32_t> operator&(Vec<std::int32_t> a, Vec<std::int32_t> b) {
+  return {_mm256_and_si256(a.raw, b.raw)};
+}
+inline Vec<std::int32_t> operator|(Vec<std::int32_t> a, Vec<std::int32_t> b) { return {_mm256_or_si256(a.raw, b.raw)}; }
+inline Vec<std::int32_t> operator^(Vec<std::int32_t> a, Vec<std::int32_t> b) {
+  return {_mm256_xor_si256(a.raw, b.raw)};
+}
+inline Vec<float> abs(Vec<float> a) { return {_mm256_andnot_ps(_mm256_set1_ps(-0.0F), a.raw)}; }
+inline Vec<double> abs(Vec<double> a) { return {_mm256_andnot_pd(_mm256_set1_pd(-0.0), a.raw)}; }
+
+inline Vec<std::int32_t> bits(Vec<float> a) { return {_mm256_castps_si256(a.raw)}; }
+inline Vec<float> from_bits(Vec<std::int32_t> a) { return {_mm256_castsi256_ps(a.raw)}; }
+inline Vec<std::int32_t> shift_left(Vec<std::int32_t> a, int n) {
+  return {_mm256_sll_epi32(a.raw, _mm_cvtsi32_si128(n))};
+}
+inline Vec<std::int32_t> shift_right(Vec<std::int32_t> a, int n) {
+  return {_mm256_sra_epi32(a.raw, _mm_cvtsi32_si128(n))};
+}
+inline Vec<std::int32_t> multiply_words(Vec<std::int32_t> a, Vec<std::int32_t> b) {
+  return {_mm256_madd_epi16(_mm256_and_si256(a.raw, _mm256_set1_epi32(0xFFFF)), b.raw)};
+}
+
+// --- comparison and selection -------------------------------------------------
+
+inline Mask<float> operator<(Vec<float> a, Vec<float> b) { return {_mm256_cmp_ps(a.raw, b.raw, _CMP_LT_OQ)}; }
+inline Mask<float> operator<=(Vec<float> a, Vec<float> b) { return {_mm256_cmp_ps(a.raw, b.raw, _CMP_LE_OQ)}; }
+inline Mask<float> operator>(Vec<float> a, Vec<float> b) { return {_mm256_cmp_ps(a.raw, b.raw, _CMP_GT_OQ)}; }
+inline Mask<float> operator>=(Vec<float> a, Vec<float> b) { return {_mm256_cmp_ps(a.raw, b.raw, _CMP_GE_OQ)}; }
+inline Mask<float> operator==(Vec<float> a, Vec<float> b) { return {_mm256_cmp_ps(a.raw, b.raw, _CMP_EQ_OQ)}; }
+inline Mask<double> operator<(Vec<double> a, Vec<double> b) { return {_mm256_cmp_pd(a.raw, b.raw, _CMP_LT_OQ)}; }
+inline Mask<double> operator<=(Vec<double> a, Vec<double> b) { return {_mm256_cmp_pd(a.raw, b.raw, _CMP_LE_OQ)}; }
+inline Mask<double> operator>(Vec<double> a, Vec<double> b) { return {_mm256_cmp_pd(a.raw, b.raw, _CMP_GT_OQ)}; }
+inline Mask<double> operator>=(Vec<double> a, Vec<double> b) { return {_mm256_cmp_pd(a.raw, b.raw, _CMP_GE_OQ)}; }
+inline Mask<double> operator==(Vec<double> a, Vec<double> b) { return {_mm256_cmp_pd(a.raw, b.raw, _CMP_EQ_OQ)}; }
+inline Mask<std::int32_t> operator<(Vec<std::int32_t> a, Vec<std::int32_t> b) {
+  return {_mm256_cmpgt_epi32(b.raw, a.raw)};
+}
+inline Mask<std::int32_t> operator>(Vec<std::int32_t> a, Vec<std::int32_t> b) {
+  return {_mm256_cmpgt_epi32(a.raw, b.raw)};
+}
+inline Mask<std::int32_t> operator==(Vec<std::int32_t> a, Vec<std::int32_t> b) {
+  return {_mm256_cmpeq_epi32(a.raw, b.raw)};
+}
+inline Mask<float> unordered(Vec<float> a, Vec<float> b) { return {_mm256_cmp_ps(a.raw, b.raw, _CMP_UNORD_Q)}; }
+inline Mask<double> unordered(Vec<double> a, Vec<double> b) { return {_mm256_cmp_pd(a.raw, b.raw, _CMP_UNORD_Q)}; }
+
+inline Mask<float> operator&(Mask<float> a, Mask<float> b) { return {_mm256_and_ps(a.raw, b.raw)}; }
+inline Mask<float> operator|(Mask<float> a, Mask<float> b) { return {_mm256_or_ps(a.raw, b.raw)}; }
+inline Mask<double> operator&(Mask<double> a, Mask<double> b) { return {_mm256_and_pd(a.raw, b.raw)}; }
+inline Mask<double> operator|(Mask<double> a, Mask<double> b) { return {_mm256_or_pd(a.raw, b.raw)}; }
+inline Mask<std::int32_t> operator&(Mask<std::int32_t> a, Mask<std::int32_t> b) {
+  return {_mm256_and_si256(a.raw, b.raw)};
+}
+inline Mask<std::int32_t> operator|(Mask<std::int32_t> a, Mask<std::int32_t> b) {
+  return {_mm256_or_si256(a.raw, b.raw)};
+}
+
+inline unsigned bit_mask(Mask<float> m) { return static_cast<unsigned>(_mm256_movemask_ps(m.raw)); }
+inline unsigned bit_mask(Mask<double> m) { return static_cast<unsigned>(_mm256_movemask_pd(m.raw)); }
+inline unsigned bit_mask(Mask<std::int32_t> m) {
+  return static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(m.raw)));
+}
+
+inline Vec<float> select(Mask<float> m, Vec<float> a, Vec<float> b) { return {_mm256_blendv_ps(b.raw, a.raw, m.raw)}; }
+inline Vec<double> select(Mask<double> m, Vec<double> a, Vec<double> b) {
+  return {_mm256_blendv_pd(b.raw, a.raw, m.raw)};
+}
+inline Vec<std::int32_t> select(Mask<std::int32_t> m, Vec<std::int32_t> a, Vec<std::int32_t> b) {
+  return {_mm256_blendv_epi8(b.raw, a.raw, m.raw)};
+}
+inline Vec<std::int32_t> as_integer(Mask<std::int32_t> m) { return {m.raw}; }
+inline Vec<std::int32_t> as_integer(Mask<float> m) { return {_mm256_castps_si256(m.raw)}; }
+
+inline Vec<std::int32_t> min(Vec<std::int32_t> a, Vec<std::int32_t> b) { return {_mm256_min_epi32(a.raw, b.raw)}; }
+inline Vec<std::int32_t> max(Vec<std::int32_t> a, Vec<std::int32_t> b) { return {_mm256_max_epi32(a.raw, b.raw)}; }
+
+// --- conversion -------------------------------------------------------------
+
+inline Vec<float> to_float(Vec<std::int32_t> a) { return {_mm256_cvtepi32_ps(a.raw)}; }
+inline Vec<std::int32_t> round_to_integer(Vec<float> a) { return {_mm256_cvtps_epi32(a.raw)}; }
+inline Vec<std::int32_t> truncate_to_integer(Vec<float> a) { return {_mm256_cvttps_epi32(a.raw)}; }
+
+inline void store_rounded(std::int32_t* p, Vec<double> a) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_cvtpd_epi32(a.raw));
+}
+inline void store_truncated(std::int32_t* p, Vec<double> a) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_cvttpd_epi32(a.raw));
+}
+
+// The low and the high half of a float vector as double vectors, and back.
+inline Vec<double> widen_low(Vec<float> a) { return {_mm256_cvtps_pd(_mm256_castps256_ps128(a.raw))}; }
+inline Vec<double> widen_high(Vec<float> a) { return {_mm256_cvtps_pd(_mm256_extractf128_ps(a.raw, 1))}; }
+inline Vec<float> narrow(Vec<double> low, Vec<double> high) {
+  return {_mm256_set_m128(_mm256_cvtpd_ps(high.raw), _mm256_cvtpd_ps(low.raw))};
+}
+
+// --- lanes ------------------------------------------------------------------
+
+inline float sum_lanes(Vec<float> a) {
+  const __m128 half = _mm_add_ps(_mm256_castps256_ps128(a.raw), _mm256_extractf128_ps(a.raw, 1));
+  const __m128 pairs = _mm_add_ps(half, _mm_movehl_ps(half, half));
+  return _mm_cvtss_f32(_mm_add_ss(pairs, _mm_movehdup_ps(pairs)));
+}
+inline double sum_lanes(Vec<double> a) {
+  const __m128d half = _mm_add_pd(_mm256_castpd256_pd128(a.raw), _mm256_extractf128_pd(a.raw, 1));
+  return _mm_cvtsd_f64(_mm_add_sd(half, _mm_unpackhi_pd(half, half)));
+}
+
+// Lane k of the result is the sum of the lanes of the k-th argument, each added in the order of sum_lanes.
+inline void store_lane_sums(float* p, Vec<float> a, Vec<float> b, Vec<float> c, Vec<float> d) {
+  const auto halves = [](Vec<float> v) {
+    return _mm_add_ps(_mm256_castps256_ps128(v.raw), _mm256_extractf128_ps(v.raw, 1));
+  };
+  const __m128 a4 = halves(a);
+  const __m128 b4 = halves(b);
+  const __m128 c4 = halves(c);
+  const __m128 d4 = halves(d);
+  const __m128 ab = _mm_add_ps(_mm_unpacklo_ps(a4, b4), _mm_unpackhi_ps(a4, b4));
+  const __m128 cd = _mm_add_ps(_mm_unpacklo_ps(c4, d4), _mm_unpackhi_ps(c4, d4));
+  _mm_storeu_ps(p, _mm_add_ps(_mm_movelh_ps(ab, cd), _mm_movehl_ps(cd, ab)));
+}
+
+}  // namespace kivsr::simd

@@ -1,0 +1,69 @@
+// SIMD wrapper: value types Vec<T> (T = float, double, int32_t) over the registers of the target that is being compiled
+// for. Kernels are written against this header and know Vec<T>::width only as a compile-time constant.
+//
+//   load<T>(p)            Vec<T>::width elements of any convertible memory type, converted to lanes of T
+//   load_some<T>(p, n)    n < width elements, the other lanes zero; reads nothing behind them
+//   store(p, v)           integers saturate when the memory type is narrower than the lanes
+//   store_some(p, v, n)
+//   mul_add(a, b, c)      a * b + c: one rounding where the target has fused instructions, two elsewhere. For sums
+//   only. max(a, b), min(a, b)  the SSE rule: b unless a is strictly greater (less), so b for a NaN on either side
+//   reciprocal_estimate   the processor's 12-bit estimate
+//   round_to_integer      by the current rounding mode; NaN and values out of range give INT32_MIN
+//   bit_mask(m)           bit k set if lane k is true
+//   select(m, a, b)       lanes of a where m is true, of b elsewhere
+//   sum_lanes(v)          lanes folded in halves: (l0 + l2) + (l1 + l3); eight lanes first fold to four
+//
+// A new instruction set is one more backend file that defines the same operations, and a line here.
+#pragma once
+
+#include <type_traits>
+
+#if defined(__AVX2__)
+#include "avx2.h"
+#else
+#include "sse2.h"
+#endif
+
+namespace kivsr::simd {
+
+// Independent accumulators of a reduction: enough to hide the latency of an addition, as many as registers allow.
+#if defined(__i386__)
+inline constexpr int kAccumulators = 4;
+#else
+inline constexpr int kAccumulators = 8;
+#endif
+
+template <class T, class S>
+inline Vec<T> load(const S* p) {
+  return detail::Load<T, S>::full(p);
+}
+
+template <class T, class S>
+inline Vec<T> load_some(const S* p, int n) {
+  if constexpr (std::is_same_v<T, S> && std::is_floating_point_v<T>) {
+    return load_some(p, n);
+  } else {
+    S lanes[Vec<T>::width] = {};
+    for (int i = 0; i < n; ++i) lanes[i] = p[i];
+    return load<T>(lanes);
+  }
+}
+
+template <class D, class T>
+inline void store_some(D* p, Vec<T> v, int n) {
+  D lanes[Vec<T>::width];
+  store(lanes, v);
+  for (int i = 0; i < n; ++i) p[i] = lanes[i];
+}
+
+template <class T>
+inline bool any(Mask<T> m) {
+  return bit_mask(m) != 0;
+}
+
+template <class T>
+inline bool all(Mask<T> m) {
+  return bit_mask(m) == (1U << Vec<T>::width) - 1;
+}
+
+}  // namespace kivsr::simd

@@ -1,0 +1,8 @@
+// The constant version record.
+#include "kivsr/frame.h"
+
+extern "C" const KivLibraryVersion* kivsrGetLibVersion(void) {
+  static constexpr KivLibraryVersion kVersion = {
+      5, 2, 108, 385, {'w', '7', 0, 0}, "libkivsrw7.so.5.2", "5.2", "Jul 11 2007"};
+  return &kVersion;
+}

@@ -1,0 +1,198 @@
+// Elementwise arithmetic, extrema, copies and fills: the exports and their one-line operations.
+#include "elementwise.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "frame/constants.h"
+#include "frame/status.h"
+#include "kivsr/vector/elementwise.h"
+
+namespace kivsr {
+namespace {
+
+using simd::Vec;
+
+constexpr auto kAdd = [](auto x, auto old) { return old + x; };
+constexpr auto kSubtract = [](auto x, auto old) { return old - x; };
+constexpr auto kMaximum = [](auto x, auto old) { return max(x, old); };  // equal or NaN: old
+constexpr auto kMinimum = [](auto x, auto old) { return min(old, x); };  // equal or NaN: x
+
+template <class T, class Op>
+KivStatus combine(const T* src, T* src_dst, int len, Op op) {
+  return run(first_failure(not_null(src, src_dst), positive(len)),
+             [&] { transform<T>(len, op, src_dst, src, static_cast<const T*>(src_dst)); });
+}
+
+template <class T>
+KivStatus multiply_constant(const T* src, T val, T* dst, int len) {
+  return run(first_failure(not_null(src, dst), positive(len)), [&] { multiply_by_constant(dst, src, val, len); });
+}
+
+template <class T>
+void scale_in_place(T* src_dst, T val, int len) {
+  if (val == T{1}) return;
+  if (val == T{0}) {
+    zero(src_dst, len);
+  } else {
+    multiply_by_constant(src_dst, src_dst, val, len);
+  }
+}
+
+template <class T>
+KivStatus multiply_constant_in_place(T val, T* src_dst, int len) {
+  return run(first_failure(not_null(src_dst), positive(len)), [&] { scale_in_place(src_dst, val, len); });
+}
+
+// Neither below nor above zero: both zeros, and NaN.
+template <class T>
+constexpr KivStatus divisor(T val) {
+  return require(val < T{0} || val > T{0}, kivStatusDivByZeroErr);
+}
+
+template <class T>
+KivStatus divide_constant(const T* src, T val, T* dst, int len) {
+  return run(first_failure(not_null(src, dst), positive(len), divisor(val)),
+             [&] { multiply_by_constant(dst, src, T{1} / val, len); });
+}
+
+template <class T>
+KivStatus divide_constant_in_place(T val, T* src_dst, int len) {
+  return run(first_failure(not_null(src_dst), positive(len), divisor(val)),
+             [&] { scale_in_place(src_dst, T{1} / val, len); });
+}
+
+template <class T>
+KivStatus copy_checked(const T* src, T* dst, int len) {
+  return run(first_failure(not_null(src, dst), positive(len)), [&] { copy(dst, src, len); });
+}
+
+template <class T>
+KivStatus zero_checked(T* dst, int len) {
+  return run(first_failure(not_null(dst), positive(len)), [&] { zero(dst, len); });
+}
+
+template <class T>
+KivStatus fill(T val, T* dst, int len) {
+  return run(first_failure(not_null(dst), positive(len)), [&] {
+    if constexpr (sizeof(T) == 1) {
+      std::memset(dst, val, static_cast<std::size_t>(len));
+    } else {
+      std::fill_n(dst, len, val);
+    }
+  });
+}
+
+// 16-bit products: exact in 32 bits, then the scale-factor rule.
+void multiply_words(Kiv16s* dst, const Kiv16s* a, const Kiv16s* b, int len, int scale_factor) {
+  const auto apply = [&](auto scale) {
+    transform<Kiv32s>(
+        len, [&](auto x, auto y) { return scale(simd::multiply_words(x, y)); }, dst, a, b);
+  };
+  if (scale_factor > 30) {
+    zero(dst, len);
+  } else if (scale_factor > 0) {
+    apply([=](auto product) { return shift_right_rounded(product, scale_factor); });
+  } else if (scale_factor == 0) {
+    apply([](auto product) { return product; });
+  } else {
+    // 16 places take every product but zero out of range.
+    const int shift = std::min(-std::max(scale_factor, -16), 15);
+    const bool once_more = scale_factor < -15;
+    apply([=](auto product) {
+      const auto shifted = shift_left_for_16_bits(product, shift);
+      return once_more ? shifted + shifted : shifted;
+    });
+  }
+}
+
+}  // namespace
+}  // namespace kivsr
+
+extern "C" {
+using namespace kivsr;
+
+KivStatus kivsAbs_64f(const Kiv64f* pSrc, Kiv64f* pDst, int len) {
+  return run(first_failure(not_null(pSrc, pDst), positive(len)), [&] {
+    transform<Kiv64f>(
+        len, [](auto x) { return simd::abs(x); }, pDst, pSrc);
+  });
+}
+
+KivStatus kivsAdd_32f_I(const Kiv32f* pSrc, Kiv32f* pSrcDst, int len) { return combine(pSrc, pSrcDst, len, kAdd); }
+KivStatus kivsAdd_64f_I(const Kiv64f* pSrc, Kiv64f* pSrcDst, int len) { return combine(pSrc, pSrcDst, len, kAdd); }
+KivStatus kivsSub_32f_I(const Kiv32f* pSrc, Kiv32f* pSrcDst, int len) { return combine(pSrc, pSrcDst, len, kSubtract); }
+KivStatus kivsSub_64f_I(const Kiv64f* pSrc, Kiv64f* pSrcDst, int len) { return combine(pSrc, pSrcDst, len, kSubtract); }
+KivStatus kivsMaxEvery_32f_I(const Kiv32f* pSrc, Kiv32f* pSrcDst, int len) {
+  return combine(pSrc, pSrcDst, len, kMaximum);
+}
+KivStatus kivsMinEvery_32f_I(const Kiv32f* pSrc, Kiv32f* pSrcDst, int len) {
+  return combine(pSrc, pSrcDst, len, kMinimum);
+}
+KivStatus kivsMinEvery_32s_I(const Kiv32s* pSrc, Kiv32s* pSrcDst, int len) {
+  return combine(pSrc, pSrcDst, len, kMinimum);
+}
+
+KivStatus kivsAddC_32f(const Kiv32f* pSrc, Kiv32f val, Kiv32f* pDst, int len) {
+  return run(first_failure(not_null(pSrc, pDst), positive(len)), [&] {
+    if (val == 0.0F) {
+      copy(pDst, pSrc, len);
+    } else {
+      const auto term = simd::Vec<Kiv32f>::broadcast(val);
+      transform<Kiv32f>(
+          len, [=](auto x) { return x + term; }, pDst, pSrc);
+    }
+  });
+}
+
+KivStatus kivsMul_32f(const Kiv32f* pSrc1, const Kiv32f* pSrc2, Kiv32f* pDst, int len) {
+  return run(first_failure(not_null(pSrc1, pSrc2, pDst), positive(len)), [&] {
+    transform<Kiv32f>(
+        len, [](auto a, auto b) { return a * b; }, pDst, pSrc1, pSrc2);
+  });
+}
+KivStatus kivsMul_16s_Sfs(const Kiv16s* pSrc1, const Kiv16s* pSrc2, Kiv16s* pDst, int len, int scaleFactor) {
+  return run(first_failure(not_null(pSrc1, pSrc2, pDst), positive(len)),
+             [&] { multiply_words(pDst, pSrc1, pSrc2, len, scaleFactor); });
+}
+
+KivStatus kivsMulC_32f(const Kiv32f* pSrc, Kiv32f val, Kiv32f* pDst, int len) {
+  return multiply_constant(pSrc, val, pDst, len);
+}
+KivStatus kivsMulC_64f(const Kiv64f* pSrc, Kiv64f val, Kiv64f* pDst, int len) {
+  return multiply_constant(pSrc, val, pDst, len);
+}
+KivStatus kivsMulC_32f_I(Kiv32f val, Kiv32f* pSrcDst, int len) { return multiply_constant_in_place(val, pSrcDst, len); }
+KivStatus kivsMulC_64f_I(Kiv64f val, Kiv64f* pSrcDst, int len) { return multiply_constant_in_place(val, pSrcDst, len); }
+
+KivStatus kivsDivC_32f(const Kiv32f* pSrc, Kiv32f val, Kiv32f* pDst, int len) {
+  return divide_constant(pSrc, val, pDst, len);
+}
+KivStatus kivsDivC_64f(const Kiv64f* pSrc, Kiv64f val, Kiv64f* pDst, int len) {
+  return divide_constant(pSrc, val, pDst, len);
+}
+KivStatus kivsDivC_32f_I(Kiv32f val, Kiv32f* pSrcDst, int len) { return divide_constant_in_place(val, pSrcDst, len); }
+KivStatus kivsDivC_64f_I(Kiv64f val, Kiv64f* pSrcDst, int len) { return divide_constant_in_place(val, pSrcDst, len); }
+
+KivStatus kivsCopy_8u(const Kiv8u* pSrc, Kiv8u* pDst, int len) { return copy_checked(pSrc, pDst, len); }
+KivStatus kivsCopy_16s(const Kiv16s* pSrc, Kiv16s* pDst, int len) { return copy_checked(pSrc, pDst, len); }
+KivStatus kivsCopy_32s(const Kiv32s* pSrc, Kiv32s* pDst, int len) { return copy_checked(pSrc, pDst, len); }
+KivStatus kivsCopy_32f(const Kiv32f* pSrc, Kiv32f* pDst, int len) { return copy_checked(pSrc, pDst, len); }
+KivStatus kivsCopy_64f(const Kiv64f* pSrc, Kiv64f* pDst, int len) { return copy_checked(pSrc, pDst, len); }
+
+KivStatus kivsMove_32f(const Kiv32f* pSrc, Kiv32f* pDst, int len) {
+  return run(first_failure(not_null(pSrc, pDst), positive(len)),
+             [&] { std::memmove(pDst, pSrc, static_cast<std::size_t>(len) * sizeof(Kiv32f)); });
+}
+
+KivStatus kivsSet_8u(Kiv8u val, Kiv8u* pDst, int len) { return fill(val, pDst, len); }
+KivStatus kivsSet_16s(Kiv16s val, Kiv16s* pDst, int len) { return fill(val, pDst, len); }
+KivStatus kivsSet_32s(Kiv32s val, Kiv32s* pDst, int len) { return fill(val, pDst, len); }
+KivStatus kivsSet_32f(Kiv32f val, Kiv32f* pDst, int len) { return fill(val, pDst, len); }
+KivStatus kivsSet_64f(Kiv64f val, Kiv64f* pDst, int len) { return fill(val, pDst, len); }
+
+KivStatus kivsZero_8u(Kiv8u* pDst, int len) { return zero_checked(pDst, len); }
+KivStatus kivsZero_16s(Kiv16s* pDst, int len) { return zero_checked(pDst, len); }
+KivStatus kivsZero_32f(Kiv32f* pDst, int len) { return zero_checked(pDst, len); }
+KivStatus kivsZero_64f(Kiv64f* pDst, int len) { return zero_checked(pDst, len); }
+}
