@@ -14,6 +14,7 @@ namespace kivsr::tools {
 namespace {
 
 constexpr const char* kInstalledModels = "/usr/share/pocketsphinx/model";
+constexpr const char* kInstalledDictionary = "/usr/share/pocketsphinx/model/en-us/cmudict-en-us.dict";
 
 // Scales counts to probabilities, with a floor where may_floor says so, and takes logarithms.
 template <class MayFloor>
@@ -151,7 +152,9 @@ std::filesystem::path find_model_dictionary(const std::filesystem::path& folder)
   const std::filesystem::path clean = std::filesystem::absolute(folder).lexically_normal() / "";
   const std::filesystem::path parent = clean.parent_path().parent_path();
   const std::filesystem::path file = parent / ("cmudict-" + clean.parent_path().filename().string() + ".dict");
-  return std::filesystem::exists(file) ? file : std::filesystem::path();
+  if (std::filesystem::exists(file)) return file;
+  const std::filesystem::path installed = kInstalledDictionary;
+  return std::filesystem::exists(installed) ? installed : std::filesystem::path();
 }
 
 AcousticModel read_acoustic_model(const std::filesystem::path& folder, const ModelFloors& floors) {

@@ -50,7 +50,7 @@ struct AcousticModel {
 
 // A path is taken as it is; a bare name is looked for among the models that Debian installs.
 std::filesystem::path find_model_folder(const std::string& name);
-// The dictionary that belongs to a model of Debian; empty if there is none.
+// The dictionary that lies beside the model, else the one that Debian installs; empty if there is neither.
 std::filesystem::path find_model_dictionary(const std::filesystem::path& folder);
 
 AcousticModel read_acoustic_model(const std::filesystem::path& folder, const ModelFloors& floors = {});
