@@ -14,7 +14,7 @@ namespace kivsr::tools {
 
 struct SearchWeights {
   float language_weight = 6.5F;     // scales the log weights of the word network
-  float insertion_penalty = -0.4F;  // log, added for each word
+  float insertion_penalty = 0.0F;   // log, added for each word
   float silence_penalty = -10.0F;   // log, added for each silence between words
   float noise_penalty = -30.0F;     // log, added for each noise between words
 };

@@ -17,7 +17,7 @@ namespace kivsr::tools {
 // Paths that fall behind the best one by more than this (natural log) are given up.
 struct Beams {
   float state = 200.0F;  // every frame
-  float word = 150.0F;   // at the end of a word, behind the best word end of the frame
+  float word = 200.0F;   // at the end of a word, behind the best word end of the frame
 };
 
 struct HypothesisWord {

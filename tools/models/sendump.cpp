@@ -12,14 +12,14 @@ namespace {
 
 constexpr std::uint32_t kLongestString = 999;
 
-// One length word and that many bytes, the last one zero. An empty string ends the header.
+// One length word and that many bytes. A length of zero ends the header.
 std::string read_header_string(BinaryFile& file) {
   const std::uint32_t length = file.read_word("the length of a header string");
   if (length == 0) return {};
   if (length > kLongestString) file.fail("a header string is " + std::to_string(length) + " bytes long");
   const auto bytes = file.read_bytes(length, "a header string");
-  if (bytes.back() != 0) file.fail("a header string has no end");
-  return std::string(bytes.begin(), bytes.end() - 1);
+  // The last string may be padding without a zero, so that the weights start on a word boundary.
+  return std::string(bytes.begin(), bytes.back() == 0 ? bytes.end() - 1 : bytes.end());
 }
 
 // The first word is the length of the title, small in the right byte order and huge in the other.
