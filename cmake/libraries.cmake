@@ -28,27 +28,29 @@ endfunction()
 add_library(kivcore SHARED src/core/constants.cpp)
 kivsr_shared(kivcore kivcore)
 
-add_library(kivsrw7 SHARED ${KIVSR_SOURCES})
+# Compiled once for the shared and the static library.
+add_library(kivsr_objects OBJECT ${KIVSR_SOURCES})
+target_link_libraries(kivsr_objects PRIVATE kivsr_flags)
+
+add_library(kivsrw7 SHARED $<TARGET_OBJECTS:kivsr_objects>)
 kivsr_shared(kivsrw7 kivsrw7)
 target_link_libraries(kivsrw7 PUBLIC kivcore PRIVATE m)
-set_target_properties(kivsrw7 PROPERTIES EXPORT_NAME kivsr INSTALL_RPATH "$ORIGIN")
+set_target_properties(kivsrw7 PROPERTIES EXPORT_NAME kivsr BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
 add_library(kivsr::kivsr ALIAS kivsrw7)
 
-add_library(kivsr_static STATIC ${KIVSR_SOURCES} src/core/constants.cpp)
+add_library(kivsr_static STATIC $<TARGET_OBJECTS:kivsr_objects> src/core/constants.cpp)
 target_link_libraries(kivsr_static PRIVATE $<BUILD_INTERFACE:kivsr_flags> INTERFACE m)
 target_include_directories(kivsr_static INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 set_target_properties(kivsr_static PROPERTIES OUTPUT_NAME kivsr EXPORT_NAME kivsr_static)
 add_library(kivsr::kivsr_static ALIAS kivsr_static)
 
-set(KIVSR_LIBRARIES kivsrw7)
 if(KIVSR_V3)
   # The dynamic loader prefers this folder beside the baseline library on a processor that can run it.
   add_library(kivsrw7_v3 SHARED ${KIVSR_SOURCES})
   kivsr_shared(kivsrw7_v3 kivsrw7)
   target_compile_options(kivsrw7_v3 PRIVATE -march=x86-64-v3)
   target_link_libraries(kivsrw7_v3 PUBLIC kivcore PRIVATE m)
-  set_target_properties(kivsrw7_v3 PROPERTIES INSTALL_RPATH "$ORIGIN:$ORIGIN/../.."
+  set_target_properties(kivsrw7_v3 PROPERTIES BUILD_RPATH "$ORIGIN/../.." INSTALL_RPATH "$ORIGIN/../.."
     LIBRARY_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/glibc-hwcaps/x86-64-v3)
-  list(APPEND KIVSR_LIBRARIES kivsrw7_v3)
 endif()

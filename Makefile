@@ -1,0 +1,40 @@
+# The front door. Presets and targets: CMakePresets.json, docs/architecture.md.
+JOBS ?= $(shell nproc)
+
+.PHONY: demo test bench docs install format clean
+
+demo:
+	@scripts/setup
+	@cmake --preset x86_64 >/dev/null
+	@cmake --build --preset x86_64 -j$(JOBS) --target kivsr kivsrw7_v3 | scripts/progress
+	@scripts/demo build/x86_64/bin/kivsr
+
+test:
+	@scripts/setup
+	@scripts/check-format
+	@for preset in x86_64 i386 asan; do \
+	  echo "== $$preset"; \
+	  cmake --preset $$preset >/dev/null && cmake --build --preset $$preset -j$(JOBS) | scripts/progress && \
+	  ctest --test-dir build/$$preset --output-on-failure -j$(JOBS) || exit 1; \
+	done
+
+bench:
+	@scripts/setup bench
+	@cmake --preset bench >/dev/null
+	@cmake --build --preset bench -j$(JOBS) | scripts/progress
+	@bench/run build/bench
+
+docs:
+	@scripts/setup docs
+	@doxygen docs/Doxyfile
+
+install:
+	cmake -S . -B build/install -DKIVSR_V3=ON
+	cmake --build build/install -j$(JOBS)
+	cmake --install build/install
+
+format:
+	git ls-files '*.h' '*.cpp' | xargs clang-format -i
+
+clean:
+	rm -rf build
