@@ -24,7 +24,9 @@ namespace {
 constexpr int kDefaultRawRate = 16000;
 constexpr float kIntegerUnit = 32768.0F;
 
-[[noreturn]] void fail(const std::filesystem::path& file, const std::string& what) { throw Fault(file.string() + ": " + what); }
+[[noreturn]] void fail(const std::filesystem::path& file, const std::string& what) {
+  throw Fault(file.string() + ": " + what);
+}
 
 struct CloseSound {
   void operator()(SNDFILE* sound) const { sf_close(sound); }
@@ -33,7 +35,8 @@ using Sound = std::unique_ptr<SNDFILE, CloseSound>;
 
 bool is_raw(const std::filesystem::path& file, const RawFormat& raw) {
   std::string extension = file.extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(), [](unsigned char c) { return std::tolower(c); });
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return std::tolower(c); });
   if (extension == ".raw") return true;
   if (raw.sample_rate <= 0) return false;
   SF_INFO info{};
@@ -45,8 +48,8 @@ std::uint32_t little_endian_32(const unsigned char* bytes) {
          static_cast<std::uint32_t>(bytes[3]) << 24U;
 }
 
-// Bytes of sound that the header of a RIFF file promises beyond those that the file holds. libsndfile silently takes what
-// is there. Programs that write to a pipe leave a size of 0 or nearly 2^31 or 2^32, which promises nothing.
+// Bytes of sound that the header of a RIFF file promises beyond those that the file holds. libsndfile silently takes
+// what is there. Programs that write to a pipe leave a size of 0 or nearly 2^31 or 2^32, which promises nothing.
 std::uint64_t missing_riff_bytes(const std::filesystem::path& file) {
   std::ifstream stream(file, std::ios::binary);
   std::array<unsigned char, 12> header{};
@@ -54,7 +57,8 @@ std::uint64_t missing_riff_bytes(const std::filesystem::path& file) {
   std::error_code error;
   const std::uint64_t file_size = std::filesystem::file_size(file, error);
   std::uint64_t position = 12;
-  while (!error && stream.seekg(static_cast<std::streamoff>(position)) && stream.read(reinterpret_cast<char*>(header.data()), 8)) {
+  while (!error && stream.seekg(static_cast<std::streamoff>(position)) &&
+         stream.read(reinterpret_cast<char*>(header.data()), 8)) {
     const std::uint64_t size = little_endian_32(header.data() + 4);
     position += 8;
     if (std::memcmp(header.data(), "data", 4) == 0)
@@ -99,7 +103,8 @@ Audio read_raw(const std::filesystem::path& file, const RawFormat& raw) {
   if (stream.bad()) fail(file, "cannot be read to its end");
   if (samples.empty()) fail(file, "holds no samples");
   if (looks_byte_swapped(samples))
-    fail(file, raw.big_endian ? "byte-swapped: the samples are little-endian" : "byte-swapped: the samples are big-endian");
+    fail(file,
+         raw.big_endian ? "byte-swapped: the samples are little-endian" : "byte-swapped: the samples are big-endian");
 
   Audio audio;
   audio.samples.assign(samples.begin(), samples.end());
@@ -135,7 +140,8 @@ Audio read_sound_file(const std::filesystem::path& file) {
     for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
       float sum = 0.0F;
       for (std::size_t channel = 0; channel < channels; ++channel) sum += block[i * channels + channel];
-      if (!std::isfinite(sum)) fail(file, "holds a sample that is not a number, at " + std::to_string(audio.samples.size()));
+      if (!std::isfinite(sum))
+        fail(file, "holds a sample that is not a number, at " + std::to_string(audio.samples.size()));
       audio.samples.push_back(sum * scale);
     }
   }

@@ -18,8 +18,8 @@ struct Audio {
 
 // How to read files without a header: 16-bit samples, one channel.
 struct RawFormat {
-  // 0: only names that end in .raw are headerless, at 16000 Hz. Above 0: their rate, and the rate of any file whose format
-  // libsndfile does not recognise.
+  // 0: only names that end in .raw are headerless, at 16000 Hz. Above 0: their rate, and the rate of any file whose
+  // format libsndfile does not recognise.
   int sample_rate = 0;
   bool big_endian = false;
 };

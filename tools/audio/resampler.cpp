@@ -32,10 +32,10 @@ double bessel_i0(double x) {
 }
 
 struct PolyphaseFilter {
-  std::int64_t phases;     // up-sampling factor: phase p holds the taps of times n + p / phases
-  std::int64_t step;       // down-sampling factor
-  int half;                // input samples on either side of t
-  std::vector<float> taps; // row p: 2 * half taps, the first for input floor(t) - half + 1
+  std::int64_t phases;      // up-sampling factor: phase p holds the taps of times n + p / phases
+  std::int64_t step;        // down-sampling factor
+  int half;                 // input samples on either side of t
+  std::vector<float> taps;  // row p: 2 * half taps, the first for input floor(t) - half + 1
 
   int length() const { return 2 * half; }
 };
@@ -45,7 +45,8 @@ PolyphaseFilter design(int from_rate, int to_rate) {
   const int divisor = std::gcd(from_rate, to_rate);
   filter.phases = to_rate / divisor;
   filter.step = from_rate / divisor;
-  // Frequencies in cycles per input sample. The transition ends at the lower Nyquist frequency, its middle is the cut-off.
+  // Frequencies in cycles per input sample. The transition ends at the lower Nyquist frequency, its middle is the
+  // cut-off.
   const double nyquist = 0.5 * std::min(1.0, static_cast<double>(to_rate) / from_rate);
   const double cutoff = nyquist * 0.5 * (1.0 + kPassBand);
   const double transition = nyquist * (1.0 - kPassBand);

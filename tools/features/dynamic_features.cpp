@@ -17,9 +17,11 @@ void subtract_utterance_mean(FeatureMatrix& cepstra) {
   const int height = cepstra.height();
   if (height == 0) return;
   std::vector<float> mean(static_cast<std::size_t>(cepstra.width), 0.0F);
-  for (int t = 0; t < height; ++t) check(kivsAdd_32f_I(cepstra.row(t).data(), mean.data(), cepstra.width), "kivsAdd_32f_I");
+  for (int t = 0; t < height; ++t)
+    check(kivsAdd_32f_I(cepstra.row(t).data(), mean.data(), cepstra.width), "kivsAdd_32f_I");
   check(kivsMulC_32f_I(1.0F / static_cast<float>(height), mean.data(), cepstra.width), "kivsMulC_32f_I");
-  for (int t = 0; t < height; ++t) check(kivsSub_32f_I(mean.data(), cepstra.row(t).data(), cepstra.width), "kivsSub_32f_I");
+  for (int t = 0; t < height; ++t)
+    check(kivsSub_32f_I(mean.data(), cepstra.row(t).data(), cepstra.width), "kivsSub_32f_I");
 }
 
 FeatureMatrix append_dynamics(const FeatureMatrix& cepstra) {

@@ -60,7 +60,8 @@ void write_htk(OutputFile& file, const FeatureMatrix& rows, const FrontEndParame
   constexpr std::uint32_t kFilterBank = 7;
   constexpr std::uint32_t kWithZeroth = 020000;
   constexpr double kUnitsASecond = 1e7;
-  if (rows.width * 4 > SHRT_MAX) throw Fault("rows of " + std::to_string(rows.width) + " values are too wide for the HTK format");
+  if (rows.width * 4 > SHRT_MAX)
+    throw Fault("rows of " + std::to_string(rows.width) + " values are too wide for the HTK format");
   const bool cepstra = parameters.output == Output::cepstra;
   const bool with_zeroth = cepstra && parameters.zeroth != ZerothCepstrum::none;
   Bytes bytes(ByteOrder::big);
@@ -72,7 +73,8 @@ void write_htk(OutputFile& file, const FeatureMatrix& rows, const FrontEndParame
   for (int t = 0; t < rows.height(); ++t) {
     const auto row = rows.row(t);
     std::copy(row.begin(), row.end(), ordered.begin());
-    if (with_zeroth && parameters.zeroth == ZerothCepstrum::first) std::rotate(ordered.begin(), ordered.begin() + 1, ordered.end());
+    if (with_zeroth && parameters.zeroth == ZerothCepstrum::first)
+      std::rotate(ordered.begin(), ordered.begin() + 1, ordered.end());
     for (const float value : ordered) bytes.put_float(value);
   }
   file.write(bytes.text());
@@ -114,7 +116,8 @@ void write_csv(OutputFile& file, const FeatureMatrix& rows, const FrontEndParame
 
 FeatureFormat feature_format(const std::filesystem::path& file) {
   std::string extension = file.extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(), [](unsigned char c) { return std::tolower(c); });
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return std::tolower(c); });
   if (extension == ".npy") return FeatureFormat::npy;
   if (extension == ".htk") return FeatureFormat::htk;
   if (extension == ".mfc") return FeatureFormat::mfc;
@@ -122,7 +125,8 @@ FeatureFormat feature_format(const std::filesystem::path& file) {
   throw Fault(file.string() + ": the extension is none of .npy, .htk, .mfc and .csv");
 }
 
-void write_features(OutputFile& file, FeatureFormat format, const FeatureMatrix& rows, const FrontEndParameters& parameters) {
+void write_features(OutputFile& file, FeatureFormat format, const FeatureMatrix& rows,
+                    const FrontEndParameters& parameters) {
   switch (format) {
     case FeatureFormat::npy: return write_npy(file, rows);
     case FeatureFormat::htk: return write_htk(file, rows, parameters);

@@ -21,7 +21,8 @@ enum class FeatureFormat {
 FeatureFormat feature_format(const std::filesystem::path& file);
 
 // Writes to the file and leaves the commit to the caller. rows are those of a front end with these parameters.
-void write_features(OutputFile& file, FeatureFormat format, const FeatureMatrix& rows, const FrontEndParameters& parameters);
+void write_features(OutputFile& file, FeatureFormat format, const FeatureMatrix& rows,
+                    const FrontEndParameters& parameters);
 
 }  // namespace kivsr::tools
 

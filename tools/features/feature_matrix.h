@@ -13,7 +13,9 @@ struct FeatureMatrix {
   std::vector<float> values;
 
   int height() const { return width > 0 ? static_cast<int>(values.size() / static_cast<std::size_t>(width)) : 0; }
-  std::span<const float> row(int index) const { return {values.data() + offset(index), static_cast<std::size_t>(width)}; }
+  std::span<const float> row(int index) const {
+    return {values.data() + offset(index), static_cast<std::size_t>(width)};
+  }
   std::span<float> row(int index) { return {values.data() + offset(index), static_cast<std::size_t>(width)}; }
 
  private:

@@ -1,5 +1,6 @@
-// The parameters and constants are those of the mel cepstra of S. B. Davis and P. Mermelstein, "Comparison of parametric
-// representations for monosyllabic word recognition", 1980, in the forms that Sphinx, HTK and Kaldi made common.
+// The parameters and constants are those of the mel cepstra of S. B. Davis and P. Mermelstein, "Comparison of
+// parametric representations for monosyllabic word recognition", 1980, in the forms that Sphinx, HTK and Kaldi made
+// common.
 #include "features/frame_analysis.h"
 
 #include <algorithm>
@@ -43,7 +44,7 @@ FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters)
   make_transform();
   const int bins = parameters_.fft_length / 2 + 1;
   centred_.resize(size_of(parameters_.window_length));
-  samples_.resize(size_of(parameters_.fft_length));
+  samples_.assign(size_of(parameters_.fft_length), 0.0F);
   bins_.resize(size_of(bins));
   spectrum_.resize(size_of(bins));
   bands_.resize(size_of(parameters_.filter_count));
@@ -56,13 +57,15 @@ void FrameAnalysis::make_filters() {
   int order = 0;
   KivsFBankState_32f* filters = nullptr;
   if (parameters_.filters == Filters::mel) {
-    check(kivsMelFBankInitAlloc_32f(&filters, &order, parameters_.fft_length, static_cast<float>(parameters_.sample_rate),
-                                    parameters_.low_frequency, parameters_.high_frequency, parameters_.filter_count,
-                                    parameters_.mel_multiplier, parameters_.mel_divisor, KIV_FBANK_MELWEIGHT),
-          "kivsMelFBankInitAlloc_32f");
+    check(
+        kivsMelFBankInitAlloc_32f(&filters, &order, parameters_.fft_length, static_cast<float>(parameters_.sample_rate),
+                                  parameters_.low_frequency, parameters_.high_frequency, parameters_.filter_count,
+                                  parameters_.mel_multiplier, parameters_.mel_divisor, KIV_FBANK_MELWEIGHT),
+        "kivsMelFBankInitAlloc_32f");
     filters_.reset(filters);
   } else {
-    check(kivsEmptyFBankInitAlloc_32f(&filters, &order, parameters_.fft_length, parameters_.filter_count, KIV_FBANK_BINWEIGHT),
+    check(kivsEmptyFBankInitAlloc_32f(&filters, &order, parameters_.fft_length, parameters_.filter_count,
+                                      KIV_FBANK_BINWEIGHT),
           "kivsEmptyFBankInitAlloc_32f");
     filters_.reset(filters);
     make_hertz_filters();
@@ -111,7 +114,8 @@ void FrameAnalysis::make_transform() {
   const double filters = parameters_.filter_count;
   double scale = 1.0;
   double zeroth = 1.0;
-  if (parameters_.transform == Transform::dct || parameters_.transform == Transform::htk) zeroth = scale = std::sqrt(2.0 / filters);
+  if (parameters_.transform == Transform::dct || parameters_.transform == Transform::htk)
+    zeroth = scale = std::sqrt(2.0 / filters);
   if (parameters_.transform == Transform::dct) zeroth = std::sqrt(1.0 / filters);
   if (parameters_.transform == Transform::legacy) zeroth = scale = 1.0 / filters;
   std::vector<float> weights(size_of(count));
@@ -129,7 +133,7 @@ void FrameAnalysis::make_transform() {
 }
 
 void FrameAnalysis::spectrum_of(std::span<const float> frame) {
-  const int length = static_cast<int>(frame.size());
+  const int length = parameters_.window_length;
   const float* source = frame.data();
   if (parameters_.remove_offset) {
     float sum = 0.0F;
@@ -138,7 +142,6 @@ void FrameAnalysis::spectrum_of(std::span<const float> frame) {
     source = centred_.data();
   }
   check(kivsMul_32f(source, window_.data(), samples_.data(), length), "kivsMul_32f");
-  std::fill(samples_.begin() + length, samples_.end(), 0.0F);
   auto* const bins = reinterpret_cast<Kiv32f*>(bins_.data());
   check(kivsFFTFwd_RToCCS_32f(samples_.data(), bins, fft_.get(), fft_work_.data()), "kivsFFTFwd_RToCCS_32f");
   if (parameters_.spectrum == Spectrum::magnitude)
@@ -162,7 +165,8 @@ void FrameAnalysis::cepstra_of_energies(std::span<float> row) {
 void FrameAnalysis::run(std::span<const float> frame, std::span<float> row) {
   spectrum_of(frame);
   check(kivsEvalFBank_32f(spectrum_.data(), bands_.data(), filters_.get()), "kivsEvalFBank_32f");
-  check(kivsAddC_32f(bands_.data(), parameters_.log_offset, energies_.data(), parameters_.filter_count), "kivsAddC_32f");
+  check(kivsAddC_32f(bands_.data(), parameters_.log_offset, energies_.data(), parameters_.filter_count),
+        "kivsAddC_32f");
   check(kivsMaxEvery_32f_I(floor_.data(), energies_.data(), parameters_.filter_count), "kivsMaxEvery_32f_I");
   check(kivsLn_32f_I(energies_.data(), parameters_.filter_count), "kivsLn_32f_I");
   if (parameters_.output == Output::log_mel)

@@ -15,8 +15,7 @@ class FrameAnalysis {
  public:
   explicit FrameAnalysis(const FrontEndParameters& parameters);
 
-  // frame: window_length pre-emphasised samples or, at the end of an utterance, fewer, the rest being zero.
-  // row: row_width() values.
+  // frame: window_length pre-emphasised samples. row: row_width() values.
   void run(std::span<const float> frame, std::span<float> row);
 
  private:
@@ -32,14 +31,14 @@ class FrameAnalysis {
   LibraryObject<KivsFBankState_32f, kivsFBankFree_32f> filters_;
   LibraryObject<KivsDCTLifterState_32f, kivsDCTLifterFree_32f> transform_;
   std::vector<Kiv8u> fft_work_;
-  std::vector<float> centred_;     // window_length, mean subtracted
-  std::vector<float> samples_;     // fft_length, windowed
-  std::vector<Kiv32fc> bins_;      // fft_length / 2 + 1
-  std::vector<float> spectrum_;    // the same, power or magnitude
-  std::vector<float> bands_;       // filter_count, energies
-  std::vector<float> energies_;    // the same with offset and floor, then their logarithms
-  std::vector<float> floor_;       // filter_count times the floor of the logarithm
-  std::vector<float> transformed_; // as the library orders them: c1 .. cN, then c0
+  std::vector<float> centred_;      // window_length, mean subtracted
+  std::vector<float> samples_;      // fft_length, windowed, zeros behind the window
+  std::vector<Kiv32fc> bins_;       // fft_length / 2 + 1
+  std::vector<float> spectrum_;     // the same, power or magnitude
+  std::vector<float> bands_;        // filter_count, energies
+  std::vector<float> energies_;     // the same with offset and floor, then their logarithms
+  std::vector<float> floor_;        // filter_count times the floor of the logarithm
+  std::vector<float> transformed_;  // as the library orders them: c1 .. cN, then c0
 };
 
 }  // namespace kivsr::tools

@@ -66,7 +66,10 @@ void FrontEnd::push(std::span<const float> samples, FeatureMatrix& rows) {
 
 void FrontEnd::finish(FeatureMatrix& rows) {
   rows.width = row_width();
-  if (parameters_.pad_last_frame && !pending_.empty()) emit(pending_, rows);
+  if (parameters_.pad_last_frame && !pending_.empty()) {
+    pending_.resize(static_cast<std::size_t>(parameters_.window_length), 0.0F);
+    emit(pending_, rows);
+  }
   pending_.clear();
   skip_ = 0;
   previous_sample_ = 0.0F;

@@ -40,7 +40,7 @@ class FrontEnd {
   FrontEndParameters parameters_;
   std::unique_ptr<FrameAnalysis> analysis_;
   std::vector<float> pending_;    // pre-emphasised samples from the start of the next frame on
-  std::size_t skip_ = 0;           // samples to drop before the next frame begins
+  std::size_t skip_ = 0;          // samples to drop before the next frame begins
   std::vector<float> emphasis_;   // work area
   float previous_sample_ = 0.0F;  // last sample before the next one, as it came
 };

@@ -109,19 +109,23 @@ void FrontEndParameters::validate() const {
   };
   require(sample_rate > 0, "the sampling rate must be above 0 Hz");
   require(std::isfinite(pre_emphasis) && std::abs(pre_emphasis) <= 1.0F, "the pre-emphasis must lie between -1 and 1");
-  require(window_length >= 1 && window_length <= kLongestFrame, "the window must be at least one sample and at most 2^20");
+  require(window_length >= 1 && window_length <= kLongestFrame,
+          "the window must be at least one sample and at most 2^20");
   require(shift >= 1 && shift <= kLongestFrame, "the shift must be at least one sample and at most 2^20");
   require(fft_length >= 2 && fft_length <= kLongestFrame && (fft_length & (fft_length - 1)) == 0,
           "the FFT length must be a power of two");
   require(fft_length >= window_length, "the FFT must be at least as long as the window");
-  require(filter_count >= 1 && filter_count <= fft_length / 2, "the filters must be at least one and at most half the FFT length");
+  require(filter_count >= 1 && filter_count <= fft_length / 2,
+          "the filters must be at least one and at most half the FFT length");
   require(low_frequency > 0.0F, "the lowest frequency must be above 0 Hz");
   require(high_frequency > low_frequency, "the highest frequency must be above the lowest");
-  require(high_frequency <= 0.5F * static_cast<float>(sample_rate), "the highest frequency must be at most half the sampling rate");
+  require(high_frequency <= 0.5F * static_cast<float>(sample_rate),
+          "the highest frequency must be at most half the sampling rate");
   require(mel_multiplier > 0.0F && mel_divisor > 0.0F, "the constants of the mel scale must be above 0");
   require(log_floor >= 0.0F && std::isfinite(log_floor), "the floor of the logarithm must not be negative");
   require(log_offset >= 0.0F && std::isfinite(log_offset), "the offset of the logarithm must not be negative");
-  require(cepstrum_count >= 1 && cepstrum_count <= filter_count, "the cepstra must be at least one and at most the filters");
+  require(cepstrum_count >= 1 && cepstrum_count <= filter_count,
+          "the cepstra must be at least one and at most the filters");
   require(zeroth != ZerothCepstrum::none || cepstrum_count >= 2, "no cepstrum is left without the zeroth");
   require(lifter >= 0, "the lifter must not be negative");
 }
@@ -143,7 +147,8 @@ std::vector<std::string> front_end_preset_names() {
 
 ModelFeatureParameters read_feature_parameters(const std::filesystem::path& file) {
   std::ifstream stream(file);
-  if (!stream || std::filesystem::is_directory(file)) throw Fault(file.string() + ": cannot be read: " + std::strerror(errno));
+  if (!stream || std::filesystem::is_directory(file))
+    throw Fault(file.string() + ": cannot be read: " + std::strerror(errno));
   ModelFeatureParameters result;
   std::string name;
   std::string value;
@@ -160,23 +165,40 @@ ModelFeatureParameters read_feature_parameters(const std::filesystem::path& file
   int fft_length = 0;
   for (const auto& [key, text] : result.entries) {
     const Entry entry(file, key, text);
-    if (key == "samprate") to.sample_rate = static_cast<int>(std::lround(entry.number()));
-    else if (key == "alpha") to.pre_emphasis = static_cast<float>(entry.number());
-    else if (key == "wlen") window_seconds = entry.number();
-    else if (key == "frate") frames_a_second = entry.number();
-    else if (key == "nfft") fft_length = entry.integer();
-    else if (key == "nfilt") to.filter_count = entry.integer();
-    else if (key == "lowerf") to.low_frequency = static_cast<float>(entry.number());
-    else if (key == "upperf") to.high_frequency = static_cast<float>(entry.number());
-    else if (key == "ncep") to.cepstrum_count = entry.integer();
-    else if (key == "lifter") to.lifter = entry.integer();
-    else if (key == "transform") to.transform = entry.transform();
-    else if (key == "round_filters") to.round_filters = entry.yes();
-    else if (key == "unit_area") to.unit_area = entry.yes();
-    else if (key == "remove_dc") to.remove_offset = entry.yes();
-    else if (key == "doublebw" || key == "varnorm") entry.accept_only("no");
-    else if (key == "agc") entry.accept_only("none");
-    else if (key == "warp_params") entry.fail("frequency warping is not offered");
+    if (key == "samprate")
+      to.sample_rate = static_cast<int>(std::lround(entry.number()));
+    else if (key == "alpha")
+      to.pre_emphasis = static_cast<float>(entry.number());
+    else if (key == "wlen")
+      window_seconds = entry.number();
+    else if (key == "frate")
+      frames_a_second = entry.number();
+    else if (key == "nfft")
+      fft_length = entry.integer();
+    else if (key == "nfilt")
+      to.filter_count = entry.integer();
+    else if (key == "lowerf")
+      to.low_frequency = static_cast<float>(entry.number());
+    else if (key == "upperf")
+      to.high_frequency = static_cast<float>(entry.number());
+    else if (key == "ncep")
+      to.cepstrum_count = entry.integer();
+    else if (key == "lifter")
+      to.lifter = entry.integer();
+    else if (key == "transform")
+      to.transform = entry.transform();
+    else if (key == "round_filters")
+      to.round_filters = entry.yes();
+    else if (key == "unit_area")
+      to.unit_area = entry.yes();
+    else if (key == "remove_dc")
+      to.remove_offset = entry.yes();
+    else if (key == "doublebw" || key == "varnorm")
+      entry.accept_only("no");
+    else if (key == "agc")
+      entry.accept_only("none");
+    else if (key == "warp_params")
+      entry.fail("frequency warping is not offered");
   }
   const double shift = to.sample_rate / frames_a_second + 0.5;
   const double window = window_seconds * to.sample_rate + 0.5;

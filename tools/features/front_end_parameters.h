@@ -31,19 +31,19 @@ struct FrontEndParameters {
   int shift = 160;             // samples
   int fft_length = 512;        // a power of two, at least window_length
   Window window = Window::hamming;
-  bool remove_offset = false;    // subtract the mean of each frame
-  bool pad_last_frame = true;    // fill the last, incomplete frame with zeros; otherwise drop it
+  bool remove_offset = false;  // subtract the mean of each frame
+  bool pad_last_frame = true;  // fill the last, incomplete frame with zeros; otherwise drop it
   Spectrum spectrum = Spectrum::power;
   Filters filters = Filters::hertz;
-  bool unit_area = true;         // hertz triangles: height 2 / (upper - lower edge), otherwise height 1
-  bool round_filters = true;     // hertz triangles: edges moved to the nearest FFT bin
+  bool unit_area = true;      // hertz triangles: height 2 / (upper - lower edge), otherwise height 1
+  bool round_filters = true;  // hertz triangles: edges moved to the nearest FFT bin
   int filter_count = 40;
   float low_frequency = 133.33334F;    // Hz, above 0
   float high_frequency = 6855.4976F;   // Hz, at most half the sampling rate
   float mel_multiplier = 1126.99402F;  // mel(f) = multiplier * ln(1 + f / divisor); 2595 / ln 10
   float mel_divisor = 700.0F;
-  float log_floor = 0.0F;     // energies below it are raised to it
-  float log_offset = 1e-4F;   // added to every energy before the logarithm
+  float log_floor = 0.0F;    // energies below it are raised to it
+  float log_offset = 1e-4F;  // added to every energy before the logarithm
   Transform transform = Transform::legacy;
   int cepstrum_count = 13;  // c0 counted
   int lifter = 0;           // sine lifter 1 + (L / 2) sin(pi k / L); 0: none

@@ -1,5 +1,6 @@
 // kivsr features: an audio file to rows of features, and to a picture of them.
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -32,7 +33,8 @@ struct FeaturesCommand {
 };
 
 void FeaturesCommand::run() const {
-  if (output_file.empty() && picture_file.empty()) throw Fault("features: nothing to write, give --output or --picture");
+  if (output_file.empty() && picture_file.empty())
+    throw Fault("features: nothing to write, give --output or --picture");
   const FrontEndParameters parameters = front_end.parameters();
   const auto format = output_file.empty() ? FeatureFormat::npy : feature_format(output_file);
   if (!picture_file.empty()) check_picture_name(picture_file);
@@ -47,13 +49,15 @@ void FeaturesCommand::run() const {
   std::optional<OutputFile> output;
   std::optional<OutputFile> picture;
   if (!output_file.empty()) write_features(output.emplace(output_file), format, rows, parameters);
-  if (!picture_file.empty()) draw_features(picture.emplace(picture_file), audio_file, audio, parameters);
+  if (!picture_file.empty())
+    draw_features(picture.emplace(picture_file), std::filesystem::path(audio_file).filename(), audio, parameters);
   if (output) output->commit();
   if (picture) picture->commit();
 
   std::printf("%s: %.2f s, %d frames of %d values", audio_file.c_str(), audio.seconds(), rows.height(), rows.width);
   if (audio.file_channels > 1) std::printf(", %d channels mixed down", audio.file_channels);
-  if (audio.file_sample_rate != audio.sample_rate) std::printf(", resampled from %d to %d Hz", audio.file_sample_rate, audio.sample_rate);
+  if (audio.file_sample_rate != audio.sample_rate)
+    std::printf(", resampled from %d to %d Hz", audio.file_sample_rate, audio.sample_rate);
   std::printf("\n");
 }
 
@@ -65,7 +69,8 @@ void add_features(CLI::App& program) {
   command->add_option("audio", options->audio_file, "WAV, FLAC, ... or .raw (16-bit, one channel)")->required();
   command->add_option("-o,--output", options->output_file, "File to write: .npy, .htk, .mfc or .csv");
   command->add_option("--picture", options->picture_file, "PNG with waveform, mel spectrogram and cepstra");
-  command->add_option("--raw-rate", options->raw.sample_rate, "Sampling rate of audio without a header, Hz")->check(CLI::PositiveNumber);
+  command->add_option("--raw-rate", options->raw.sample_rate, "Sampling rate of audio without a header, Hz")
+      ->check(CLI::PositiveNumber);
   command->add_flag("--raw-big-endian", options->raw.big_endian, "Audio without a header has the high byte first");
   command->callback([options] { options->run(); });
 }

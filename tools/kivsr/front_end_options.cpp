@@ -21,7 +21,7 @@ std::string join(const std::vector<std::string>& names) {
 }  // namespace
 
 template <class Value>
-CLI::Option* FrontEndOptions::add(CLI::App& command, const std::string& name, Value FrontEndParameters::* member,
+CLI::Option* FrontEndOptions::add(CLI::App& command, const std::string& name, Value FrontEndParameters::*member,
                                   const std::string& text) {
   const auto value = std::make_shared<Value>();
   CLI::Option* const option = command.add_option(name, *value, text)->group(kGroup);
@@ -32,19 +32,21 @@ CLI::Option* FrontEndOptions::add(CLI::App& command, const std::string& name, Va
 }
 
 template <class Value>
-void FrontEndOptions::add_choice(CLI::App& command, const std::string& name, Value FrontEndParameters::* member,
+void FrontEndOptions::add_choice(CLI::App& command, const std::string& name, Value FrontEndParameters::*member,
                                  const std::vector<std::pair<std::string, Value>>& choices, const std::string& text) {
   std::vector<std::string> names;
   for (const auto& choice : choices) names.push_back(choice.first);
   const auto word = std::make_shared<std::string>();
-  CLI::Option* const option = command.add_option(name, *word, text + ": " + join(names))->check(CLI::IsMember(names))->group(kGroup);
+  CLI::Option* const option =
+      command.add_option(name, *word, text + ": " + join(names))->check(CLI::IsMember(names))->group(kGroup);
   changes_.push_back([word, option, member, choices](FrontEndParameters& parameters) {
     if (option->count() == 0) return;
-    parameters.*member = std::find_if(choices.begin(), choices.end(), [&](const auto& c) { return c.first == *word; })->second;
+    parameters.*member =
+        std::find_if(choices.begin(), choices.end(), [&](const auto& c) { return c.first == *word; })->second;
   });
 }
 
-void FrontEndOptions::add_switch(CLI::App& command, const std::string& name, bool FrontEndParameters::* member,
+void FrontEndOptions::add_switch(CLI::App& command, const std::string& name, bool FrontEndParameters::*member,
                                  const std::string& text) {
   const auto value = std::make_shared<bool>(false);
   CLI::Option* const option = command.add_flag("--" + name + ",!--no-" + name, *value, text)->group(kGroup);
@@ -56,9 +58,12 @@ void FrontEndOptions::add_switch(CLI::App& command, const std::string& name, boo
 FrontEndOptions::FrontEndOptions(CLI::App& command) {
   using P = FrontEndParameters;
   CLI::Option* const preset =
-      command.add_option("--preset", preset_, "Parameters to start from: " + join(front_end_preset_names()))->capture_default_str();
+      command.add_option("--preset", preset_, "Parameters to start from: " + join(front_end_preset_names()))
+          ->capture_default_str();
   preset->group(kGroup);
-  command.add_option("--feat-params", feature_parameters_, "A model's feat.params to start from")->group(kGroup)->excludes(preset);
+  command.add_option("--feat-params", feature_parameters_, "A model's feat.params to start from")
+      ->group(kGroup)
+      ->excludes(preset);
 
   add(command, "--sample-rate", &P::sample_rate, "Hz; audio of another rate is resampled");
   add(command, "--pre-emphasis", &P::pre_emphasis, "a of y(n) = x(n) - a x(n-1)");
@@ -66,11 +71,12 @@ FrontEndOptions::FrontEndOptions(CLI::App& command) {
   shift_ = add(command, "--shift", &P::shift, "samples from frame to frame");
   fft_length_ = add(command, "--fft-length", &P::fft_length, "a power of two");
   add_choice<Window>(command, "--window", &P::window,
-                     {{"hamming", Window::hamming}, {"hann", Window::hann}, {"rectangular", Window::rectangular}}, "Shape of the window");
+                     {{"hamming", Window::hamming}, {"hann", Window::hann}, {"rectangular", Window::rectangular}},
+                     "Shape of the window");
   add_switch(command, "remove-offset", &P::remove_offset, "Subtract the mean of each frame");
   add_switch(command, "pad-last-frame", &P::pad_last_frame, "Fill the last frame with zeros instead of dropping it");
-  add_choice<Spectrum>(command, "--spectrum", &P::spectrum, {{"power", Spectrum::power}, {"magnitude", Spectrum::magnitude}},
-                       "What the filters sum");
+  add_choice<Spectrum>(command, "--spectrum", &P::spectrum,
+                       {{"power", Spectrum::power}, {"magnitude", Spectrum::magnitude}}, "What the filters sum");
   add_choice<Filters>(command, "--filters", &P::filters, {{"hertz", Filters::hertz}, {"mel", Filters::mel}},
                       "Scale on which the sides of the triangles are straight");
   add_switch(command, "unit-area", &P::unit_area, "Hertz triangles of equal area instead of equal height");
@@ -84,12 +90,14 @@ FrontEndOptions::FrontEndOptions(CLI::App& command) {
   add(command, "--log-offset", &P::log_offset, "Added to energies before the logarithm");
   add_choice<Transform>(
       command, "--transform", &P::transform,
-      {{"dct", Transform::dct}, {"legacy", Transform::legacy}, {"htk", Transform::htk}, {"plain", Transform::plain}}, "Cosine transform");
+      {{"dct", Transform::dct}, {"legacy", Transform::legacy}, {"htk", Transform::htk}, {"plain", Transform::plain}},
+      "Cosine transform");
   add(command, "--cepstrum-count", &P::cepstrum_count, "Cepstra, c0 counted");
   add(command, "--lifter", &P::lifter, "Length of the sine lifter; 0: none");
-  add_choice<ZerothCepstrum>(command, "--zeroth", &P::zeroth,
-                             {{"first", ZerothCepstrum::first}, {"last", ZerothCepstrum::last}, {"none", ZerothCepstrum::none}},
-                             "Place of c0 in the row");
+  add_choice<ZerothCepstrum>(
+      command, "--zeroth", &P::zeroth,
+      {{"first", ZerothCepstrum::first}, {"last", ZerothCepstrum::last}, {"none", ZerothCepstrum::none}},
+      "Place of c0 in the row");
   add_choice<Output>(command, "--output-kind", &P::output, {{"cepstra", Output::cepstra}, {"log-mel", Output::log_mel}},
                      "What the rows hold");
 }
@@ -101,13 +109,16 @@ FrontEndParameters FrontEndOptions::parameters() const {
   for (const auto& change : changes_) change(parameters);
   if (parameters.sample_rate != start.sample_rate && parameters.sample_rate > 0) {
     const double ratio = static_cast<double>(parameters.sample_rate) / start.sample_rate;
-    if (window_length_->count() == 0) parameters.window_length = static_cast<int>(std::lround(start.window_length * ratio));
+    if (window_length_->count() == 0)
+      parameters.window_length = static_cast<int>(std::lround(start.window_length * ratio));
     if (shift_->count() == 0) parameters.shift = static_cast<int>(std::lround(start.shift * ratio));
     if (high_frequency_->count() == 0)
-      parameters.high_frequency = std::min(parameters.high_frequency, 0.5F * static_cast<float>(parameters.sample_rate));
+      parameters.high_frequency =
+          std::min(parameters.high_frequency, 0.5F * static_cast<float>(parameters.sample_rate));
   }
   constexpr int kLongestChosen = 1 << 20;
-  if (fft_length_->count() == 0 && parameters.window_length > parameters.fft_length && parameters.window_length <= kLongestChosen)
+  if (fft_length_->count() == 0 && parameters.window_length > parameters.fft_length &&
+      parameters.window_length <= kLongestChosen)
     parameters.fft_length = static_cast<int>(std::bit_ceil(static_cast<unsigned>(parameters.window_length)));
   parameters.validate();
   return parameters;

@@ -26,11 +26,13 @@ class FrontEndOptions {
 
  private:
   template <class Value>
-  CLI::Option* add(CLI::App& command, const std::string& name, Value FrontEndParameters::* member, const std::string& text);
+  CLI::Option* add(CLI::App& command, const std::string& name, Value FrontEndParameters::*member,
+                   const std::string& text);
   template <class Value>
-  void add_choice(CLI::App& command, const std::string& name, Value FrontEndParameters::* member,
+  void add_choice(CLI::App& command, const std::string& name, Value FrontEndParameters::*member,
                   const std::vector<std::pair<std::string, Value>>& choices, const std::string& text);
-  void add_switch(CLI::App& command, const std::string& name, bool FrontEndParameters::* member, const std::string& text);
+  void add_switch(CLI::App& command, const std::string& name, bool FrontEndParameters::*member,
+                  const std::string& text);
 
   std::string preset_ = "sphinx-en-us";
   std::string feature_parameters_;

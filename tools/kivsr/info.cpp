@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <dlfcn.h>
+#include <CLI/CLI.hpp>
 #if defined(__i386__) || defined(__x86_64__)
 #include <cpuid.h>
 #endif
@@ -17,7 +17,8 @@ namespace kivsr::tools {
 
 namespace {
 
-// The file that the dynamic loader mapped. The version record lies in it, whatever the linker did to function addresses.
+// The file that the dynamic loader mapped. The version record lies in it, whatever the linker did to function
+// addresses.
 std::string library_file() {
   Dl_info where{};
   if (dladdr(kivsrGetLibVersion(), &where) == 0 || where.dli_fname == nullptr) return "unknown";
@@ -35,7 +36,8 @@ std::string processor_name() {
 #if defined(__i386__) || defined(__x86_64__)
   unsigned words[12] = {};
   for (unsigned i = 0; i < 3; ++i)
-    if (__get_cpuid(0x80000002U + i, &words[4 * i], &words[4 * i + 1], &words[4 * i + 2], &words[4 * i + 3]) == 0) return "unknown";
+    if (__get_cpuid(0x80000002U + i, &words[4 * i], &words[4 * i + 1], &words[4 * i + 2], &words[4 * i + 3]) == 0)
+      return "unknown";
   char text[sizeof words + 1] = {};
   std::memcpy(text, words, sizeof words);
   const std::string name = text;
@@ -71,8 +73,8 @@ std::string processor_features() {
 void print_info() {
   const KivLibraryVersion& version = *kivsrGetLibVersion();
   const std::string file = library_file();
-  std::printf("library    %s %d.%d build %d.%d, target %.4s\n", version.name, version.major, version.minor, version.majorBuild,
-              version.build, version.targetCpu);
+  std::printf("library    %s %d.%d build %d.%d, target %.4s\n", version.name, version.major, version.minor,
+              version.majorBuild, version.build, version.targetCpu);
   std::printf("version    %s, %s\n", version.version, version.buildDate);
   std::printf("file       %s\n", file.c_str());
   std::printf("build      %s\n", library_build(file).c_str());
@@ -83,7 +85,8 @@ void print_info() {
 }  // namespace
 
 void add_info(CLI::App& program) {
-  program.add_subcommand("info", "Print the library's version and file and the processor's features")->callback(print_info);
+  program.add_subcommand("info", "Print the library's version and file and the processor's features")
+      ->callback(print_info);
 }
 
 }  // namespace kivsr::tools

@@ -1,4 +1,5 @@
 // The command-line program: reads the command line, runs the subcommand, turns a fault into one line and exit status 2.
+#include <csignal>
 #include <cstdio>
 #include <new>
 #include <string>
@@ -22,12 +23,16 @@ int report(std::string message) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a fault like any other, not the end
   CLI::App program("Speech features and recognition on the kivsr library", "kivsr");
   program.require_subcommand(1);
   try {
     kivsr::tools::add_features(program);
     kivsr::tools::add_info(program);
     kivsr::tools::add_recognise(program);
+    const auto is_first_word = [&](CLI::App* subcommand) { return subcommand->get_name() == argv[1]; };
+    if (argc > 1 && argv[1][0] != '-' && program.get_subcommands(is_first_word).empty())
+      return report("no subcommand '" + std::string(argv[1]) + "' (see kivsr --help)");
     program.parse(argc, argv);
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) return report("standard output cannot be written");
     return 0;

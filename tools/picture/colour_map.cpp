@@ -10,8 +10,9 @@ namespace {
 
 constexpr Colour rgb(int red, int green, int blue) { return {red / 255.0, green / 255.0, blue / 255.0}; }
 
-constexpr std::array kHeat = {rgb(0, 0, 4),     rgb(31, 12, 72),   rgb(85, 15, 109),  rgb(136, 34, 106), rgb(186, 54, 85),
-                              rgb(227, 89, 51), rgb(249, 140, 10), rgb(249, 201, 50), rgb(252, 255, 164)};
+constexpr std::array kHeat = {rgb(0, 0, 4),      rgb(31, 12, 72),   rgb(85, 15, 109),
+                              rgb(136, 34, 106), rgb(186, 54, 85),  rgb(227, 89, 51),
+                              rgb(249, 140, 10), rgb(249, 201, 50), rgb(252, 255, 164)};
 constexpr std::array kSigned = {rgb(33, 102, 172),  rgb(103, 169, 207), rgb(209, 229, 240), rgb(247, 247, 247),
                                 rgb(253, 219, 199), rgb(239, 138, 98),  rgb(178, 24, 43)};
 
@@ -33,7 +34,8 @@ Colour colour_at(ColourMap map, double value) {
   const double part = place - static_cast<double>(index);
   const Colour& from = map[index];
   const Colour& to = map[index + 1];
-  return {std::lerp(from.red, to.red, part), std::lerp(from.green, to.green, part), std::lerp(from.blue, to.blue, part)};
+  return {std::lerp(from.red, to.red, part), std::lerp(from.green, to.green, part),
+          std::lerp(from.blue, to.blue, part)};
 }
 
 }  // namespace kivsr::tools

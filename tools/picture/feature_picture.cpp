@@ -67,9 +67,9 @@ class FeaturePicture {
 
   void draw(const std::string& name) {
     char line[160];
-    std::snprintf(line, sizeof line, ":  %.2f s at %d Hz, frames of %.3g ms every %.3g ms, %d mel filters", audio_.seconds(),
-                  audio_.sample_rate, 1000.0 * parameters_.window_length / parameters_.sample_rate, 1000.0 * parameters_.frame_seconds(),
-                  parameters_.filter_count);
+    std::snprintf(line, sizeof line, ":  %.2f s at %d Hz, frames of %.3g ms every %.3g ms, %d mel filters",
+                  audio_.seconds(), audio_.sample_rate, 1000.0 * parameters_.window_length / parameters_.sample_rate,
+                  1000.0 * parameters_.frame_seconds(), parameters_.filter_count);
     page_.title(name + line);
     draw_waveform({60.0, 150.0, time_, {}});
     draw_spectrogram({240.0, 260.0, time_, {}});
@@ -87,7 +87,8 @@ class FeaturePicture {
     page_.envelope(panel, [&](Range x) {
       const int first = std::clamp(static_cast<int>(x.low * audio_.sample_rate), 0, count - 1);
       const int last = std::clamp(static_cast<int>(std::ceil(x.high * audio_.sample_rate)), first + 1, count);
-      return extremes(std::span(audio_.samples).subspan(static_cast<std::size_t>(first), static_cast<std::size_t>(last - first)));
+      return extremes(
+          std::span(audio_.samples).subspan(static_cast<std::size_t>(first), static_cast<std::size_t>(last - first)));
     });
     page_.frame(panel, "Waveform", "16-bit units");
     page_.x_axis(panel, "", false);
@@ -99,7 +100,8 @@ class FeaturePicture {
     parameters.output = Output::log_mel;
     FeatureMatrix decibels = FrontEnd(parameters).run(audio_.samples);
     const float per_neper = (parameters.spectrum == Spectrum::power ? 10.0F : 20.0F) / std::log(10.0F);
-    check(kivsMulC_32f_I(per_neper, decibels.values.data(), static_cast<int>(decibels.values.size())), "kivsMulC_32f_I");
+    check(kivsMulC_32f_I(per_neper, decibels.values.data(), static_cast<int>(decibels.values.size())),
+          "kivsMulC_32f_I");
     Range values = extremes(decibels.values);
     values.low = std::max(values.low, values.high - kDynamicRange);
     if (values.span() < 1.0) values.low = values.high - 1.0;
@@ -135,8 +137,13 @@ class FeaturePicture {
     page_.y_axis(zeroth, numbered(ticks(zeroth.y, 3)));
     if (rest.width == 0) return;
 
-    const Range found = extremes(rest.values);
-    const double peak = std::max({std::abs(found.low), std::abs(found.high), 1e-6});
+    // The strongest hundredth of the values saturates, so that a single one does not bleach the rest.
+    std::vector<float> sizes = rest.values;
+    for (float& size : sizes) size = std::abs(size);
+    float peak = 0.0F;
+    const int count = static_cast<int>(sizes.size());
+    check(kivsNthMaxElement_32f(sizes.data(), count, count / 100, &peak), "kivsNthMaxElement_32f");
+    peak = std::max(peak, 1e-6F);
     others.y = {0.5, rest.width + 0.5};
     page_.image(others, rest, interval, others.y, signed_map(), {-peak, peak});
     page_.frame(others, "Cepstra c1 to c" + std::to_string(rest.width), "Index");
@@ -162,11 +169,13 @@ class FeaturePicture {
 
 void check_picture_name(const std::filesystem::path& file) {
   std::string extension = file.extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(), [](unsigned char c) { return std::tolower(c); });
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return std::tolower(c); });
   if (extension != ".png") throw Fault(file.string() + ": a picture's name ends in .png");
 }
 
-void draw_features(OutputFile& file, const std::string& name, const Audio& audio, const FrontEndParameters& parameters) {
+void draw_features(OutputFile& file, const std::string& name, const Audio& audio,
+                   const FrontEndParameters& parameters) {
   FeaturePicture picture(audio, parameters);
   picture.draw(name);
   picture.write(file);

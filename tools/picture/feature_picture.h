@@ -1,4 +1,5 @@
-// What the front end makes of an audio file, as a picture: waveform, mel spectrogram, c0 and the other cepstra over time.
+// What the front end makes of an audio file, as a picture: waveform, mel spectrogram, c0 and the other cepstra over
+// time.
 #ifndef KIVSR_TOOLS_PICTURE_FEATURE_PICTURE_H
 #define KIVSR_TOOLS_PICTURE_FEATURE_PICTURE_H
 

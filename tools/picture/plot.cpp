@@ -28,7 +28,9 @@ std::string number(double value) {
   return text;
 }
 
-void set_colour(cairo_t* cairo, const Colour& colour) { cairo_set_source_rgb(cairo, colour.red, colour.green, colour.blue); }
+void set_colour(cairo_t* cairo, const Colour& colour) {
+  cairo_set_source_rgb(cairo, colour.red, colour.green, colour.blue);
+}
 
 // The mean of the matrix rows first .. last - 1 of one column.
 double mean_of(const FeatureMatrix& rows, int first, int last, int column) {
@@ -45,13 +47,14 @@ std::vector<double> ticks(Range range, int wanted) {
   const double power = std::pow(10.0, std::floor(std::log10(rough)));
   double step = 10.0 * power;
   for (const double factor : {1.0, 2.0, 5.0})
-    if (factor * power >= rough * 0.999) {
+    if (factor * power >= rough * 0.7) {
       step = factor * power;
       break;
     }
   std::vector<double> values;
   const double slack = step * 1e-9;
-  for (double index = std::ceil((range.low - slack) / step); index * step <= range.high + slack; ++index) values.push_back(index * step);
+  for (double index = std::ceil((range.low - slack) / step); index * step <= range.high + slack; ++index)
+    values.push_back(index * step + 0.0);
   return values;
 }
 
@@ -151,7 +154,7 @@ void Page::colour_bar(const Panel& panel, ColourMap map, Range values, const std
   cairo_set_line_width(cairo, 1.0);
   cairo_rectangle(cairo, left - 0.5, panel.top - 0.5, kBarWidth + 1.0, panel.height + 1.0);
   cairo_stroke(cairo);
-  for (const double value : ticks(values, 4)) {
+  for (const double value : ticks(values, 5)) {
     const double y = panel.top + panel.height * (values.high - value) / values.span();
     text(left + kBarWidth + 5.0, y, number(value), 0.0, kTextSize);
   }
@@ -173,7 +176,8 @@ void Page::image(const Panel& panel, const FeatureMatrix& rows, Range x, Range y
     const int last = static_cast<int>((static_cast<std::int64_t>(column) + 1) * rows.height() / columns);
     for (int band = 0; band < rows.width; ++band) {
       const double value = (mean_of(rows, first, last, band) - values.low) / values.span();
-      auto* const line = reinterpret_cast<std::uint32_t*>(data + static_cast<std::ptrdiff_t>(stride) * (rows.width - 1 - band));
+      auto* const line =
+          reinterpret_cast<std::uint32_t*>(data + static_cast<std::ptrdiff_t>(stride) * (rows.width - 1 - band));
       line[column] = colour_at(map, value).pixel();
     }
   }
@@ -183,7 +187,8 @@ void Page::image(const Panel& panel, const FeatureMatrix& rows, Range x, Range y
   cairo_save(cairo);
   clip(panel);
   cairo_translate(cairo, x_of(panel, x.low), y_of(panel, y.high));
-  cairo_scale(cairo, (x_of(panel, x.high) - x_of(panel, x.low)) / columns, (y_of(panel, y.low) - y_of(panel, y.high)) / rows.width);
+  cairo_scale(cairo, (x_of(panel, x.high) - x_of(panel, x.low)) / columns,
+              (y_of(panel, y.low) - y_of(panel, y.high)) / rows.width);
   cairo_set_source_surface(cairo, image.get(), 0.0, 0.0);
   cairo_pattern_set_filter(cairo_get_source(cairo), columns > width_ ? CAIRO_FILTER_GOOD : CAIRO_FILTER_NEAREST);
   cairo_pattern_set_extend(cairo_get_source(cairo), CAIRO_EXTEND_NONE);
@@ -245,7 +250,8 @@ void Page::write(OutputFile& file) {
   cairo_surface_flush(surface_.get());
   const cairo_status_t status = cairo_surface_write_to_png_stream(surface_.get(), take, &sink);
   if (sink.fault) std::rethrow_exception(sink.fault);
-  if (status != CAIRO_STATUS_SUCCESS) throw Fault(std::string("the picture cannot be written: ") + cairo_status_to_string(status));
+  if (status != CAIRO_STATUS_SUCCESS)
+    throw Fault(std::string("the picture cannot be written: ") + cairo_status_to_string(status));
 }
 
 }  // namespace kivsr::tools

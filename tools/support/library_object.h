@@ -1,4 +1,5 @@
-// Owners of the library's state objects: LibraryObject<State, free function> releases the object that an InitAlloc made.
+// Owners of the library's state objects: LibraryObject<State, free function> releases the object that an InitAlloc
+// made.
 #ifndef KIVSR_TOOLS_SUPPORT_LIBRARY_OBJECT_H
 #define KIVSR_TOOLS_SUPPORT_LIBRARY_OBJECT_H
 

@@ -1,5 +1,6 @@
-// A file that appears under its name only when it is complete: bytes go to a temporary name in the same folder, commit()
-// renames it. Without a commit the destructor removes the temporary file, so a fault leaves nothing half-written.
+// A file that appears under its name only when it is complete: bytes go to a temporary name in the same folder,
+// commit() renames it. Without a commit the destructor removes the temporary file, so a fault leaves nothing
+// half-written.
 #ifndef KIVSR_TOOLS_SUPPORT_OUTPUT_FILE_H
 #define KIVSR_TOOLS_SUPPORT_OUTPUT_FILE_H
 

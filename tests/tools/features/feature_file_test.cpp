@@ -1,0 +1,119 @@
+// Each format is read back by a reader of its own, written from the format's description.
+#include "features/feature_file.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <sstream>
+
+#include "support/fault.h"
+#include "tools/support/signals.h"
+#include "tools/support/temporary_folder.h"
+
+namespace kivsr::tools::test {
+namespace {
+
+std::uint32_t number(const std::string& bytes, std::size_t place, int count, bool big_endian) {
+  std::uint32_t value = 0;
+  for (int i = 0; i < count; ++i)
+    value |= static_cast<std::uint32_t>(static_cast<unsigned char>(bytes.at(place + static_cast<std::size_t>(i))))
+             << (8 * (big_endian ? count - 1 - i : i));
+  return value;
+}
+
+std::vector<float> floats(const std::string& bytes, std::size_t place, bool big_endian) {
+  std::vector<float> values;
+  for (; place < bytes.size(); place += 4) values.push_back(std::bit_cast<float>(number(bytes, place, 4, big_endian)));
+  return values;
+}
+
+class FeatureFileTest : public ::testing::Test {
+ protected:
+  FeatureFileTest() {
+    rows_.width = 13;
+    rows_.values = noise(13 * 50);
+    for (float& value : rows_.values) value *= 0.1234567F;
+    rows_.values[5] = std::numeric_limits<float>::denorm_min();
+    rows_.values[6] = -std::numeric_limits<float>::max();
+  }
+
+  std::string written(const std::string& name) const {
+    OutputFile file(folder_ / name);
+    write_features(file, feature_format(name), rows_, parameters_);
+    file.commit();
+    return read_file(folder_ / name);
+  }
+
+  TemporaryFolder folder_;
+  FeatureMatrix rows_;
+  FrontEndParameters parameters_;
+};
+
+TEST_F(FeatureFileTest, Npy) {
+  for (const int height : {0, 1, 50, 12345}) {  // the header's length changes with the number of digits
+    rows_.values = noise(13 * height);
+    const std::string bytes = written("a.npy");
+    ASSERT_EQ(bytes.substr(0, 8), std::string("\x93NUMPY\x01\x00", 8));
+    const std::size_t data = 10 + number(bytes, 8, 2, false);
+    EXPECT_EQ(data % 64, 0U);
+    EXPECT_EQ(bytes[data - 1], '\n');
+    EXPECT_NE(bytes.find("'shape': (" + std::to_string(height) + ", 13)"), std::string::npos);
+    EXPECT_NE(bytes.find("'descr': '<f4', 'fortran_order': False"), std::string::npos);
+    EXPECT_EQ(floats(bytes, data, false), rows_.values);
+  }
+}
+
+TEST_F(FeatureFileTest, Sphinx) {
+  const std::string bytes = written("a.mfc");
+  EXPECT_EQ(number(bytes, 0, 4, false), rows_.values.size());
+  EXPECT_EQ(floats(bytes, 4, false), rows_.values);
+}
+
+TEST_F(FeatureFileTest, Htk) {
+  std::string bytes = written("a.htk");
+  EXPECT_EQ(number(bytes, 0, 4, true), 50U);
+  EXPECT_EQ(number(bytes, 4, 4, true), 100000U) << "10 ms in units of 100 ns";
+  EXPECT_EQ(number(bytes, 8, 2, true), 52U);
+  EXPECT_EQ(number(bytes, 10, 2, true), 6U + 020000U) << "MFCC_0";
+  const auto values = floats(bytes, 12, true);
+  ASSERT_EQ(values.size(), rows_.values.size());
+  for (std::size_t t = 0; t < 50; ++t) {
+    EXPECT_EQ(values[13 * t + 12], rows_.values[13 * t]) << "c0 goes last";
+    for (std::size_t k = 1; k < 13; ++k) ASSERT_EQ(values[13 * t + k - 1], rows_.values[13 * t + k]);
+  }
+  parameters_.zeroth = ZerothCepstrum::last;
+  EXPECT_EQ(floats(written("b.htk"), 12, true), rows_.values);
+  parameters_.zeroth = ZerothCepstrum::none;
+  EXPECT_EQ(number(written("c.htk"), 10, 2, true), 6U);
+  parameters_.output = Output::log_mel;
+  bytes = written("d.htk");
+  EXPECT_EQ(number(bytes, 10, 2, true), 7U) << "FBANK";
+  EXPECT_EQ(floats(bytes, 12, true), rows_.values);
+}
+
+TEST_F(FeatureFileTest, Csv) {
+  std::istringstream stream(written("a.csv"));
+  std::string line;
+  std::getline(stream, line);
+  EXPECT_EQ(line, "time_s,c0,c1,c2,c3,c4,c5,c6,c7,c8,c9,c10,c11,c12");
+  std::vector<float> values;
+  for (int t = 0; std::getline(stream, line); ++t) {
+    std::istringstream fields(line);
+    std::string field;
+    std::getline(fields, field, ',');
+    EXPECT_NEAR(std::stod(field), 0.01 * t, 1e-9);
+    while (std::getline(fields, field, ',')) values.push_back(std::strtof(field.c_str(), nullptr));
+  }
+  EXPECT_EQ(values, rows_.values) << "the digits suffice to give back every bit";
+}
+
+TEST_F(FeatureFileTest, ExtensionDecides) {
+  EXPECT_EQ(feature_format("dir.csv/a.NPY"), FeatureFormat::npy);
+  for (const char* name : {"a.txt", "a", ".npy", "a.npy.gz"}) EXPECT_THROW(feature_format(name), Fault) << name;
+}
+
+}  // namespace
+}  // namespace kivsr::tools::test

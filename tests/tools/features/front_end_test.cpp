@@ -1,0 +1,168 @@
+#include "features/front_end.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+#include "support/fault.h"
+#include "tools/support/signals.h"
+
+namespace kivsr::tools::test {
+namespace {
+
+FrontEndParameters sparse_frames() {
+  FrontEndParameters parameters = front_end_preset("mfcc");
+  parameters.shift = 700;  // beyond the window: samples that no frame reads
+  parameters.remove_offset = true;
+  return parameters;
+}
+
+TEST(FrontEnd, BlocksOfEverySizeGiveTheSameBits) {
+  const auto samples = noise(4097);
+  for (const FrontEndParameters& parameters :
+       {front_end_preset("sphinx-en-us"), front_end_preset("mfcc"), sparse_frames()}) {
+    FrontEnd front_end(parameters);
+    const FeatureMatrix batch = front_end.run(samples);
+    ASSERT_GT(batch.height(), 4);
+    for (std::size_t size = 1; size <= samples.size(); size += size < 450 ? 1 : 397) {
+      FeatureMatrix rows;
+      for (std::size_t start = 0; start < samples.size(); start += size)
+        front_end.push(std::span(samples).subspan(start, std::min(size, samples.size() - start)), rows);
+      front_end.finish(rows);
+      ASSERT_EQ(rows.values, batch.values) << "blocks of " << size;
+    }
+  }
+}
+
+TEST(FrontEnd, GivesRowsAsSoonAsTheirSamplesAreThere) {
+  const FrontEndParameters parameters = front_end_preset("sphinx-en-us");
+  FrontEnd front_end(parameters);
+  const auto samples = noise(1000);
+  FeatureMatrix rows;
+  front_end.push(std::span(samples).first(409), rows);
+  EXPECT_EQ(rows.height(), 0);
+  front_end.push(std::span(samples).subspan(409, 1), rows);
+  EXPECT_EQ(rows.height(), 1);
+  front_end.push(std::span(samples).subspan(410, 320), rows);
+  EXPECT_EQ(rows.height(), 3);
+  front_end.finish(rows);
+  EXPECT_EQ(rows.height(), 4) << "the rest is padded";
+}
+
+TEST(FrontEnd, CountsFrames) {
+  FrontEndParameters parameters = front_end_preset("mfcc");
+  FrontEnd whole_frames(parameters);
+  parameters.pad_last_frame = true;
+  FrontEnd padded(parameters);
+  for (const int count : {1, 399, 400, 559, 560, 561, 1600}) {
+    const auto samples = noise(count);
+    const int complete = count < 400 ? 0 : (count - 400) / 160 + 1;
+    EXPECT_EQ(whole_frames.run(samples).height(), complete) << count;
+    EXPECT_EQ(padded.run(samples).height(), complete + 1) << count;
+  }
+  EXPECT_EQ(padded.run({}).height(), 0);
+}
+
+// The usual definition in double precision, without the library: DFT by its sum, triangles over mel.
+std::vector<double> reference_mfcc(std::span<const float> samples, int start) {
+  constexpr int kLength = 400;
+  constexpr int kBins = 257;
+  constexpr int kFilters = 23;
+  std::vector<double> frame(kLength);
+  for (int n = 0; n < kLength; ++n) {
+    const int place = start + n;
+    const double emphasised = samples[static_cast<std::size_t>(place)] -
+                              (place > 0 ? 0.97 * samples[static_cast<std::size_t>(place - 1)] : 0.0);
+    frame[static_cast<std::size_t>(n)] =
+        emphasised * (0.54 - 0.46 * std::cos(2.0 * std::numbers::pi * n / (kLength - 1)));
+  }
+  const auto mel = [](double frequency) { return 2595.0 * std::log10(1.0 + frequency / 700.0); };
+  const double step = (mel(8000.0) - mel(20.0)) / (kFilters + 1);
+  std::vector<double> energies(kFilters, 0.0);
+  for (int bin = 0; bin < kBins; ++bin) {
+    double re = 0.0;
+    double im = 0.0;
+    for (int n = 0; n < kLength; ++n) {
+      re += frame[static_cast<std::size_t>(n)] * std::cos(2.0 * std::numbers::pi * bin * n / 512.0);
+      im -= frame[static_cast<std::size_t>(n)] * std::sin(2.0 * std::numbers::pi * bin * n / 512.0);
+    }
+    const double place = (mel(bin * 31.25) - mel(20.0)) / step;
+    for (int filter = 0; filter < kFilters; ++filter)
+      energies[static_cast<std::size_t>(filter)] +=
+          (re * re + im * im) * std::max(0.0, 1.0 - std::abs(place - (filter + 1)));
+  }
+  std::vector<double> cepstra(13, 0.0);
+  for (int k = 0; k < 13; ++k) {
+    for (int filter = 0; filter < kFilters; ++filter)
+      cepstra[static_cast<std::size_t>(k)] += std::log(energies[static_cast<std::size_t>(filter)]) *
+                                              std::cos(std::numbers::pi * k * (filter + 0.5) / kFilters);
+    cepstra[static_cast<std::size_t>(k)] *=
+        std::sqrt((k == 0 ? 1.0 : 2.0) / kFilters) * (1.0 + 11.0 * std::sin(std::numbers::pi * k / 22.0));
+  }
+  return cepstra;
+}
+
+TEST(FrontEnd, MfccPresetAgreesWithItsDefinition) {
+  const auto samples = noise(16000);
+  const FeatureMatrix rows = FrontEnd(front_end_preset("mfcc")).run(samples);
+  for (const int t : {0, 7, rows.height() - 1}) {
+    const auto expected = reference_mfcc(samples, 160 * t);
+    for (int k = 0; k < 13; ++k)
+      EXPECT_NEAR(rows.row(t)[static_cast<std::size_t>(k)], expected[static_cast<std::size_t>(k)], 2e-3)
+          << t << ' ' << k;
+  }
+}
+
+// For 16-bit samples times 10: power rises by 20 dB, magnitude by half, in every band; cepstra but c0 do not change.
+TEST(FrontEnd, LevelMovesOnlyTheZerothCepstrum) {
+  FrontEndParameters parameters = front_end_preset("sphinx-en-us");
+  parameters.log_offset = 0.0F;
+  const auto samples = noise(1600);
+  std::vector<float> louder = samples;
+  for (float& sample : louder) sample *= 10.0F;
+  for (const auto& [spectrum, gain] :
+       {std::pair(Spectrum::power, 2.0 * std::log(10.0)), std::pair(Spectrum::magnitude, std::log(10.0))}) {
+    parameters.spectrum = spectrum;
+    parameters.output = Output::log_mel;
+    const FeatureMatrix quiet_bands = FrontEnd(parameters).run(samples);
+    const FeatureMatrix loud_bands = FrontEnd(parameters).run(louder);
+    for (std::size_t i = 0; i < quiet_bands.values.size(); ++i)
+      ASSERT_NEAR(loud_bands.values[i] - quiet_bands.values[i], gain, 1e-3);
+    parameters.output = Output::cepstra;
+    const FeatureMatrix quiet = FrontEnd(parameters).run(samples);
+    const FeatureMatrix loud = FrontEnd(parameters).run(louder);
+    for (int t = 0; t < quiet.height(); ++t) {
+      EXPECT_NEAR(loud.row(t)[0] - quiet.row(t)[0], gain * 5.0, 1e-3) << "sqrt(25) times the gain of a band";
+      for (std::size_t k = 1; k < 13; ++k) ASSERT_NEAR(loud.row(t)[k], quiet.row(t)[k], 2e-3);
+    }
+  }
+}
+
+TEST(FrontEnd, PlacesTheZerothCepstrum) {
+  FrontEndParameters parameters = front_end_preset("sphinx-en-us");
+  const auto samples = noise(410);
+  const FeatureMatrix first = FrontEnd(parameters).run(samples);
+  parameters.zeroth = ZerothCepstrum::last;
+  FeatureMatrix last = FrontEnd(parameters).run(samples);
+  parameters.zeroth = ZerothCepstrum::none;
+  const FeatureMatrix none = FrontEnd(parameters).run(samples);
+  EXPECT_EQ(none.width, 12);
+  EXPECT_TRUE(std::equal(none.row(0).begin(), none.row(0).end(), first.row(0).begin() + 1));
+  EXPECT_TRUE(std::equal(none.row(0).begin(), none.row(0).end(), last.row(0).begin()));
+  EXPECT_EQ(last.row(0)[12], first.row(0)[0]);
+}
+
+TEST(FrontEnd, SilenceHasFiniteFeatures) {
+  const std::vector<float> silence(2000, 0.0F);
+  for (const std::string& name : front_end_preset_names()) {
+    FrontEndParameters parameters = front_end_preset(name);
+    parameters.log_floor = 0.0F;
+    parameters.log_offset = 0.0F;
+    for (const float value : FrontEnd(parameters).run(silence).values) ASSERT_TRUE(std::isfinite(value)) << name;
+  }
+}
+
+}  // namespace
+}  // namespace kivsr::tools::test
