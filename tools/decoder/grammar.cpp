@@ -32,7 +32,9 @@ class GrammarParser {
   }
 
  private:
-  [[noreturn]] void fail(const std::string& message) const { grammar_fault(grammar_.source, lexeme_.position, message); }
+  [[noreturn]] void fail(const std::string& message) const {
+    grammar_fault(grammar_.source, lexeme_.position, message);
+  }
 
   void advance() { lexeme_ = lexer_.next(); }
 
@@ -64,7 +66,8 @@ class GrammarParser {
     if (lexeme_.kind != Lexeme::Kind::reference) fail("expected a rule \"<name> = ...;\", found " + found());
     rule.name = local_name(lexeme_.text);
     rule.position = lexeme_.position;
-    if (rule.name == "NULL" || rule.name == "VOID") fail("<" + rule.name + "> has a fixed meaning and cannot be defined");
+    if (rule.name == "NULL" || rule.name == "VOID")
+      fail("<" + rule.name + "> has a fixed meaning and cannot be defined");
     if (grammar_.find(rule.name) != nullptr) fail("the rule <" + rule.name + "> is defined twice");
     advance();
     expect('=', "after <" + rule.name + ">");
@@ -96,7 +99,8 @@ class GrammarParser {
   }
 
   bool starts_item() const {
-    return lexeme_.kind == Lexeme::Kind::token || lexeme_.kind == Lexeme::Kind::reference || lexeme_.is_symbol('[') || lexeme_.is_symbol('(');
+    return lexeme_.kind == Lexeme::Kind::token || lexeme_.kind == Lexeme::Kind::reference || lexeme_.is_symbol('[') ||
+           lexeme_.is_symbol('(');
   }
 
   Expression parse_sequence(int depth) {
@@ -176,10 +180,12 @@ class ReferenceCheck {
     for (const Expression& part : expression.parts) visit(part);
     if (expression.kind != Expression::Kind::reference) return;
     const Rule* rule = grammar_.find(expression.text);
-    if (rule == nullptr) grammar_fault(grammar_.source, expression.position, "the rule <" + expression.text + "> is not defined");
+    if (rule == nullptr)
+      grammar_fault(grammar_.source, expression.position, "the rule <" + expression.text + "> is not defined");
     const auto index = static_cast<std::size_t>(rule - grammar_.rules.data());
     if (states_[index] == State::open)
-      grammar_fault(grammar_.source, expression.position, "the rule <" + expression.text + "> refers to itself; use * or + to repeat");
+      grammar_fault(grammar_.source, expression.position,
+                    "the rule <" + expression.text + "> refers to itself; use * or + to repeat");
     if (states_[index] == State::unseen) enter(index);
   }
 
@@ -194,7 +200,8 @@ void grammar_fault(const std::string& source, TextPosition position, const std::
 }
 
 const Rule* Grammar::find(std::string_view rule) const {
-  const auto found = std::find_if(rules.begin(), rules.end(), [&](const Rule& candidate) { return candidate.name == rule; });
+  const auto found =
+      std::find_if(rules.begin(), rules.end(), [&](const Rule& candidate) { return candidate.name == rule; });
   return found == rules.end() ? nullptr : &*found;
 }
 

@@ -40,7 +40,8 @@ void GrammarLexer::read_header() {
   const TextPosition start = position_;
   while (!at_end() && !is_space(text_[next_]) && text_[next_] != ';') take();
   while (!at_end() && is_space(text_[next_]) && text_[next_] != '\n') take();
-  if (!looking_at("V1") && !looking_at("v1")) grammar_fault(source_, position_, "expected the version V1.0 of the grammar format");
+  if (!looking_at("V1") && !looking_at("v1"))
+    grammar_fault(source_, position_, "expected the version V1.0 of the grammar format");
   while (!at_end() && text_[next_] != ';' && text_[next_] != '\n') take();
   if (at_end() || text_[next_] != ';') grammar_fault(source_, start, "the #JSGF line does not end with ;");
   take();
@@ -102,7 +103,8 @@ std::string GrammarLexer::take_until(char end, const char* what) {
   std::string result;
   take();
   while (!at_end() && text_[next_] != end && text_[next_] != '\n') result += take();
-  if (at_end() || text_[next_] != end) grammar_fault(source_, start, std::string("this ") + what + " does not end with " + end);
+  if (at_end() || text_[next_] != end)
+    grammar_fault(source_, start, std::string("this ") + what + " does not end with " + end);
   take();
   return trimmed(result);
 }
@@ -142,7 +144,8 @@ Lexeme GrammarLexer::next() {
     grammar_fault(source_, lexeme.position, std::string("unexpected ") + first);
   } else {
     lexeme.kind = Lexeme::Kind::token;
-    while (!at_end() && !is_space(text_[next_]) && kEndsToken.find(text_[next_]) == std::string_view::npos) lexeme.text += take();
+    while (!at_end() && !is_space(text_[next_]) && kEndsToken.find(text_[next_]) == std::string_view::npos)
+      lexeme.text += take();
   }
   return lexeme;
 }

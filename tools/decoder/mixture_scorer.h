@@ -1,5 +1,5 @@
-// Scores states by their Gaussian mixtures: the Gaussians of a codebook once a frame, and only if a state asks for them;
-// then for each state and stream the log-sum of log weight and log likelihood. The streams add up.
+// Scores states by their Gaussian mixtures: the Gaussians of a codebook once a frame, and only if a state asks for
+// them; then for each state and stream the log-sum of log weight and log likelihood. The streams add up.
 #ifndef KIVSR_TOOLS_DECODER_MIXTURE_SCORER_H
 #define KIVSR_TOOLS_DECODER_MIXTURE_SCORER_H
 
@@ -21,9 +21,9 @@ class MixtureScorer : public Scorer {
   void evaluate_codebook(std::span<const float> frame, int codebook);
 
   const AcousticModel& model_;
-  std::vector<float> likelihoods_;       // [codebook][stream][Gaussian]
-  std::vector<unsigned> evaluated_;      // frame in which each codebook was evaluated last
-  std::vector<float> weighted_;          // work area
+  std::vector<float> likelihoods_;   // [codebook][stream][Gaussian]
+  std::vector<unsigned> evaluated_;  // frame in which each codebook was evaluated last
+  std::vector<float> weighted_;      // work area
   unsigned frame_ = 0;
 };
 

@@ -16,7 +16,8 @@ constexpr const char* kSilence = "<sil>";
 using PhoneSequence = std::vector<int>;
 
 // The pronunciations that the model has all phones of. If there is none, reason says why.
-std::vector<PhoneSequence> pronunciations(const std::string& word, const Dictionary& dictionary, const AcousticModel& model, std::string& reason) {
+std::vector<PhoneSequence> pronunciations(const std::string& word, const Dictionary& dictionary,
+                                          const AcousticModel& model, std::string& reason) {
   const std::vector<Pronunciation>* known = dictionary.find(word);
   if (known == nullptr) {
     reason = "the word \"" + word + "\" is not in the dictionary " + dictionary.file().string();
@@ -28,7 +29,8 @@ std::vector<PhoneSequence> pronunciations(const std::string& word, const Diction
     for (const std::string& name : pronunciation) {
       phones.push_back(model.definition.phone_index(name));
       if (phones.back() >= 0) continue;
-      reason = "the word \"" + word + "\" has the phone " + name + ", which the model " + model.folder.string() + " does not have";
+      reason = "the word \"" + word + "\" has the phone " + name + ", which the model " + model.folder.string() +
+               " does not have";
       break;
     }
     if (phones.back() >= 0) result.push_back(std::move(phones));
@@ -43,12 +45,14 @@ std::string place(const WordNetwork& words, const WordArc& arc) {
 
 class SearchBuilder {
  public:
-  SearchBuilder(const WordNetwork& words, const Dictionary& dictionary, const AcousticModel& model, const SearchWeights& weights)
+  SearchBuilder(const WordNetwork& words, const Dictionary& dictionary, const AcousticModel& model,
+                const SearchWeights& weights)
       : words_(words), dictionary_(dictionary), model_(model), weights_(weights) {}
 
   SearchNetwork build() {
     scale_weights();
-    for (std::size_t arc = 0; arc < words_.arcs.size(); ++arc) arcs_from_[words_.arcs[arc].from].push_back(static_cast<int>(arc));
+    for (std::size_t arc = 0; arc < words_.arcs.size(); ++arc)
+      arcs_from_[words_.arcs[arc].from].push_back(static_cast<int>(arc));
     chains_.resize(words_.arcs.size());
     for (const std::string& word : words_.words) network_.labels.push_back({word, false});
     collect_fillers();
@@ -57,7 +61,8 @@ class SearchBuilder {
       add_words(static_cast<int>(node));
       add_fillers(static_cast<int>(node));
     }
-    const bool possible = std::any_of(network_.nodes.begin(), network_.nodes.end(), [](const SearchNode& node) { return node.final_weight > kLogZero; });
+    const bool possible = std::any_of(network_.nodes.begin(), network_.nodes.end(),
+                                      [](const SearchNode& node) { return node.final_weight > kLogZero; });
     if (!possible) throw Fault(words_.source + ": no sentence is possible");
     return std::move(network_);
   }
@@ -75,7 +80,9 @@ class SearchBuilder {
     if (scaled_.empty()) return;
     std::vector<float> weights;
     for (const WordArc& arc : words_.arcs) weights.push_back(arc.log_weight);
-    check(kivsScaleLM_32f(weights.data(), scaled_.data(), static_cast<int>(weights.size()), kLogZero, weights_.language_weight, 0.0F), "kivsScaleLM_32f");
+    check(kivsScaleLM_32f(weights.data(), scaled_.data(), static_cast<int>(weights.size()), kLogZero,
+                          weights_.language_weight, 0.0F),
+          "kivsScaleLM_32f");
     for (std::size_t arc = 0; arc < scaled_.size(); ++arc)
       if (words_.arcs[arc].word >= 0) scaled_[arc] += weights_.insertion_penalty;
   }
@@ -87,7 +94,8 @@ class SearchBuilder {
       std::string reason;
       for (PhoneSequence& phones : pronunciations(word, model_.fillers, model_, reason)) {
         if (!seen.insert(phones).second) continue;
-        fillers_.push_back({phones, static_cast<int>(network_.labels.size()), word == kSilence ? weights_.silence_penalty : weights_.noise_penalty});
+        fillers_.push_back({phones, static_cast<int>(network_.labels.size()),
+                            word == kSilence ? weights_.silence_penalty : weights_.noise_penalty});
         network_.labels.push_back({word, true});
       }
       if (!reason.empty()) throw Fault(model_.fillers.file().string() + ": " + reason);
@@ -124,7 +132,8 @@ class SearchBuilder {
       const WordArc& arc = words_.arcs[static_cast<std::size_t>(arc_index)];
       std::string reason;
       const int target = node_of(arc.to);
-      for (const PhoneSequence& phones : pronunciations(words_.words[static_cast<std::size_t>(arc.word)], dictionary_, model_, reason))
+      for (const PhoneSequence& phones :
+           pronunciations(words_.words[static_cast<std::size_t>(arc.word)], dictionary_, model_, reason))
         chains.push_back(add_chain(phones, arc.word, target));
       if (chains.empty()) throw Fault(place(words_, arc) + ": " + reason);
     }
@@ -161,7 +170,8 @@ class SearchBuilder {
       for (const int arc : arcs->second) {
         if (words_.arcs[static_cast<std::size_t>(arc)].word < 0) continue;
         for (const int chain : chains_of(arc)) {
-          network_.nodes[static_cast<std::size_t>(node)].entries.push_back({chain, weight + scaled_[static_cast<std::size_t>(arc)]});
+          network_.nodes[static_cast<std::size_t>(node)].entries.push_back(
+              {chain, weight + scaled_[static_cast<std::size_t>(arc)]});
           if (++entries_ > kMostEntries) throw Fault(words_.source + ": too many words can follow each other");
         }
       }
@@ -170,7 +180,8 @@ class SearchBuilder {
 
   void add_fillers(int node) {
     for (const Filler& filler : fillers_)
-      network_.nodes[static_cast<std::size_t>(node)].entries.push_back({add_chain(filler.phones, filler.label, node), filler.weight});
+      network_.nodes[static_cast<std::size_t>(node)].entries.push_back(
+          {add_chain(filler.phones, filler.label, node), filler.weight});
   }
 
   const WordNetwork& words_;
@@ -178,11 +189,11 @@ class SearchBuilder {
   const AcousticModel& model_;
   const SearchWeights& weights_;
   SearchNetwork network_;
-  std::vector<float> scaled_;                // weight of each arc
+  std::vector<float> scaled_;  // weight of each arc
   std::map<int, std::vector<int>> arcs_from_;
-  std::vector<std::vector<int>> chains_;     // of each arc
-  std::vector<int> word_nodes_;              // word node of each search node
-  std::map<int, int> indices_;               // search node of a word node
+  std::vector<std::vector<int>> chains_;  // of each arc
+  std::vector<int> word_nodes_;           // word node of each search node
+  std::map<int, int> indices_;            // search node of a word node
   std::vector<Filler> fillers_;
   std::size_t entries_ = 0;
 };
@@ -194,7 +205,8 @@ SearchNetwork build_search_network(const WordNetwork& words, const Dictionary& d
   return SearchBuilder(words, dictionary, model, weights).build();
 }
 
-std::vector<std::string> remove_unpronounceable(WordNetwork& words, const Dictionary& dictionary, const AcousticModel& model) {
+std::vector<std::string> remove_unpronounceable(WordNetwork& words, const Dictionary& dictionary,
+                                                const AcousticModel& model) {
   std::vector<std::string> removed;
   std::vector<bool> possible;
   for (const std::string& word : words.words) {
@@ -202,7 +214,8 @@ std::vector<std::string> remove_unpronounceable(WordNetwork& words, const Dictio
     possible.push_back(!pronunciations(word, dictionary, model, reason).empty());
     if (!possible.back()) removed.push_back(word);
   }
-  std::erase_if(words.arcs, [&](const WordArc& arc) { return arc.word >= 0 && !possible[static_cast<std::size_t>(arc.word)]; });
+  std::erase_if(words.arcs,
+                [&](const WordArc& arc) { return arc.word >= 0 && !possible[static_cast<std::size_t>(arc.word)]; });
   return removed;
 }
 

@@ -13,10 +13,10 @@
 namespace kivsr::tools {
 
 struct SearchWeights {
-  float language_weight = 6.5F;     // scales the log weights of the word network
-  float insertion_penalty = 0.0F;   // log, added for each word
-  float silence_penalty = -10.0F;   // log, added for each silence between words
-  float noise_penalty = -30.0F;     // log, added for each noise between words
+  float language_weight = 6.5F;    // scales the log weights of the word network
+  float insertion_penalty = 0.0F;  // log, added for each word
+  float silence_penalty = -10.0F;  // log, added for each silence between words
+  float noise_penalty = -30.0F;    // log, added for each noise between words
 };
 
 // One phone in one place of the network.
@@ -54,7 +54,8 @@ SearchNetwork build_search_network(const WordNetwork& words, const Dictionary& d
                                    const SearchWeights& weights);
 
 // Takes the words out of the network that cannot be pronounced; returns them.
-std::vector<std::string> remove_unpronounceable(WordNetwork& words, const Dictionary& dictionary, const AcousticModel& model);
+std::vector<std::string> remove_unpronounceable(WordNetwork& words, const Dictionary& dictionary,
+                                                const AcousticModel& model);
 
 }  // namespace kivsr::tools
 

@@ -4,7 +4,8 @@
 
 namespace kivsr::tools {
 
-ViterbiSearch::ViterbiSearch(const SearchNetwork& network, const AcousticModel& model, Scorer& scorer, const Beams& beams)
+ViterbiSearch::ViterbiSearch(const SearchNetwork& network, const AcousticModel& model, Scorer& scorer,
+                             const Beams& beams)
     : network_(network),
       model_(model),
       scorer_(scorer),
@@ -137,7 +138,8 @@ void ViterbiSearch::push(std::span<const float> frame) {
   next_active_.clear();
   for (const int phone : active_) {
     Token* states = states_of(phone);
-    const bool survives = std::any_of(states, states + state_count_, [&](const Token& token) { return token.score > threshold; });
+    const bool survives =
+        std::any_of(states, states + state_count_, [&](const Token& token) { return token.score > threshold; });
     if (!survives) {
       std::fill_n(states, state_count_, Token());
       continue;

@@ -21,7 +21,7 @@ struct Beams {
 };
 
 struct HypothesisWord {
-  int label = 0;        // of the search network
+  int label = 0;  // of the search network
   int first_frame = 0;
   int last_frame = 0;
 };
@@ -59,7 +59,9 @@ class ViterbiSearch {
   };
 
   void reset();
-  Token* states_of(int phone) { return states_.data() + static_cast<std::size_t>(phone) * static_cast<std::size_t>(state_count_); }
+  Token* states_of(int phone) {
+    return states_.data() + static_cast<std::size_t>(phone) * static_cast<std::size_t>(state_count_);
+  }
   void enter(int phone, Token token);
   void enter_node(int node, Token token, float threshold);
   void score_active_states(std::span<const float> frame);
@@ -74,19 +76,19 @@ class ViterbiSearch {
   Beams beams_;
   int state_count_;
 
-  std::vector<Token> states_;          // [phone of the network][state]
-  std::vector<Token> entering_;        // [phone of the network]: the path that enters with the next frame
-  std::vector<int> active_;            // phones of the network that hold a path
+  std::vector<Token> states_;    // [phone of the network][state]
+  std::vector<Token> entering_;  // [phone of the network]: the path that enters with the next frame
+  std::vector<int> active_;      // phones of the network that hold a path
   std::vector<int> next_active_;
-  std::vector<std::int64_t> listed_;   // frame for which each phone was listed last
-  std::vector<int> wanted_states_;     // of the model, in this frame
-  std::vector<std::int64_t> wanted_;   // frame in which each state was wanted last
+  std::vector<std::int64_t> listed_;  // frame for which each phone was listed last
+  std::vector<int> wanted_states_;    // of the model, in this frame
+  std::vector<std::int64_t> wanted_;  // frame in which each state was wanted last
   std::vector<float> state_scores_;
-  std::vector<NodeExit> exits_;        // words that end in this frame, the best for each node
-  std::vector<int> exit_of_node_;      // index into exits_, -1
+  std::vector<NodeExit> exits_;    // words that end in this frame, the best for each node
+  std::vector<int> exit_of_node_;  // index into exits_, -1
   std::vector<WordEnd> word_ends_;
-  float best_ = 0.0F;                  // of this frame, relative to offset_
-  double offset_ = 0.0;                // scores are kept near zero: true score = score + offset_
+  float best_ = 0.0F;    // of this frame, relative to offset_
+  double offset_ = 0.0;  // scores are kept near zero: true score = score + offset_
   std::int64_t frame_ = 0;
 };
 

@@ -18,7 +18,9 @@ struct Cost {
 
 // Fewer errors first, then fewer insertions and deletions, which is more substitutions.
 bool better(const Cost& a, const Cost& b) {
-  const auto key = [](const Cost& cost) { return std::tuple(cost.errors, cost.counts.deletions + cost.counts.insertions); };
+  const auto key = [](const Cost& cost) {
+    return std::tuple(cost.errors, cost.counts.deletions + cost.counts.insertions);
+  };
   return key(a) < key(b);
 }
 
@@ -68,7 +70,9 @@ References References::read(const std::filesystem::path& file) {
   result.file_ = file;
   std::string line;
   for (int number = 1; std::getline(lines, line); ++number) {
-    const auto fail = [&](const std::string& message) { throw Fault(file.string() + ":" + std::to_string(number) + ": " + message); };
+    const auto fail = [&](const std::string& message) {
+      throw Fault(file.string() + ":" + std::to_string(number) + ": " + message);
+    };
     std::istringstream fields(line);
     std::vector<std::string> words;
     for (std::string word; fields >> word;) words.push_back(word);

@@ -31,7 +31,8 @@ class NetworkBuilder {
   int add_node() { return network_.nodes++; }
 
   void add_arc(int from, int to, int word, float weight, TextPosition position) {
-    if (network_.arcs.size() >= kMostArcs) grammar_fault(grammar_.source, position, "the grammar is too large when its rules are written out");
+    if (network_.arcs.size() >= kMostArcs)
+      grammar_fault(grammar_.source, position, "the grammar is too large when its rules are written out");
     network_.arcs.push_back({from, to, word, weight, position});
   }
 
@@ -52,20 +53,11 @@ class NetworkBuilder {
     static const float half = static_cast<float>(std::log(0.5));
     const TextPosition position = expression.position;
     switch (expression.kind) {
-      case Expression::Kind::never:
-        break;
-      case Expression::Kind::token:
-        add_arc(from, to, word_index(expression.text), weight, position);
-        break;
-      case Expression::Kind::reference:
-        lay(grammar_.find(expression.text)->expression, from, to, weight);
-        break;
-      case Expression::Kind::sequence:
-        lay_sequence(expression, from, to, weight);
-        break;
-      case Expression::Kind::alternatives:
-        lay_alternatives(expression, from, to, weight);
-        break;
+      case Expression::Kind::never: break;
+      case Expression::Kind::token: add_arc(from, to, word_index(expression.text), weight, position); break;
+      case Expression::Kind::reference: lay(grammar_.find(expression.text)->expression, from, to, weight); break;
+      case Expression::Kind::sequence: lay_sequence(expression, from, to, weight); break;
+      case Expression::Kind::alternatives: lay_alternatives(expression, from, to, weight); break;
       case Expression::Kind::optional:
         add_arc(from, to, -1, weight + half, position);
         lay(expression.parts[0], from, to, weight + half);
@@ -97,7 +89,8 @@ class NetworkBuilder {
 
   void lay_alternatives(const Expression& expression, int from, int to, float weight) {
     const double count = static_cast<double>(expression.parts.size());
-    const double sum = expression.weights.empty() ? count : std::accumulate(expression.weights.begin(), expression.weights.end(), 0.0);
+    const double sum =
+        expression.weights.empty() ? count : std::accumulate(expression.weights.begin(), expression.weights.end(), 0.0);
     for (std::size_t index = 0; index < expression.parts.size(); ++index) {
       const double share = (expression.weights.empty() ? 1.0 : expression.weights[index]) / sum;
       if (share > 0.0) lay(expression.parts[index], from, to, weight + static_cast<float>(std::log(share)));
@@ -135,7 +128,8 @@ WordNetwork word_loop(const std::vector<std::string>& words, const std::string& 
   const std::set<std::string> unique(words.begin(), words.end());
   network.words.assign(unique.begin(), unique.end());
   const float weight = static_cast<float>(-std::log(static_cast<double>(unique.size())));
-  for (int word = 0; word < static_cast<int>(network.words.size()); ++word) network.arcs.push_back({0, 1, word, weight, {}});
+  for (int word = 0; word < static_cast<int>(network.words.size()); ++word)
+    network.arcs.push_back({0, 1, word, weight, {}});
   network.arcs.push_back({1, 0, -1, 0.0F, {}});
   return network;
 }

@@ -15,9 +15,9 @@ namespace kivsr::tools {
 struct WordArc {
   int from = 0;
   int to = 0;
-  int word = -1;           // index into words; -1: passes without a word
-  float log_weight = 0.0F; // at most 0
-  TextPosition position;   // in the grammar
+  int word = -1;            // index into words; -1: passes without a word
+  float log_weight = 0.0F;  // at most 0
+  TextPosition position;    // in the grammar
 };
 
 struct WordNetwork {
@@ -31,8 +31,8 @@ struct WordNetwork {
   std::set<std::string, std::less<>> vocabulary() const { return {words.begin(), words.end()}; }
 };
 
-// The sentences of one rule, or of all public rules if none is named. Weights of alternatives are scaled to sum 1 and are
-// equal where none is given; an optional part and each turn of a repeat are taken or left with the probability 1/2.
+// The sentences of one rule, or of all public rules if none is named. Weights of alternatives are scaled to sum 1 and
+// are equal where none is given; an optional part and each turn of a repeat are taken or left with the probability 1/2.
 WordNetwork grammar_network(const Grammar& grammar, const std::string& rule = {});
 
 // One or more of the words, each as likely as the others. Throws Fault for an empty list.

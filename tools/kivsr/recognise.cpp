@@ -68,11 +68,13 @@ std::vector<std::string> word_list(const std::string& text) {
 
 WordNetwork RecogniseCommand::word_network() const {
   if (grammar_file.empty() == words.empty()) throw Fault("recognise: give either --grammar or --words");
-  return grammar_file.empty() ? word_loop(word_list(words), "--words " + words) : grammar_network(read_grammar(grammar_file), rule);
+  return grammar_file.empty() ? word_loop(word_list(words), "--words " + words)
+                              : grammar_network(read_grammar(grammar_file), rule);
 }
 
 Dictionary RecogniseCommand::dictionary(const AcousticModel& model, const WordNetwork& network) const {
-  const std::filesystem::path file = dictionary_file.empty() ? find_model_dictionary(model.folder) : std::filesystem::path(dictionary_file);
+  const std::filesystem::path file =
+      dictionary_file.empty() ? find_model_dictionary(model.folder) : std::filesystem::path(dictionary_file);
   if (file.empty()) throw Fault("recognise: the model " + model_name + " has no dictionary beside it, give --dict");
   const auto vocabulary = network.vocabulary();
   return Dictionary::read(file, &vocabulary);
@@ -132,7 +134,8 @@ void RecogniseCommand::run() const {
     if (alignment) {
       const double seconds = model.features.front_end.frame_seconds();
       for (const HypothesisWord& word : hypothesis.words)
-        utterance.alignment.push_back({network.labels[static_cast<std::size_t>(word.label)].word, word.first_frame * seconds, (word.last_frame + 1) * seconds});
+        utterance.alignment.push_back({network.labels[static_cast<std::size_t>(word.label)].word,
+                                       word.first_frame * seconds, (word.last_frame + 1) * seconds});
     }
     progress.clear();
     report.add(utterance);
@@ -146,26 +149,47 @@ void add_recognise(CLI::App& program) {
   CLI::App* const command = program.add_subcommand("recognise", "Recognise the words of audio files");
   const auto options = std::make_shared<RecogniseCommand>();
   command->add_option("audio", options->audio_files, "WAV, FLAC, ... or .raw (16-bit, one channel)")->required();
-  command->add_option("--model", options->model_name, "Folder of the acoustic model, or the name of one that Debian installs")->capture_default_str();
-  command->add_option("--dict", options->dictionary_file, "Pronunciation dictionary (default: the one beside the model)");
+  command
+      ->add_option("--model", options->model_name,
+                   "Folder of the acoustic model, or the name of one that Debian installs")
+      ->capture_default_str();
+  command->add_option("--dict", options->dictionary_file,
+                      "Pronunciation dictionary (default: the one beside the model)");
   command->add_option("--grammar", options->grammar_file, "What may be said: a grammar in JSGF");
   command->add_option("--rule", options->rule, "Rule of the grammar to start with (default: all public rules)");
-  command->add_option("--words", options->words, "Words that may follow each other in any order: a file, or a list with commas");
-  command->add_flag("--skip-unknown", options->skip_unknown, "Leave out words without a pronunciation instead of stopping");
-  command->add_option("--reference", options->reference_file, "Transcriptions, lines \"words (utterance-id)\", to count word errors");
+  command->add_option("--words", options->words,
+                      "Words that may follow each other in any order: a file, or a list with commas");
+  command->add_flag("--skip-unknown", options->skip_unknown,
+                    "Leave out words without a pronunciation instead of stopping");
+  command->add_option("--reference", options->reference_file,
+                      "Transcriptions, lines \"words (utterance-id)\", to count word errors");
   command->add_flag("--alignment", options->alignment, "Print start and end of each word in seconds");
-  command->add_option("--format", options->format, "text or tsv")->check(CLI::IsMember({"text", "tsv"}))->capture_default_str();
+  command->add_option("--format", options->format, "text or tsv")
+      ->check(CLI::IsMember({"text", "tsv"}))
+      ->capture_default_str();
   command->add_option("--language-weight", options->weights.language_weight, "Factor of the grammar's log weights")
-      ->check(CLI::NonNegativeNumber)->capture_default_str();
-  command->add_option("--insertion-penalty", options->weights.insertion_penalty, "Added to the log score for each word")->capture_default_str();
-  command->add_option("--silence-penalty", options->weights.silence_penalty, "Added to the log score for each silence")->capture_default_str();
-  command->add_option("--noise-penalty", options->weights.noise_penalty, "Added to the log score for each noise")->capture_default_str();
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command->add_option("--insertion-penalty", options->weights.insertion_penalty, "Added to the log score for each word")
+      ->capture_default_str();
+  command->add_option("--silence-penalty", options->weights.silence_penalty, "Added to the log score for each silence")
+      ->capture_default_str();
+  command->add_option("--noise-penalty", options->weights.noise_penalty, "Added to the log score for each noise")
+      ->capture_default_str();
   command->add_option("--beam", options->beams.state, "Log score behind the best at which a path is given up")
-      ->check(CLI::PositiveNumber)->capture_default_str();
-  command->add_option("--word-beam", options->beams.word, "The same between the ends of words")->check(CLI::PositiveNumber)->capture_default_str();
-  command->add_option("--variance-floor", options->floors.variance, "Smallest variance of a Gaussian")->check(CLI::PositiveNumber)->capture_default_str();
-  command->add_option("--weight-floor", options->floors.mixture_weight, "Smallest mixture weight")->check(CLI::NonNegativeNumber)->capture_default_str();
-  command->add_option("--raw-rate", options->raw.sample_rate, "Sampling rate of audio without a header, Hz")->check(CLI::PositiveNumber);
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  command->add_option("--word-beam", options->beams.word, "The same between the ends of words")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  command->add_option("--variance-floor", options->floors.variance, "Smallest variance of a Gaussian")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  command->add_option("--weight-floor", options->floors.mixture_weight, "Smallest mixture weight")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command->add_option("--raw-rate", options->raw.sample_rate, "Sampling rate of audio without a header, Hz")
+      ->check(CLI::PositiveNumber);
   command->add_flag("--raw-big-endian", options->raw.big_endian, "Audio without a header has the high byte first");
   command->callback([options] { options->run(); });
 }

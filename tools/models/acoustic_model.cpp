@@ -19,7 +19,9 @@ constexpr const char* kInstalledDictionary = "/usr/share/pocketsphinx/model/en-u
 // Scales counts to probabilities, with a floor where may_floor says so, and takes logarithms.
 template <class MayFloor>
 void normalise_log(std::span<const float> counts, float floor, MayFloor may_floor, float* logs) {
-  const auto raised = [&](float probability, float count) { return may_floor(count) ? std::max(probability, floor) : probability; };
+  const auto raised = [&](float probability, float count) {
+    return may_floor(count) ? std::max(probability, floor) : probability;
+  };
   double sum = 0.0;
   for (const float count : counts) sum += std::max(count, 0.0F);
   if (sum <= 0.0) sum = 1.0;
@@ -31,7 +33,8 @@ void normalise_log(std::span<const float> counts, float floor, MayFloor may_floo
   }
 }
 
-void add_gaussians(AcousticModel& model, const GaussianParameters& means, const GaussianParameters& variances, float floor) {
+void add_gaussians(AcousticModel& model, const GaussianParameters& means, const GaussianParameters& variances,
+                   float floor) {
   model.codebooks = means.codebooks;
   model.densities = means.densities;
   for (std::size_t index = 0; index < means.stream_lengths.size(); ++index) {
@@ -52,7 +55,8 @@ void add_gaussians(AcousticModel& model, const GaussianParameters& means, const 
           stream.inverse_variances.push_back(1.0F / value);
           log_determinant += std::log(static_cast<double>(value));
         }
-        stream.normalisers.push_back(static_cast<float>(-0.5 * (stream.length * std::log(2.0 * std::numbers::pi) + log_determinant)));
+        stream.normalisers.push_back(
+            static_cast<float>(-0.5 * (stream.length * std::log(2.0 * std::numbers::pi) + log_determinant)));
       }
     }
     model.streams.push_back(std::move(stream));
@@ -69,10 +73,12 @@ void add_weights(AcousticModel& model, const PackedWeights& weights) {
 void add_weights(AcousticModel& model, const MixtureWeights& weights, float floor) {
   const std::size_t densities = static_cast<std::size_t>(model.densities);
   const float* counts = weights.counts.data();
-  for (ModelStream& stream : model.streams) stream.log_weights.resize(static_cast<std::size_t>(model.definition.independent_states) * densities);
+  for (ModelStream& stream : model.streams)
+    stream.log_weights.resize(static_cast<std::size_t>(model.definition.independent_states) * densities);
   for (std::size_t state = 0; state < static_cast<std::size_t>(model.definition.independent_states); ++state)
     for (ModelStream& stream : model.streams) {
-      normalise_log({counts, densities}, floor, [](float) { return true; }, &stream.log_weights[state * densities]);
+      normalise_log(
+          {counts, densities}, floor, [](float) { return true; }, &stream.log_weights[state * densities]);
       counts += densities;
     }
 }
@@ -80,10 +86,13 @@ void add_weights(AcousticModel& model, const MixtureWeights& weights, float floo
 // Reads whichever of the two weight files is there and holds it against the shape of the Gaussians.
 void read_weights(AcousticModel& model, float floor) {
   const auto fits = [&](const std::filesystem::path& file, int streams, int densities, int states) {
-    if (streams == static_cast<int>(model.streams.size()) && densities == model.densities && states == model.definition.states) return;
-    throw Fault(file.string() + ": weights of " + std::to_string(states) + " states, " + std::to_string(streams) + " streams and " +
-                std::to_string(densities) + " Gaussians do not fit the model's " + std::to_string(model.definition.states) + ", " +
-                std::to_string(model.streams.size()) + " and " + std::to_string(model.densities));
+    if (streams == static_cast<int>(model.streams.size()) && densities == model.densities &&
+        states == model.definition.states)
+      return;
+    throw Fault(file.string() + ": weights of " + std::to_string(states) + " states, " + std::to_string(streams) +
+                " streams and " + std::to_string(densities) + " Gaussians do not fit the model's " +
+                std::to_string(model.definition.states) + ", " + std::to_string(model.streams.size()) + " and " +
+                std::to_string(model.densities));
   };
   const std::filesystem::path packed = model.folder / "sendump";
   const std::filesystem::path plain = model.folder / "mixture_weights";
@@ -105,37 +114,46 @@ void tie_codebooks(AcousticModel& model, const std::filesystem::path& means) {
     std::iota(model.codebook_of_state.begin(), model.codebook_of_state.end(), 0);
   } else if (model.codebooks == static_cast<int>(definition.phones.size())) {
     for (std::size_t phone = 0; phone < definition.phones.size(); ++phone)
-      for (const int state : definition.phones[phone].states) model.codebook_of_state[static_cast<std::size_t>(state)] = static_cast<int>(phone);
+      for (const int state : definition.phones[phone].states)
+        model.codebook_of_state[static_cast<std::size_t>(state)] = static_cast<int>(phone);
   } else if (model.codebooks != 1) {
     throw Fault(means.string() + ": " + std::to_string(model.codebooks) + " codebooks fit neither the " +
-                std::to_string(definition.phones.size()) + " phones nor the " + std::to_string(definition.states) + " states");
+                std::to_string(definition.phones.size()) + " phones nor the " + std::to_string(definition.states) +
+                " states");
   }
 }
 
 void read_transitions(AcousticModel& model, float floor) {
   const std::filesystem::path file = model.folder / "transition_matrices";
   const TransitionMatrices matrices = read_transition_matrices(file);
-  if (matrices.matrices != model.definition.transition_matrices || matrices.sources != model.definition.states_per_phone)
-    throw Fault(file.string() + ": " + std::to_string(matrices.matrices) + " matrices of " + std::to_string(matrices.sources) +
-                " states do not fit the model's " + std::to_string(model.definition.transition_matrices) + " of " +
+  if (matrices.matrices != model.definition.transition_matrices ||
+      matrices.sources != model.definition.states_per_phone)
+    throw Fault(file.string() + ": " + std::to_string(matrices.matrices) + " matrices of " +
+                std::to_string(matrices.sources) + " states do not fit the model's " +
+                std::to_string(model.definition.transition_matrices) + " of " +
                 std::to_string(model.definition.states_per_phone));
   const std::size_t width = static_cast<std::size_t>(matrices.destinations);
   model.log_transitions.resize(matrices.counts.size());
   for (std::size_t row = 0; row < matrices.counts.size(); row += width)
-    normalise_log({&matrices.counts[row], width}, floor, [](float count) { return count > 0.0F; }, &model.log_transitions[row]);
+    normalise_log(
+        {&matrices.counts[row], width}, floor, [](float count) { return count > 0.0F; }, &model.log_transitions[row]);
   for (int matrix = 0; matrix < matrices.matrices; ++matrix)
     for (int source = 1; source < matrices.sources; ++source)
       for (int destination = 0; destination < source; ++destination)
-        if (matrices.counts[(static_cast<std::size_t>(matrix) * static_cast<std::size_t>(matrices.sources) + static_cast<std::size_t>(source)) * width +
+        if (matrices.counts[(static_cast<std::size_t>(matrix) * static_cast<std::size_t>(matrices.sources) +
+                             static_cast<std::size_t>(source)) *
+                                width +
                             static_cast<std::size_t>(destination)] > 0.0F)
-          throw Fault(file.string() + ": matrix " + std::to_string(matrix) + " goes back from a state, which is not supported");
+          throw Fault(file.string() + ": matrix " + std::to_string(matrix) +
+                      " goes back from a state, which is not supported");
 }
 
 }  // namespace
 
 const float* AcousticModel::transitions(int phone) const {
   const std::size_t sources = static_cast<std::size_t>(definition.states_per_phone);
-  const std::size_t matrix = static_cast<std::size_t>(definition.phones[static_cast<std::size_t>(phone)].transition_matrix);
+  const std::size_t matrix =
+      static_cast<std::size_t>(definition.phones[static_cast<std::size_t>(phone)].transition_matrix);
   return log_transitions.data() + matrix * sources * (sources + 1);
 }
 
@@ -163,13 +181,15 @@ AcousticModel read_acoustic_model(const std::filesystem::path& folder, const Mod
   model.features = read_feature_parameters(folder / "feat.params");
   const auto kind = model.features.entries.find("feat");
   if (kind != model.features.entries.end() && kind->second != "1s_c_d_dd")
-    throw Fault((folder / "feat.params").string() + ": features " + kind->second + " are not supported, only 1s_c_d_dd");
+    throw Fault((folder / "feat.params").string() + ": features " + kind->second +
+                " are not supported, only 1s_c_d_dd");
   model.definition = read_model_definition(folder / "mdef");
   model.fillers = Dictionary::read(folder / "noisedict");
 
   const GaussianParameters means = read_gaussian_parameters(folder / "means");
   const GaussianParameters variances = read_gaussian_parameters(folder / "variances");
-  if (means.codebooks != variances.codebooks || means.densities != variances.densities || means.stream_lengths != variances.stream_lengths)
+  if (means.codebooks != variances.codebooks || means.densities != variances.densities ||
+      means.stream_lengths != variances.stream_lengths)
     throw Fault((folder / "variances").string() + ": does not have the shape of the means");
   add_gaussians(model, means, variances, floors.variance);
   tie_codebooks(model, folder / "means");
@@ -178,8 +198,8 @@ AcousticModel read_acoustic_model(const std::filesystem::path& folder, const Mod
 
   const int width = 3 * model.features.front_end.row_width();
   if (width != model.dimension)
-    throw Fault((folder / "means").string() + ": Gaussians of " + std::to_string(model.dimension) + " dimensions do not fit the " +
-                std::to_string(width) + " of feat.params");
+    throw Fault((folder / "means").string() + ": Gaussians of " + std::to_string(model.dimension) +
+                " dimensions do not fit the " + std::to_string(width) + " of feat.params");
   return model;
 }
 

@@ -41,10 +41,10 @@ struct AcousticModel {
   Dictionary fillers;  // noisedict: silence and noises
   int dimension = 0;   // of the feature vector
   int codebooks = 0;
-  int densities = 0;   // Gaussians of each codebook and stream
+  int densities = 0;  // Gaussians of each codebook and stream
   std::vector<ModelStream> streams;
-  std::vector<int> codebook_of_state;   // of the context-independent states
-  std::vector<float> log_transitions;   // [matrix][source][destination]; the last destination is the exit
+  std::vector<int> codebook_of_state;  // of the context-independent states
+  std::vector<float> log_transitions;  // [matrix][source][destination]; the last destination is the exit
   const float* transitions(int phone) const;
 };
 

@@ -27,13 +27,12 @@ void BinaryFile::fail(const std::string& message) const { throw Fault(name() + "
 void BinaryFile::require(std::int64_t count, std::string_view what) const {
   const auto left = static_cast<std::int64_t>(bytes_.size() - position_);
   if (count <= left) return;
-  fail("truncated: " + std::string(what) + " needs " + std::to_string(count) + " bytes at byte " + std::to_string(position_) +
-       ", " + std::to_string(left) + " are left");
+  fail("truncated: " + std::string(what) + " needs " + std::to_string(count) + " bytes at byte " +
+       std::to_string(position_) + ", " + std::to_string(left) + " are left");
 }
 
 void BinaryFile::expect_end() const {
-  if (position_ < bytes_.size())
-    fail(std::to_string(bytes_.size() - position_) + " bytes left over at the end");
+  if (position_ < bytes_.size()) fail(std::to_string(bytes_.size() - position_) + " bytes left over at the end");
 }
 
 std::span<const std::uint8_t> BinaryFile::read_bytes(std::int64_t count, std::string_view what) {
@@ -46,7 +45,8 @@ std::span<const std::uint8_t> BinaryFile::read_bytes(std::int64_t count, std::st
 std::uint32_t BinaryFile::read_word(std::string_view what) {
   const auto bytes = read_bytes(4, what);
   std::uint32_t word = 0;
-  for (int i = 0; i < 4; ++i) word |= static_cast<std::uint32_t>(bytes[static_cast<std::size_t>(i)]) << (big_endian_ ? 24 - 8 * i : 8 * i);
+  for (int i = 0; i < 4; ++i)
+    word |= static_cast<std::uint32_t>(bytes[static_cast<std::size_t>(i)]) << (big_endian_ ? 24 - 8 * i : 8 * i);
   return word;
 }
 
@@ -66,7 +66,8 @@ std::int32_t BinaryFile::read_count(std::string_view what) {
 std::string BinaryFile::read_until(char end, std::string_view what) {
   const auto from = bytes_.begin() + static_cast<std::ptrdiff_t>(position_);
   const auto to = std::find(from, bytes_.end(), static_cast<std::uint8_t>(end));
-  if (to == bytes_.end()) fail("truncated: " + std::string(what) + " at byte " + std::to_string(position_) + " has no end");
+  if (to == bytes_.end())
+    fail("truncated: " + std::string(what) + " at byte " + std::to_string(position_) + " has no end");
   position_ += static_cast<std::size_t>(to - from) + 1;
   return std::string(from, to);
 }

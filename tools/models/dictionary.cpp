@@ -41,7 +41,8 @@ Dictionary Dictionary::read(const std::filesystem::path& path, const std::set<st
     if (word.empty() || (wanted != nullptr && !wanted->contains(word))) continue;
     Pronunciation phones;
     for (std::string_view phone = take_word(line); !phone.empty(); phone = take_word(line)) phones.emplace_back(phone);
-    if (phones.empty()) throw Fault(path.string() + ":" + std::to_string(number) + ": no phones after \"" + std::string(word) + "\"");
+    if (phones.empty())
+      throw Fault(path.string() + ":" + std::to_string(number) + ": no phones after \"" + std::string(word) + "\"");
     result.words_[std::string(word)].push_back(std::move(phones));
   }
   return result;

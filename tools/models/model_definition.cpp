@@ -30,7 +30,8 @@ void validate(const ModelDefinition& definition, const BinaryFile& file) {
 }
 
 // After the mark: version, a text that describes the layout, ten counts, the names padded to a word boundary, the tree
-// of the context-dependent phones (8 bytes a node), 12 bytes a phone, the number of state numbers, and 16 bits for each.
+// of the context-dependent phones (8 bytes a node), 12 bytes a phone, the number of state numbers, and 16 bits for
+// each.
 ModelDefinition read_binary(BinaryFile& file) {
   if (file.read_word("the version") > 1) file.fail("has a version that is not known");
   file.read_bytes(file.read_count("the length of the description"), "the description");
@@ -70,14 +71,16 @@ ModelDefinition read_binary(BinaryFile& file) {
   file.expect_end();
   for (int phone = 0; phone < phones; ++phone) {
     const int sequence = sequence_of_phone[static_cast<std::size_t>(phone)];
-    if (sequence >= sequences) file.fail("phone " + result.phones[static_cast<std::size_t>(phone)].name + " has no such state sequence");
+    if (sequence >= sequences)
+      file.fail("phone " + result.phones[static_cast<std::size_t>(phone)].name + " has no such state sequence");
     const auto first = states.begin() + std::ptrdiff_t{sequence} * result.states_per_phone;
     result.phones[static_cast<std::size_t>(phone)].states.assign(first, first + result.states_per_phone);
   }
   return result;
 }
 
-// Lines: a version, counts with their names, then for each phone: base, left, right, position, attribute, matrix, states, N.
+// Lines: a version, counts with their names, then for each phone: base, left, right, position, attribute, matrix,
+// states, N.
 class TextReader {
  public:
   explicit TextReader(const BinaryFile& file) : file_(file), lines_(content(file)) {}
@@ -148,7 +151,8 @@ class TextReader {
     std::string position;
     std::string attribute;
     std::string matrix;
-    if (!(words >> phone.name >> left >> right >> position >> attribute >> matrix)) fail("a phone needs at least six fields");
+    if (!(words >> phone.name >> left >> right >> position >> attribute >> matrix))
+      fail("a phone needs at least six fields");
     if (left != "-" || right != "-") fail("expected a phone without context");
     phone.filler = attribute == "filler";
     phone.transition_matrix = number(matrix);
@@ -166,7 +170,8 @@ class TextReader {
 }  // namespace
 
 int ModelDefinition::phone_index(std::string_view name) const {
-  const auto found = std::find_if(phones.begin(), phones.end(), [&](const PhoneDefinition& phone) { return phone.name == name; });
+  const auto found =
+      std::find_if(phones.begin(), phones.end(), [&](const PhoneDefinition& phone) { return phone.name == name; });
   return found == phones.end() ? -1 : static_cast<int>(found - phones.begin());
 }
 
@@ -174,7 +179,8 @@ ModelDefinition read_model_definition(const std::filesystem::path& path) {
   BinaryFile file(path);
   const std::uint32_t mark = file.read_word("the first word");
   file.set_big_endian(mark == kBinaryMarkSwapped);
-  ModelDefinition result = mark == kBinaryMark || mark == kBinaryMarkSwapped ? read_binary(file) : TextReader(file).read();
+  ModelDefinition result =
+      mark == kBinaryMark || mark == kBinaryMarkSwapped ? read_binary(file) : TextReader(file).read();
   validate(result, file);
   return result;
 }

@@ -12,7 +12,7 @@ namespace kivsr::tools {
 
 struct PhoneDefinition {
   std::string name;
-  bool filler = false;      // silence or noise
+  bool filler = false;  // silence or noise
   int transition_matrix = 0;
   std::vector<int> states;  // emitting states from left to right, all below independent_states
 };

@@ -72,7 +72,8 @@ class S3File {
       words >> name >> value;
       if (name == "endhdr") return;
       if (name == "chksum0") has_checksum_ = value == "yes";
-      if (name == "version" && value != "1.0" && value != "1.2") file_.fail("has version " + value + ", known are 1.0 and 1.2");
+      if (name == "version" && value != "1.0" && value != "1.2")
+        file_.fail("has version " + value + ", known are 1.0 and 1.2");
     }
     file_.fail("the header has no end");
   }
@@ -93,9 +94,12 @@ std::int64_t product(std::initializer_list<std::int64_t> counts) {
 }  // namespace
 
 const float* GaussianParameters::rows(int codebook, int stream) const {
-  const std::size_t dimensions = static_cast<std::size_t>(std::accumulate(stream_lengths.begin(), stream_lengths.end(), 0));
-  const std::size_t before = static_cast<std::size_t>(std::accumulate(stream_lengths.begin(), stream_lengths.begin() + stream, 0));
-  return values.data() + (static_cast<std::size_t>(codebook) * dimensions + before) * static_cast<std::size_t>(densities);
+  const std::size_t dimensions =
+      static_cast<std::size_t>(std::accumulate(stream_lengths.begin(), stream_lengths.end(), 0));
+  const std::size_t before =
+      static_cast<std::size_t>(std::accumulate(stream_lengths.begin(), stream_lengths.begin() + stream, 0));
+  return values.data() +
+         (static_cast<std::size_t>(codebook) * dimensions + before) * static_cast<std::size_t>(densities);
 }
 
 GaussianParameters read_gaussian_parameters(const std::filesystem::path& path) {
@@ -140,7 +144,8 @@ TransitionMatrices read_transition_matrices(const std::filesystem::path& path) {
   file.require_positive(result.matrices, "the number of matrices");
   file.require_positive(result.sources, "the number of rows");
   if (result.destinations != result.sources + 1) file.fail("has matrices that are not one column wider than high");
-  result.counts = file.values(product({result.matrices, result.sources, result.destinations}), "the transition matrices");
+  result.counts =
+      file.values(product({result.matrices, result.sources, result.destinations}), "the transition matrices");
   return result;
 }
 

@@ -37,7 +37,8 @@ void detect_byte_order(const std::filesystem::path& path, BinaryFile& file) {
 
 float PackedWeights::log_weight(int stream, int density, int state) const {
   static const double step = 1024.0 * std::log(1.0001);
-  const std::size_t row = static_cast<std::size_t>(stream) * static_cast<std::size_t>(densities) + static_cast<std::size_t>(density);
+  const std::size_t row =
+      static_cast<std::size_t>(stream) * static_cast<std::size_t>(densities) + static_cast<std::size_t>(density);
   return static_cast<float>(-step * bytes[row * static_cast<std::size_t>(states) + static_cast<std::size_t>(state)]);
 }
 
