@@ -10,6 +10,11 @@
 
 #include "support/fault.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+// The font configuration keeps a few bytes for the life of the process: no leak of ours.
+extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
+#endif
+
 namespace kivsr::tools {
 
 namespace {
