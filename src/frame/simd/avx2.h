@@ -260,6 +260,35 @@ inline Vec<std::int32_t> as_integer(Mask<float> m) { return {_mm256_castps_si256
 inline Vec<std::int32_t> min(Vec<std::int32_t> a, Vec<std::int32_t> b) { return {_mm256_min_epi32(a.raw, b.raw)}; }
 inline Vec<std::int32_t> max(Vec<std::int32_t> a, Vec<std::int32_t> b) { return {_mm256_max_epi32(a.raw, b.raw)}; }
 
+// One of three values per lane: four[0] where the first mask is true, else four[1] where the second one is, else
+// four[2]. The first mask implies the second.
+template <class T>
+struct OneOfThree;
+template <>
+struct OneOfThree<float> {
+  __m256i index;
+};
+template <>
+struct OneOfThree<double> {
+  __m256d first, second;
+};
+template <class T>
+inline OneOfThree<T> one_of_three(Mask<T> first, Mask<T> second) {
+  if constexpr (sizeof(T) == sizeof(float)) {
+    const __m256i twice = _mm256_add_epi32(_mm256_castps_si256(first.raw), _mm256_castps_si256(second.raw));
+    return {_mm256_add_epi32(twice, _mm256_set1_epi32(2))};
+  } else {
+    return {first.raw, second.raw};
+  }
+}
+inline Vec<float> choose(OneOfThree<float> which, const float (&four)[4]) {
+  return {_mm256_permutevar_ps(_mm256_broadcast_ps(reinterpret_cast<const __m128*>(four)), which.index)};
+}
+inline Vec<double> choose(OneOfThree<double> which, const double (&four)[4]) {
+  const __m256d lower = _mm256_blendv_pd(_mm256_set1_pd(four[2]), _mm256_set1_pd(four[1]), which.second);
+  return {_mm256_blendv_pd(lower, _mm256_set1_pd(four[0]), which.first)};
+}
+
 // --- conversion -------------------------------------------------------------
 
 inline Vec<float> to_float(Vec<std::int32_t> a) { return {_mm256_cvtepi32_ps(a.raw)}; }
@@ -278,6 +307,12 @@ inline Vec<double> widen_low(Vec<float> a) { return {_mm256_cvtps_pd(_mm256_cast
 inline Vec<double> widen_high(Vec<float> a) { return {_mm256_cvtps_pd(_mm256_extractf128_ps(a.raw, 1))}; }
 inline Vec<float> narrow(Vec<double> low, Vec<double> high) {
   return {_mm256_set_m128(_mm256_cvtpd_ps(high.raw), _mm256_cvtpd_ps(low.raw))};
+}
+
+// v 2^n for a normal result; n is the integer held in the low bits of each lane of `biased` (n + 1.5 2^52).
+inline Vec<double> scale_by_power_of_two(Vec<double> v, Vec<double> biased) {
+  const __m256i n = _mm256_slli_epi64(_mm256_castpd_si256(biased.raw), 52);
+  return {_mm256_castsi256_pd(_mm256_add_epi64(_mm256_castpd_si256(v.raw), n))};
 }
 
 // --- lanes ------------------------------------------------------------------
@@ -304,6 +339,17 @@ inline void store_lane_sums(float* p, Vec<float> a, Vec<float> b, Vec<float> c, 
   const __m128 ab = _mm_add_ps(_mm_unpacklo_ps(a4, b4), _mm_unpackhi_ps(a4, b4));
   const __m128 cd = _mm_add_ps(_mm_unpacklo_ps(c4, d4), _mm_unpackhi_ps(c4, d4));
   _mm_storeu_ps(p, _mm_add_ps(_mm_movelh_ps(ab, cd), _mm_movehl_ps(cd, ab)));
+}
+inline void store_lane_sums(double* p, Vec<double> a, Vec<double> b, Vec<double> c, Vec<double> d) {
+  const auto halves = [](Vec<double> v) {
+    return _mm_add_pd(_mm256_castpd256_pd128(v.raw), _mm256_extractf128_pd(v.raw, 1));
+  };
+  const __m128d a2 = halves(a);
+  const __m128d b2 = halves(b);
+  const __m128d c2 = halves(c);
+  const __m128d d2 = halves(d);
+  _mm_storeu_pd(p, _mm_add_pd(_mm_unpacklo_pd(a2, b2), _mm_unpackhi_pd(a2, b2)));
+  _mm_storeu_pd(p + 2, _mm_add_pd(_mm_unpacklo_pd(c2, d2), _mm_unpackhi_pd(c2, d2)));
 }
 
 }  // namespace kivsr::simd

@@ -1,6 +1,7 @@
 // Vector forms of elementary functions, in terms of the wrapper's operations.
 #pragma once
 
+#include <cstdint>
 #include <limits>
 
 #include "vec.h"
@@ -36,6 +37,44 @@ inline bool all_positive_normal(Vec<float> x) {
   const auto smallest = Vec<float>::broadcast(std::numeric_limits<float>::min());
   const auto largest = Vec<float>::broadcast(std::numeric_limits<float>::max());
   return all((x >= smallest) & (x <= largest));
+}
+
+// e^x for x <= 0, error about 1 unit in the last place; x below -80 counts as -80, so that no result is subnormal. A
+// NaN counts as -80 too. x = n ln 2 + r, |r| <= ln(2) / 2, ln 2 split as above; the polynomial is that of the Cephes
+// library (S. L. Moshier, expf). For sums only: products and sums may be fused.
+inline Vec<float> exp_nonpositive(Vec<float> x) {
+  using F = Vec<float>;
+  x = max(x, F::broadcast(-80.0F));
+  const Vec<std::int32_t> n = round_to_integer(x * F::broadcast(1.44269504088896341F));
+  const F whole = to_float(n);
+  F r = neg_mul_add(whole, F::broadcast(0.693359375F), x);
+  r = mul_add(whole, F::broadcast(2.12194440e-4F), r);
+  F p = F::broadcast(1.9875691500e-4F);
+#pragma GCC unroll 16
+  for (const float c : {1.3981999507e-3F, 8.3334519073e-3F, 4.1665795894e-2F, 1.6666665459e-1F, 5.0000001201e-1F}) {
+    p = mul_add(p, r, F::broadcast(c));
+  }
+  p = mul_add(p, r * r, r) + F::broadcast(1.0F);
+  return from_bits(bits(p) + shift_left(n, 23));
+}
+
+// The same in double precision, x below -700 as -700; the Taylor series to the power 13 (remainder below 5e-18).
+inline Vec<double> exp_nonpositive(Vec<double> x) {
+  using D = Vec<double>;
+  const D magic = D::broadcast(6755399441055744.0);  // 1.5 2^52: the sum's low bits hold the nearest integer
+  x = max(x, D::broadcast(-700.0));
+  const D biased = mul_add(x, D::broadcast(1.44269504088896340736), magic);
+  const D n = biased - magic;
+  D r = neg_mul_add(n, D::broadcast(6.93145751953125e-1), x);
+  r = neg_mul_add(n, D::broadcast(1.42860682030941723212e-6), r);
+  D p = D::broadcast(1.0 / 6227020800.0);
+#pragma GCC unroll 16
+  for (const double c : {1.0 / 479001600.0, 1.0 / 39916800.0, 1.0 / 3628800.0, 1.0 / 362880.0, 1.0 / 40320.0,
+                         1.0 / 5040.0, 1.0 / 720.0, 1.0 / 120.0, 1.0 / 24.0, 1.0 / 6.0, 0.5}) {
+    p = mul_add(p, r, D::broadcast(c));
+  }
+  p = mul_add(p, r * r, r) + D::broadcast(1.0);
+  return scale_by_power_of_two(p, biased);
 }
 
 }  // namespace kivsr::simd

@@ -4,6 +4,7 @@
 
 #include <emmintrin.h>
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -273,6 +274,41 @@ inline Vec<std::int32_t> as_integer(Mask<float> m) { return {_mm_castps_si128(m.
 inline Vec<std::int32_t> min(Vec<std::int32_t> a, Vec<std::int32_t> b) { return select(a < b, a, b); }
 inline Vec<std::int32_t> max(Vec<std::int32_t> a, Vec<std::int32_t> b) { return select(a > b, a, b); }
 
+// One of three values per lane: four[0] where the first mask is true, else four[1] where the second one is, else
+// four[2]. The first mask implies the second.
+template <class T>
+struct OneOfThree;
+template <>
+struct OneOfThree<float> {
+  __m128 first, second;
+};
+template <>
+struct OneOfThree<double> {
+  int low, high;
+};
+template <class T>
+inline OneOfThree<T> one_of_three(Mask<T> first, Mask<T> second) {
+  if constexpr (sizeof(T) == sizeof(float)) {
+    return {first.raw, second.raw};
+  } else {
+    const int a = _mm_movemask_pd(first.raw);
+    const int b = _mm_movemask_pd(second.raw);
+    return {2 - (a & 1) - (b & 1), 2 - (a >> 1) - (b >> 1)};
+  }
+}
+inline Vec<float> choose(OneOfThree<float> which, const float (&four)[4]) {
+  // With constants both differences are constants too: two and, two exclusive or.
+  const auto difference = [&](int i) {
+    return _mm_castsi128_ps(
+        _mm_set1_epi32(std::bit_cast<std::int32_t>(four[i]) ^ std::bit_cast<std::int32_t>(four[i + 1])));
+  };
+  const __m128 lower = _mm_xor_ps(_mm_set1_ps(four[2]), _mm_and_ps(which.second, difference(1)));
+  return {_mm_xor_ps(lower, _mm_and_ps(which.first, difference(0)))};
+}
+inline Vec<double> choose(OneOfThree<double> which, const double (&four)[4]) {
+  return {_mm_loadh_pd(_mm_load_sd(four + which.low), four + which.high)};
+}
+
 // --- conversion -------------------------------------------------------------
 
 inline Vec<float> to_float(Vec<std::int32_t> a) { return {_mm_cvtepi32_ps(a.raw)}; }
@@ -293,6 +329,12 @@ inline Vec<float> narrow(Vec<double> low, Vec<double> high) {
   return {_mm_movelh_ps(_mm_cvtpd_ps(low.raw), _mm_cvtpd_ps(high.raw))};
 }
 
+// v 2^n for a normal result; n is the integer held in the low bits of each lane of `biased` (n + 1.5 2^52).
+inline Vec<double> scale_by_power_of_two(Vec<double> v, Vec<double> biased) {
+  const __m128i n = _mm_slli_epi64(_mm_castpd_si128(biased.raw), 52);
+  return {_mm_castsi128_pd(_mm_add_epi64(_mm_castpd_si128(v.raw), n))};
+}
+
 // --- lanes ------------------------------------------------------------------
 
 inline float sum_lanes(Vec<float> a) {
@@ -306,6 +348,10 @@ inline void store_lane_sums(float* p, Vec<float> a, Vec<float> b, Vec<float> c, 
   const __m128 ab = _mm_add_ps(_mm_unpacklo_ps(a.raw, b.raw), _mm_unpackhi_ps(a.raw, b.raw));
   const __m128 cd = _mm_add_ps(_mm_unpacklo_ps(c.raw, d.raw), _mm_unpackhi_ps(c.raw, d.raw));
   _mm_storeu_ps(p, _mm_add_ps(_mm_movelh_ps(ab, cd), _mm_movehl_ps(cd, ab)));
+}
+inline void store_lane_sums(double* p, Vec<double> a, Vec<double> b, Vec<double> c, Vec<double> d) {
+  _mm_storeu_pd(p, _mm_add_pd(_mm_unpacklo_pd(a.raw, b.raw), _mm_unpackhi_pd(a.raw, b.raw)));
+  _mm_storeu_pd(p + 2, _mm_add_pd(_mm_unpacklo_pd(c.raw, d.raw), _mm_unpackhi_pd(c.raw, d.raw)));
 }
 
 }  // namespace kivsr::simd
