@@ -1,0 +1,256 @@
+// The pass between the complex transform z -> Z of M points and the real spectrum X of N = 2 M samples,
+//   X_k = (Z_k + conj Z_(M-k)) / 2 - i w_N^k (Z_k - conj Z_(M-k)) / 2,
+// fused with the last radix-4 pass of the complex transform. With y_k the four transforms of M / 4 points that this
+// pass would join, j a column and j' = M / 4 - j its mirror (j' = 0 for j = 0),
+//   U_k = y_k[j] + conj y_k[j'],   V_k = y_k[j] - conj y_k[j'],
+//   E_p = sum over k of w_4^(k p) w_N^(2 j k) U_k,   D_p = w_8^p sum over k of w_4^(k p) (-i) w_N^(j (2k + 1)) V_k,
+//   X_(j + p M / 4) = (E_p + D_p) / 2,   X_(M - j - p M / 4) = conj(E_p - D_p) / 2.
+// The factor 1/2 belongs to the scaling of the first pass. The inverse runs the same steps backwards without it.
+#pragma once
+
+#include <cstring>
+
+#include "fft_passes.h"
+
+namespace kivsr::fft {
+
+// Where bin k stands: pairs at 2 k, or at 2 k - 1 (Pack). The real bins 0 and M, at the edges, differ in each.
+enum class Spectrum { kCcs, kPack, kPerm };
+
+// The seven factors of a column: w_N^(2 j k) for k = 1, 2, 3, then -i w_N^(j (2k + 1)) for k = 0 .. 3.
+inline constexpr int kColumnFactors = 7;
+
+template <class V>
+struct ColumnFactors {
+  Complex<V> u[4], v[4];  // u[0] is 1 and not used
+};
+
+template <class V, class T>
+inline ColumnFactors<V> load_factors(const T* p) {
+  constexpr int W = V::width;
+  ColumnFactors<V> f;
+  const auto factor = [&](int i) {
+    return Complex<V>{simd::load_as<V>(p + 2 * W * i), simd::load_as<V>(p + 2 * W * i + W)};
+  };
+  repeat<3>([&](auto k) { f.u[k + 1] = factor(k); });
+  repeat<4>([&](auto k) { f.v[k] = factor(k + 3); });
+  return f;
+}
+
+// Those of column M / 8, the one that is its own mirror: powers of w_16.
+template <class T>
+inline ColumnFactors<simd::Single<T>> middle_factors() {
+  constexpr T c1 = static_cast<T>(0.92387953251128675613);  // cos(pi / 8)
+  constexpr T c2 = static_cast<T>(kRootHalf);
+  constexpr T c3 = static_cast<T>(0.38268343236508977173);  // cos(3 pi / 8)
+  ColumnFactors<simd::Single<T>> f;
+  f.u[1] = {{c2}, {-c2}};
+  f.u[2] = {{T{0}}, {T{-1}}};
+  f.u[3] = {{-c2}, {-c2}};
+  f.v[0] = {{-c3}, {-c1}};
+  f.v[1] = {{-c1}, {-c3}};
+  f.v[2] = {{-c1}, {c3}};
+  f.v[3] = {{-c3}, {c1}};
+  return f;
+}
+
+// y, m: the column and its mirror. On return y[p] is X_(j + p M / 4), m[p] is X_(M - j - p M / 4).
+template <class V>
+inline void forward_column(Complex<V> (&y)[4], Complex<V> (&m)[4], const ColumnFactors<V>& f) {
+  Complex<V> e[4], d[4];
+  repeat<4>([&](auto k) {
+    e[k] = {y[k].re + m[k].re, y[k].im - m[k].im};
+    if constexpr (k > 0) e[k] = rotated<false>(e[k], f.u[k]);
+  });
+  forward_butterfly(e);
+  repeat<4>([&](auto k) { d[k] = rotated<false>(Complex<V>{y[k].re - m[k].re, y[k].im + m[k].im}, f.v[k]); });
+  forward_butterfly(d);
+  const V root_half = V::broadcast(static_cast<typename V::Element>(kRootHalf));
+  const Complex<V> turned1 = Complex<V>{d[1].re + d[1].im, d[1].im - d[1].re} * root_half;
+  const Complex<V> turned3 = Complex<V>{d[3].im - d[3].re, d[3].re + d[3].im} * root_half;  // conjugated
+  y[0] = e[0] + d[0];
+  m[0] = {e[0].re - d[0].re, d[0].im - e[0].im};
+  y[1] = e[1] + turned1;
+  m[1] = {e[1].re - turned1.re, turned1.im - e[1].im};
+  y[2] = {e[2].re + d[2].im, e[2].im - d[2].re};
+  m[2] = {e[2].re - d[2].im, (d[2].im - d[2].im) - (d[2].re + e[2].im)};
+  y[3] = {e[3].re + turned3.re, e[3].im - turned3.im};
+  m[3] = {e[3].re - turned3.re, (d[3].im - d[3].im) - (turned3.im + e[3].im)};
+}
+
+// The transpose: from bins to the column and its mirror.
+template <class V>
+inline void inverse_column(Complex<V> (&y)[4], Complex<V> (&m)[4], const ColumnFactors<V>& f) {
+  Complex<V> u[4], v[4];
+  repeat<4>([&](auto p) {
+    u[p] = {y[p].re + m[p].re, y[p].im - m[p].im};
+    v[p] = {y[p].re - m[p].re, y[p].im + m[p].im};
+  });
+  const V root_half = V::broadcast(static_cast<typename V::Element>(kRootHalf));
+  const V zero = V::broadcast(0);
+  v[1] = Complex<V>{v[1].re - v[1].im, v[1].im + v[1].re} * root_half;
+  v[2] = {zero - v[2].im, v[2].re};
+  v[3] = Complex<V>{zero - (v[3].re + v[3].im), v[3].re - v[3].im} * root_half;
+  butterfly<true>(u);
+  butterfly<true>(v);
+  repeat<4>([&](auto k) {
+    if constexpr (k > 0) u[k] = rotated<true>(u[k], f.u[k]);
+    v[k] = rotated<true>(v[k], f.v[k]);
+    y[k] = u[k] + v[k];
+    m[k] = {u[k].re - v[k].re, v[k].im - u[k].im};
+  });
+}
+
+// W bins in descending order; p points at the last and lowest.
+template <class V, class T>
+inline void store_pairs_descending(T* p, Complex<V> z) {
+  if constexpr (V::width == 1) {
+    store_pairs(p, z);
+  } else {
+    interleave(z.re, z.im);
+    store(p, reversed_pairs(z.im));
+    store(p + V::width, reversed_pairs(z.re));
+  }
+}
+template <class V, class T>
+inline Complex<V> load_pairs_descending(const T* p) {
+  if constexpr (V::width == 1) {
+    return load_pairs<V>(p);
+  } else {
+    V a = reversed_pairs(simd::load_as<V>(p + V::width));
+    V b = reversed_pairs(simd::load_as<V>(p));
+    deinterleave(a, b);
+    return {a, b};
+  }
+}
+
+template <Spectrum kSpectrum>
+inline constexpr std::ptrdiff_t kFirstPair = kSpectrum == Spectrum::kPack ? -1 : 0;
+
+// Bins 0 .. W - 1 and M .. M - W + 1, with the real bins at the edges.
+template <Spectrum kSpectrum, class V, class T>
+inline void store_edges(T* dst, std::ptrdiff_t count, Complex<V> low, Complex<V> high) {
+  constexpr int W = V::width;
+  constexpr std::size_t kInnerBytes = (2 * W - 2) * sizeof(T);
+  T* const last = dst + 2 * (count - W + 1) + kFirstPair<kSpectrum>;
+  if constexpr (kSpectrum == Spectrum::kCcs) {
+    store_pairs(dst, low);
+    store_pairs_descending(last, high);
+    dst[1] = 0;
+    last[2 * W - 1] = 0;
+  } else {
+    T lowest[2 * W], highest[2 * W];
+    store_pairs(lowest, low);
+    store_pairs_descending(highest, high);
+    dst[0] = lowest[0];
+    std::memcpy(dst + 2 + kFirstPair<kSpectrum>, lowest + 2, kInnerBytes);
+    std::memcpy(last, highest, kInnerBytes);
+    dst[kSpectrum == Spectrum::kPerm ? 1 : 2 * count - 1] = highest[2 * W - 2];
+  }
+}
+
+// The same bins from Pack.
+template <class V, class T>
+inline void load_edges(const T* src, std::ptrdiff_t count, Complex<V>& low, Complex<V>& high) {
+  constexpr int W = V::width;
+  constexpr std::size_t kInnerBytes = (2 * W - 2) * sizeof(T);
+  T lowest[2 * W], highest[2 * W];
+  lowest[0] = src[0];
+  lowest[1] = 0;
+  std::memcpy(lowest + 2, src + 1, kInnerBytes);
+  std::memcpy(highest, src + 2 * (count - W + 1) - 1, kInnerBytes);
+  highest[2 * W - 2] = src[2 * count - 1];
+  highest[2 * W - 1] = 0;
+  low = load_pairs<V>(lowest);
+  high = load_pairs_descending<V>(highest);
+}
+
+// Forward: `count` = M numbers in blocks to the spectrum.
+template <class V, Spectrum kSpectrum, class T>
+[[gnu::flatten, gnu::noinline]] void forward_real_pass(const T* __restrict from, T* __restrict dst,
+                                                       std::ptrdiff_t count, const T* __restrict factors) {
+  constexpr int W = V::width;
+  constexpr std::ptrdiff_t kOffset = kFirstPair<kSpectrum>;
+  const std::ptrdiff_t row = count / 4;
+  const std::ptrdiff_t blocks = row / W;
+  const auto columns = [&](std::ptrdiff_t a, auto is_first) {
+    Complex<V> y[4], m[4];
+    repeat<4>([&](auto k) {
+      y[k] = load_block<V>(from, k * blocks + a);
+      const Complex<V> mirror = load_block<V>(from, k * blocks + blocks - 1 - a);
+      const T* const first = from + (k * blocks + (is_first ? 0 : blocks - a)) * 2 * W;
+      m[k] = {mirrored(with_first(mirror.re, first)), mirrored(with_first(mirror.im, first + W))};
+    });
+    forward_column(y, m, load_factors<V>(factors + a * 2 * W * kColumnFactors));
+    if constexpr (is_first) store_edges<kSpectrum>(dst, count, y[0], m[0]);
+    repeat<4>([&](auto p) {
+      if constexpr (!is_first || p > 0) {
+        store_pairs(dst + 2 * (a * W + p * row) + kOffset, y[p]);
+        store_pairs_descending(dst + 2 * (count - W + 1 - a * W - p * row) + kOffset, m[p]);
+      }
+    });
+  };
+  columns(0, std::true_type{});
+  for (std::ptrdiff_t a = 1; a < blocks / 2; ++a) columns(a, std::false_type{});
+
+  using One = simd::Single<T>;
+  Complex<One> y[4], m[4];
+  repeat<4>([&](auto k) {
+    const T* const p = from + (k * blocks + blocks / 2) * 2 * W;
+    y[k] = m[k] = {{p[0]}, {p[W]}};
+  });
+  forward_column(y, m, middle_factors<T>());
+  repeat<4>([&](auto p) { store_pairs(dst + 2 * (row / 2 + p * row) + kOffset, y[p]); });
+}
+
+// Inverse: a Pack spectrum, scaled, to numbers in blocks.
+template <class V, class T>
+[[gnu::flatten, gnu::noinline]] void inverse_real_pass(const T* __restrict src, T* __restrict to, std::ptrdiff_t count,
+                                                       const T* __restrict factors, T scale) {
+  constexpr int W = V::width;
+  constexpr std::ptrdiff_t kOffset = kFirstPair<Spectrum::kPack>;
+  const std::ptrdiff_t row = count / 4;
+  const std::ptrdiff_t blocks = row / W;
+  const V factor = V::broadcast(scale);
+  const auto columns = [&](std::ptrdiff_t a, auto is_first) {
+    Complex<V> y[4], m[4];
+    if constexpr (is_first) load_edges(src, count, y[0], m[0]);
+    repeat<4>([&](auto p) {
+      if constexpr (!is_first || p > 0) {
+        y[p] = load_pairs<V>(src + 2 * (a * W + p * row) + kOffset);
+        m[p] = load_pairs_descending<V>(src + 2 * (count - W + 1 - a * W - p * row) + kOffset);
+      }
+      y[p] = y[p] * factor;
+      m[p] = m[p] * factor;
+    });
+    inverse_column(y, m, load_factors<V>(factors + a * 2 * W * kColumnFactors));
+    repeat<4>([&](auto k) {
+      store_block(to, k * blocks + a, y[k]);
+      const Complex<V> z = {mirrored(m[k].re), mirrored(m[k].im)};
+      // Element 0 belongs to the block behind, which the turn before left open; column M / 4 does not exist.
+      store_block(to, k * blocks + blocks - 1 - a, z);
+      if constexpr (!is_first) {
+        T* const open = to + (k * blocks + blocks - a) * 2 * W;
+        open[0] = z.re.first();
+        open[W] = z.im.first();
+      }
+    });
+  };
+  columns(0, std::true_type{});
+  for (std::ptrdiff_t a = 1; a < blocks / 2; ++a) columns(a, std::false_type{});
+
+  using One = simd::Single<T>;
+  Complex<One> y[4], m[4];
+  repeat<4>([&](auto p) {
+    y[p] = load_pairs<One>(src + 2 * (row / 2 + p * row) + kOffset) * One{scale};
+    m[3 - p] = y[p];
+  });
+  inverse_column(y, m, middle_factors<T>());
+  repeat<4>([&](auto k) {
+    T* const open = to + (k * blocks + blocks / 2) * 2 * W;
+    open[0] = y[k].re.raw;
+    open[W] = y[k].im.raw;
+  });
+}
+
+}  // namespace kivsr::fft

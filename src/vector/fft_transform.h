@@ -1,0 +1,266 @@
+// The real transform of one order: which passes it takes, where its tables stand, and the run through the passes.
+#pragma once
+
+#include <algorithm>
+
+#include "fft_real_pass.h"
+#include "fft_roots.h"
+
+namespace kivsr::fft {
+
+// Orders below this one are computed directly, without tables.
+inline constexpr int kFirstTableOrder = 4;
+
+// Lanes for an order: the widest vectors that the mirrored columns of the last pass can fill twice.
+template <class T>
+constexpr int lanes(int order) {
+  constexpr int W = simd::Vec<T>::width;
+  if ((1 << (order - 1)) >= 8 * W) return W;
+  if (W == 8 && (1 << (order - 1)) >= 32) return 4;
+  return 1;
+}
+
+// The radices, as powers of two, of the first pass and of those between it and the last.
+struct Radices {
+  int first = 0;
+  int count = 0;
+  int middle[12] = {};
+};
+
+constexpr Radices radices(int width, int order) {
+  Radices r;
+  int rest = order - 1 - 2;  // the last pass is of radix 4
+  if (width == 8) {
+    r.first = 3;
+  } else {
+    r.first = rest == 1 ? 1 : rest == 2 || rest == 4 ? 2 : 3;
+  }
+  rest -= r.first;
+  while (rest > 0) {
+    const int bits = rest == 1 ? 1 : rest == 2 || rest == 4 ? 2 : 3;
+    r.middle[r.count++] = bits;
+    rest -= bits;
+  }
+  return r;
+}
+
+// Elements of the tables of the passes between the first and the last, and of the last.
+template <class T>
+constexpr std::uint64_t middle_table_count(int order) {
+  const Radices r = radices(lanes<T>(order), order);
+  std::uint64_t points = std::uint64_t{1} << r.first;
+  std::uint64_t count = 0;
+  for (int i = 0; i < r.count; ++i) {
+    count += 2 * points * ((std::uint64_t{1} << r.middle[i]) - 1);
+    points <<= r.middle[i];
+  }
+  return count;
+}
+template <class T>
+constexpr std::uint64_t work_count(int order) {
+  const std::uint64_t area = std::uint64_t{1} << order;
+  return radices(lanes<T>(order), order).count > 0 ? 2 * area : area;
+}
+
+template <class T>
+struct Tables {
+  T* middle;  // complex passes
+  T* last;    // real pass
+};
+
+namespace detail {
+
+template <class T>
+constexpr int lane_element(int width, int lane) {
+  if (width == simd::Vec<T>::width) return simd::kLaneElement<simd::Vec<T>>[lane];
+  return lane;
+}
+
+}  // namespace detail
+
+template <class T, class Wave>
+void build_tables(const Tables<T>& tables, int order, const Roots<Wave>& roots) {
+  const int width = lanes<T>(order);
+  const std::uint64_t size = roots.size();
+  // One factor w_N^(exponent of the column) for each lane of a block of columns.
+  const auto block = [&](T*& p, std::uint64_t first_column, auto exponent) {
+    for (int l = 0; l < width; ++l) {
+      roots.get(exponent(first_column + static_cast<std::uint64_t>(detail::lane_element<T>(width, l))), p[l],
+                p[width + l]);
+    }
+    p += 2 * width;
+  };
+  const Radices r = radices(width, order);
+  const auto lane_count = static_cast<std::uint64_t>(width);
+  std::uint64_t points = std::uint64_t{1} << r.first;
+  T* p = tables.middle;
+  for (int i = 0; i < r.count; ++i) {
+    const std::uint64_t radix = std::uint64_t{1} << r.middle[i];
+    const std::uint64_t unit = size / (radix * points);
+    for (std::uint64_t j = 0; j < points; j += lane_count) {
+      for (std::uint64_t k = 1; k < radix; ++k) {
+        block(p, j, [&](std::uint64_t column) { return column * k * unit; });
+      }
+    }
+    points *= radix;
+  }
+  p = tables.last;
+  for (std::uint64_t j = 0; j < size / 16; j += lane_count) {
+    for (std::uint64_t k = 1; k < 4; ++k) block(p, j, [&](std::uint64_t column) { return 2 * column * k; });
+    for (std::uint64_t k = 0; k < 4; ++k) {
+      block(p, j, [&](std::uint64_t column) { return column * (2 * k + 1) + size / 4; });
+    }
+  }
+}
+
+// Calls f with a null pointer to the vector type of the order.
+template <class T, class F>
+inline void with_lanes(int order, F f) {
+  const int width = lanes<T>(order);
+  if (width == simd::Vec<T>::width) {
+    f(static_cast<simd::Vec<T>*>(nullptr));
+  } else if (width == 1) {
+    f(static_cast<simd::Single<T>*>(nullptr));
+  } else {
+    if constexpr (std::is_same_v<T, float>) f(static_cast<simd::Quad*>(nullptr));
+  }
+}
+
+template <class V, bool kInverse, class T>
+inline void middle_pass(int bits, const T* from, T* to, std::ptrdiff_t blocks, std::ptrdiff_t sub, const T* factors) {
+  switch (bits) {
+    case 1: return complex_pass<V, 2, kInverse, LaneTwiddles>(from, to, blocks, sub, factors);
+    case 2: return complex_pass<V, 4, kInverse, LaneTwiddles>(from, to, blocks, sub, factors);
+    default: return complex_pass<V, 8, kInverse, LaneTwiddles>(from, to, blocks, sub, factors);
+  }
+}
+
+template <class V, Spectrum kSpectrum, class S, class T>
+void forward_passes(const S* src, T* dst, int order, const Tables<T>& tables, T* work, T scale) {
+  const Radices r = radices(V::width, order);
+  const std::ptrdiff_t count = std::ptrdiff_t{1} << (order - 1);
+  const std::ptrdiff_t blocks = count / V::width;
+  switch (r.first) {
+    case 3: first_pass<V, 8>(src, work, count, scale); break;
+    case 2:
+      if constexpr (V::width <= 4) first_pass<V, 4>(src, work, count, scale);
+      break;
+    default:
+      if constexpr (V::width <= 2) first_pass<V, 2>(src, work, count, scale);
+  }
+  T* from = work;
+  T* to = work + 2 * count;
+  const T* factors = tables.middle;
+  std::ptrdiff_t points = std::ptrdiff_t{1} << r.first;
+  for (int i = 0; i < r.count; ++i) {
+    middle_pass<V, false>(r.middle[i], from, to, blocks, points / V::width, factors);
+    factors += 2 * points * ((1 << r.middle[i]) - 1);
+    points <<= r.middle[i];
+    std::swap(from, to);
+  }
+  forward_real_pass<V, kSpectrum>(from, dst, count, static_cast<const T*>(tables.last));
+}
+
+template <class V, class T>
+void inverse_passes(const T* src, T* dst, int order, const Tables<T>& tables, T* work, T scale) {
+  const Radices r = radices(V::width, order);
+  const std::ptrdiff_t count = std::ptrdiff_t{1} << (order - 1);
+  const std::ptrdiff_t blocks = count / V::width;
+  inverse_real_pass<V>(src, work, count, static_cast<const T*>(tables.last), scale);
+  T* from = work;
+  T* to = work + 2 * count;
+  const T* factors = tables.middle + middle_table_count<T>(order);
+  std::ptrdiff_t points = count / 4;
+  for (int i = r.count - 1; i >= 0; --i) {
+    points >>= r.middle[i];
+    factors -= 2 * points * ((1 << r.middle[i]) - 1);
+    middle_pass<V, true>(r.middle[i], from, to, blocks, points / V::width, factors);
+    std::swap(from, to);
+  }
+  switch (r.first) {
+    case 3: return last_inverse_pass<V, 8>(from, dst, count);
+    case 2:
+      if constexpr (V::width <= 4) last_inverse_pass<V, 4>(from, dst, count);
+      return;
+    default:
+      if constexpr (V::width <= 2) last_inverse_pass<V, 2>(from, dst, count);
+  }
+}
+
+// Calls f.operator()<spectrum>().
+template <class F>
+inline void with_spectrum(Spectrum spectrum, F f) {
+  switch (spectrum) {
+    case Spectrum::kCcs: return f.template operator()<Spectrum::kCcs>();
+    case Spectrum::kPack: return f.template operator()<Spectrum::kPack>();
+    case Spectrum::kPerm: return f.template operator()<Spectrum::kPerm>();
+  }
+}
+
+// Orders 0 to 3 (N = 1, 2, 4, 8) in direct code. dst may be src.
+template <Spectrum kSpectrum, class T>
+void small_forward(const T* src, T* dst, int order, T scale) {
+  const int n = 1 << order;
+  Complex<T> bins[5] = {};
+  if (n == 1) {
+    bins[0].re = src[0];
+  } else if (n == 2) {
+    bins[0].re = src[0] + src[1];
+    bins[1].re = src[0] - src[1];
+  } else {
+    // The samples folded to four give the even bins of N = 8, or all of N = 4.
+    T s[4];
+    for (int i = 0; i < 4; ++i) s[i] = n == 4 ? src[i] : src[i] + src[i + 4];
+    bins[0].re = (s[0] + s[2]) + (s[1] + s[3]);
+    bins[n / 4] = {s[0] - s[2], s[3] - s[1]};
+    bins[n / 2].re = (s[0] + s[2]) - (s[1] + s[3]);
+    if (n == 8) {
+      T d[4];
+      for (int i = 0; i < 4; ++i) d[i] = src[i] - src[i + 4];
+      const T re = (d[1] - d[3]) * static_cast<T>(kRootHalf);
+      const T im = (d[1] + d[3]) * static_cast<T>(kRootHalf);
+      bins[1] = {d[0] + re, -d[2] - im};
+      bins[3] = {d[0] - re, d[2] - im};
+    }
+  }
+  dst[0] = bins[0].re * scale;
+  if (kSpectrum == Spectrum::kCcs) dst[1] = 0;
+  if (n == 1) return;
+  T* const pairs = dst + kFirstPair<kSpectrum>;
+  for (int k = 1; k < n / 2; ++k) {
+    pairs[2 * k] = bins[k].re * scale;
+    pairs[2 * k + 1] = bins[k].im * scale;
+  }
+  dst[kSpectrum == Spectrum::kPerm ? 1 : n + kFirstPair<kSpectrum>] = bins[n / 2].re * scale;
+  if (kSpectrum == Spectrum::kCcs) dst[n + 1] = 0;
+}
+
+template <class T>
+void small_inverse(const T* src, T* dst, int order, T scale) {
+  const int n = 1 << order;
+  if (n == 1) {
+    dst[0] = src[0] * scale;
+    return;
+  }
+  const T sum = src[0] + src[n - 1];
+  const T difference = src[0] - src[n - 1];
+  if (n == 2) {
+    dst[0] = sum * scale;
+    dst[1] = difference * scale;
+    return;
+  }
+  const Complex<T> middle = {2 * src[n / 2 - 1], 2 * src[n / 2]};
+  const T s[4] = {sum + middle.re, difference - middle.im, sum - middle.re, difference + middle.im};
+  T d[4] = {};
+  if (n == 8) {
+    const T re = (src[1] - src[5]) * static_cast<T>(2 * kRootHalf);
+    const T im = (src[2] + src[6]) * static_cast<T>(2 * kRootHalf);
+    d[0] = 2 * (src[1] + src[5]);
+    d[1] = re - im;
+    d[2] = 2 * (src[6] - src[2]);
+    d[3] = -re - im;
+  }
+  for (int i = 0; i < n; ++i) dst[i] = (i < 4 ? s[i & 3] + d[i & 3] : s[i & 3] - d[i & 3]) * scale;
+}
+
+}  // namespace kivsr::fft
