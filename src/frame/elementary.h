@@ -18,6 +18,9 @@ inline auto keeping_errno(F f, A... arguments) {
 inline double natural_log(double x) {
   return keeping_errno([](double v) { return std::log(v); }, x);
 }
+inline double binary_log(double x) {
+  return keeping_errno([](double v) { return std::log2(v); }, x);
+}
 inline double exponential(double x) {
   return keeping_errno([](double v) { return std::exp(v); }, x);
 }

@@ -45,6 +45,15 @@ struct Vec<std::int32_t> {
   std::int32_t first() const { return _mm256_cvtsi256_si32(raw); }
 };
 
+// Sums and exponents only.
+template <>
+struct Vec<std::int64_t> {
+  using Element = std::int64_t;
+  static constexpr int width = 4;
+  __m256i raw;
+  static Vec zero() { return {_mm256_setzero_si256()}; }
+};
+
 template <>
 struct Mask<float> {
   __m256 raw;
@@ -315,6 +324,35 @@ inline Vec<double> scale_by_power_of_two(Vec<double> v, Vec<double> biased) {
   return {_mm256_castsi256_pd(_mm256_add_epi64(_mm256_castpd_si256(v.raw), n))};
 }
 
+// --- parts of sums ------------------------------------------------------------
+
+inline Vec<std::int64_t> operator+(Vec<std::int64_t> a, Vec<std::int64_t> b) {
+  return {_mm256_add_epi64(a.raw, b.raw)};
+}
+inline Vec<std::int64_t> add_unsigned(Vec<std::int64_t> sums, Vec<std::int32_t> x) {
+  const __m256i low = _mm256_and_si256(x.raw, _mm256_set1_epi64x(0xFFFFFFFF));
+  return {_mm256_add_epi64(sums.raw, _mm256_add_epi64(low, _mm256_srli_epi64(x.raw, 32)))};
+}
+inline Vec<std::int32_t> products_of_pairs(const std::int16_t* a, const std::int16_t* b) {
+  return {_mm256_madd_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(a)),
+                            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b)))};
+}
+inline Vec<std::int64_t> exponent_field(Vec<double> a) { return {_mm256_srli_epi64(_mm256_castpd_si256(a.raw), 52)}; }
+inline Vec<double> mantissa(Vec<double> a) {
+  const __m256d fraction = _mm256_castsi256_pd(_mm256_set1_epi64x(0x000FFFFFFFFFFFFF));
+  return {_mm256_or_pd(_mm256_and_pd(a.raw, fraction), _mm256_set1_pd(1.0))};
+}
+inline Vec<double> product_error(Vec<double> a, Vec<double> b, Vec<double> product) {
+  return {_mm256_fmsub_pd(a.raw, b.raw, product.raw)};
+}
+inline Vec<float> sum_pairs(Vec<float> a, Vec<float> b) {
+  const __m256 sums = _mm256_add_ps(_mm256_shuffle_ps(a.raw, b.raw, 0x88), _mm256_shuffle_ps(a.raw, b.raw, 0xDD));
+  return {_mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(sums), 0xD8))};
+}
+inline Vec<double> sum_pairs(Vec<double> a, Vec<double> b) {
+  return {_mm256_permute4x64_pd(_mm256_hadd_pd(a.raw, b.raw), 0xD8)};
+}
+
 // --- lanes ------------------------------------------------------------------
 
 inline float sum_lanes(Vec<float> a) {
@@ -325,6 +363,30 @@ inline float sum_lanes(Vec<float> a) {
 inline double sum_lanes(Vec<double> a) {
   const __m128d half = _mm_add_pd(_mm256_castpd256_pd128(a.raw), _mm256_extractf128_pd(a.raw, 1));
   return _mm_cvtsd_f64(_mm_add_sd(half, _mm_unpackhi_pd(half, half)));
+}
+
+inline std::int64_t sum_lanes(Vec<std::int64_t> a) {
+  alignas(32) std::uint64_t lanes[4];
+  _mm256_store_si256(reinterpret_cast<__m256i*>(lanes), a.raw);
+  return static_cast<std::int64_t>(lanes[0] + lanes[1] + lanes[2] + lanes[3]);
+}
+inline float max_lanes(Vec<float> a) {
+  const __m128 half = _mm_max_ps(_mm256_castps256_ps128(a.raw), _mm256_extractf128_ps(a.raw, 1));
+  const __m128 pairs = _mm_max_ps(half, _mm_movehl_ps(half, half));
+  return _mm_cvtss_f32(_mm_max_ss(pairs, _mm_movehdup_ps(pairs)));
+}
+inline float min_lanes(Vec<float> a) {
+  const __m128 half = _mm_min_ps(_mm256_castps256_ps128(a.raw), _mm256_extractf128_ps(a.raw, 1));
+  const __m128 pairs = _mm_min_ps(half, _mm_movehl_ps(half, half));
+  return _mm_cvtss_f32(_mm_min_ss(pairs, _mm_movehdup_ps(pairs)));
+}
+inline double max_lanes(Vec<double> a) {
+  const __m128d half = _mm_max_pd(_mm256_castpd256_pd128(a.raw), _mm256_extractf128_pd(a.raw, 1));
+  return _mm_cvtsd_f64(_mm_max_sd(half, _mm_unpackhi_pd(half, half)));
+}
+inline double min_lanes(Vec<double> a) {
+  const __m128d half = _mm_min_pd(_mm256_castpd256_pd128(a.raw), _mm256_extractf128_pd(a.raw, 1));
+  return _mm_cvtsd_f64(_mm_min_sd(half, _mm_unpackhi_pd(half, half)));
 }
 
 // Lane k of the result is the sum of the lanes of the k-th argument, each added in the order of sum_lanes.

@@ -46,6 +46,15 @@ struct Vec<std::int32_t> {
   std::int32_t first() const { return _mm_cvtsi128_si32(raw); }
 };
 
+// Sums and exponents only.
+template <>
+struct Vec<std::int64_t> {
+  using Element = std::int64_t;
+  static constexpr int width = 2;
+  __m128i raw;
+  static Vec zero() { return {_mm_setzero_si128()}; }
+};
+
 template <>
 struct Mask<float> {
   __m128 raw;
@@ -335,6 +344,43 @@ inline Vec<double> scale_by_power_of_two(Vec<double> v, Vec<double> biased) {
   return {_mm_castsi128_pd(_mm_add_epi64(_mm_castpd_si128(v.raw), n))};
 }
 
+// --- parts of sums ------------------------------------------------------------
+
+inline Vec<std::int64_t> operator+(Vec<std::int64_t> a, Vec<std::int64_t> b) { return {_mm_add_epi64(a.raw, b.raw)}; }
+inline Vec<std::int64_t> add_unsigned(Vec<std::int64_t> sums, Vec<std::int32_t> x) {
+  const __m128i low = _mm_and_si128(x.raw, _mm_set_epi32(0, -1, 0, -1));
+  return {_mm_add_epi64(sums.raw, _mm_add_epi64(low, _mm_srli_epi64(x.raw, 32)))};
+}
+inline Vec<std::int32_t> products_of_pairs(const std::int16_t* a, const std::int16_t* b) {
+  return {_mm_madd_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(a)),
+                         _mm_loadu_si128(reinterpret_cast<const __m128i*>(b)))};
+}
+inline Vec<std::int64_t> exponent_field(Vec<double> a) { return {_mm_srli_epi64(_mm_castpd_si128(a.raw), 52)}; }
+inline Vec<double> mantissa(Vec<double> a) {
+  const __m128d fraction = _mm_castsi128_pd(_mm_set_epi32(0x000FFFFF, -1, 0x000FFFFF, -1));
+  return {_mm_or_pd(_mm_and_pd(a.raw, fraction), _mm_set1_pd(1.0))};
+}
+inline Vec<double> product_error(Vec<double> a, Vec<double> b, Vec<double> product) {
+  // Dekker's product: halves of 26 bits, whose products are exact.
+  const auto high_half = [](__m128d x) {
+    const __m128d t = _mm_mul_pd(x, _mm_set1_pd(134217729.0));
+    return _mm_sub_pd(t, _mm_sub_pd(t, x));
+  };
+  const Vec<double> a1{high_half(a.raw)};
+  const Vec<double> b1{high_half(b.raw)};
+  const Vec<double> a2{_mm_sub_pd(a.raw, a1.raw)};
+  const Vec<double> b2{_mm_sub_pd(b.raw, b1.raw)};
+  const auto times = [](Vec<double> x, Vec<double> y) { return _mm_mul_pd(x.raw, y.raw); };
+  const __m128d high = _mm_sub_pd(times(a1, b1), product.raw);
+  return {_mm_add_pd(_mm_add_pd(_mm_add_pd(high, times(a1, b2)), times(a2, b1)), times(a2, b2))};
+}
+inline Vec<float> sum_pairs(Vec<float> a, Vec<float> b) {
+  return {_mm_add_ps(_mm_shuffle_ps(a.raw, b.raw, 0x88), _mm_shuffle_ps(a.raw, b.raw, 0xDD))};
+}
+inline Vec<double> sum_pairs(Vec<double> a, Vec<double> b) {
+  return {_mm_add_pd(_mm_unpacklo_pd(a.raw, b.raw), _mm_unpackhi_pd(a.raw, b.raw))};
+}
+
 // --- lanes ------------------------------------------------------------------
 
 inline float sum_lanes(Vec<float> a) {
@@ -342,6 +388,22 @@ inline float sum_lanes(Vec<float> a) {
   return _mm_cvtss_f32(_mm_add_ss(pairs, _mm_shuffle_ps(pairs, pairs, 1)));
 }
 inline double sum_lanes(Vec<double> a) { return _mm_cvtsd_f64(_mm_add_sd(a.raw, _mm_unpackhi_pd(a.raw, a.raw))); }
+
+inline std::int64_t sum_lanes(Vec<std::int64_t> a) {
+  alignas(16) std::uint64_t lanes[2];
+  _mm_store_si128(reinterpret_cast<__m128i*>(lanes), a.raw);
+  return static_cast<std::int64_t>(lanes[0] + lanes[1]);
+}
+inline float max_lanes(Vec<float> a) {
+  const __m128 pairs = _mm_max_ps(a.raw, _mm_movehl_ps(a.raw, a.raw));
+  return _mm_cvtss_f32(_mm_max_ss(pairs, _mm_shuffle_ps(pairs, pairs, 1)));
+}
+inline float min_lanes(Vec<float> a) {
+  const __m128 pairs = _mm_min_ps(a.raw, _mm_movehl_ps(a.raw, a.raw));
+  return _mm_cvtss_f32(_mm_min_ss(pairs, _mm_shuffle_ps(pairs, pairs, 1)));
+}
+inline double max_lanes(Vec<double> a) { return _mm_cvtsd_f64(_mm_max_sd(a.raw, _mm_unpackhi_pd(a.raw, a.raw))); }
+inline double min_lanes(Vec<double> a) { return _mm_cvtsd_f64(_mm_min_sd(a.raw, _mm_unpackhi_pd(a.raw, a.raw))); }
 
 // Lane k of the result is the sum of the lanes of the k-th argument, each added in the order of sum_lanes.
 inline void store_lane_sums(float* p, Vec<float> a, Vec<float> b, Vec<float> c, Vec<float> d) {

@@ -14,6 +14,12 @@
 //   choose(one_of_three(m1, m2), four)  four[0] where m1 is true, else four[1] where m2 is, else four[2]
 //   scale_by_power_of_two(v, biased)    v 2^n, n held in the low bits of the doubles n + 1.5 2^52
 //   sum_lanes(v)          lanes folded in halves: (l0 + l2) + (l1 + l3); eight lanes first fold to four
+//   max_lanes(v), min_lanes(v)
+//   sum_pairs(a, b)       a0 + a1, a2 + a3, ..., b0 + b1, ...
+//   products_of_pairs(p, q)   a0 b0 + a1 b1, ... of 2 * width 16-bit elements; only four -32768 wrap, to INT32_MIN
+//   add_unsigned(sums, x)     64-bit sums plus the lanes of x read as unsigned numbers
+//   exponent_field(v), mantissa(v)   the biased exponent, and v 2^-exponent in [1, 2), of positive normal doubles
+//   product_error(a, b, p)    a b - p exactly, p the rounded product, where nothing overflows or underflows
 //
 // A new instruction set is one more backend file that defines the same operations, and a line here.
 #pragma once

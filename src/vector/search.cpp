@@ -1,0 +1,166 @@
+// Extrema, their places, and the N-th largest element.
+#include <algorithm>
+#include <bit>
+#include <functional>
+
+#include "elementwise.h"
+#include "frame/allocator.h"
+#include "frame/status.h"
+#include "kivsr/vector/reductions.h"
+#include "reductions.h"
+
+namespace kivsr {
+namespace {
+
+// What comes first in the search. `best` keeps its lane where x is NaN.
+struct Largest {
+  template <class V>
+  static V better(V x, V best) {
+    return max(x, best);
+  }
+  template <class X>
+  static auto before(X x, X best) {
+    return x > best;
+  }
+  template <class V>
+  static auto best_lane(V v) {
+    return max_lanes(v);
+  }
+};
+struct Smallest {
+  template <class V>
+  static V better(V x, V best) {
+    return min(x, best);
+  }
+  template <class X>
+  static auto before(X x, X best) {
+    return x < best;
+  }
+  template <class V>
+  static auto best_lane(V v) {
+    return min_lanes(v);
+  }
+};
+
+// Blocks of eight vectors only tell whether they beat everything before them. The first place of the best element lies
+// in the last block that did, and is looked for once at the end.
+template <class Order, class T>
+std::ptrdiff_t index_of_best(const T* src, std::ptrdiff_t len) {
+  using V = simd::Vec<T>;
+  constexpr std::ptrdiff_t W = V::width;
+  if (src[0] != src[0]) return 0;
+  if (len < W) {
+    std::ptrdiff_t index = 0;
+    for (std::ptrdiff_t i = 1; i < len; ++i) {
+      if (Order::before(src[i], src[index])) index = i;
+    }
+    return index;
+  }
+  V best = V::broadcast(src[0]);
+  std::ptrdiff_t place = 0;
+  const auto note = [&](V candidates, std::ptrdiff_t start) {
+    if (!simd::any(Order::before(candidates, best))) return;
+    best = V::broadcast(Order::best_lane(candidates));
+    place = start;
+  };
+  std::ptrdiff_t i = 0;
+  for (; i + 8 * W <= len; i += 8 * W) {
+    V block[4];
+#pragma GCC unroll 4
+    for (int k = 0; k < 4; ++k) {
+      block[k] = Order::better(simd::load<T>(src + i + k * W), best);
+      block[k] = Order::better(simd::load<T>(src + i + (k + 4) * W), block[k]);
+    }
+    note(Order::better(Order::better(block[0], block[1]), Order::better(block[2], block[3])), i);
+  }
+  for (; i + W <= len; i += W) note(Order::better(simd::load<T>(src + i), best), i);
+  // The last vector overlaps what has been seen, which cannot beat itself.
+  if (i < len) note(Order::better(simd::load<T>(src + len - W), best), len - W);
+  for (;; place += W) {
+    const unsigned equal = simd::bit_mask(simd::load<T>(src + place) == best);
+    if (equal != 0) return place + std::countr_zero(equal);
+  }
+}
+
+// Every extremum is the element at its index, so that the functions agree on NaN and on the sign of zero.
+template <class T>
+KivStatus extremum(const T* src, int len, T* value, int* index, std::ptrdiff_t (*find)(const T*, std::ptrdiff_t)) {
+  return run(first_failure(not_null(src, value), positive(len)), [&] {
+    const std::ptrdiff_t place = find(src, len);
+    *value = src[place];
+    if (index != nullptr) *index = static_cast<int>(place);
+  });
+}
+
+// The element at position `place` of [first, last) in decreasing order; the range is reordered. NaN sorts last.
+template <class T>
+T select_descending(T* first, T* last, int place) {
+  T* const end = std::partition(first, last, [](T x) { return x == x; });
+  T* const wanted = first + place;
+  if (wanted < end) std::nth_element(first, wanted, end, std::greater<T>());
+  return *wanted;
+}
+
+template <class T>
+KivStatus nth_maximum(const T* src, int len, int place, T* result) {
+  const bool inside = place >= 0 && place < len;
+  return run(first_failure(not_null(src, result), positive(len), require(inside, kivStatusBadArgument)), [&] {
+    T* const work = allocate<T>(static_cast<std::size_t>(len));
+    if (work == nullptr) return kivStatusNoMemory;
+    copy(work, src, len);
+    *result = select_descending(work, work + len, place);
+    release(work);
+    return kivStatusOk;
+  });
+}
+
+}  // namespace
+
+std::ptrdiff_t index_of_maximum(const float* src, std::ptrdiff_t len) { return index_of_best<Largest>(src, len); }
+std::ptrdiff_t index_of_maximum(const double* src, std::ptrdiff_t len) { return index_of_best<Largest>(src, len); }
+std::ptrdiff_t index_of_minimum(const float* src, std::ptrdiff_t len) { return index_of_best<Smallest>(src, len); }
+std::ptrdiff_t index_of_minimum(const double* src, std::ptrdiff_t len) { return index_of_best<Smallest>(src, len); }
+
+}  // namespace kivsr
+
+extern "C" {
+using namespace kivsr;
+
+KivStatus kivsMax_32f(const Kiv32f* pSrc, int len, Kiv32f* pMax) {
+  return extremum(pSrc, len, pMax, nullptr, index_of_maximum);
+}
+KivStatus kivsMax_64f(const Kiv64f* pSrc, int len, Kiv64f* pMax) {
+  return extremum(pSrc, len, pMax, nullptr, index_of_maximum);
+}
+KivStatus kivsMin_32f(const Kiv32f* pSrc, int len, Kiv32f* pMin) {
+  return extremum(pSrc, len, pMin, nullptr, index_of_minimum);
+}
+KivStatus kivsMin_64f(const Kiv64f* pSrc, int len, Kiv64f* pMin) {
+  return extremum(pSrc, len, pMin, nullptr, index_of_minimum);
+}
+KivStatus kivsMinMax_32f(const Kiv32f* pSrc, int len, Kiv32f* pMin, Kiv32f* pMax) {
+  return run(first_failure(not_null(pSrc, pMin, pMax), positive(len)), [&] {
+    *pMin = pSrc[index_of_minimum(pSrc, len)];
+    *pMax = pSrc[index_of_maximum(pSrc, len)];
+  });
+}
+KivStatus kivsMaxIndx_32f(const Kiv32f* pSrc, int len, Kiv32f* pMax, int* pIndx) {
+  return extremum(pSrc, len, pMax, pIndx, index_of_maximum);
+}
+KivStatus kivsMaxIndx_64f(const Kiv64f* pSrc, int len, Kiv64f* pMax, int* pIndx) {
+  return extremum(pSrc, len, pMax, pIndx, index_of_maximum);
+}
+KivStatus kivsMinIndx_32f(const Kiv32f* pSrc, int len, Kiv32f* pMin, int* pIndx) {
+  return extremum(pSrc, len, pMin, pIndx, index_of_minimum);
+}
+
+KivStatus kivsNthMaxElement_32s(const Kiv32s* pSrc, int len, int N, Kiv32s* pRes) {
+  return nth_maximum(pSrc, len, N, pRes);
+}
+KivStatus kivsNthMaxElement_32f(const Kiv32f* pSrc, int len, int N, Kiv32f* pRes) {
+  return nth_maximum(pSrc, len, N, pRes);
+}
+KivStatus kivsNthMaxElement_64f(const Kiv64f* pSrc, int len, int N, Kiv64f* pRes) {
+  return nth_maximum(pSrc, len, N, pRes);
+}
+}
