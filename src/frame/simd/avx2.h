@@ -22,6 +22,7 @@ struct Vec<float> {
   __m256 raw;
   static Vec zero() { return {_mm256_setzero_ps()}; }
   static Vec broadcast(float x) { return {_mm256_set1_ps(x)}; }
+  static Vec in_first_lane(float x) { return {_mm256_zextps128_ps256(_mm_set_ss(x))}; }
   float first() const { return _mm256_cvtss_f32(raw); }
 };
 

@@ -23,6 +23,7 @@ struct Vec<float> {
   __m128 raw;
   static Vec zero() { return {_mm_setzero_ps()}; }
   static Vec broadcast(float x) { return {_mm_set1_ps(x)}; }
+  static Vec in_first_lane(float x) { return {_mm_set_ss(x)}; }
   float first() const { return _mm_cvtss_f32(raw); }
 };
 

@@ -5,6 +5,7 @@
 //   load_some<T>(p, n)    n < width elements, the other lanes zero; reads nothing behind them
 //   store(p, v)           integers saturate when the memory type is narrower than the lanes
 //   store_some(p, v, n)
+//   in_first_lane(x)      x and zeros
 //   mul_add(a, b, c)      a * b + c: one rounding where the target has fused instructions, two elsewhere. For sums
 //   only. max(a, b), min(a, b)  the SSE rule: b unless a is strictly greater (less), so b for a NaN on either side
 //   reciprocal_estimate   the processor's 12-bit estimate
