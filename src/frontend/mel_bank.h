@@ -29,7 +29,7 @@ struct FilterBank {
   Kiv32f mel_divisor;
   Kiv8u ready;
   Fft* fft;            // with KIV_FBANK_FFTINPUT only
-  Weight* fft_buffer;  // fft_length + 2 elements, then the work area of the transform
+  Weight* fft_buffer;  // fft_length + 2 elements, then the work area
 };
 
 // Elements before index 0 of a rising row.

@@ -16,11 +16,11 @@ KivStatus evaluation_check(const Bank* bank) {
   return first_failure(not_null(bank->centres), require(bank->ready != 0, kivStatusFBankNotReady));
 }
 
-// The work area of the bank's transform stands behind the spectrum, on a 32-byte boundary.
+// Behind the spectrum, on a 32-byte boundary: the work area of the transform, and then the magnitudes.
 template <class Bank>
-Kiv8u* fft_work(const Bank& bank) {
+typename Bank::Weight* work_area(const Bank& bank) {
   void* const end = bank.fft_buffer + bank.fft_length + 2;
-  return static_cast<Kiv8u*>(align_up(end));
+  return static_cast<typename Bank::Weight*>(align_up(end));
 }
 
 // --- floating point -----------------------------------------------------------
@@ -87,10 +87,11 @@ KivStatus evaluate(const Kiv32f* src, Kiv32f* dst, const KivsFBankState_32f& ban
     return kivStatusOk;
   }
   Kiv32f* const spectrum = bank.fft_buffer;
-  const KivStatus status = kivsFFTFwd_RToCCS_32f(src, spectrum, bank.fft, fft_work(bank));
+  Kiv32f* const magnitudes = work_area(bank);
+  const KivStatus status = kivsFFTFwd_RToCCS_32f(src, spectrum, bank.fft, reinterpret_cast<Kiv8u*>(magnitudes));
   if (status != kivStatusOk) return status;
-  kivsMagnitude_32fc(reinterpret_cast<const Kiv32fc*>(spectrum), spectrum, bank.fft_length / 2 + 1);
-  apply(bank, spectrum, dst);
+  kivsMagnitude_32fc(reinterpret_cast<const Kiv32fc*>(spectrum), magnitudes, bank.fft_length / 2 + 1);
+  apply(bank, magnitudes, dst);
   return kivStatusOk;
 }
 
@@ -142,10 +143,12 @@ KivStatus evaluate(const Kiv16s* src, D* dst, const KivsFBankState_16s& bank, in
   // Three more bits of the spectrum and three of its magnitudes.
   constexpr int kHeadroom = 3;
   Kiv32s* const spectrum = bank.fft_buffer;
-  const KivStatus status = kivsFFTFwd_RToCCS_16s32s_Sfs(src, spectrum, bank.fft, fft_work(bank), -kHeadroom);
+  Kiv32s* const magnitudes = work_area(bank);
+  const KivStatus status =
+      kivsFFTFwd_RToCCS_16s32s_Sfs(src, spectrum, bank.fft, reinterpret_cast<Kiv8u*>(magnitudes), -kHeadroom);
   if (status != kivStatusOk) return status;
-  kivsMagnitude_32sc_Sfs(reinterpret_cast<const Kiv32sc*>(spectrum), spectrum, bank.fft_length / 2 + 1, -kHeadroom);
-  apply<WrappedProduct>(bank, static_cast<const Kiv32s*>(spectrum), dst, shift + 2 * kHeadroom);
+  kivsMagnitude_32sc_Sfs(reinterpret_cast<const Kiv32sc*>(spectrum), magnitudes, bank.fft_length / 2 + 1, -kHeadroom);
+  apply<WrappedProduct>(bank, static_cast<const Kiv32s*>(magnitudes), dst, shift + 2 * kHeadroom);
   return kivStatusOk;
 }
 

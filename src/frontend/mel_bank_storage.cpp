@@ -1,4 +1,5 @@
 // Memory of filter banks: what GetSize counts, Init places and InitAlloc allocates.
+#include <algorithm>
 #include <limits>
 
 #include "frame/allocator.h"
@@ -49,11 +50,13 @@ void release_fft(KivsFFTSpec_R_16s32s* spec) { kivsFFTFree_R_16s32s(spec); }
 
 // --- layout ---------------------------------------------------------------------
 
-// The spectrum, whose transform finds its work area behind it.
+// The spectrum and behind it the work area of its transform, which then takes the magnitudes.
 template <class Bank>
 std::size_t buffer_bytes(const BankShape& shape, const FftSizes& fft) {
-  const std::size_t spectrum = (static_cast<std::size_t>(shape.fft_length) + 2) * sizeof(typename Bank::Weight);
-  return round_up(spectrum, kPartAlignment) + static_cast<std::size_t>(fft.work);
+  constexpr std::size_t kElement = sizeof(typename Bank::Weight);
+  const std::size_t spectrum = (static_cast<std::size_t>(shape.fft_length) + 2) * kElement;
+  return round_up(spectrum, kPartAlignment) +
+         std::max(static_cast<std::size_t>(fft.work), (shape.half() + 1) * kElement);
 }
 
 // Everything behind the record.
