@@ -11,10 +11,12 @@
 
 #include "kivsr/types.h"
 
+#include "kivsr/aurora.h"
 #include "kivsr/frame.h"
 #include "kivsr/frontend.h"
 #include "kivsr/scoring.h"
 #include "kivsr/training.h"
 #include "kivsr/vector.h"
+#include "kivsr/vq.h"
 
 #endif

@@ -1,0 +1,7 @@
+/* The aurora families. */
+#ifndef KIVSR_AURORA_H
+#define KIVSR_AURORA_H
+
+#include "aurora/equalisation.h"
+
+#endif

@@ -1,0 +1,7 @@
+/* The vq families. */
+#ifndef KIVSR_VQ_H
+#define KIVSR_VQ_H
+
+#include "vq/shortlist.h"
+
+#endif
