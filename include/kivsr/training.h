@@ -2,6 +2,9 @@
 #ifndef KIVSR_TRAINING_H
 #define KIVSR_TRAINING_H
 
+#include "training/clustering.h"
 #include "training/language_model.h"
+#include "training/reestimation.h"
+#include "training/split_merge.h"
 
 #endif

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -56,6 +57,11 @@ constexpr float single_scale(int scale_factor) {
 
 // The factor of integer-to-float conversions: scale factors clamped to the exponents of normal numbers.
 constexpr float integer_scale(int scale_factor) { return power_of_two(-std::clamp(scale_factor, -112, 126)); }
+
+// x 2^-scaleFactor in double precision; any scale factor.
+inline double scale_by_power_of_two(double x, int scale_factor) {
+  return x * std::ldexp(1.0, -std::clamp(scale_factor, -1000, 1000));
+}
 
 // A double to nearest (ties to even) and saturated; NaN gives the lowest value.
 template <class Dst>

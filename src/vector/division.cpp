@@ -128,7 +128,7 @@ KivStatus reciprocal_root(float* src_dst, int len, float val) {
 // The integer form: 2^-scaleFactor / sqrt(x) to nearest and saturated above val, val elsewhere.
 template <class D>
 KivStatus reciprocal_root(const Kiv32s* src, D* dst, int len, Kiv32s val, int scale_factor) {
-  const double factor = std::ldexp(1.0, -std::clamp(scale_factor, -1000, 1000));
+  const double factor = scale_by_power_of_two(1.0, scale_factor);
   bool replaced_all = true;
   for (int i = 0; i < len; ++i) {
     const bool above = src[i] > val;
