@@ -84,8 +84,9 @@ enum class Variances { kInverse, kDirect };
 template <Variances kForm, class T>
 KivStatus gaussian_constant(const T* variance, int len, T* dst) {
   return run(first_failure(not_null(variance, dst), positive(len)), [&]() -> KivStatus {
-    T log_sum;
-    const KivStatus status = sum_of_logarithms(variance, len, &log_sum);
+    double total;
+    const KivStatus status = sum_of_logarithms(variance, len, &total);
+    const T log_sum = static_cast<T>(total);
     if (status == kivStatusInfResult) {
       *dst = Special<T>::infinity();
     } else if (status == kivStatusNanResult) {
