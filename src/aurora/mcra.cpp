@@ -1,0 +1,225 @@
+// Noise power by minima-controlled recursive averaging (I. Cohen, B. Berdugo: Noise estimation by minima controlled
+// recursive averaging for robust speech enhancement, 2002).
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+
+#include "frame/elementary.h"
+#include "frame/scale.h"
+#include "frame/status.h"
+#include "frame/transform.h"
+#include "kivsr/aurora/mcra.h"
+
+namespace kivsr {
+namespace {
+
+// The caller's record. T: float, or Kiv32s with factors as fractions of 2^31 and the threshold of 2^15.
+template <class T>
+struct State {
+  Kiv32s sample_rate;
+  Kiv32s fft_length;
+  Kiv32s order;  // halvings of fft_length / 2 until zero
+  Kiv32s reserved;
+  Kiv32s hop;
+  Kiv32s window;   // frames of the minimum search
+  Kiv32s counter;  // frames since the window began
+  Kiv32s first_frame;
+  T noise_smoothing;
+  T presence_smoothing;
+  T power_smoothing;
+  T threshold;
+  T* presence;        // speech-presence probability, fft_length / 2 + 1 elements as the others
+  T* power;           // smoothed power
+  T* minimum;         // its running minimum
+  T* window_minimum;  // the minimum of the current window
+};
+#if defined(__i386__)
+static_assert(sizeof(State<float>) == 64, "sixteen words on i386");
+#endif
+
+constexpr int kLeastLength = 8;
+constexpr int kMostLength = 8192;
+constexpr std::size_t kHeader = sizeof(State<float>) + 4;  // one spare word behind the record
+
+constexpr int bins(int fft_length) { return fft_length / 2 + 1; }
+
+constexpr KivStatus valid_length(int fft_length) {
+  return require(fft_length >= kLeastLength && fft_length <= kMostLength, kivStatusBadSize);
+}
+
+KivStatus get_size(int fft_length, int* size) {
+  return run(first_failure(not_null(size), valid_length(fft_length)),
+             [&] { *size = static_cast<int>(kHeader) + 4 * (4 * (fft_length / 2) + 4); });
+}
+
+// base^T, T the hop in units of 8 ms.
+double time_constant(double base, int sample_rate, int hop) {
+  const float units = 125.0F * static_cast<float>(hop) / static_cast<float>(sample_rate);
+  return keeping_errno([](double b, double t) { return std::pow(b, t); }, base, static_cast<double>(units));
+}
+
+void store_factor(float* factor, double value) { *factor = static_cast<float>(value); }
+void store_factor(Kiv32s* factor, double value) { *factor = round_saturated<Kiv32s>(value * 2147483648.0); }
+void store_threshold(float* threshold) { *threshold = 5.0F; }
+void store_threshold(Kiv32s* threshold) { *threshold = 5 << 15; }
+
+template <class T>
+void initialise(State<T>& s, int sample_rate, int fft_length, int hop, int window_hop, int order) {
+  s.sample_rate = sample_rate;
+  s.fft_length = fft_length;
+  s.order = order;
+  s.hop = hop;
+  s.window = static_cast<Kiv32s>((sample_rate * 0.008 / window_hop) * 125);
+  s.counter = 0;
+  s.first_frame = 1;
+  store_factor(&s.noise_smoothing, time_constant(0.7, sample_rate, hop));
+  store_factor(&s.presence_smoothing, time_constant(0.2, sample_rate, hop));
+  store_factor(&s.power_smoothing, time_constant(0.8, sample_rate, hop));
+  store_threshold(&s.threshold);
+  s.presence = reinterpret_cast<T*>(reinterpret_cast<char*>(&s) + kHeader);
+  s.power = s.presence + bins(fft_length);
+  s.minimum = s.power + bins(fft_length);
+  s.window_minimum = s.minimum + bins(fft_length);
+}
+
+constexpr int halvings(int fft_length) {
+  int order = 0;
+  for (int n = fft_length / 2; n > 0; n /= 2) ++order;
+  return order;
+}
+
+constexpr KivStatus valid_rate(int sample_rate) {
+  return require(sample_rate >= 8000 && sample_rate <= 48000, kivStatusOutOfRange);
+}
+
+// The hop is half the transform; the window counts frames of the largest power of two in it.
+template <class T, class Opaque>
+KivStatus init(int sample_rate, int fft_length, Opaque* state) {
+  return run(first_failure(not_null(state), valid_rate(sample_rate), valid_length(fft_length)), [&] {
+    const int order = halvings(fft_length);
+    initialise(*reinterpret_cast<State<T>*>(state), sample_rate, fft_length, fft_length / 2, 1 << (order - 1), order);
+  });
+}
+
+// The caller's hop, a window of one second.
+template <class T, class Opaque>
+KivStatus init_with_hop(int sample_rate, int fft_length, int hop, Opaque* state) {
+  return run(first_failure(not_null(state), valid_rate(sample_rate),
+                           require(hop >= 1 && hop <= fft_length / 2, kivStatusOutOfRange), valid_length(fft_length)),
+             [&] {
+               initialise(*reinterpret_cast<State<T>*>(state), sample_rate, fft_length, hop, hop, halvings(fft_length));
+             });
+}
+
+// --- one frame
+// --------------------------------------------------------------------------------------------------------
+
+// All arrays at bin k, as vectors or one by one through the same code.
+template <bool kWindowEnds>
+void update_bins(State<float>& s, const float* power, float* noise) {
+  using V = simd::Vec<float>;
+  const V one = V::broadcast(1.0F);
+  const V a_s = V::broadcast(s.power_smoothing);
+  const V b_s = V::broadcast(1.0F - s.power_smoothing);
+  const V a_p = V::broadcast(s.presence_smoothing);
+  const V b_p = V::broadcast(1.0F - s.presence_smoothing);
+  const V a_d = V::broadcast(s.noise_smoothing);
+  const V b_d = V::broadcast(1.0F - s.noise_smoothing);
+  const V delta = V::broadcast(s.threshold);
+  const auto step = [&](auto load, auto keep) {
+    const V x = load(power);
+    const V smoothed = a_s * load(s.power) + b_s * x;
+    const V minimum = min(load(kWindowEnds ? s.window_minimum : s.minimum), smoothed);
+    const V window_minimum = kWindowEnds ? smoothed : min(load(s.window_minimum), smoothed);
+    const V decayed = a_p * load(s.presence);
+    const V presence = select(smoothed > delta * minimum, decayed + b_p, decayed);
+    const V a = a_d + b_d * presence;
+    const V estimate = a * load(noise) + (one - a) * x;
+    keep(s.power, smoothed);
+    keep(s.minimum, minimum);
+    keep(s.window_minimum, window_minimum);
+    keep(s.presence, presence);
+    keep(noise, estimate);
+  };
+  const int count = bins(s.fft_length);
+  int k = 0;
+  for (; k + V::width <= count; k += V::width) {
+    step([&](const float* p) { return simd::load<float>(p + k); }, [&](float* p, V v) { store(p + k, v); });
+  }
+  if (const int rest = count - k; rest > 0) {
+    step([&](const float* p) { return simd::load_some<float>(p + k, rest); },
+         [&](float* p, V v) { simd::store_some(p + k, v, rest); });
+  }
+}
+
+// (x a + y (2^31 - 1 - a)) / 2^31 in double precision, to nearest.
+Kiv32s mix(double x, double y, double a) {
+  constexpr double kOne = 2147483647.0;
+  return round_saturated<Kiv32s>((x * a + y * (kOne - a)) * (1.0 / 2147483648.0));
+}
+
+template <bool kWindowEnds>
+void update_bins(State<Kiv32s>& s, const Kiv32s* power, Kiv32s* noise) {
+  constexpr std::int64_t kOne = 2147483647;
+  const std::int64_t a_s = s.power_smoothing;
+  const double b_d = static_cast<double>(kOne - s.noise_smoothing);
+  for (int k = 0; k < bins(s.fft_length); ++k) {
+    const auto smoothed = static_cast<Kiv32s>((s.power[k] * a_s + power[k] * (kOne - a_s)) >> 31);
+    const Kiv32s minimum = std::min(kWindowEnds ? s.window_minimum[k] : s.minimum[k], smoothed);
+    s.window_minimum[k] = kWindowEnds ? smoothed : std::min(s.window_minimum[k], smoothed);
+    const bool present = std::int64_t{smoothed} * 32768 > std::int64_t{s.threshold} * minimum;
+    s.presence[k] = mix(s.presence[k], present ? kOne : 0, s.presence_smoothing);
+    const double a = s.noise_smoothing + b_d * s.presence[k] * (1.0 / 2147483648.0);
+    noise[k] = mix(noise[k], power[k], a);
+    s.power[k] = smoothed;
+    s.minimum[k] = minimum;
+  }
+}
+
+template <class T, class Opaque>
+KivStatus update(const T* power, Opaque* opaque, T* noise) {
+  return run(not_null(power, opaque, noise), [&] {
+    State<T>& s = *reinterpret_cast<State<T>*>(opaque);
+    const int count = bins(s.fft_length);
+    if (s.first_frame != 0) {
+      std::fill_n(s.presence, count, T{0});
+      for (T* const array : {s.power, s.minimum, s.window_minimum, noise}) std::copy_n(power, count, array);
+    } else if (s.counter == s.window) {
+      update_bins<true>(s, power, noise);
+      s.counter = 0;
+    } else {
+      update_bins<false>(s, power, noise);
+    }
+    ++s.counter;
+    s.first_frame = 0;
+  });
+}
+
+}  // namespace
+}  // namespace kivsr
+
+extern "C" {
+using namespace kivsr;
+
+KivStatus kivsGetSizeMCRA_32f(int fftLen, int* pSize) { return get_size(fftLen, pSize); }
+KivStatus kivsGetSizeMCRA_32s(int fftLen, int* pSize) { return get_size(fftLen, pSize); }
+KivStatus kivsInitMCRA_32f(int sampleRate, int fftLen, KivsMCRAState_32f* pState) {
+  return init<Kiv32f>(sampleRate, fftLen, pState);
+}
+KivStatus kivsInitMCRA_32s(int sampleRate, int fftLen, KivsMCRAState_32s* pState) {
+  return init<Kiv32s>(sampleRate, fftLen, pState);
+}
+KivStatus kivsAltInitMCRA_32f(int sampleRate, int fftLen, int hop, KivsMCRAState_32f* pState) {
+  return init_with_hop<Kiv32f>(sampleRate, fftLen, hop, pState);
+}
+KivStatus kivsAltInitMCRA_32s(int sampleRate, int fftLen, int hop, KivsMCRAState_32s* pState) {
+  return init_with_hop<Kiv32s>(sampleRate, fftLen, hop, pState);
+}
+KivStatus kivsUpdateNoisePSDMCRA_32f_I(const Kiv32f* pPower, KivsMCRAState_32f* pState, Kiv32f* pNoise) {
+  return update(pPower, pState, pNoise);
+}
+KivStatus kivsUpdateNoisePSDMCRA_32s_I(const Kiv32s* pPower, KivsMCRAState_32s* pState, Kiv32s* pNoise) {
+  return update(pPower, pState, pNoise);
+}
+}

@@ -1,0 +1,246 @@
+// Noise reduction of the advanced front end (ETSI ES 202 050, clause 5.1): spectrum smoothing, noise update, Wiener
+// design, filter taps, residual filter.
+#include <algorithm>
+#include <cstddef>
+#include <limits>
+
+#include "frame/scale.h"
+#include "frame/status.h"
+#include "frame/transform.h"
+#include "kivsr/aurora/wiener.h"
+
+namespace kivsr {
+namespace {
+
+constexpr int kFrame = 80;
+constexpr int kTaps = 17;
+
+// --- smoothed power spectrum: two bins into one; bin 0 is real, the real last bin stands at element 1 ---------------
+
+struct FloatPower {
+  float operator()(float a, float b, float c, float d) const { return (a * a + b * b + c * c + d * d) * 0.5F; }
+  float first(float a, float b, float c) const { return (a * a + b * b + c * c) * 0.5F; }
+  float last(float a) const { return a * a; }
+};
+
+struct WordPower {
+  static int half_square(int x) { return (x * x) >> 1; }
+  Kiv16s operator()(int a, int b, int c, int d) const {
+    return saturate<Kiv16s>(std::int64_t{half_square(a)} + half_square(b) + half_square(c) + half_square(d));
+  }
+  Kiv16s first(int a, int b, int c) const { return (*this)(a, b, c, 0); }
+  Kiv16s last(int a) const { return saturate<Kiv16s>(std::int64_t{a} * a); }
+};
+
+struct ScaledPower {
+  int scale_factor;
+  double factor = scale_by_power_of_two(0.5, scale_factor);
+
+  // Shifts without rounding, to the left with saturation; x >= 0.
+  Kiv32s shifted(std::int64_t x) const {
+    if (scale_factor >= 0) return saturate<Kiv32s>(x >> std::min(scale_factor, 63));
+    return scaled<Kiv32s>(x, scale_factor);
+  }
+  static std::int64_t half_square(std::int64_t x) { return (x * x) >> 1; }
+  Kiv32s operator()(Kiv32s a, Kiv32s b, Kiv32s c, Kiv32s d) const {
+    const auto square = [](double x) { return x * x; };
+    return round_saturated<Kiv32s>((square(a) + square(b) + square(c) + square(d)) * factor);
+  }
+  Kiv32s first(Kiv32s a, Kiv32s b, Kiv32s c) const { return shifted(half_square(a) + half_square(b) + half_square(c)); }
+  Kiv32s last(Kiv32s a) const { return shifted(std::int64_t{a} * a); }
+};
+
+template <class T, class Power>
+KivStatus smooth(const T* src, T* dst, int len, Power power) {
+  return run(first_failure(not_null(src, dst), require(len >= 1 && len % 4 == 0, kivStatusBadSize)), [&] {
+    const int last = len / 4;
+    dst[0] = power.first(src[2], src[3], src[0]);
+    for (int k = 1; k < last; ++k) {
+      const T* const bins = src + 4 * static_cast<std::ptrdiff_t>(k);
+      dst[k] = power(bins[0], bins[1], bins[2], bins[3]);
+    }
+    dst[last] = power.last(src[1]);
+  });
+}
+
+// --- noise spectrum update
+// --------------------------------------------------------------------------------------------
+
+// b (0.1 r (b/t + 1) + 0.9), r = a / (a + b), t = 0.1 a + b, with the processor's estimates for both quotients; lanes
+// where a sum vanishes are zero.
+void update_noise(const float* power, const float* noise, float* dst, int len) {
+  using V = simd::Vec<float>;
+  const V tenth = V::broadcast(0.1F);
+  const V one = V::broadcast(1.0F);
+  const V keep = V::broadcast(0.9F);
+  transform<float>(
+      len,
+      [=](V a, V b) {
+        const V sum = a + b;
+        const V t = tenth * a + b;
+        const V r = a * reciprocal_estimate(sum);
+        const V result = b * (tenth * r * (b * reciprocal_estimate(t) + one) + keep);
+        return simd::select((sum == V::zero()) | (t == V::zero()), V::zero(), result);
+      },
+      dst, power, noise);
+}
+
+// The integer forms: exact divisions in single precision, truncated.
+template <class T, class Store>
+void update_noise(const T* power, const T* noise, T* dst, int len, int scale_factor, Store store) {
+  const float factor = single_scale(scale_factor);
+  for (int i = 0; i < len; ++i) {
+    const std::int64_t sum = std::int64_t{power[i]} + noise[i];
+    const auto a = static_cast<float>(power[i]);
+    const auto b = static_cast<float>(noise[i]);
+    const float t = 0.1F * a + b;
+    if (sum == 0 || (t > -1.0F && t < 1.0F)) {
+      dst[i] = 0;
+      continue;
+    }
+    const float r = a / static_cast<float>(sum);
+    const float result = b * (0.1F * r * (b / t + 1.0F) + 0.9F);
+    dst[i] = result == 0.0F ? T{0} : store(result * factor);
+  }
+}
+
+// Out of range either way, and NaN: the processor's out-of-range result.
+Kiv32s truncate_or_lowest(float x) {
+  return x >= -2147483648.0F && x < 2147483648.0F ? static_cast<Kiv32s>(x) : std::numeric_limits<Kiv32s>::min();
+}
+
+Kiv16s truncate_saturated(float x) {
+  if (x > 32767.0F) return 32767;
+  if (!(x >= -32768.0F)) return -32768;
+  return static_cast<Kiv16s>(x);
+}
+
+template <class T, class Update>
+KivStatus update_checked(const T* power, const T* noise, T* dst, int len, Update update) {
+  return run(first_failure(not_null(power, noise, dst), positive(len)), update);
+}
+
+// --- Wiener gain
+// ------------------------------------------------------------------------------------------------------
+
+// Two passes of eta / (eta + 1) on the a-priori signal-to-noise ratio, the second above -22 dB. 1/N is the processor's
+// estimate.
+void design(const float* power, const float* noise, const float* previous, float* dst, int len) {
+  using V = simd::Vec<float>;
+  const V old_share = V::broadcast(0.98F);
+  const V new_share = V::broadcast(0.02F);
+  const V floor = V::broadcast(0.07943282F);
+  const V one = V::broadcast(1.0F);
+  transform<float>(
+      len,
+      [=](V p, V n, V s) {
+        const V r = reciprocal_estimate(n);
+        const V eta1 = (old_share * s + new_share * max(p - n, V::zero())) * r;
+        const V h1 = eta1 / (eta1 + one);
+        const V eta2 = max(h1 * p * r, floor);
+        return eta2 / (eta2 + one);
+      },
+      dst, power, noise, previous);
+}
+
+// Gains in Q14; shares in Q12; 1301 is -22 dB in Q14 and 1206 the gain that follows from it.
+Kiv16s design(std::int64_t p, std::int64_t n, std::int64_t s) {
+  constexpr Kiv16s kFlooredGain = 1206;
+  if (n == 0) return kFlooredGain;
+  const std::int64_t d = p > n ? p - n : 0;
+  const std::int64_t r = 16384 / n;
+  const std::int64_t eta1 = ((82 * d + 4014 * s) * r) >> 14;
+  if (eta1 == -4096) return kFlooredGain;  // only from a negative spectrum
+  const std::int64_t h1 = eta1 * 16384 / (eta1 + 4096);
+  const std::int64_t eta2 = std::max<std::int64_t>(((p * h1) >> 14) * r, 1301);
+  return static_cast<Kiv16s>(eta2 * 128 / ((eta2 >> 7) + 128));
+}
+
+// --- filter taps and residual filter
+// ----------------------------------------------------------------------------------
+
+template <class T>
+KivStatus make_taps(const T* src, T* taps) {
+  return run(not_null(src, taps), [&] {
+    constexpr int kCentre = kTaps / 2;
+    taps[kCentre] = src[0];
+    for (int k = 1; k <= kCentre; ++k) {
+      taps[kCentre - k] = src[k];
+      taps[kCentre + k] = src[k + 1];
+    }
+  });
+}
+
+void filter(const float* src, float* dst, const float* taps) {
+  using V = simd::Vec<float>;
+  for (int n = 0; n < kFrame; n += V::width) {
+    V sum = V::zero();
+    for (int k = 0; k < kTaps; ++k) sum = mul_add(V::broadcast(taps[k]), simd::load<float>(src + n + k), sum);
+    store(dst + n, sum);
+  }
+}
+
+// Pairs of products in 32 bits that wrap, pairs added in double precision.
+void filter(const Kiv16s* src, Kiv16s* dst, const Kiv16s* taps, int scale_factor) {
+  for (int n = 0; n < kFrame; ++n) {
+    double sum = Kiv32s{taps[kTaps - 1]} * src[n + kTaps - 1];
+    for (int k = 0; k + 1 < kTaps; k += 2) {
+      const auto product = [&](int i) { return static_cast<std::uint32_t>(Kiv32s{taps[i]} * src[n + i]); };
+      sum += static_cast<Kiv32s>(product(k) + product(k + 1));
+    }
+    dst[n] = round_saturated<Kiv16s>(scale_by_power_of_two(sum, scale_factor));
+  }
+}
+
+}  // namespace
+}  // namespace kivsr
+
+extern "C" {
+using namespace kivsr;
+
+KivStatus kivsSmoothedPowerSpectrumAurora_32f(const Kiv32f* pSrc, Kiv32f* pDst, int len) {
+  return smooth(pSrc, pDst, len, FloatPower{});
+}
+KivStatus kivsSmoothedPowerSpectrumAurora_16s(const Kiv16s* pSrc, Kiv16s* pDst, int len) {
+  return smooth(pSrc, pDst, len, WordPower{});
+}
+KivStatus kivsSmoothedPowerSpectrumAurora_32s_Sfs(const Kiv32s* pSrc, Kiv32s* pDst, int len, int scaleFactor) {
+  return smooth(pSrc, pDst, len, ScaledPower{scaleFactor});
+}
+
+KivStatus kivsNoiseSpectrumUpdate_Aurora_32f(const Kiv32f* pSrc, const Kiv32f* pNoise, Kiv32f* pDst, int len) {
+  return update_checked(pSrc, pNoise, pDst, len, [&] { update_noise(pSrc, pNoise, pDst, len); });
+}
+KivStatus kivsNoiseSpectrumUpdate_Aurora_16s_Sfs(const Kiv16s* pSrc, const Kiv16s* pNoise, Kiv16s* pDst, int len,
+                                                 int scaleFactor) {
+  return update_checked(pSrc, pNoise, pDst, len,
+                        [&] { update_noise(pSrc, pNoise, pDst, len, scaleFactor, truncate_saturated); });
+}
+KivStatus kivsNoiseSpectrumUpdate_Aurora_32s_Sfs(const Kiv32s* pSrc, const Kiv32s* pNoise, Kiv32s* pDst, int len,
+                                                 int scaleFactor) {
+  return update_checked(pSrc, pNoise, pDst, len,
+                        [&] { update_noise(pSrc, pNoise, pDst, len, scaleFactor, truncate_or_lowest); });
+}
+
+KivStatus kivsWienerFilterDesign_Aurora_32f(const Kiv32f* pSrc, const Kiv32f* pNoise, const Kiv32f* pPrev, Kiv32f* pDst,
+                                            int len) {
+  return run(first_failure(not_null(pSrc, pNoise, pPrev, pDst), positive(len)),
+             [&] { design(pSrc, pNoise, pPrev, pDst, len); });
+}
+KivStatus kivsWienerFilterDesign_Aurora_16s(const Kiv16s* pSrc, const Kiv16s* pNoise, const Kiv16s* pPrev, Kiv16s* pDst,
+                                            int len) {
+  return run(first_failure(not_null(pSrc, pNoise, pPrev, pDst), positive(len)), [&] {
+    for (int i = 0; i < len; ++i) pDst[i] = design(pSrc[i], pNoise[i], pPrev[i]);
+  });
+}
+
+KivStatus kivsTabsCalculation_Aurora_32f(const Kiv32f* pSrc, Kiv32f* pTaps) { return make_taps(pSrc, pTaps); }
+KivStatus kivsTabsCalculation_Aurora_16s(const Kiv16s* pSrc, Kiv16s* pTaps) { return make_taps(pSrc, pTaps); }
+
+KivStatus kivsResidualFilter_Aurora_32f(const Kiv32f* pSrc, Kiv32f* pDst, const Kiv32f* pTaps) {
+  return run(not_null(pSrc, pDst, pTaps), [&] { filter(pSrc, pDst, pTaps); });
+}
+KivStatus kivsResidualFilter_Aurora_16s_Sfs(const Kiv16s* pSrc, Kiv16s* pDst, const Kiv16s* pTaps, int scaleFactor) {
+  return run(not_null(pSrc, pDst, pTaps), [&] { filter(pSrc, pDst, pTaps, scaleFactor); });
+}
+}
