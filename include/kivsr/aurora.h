@@ -3,5 +3,8 @@
 #define KIVSR_AURORA_H
 
 #include "aurora/equalisation.h"
+#include "aurora/mcra.h"
+#include "aurora/vad.h"
+#include "aurora/wiener.h"
 
 #endif
