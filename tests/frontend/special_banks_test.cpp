@@ -129,11 +129,11 @@ struct LongBank {
       c[static_cast<std::size_t>(i)] = static_cast<Kiv32s>(std::min(std::lround(f * 2 * half / sampling), long{half}));
     }
   }
-  // The exact sum of filter i, as 96 bits and more.
-  __int128 sum(std::size_t i, const Kiv32s* x) const {
-    __int128 total = 0;
+  // The sum of filter i, exact up to 64 bits.
+  long double sum(std::size_t i, const Kiv32s* x) const {
+    long double total = 0;
     const auto add = [&](Kiv32s j, Kiv64s numerator, Kiv64s denominator) {
-      total += ((numerator << 30) / denominator * x[j]) >> 8;
+      total += static_cast<long double>(((numerator << 30) / denominator * x[j]) >> 8);
     };
     for (Kiv32s j = c[i - 1]; j <= c[i]; ++j) add(j, j - c[i - 1] + 1, c[i] - c[i - 1] + 1);
     for (Kiv32s j = c[i] + 1; j <= c[i + 1]; ++j) add(j, c[i + 1] + 1 - j, c[i + 1] - c[i] + 1);
@@ -160,10 +160,10 @@ TEST(LongBankTest, EvaluationMatchesWideArithmetic) {
         for (int scale_factor : {-31, -30, -9, -1, 0, 1, 5, 30, 31}) {
           ASSERT_EQ(kivsEvalFBank_32s_Sfs(src.data(), dst.data(), b.bank, scale_factor), kivStatusOk);
           for (std::size_t i = 1; i <= filters; ++i) {
-            const __int128 sum = std::clamp<__int128>(b.sum(i, values.data()), std::numeric_limits<Kiv64s>::min(),
-                                                      std::numeric_limits<Kiv64s>::max());
-            const __int128 scaled = scale_factor >= 0 ? sum >> scale_factor : sum * (__int128{1} << -scale_factor);
-            const auto expected = std::clamp<__int128>((scaled + (1 << 21)) >> 22, INT32_MIN, INT32_MAX);
+            const long double sum = std::clamp(b.sum(i, values.data()), -0x1p63L, 0x1p63L - 1);
+            const long double scaled = std::floor(std::ldexp(sum, -scale_factor));
+            const long double expected =
+                std::clamp<long double>(std::floor(std::ldexp(scaled, -22) + 0.5L), INT32_MIN, INT32_MAX);
             ASSERT_EQ(dst[i - 1], static_cast<Kiv32s>(expected)) << i << " scale factor " << scale_factor;
           }
         }
