@@ -4,6 +4,8 @@
 
 #include "vector/elementwise.h"
 #include "vector/fft.h"
+#include "vector/products.h"
 #include "vector/reductions.h"
+#include "vector/statistics.h"
 
 #endif

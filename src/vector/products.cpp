@@ -1,0 +1,272 @@
+// Products of a matrix with a vector on either side.
+#include "kivsr/vector/products.h"
+#include "frame/rounding_mode.h"
+#include "frame/scale.h"
+#include "frame/transform.h"
+#include "matrix_checks.h"
+#include "statistics_column_sums.h"
+
+namespace kivsr {
+namespace {
+
+using simd::Vec;
+
+// --- exact sums of integer products ---------------------------------------------
+
+// 16-bit words: pairs of products in 32-bit lanes, split into halves that cannot overflow for 2^15 steps.
+std::int64_t exact_dot(const Kiv16s* a, const Kiv16s* b, std::ptrdiff_t len) {
+  using V = Vec<Kiv32s>;
+  constexpr std::ptrdiff_t kStep = 2 * V::width;
+  const V low_half = V::broadcast(0xFFFF);
+  const V one = V::broadcast(1);
+  std::int64_t total = 0;
+  for (std::ptrdiff_t i = 0; i < len;) {
+    V high = V::zero();
+    V low = V::zero();
+    std::int64_t steps = 0;
+    const auto add = [&](V pairs) {
+      // No pair is as low as INT32_MIN: less one, that value is the 2^31 of four lowest words and nothing else.
+      const V less_one = pairs - one;
+      high = high + shift_right(less_one, 16);
+      low = low + (less_one & low_half);
+      ++steps;
+    };
+    const std::ptrdiff_t end = std::min(len - i, kStep << 15) + i;
+    for (; i + kStep <= end; i += kStep) add(simd::pair_products(a + i, b + i));
+    if (i < end) {
+      Kiv16s last_a[kStep] = {};
+      Kiv16s last_b[kStep] = {};
+      std::copy(a + i, a + end, last_a);
+      std::copy(b + i, b + end, last_b);
+      add(simd::pair_products(last_a, last_b));
+      i = end;
+    }
+    Kiv32s lanes[2][V::width];
+    simd::store(lanes[0], high);
+    simd::store(lanes[1], low);
+    std::int64_t high_sum = 0;
+    std::int64_t low_sum = steps * V::width;
+    for (int k = 0; k < V::width; ++k) {
+      high_sum += lanes[0][k];
+      low_sum += lanes[1][k];
+    }
+    total += high_sum * 65536 + low_sum;
+  }
+  return total;
+}
+
+// 32-bit words: 2^31 products of 62 bits.
+struct WideSum {
+  std::int64_t high = 0;
+  std::uint64_t low = 0;
+  void add(Kiv32s a, Kiv32s b) {
+    const std::int64_t product = std::int64_t{a} * b;
+    high += product >> 32;
+    low += static_cast<std::uint32_t>(product);
+  }
+  double value() const {
+    return static_cast<double>(high + static_cast<std::int64_t>(low >> 32)) * 4294967296.0 +
+           static_cast<double>(static_cast<std::uint32_t>(low));
+  }
+};
+
+double scale_of_wide_sums(int scale_factor) { return power_of_two_64(-std::clamp(scale_factor, -900, 1000)); }
+
+// --- matrix times vector ----------------------------------------------------------
+
+// Rows r .. r + kRows - 1. A row is summed alike whatever kRows: even and odd vectors apart, then the lanes.
+template <int kRows, class Rows>
+void dot_rows(Rows rows, std::ptrdiff_t r, const float* vector, std::ptrdiff_t width, float* dst) {
+  using V = Vec<float>;
+  constexpr std::ptrdiff_t W = V::width;
+  const float* row[kRows];
+  V even[kRows];
+  V odd[kRows];
+#pragma GCC unroll 4
+  for (int k = 0; k < kRows; ++k) {
+    row[k] = rows.row(r + k);
+    even[k] = odd[k] = V::zero();
+  }
+  std::ptrdiff_t c = 0;
+  for (; c + 2 * W <= width; c += 2 * W) {
+    const V v0 = simd::load<float>(vector + c);
+#pragma GCC unroll 4
+    for (int k = 0; k < kRows; ++k) even[k] = mul_add(simd::load<float>(row[k] + c), v0, even[k]);
+    const V v1 = simd::load<float>(vector + c + W);
+#pragma GCC unroll 4
+    for (int k = 0; k < kRows; ++k) odd[k] = mul_add(simd::load<float>(row[k] + c + W), v1, odd[k]);
+  }
+  if (c + W <= width) {
+    const V v = simd::load<float>(vector + c);
+#pragma GCC unroll 4
+    for (int k = 0; k < kRows; ++k) even[k] = mul_add(simd::load<float>(row[k] + c), v, even[k]);
+    c += W;
+  }
+  if (c < width) {
+    const int rest = static_cast<int>(width - c);
+    const V v = simd::load_some<float>(vector + c, rest);
+#pragma GCC unroll 4
+    for (int k = 0; k < kRows; ++k) odd[k] = mul_add(simd::load_some<float>(row[k] + c, rest), v, odd[k]);
+  }
+  if constexpr (kRows == 4) {
+    simd::store_lane_sums(dst + r, even[0] + odd[0], even[1] + odd[1], even[2] + odd[2], even[3] + odd[3]);
+  } else {
+    for (int k = 0; k < kRows; ++k) dst[r + k] = simd::sum_lanes(even[k] + odd[k]);
+  }
+}
+
+template <class Rows>
+void matrix_times_vector(Rows matrix, const float* vector, std::ptrdiff_t width, float* dst, std::ptrdiff_t height) {
+  std::ptrdiff_t r = 0;
+  for (; r + 4 <= height; r += 4) dot_rows<4>(matrix, r, vector, width, dst);
+  for (; r < height; ++r) dot_rows<1>(matrix, r, vector, width, dst);
+}
+
+template <class Rows, class D>
+void matrix_times_vector(Rows matrix, const Kiv16s* vector, std::ptrdiff_t width, D* dst, std::ptrdiff_t height,
+                         int scale_factor) {
+  for (std::ptrdiff_t r = 0; r < height; ++r) {
+    dst[r] = scaled<D>(exact_dot(matrix.row(r), vector, width), scale_factor);
+  }
+}
+
+template <class Rows>
+void matrix_times_vector(Rows matrix, const Kiv32s* vector, std::ptrdiff_t width, Kiv32s* dst, std::ptrdiff_t height,
+                         int scale_factor) {
+  const NearestRounding nearest;
+  const double scale = scale_of_wide_sums(scale_factor);
+  for (std::ptrdiff_t r = 0; r < height; ++r) {
+    const Kiv32s* const row = matrix.row(r);
+    WideSum sum;
+    for (std::ptrdiff_t c = 0; c < width; ++c) sum.add(row[c], vector[c]);
+    dst[r] = round_saturated<Kiv32s>(sum.value() * scale);
+  }
+}
+
+// --- vector times matrix ----------------------------------------------------------
+
+template <class Rows>
+void vector_times_matrix(const float* vector, Rows matrix, std::ptrdiff_t height, float* dst, std::ptrdiff_t width) {
+  sum_columns(Products<float, float>{vector}, matrix, height, width, FromZero{},
+              [&](auto first, auto count, const auto* even, const auto* odd) {
+                transform<float>(
+                    count, [](auto a, auto b) { return a + b; }, dst + first, even, odd);
+              });
+}
+
+template <class Rows, class D>
+void vector_times_matrix(const Kiv16s* vector, Rows matrix, std::ptrdiff_t height, D* dst, std::ptrdiff_t width,
+                         int scale_factor) {
+  sum_columns_exactly(Products<double, Kiv16s>{vector}, matrix, height, width,
+                      [&](auto first, auto count, const std::int64_t* even, const std::int64_t* odd) {
+                        for (std::ptrdiff_t c = 0; c < count; ++c) {
+                          dst[first + c] = scaled<D>(even[c] + odd[c], scale_factor);
+                        }
+                      });
+}
+
+template <class Rows>
+void vector_times_matrix(const Kiv32s* vector, Rows matrix, std::ptrdiff_t height, Kiv32s* dst, std::ptrdiff_t width,
+                         int scale_factor) {
+  constexpr std::ptrdiff_t kColumns = 256;
+  const NearestRounding nearest;
+  const double scale = scale_of_wide_sums(scale_factor);
+  for (std::ptrdiff_t first = 0; first < width; first += kColumns) {
+    const std::ptrdiff_t count = std::min(kColumns, width - first);
+    WideSum sums[kColumns];
+    for (std::ptrdiff_t r = 0; r < height; ++r) {
+      const Kiv32s* const row = matrix.row(r) + first;
+      for (std::ptrdiff_t c = 0; c < count; ++c) sums[c].add(row[c], vector[r]);
+    }
+    for (std::ptrdiff_t c = 0; c < count; ++c) dst[first + c] = round_saturated<Kiv32s>(sums[c].value() * scale);
+  }
+}
+
+// --- checks ---------------------------------------------------------------------
+
+template <class Rows, class T, class D, class... Scale>
+KivStatus matrix_vector(Rows matrix, const T* vector, int width, D* dst, int height, Scale... scale) {
+  return run(
+      first_failure(not_null(array_of(matrix), vector, dst), positive(width, height), step_covers(matrix, width)),
+      [&] { matrix_times_vector(matrix, vector, width, dst, height, scale...); });
+}
+
+template <class Rows, class T, class D, class... Scale>
+KivStatus vector_matrix(const T* vector, Rows matrix, int height, D* dst, int width, Scale... scale) {
+  return run(
+      first_failure(not_null(vector, array_of(matrix), dst), positive(width, height), step_covers(matrix, width)),
+      [&] { vector_times_matrix(vector, matrix, height, dst, width, scale...); });
+}
+
+}  // namespace
+}  // namespace kivsr
+
+extern "C" {
+using namespace kivsr;
+
+KivStatus kivsMatVecMul_32f_D2(const Kiv32f* pSrcMatrix, int step, const Kiv32f* pSrcVec, int width, Kiv32f* pDst,
+                               int height) {
+  return matrix_vector(StepRows{pSrcMatrix, step}, pSrcVec, width, pDst, height);
+}
+KivStatus kivsMatVecMul_32f_D2L(const Kiv32f** ppSrcMatrix, const Kiv32f* pSrcVec, int width, Kiv32f* pDst,
+                                int height) {
+  return matrix_vector(PointerRows{ppSrcMatrix}, pSrcVec, width, pDst, height);
+}
+KivStatus kivsMatVecMul_16s_D2Sfs(const Kiv16s* pSrcMatrix, int step, const Kiv16s* pSrcVec, int width, Kiv16s* pDst,
+                                  int height, int scaleFactor) {
+  return matrix_vector(StepRows{pSrcMatrix, step}, pSrcVec, width, pDst, height, scaleFactor);
+}
+KivStatus kivsMatVecMul_16s_D2LSfs(const Kiv16s** ppSrcMatrix, const Kiv16s* pSrcVec, int width, Kiv16s* pDst,
+                                   int height, int scaleFactor) {
+  return matrix_vector(PointerRows{ppSrcMatrix}, pSrcVec, width, pDst, height, scaleFactor);
+}
+KivStatus kivsMatVecMul_16s32s_D2Sfs(const Kiv16s* pSrcMatrix, int step, const Kiv16s* pSrcVec, int width, Kiv32s* pDst,
+                                     int height, int scaleFactor) {
+  return matrix_vector(StepRows{pSrcMatrix, step}, pSrcVec, width, pDst, height, scaleFactor);
+}
+KivStatus kivsMatVecMul_16s32s_D2LSfs(const Kiv16s** ppSrcMatrix, const Kiv16s* pSrcVec, int width, Kiv32s* pDst,
+                                      int height, int scaleFactor) {
+  return matrix_vector(PointerRows{ppSrcMatrix}, pSrcVec, width, pDst, height, scaleFactor);
+}
+KivStatus kivsMatVecMul_32s_D2Sfs(const Kiv32s* pSrcMatrix, int step, const Kiv32s* pSrcVec, int width, Kiv32s* pDst,
+                                  int height, int scaleFactor) {
+  return matrix_vector(StepRows{pSrcMatrix, step}, pSrcVec, width, pDst, height, scaleFactor);
+}
+KivStatus kivsMatVecMul_32s_D2LSfs(const Kiv32s** ppSrcMatrix, const Kiv32s* pSrcVec, int width, Kiv32s* pDst,
+                                   int height, int scaleFactor) {
+  return matrix_vector(PointerRows{ppSrcMatrix}, pSrcVec, width, pDst, height, scaleFactor);
+}
+
+KivStatus kivsVecMatMul_32f_D2(const Kiv32f* pSrcVec, const Kiv32f* pSrcMatrix, int step, int height, Kiv32f* pDst,
+                               int width) {
+  return vector_matrix(pSrcVec, StepRows{pSrcMatrix, step}, height, pDst, width);
+}
+KivStatus kivsVecMatMul_32f_D2L(const Kiv32f* pSrcVec, const Kiv32f** ppSrcMatrix, int height, Kiv32f* pDst,
+                                int width) {
+  return vector_matrix(pSrcVec, PointerRows{ppSrcMatrix}, height, pDst, width);
+}
+KivStatus kivsVecMatMul_16s_D2Sfs(const Kiv16s* pSrcVec, const Kiv16s* pSrcMatrix, int step, int height, Kiv16s* pDst,
+                                  int width, int scaleFactor) {
+  return vector_matrix(pSrcVec, StepRows{pSrcMatrix, step}, height, pDst, width, scaleFactor);
+}
+KivStatus kivsVecMatMul_16s_D2LSfs(const Kiv16s* pSrcVec, const Kiv16s** ppSrcMatrix, int height, Kiv16s* pDst,
+                                   int width, int scaleFactor) {
+  return vector_matrix(pSrcVec, PointerRows{ppSrcMatrix}, height, pDst, width, scaleFactor);
+}
+KivStatus kivsVecMatMul_16s32s_D2Sfs(const Kiv16s* pSrcVec, const Kiv16s* pSrcMatrix, int step, int height,
+                                     Kiv32s* pDst, int width, int scaleFactor) {
+  return vector_matrix(pSrcVec, StepRows{pSrcMatrix, step}, height, pDst, width, scaleFactor);
+}
+KivStatus kivsVecMatMul_16s32s_D2LSfs(const Kiv16s* pSrcVec, const Kiv16s** ppSrcMatrix, int height, Kiv32s* pDst,
+                                      int width, int scaleFactor) {
+  return vector_matrix(pSrcVec, PointerRows{ppSrcMatrix}, height, pDst, width, scaleFactor);
+}
+KivStatus kivsVecMatMul_32s_D2Sfs(const Kiv32s* pSrcVec, const Kiv32s* pSrcMatrix, int step, int height, Kiv32s* pDst,
+                                  int width, int scaleFactor) {
+  return vector_matrix(pSrcVec, StepRows{pSrcMatrix, step}, height, pDst, width, scaleFactor);
+}
+KivStatus kivsVecMatMul_32s_D2LSfs(const Kiv32s* pSrcVec, const Kiv32s** ppSrcMatrix, int height, Kiv32s* pDst,
+                                   int width, int scaleFactor) {
+  return vector_matrix(pSrcVec, PointerRows{ppSrcMatrix}, height, pDst, width, scaleFactor);
+}
+}

@@ -1,0 +1,295 @@
+// Sums down the columns of a matrix: the one loop under column statistics and vector-matrix products.
+//
+// Columns lie in lanes, rows are added one after the other, so that each column is summed in row order whatever the
+// width, the layout or the alignment. Sums of up to kPanelColumns columns live on the stack. Within such a panel a
+// block of rows small enough for the first-level cache is finished before the next one is touched, a strip of columns
+// at a time with its sums in registers.
+//
+// A policy says what is summed:
+//   using Lanes       float or double: the type that is added
+//   kSums             sums per column
+//   kPaired           rows come in pairs from the top, a last single row by itself
+//   add(sums, r, x)   row r, x a vector of its elements;  paired: add_pair(sums, r, x0, x1) for rows r and r + 1
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "frame/simd/vec.h"
+
+namespace kivsr {
+
+inline constexpr std::ptrdiff_t kPanelColumns = 512;
+// Vectors of columns whose sums stay in registers.
+#if defined(__i386__)
+inline constexpr int kStripVectors = 3;
+#else
+inline constexpr int kStripVectors = 5;
+#endif
+
+// --- what is summed ---------------------------------------------------------
+
+template <class T>
+struct Values {
+  using Lanes = T;
+  static constexpr int kSums = 1;
+  static constexpr bool kPaired = false;
+  template <class V>
+  void add(V* sums, std::ptrdiff_t, V x) const {
+    sums[0] = sums[0] + x;
+  }
+};
+
+template <class T>
+struct Squares : Values<T> {
+  template <class V>
+  void add(V* sums, std::ptrdiff_t, V x) const {
+    sums[0] = sums[0] + x * x;
+  }
+};
+
+template <class T>
+struct ValuesAndSquares : Values<T> {
+  static constexpr int kSums = 2;
+  template <class V>
+  void add(V* sums, std::ptrdiff_t, V x) const {
+    sums[0] = sums[0] + x;
+    sums[1] = sums[1] + x * x;
+  }
+};
+
+// Base of the policies that take rows in pairs. The two products of a pair are added first, then the pair to the sum.
+template <class T, class Term>
+struct WeightedPairs {
+  using Lanes = T;
+  static constexpr int kSums = 1;
+  static constexpr bool kPaired = true;
+  const T* weights;
+  template <class V>
+  void add(V* sums, std::ptrdiff_t r, V x) const {
+    sums[0] = sums[0] + Term::of(x, V::broadcast(weights[r]));
+  }
+  template <class V>
+  void add_pair(V* sums, std::ptrdiff_t r, V x0, V x1) const {
+    sums[0] = sums[0] + (Term::of(x0, V::broadcast(weights[r])) + Term::of(x1, V::broadcast(weights[r + 1])));
+  }
+};
+
+struct WeightedValue {
+  template <class V>
+  static V of(V x, V weight) {
+    return x * weight;
+  }
+};
+struct WeightedSquare {
+  template <class V>
+  static V of(V x, V weight) {
+    return x * weight * x;
+  }
+};
+
+template <class T>
+using WeightedValues = WeightedPairs<T, WeightedValue>;
+template <class T>
+using WeightedSquares = WeightedPairs<T, WeightedSquare>;
+
+template <class T>
+struct WeightedValuesAndSquares {
+  using Lanes = T;
+  static constexpr int kSums = 2;
+  static constexpr bool kPaired = true;
+  const T* weights;
+  template <class V>
+  void add(V* sums, std::ptrdiff_t r, V x) const {
+    WeightedValues<T>{weights}.add(sums, r, x);
+    WeightedSquares<T>{weights}.add(sums + 1, r, x);
+  }
+  template <class V>
+  void add_pair(V* sums, std::ptrdiff_t r, V x0, V x1) const {
+    WeightedValues<T>{weights}.add_pair(sums, r, x0, x1);
+    WeightedSquares<T>{weights}.add_pair(sums + 1, r, x0, x1);
+  }
+};
+
+// Products of rows with the elements of a vector, for results that are free to round as the target does it fastest:
+// even and odd rows apart, to be added by the caller.
+template <class T, class W>
+struct Products {
+  using Lanes = T;
+  static constexpr int kSums = 2;
+  static constexpr bool kPaired = true;
+  const W* vector;
+  template <class V>
+  void add(V* sums, std::ptrdiff_t r, V x) const {
+    sums[0] = mul_add(x, V::broadcast(static_cast<T>(vector[r])), sums[0]);
+  }
+  template <class V>
+  void add_pair(V* sums, std::ptrdiff_t r, V x0, V x1) const {
+    add(sums, r, x0);
+    sums[1] = mul_add(x1, V::broadcast(static_cast<T>(vector[r + 1])), sums[1]);
+  }
+};
+
+// --- the loops --------------------------------------------------------------
+
+template <class Policy>
+struct ColumnPanel {
+  using T = typename Policy::Lanes;
+  using V = simd::Vec<T>;
+  static constexpr std::ptrdiff_t W = V::width;
+
+  // sums[m][c] for column first + c; while rows are added, the last W columns stand in a slot of their own behind the
+  // last full vector, as that is where a vector of them begins.
+  alignas(32) T sums[Policy::kSums][kPanelColumns + W];
+  std::ptrdiff_t first;
+  std::ptrdiff_t count;
+
+  void clear() {
+    for (auto& row : sums) std::memset(row, 0, static_cast<std::size_t>(count / W + 1) * W * sizeof(T));
+  }
+
+  template <class Rows>
+  void add_rows(const Policy& policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end) {
+    spread_last_columns();
+    constexpr std::ptrdiff_t kBlockBytes = 8192;
+    const auto row_bytes = count * static_cast<std::ptrdiff_t>(sizeof(*rows.row(0)));
+    // Even, so that a block does not cut a pair.
+    const std::ptrdiff_t block = std::clamp<std::ptrdiff_t>(kBlockBytes / row_bytes, 4, 256) / 2 * 2;
+    for (std::ptrdiff_t r = begin; r < end; r += block) add_block(policy, rows, r, std::min(r + block, end));
+    gather_last_columns();
+  }
+
+ private:
+  template <class Rows>
+  void add_block(const Policy& policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end) {
+    if (count < W) return add_strip<1, true>(policy, rows, begin, end, 0, first);
+    const std::ptrdiff_t vectors = (count + W - 1) / W;
+    const std::ptrdiff_t strips = (vectors + kStripVectors - 1) / kStripVectors;
+    for (std::ptrdiff_t s = 0; s < strips; ++s) {
+      const std::ptrdiff_t slot = vectors * s / strips;
+      const std::ptrdiff_t next = vectors * (s + 1) / strips;
+      add_strip_of(static_cast<int>(next - slot), policy, rows, begin, end, slot,
+                   first + std::min(next * W, count) - W);
+    }
+  }
+
+  template <int kVectors = kStripVectors, class Rows>
+  void add_strip_of(int vectors, const Policy& policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end,
+                    std::ptrdiff_t slot, std::ptrdiff_t last) {
+    if constexpr (kVectors > 1) {
+      if (vectors < kVectors) return add_strip_of<kVectors - 1>(vectors, policy, rows, begin, end, slot, last);
+    }
+    add_strip<kVectors, false>(policy, rows, begin, end, slot, last);
+  }
+
+  // Vectors `slot` .. slot + kVectors - 1 of the panel; the last of them begins at column `last` of the matrix.
+  template <int kVectors, bool kNarrow, class Rows>
+  [[gnu::noinline]] void add_strip(Policy policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end,
+                                   std::ptrdiff_t slot, std::ptrdiff_t last) {
+    const std::ptrdiff_t column = first + slot * W;
+    const auto at = [&](const auto* row, int v) {
+      if constexpr (kNarrow) {
+        return simd::load_some<T>(row + last, static_cast<int>(count));
+      } else {
+        return simd::load<T>(row + (v + 1 < kVectors ? column + v * W : last));
+      }
+    };
+    V held[kVectors][Policy::kSums];
+#pragma GCC unroll 8
+    for (int v = 0; v < kVectors; ++v) {
+#pragma GCC unroll 2
+      for (int m = 0; m < Policy::kSums; ++m) held[v][m] = simd::load<T>(&sums[m][(slot + v) * W]);
+    }
+    std::ptrdiff_t r = begin;
+    if constexpr (Policy::kPaired) {
+      for (; r + 1 < end; r += 2) {
+        const auto* row0 = rows.row(r);
+        const auto* row1 = rows.row(r + 1);
+#pragma GCC unroll 8
+        for (int v = 0; v < kVectors; ++v) policy.add_pair(held[v], r, at(row0, v), at(row1, v));
+      }
+    }
+    for (; r < end; ++r) {
+      const auto* row = rows.row(r);
+#pragma GCC unroll 8
+      for (int v = 0; v < kVectors; ++v) policy.add(held[v], r, at(row, v));
+    }
+#pragma GCC unroll 8
+    for (int v = 0; v < kVectors; ++v) {
+#pragma GCC unroll 2
+      for (int m = 0; m < Policy::kSums; ++m) simd::store(&sums[m][(slot + v) * W], held[v][m]);
+    }
+  }
+
+  void spread_last_columns() {
+    if (count % W == 0 || count < W) return;
+    for (auto& row : sums) std::memmove(row + count / W * W, row + count - W, W * sizeof(T));
+  }
+  void gather_last_columns() {
+    const std::ptrdiff_t rest = count % W;
+    if (rest == 0 || count < W) return;
+    T* dst;
+    for (auto& row : sums) {
+      dst = row + count / W * W;
+      std::memmove(dst, dst + W - rest, static_cast<std::size_t>(rest) * sizeof(T));
+    }
+  }
+};
+
+struct FromZero {};
+
+// Sums over all rows, panel by panel: start(first, count, sums[0], ...) may set the sums that the rows are added to
+// (FromZero: none), finish(first, count, sums[0], ...) takes the sums of columns first .. first + count - 1.
+template <class Policy, class Rows, class Start, class Finish>
+inline void sum_columns(const Policy& policy, Rows rows, std::ptrdiff_t height, std::ptrdiff_t width, Start start,
+                        Finish finish) {
+  ColumnPanel<Policy> panel;
+  const auto with_sums = [&](auto& call) {
+    if constexpr (Policy::kSums == 1) {
+      call(panel.first, panel.count, panel.sums[0]);
+    } else {
+      call(panel.first, panel.count, panel.sums[0], panel.sums[1]);
+    }
+  };
+  for (panel.first = 0; panel.first < width; panel.first += kPanelColumns) {
+    panel.count = std::min(kPanelColumns, width - panel.first);
+    panel.clear();
+    if constexpr (!std::is_same_v<Start, FromZero>) with_sums(start);
+    panel.add_rows(policy, rows, 0, height);
+    with_sums(finish);
+  }
+}
+
+// The same for integers below 2^30 in magnitude, exact: double lanes hold the sums of 2^22 rows without rounding, what
+// they hold is moved to 64-bit integers before the next rows. finish(first, count, totals[0], ...).
+template <class Policy, class Rows, class Finish>
+inline void sum_columns_exactly(const Policy& policy, Rows rows, std::ptrdiff_t height, std::ptrdiff_t width,
+                                Finish finish) {
+  static_assert(std::is_same_v<typename Policy::Lanes, double>);
+  constexpr std::ptrdiff_t kExactRows = std::ptrdiff_t{1} << 22;
+  ColumnPanel<Policy> panel;
+  std::int64_t totals[Policy::kSums][kPanelColumns];
+  for (panel.first = 0; panel.first < width; panel.first += kPanelColumns) {
+    panel.count = std::min(kPanelColumns, width - panel.first);
+    for (std::ptrdiff_t r = 0; r < height; r += std::min(kExactRows, height - r)) {
+      panel.clear();
+      panel.add_rows(policy, rows, r, std::min(height - r, kExactRows) + r);
+      for (int m = 0; m < Policy::kSums; ++m) {
+        for (std::ptrdiff_t c = 0; c < panel.count; ++c) {
+          const auto sum = static_cast<std::int64_t>(panel.sums[m][c]);
+          totals[m][c] = r == 0 ? sum : totals[m][c] + sum;
+        }
+      }
+    }
+    if constexpr (Policy::kSums == 1) {
+      finish(panel.first, panel.count, totals[0]);
+    } else {
+      finish(panel.first, panel.count, totals[0], totals[1]);
+    }
+  }
+}
+
+}  // namespace kivsr
