@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 
 #include "simd/vec.h"
 
@@ -22,55 +23,94 @@ inline void transform(std::ptrdiff_t len, Op op, D* dst, const S*... src) {
     }
     return;
   }
-  const auto run_body = [&] {
-    std::ptrdiff_t i = 0;
-    for (; i + 4 * W <= len; i += 4 * W) {
-      simd::store(dst + i, op(simd::load<T>(src + i)...));
-      simd::store(dst + i + W, op(simd::load<T>(src + i + W)...));
-      simd::store(dst + i + 2 * W, op(simd::load<T>(src + i + 2 * W)...));
-      simd::store(dst + i + 3 * W, op(simd::load<T>(src + i + 3 * W)...));
-    }
-    for (; i + W <= len; i += W) simd::store(dst + i, op(simd::load<T>(src + i)...));
-  };
-  if (len % W == 0) {
-    run_body();
-  } else {
-    const std::ptrdiff_t last = len - W;
-    const auto tail = op(simd::load<T>(src + last)...);
-    run_body();
-    simd::store(dst + last, tail);
+  const std::ptrdiff_t last = len - W;
+  const bool has_tail = len % W != 0;
+  decltype(op(simd::load<T>(src)...)) tail{};
+  if (has_tail) tail = op(simd::load<T>(src + last)...);
+  std::ptrdiff_t i = 0;
+  for (; i + 4 * W <= len; i += 4 * W) {
+    simd::store(dst + i, op(simd::load<T>(src + i)...));
+    simd::store(dst + i + W, op(simd::load<T>(src + i + W)...));
+    simd::store(dst + i + 2 * W, op(simd::load<T>(src + i + 2 * W)...));
+    simd::store(dst + i + 3 * W, op(simd::load<T>(src + i + 3 * W)...));
   }
+  for (; i + W <= len; i += W) simd::store(dst + i, op(simd::load<T>(src + i)...));
+  if (has_tail) simd::store(dst + last, tail);
 }
 
+// The running vectors of a reduction. Their indices are constants everywhere, which keeps them in registers.
+template <class T>
+class RunningSums {
+  using V = simd::Vec<T>;
+  static constexpr std::ptrdiff_t W = V::width;
+
+ public:
+  static constexpr int kCount = simd::kAccumulators;
+
+  // Adds kVectors vectors of terms to the sums from kFirst on.
+  template <int kVectors, int kFirst, class Term, class... S>
+  [[gnu::always_inline]] void add(Term& term, const S*... src) {
+    add_each<kFirst>(std::make_integer_sequence<int, kVectors>(), term, src...);
+  }
+  template <class Term, class... S>
+  [[gnu::always_inline]] void add_some(int n, Term& term, const S*... src) {
+    sums_[kCount - 1] = term(sums_[kCount - 1], simd::load_some<T>(src, n)...);
+  }
+  template <int kHalf = kCount / 2>
+  [[gnu::always_inline]] T total() {
+    if constexpr (kHalf == 0) {
+      return simd::sum_lanes(sums_[0]);
+    } else {
+      fold(std::make_integer_sequence<int, kHalf>());
+      return total<kHalf / 2>();
+    }
+  }
+
+ private:
+  template <int kFirst, int... k, class Term, class... S>
+  [[gnu::always_inline]] void add_each(std::integer_sequence<int, k...>, Term& term, const S*... src) {
+    ((sums_[kFirst + k] = add_vector(k, sums_[kFirst + k], term, src...)), ...);
+  }
+  template <class Term, class... S>
+  [[gnu::always_inline]] static V add_vector(std::ptrdiff_t k, V sum, Term& term, const S*... src) {
+    return term(sum, simd::load<T>(src + k * W)...);
+  }
+  template <int... k>
+  [[gnu::always_inline]] void fold(std::integer_sequence<int, k...>) {
+    ((sums_[k] = sums_[k] + sums_[k + static_cast<int>(sizeof...(k))]), ...);
+  }
+
+  V sums_[kCount] = {};
+};
+
 // Sum over i of term(src[i]...), term a lambda (accumulator, vectors...) -> accumulator that leaves the accumulator
-// unchanged for zero elements. The order of additions depends on the length alone: kAccumulators running vectors,
-// folded in halves, then lanes by sum_lanes.
+// unchanged for zero elements. The order of additions depends on the length alone: kAccumulators running vectors in
+// turn; a half, a quarter, ... of them for what is left, the last one for less than a vector; then the running vectors
+// folded in halves, and lanes by sum_lanes.
 template <class T, class Term, class... S>
 inline T reduce_sum(std::ptrdiff_t len, Term term, const S*... src) {
-  using V = simd::Vec<T>;
-  constexpr std::ptrdiff_t W = V::width;
-  constexpr int A = simd::kAccumulators;
-  V sums[A];
-  for (V& sum : sums) sum = V::zero();
+  constexpr std::ptrdiff_t W = simd::Vec<T>::width;
+  constexpr int A = RunningSums<T>::kCount;
+  static_assert(A == 4 || A == 8);
+  RunningSums<T> sums;
   std::ptrdiff_t i = 0;
-  for (; i + A * W <= len; i += A * W) {
-#pragma GCC unroll 8
-    for (int a = 0; a < A; ++a) sums[a] = term(sums[a], simd::load<T>(src + i + a * W)...);
+  for (; i + A * W <= len; i += A * W) sums.template add<A, 0>(term, src + i...);
+  if constexpr (A == 8) {
+    if (((len - i) & (4 * W)) != 0) {
+      sums.template add<4, 0>(term, src + i...);
+      i += 4 * W;
+    }
   }
-  // Constant indices keep the sums in registers.
-#pragma GCC unroll 8
-  for (int a = 0; a < A; ++a) {
-    if (i + W > len) break;
-    sums[a] = term(sums[a], simd::load<T>(src + i)...);
+  if (((len - i) & (2 * W)) != 0) {
+    sums.template add<2, A - 4>(term, src + i...);
+    i += 2 * W;
+  }
+  if (((len - i) & W) != 0) {
+    sums.template add<1, A - 2>(term, src + i...);
     i += W;
   }
-  if (i < len) sums[A - 1] = term(sums[A - 1], simd::load_some<T>(src + i, static_cast<int>(len - i))...);
-#pragma GCC unroll 8
-  for (int half = A / 2; half > 0; half /= 2) {
-#pragma GCC unroll 8
-    for (int a = 0; a < half; ++a) sums[a] = sums[a] + sums[a + half];
-  }
-  return simd::sum_lanes(sums[0]);
+  if (i < len) sums.add_some(static_cast<int>(len - i), term, src + i...);
+  return sums.total();
 }
 
 }  // namespace kivsr

@@ -1,9 +1,6 @@
 // Sums and dot products.
 #include "reductions.h"
 
-#include <algorithm>
-#include <limits>
-
 #include "frame/scale.h"
 #include "frame/status.h"
 #include "kivsr/vector/reductions.h"
@@ -13,33 +10,30 @@ namespace {
 
 using simd::Vec;
 
-// Lanes x + bias are not negative when read as unsigned numbers; the biases are taken off at the end.
-class BiasedSum {
- public:
-  explicit BiasedSum(Kiv32s bias) : bias_(bias) {}
-  void add(Vec<Kiv32s> x) {
-    total_ = add_unsigned(total_, x + Vec<Kiv32s>::broadcast(bias_));
-    lanes_ += Vec<Kiv32s>::width;
+// The sum of the lanes of vectors(0), vectors(1), ... vectors(count - 1). Lanes x + bias are taken as unsigned numbers;
+// the biases come off at the end.
+template <class Vectors>
+std::int64_t sum_lanes_exactly(std::ptrdiff_t count, Kiv32u bias, Vectors vectors) {
+  const auto offset = Vec<Kiv32s>::broadcast(static_cast<Kiv32s>(bias));
+  auto even = Vec<std::int64_t>::zero();
+  auto odd = even;
+  std::ptrdiff_t i = 0;
+  for (; i + 2 <= count; i += 2) {
+    even = add_unsigned(even, vectors(i) + offset);
+    odd = add_unsigned(odd, vectors(i + 1) + offset);
   }
-  std::int64_t total() const {
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(sum_lanes(total_)) -
-                                     lanes_ * static_cast<Kiv32u>(bias_));
-  }
-
- private:
-  Vec<std::int64_t> total_ = Vec<std::int64_t>::zero();
-  std::uint64_t lanes_ = 0;
-  Kiv32s bias_;
-};
+  if (i < count) even = add_unsigned(even, vectors(i) + offset);
+  const auto biases = static_cast<std::uint64_t>(count * Vec<Kiv32s>::width) * bias;
+  return static_cast<std::int64_t>(static_cast<std::uint64_t>(sum_lanes(even + odd)) - biases);
+}
 
 template <class S>
 std::int64_t sum_integers(const S* src, std::ptrdiff_t len) {
   constexpr std::ptrdiff_t W = Vec<Kiv32s>::width;
-  BiasedSum sum(std::numeric_limits<Kiv32s>::min());
-  std::ptrdiff_t i = 0;
-  for (; i + W <= len; i += W) sum.add(simd::load<Kiv32s>(src + i));
-  if (i < len) sum.add(simd::load_some<Kiv32s>(src + i, static_cast<int>(len - i)));
-  return sum.total();
+  std::int64_t total =
+      sum_lanes_exactly(len / W, 0x80000000, [=](std::ptrdiff_t i) { return simd::load<Kiv32s>(src + i * W); });
+  for (std::ptrdiff_t i = len - len % W; i < len; ++i) total += src[i];
+  return total;
 }
 
 }  // namespace
@@ -51,18 +45,10 @@ std::int64_t exact_sum(const Kiv32s* src, std::ptrdiff_t len) { return sum_integ
 // them in order.
 std::int64_t exact_dot_product(const Kiv16s* a, const Kiv16s* b, std::ptrdiff_t len) {
   constexpr std::ptrdiff_t W = 2 * Vec<Kiv32s>::width;
-  BiasedSum sum(std::numeric_limits<Kiv32s>::max());
-  std::ptrdiff_t i = 0;
-#pragma GCC unroll 4
-  for (; i + W <= len; i += W) sum.add(simd::products_of_pairs(a + i, b + i));
-  if (i < len) {
-    Kiv16s a_tail[W] = {};
-    Kiv16s b_tail[W] = {};
-    std::copy_n(a + i, len - i, a_tail);
-    std::copy_n(b + i, len - i, b_tail);
-    sum.add(simd::products_of_pairs(a_tail, b_tail));
-  }
-  return sum.total();
+  std::int64_t total = sum_lanes_exactly(
+      len / W, 0x7FFFFFFF, [=](std::ptrdiff_t i) { return simd::products_of_pairs(a + i * W, b + i * W); });
+  for (std::ptrdiff_t i = len - len % W; i < len; ++i) total += a[i] * b[i];
+  return total;
 }
 
 namespace {

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <bit>
 #include <functional>
+#include <type_traits>
 
 #include "elementwise.h"
 #include "frame/allocator.h"
@@ -82,20 +83,82 @@ std::ptrdiff_t index_of_best(const T* src, std::ptrdiff_t len) {
   }
 }
 
-// Every extremum is the element at its index, so that the functions agree on NaN and on the sign of zero.
-template <class T>
-KivStatus extremum(const T* src, int len, T* value, int* index, std::ptrdiff_t (*find)(const T*, std::ptrdiff_t)) {
+// The best value alone, in four lanes of comparisons. A NaN in front stays, since nothing is better than it.
+template <class Order, class T>
+class RunningBest {
+  using V = simd::Vec<T>;
+
+ public:
+  explicit RunningBest(T first) {
+    for (V& lanes : lanes_) lanes = V::broadcast(first);
+  }
+  template <int kLane>
+  [[gnu::always_inline]] void note(V x) {
+    lanes_[kLane] = Order::better(x, lanes_[kLane]);
+  }
+  // Of equal zeros the first, as the index search has it.
+  T value(const T* src, std::ptrdiff_t len) const {
+    const V pair = Order::better(lanes_[0], lanes_[1]);
+    const T best = Order::best_lane(Order::better(pair, Order::better(lanes_[2], lanes_[3])));
+    return best == T{0} ? src[index_of_best<Order>(src, len)] : best;
+  }
+
+ private:
+  V lanes_[4];
+};
+
+template <class T, class... Best>
+void note_all(const T* src, std::ptrdiff_t len, Best&... best) {
+  using V = simd::Vec<T>;
+  constexpr std::ptrdiff_t W = V::width;
+  std::ptrdiff_t i = 0;
+  for (; i + 4 * W <= len; i += 4 * W) {
+    (best.template note<0>(simd::load<T>(src + i)), ...);
+    (best.template note<1>(simd::load<T>(src + i + W)), ...);
+    (best.template note<2>(simd::load<T>(src + i + 2 * W)), ...);
+    (best.template note<3>(simd::load<T>(src + i + 3 * W)), ...);
+  }
+  for (; i + W <= len; i += W) (best.template note<0>(simd::load<T>(src + i)), ...);
+  if (i < len && len > W) {
+    (best.template note<1>(simd::load<T>(src + len - W)), ...);
+  } else {
+    for (; i < len; ++i) (best.template note<0>(V::broadcast(src[i])), ...);
+  }
+}
+
+template <class Order, class T>
+KivStatus extremum(const T* src, int len, T* value) {
   return run(first_failure(not_null(src, value), positive(len)), [&] {
-    const std::ptrdiff_t place = find(src, len);
+    RunningBest<Order, T> best(src[0]);
+    note_all(src, len, best);
+    *value = best.value(src, len);
+  });
+}
+
+template <class Order, class T>
+KivStatus extremum(const T* src, int len, T* value, int* index) {
+  return run(first_failure(not_null(src, value), positive(len)), [&] {
+    const std::ptrdiff_t place = index_of_best<Order>(src, len);
     *value = src[place];
     if (index != nullptr) *index = static_cast<int>(place);
   });
 }
 
+// Moves NaN behind the numbers; where the numbers end.
+template <class T>
+T* separate_nan(T* first, T* last) {
+  if constexpr (std::is_floating_point_v<T>) {
+    const T check = reduce_sum<T>(
+        last - first, [](auto sum, auto x) { return sum + (x - x); }, first);
+    if (check != check) return std::partition(first, last, [](T x) { return x == x; });
+  }
+  return last;
+}
+
 // The element at position `place` of [first, last) in decreasing order; the range is reordered. NaN sorts last.
 template <class T>
 T select_descending(T* first, T* last, int place) {
-  T* const end = std::partition(first, last, [](T x) { return x == x; });
+  T* const end = separate_nan(first, last);
   T* const wanted = first + place;
   if (wanted < end) std::nth_element(first, wanted, end, std::greater<T>());
   return *wanted;
@@ -126,32 +189,27 @@ std::ptrdiff_t index_of_minimum(const double* src, std::ptrdiff_t len) { return 
 extern "C" {
 using namespace kivsr;
 
-KivStatus kivsMax_32f(const Kiv32f* pSrc, int len, Kiv32f* pMax) {
-  return extremum(pSrc, len, pMax, nullptr, index_of_maximum);
-}
-KivStatus kivsMax_64f(const Kiv64f* pSrc, int len, Kiv64f* pMax) {
-  return extremum(pSrc, len, pMax, nullptr, index_of_maximum);
-}
-KivStatus kivsMin_32f(const Kiv32f* pSrc, int len, Kiv32f* pMin) {
-  return extremum(pSrc, len, pMin, nullptr, index_of_minimum);
-}
-KivStatus kivsMin_64f(const Kiv64f* pSrc, int len, Kiv64f* pMin) {
-  return extremum(pSrc, len, pMin, nullptr, index_of_minimum);
-}
+KivStatus kivsMax_32f(const Kiv32f* pSrc, int len, Kiv32f* pMax) { return extremum<Largest>(pSrc, len, pMax); }
+KivStatus kivsMax_64f(const Kiv64f* pSrc, int len, Kiv64f* pMax) { return extremum<Largest>(pSrc, len, pMax); }
+KivStatus kivsMin_32f(const Kiv32f* pSrc, int len, Kiv32f* pMin) { return extremum<Smallest>(pSrc, len, pMin); }
+KivStatus kivsMin_64f(const Kiv64f* pSrc, int len, Kiv64f* pMin) { return extremum<Smallest>(pSrc, len, pMin); }
 KivStatus kivsMinMax_32f(const Kiv32f* pSrc, int len, Kiv32f* pMin, Kiv32f* pMax) {
   return run(first_failure(not_null(pSrc, pMin, pMax), positive(len)), [&] {
-    *pMin = pSrc[index_of_minimum(pSrc, len)];
-    *pMax = pSrc[index_of_maximum(pSrc, len)];
+    RunningBest<Smallest, Kiv32f> smallest(pSrc[0]);
+    RunningBest<Largest, Kiv32f> largest(pSrc[0]);
+    note_all(pSrc, len, smallest, largest);
+    *pMin = smallest.value(pSrc, len);
+    *pMax = largest.value(pSrc, len);
   });
 }
 KivStatus kivsMaxIndx_32f(const Kiv32f* pSrc, int len, Kiv32f* pMax, int* pIndx) {
-  return extremum(pSrc, len, pMax, pIndx, index_of_maximum);
+  return extremum<Largest>(pSrc, len, pMax, pIndx);
 }
 KivStatus kivsMaxIndx_64f(const Kiv64f* pSrc, int len, Kiv64f* pMax, int* pIndx) {
-  return extremum(pSrc, len, pMax, pIndx, index_of_maximum);
+  return extremum<Largest>(pSrc, len, pMax, pIndx);
 }
 KivStatus kivsMinIndx_32f(const Kiv32f* pSrc, int len, Kiv32f* pMin, int* pIndx) {
-  return extremum(pSrc, len, pMin, pIndx, index_of_minimum);
+  return extremum<Smallest>(pSrc, len, pMin, pIndx);
 }
 
 KivStatus kivsNthMaxElement_32s(const Kiv32s* pSrc, int len, int N, Kiv32s* pRes) {

@@ -371,9 +371,8 @@ inline double sum_lanes(Vec<double> a) {
 }
 
 inline std::int64_t sum_lanes(Vec<std::int64_t> a) {
-  alignas(32) std::uint64_t lanes[4];
-  _mm256_store_si256(reinterpret_cast<__m256i*>(lanes), a.raw);
-  return static_cast<std::int64_t>(lanes[0] + lanes[1] + lanes[2] + lanes[3]);
+  const __m128i half = _mm_add_epi64(_mm256_castsi256_si128(a.raw), _mm256_extracti128_si256(a.raw, 1));
+  return _mm_cvtsi128_si64(_mm_add_epi64(half, _mm_unpackhi_epi64(half, half)));
 }
 inline float max_lanes(Vec<float> a) {
   const __m128 half = _mm_max_ps(_mm256_castps256_ps128(a.raw), _mm256_extractf128_ps(a.raw, 1));
