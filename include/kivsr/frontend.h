@@ -2,7 +2,11 @@
 #ifndef KIVSR_FRONTEND_H
 #define KIVSR_FRONTEND_H
 
+#include "frontend/conditioning.h"
 #include "frontend/dct_lifter.h"
+#include "frontend/delta.h"
+#include "frontend/linear_prediction.h"
 #include "frontend/mel_bank.h"
+#include "frontend/reflection.h"
 
 #endif

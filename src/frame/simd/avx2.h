@@ -315,6 +315,10 @@ inline void store_rounded(std::int32_t* p, Vec<double> a) {
 inline void store_truncated(std::int32_t* p, Vec<double> a) {
   _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_cvttpd_epi32(a.raw));
 }
+inline void store_rounded(std::int16_t* p, Vec<double> a) {
+  const __m128i integers = _mm256_cvtpd_epi32(a.raw);
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packs_epi32(integers, integers));
+}
 
 // The low and the high half of a float vector as double vectors, and back.
 inline Vec<double> widen_low(Vec<float> a) { return {_mm256_cvtps_pd(_mm256_castps256_ps128(a.raw))}; }

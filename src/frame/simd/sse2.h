@@ -335,6 +335,11 @@ inline void store_rounded(std::int32_t* p, Vec<double> a) {
 inline void store_truncated(std::int32_t* p, Vec<double> a) {
   _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_cvttpd_epi32(a.raw));
 }
+inline void store_rounded(std::int16_t* p, Vec<double> a) {
+  const __m128i integers = _mm_cvtpd_epi32(a.raw);
+  const std::int32_t words = _mm_cvtsi128_si32(_mm_packs_epi32(integers, integers));
+  std::memcpy(p, &words, sizeof words);
+}
 
 // The low and the high half of a float vector as double vectors, and back.
 inline Vec<double> widen_low(Vec<float> a) { return {_mm_cvtps_pd(a.raw)}; }
