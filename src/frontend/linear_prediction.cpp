@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 
 #include "frame/scratch.h"
 #include "frame/status.h"
 #include "frame/transform.h"
 #include "kivsr/frontend/linear_prediction.h"
+#include "kivsr/vector/fft.h"
 #include "vector/elementwise.h"
 
 namespace kivsr {
@@ -70,9 +72,54 @@ void direct_sums(float* r, const float* x, std::ptrdiff_t len, std::ptrdiff_t la
   }
 }
 
+// Releases the FFT object of a call on every path.
+struct FftSpec {
+  KivsFFTSpec_R_32f* object = nullptr;
+  ~FftSpec() {
+    if (object != nullptr) kivsFFTFree_R_32f(object);
+  }
+};
+
+// The spectrum times its own conjugate, in place, n >= 2 values in Pack layout.
+void power_spectrum(float* pack, std::ptrdiff_t n) {
+  pack[0] *= pack[0];
+  pack[n - 1] *= pack[n - 1];
+  for (std::ptrdiff_t i = 1; i + 1 < n; i += 2) {
+    pack[i] = pack[i] * pack[i] + pack[i + 1] * pack[i + 1];
+    pack[i + 1] = 0.0F;
+  }
+}
+
+// The inverse transform of the power spectrum, the frame padded with zeros to twice its length or more so that the
+// ends do not meet.
+KivStatus fft_sums(float* r, const float* x, std::ptrdiff_t len, std::ptrdiff_t lags) {
+  int order = 1;
+  while ((std::int64_t{1} << order) < 2 * std::int64_t{len}) ++order;
+  FftSpec fft;
+  KivStatus status = kivsFFTInitAlloc_R_32f(&fft.object, order, kivFftScaleInverse, 0);
+  if (status != kivStatusOk) return status;
+  const std::ptrdiff_t n = std::ptrdiff_t{1} << order;
+  Scratch<float, 1> buffer(static_cast<std::size_t>(n));
+  if (!buffer) return kivStatusNoMemory;
+  copy(buffer.data(), x, len);
+  zero(buffer.data() + len, n - len);
+  status = kivsFFTFwd_RToPack_32f(buffer.data(), buffer.data(), fft.object, nullptr);
+  if (status != kivStatusOk) return status;
+  power_spectrum(buffer.data(), n);
+  status = kivsFFTInv_PackToR_32f(buffer.data(), buffer.data(), fft.object, nullptr);
+  if (status != kivStatusOk) return status;
+  copy(r, buffer.data(), lags);
+  return kivStatusOk;
+}
+
 KivStatus autocorrelate(const float* x, std::ptrdiff_t len, float* r, std::ptrdiff_t lags) {
   const std::ptrdiff_t computed = std::min(len, lags);
-  direct_sums(r, x, len, computed);
+  if (computed < kFftLags) {
+    direct_sums(r, x, len, computed);
+  } else {
+    const KivStatus status = fft_sums(r, x, len, computed);
+    if (status != kivStatusOk) return status;
+  }
   std::fill(r + computed, r + lags, 0.0F);
   return kivStatusOk;
 }

@@ -57,6 +57,7 @@ KivStatus area_ratios(const float* k, float* dst, std::ptrdiff_t len) {
 }
 
 KivStatus log_area_ratios(const float* k, float* dst, std::ptrdiff_t len, float threshold) {
+  const InvalidWatch watch;
   const V high = V::broadcast(threshold);
   const V low = V::broadcast(-threshold);
   // A NaN passes both bounds.
