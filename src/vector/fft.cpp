@@ -14,7 +14,12 @@ constexpr std::size_t kHeaderBytes = round_up(sizeof(KivsFFTSpec_R_32f), 32);
 
 float* area_in(void* work) { return static_cast<float*>(align_up(work)); }
 
-Tables<float> tables_of(const KivsFFTSpec_R_32f& spec) { return {spec.complex_tables, spec.real_tables}; }
+float forward_scale(const KivsFFTSpec_R_32f& spec) { return spec.forward_scaled != 0 ? spec.factor : 1.0F; }
+float inverse_scale(const KivsFFTSpec_R_32f& spec) { return spec.inverse_scaled != 0 ? spec.factor : 1.0F; }
+
+Tables<float> tables_of(const KivsFFTSpec_R_32f& spec) {
+  return {spec.complex_tables, spec.real_tables, 0.5F * forward_scale(spec)};
+}
 
 }  // namespace
 
@@ -51,17 +56,16 @@ KivsFFTSpec_R_32f* place_32f(void* memory, void* temporary, int order, int flag,
 }
 
 void forward_32f(const float* src, float* dst, const KivsFFTSpec_R_32f& spec, void* work, Spectrum spectrum) {
-  const float scale = spec.forward_scaled != 0 ? spec.factor : 1.0F;
   with_spectrum(spectrum, [&]<Spectrum kSpectrum>() {
-    if (spec.order < kFirstTableOrder) return small_forward<kSpectrum>(src, dst, spec.order, scale);
+    if (spec.order < kFirstTableOrder) return small_forward<kSpectrum>(src, dst, spec.order, forward_scale(spec));
     with_lanes<float>(spec.order, [&]<class V>(V*) {
-      forward_passes<V, kSpectrum>(src, dst, spec.order, tables_of(spec), area_in(work), 0.5F * scale);
+      forward_passes<V, kSpectrum>(src, dst, spec.order, tables_of(spec), area_in(work));
     });
   });
 }
 
 void inverse_32f(const float* src, float* dst, const KivsFFTSpec_R_32f& spec, void* work) {
-  const float scale = spec.inverse_scaled != 0 ? spec.factor : 1.0F;
+  const float scale = inverse_scale(spec);
   if (spec.order < kFirstTableOrder) return small_inverse(src, dst, spec.order, scale);
   with_lanes<float>(
       spec.order, [&]<class V>(V*) { inverse_passes<V>(src, dst, spec.order, tables_of(spec), area_in(work), scale); });

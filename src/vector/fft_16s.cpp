@@ -50,7 +50,7 @@ struct Integer16s32s {
     if (order < kFirstTableOrder) return spec;
     spec->complex_tables = reinterpret_cast<double*>(reinterpret_cast<char*>(spec) + kHeaderBytes);
     spec->real_tables = spec->complex_tables + middle_table_count<double>(order);
-    const Tables<double> tables{spec->complex_tables, spec->real_tables};
+    const Tables<double> tables{spec->complex_tables, spec->real_tables, 0.5};
     if (order <= kFixedOrder) {
       build_tables(tables, order, Roots(kFixedWave.values, kFixedOrder, order));
     } else {
@@ -83,9 +83,9 @@ void forward(const Kiv16s* src, Kiv32s* dst, const KivsFFTSpec_R_16s32s& spec, v
   }
   auto* const bins = static_cast<double*>(align_up(work));
   double* const area = bins + round_up(static_cast<std::size_t>(size) + 2, 4);
-  const Tables<double> tables{spec.complex_tables, spec.real_tables};
+  const Tables<double> tables{spec.complex_tables, spec.real_tables, 0.5};
   with_lanes<double>(spec.order,
-                     [&]<class V>(V*) { forward_passes<V, Spectrum::kCcs>(src, bins, spec.order, tables, area, 0.5); });
+                     [&]<class V>(V*) { forward_passes<V, Spectrum::kCcs>(src, bins, spec.order, tables, area); });
   store_rounded(bins, dst, size + 2, factor);
 }
 

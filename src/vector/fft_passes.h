@@ -40,26 +40,40 @@ template <class V, int R, bool kInverse, class Twiddles, class T>
   const std::ptrdiff_t stride = blocks / R;
   const std::ptrdiff_t groups = stride / sub;
   constexpr int kStep = Twiddles::template width<V>;
-  for (std::ptrdiff_t i = 0; i < sub; ++i, twiddles += 2 * kStep * (R - 1)) {
-    Complex<V> t[R];
+  const auto load_twiddles = [&](std::ptrdiff_t i, Complex<V>(&t)[R]) {
+    const T* const p = twiddles + 2 * kStep * (R - 1) * i;
     repeat<R - 1>([&](auto k) {
-      t[k + 1] = {Twiddles::template load<V>(twiddles + 2 * kStep * k),
-                  Twiddles::template load<V>(twiddles + 2 * kStep * k + kStep)};
+      t[k + 1] = {Twiddles::template load<V>(p + 2 * kStep * k), Twiddles::template load<V>(p + 2 * kStep * k + kStep)};
     });
+  };
+  const auto step = [&](std::ptrdiff_t g, std::ptrdiff_t i, const Complex<V>(&t)[R]) {
+    const std::ptrdiff_t apart = g * sub + i;         // inputs of the forward pass, M / R apart
+    const std::ptrdiff_t together = g * R * sub + i;  // its outputs, L apart
+    Complex<V> c[R];
+    if constexpr (kInverse) {
+      repeat<R>([&](auto k) { c[k] = load_block<V>(from, together + k * sub); });
+      butterfly<true>(c);
+      repeat<R - 1>([&](auto k) { c[k + 1] = rotated<true>(c[k + 1], t[k + 1]); });
+      repeat<R>([&](auto k) { store_block(to, apart + k * stride, c[k]); });
+    } else {
+      repeat<R>([&](auto k) { c[k] = load_block<V>(from, apart + k * stride); });
+      repeat<R - 1>([&](auto k) { c[k + 1] = rotated<false>(c[k + 1], t[k + 1]); });
+      butterfly<false>(c);
+      repeat<R>([&](auto k) { store_block(to, together + k * sub, c[k]); });
+    }
+  };
+  if (sub < 16) {
+    for (std::ptrdiff_t i = 0; i < sub; ++i) {
+      Complex<V> t[R];
+      load_twiddles(i, t);
+      for (std::ptrdiff_t g = 0; g < groups; ++g) step(g, i, t);
+    }
+  } else {
     for (std::ptrdiff_t g = 0; g < groups; ++g) {
-      const std::ptrdiff_t apart = g * sub + i;         // inputs of the forward pass, M / R apart
-      const std::ptrdiff_t together = g * R * sub + i;  // its outputs, L apart
-      Complex<V> c[R];
-      if constexpr (kInverse) {
-        repeat<R>([&](auto k) { c[k] = load_block<V>(from, together + k * sub); });
-        butterfly<true>(c);
-        repeat<R - 1>([&](auto k) { c[k + 1] = rotated<true>(c[k + 1], t[k + 1]); });
-        repeat<R>([&](auto k) { store_block(to, apart + k * stride, c[k]); });
-      } else {
-        repeat<R>([&](auto k) { c[k] = load_block<V>(from, apart + k * stride); });
-        repeat<R - 1>([&](auto k) { c[k + 1] = rotated<false>(c[k + 1], t[k + 1]); });
-        butterfly<false>(c);
-        repeat<R>([&](auto k) { store_block(to, together + k * sub, c[k]); });
+      for (std::ptrdiff_t i = 0; i < sub; ++i) {
+        Complex<V> t[R];
+        load_twiddles(i, t);
+        step(g, i, t);
       }
     }
   }
@@ -109,15 +123,13 @@ inline void columns_and_blocks(Complex<V> (&c)[R], T* area) {
   });
 }
 
-// First pass forward: `count` numbers in pairs, scaled, to transforms of R points.
+// First pass forward: `count` numbers in pairs to transforms of R points.
 template <class V, int R, class S, class T>
-[[gnu::flatten, gnu::noinline]] void first_pass(const S* __restrict pairs, T* __restrict to, std::ptrdiff_t count,
-                                                T scale) {
+[[gnu::flatten, gnu::noinline]] void first_pass(const S* __restrict pairs, T* __restrict to, std::ptrdiff_t count) {
   const std::ptrdiff_t columns = count / R;
-  const V factor = V::broadcast(scale);
   for (std::ptrdiff_t j = 0; j < columns; j += V::width) {
     Complex<V> c[R];
-    repeat<R>([&](auto k) { c[k] = load_pairs<V>(pairs + 2 * (j + k * columns)) * factor; });
+    repeat<R>([&](auto k) { c[k] = load_pairs<V>(pairs + 2 * (j + k * columns)); });
     butterfly<false>(c);
     columns_and_blocks<V, R, true>(c, to + 2 * j * R);
   }

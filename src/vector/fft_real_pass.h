@@ -5,7 +5,8 @@
 //   U_k = y_k[j] + conj y_k[j'],   V_k = y_k[j] - conj y_k[j'],
 //   E_p = sum over k of w_4^(k p) w_N^(2 j k) U_k,   D_p = w_8^p sum over k of w_4^(k p) (-i) w_N^(j (2k + 1)) V_k,
 //   X_(j + p M / 4) = (E_p + D_p) / 2,   X_(M - j - p M / 4) = conj(E_p - D_p) / 2.
-// The factor 1/2 belongs to the scaling of the first pass. The inverse runs the same steps backwards without it.
+// The gain, here 1/2 times the factor of the transform, is part of the tables. The inverse runs the same steps
+// backwards and corrects the gain as it reads.
 #pragma once
 
 #include <cstring>
@@ -17,18 +18,21 @@ namespace kivsr::fft {
 // Where bin k stands: pairs at 2 k, or at 2 k - 1 (Pack). The real bins 0 and M, at the edges, differ in each.
 enum class Spectrum { kCcs, kPack, kPerm };
 
-// The seven factors of a column: w_N^(2 j k) for k = 1, 2, 3, then -i w_N^(j (2k + 1)) for k = 0 .. 3.
+// What the steps above multiply by: w_N^(2 j k) for k = 1, 2, 3, then -i w_N^(j (2k + 1)) for k = 0 .. 3, all times the
+// gain of the transform.
 inline constexpr int kColumnFactors = 7;
 
 template <class V>
 struct ColumnFactors {
-  Complex<V> u[4], v[4];  // u[0] is 1 and not used
+  Complex<V> u[4], v[4];
+  V gain;  // in place of u[0]
 };
 
 template <class V, class T>
-inline ColumnFactors<V> load_factors(const T* p) {
+inline ColumnFactors<V> load_factors(const T* p, V gain) {
   constexpr int W = V::width;
   ColumnFactors<V> f;
+  f.gain = gain;
   const auto factor = [&](int i) {
     return Complex<V>{simd::load_as<V>(p + 2 * W * i), simd::load_as<V>(p + 2 * W * i + W)};
   };
@@ -39,13 +43,14 @@ inline ColumnFactors<V> load_factors(const T* p) {
 
 // Those of column M / 8, the one that is its own mirror: powers of w_16.
 template <class T>
-inline ColumnFactors<simd::Single<T>> middle_factors() {
-  constexpr T c1 = static_cast<T>(0.92387953251128675613);  // cos(pi / 8)
-  constexpr T c2 = static_cast<T>(kRootHalf);
-  constexpr T c3 = static_cast<T>(0.38268343236508977173);  // cos(3 pi / 8)
+inline ColumnFactors<simd::Single<T>> middle_factors(T gain) {
+  const T c1 = static_cast<T>(0.92387953251128675613) * gain;  // cos(pi / 8)
+  const T c2 = static_cast<T>(kRootHalf) * gain;
+  const T c3 = static_cast<T>(0.38268343236508977173) * gain;  // cos(3 pi / 8)
   ColumnFactors<simd::Single<T>> f;
+  f.gain = {gain};
   f.u[1] = {{c2}, {-c2}};
-  f.u[2] = {{T{0}}, {T{-1}}};
+  f.u[2] = {{T{0}}, {-gain}};
   f.u[3] = {{-c2}, {-c2}};
   f.v[0] = {{-c3}, {-c1}};
   f.v[1] = {{-c1}, {-c3}};
@@ -60,7 +65,7 @@ inline void forward_column(Complex<V> (&y)[4], Complex<V> (&m)[4], const ColumnF
   Complex<V> e[4], d[4];
   repeat<4>([&](auto k) {
     e[k] = {y[k].re + m[k].re, y[k].im - m[k].im};
-    if constexpr (k > 0) e[k] = rotated<false>(e[k], f.u[k]);
+    e[k] = k > 0 ? rotated<false>(e[k], f.u[k]) : e[k] * f.gain;
   });
   forward_butterfly(e);
   repeat<4>([&](auto k) { d[k] = rotated<false>(Complex<V>{y[k].re - m[k].re, y[k].im + m[k].im}, f.v[k]); });
@@ -94,7 +99,7 @@ inline void inverse_column(Complex<V> (&y)[4], Complex<V> (&m)[4], const ColumnF
   butterfly<true>(u);
   butterfly<true>(v);
   repeat<4>([&](auto k) {
-    if constexpr (k > 0) u[k] = rotated<true>(u[k], f.u[k]);
+    u[k] = k > 0 ? rotated<true>(u[k], f.u[k]) : u[k] * f.gain;
     v[k] = rotated<true>(v[k], f.v[k]);
     y[k] = u[k] + v[k];
     m[k] = {u[k].re - v[k].re, v[k].im - u[k].im};
@@ -153,23 +158,24 @@ inline void store_edges(T* dst, std::ptrdiff_t count, Complex<V> low, Complex<V>
 template <class V, class T>
 inline void load_edges(const T* src, std::ptrdiff_t count, Complex<V>& low, Complex<V>& high) {
   constexpr int W = V::width;
-  constexpr std::size_t kInnerBytes = (2 * W - 2) * sizeof(T);
-  T lowest[2 * W], highest[2 * W];
-  lowest[0] = src[0];
-  lowest[1] = 0;
-  std::memcpy(lowest + 2, src + 1, kInnerBytes);
-  std::memcpy(highest, src + 2 * (count - W + 1) - 1, kInnerBytes);
-  highest[2 * W - 2] = src[2 * count - 1];
-  highest[2 * W - 1] = 0;
-  low = load_pairs<V>(lowest);
-  high = load_pairs_descending<V>(highest);
+  const T* const end = src + 2 * count;
+  if constexpr (W == 1) {
+    low = {{src[0]}, {T{0}}};
+    high = {{end[-1]}, {T{0}}};
+  } else {
+    low = {with_gap(simd::load_as<V>(src)), simd::load_as<V>(src + W - 1)};
+    deinterleave(low.re, low.im);
+    high = {reversed_pairs(moved_down(simd::load_as<V>(end - W))), reversed_pairs(simd::load_as<V>(end - 2 * W + 1))};
+    deinterleave(high.re, high.im);
+  }
 }
 
 // Forward: `count` = M numbers in blocks to the spectrum.
 template <class V, Spectrum kSpectrum, class T>
 [[gnu::flatten, gnu::noinline]] void forward_real_pass(const T* __restrict from, T* __restrict dst,
-                                                       std::ptrdiff_t count, const T* __restrict factors) {
+                                                       std::ptrdiff_t count, const T* __restrict factors, T gain) {
   constexpr int W = V::width;
+  const V gains = V::broadcast(gain);
   constexpr std::ptrdiff_t kOffset = kFirstPair<kSpectrum>;
   const std::ptrdiff_t row = count / 4;
   const std::ptrdiff_t blocks = row / W;
@@ -181,7 +187,7 @@ template <class V, Spectrum kSpectrum, class T>
       const T* const first = from + (k * blocks + (is_first ? 0 : blocks - a)) * 2 * W;
       m[k] = {mirrored(with_first(mirror.re, first)), mirrored(with_first(mirror.im, first + W))};
     });
-    forward_column(y, m, load_factors<V>(factors + a * 2 * W * kColumnFactors));
+    forward_column(y, m, load_factors<V>(factors + a * 2 * W * kColumnFactors, gains));
     if constexpr (is_first) store_edges<kSpectrum>(dst, count, y[0], m[0]);
     repeat<4>([&](auto p) {
       if constexpr (!is_first || p > 0) {
@@ -199,15 +205,16 @@ template <class V, Spectrum kSpectrum, class T>
     const T* const p = from + (k * blocks + blocks / 2) * 2 * W;
     y[k] = m[k] = {{p[0]}, {p[W]}};
   });
-  forward_column(y, m, middle_factors<T>());
+  forward_column(y, m, middle_factors(gain));
   repeat<4>([&](auto p) { store_pairs(dst + 2 * (row / 2 + p * row) + kOffset, y[p]); });
 }
 
 // Inverse: a Pack spectrum, scaled, to numbers in blocks.
 template <class V, class T>
 [[gnu::flatten, gnu::noinline]] void inverse_real_pass(const T* __restrict src, T* __restrict to, std::ptrdiff_t count,
-                                                       const T* __restrict factors, T scale) {
+                                                       const T* __restrict factors, T gain, T scale) {
   constexpr int W = V::width;
+  const V gains = V::broadcast(gain);
   constexpr std::ptrdiff_t kOffset = kFirstPair<Spectrum::kPack>;
   const std::ptrdiff_t row = count / 4;
   const std::ptrdiff_t blocks = row / W;
@@ -223,7 +230,7 @@ template <class V, class T>
       y[p] = y[p] * factor;
       m[p] = m[p] * factor;
     });
-    inverse_column(y, m, load_factors<V>(factors + a * 2 * W * kColumnFactors));
+    inverse_column(y, m, load_factors<V>(factors + a * 2 * W * kColumnFactors, gains));
     repeat<4>([&](auto k) {
       store_block(to, k * blocks + a, y[k]);
       const Complex<V> z = {mirrored(m[k].re), mirrored(m[k].im)};
@@ -245,7 +252,7 @@ template <class V, class T>
     y[p] = load_pairs<One>(src + 2 * (row / 2 + p * row) + kOffset) * One{scale};
     m[3 - p] = y[p];
   });
-  inverse_column(y, m, middle_factors<T>());
+  inverse_column(y, m, middle_factors(gain));
   repeat<4>([&](auto k) {
     T* const open = to + (k * blocks + blocks / 2) * 2 * W;
     open[0] = y[k].re.raw;

@@ -23,6 +23,11 @@ template <class T>
 void build_quarter_wave(T* wave, int order);
 
 template <class Wave>
+struct Root {
+  Wave re, im;
+};
+
+template <class Wave>
 class Roots {
  public:
   // wave: the quarter wave of 2^wave_order points, wave_order >= order.
@@ -30,17 +35,16 @@ class Roots {
       : wave_(wave), step_shift_(wave_order - order), quarter_(std::uint64_t{1} << order >> 2) {}
 
   std::uint64_t size() const { return 4 * quarter_; }
-  template <class T>
-  void get(std::uint64_t exponent, T& re, T& im) const {
+  Root<Wave> get(std::uint64_t exponent) const {
     const std::uint64_t e = exponent & (4 * quarter_ - 1);
     const std::uint64_t rest = e & (quarter_ - 1);
-    const T sine = static_cast<T>(wave_[rest << step_shift_]);
-    const T cosine = static_cast<T>(wave_[(quarter_ - rest) << step_shift_]);
+    const Wave sine = wave_[rest << step_shift_];
+    const Wave cosine = wave_[(quarter_ - rest) << step_shift_];
     switch (e / quarter_) {
-      case 0: re = cosine, im = -sine; break;
-      case 1: re = -sine, im = -cosine; break;
-      case 2: re = -cosine, im = sine; break;
-      default: re = sine, im = cosine; break;
+      case 0: return {cosine, -sine};
+      case 1: return {-sine, -cosine};
+      case 2: return {-cosine, sine};
+      default: return {sine, cosine};
     }
   }
 

@@ -65,7 +65,8 @@ constexpr std::uint64_t work_count(int order) {
 template <class T>
 struct Tables {
   T* middle;  // complex passes
-  T* last;    // real pass
+  T* last;    // real pass, times gain
+  T gain;     // 1/2 times the factor of the forward transform
 };
 
 namespace detail {
@@ -82,11 +83,14 @@ template <class T, class Wave>
 void build_tables(const Tables<T>& tables, int order, const Roots<Wave>& roots) {
   const int width = lanes<T>(order);
   const std::uint64_t size = roots.size();
+  const double gain = static_cast<double>(tables.gain);
   // One factor w_N^(exponent of the column) for each lane of a block of columns.
-  const auto block = [&](T*& p, std::uint64_t first_column, auto exponent) {
+  const auto block = [&](T*& p, double gain, std::uint64_t first_column, auto exponent) {
     for (int l = 0; l < width; ++l) {
-      roots.get(exponent(first_column + static_cast<std::uint64_t>(detail::lane_element<T>(width, l))), p[l],
-                p[width + l]);
+      const auto column = first_column + static_cast<std::uint64_t>(detail::lane_element<T>(width, l));
+      const auto [re, im] = roots.get(exponent(column));
+      p[l] = static_cast<T>(gain * re);
+      p[width + l] = static_cast<T>(gain * im);
     }
     p += 2 * width;
   };
@@ -99,16 +103,16 @@ void build_tables(const Tables<T>& tables, int order, const Roots<Wave>& roots) 
     const std::uint64_t unit = size / (radix * points);
     for (std::uint64_t j = 0; j < points; j += lane_count) {
       for (std::uint64_t k = 1; k < radix; ++k) {
-        block(p, j, [&](std::uint64_t column) { return column * k * unit; });
+        block(p, 1, j, [&](std::uint64_t column) { return column * k * unit; });
       }
     }
     points *= radix;
   }
   p = tables.last;
   for (std::uint64_t j = 0; j < size / 16; j += lane_count) {
-    for (std::uint64_t k = 1; k < 4; ++k) block(p, j, [&](std::uint64_t column) { return 2 * column * k; });
+    for (std::uint64_t k = 1; k < 4; ++k) block(p, gain, j, [&](std::uint64_t column) { return 2 * column * k; });
     for (std::uint64_t k = 0; k < 4; ++k) {
-      block(p, j, [&](std::uint64_t column) { return column * (2 * k + 1) + size / 4; });
+      block(p, gain, j, [&](std::uint64_t column) { return column * (2 * k + 1) + size / 4; });
     }
   }
 }
@@ -136,17 +140,17 @@ inline void middle_pass(int bits, const T* from, T* to, std::ptrdiff_t blocks, s
 }
 
 template <class V, Spectrum kSpectrum, class S, class T>
-void forward_passes(const S* src, T* dst, int order, const Tables<T>& tables, T* work, T scale) {
+void forward_passes(const S* src, T* dst, int order, const Tables<T>& tables, T* work) {
   const Radices r = radices(V::width, order);
   const std::ptrdiff_t count = std::ptrdiff_t{1} << (order - 1);
   const std::ptrdiff_t blocks = count / V::width;
   switch (r.first) {
-    case 3: first_pass<V, 8>(src, work, count, scale); break;
+    case 3: first_pass<V, 8>(src, work, count); break;
     case 2:
-      if constexpr (V::width <= 4) first_pass<V, 4>(src, work, count, scale);
+      if constexpr (V::width <= 4) first_pass<V, 4>(src, work, count);
       break;
     default:
-      if constexpr (V::width <= 2) first_pass<V, 2>(src, work, count, scale);
+      if constexpr (V::width <= 2) first_pass<V, 2>(src, work, count);
   }
   T* from = work;
   T* to = work + 2 * count;
@@ -158,7 +162,7 @@ void forward_passes(const S* src, T* dst, int order, const Tables<T>& tables, T*
     points <<= r.middle[i];
     std::swap(from, to);
   }
-  forward_real_pass<V, kSpectrum>(from, dst, count, static_cast<const T*>(tables.last));
+  forward_real_pass<V, kSpectrum>(from, dst, count, static_cast<const T*>(tables.last), tables.gain);
 }
 
 template <class V, class T>
@@ -166,7 +170,7 @@ void inverse_passes(const T* src, T* dst, int order, const Tables<T>& tables, T*
   const Radices r = radices(V::width, order);
   const std::ptrdiff_t count = std::ptrdiff_t{1} << (order - 1);
   const std::ptrdiff_t blocks = count / V::width;
-  inverse_real_pass<V>(src, work, count, static_cast<const T*>(tables.last), scale);
+  inverse_real_pass<V>(src, work, count, static_cast<const T*>(tables.last), tables.gain, scale / tables.gain);
   T* from = work;
   T* to = work + 2 * count;
   const T* factors = tables.middle + middle_table_count<T>(order);

@@ -7,8 +7,10 @@
 //   kLaneElement<V>[l]     which of the W complex numbers stands in lane l between the two: the order that costs no
 //                          instruction, not the natural one
 //   mirrored(v)            lane of element e receives element (W - e) mod W
-//   with_first(v, f)       v with element 0 of f, a pointer to one real number
+//   with_first(v, f)       v with element 0 of f, a vector or a pointer to one number
 //   reversed_pairs(v)      pairs in the opposite order
+//   with_gap(v)            v with a zero pushed in behind element 0 of memory order: v0, 0, v1, ... (W > 1)
+//   moved_down(v)          v1, v2, ... and a zero (W > 1)
 //   transpose(rows)        the W x W matrix of W vectors
 //
 // Besides Vec<float> and Vec<double> there are Quad, four floats in every build, and Single<T>, one lane.
@@ -66,6 +68,10 @@ inline Single<T> with_first(Single<T>, const T* first) {
   return {*first};
 }
 template <class T>
+inline Single<T> with_first(Single<T>, Single<T> first) {
+  return first;
+}
+template <class T>
 inline Single<T> reversed_pairs(Single<T> v) {
   return v;
 }
@@ -103,8 +109,14 @@ inline void interleave(Quad& re, Quad& im) {
   re.raw = low;
 }
 inline Quad mirrored(Quad v) { return {_mm_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(1, 2, 3, 0))}; }
+inline Quad with_first(Quad v, Quad first) { return {_mm_move_ss(v.raw, first.raw)}; }
 inline Quad with_first(Quad v, const float* first) { return {_mm_move_ss(v.raw, _mm_load_ss(first))}; }
 inline Quad reversed_pairs(Quad v) { return {_mm_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(1, 0, 3, 2))}; }
+inline Quad with_gap(Quad v) {
+  const __m128 kept = _mm_castsi128_ps(_mm_setr_epi32(-1, 0, -1, -1));
+  return {_mm_and_ps(_mm_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(2, 1, 0, 0)), kept)};
+}
+inline Quad moved_down(Quad v) { return {_mm_castsi128_ps(_mm_srli_si128(_mm_castps_si128(v.raw), 4))}; }
 inline void transpose(Quad (&rows)[4]) { _MM_TRANSPOSE4_PS(rows[0].raw, rows[1].raw, rows[2].raw, rows[3].raw); }
 
 // --- loads and the order of lanes ------------------------------------------------
@@ -162,12 +174,22 @@ inline void interleave(Vec<float>& re, Vec<float>& im) {
 inline Vec<float> mirrored(Vec<float> v) {
   return {_mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(0, 7, 2, 5, 6, 3, 4, 1))};
 }
+inline Vec<float> with_first(Vec<float> v, Vec<float> first) { return {_mm256_blend_ps(v.raw, first.raw, 1)}; }
 inline Vec<float> with_first(Vec<float> v, const float* first) {
-  return {_mm256_blend_ps(v.raw, _mm256_castps128_ps256(_mm_load_ss(first)), 1)};
+  return with_first(v, Vec<float>{_mm256_castps128_ps256(_mm_load_ss(first))});
 }
 inline Vec<float> reversed_pairs(Vec<float> v) {
   return {_mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(v.raw), _MM_SHUFFLE(0, 1, 2, 3)))};
 }
+inline Vec<float> with_gap(Vec<float> v) {
+  const __m256 spread = _mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6));
+  return {_mm256_blend_ps(spread, _mm256_setzero_ps(), 0x02)};
+}
+inline Vec<float> moved_down(Vec<float> v) {
+  const __m256 moved = _mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(1, 2, 3, 4, 5, 6, 7, 7));
+  return {_mm256_blend_ps(moved, _mm256_setzero_ps(), 0x80)};
+}
+
 namespace detail {
 
 // The 4 x 4 transposes of the lower and of the upper halves.
@@ -206,10 +228,17 @@ inline void deinterleave(Vec<double>& a, Vec<double>& b) {
 }
 inline void interleave(Vec<double>& re, Vec<double>& im) { deinterleave(re, im); }
 inline Vec<double> mirrored(Vec<double> v) { return {_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(2, 3, 1, 0))}; }
+inline Vec<double> with_first(Vec<double> v, Vec<double> first) { return {_mm256_blend_pd(v.raw, first.raw, 1)}; }
 inline Vec<double> with_first(Vec<double> v, const double* first) {
-  return {_mm256_blend_pd(v.raw, _mm256_castpd128_pd256(_mm_load_sd(first)), 1)};
+  return with_first(v, Vec<double>{_mm256_castpd128_pd256(_mm_load_sd(first))});
 }
 inline Vec<double> reversed_pairs(Vec<double> v) { return {_mm256_permute2f128_pd(v.raw, v.raw, 1)}; }
+inline Vec<double> with_gap(Vec<double> v) {
+  return {_mm256_blend_pd(_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(2, 1, 0, 0)), _mm256_setzero_pd(), 0x2)};
+}
+inline Vec<double> moved_down(Vec<double> v) {
+  return {_mm256_blend_pd(_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(3, 3, 2, 1)), _mm256_setzero_pd(), 0x8)};
+}
 inline void transpose(Vec<double> (&rows)[4]) {
   const __m256d a = _mm256_unpacklo_pd(rows[0].raw, rows[1].raw);
   const __m256d b = _mm256_unpackhi_pd(rows[0].raw, rows[1].raw);
@@ -235,8 +264,11 @@ inline void deinterleave(Vec<double>& a, Vec<double>& b) {
 }
 inline void interleave(Vec<double>& re, Vec<double>& im) { deinterleave(re, im); }
 inline Vec<double> mirrored(Vec<double> v) { return v; }
+inline Vec<double> with_first(Vec<double> v, Vec<double> first) { return {_mm_move_sd(v.raw, first.raw)}; }
 inline Vec<double> with_first(Vec<double> v, const double* first) { return {_mm_move_sd(v.raw, _mm_load_sd(first))}; }
 inline Vec<double> reversed_pairs(Vec<double> v) { return v; }
+inline Vec<double> with_gap(Vec<double> v) { return {_mm_unpacklo_pd(v.raw, _mm_setzero_pd())}; }
+inline Vec<double> moved_down(Vec<double> v) { return {_mm_unpackhi_pd(v.raw, _mm_setzero_pd())}; }
 inline void transpose(Vec<double> (&rows)[2]) { deinterleave(rows[0], rows[1]); }
 
 #endif
