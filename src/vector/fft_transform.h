@@ -20,11 +20,15 @@ constexpr int lanes(int order) {
   return 1;
 }
 
+// Up to this order the numbers go back and forth between two work areas. Above, the second is the destination, which
+// only an even number of middle passes leaves free for the last pass.
+inline constexpr int kLastTwoAreas = 20;
+
 // The radices, as powers of two, of the first pass and of those between it and the last.
 struct Radices {
   int first = 0;
   int count = 0;
-  int middle[12] = {};
+  int middle[16] = {};
 };
 
 constexpr Radices radices(int width, int order) {
@@ -36,10 +40,11 @@ constexpr Radices radices(int width, int order) {
     r.first = rest == 1 ? 1 : rest == 2 || rest == 4 ? 2 : 3;
   }
   rest -= r.first;
-  while (rest > 0) {
-    const int bits = rest == 1 ? 1 : rest == 2 || rest == 4 ? 2 : 3;
-    r.middle[r.count++] = bits;
-    rest -= bits;
+  r.count = (rest + 2) / 3;
+  if (order > kLastTwoAreas) r.count += r.count % 2;
+  for (int i = 0; i < r.count; ++i) {
+    r.middle[i] = (rest + r.count - i - 1) / (r.count - i);
+    rest -= r.middle[i];
   }
   return r;
 }
@@ -56,9 +61,14 @@ constexpr std::uint64_t middle_table_count(int order) {
   }
   return count;
 }
+
+// Loads wait for unfinished stores with the same place in a page, as if they were the same address.
+inline constexpr std::size_t kPageBytes = 4096;
+
 template <class T>
 constexpr std::uint64_t work_count(int order) {
   const std::uint64_t area = std::uint64_t{1} << order;
+  if (order > kLastTwoAreas) return area + kPageBytes / sizeof(T);
   return radices(lanes<T>(order), order).count > 0 ? 2 * area : area;
 }
 
@@ -139,21 +149,33 @@ inline void middle_pass(int bits, const T* from, T* to, std::ptrdiff_t blocks, s
   }
 }
 
+// Both areas of a transform of `count` numbers. The first of a large one is kept half a page away from the destination.
+template <class T>
+struct Areas {
+  T* from;
+  T* to;
+};
+template <class T>
+inline Areas<T> areas(T* work, T* dst, std::ptrdiff_t count, int order) {
+  if (order <= kLastTwoAreas) return {work, work + 2 * count};
+  const auto distance = reinterpret_cast<std::uintptr_t>(dst) + kPageBytes / 2 - reinterpret_cast<std::uintptr_t>(work);
+  return {work + distance % kPageBytes / 32 * 32 / sizeof(T), dst};
+}
+
 template <class V, Spectrum kSpectrum, class S, class T>
 void forward_passes(const S* src, T* dst, int order, const Tables<T>& tables, T* work) {
   const Radices r = radices(V::width, order);
   const std::ptrdiff_t count = std::ptrdiff_t{1} << (order - 1);
   const std::ptrdiff_t blocks = count / V::width;
+  auto [from, to] = areas(work, dst, count, order);
   switch (r.first) {
-    case 3: first_pass<V, 8>(src, work, count); break;
+    case 3: first_pass<V, 8>(src, from, count); break;
     case 2:
-      if constexpr (V::width <= 4) first_pass<V, 4>(src, work, count);
+      if constexpr (V::width <= 4) first_pass<V, 4>(src, from, count);
       break;
     default:
-      if constexpr (V::width <= 2) first_pass<V, 2>(src, work, count);
+      if constexpr (V::width <= 2) first_pass<V, 2>(src, from, count);
   }
-  T* from = work;
-  T* to = work + 2 * count;
   const T* factors = tables.middle;
   std::ptrdiff_t points = std::ptrdiff_t{1} << r.first;
   for (int i = 0; i < r.count; ++i) {
@@ -170,9 +192,8 @@ void inverse_passes(const T* src, T* dst, int order, const Tables<T>& tables, T*
   const Radices r = radices(V::width, order);
   const std::ptrdiff_t count = std::ptrdiff_t{1} << (order - 1);
   const std::ptrdiff_t blocks = count / V::width;
-  inverse_real_pass<V>(src, work, count, static_cast<const T*>(tables.last), tables.gain, scale / tables.gain);
-  T* from = work;
-  T* to = work + 2 * count;
+  auto [from, to] = areas(work, dst, count, order);
+  inverse_real_pass<V>(src, from, count, static_cast<const T*>(tables.last), tables.gain, scale / tables.gain);
   const T* factors = tables.middle + middle_table_count<T>(order);
   std::ptrdiff_t points = count / 4;
   for (int i = r.count - 1; i >= 0; --i) {

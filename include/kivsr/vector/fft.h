@@ -50,7 +50,7 @@ KIVSR_BEGIN_DECLS
  * GetBufSize reports the size of the work buffer of an object.
  *
  * Statuses in order. GetSize: -15 order outside 0 .. 30; -8 a null pointer; -16 an unknown flag; -6 a size that int
- * cannot hold (from order 29 on, in 16s32s from order 26). Init: -8 null ppSpec; -15; -8 null pMemSpec; -16; -8 null
+ * cannot hold (from order 29 on, in 16s32s from order 27). Init: -8 null ppSpec; -15; -8 null pMemSpec; -16; -8 null
  * pMemInit where it is needed. InitAlloc: -8, -15, -16, -9 out of memory. Free: -8, -17 not such an object. GetBufSize:
  * -8, -17, -6. On any of them nothing is written.
  * @{ */
