@@ -1,5 +1,7 @@
 # The front door. Presets and targets: CMakePresets.json, docs/architecture.md.
 JOBS ?= $(shell nproc)
+SHELL := /bin/bash
+.SHELLFLAGS := -o pipefail -c
 
 .PHONY: demo test bench docs install format clean
 
@@ -26,7 +28,7 @@ bench:
 
 docs:
 	@scripts/setup docs
-	@doxygen docs/Doxyfile
+	@mkdir -p build && doxygen docs/Doxyfile
 
 install:
 	cmake -S . -B build/install -DKIVSR_V3=ON
