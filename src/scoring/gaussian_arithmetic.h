@@ -5,7 +5,6 @@
 #include <type_traits>
 
 #include "frame/simd/vec.h"
-#include "frame/transform.h"
 
 namespace kivsr {
 
@@ -31,14 +30,14 @@ class FloatingArithmetic {
     }
   }
 
+  // One row, the same bits as it has among others. The weights may be of type S, or null for weights of one.
   template <class W>
-  S distance(const E* x, const E* m, const W* w, int len) const {
-    return reduce_sum<S>(
-        len, [](V sum, V a, V b, V weight) { return term(sum, a - b, weight); }, x, m, w);
-  }
-  S distance(const E* x, const E* m, std::nullptr_t, int len) const {
-    return reduce_sum<S>(
-        len, [](V sum, V a, V b) { return simd::mul_add(a - b, a - b, sum); }, x, m);
+  S distance(const E* x, const E* m, W w, int len) const {
+    V sum = V::zero();
+    std::ptrdiff_t i = 0;
+    for (; i + V::width <= len; i += V::width) sum = add_term(sum, x, m, w, Whole{i});
+    if (i < len) sum = add_term(sum, x, m, w, Part{i, static_cast<int>(len - i)});
+    return simd::sum_lanes(sum);
   }
 
   // In single precision (2 val - distance) / 2, the rounding of a sum that starts from 2 val. V or S.
@@ -63,34 +62,45 @@ class FloatingArithmetic {
     }
   }
 
-  static V term(V sum, V d, V weight) { return simd::mul_add(d * d, weight, sum); }
+  // Loads at an offset into a row: a vector, or the rest of the row.
+  struct Whole {
+    std::ptrdiff_t offset;
+    template <class P>
+    V operator()(const P* row) const {
+      return simd::load<S>(row + offset);
+    }
+  };
+  struct Part {
+    std::ptrdiff_t offset;
+    int count;
+    template <class P>
+    V operator()(const P* row) const {
+      return simd::load_some<S>(row + offset, count);
+    }
+  };
+
+  template <class W, class Load>
+  static V add_term(V sum, const E* x, const E* m, W w, Load load) {
+    const V d = load(x) - load(m);
+    if constexpr (std::is_same_v<W, std::nullptr_t>) {
+      return simd::mul_add(d, d, sum);
+    } else {
+      return simd::mul_add(d * d, load(w), sum);
+    }
+  }
 
   template <int kRows, class X, class M, class W>
   static void some_distances(S* dst, X x, M m, W w, int len) {
-    constexpr bool kWeighted = !std::is_same_v<decltype(w.row(0)), std::nullptr_t>;
-    constexpr std::ptrdiff_t kWidth = V::width;
     V sums[4] = {V::zero(), V::zero(), V::zero(), V::zero()};
-    const auto take = [&](int r, auto load_at) {
-      const V d = load_at(x.row(r)) - load_at(m.row(r));
-      if constexpr (kWeighted) {
-        sums[r] = term(sums[r], d, load_at(w.row(r)));
-      } else {
-        sums[r] = simd::mul_add(d, d, sums[r]);
-      }
-    };
     std::ptrdiff_t i = 0;
-    for (; i + kWidth <= len; i += kWidth) {
+    for (; i + V::width <= len; i += V::width) {
 #pragma GCC unroll 4
-      for (int r = 0; r < kRows; ++r) {
-        take(r, [&](const E* p) { return simd::load<S>(p + i); });
-      }
+      for (int r = 0; r < kRows; ++r) sums[r] = add_term(sums[r], x.row(r), m.row(r), w.row(r), Whole{i});
     }
     if (i < len) {
-      const int rest = static_cast<int>(len - i);
+      const Part rest{i, static_cast<int>(len - i)};
 #pragma GCC unroll 4
-      for (int r = 0; r < kRows; ++r) {
-        take(r, [&](const E* p) { return simd::load_some<S>(p + i, rest); });
-      }
+      for (int r = 0; r < kRows; ++r) sums[r] = add_term(sums[r], x.row(r), m.row(r), w.row(r), rest);
     }
     if constexpr (kRows == 4) {
       simd::store_lane_sums(dst, sums[0], sums[1], sums[2], sums[3]);

@@ -10,10 +10,10 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <limits>
 
-#include "frame/elementary.h"
 #include "frame/simd/math.h"
 #include "frame/simd/vec.h"
 #include "log_add.h"
@@ -48,60 +48,49 @@ inline T running_log_sum(const T* src, std::ptrdiff_t len) {
 
 namespace log_sum_detail {
 
-inline constexpr int kBlock = 64;
+inline constexpr int kBlock = 128;
 inline constexpr int kFirst = 8;
+
+// `len` elements, or a copy of them that is padded to full vectors with `padding`.
+template <class T>
+inline const T* padded(T* copy, const T* src, int len, T padding) {
+  constexpr int W = simd::Vec<T>::width;
+  if (len % W == 0) return src;
+  int i = 0;
+  for (; i < len; ++i) copy[i] = src[i];
+  for (; i % W != 0; ++i) copy[i] = padding;
+  return copy;
+}
 
 // The largest element, and whether every element is finite and not below the log zero.
 template <class T>
 inline bool regular_maximum(const T* src, std::ptrdiff_t len, T* maximum) {
   using V = simd::Vec<T>;
   constexpr std::ptrdiff_t W = V::width;
-  const V lowest = V::broadcast(static_cast<T>(kLogZero));
-  const V highest = V::broadcast(std::numeric_limits<T>::max());
-  V largest = V::broadcast(src[0]);
+  T copy[W] = {};
   if (len < W) {
-    bool regular = true;
-    T best = src[0];
-    for (std::ptrdiff_t i = 0; i < len; ++i) {
-      regular = regular && src[i] >= static_cast<T>(kLogZero) && src[i] <= std::numeric_limits<T>::max();
-      best = src[i] > best ? src[i] : best;
-    }
-    *maximum = best;
-    return regular;
+    src = padded(copy, src, static_cast<int>(len), src[0]);
+    len = W;
   }
-  V second = largest;
-  simd::Mask<T> regular = largest == largest;
-  const auto take = [&](V x, V& best) {
-    regular = regular & (x >= lowest) & (x <= highest);
-    best = max(x, best);
+  const V lowest = V::broadcast(static_cast<T>(kLogZero));
+  V even = V::broadcast(src[0]);
+  V odd = even;
+  simd::Mask<T> regular = even >= lowest;
+  const auto take = [&](std::ptrdiff_t i, V* largest) {
+    const V x = simd::load<T>(src + i);
+    regular = regular & (x >= lowest);
+    *largest = max(x, *largest);
   };
   std::ptrdiff_t i = 0;
+#pragma GCC unroll 2
   for (; i + 2 * W <= len; i += 2 * W) {
-    take(simd::load<T>(src + i), largest);
-    take(simd::load<T>(src + i + W), second);
+    take(i, &even);
+    take(i + W, &odd);
   }
-  if (i + W <= len) take(simd::load<T>(src + i), largest);
-  take(simd::load<T>(src + len - W), second);
-  T lanes[W];
-  simd::store(lanes, max(largest, second));
-  *maximum = *std::max_element(lanes, lanes + W);
-  return simd::all(regular);
-}
-
-// terms[i] = e^(src[i] - maximum) for i < len, zeros up to a full vector.
-template <class T>
-inline void exponentials(T* terms, const T* src, int len, T maximum) {
-  using V = simd::Vec<T>;
-  constexpr int W = V::width;
-  const V largest = V::broadcast(maximum);
-  int i = 0;
-  for (; i + W <= len; i += W) simd::store(terms + i, simd::exp_nonpositive(simd::load<T>(src + i) - largest));
-  if (i < len) {
-    T rest[W];
-    for (int k = 0; k < W; ++k) rest[k] = i + k < len ? src[i + k] : maximum;
-    simd::store(terms + i, simd::exp_nonpositive(simd::load<T>(rest) - largest));
-    for (int k = len; k < i + W; ++k) terms[k] = T{0};
-  }
+  if (i + W <= len) take(i, &even);
+  if (len % W != 0) take(len - W, &odd);
+  *maximum = simd::max_lanes(max(even, odd));
+  return simd::all(regular) && *maximum <= std::numeric_limits<T>::max();
 }
 
 // One term after the other.
@@ -109,46 +98,56 @@ template <class T>
 inline T add_in_order(T sum, const T* terms, int len) {
   using V = simd::Vec<T>;
   const V factor = V::broadcast(LogSumSet<T>::cut_off_factor);
+  const V inverse = V::broadcast(1 / LogSumSet<T>::cut_off_factor);
   V running = V::broadcast(sum);
   for (int i = 0; i < len; ++i) {
     const V x = V::broadcast(terms[i]);
-    const V either = select(running < x * factor, x, running + x);
-    running = select(x < running * factor, running, either);
+    running = keep_where(running <= x * inverse, x) + keep_where(running >= x * factor, running);
   }
   return running.first();
 }
 
-// A block at once, terms padded with zeros to a full vector.
+// terms[i] = e^(src[i] - maximum), padded to full vectors with terms that do not count; their sum.
 template <class T>
-inline T add_block(T sum, const T* terms, int len) {
+inline T exponentials(T* terms, const T* src, int len, T maximum) {
   using V = simd::Vec<T>;
   constexpr int W = V::width;
-  const V zero = V::zero();
-  const V dropped = V::broadcast(sum * LogSumSet<T>::cut_off_factor);
-  V even = zero;
-  V odd = zero;
-  for (int i = 0; i < len; i += 2 * W) {
-    const V x = simd::load<T>(terms + i);
-    even = even + select(x < dropped, zero, x);
-    if (i + W < len) {
-      const V y = simd::load<T>(terms + i + W);
-      odd = odd + select(y < dropped, zero, y);
-    }
-  }
-  const T block = simd::sum_lanes(even + odd);
-  const T end = sum + block;
-
-  // What the order decides: terms that the final sum would drop, and the first sum if the block would drop it.
-  const V doubtful_below = V::broadcast(end * LogSumSet<T>::cut_off_factor);
-  V doubtful_terms = zero;
+  alignas(32) T copy[kBlock];
+  src = padded(copy, src, len, static_cast<T>(kLogZero));
+  const V largest = V::broadcast(maximum);
+  V total = V::zero();
+#pragma GCC unroll 2
   for (int i = 0; i < len; i += W) {
-    const V x = simd::load<T>(terms + i);
-    doubtful_terms = doubtful_terms + select(x < dropped, zero, select(x < doubtful_below, x, zero));
+    const V x = simd::exp_nonpositive(simd::load<T>(src + i) - largest);
+    simd::store(terms + i, x);
+    total = total + x;
   }
-  const bool loses_first = sum < block * LogSumSet<T>::cut_off_factor;
-  const T doubtful = simd::sum_lanes(doubtful_terms) + (loses_first ? sum : T{0});
-  const T rounding = static_cast<T>(len) * (std::numeric_limits<T>::epsilon() / 2) * end;
-  if (doubtful > rounding) return add_in_order(sum, terms, len);
+  return simd::sum_lanes(total);
+}
+
+// The sum and a block of terms, `total` their sum.
+template <class T>
+inline T add_block(T sum, const T* terms, int len, T total) {
+  using V = simd::Vec<T>;
+  constexpr T kFactor = LogSumSet<T>::cut_off_factor;
+  // Terms below the first limit are dropped wherever they stand; terms above the second one nowhere.
+  const V dropped_below = V::broadcast(sum * kFactor);
+  const V kept_from = V::broadcast((sum + total) * kFactor);
+  V possible = V::zero();
+  V certain = V::zero();
+#pragma GCC unroll 2
+  for (int i = 0; i < len; i += V::width) {
+    const V x = simd::load<T>(terms + i);
+    possible = possible + keep_where(x >= dropped_below, x);
+    certain = certain + keep_where(x >= kept_from, x);
+  }
+  const T block = simd::sum_lanes(possible);
+  const T end = sum + block;
+  const bool loses_first = sum < block * kFactor;
+  const T doubtful = block - simd::sum_lanes(certain) + (loses_first ? sum : T{0});
+  if (doubtful > static_cast<T>(len) * (std::numeric_limits<T>::epsilon() / 2) * end) {
+    return add_in_order(sum, terms, len);
+  }
   return loses_first ? block : end;
 }
 
@@ -162,20 +161,16 @@ inline T log_sum(const T* src, std::ptrdiff_t len) {
   if (!regular_maximum(src, len, &maximum)) return running_log_sum(src, len);
 
   alignas(32) T terms[kBlock];
-  const auto block_length = [&](std::ptrdiff_t at) {
-    return static_cast<int>(std::min<std::ptrdiff_t>(kBlock, len - at));
-  };
-  const int first_block = block_length(0);
-  exponentials(terms, src, first_block, maximum);
-  T sum = add_in_order(terms[0], terms + 1, std::min(first_block, kFirst) - 1);
-  if (first_block > kFirst) sum = add_block(sum, terms + kFirst, first_block - kFirst);
-  for (std::ptrdiff_t i = first_block; i < len;) {
-    const int n = block_length(i);
-    exponentials(terms, src + i, n, maximum);
-    sum = add_block(sum, terms, n);
+  T sum{};
+  for (std::ptrdiff_t i = 0; i < len;) {
+    const int n = static_cast<int>(std::min<std::ptrdiff_t>(kBlock, len - i));
+    const T total = exponentials(terms, src + i, n, maximum);
+    const int done = i == 0 ? std::min(kFirst, n) : 0;
+    if (i == 0) sum = add_in_order(terms[0], terms + 1, done - 1);
+    if (done < n) sum = add_block(sum, terms + done, n - done, total);
     i += n;
   }
-  return static_cast<T>(maximum + natural_log(sum));
+  return maximum + std::log(sum);  // of a positive number: errno is safe
 }
 
 }  // namespace kivsr

@@ -115,8 +115,8 @@ constexpr T largest_not_above(double x) {
 template <class T, int kDegree>
 struct CorrectionTable {
   static constexpr int terms = kDegree + 1;
-  alignas(16) T rows[terms][4];
-  alignas(16) T centres[4];
+  alignas(32) T rows[terms][4];
+  alignas(32) T centres[4];
   T breaks[2];
 
   template <int N>

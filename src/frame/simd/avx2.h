@@ -268,6 +268,9 @@ inline Vec<double> select(Mask<double> m, Vec<double> a, Vec<double> b) {
 inline Vec<std::int32_t> select(Mask<std::int32_t> m, Vec<std::int32_t> a, Vec<std::int32_t> b) {
   return {_mm256_blendv_epi8(b.raw, a.raw, m.raw)};
 }
+// v where the mask is true, zero elsewhere.
+inline Vec<float> keep_where(Mask<float> m, Vec<float> v) { return {_mm256_and_ps(m.raw, v.raw)}; }
+inline Vec<double> keep_where(Mask<double> m, Vec<double> v) { return {_mm256_and_pd(m.raw, v.raw)}; }
 inline Vec<std::int32_t> as_integer(Mask<std::int32_t> m) { return {m.raw}; }
 inline Vec<std::int32_t> as_integer(Mask<float> m) { return {_mm256_castps_si256(m.raw)}; }
 
@@ -284,7 +287,7 @@ struct OneOfThree<float> {
 };
 template <>
 struct OneOfThree<double> {
-  __m256d first, second;
+  __m256i index;  // of the two halves of a lane
 };
 template <class T>
 inline OneOfThree<T> one_of_three(Mask<T> first, Mask<T> second) {
@@ -292,15 +295,16 @@ inline OneOfThree<T> one_of_three(Mask<T> first, Mask<T> second) {
     const __m256i twice = _mm256_add_epi32(_mm256_castps_si256(first.raw), _mm256_castps_si256(second.raw));
     return {_mm256_add_epi32(twice, _mm256_set1_epi32(2))};
   } else {
-    return {first.raw, second.raw};
+    const __m256i both = _mm256_add_epi32(_mm256_castpd_si256(first.raw), _mm256_castpd_si256(second.raw));
+    return {_mm256_add_epi32(_mm256_add_epi32(both, both), _mm256_setr_epi32(4, 5, 4, 5, 4, 5, 4, 5))};
   }
 }
 inline Vec<float> choose(OneOfThree<float> which, const float (&four)[4]) {
   return {_mm256_permutevar_ps(_mm256_broadcast_ps(reinterpret_cast<const __m128*>(four)), which.index)};
 }
 inline Vec<double> choose(OneOfThree<double> which, const double (&four)[4]) {
-  const __m256d lower = _mm256_blendv_pd(_mm256_set1_pd(four[2]), _mm256_set1_pd(four[1]), which.second);
-  return {_mm256_blendv_pd(lower, _mm256_set1_pd(four[0]), which.first)};
+  const __m256 table = _mm256_castpd_ps(_mm256_load_pd(four));
+  return {_mm256_castps_pd(_mm256_permutevar8x32_ps(table, which.index))};
 }
 
 // --- conversion -------------------------------------------------------------

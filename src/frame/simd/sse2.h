@@ -81,6 +81,11 @@ inline __m128i load_32_bits(const void* p) {
   return _mm_cvtsi32_si128(word);
 }
 
+// Two floats of any alignment.
+inline __m128 load_2_floats(const float* p) {
+  return _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
+}
+
 inline __m128i widen_words(__m128i words) { return _mm_srai_epi32(_mm_unpacklo_epi16(words, words), 16); }
 
 template <class T, class S>
@@ -137,9 +142,7 @@ struct Load<float, double> {
 };
 template <>
 struct Load<double, float> {
-  static Vec<double> full(const float* p) {
-    return {_mm_cvtps_pd(_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(p))))};
-  }
+  static Vec<double> full(const float* p) { return {_mm_cvtps_pd(load_2_floats(p))}; }
 };
 template <>
 struct Load<double, std::int16_t> {
@@ -158,8 +161,8 @@ inline Vec<float> load_some(const float* p, int n) {
   switch (n) {
     case 0: return Vec<float>::zero();
     case 1: return {_mm_load_ss(p)};
-    case 2: return {_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(p)))};
-    default: return {_mm_movelh_ps(_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(p))), _mm_load_ss(p + 2))};
+    case 2: return {detail::load_2_floats(p)};
+    default: return {_mm_movelh_ps(detail::load_2_floats(p), _mm_load_ss(p + 2))};
   }
 }
 inline Vec<double> load_some(const double* p, int n) {
@@ -282,6 +285,9 @@ inline Vec<double> select(Mask<double> m, Vec<double> a, Vec<double> b) {
 inline Vec<std::int32_t> select(Mask<std::int32_t> m, Vec<std::int32_t> a, Vec<std::int32_t> b) {
   return {_mm_or_si128(_mm_and_si128(m.raw, a.raw), _mm_andnot_si128(m.raw, b.raw))};
 }
+// v where the mask is true, zero elsewhere.
+inline Vec<float> keep_where(Mask<float> m, Vec<float> v) { return {_mm_and_ps(m.raw, v.raw)}; }
+inline Vec<double> keep_where(Mask<double> m, Vec<double> v) { return {_mm_and_pd(m.raw, v.raw)}; }
 inline Vec<std::int32_t> as_integer(Mask<std::int32_t> m) { return {m.raw}; }
 inline Vec<std::int32_t> as_integer(Mask<float> m) { return {_mm_castps_si128(m.raw)}; }
 

@@ -15,6 +15,7 @@
 //   store_rounded(p, v)   doubles to integers in the same way; 16-bit results saturate after that
 //   bit_mask(m)           bit k set if lane k is true
 //   select(m, a, b)       lanes of a where m is true, of b elsewhere
+//   keep_where(m, a)      a where m is true, zero elsewhere
 //   choose(one_of_three(m1, m2), four)  four[0] where m1 is true, else four[1] where m2 is, else four[2]
 //   scale_by_power_of_two(v, biased)    v 2^n, n held in the low bits of the doubles n + 1.5 2^52
 //   sum_lanes(v)          lanes folded in halves: (l0 + l2) + (l1 + l3); eight lanes first fold to four
