@@ -1,5 +1,7 @@
 // Conversions between element types with scale factors and rounding modes.
 #include <algorithm>
+#include <type_traits>
+#include <variant>
 
 #include "elementwise.h"
 #include "frame/status.h"
@@ -73,10 +75,14 @@ void convert_with_mode(D* dst, const S* src, std::ptrdiff_t len, int rounding, i
   }
 }
 
+// To nearest whatever the caller's rounding mode; small integers convert exactly and leave it alone.
+template <class S>
+using ConversionRounding = std::conditional_t<sizeof(S) < sizeof(float), std::monostate, NearestRounding>;
+
 template <class T, class S>
 KivStatus convert_plain(const S* src, T* dst, int len) {
   return run(first_failure(not_null(src, dst), positive(len)), [&] {
-    const NearestRounding nearest;
+    [[maybe_unused]] const ConversionRounding<S> nearest;
     transform<T>(
         len, [](auto x) { return x; }, dst, src);
   });
@@ -84,7 +90,10 @@ KivStatus convert_plain(const S* src, T* dst, int len) {
 
 template <class T, class S>
 KivStatus convert_scaled_checked(const S* src, T* dst, int len, int scale_factor) {
-  return run(first_failure(not_null(src, dst), positive(len)), [&] { convert_scaled(dst, src, len, scale_factor); });
+  return run(first_failure(not_null(src, dst), positive(len)), [&] {
+    [[maybe_unused]] const ConversionRounding<S> nearest;
+    convert_scaled(dst, src, len, scale_factor);
+  });
 }
 
 template <class D, class S>

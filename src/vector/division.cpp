@@ -47,18 +47,20 @@ simd::Vec<float> divide_lanes(simd::Vec<float> n, simd::Vec<float> d, simd::Vec<
 
 // q = n r (1 + e + e^2) with r the processor's estimate of 1/d and e = 1 - d r. Where r is zero, infinite or NaN (zero,
 // subnormal, huge and infinite divisors) e is not finite or not small and the lane is divided exactly.
+// The correction multiplies r, not n r, which may overflow where the quotient does not.
 KivStatus divide(float* dst, const float* numerator, const float* divisor, std::ptrdiff_t len) {
   using V = simd::Vec<float>;
   const V one = V::broadcast(1.0F);
-  const V small = V::broadcast(0.5F);
+  const V quarter = V::broadcast(0.25F);
   bool zero_met = false;
   transform<float>(
       len,
       [&](V d, V n) {
         const V r = reciprocal_estimate(d);
         const V e = one - d * r;
-        const V q = n * r * (one + e + e * e);
-        const auto regular = simd::abs(e) < small;
+        const V e2 = e * e;
+        const V q = n * (r * (one + e + e2));
+        const auto regular = e2 < quarter;
         if (simd::all(regular)) [[likely]] {
           return q;
         }
@@ -129,6 +131,7 @@ KivStatus reciprocal_root(float* src_dst, int len, float val) {
 template <class D>
 KivStatus reciprocal_root(const Kiv32s* src, D* dst, int len, Kiv32s val, int scale_factor) {
   const double factor = scale_by_power_of_two(1.0, scale_factor);
+  const NearestRounding nearest;
   bool replaced_all = true;
   for (int i = 0; i < len; ++i) {
     const bool above = src[i] > val;

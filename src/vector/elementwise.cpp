@@ -2,9 +2,8 @@
 #include "elementwise.h"
 
 #include <algorithm>
-#include <limits>
+#include <type_traits>
 
-#include "frame/constants.h"
 #include "frame/status.h"
 #include "kivsr/vector/elementwise.h"
 
@@ -78,7 +77,10 @@ KivStatus fill(T val, T* dst, int len) {
     if constexpr (sizeof(T) == 1) {
       std::memset(dst, val, static_cast<std::size_t>(len));
     } else {
-      std::fill_n(dst, len, val);
+      using Lane = std::conditional_t<sizeof(T) == 2, Kiv32s, T>;
+      const auto value = Vec<Lane>::broadcast(val);
+      transform<Lane>(
+          len, [=] { return value; }, dst);
     }
   });
 }

@@ -50,6 +50,7 @@ simd::Vec<float> logarithm_of_any(simd::Vec<float> x, LogarithmReport* report) {
 
 // ln(x) 2^-scaleFactor to nearest and saturated; zero and negative elements give the lowest value.
 KivStatus logarithm(Kiv32s* dst, const Kiv32s* src, int len, int scale_factor) {
+  const NearestRounding nearest;
   LogarithmReport report;
   const double factor = scale_by_power_of_two(1.0, scale_factor);
   for (int i = 0; i < len; ++i) {
