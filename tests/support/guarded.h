@@ -54,6 +54,16 @@ class Guarded {
   T* data_;
 };
 
+// Calls visit(array, length) with the data at the end of its page (every length gives another alignment) and at the
+// start.
+template <class T, class Visit>
+void at_both_guards(const std::vector<T>& data, Visit visit) {
+  for (const GuardAt guard : {GuardAt::kEnd, GuardAt::kStart}) {
+    const Guarded<T> array(data, guard);
+    visit(array.data(), static_cast<int>(data.size()));
+  }
+}
+
 // A D2 matrix whose last row ends at the guard (the padding of the last row does not exist), and its D2L row pointers.
 template <class T>
 class GuardedMatrix {

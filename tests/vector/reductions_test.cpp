@@ -1,16 +1,15 @@
-// Reductions and searches against references in wider types.
+// Sums, products, entropies, logarithms and magnitudes against references in wider types.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <numeric>
 #include <vector>
 
 #include "kivsr.h"
 #include "support/accuracy.h"
-#include "support/failed_allocations.h"
+#include "support/elementwise.h"
 #include "support/guarded.h"
 #include "support/random.h"
 
@@ -21,21 +20,6 @@ constexpr float kInf = std::numeric_limits<float>::infinity();
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr Kiv32s kLow = std::numeric_limits<Kiv32s>::min();
 constexpr Kiv32s kHigh = std::numeric_limits<Kiv32s>::max();
-
-// Calls visit(array) with the data at the end of its page (every length gives another alignment) and at the start.
-template <class T, class Visit>
-void at_both_guards(const std::vector<T>& data, Visit visit) {
-  for (const GuardAt guard : {GuardAt::kEnd, GuardAt::kStart}) {
-    const Guarded<T> array(data, guard);
-    visit(array.data(), static_cast<int>(data.size()));
-  }
-}
-
-// x * 2^-scale to nearest even and saturated, in extended precision.
-Kiv32s scaled_reference(long double x, int scale) {
-  const long double y = std::nearbyint(std::ldexp(x, -scale));
-  return static_cast<Kiv32s>(std::clamp<long double>(y, kLow, kHigh));
-}
 
 // --- sums and products --------------------------------------------------------
 
@@ -70,7 +54,7 @@ void check_integer_sum(KivStatus (*sum)(const S*, int, Kiv32s*, int)) {
         for (int scale : {-64, -31, -3, 0, 1, 2, 5, 12, 31, 40, 63, 64, 1000}) {
           Kiv32s total = 77;
           ASSERT_EQ(sum(src, len, &total, scale), kivStatusOk);
-          ASSERT_EQ(total, scaled_reference(exact, scale)) << n << " elements, scale " << scale;
+          ASSERT_EQ(total, scaled_reference<Kiv32s>(exact, scale)) << n << " elements, scale " << scale;
         }
       });
     }
@@ -160,155 +144,6 @@ TEST(RowAndColumnSums, AgreeWithTheMatrix) {
   }
 }
 
-// --- extrema ------------------------------------------------------------------
-
-// The rule: element i replaces the running best only when it is strictly better.
-template <class T, class Better>
-int first_best(const std::vector<T>& data, Better better) {
-  int index = 0;
-  for (int i = 1; i < static_cast<int>(data.size()); ++i) {
-    if (better(data[i], data[index])) index = i;
-  }
-  return index;
-}
-
-template <class T, class Better>
-void expect_index(const std::vector<T>& data, Better better, KivStatus (*plain)(const T*, int, T*),
-                  KivStatus (*with_index)(const T*, int, T*, int*)) {
-  const int expected = first_best(data, better);
-  at_both_guards(data, [&](const T* src, int len) {
-    T value = 5;
-    ASSERT_EQ(plain(src, len, &value), kivStatusOk);
-    ASSERT_TRUE(same_bits(value, data[expected])) << value << " in place of " << data[expected];
-    if (with_index == nullptr) return;
-    int index = -1;
-    value = 5;
-    ASSERT_EQ(with_index(src, len, &value, &index), kivStatusOk);
-    ASSERT_EQ(index, expected) << "of " << len;
-    ASSERT_TRUE(same_bits(value, data[expected]));
-    value = 5;
-    ASSERT_EQ(with_index(src, len, &value, nullptr), kivStatusOk);
-    ASSERT_TRUE(same_bits(value, data[expected]));
-  });
-}
-
-void expect_extrema(const std::vector<float>& data) {
-  const std::vector<double> wide(data.begin(), data.end());
-  expect_index<float>(data, std::greater<>(), kivsMax_32f, kivsMaxIndx_32f);
-  expect_index<float>(data, std::less<>(), kivsMin_32f, kivsMinIndx_32f);
-  expect_index<double>(wide, std::greater<>(), kivsMax_64f, kivsMaxIndx_64f);
-  expect_index<double>(wide, std::less<>(), kivsMin_64f, nullptr);
-  const Guarded<float> src(data);
-  float low = 5, high = 5;
-  ASSERT_EQ(kivsMinMax_32f(src.data(), static_cast<int>(data.size()), &low, &high), kivStatusOk);
-  ASSERT_TRUE(same_bits(low, data[first_best(data, std::less<>())]));
-  ASSERT_TRUE(same_bits(high, data[first_best(data, std::greater<>())]));
-}
-
-TEST(Extremum, IsTheFirstOfEqualElementsAtEveryLength) {
-  Random random(6);
-  for (int n : test_lengths()) {
-    for (int distinct : {1, 2, 5, 1000000}) {
-      std::vector<float> data(n);
-      for (float& x : data) x = static_cast<float>(random.integer(-distinct, distinct));
-      expect_extrema(data);
-      std::sort(data.begin(), data.end());
-      expect_extrema(data);
-    }
-    for (int place : {0, n / 3, n - 1}) {  // one best element among equals, infinite values, both zeros
-      std::vector<float> data(n, 1.0F);
-      data[place] = 2.0F;
-      expect_extrema(data);
-      data.assign(n, -kInf);
-      data[place] = kInf;
-      expect_extrema(data);
-      data.assign(n, 0.0F);
-      data[place] = -0.0F;
-      expect_extrema(data);
-    }
-  }
-}
-
-TEST(Extremum, PassesOverNaNExceptInFront) {
-  Random random(7);
-  for (int n : test_lengths()) {
-    for (int trial = 0; trial < 4; ++trial) {
-      auto data = random.values<float>(n, -1, 1);
-      for (int i = 1; i < n; ++i) {
-        if (random.integer(0, 3) <= trial) data[i] = kNaN;
-      }
-      expect_extrema(data);
-      data[0] = kNaN;
-      expect_extrema(data);
-    }
-  }
-}
-
-// --- order --------------------------------------------------------------------
-
-template <class T>
-void check_nth(KivStatus (*nth)(const T*, int, int, T*)) {
-  Random random(8);
-  std::vector<std::vector<T>> arrays = {{5, 1, 5, 3}, std::vector<T>(100, 4)};
-  for (int n : {1, 2, 17, 64, 300}) {
-    arrays.push_back(random.values<T>(n, -1e6, 1e6));
-    arrays.push_back(random.values<T>(n, -2, 2));
-    arrays.push_back(arrays.back());
-    std::sort(arrays.back().begin(), arrays.back().end());
-    arrays.push_back(arrays.back());
-    std::reverse(arrays.back().begin(), arrays.back().end());
-  }
-  for (const auto& data : arrays) {
-    auto sorted = data;
-    std::sort(sorted.begin(), sorted.end(), std::greater<>());
-    const Guarded<T> src(data);
-    const int len = static_cast<int>(data.size());
-    for (int n = 0; n < len; ++n) {
-      T result = 99;
-      ASSERT_EQ(nth(src.data(), len, n, &result), kivStatusOk);
-      ASSERT_EQ(result, sorted[n]) << n << " of " << len;
-    }
-    expect_exact<T>(src.values(), data);  // never reordered
-  }
-  // Sorted and equal data in reasonable time.
-  std::vector<T> large(2000000, 7);
-  T result = 0;
-  EXPECT_EQ(nth(large.data(), 2000000, 1000000, &result), kivStatusOk);
-  EXPECT_EQ(result, 7);
-  std::iota(large.begin(), large.end(), T{0});
-  EXPECT_EQ(nth(large.data(), 2000000, 0, &result), kivStatusOk);
-  EXPECT_EQ(result, 1999999);
-
-  const std::vector<T> four = {5, 1, 5, 3};
-  result = 99;
-  EXPECT_EQ(nth(nullptr, 0, 9, &result), kivStatusNullPointer);
-  EXPECT_EQ(nth(four.data(), 4, 0, nullptr), kivStatusNullPointer);
-  EXPECT_EQ(nth(four.data(), 0, 9, &result), kivStatusBadSize);
-  EXPECT_EQ(nth(four.data(), 4, 4, &result), kivStatusBadArgument);
-  EXPECT_EQ(nth(four.data(), 4, -1, &result), kivStatusBadArgument);
-  expect_survives_failed_allocations([&] {
-    const KivStatus status = nth(four.data(), 1, 0, &result);
-    EXPECT_EQ(result, status == kivStatusOk ? 5 : 99);
-    return status;
-  });
-}
-
-TEST(NthMaximum, IsThePlaceInDecreasingOrder) {
-  check_nth<Kiv32s>(kivsNthMaxElement_32s);
-  check_nth<Kiv32f>(kivsNthMaxElement_32f);
-  check_nth<Kiv64f>(kivsNthMaxElement_64f);
-}
-
-TEST(NthMaximum, SortsNaNLast) {
-  const std::vector<float> data = {kNaN, 2, -kInf, kNaN, 3, kNaN};
-  const std::vector<float> sorted = {3, 2, -kInf, kNaN, kNaN, kNaN};
-  for (int n = 0; n < 6; ++n) {
-    float result = 99;
-    EXPECT_EQ(kivsNthMaxElement_32f(data.data(), 6, n, &result), kivStatusOk);
-    EXPECT_TRUE(same_bits(result, sorted[n]));
-  }
-}
-
 // --- entropy and logarithms -----------------------------------------------------
 
 TEST(Entropy, IsTheSumOfPLog2PWithoutMinus) {
@@ -354,7 +189,7 @@ TEST(Entropy, OfWordsReadsFifteenFractionalBits) {
       for (int scale : {-40, -20, -10, 0, 3, 2000}) {
         Kiv32s result = 1;
         ASSERT_EQ(kivsEntropy_16s32s_Sfs(src, len, &result, scale), kivStatusOk);
-        EXPECT_EQ(result, scaled_reference(truth, scale)) << scale;
+        EXPECT_EQ(result, scaled_reference<Kiv32s>(truth, scale)) << scale;
       }
     });
   }
@@ -497,66 +332,50 @@ TEST(Magnitude, IntegersRoundTheTrueRootOnce) {
 
 // --- statuses -------------------------------------------------------------------
 
-// call(src, len, result) with each pointer null and bad lengths: null first, nothing written.
-template <class S, class D, class Call>
-void expect_checks(Call call) {
-  const std::vector<S> src(4, S{});
-  D result[4];
-  std::fill_n(reinterpret_cast<char*>(result), sizeof result, 77);
-  for (int len : {0, -1, std::numeric_limits<int>::min()}) {
-    EXPECT_EQ(call(nullptr, len, result), kivStatusNullPointer);
-    EXPECT_EQ(call(src.data(), len, nullptr), kivStatusNullPointer);
-    EXPECT_EQ(call(src.data(), len, result), kivStatusBadSize);
-  }
-  EXPECT_EQ(call(nullptr, 4, result), kivStatusNullPointer);
-  EXPECT_EQ(call(src.data(), 4, nullptr), kivStatusNullPointer);
-  for (const char c : std::vector<char>(reinterpret_cast<char*>(result), reinterpret_cast<char*>(result + 4))) {
-    EXPECT_EQ(c, 77);
-  }
+// A reduction in the order of expect_checks: pointers, then the length.
+template <class Function, class... A>
+auto reduction(Function f, A... arguments) {
+  return [=](auto* src, auto* result, int len) { return f(src, len, result, arguments...); };
+}
+template <class Function>
+auto product(Function f) {
+  return [=](auto* a, auto* b, auto* result, int len) { return f(a, b, len, result); };
 }
 
-TEST(Statuses, NullPointersThenSizes) {
-  expect_checks<Kiv32f, Kiv32f>([](auto... a) { return kivsSum_32f(a..., 0); });
-  expect_checks<Kiv16s, Kiv32s>([](auto... a) { return kivsSum_16s32s_Sfs(a..., 0); });
-  expect_checks<Kiv32s, Kiv32s>([](auto... a) { return kivsSum_32s_Sfs(a..., 0); });
-  expect_checks<Kiv32f, Kiv32f>(kivsMax_32f);
-  expect_checks<Kiv64f, Kiv64f>(kivsMax_64f);
-  expect_checks<Kiv32f, Kiv32f>(kivsMin_32f);
-  expect_checks<Kiv64f, Kiv64f>(kivsMin_64f);
-  expect_checks<Kiv32f, Kiv32f>([](auto... a) { return kivsMaxIndx_32f(a..., nullptr); });
-  expect_checks<Kiv64f, Kiv64f>([](auto... a) { return kivsMaxIndx_64f(a..., nullptr); });
-  expect_checks<Kiv32f, Kiv32f>([](auto... a) { return kivsMinIndx_32f(a..., nullptr); });
-  expect_checks<Kiv32f, Kiv32f>(kivsEntropy_32f);
-  expect_checks<Kiv16s, Kiv32s>([](auto... a) { return kivsEntropy_16s32s_Sfs(a..., 0); });
-  expect_checks<Kiv32f, Kiv32f>(kivsSumLn_32f);
-  expect_checks<Kiv64f, Kiv64f>(kivsSumLn_64f);
-  expect_checks<Kiv64f, Kiv64f>(kivsSumRowAbs_64f);
-  expect_checks<Kiv64f, Kiv64f>(kivsSumRowSqr_64f);
-  expect_checks<Kiv32fc, Kiv32f>([](auto src, int len, auto dst) { return kivsMagnitude_32fc(src, dst, len); });
-  expect_checks<Kiv32sc, Kiv32s>([](auto src, int len, auto dst) { return kivsMagnitude_32sc_Sfs(src, dst, len, 0); });
+TEST(Reductions, CheckNullPointersThenSizes) {
+  using F = Kiv32f;
+  using D = Kiv64f;
+  using S = Kiv16s;
+  using L = Kiv32s;
+  expect_checks<const F, F>(reduction(kivsSum_32f, 0));
+  expect_checks<const S, L>(reduction(kivsSum_16s32s_Sfs, 0));
+  expect_checks<const L, L>(reduction(kivsSum_32s_Sfs, 0));
+  for (auto f : {kivsMax_32f, kivsMin_32f, kivsEntropy_32f, kivsSumLn_32f}) expect_checks<const F, F>(reduction(f));
+  for (auto f : {kivsMax_64f, kivsMin_64f, kivsSumLn_64f, kivsSumRowAbs_64f, kivsSumRowSqr_64f}) {
+    expect_checks<const D, D>(reduction(f));
+  }
+  for (auto f : {kivsMaxIndx_32f, kivsMinIndx_32f}) expect_checks<const F, F>(reduction(f, nullptr));
+  expect_checks<const D, D>(reduction(kivsMaxIndx_64f, nullptr));
+  expect_checks<const S, L>(reduction(kivsEntropy_16s32s_Sfs, 0));
+  expect_checks<const F, const F, F>(product(kivsDotProd_32f));
+  expect_checks<const D, const D, D>(product(kivsDotProd_64f));
+  expect_checks<const F, const F, D>(product(kivsDotProd_32f64f));
+  expect_checks<const S, const S, Kiv64s>(product(kivsDotProd_16s64s));
+  expect_checks<const S, const S, F>(product(kivsDotProd_16s32f));
+  expect_checks<const F, F, F>(
+      [](auto* src, auto* low, auto* high, int n) { return kivsMinMax_32f(src, n, low, high); });
 
-  const auto product = [](auto call) {
-    return [call](auto src, int len, auto dst) {
-      const std::remove_cv_t<std::remove_pointer_t<decltype(src)>> other[4] = {};
-      EXPECT_EQ(call(other, nullptr, len, dst), kivStatusNullPointer);
-      return call(src, other, len, dst);
-    };
-  };
-  expect_checks<Kiv32f, Kiv32f>([&](const Kiv32f* s, int n, Kiv32f* d) { return product(kivsDotProd_32f)(s, n, d); });
-  expect_checks<Kiv64f, Kiv64f>([&](const Kiv64f* s, int n, Kiv64f* d) { return product(kivsDotProd_64f)(s, n, d); });
-  expect_checks<Kiv32f, Kiv64f>(
-      [&](const Kiv32f* s, int n, Kiv64f* d) { return product(kivsDotProd_32f64f)(s, n, d); });
-  expect_checks<Kiv16s, Kiv64s>(
-      [&](const Kiv16s* s, int n, Kiv64s* d) { return product(kivsDotProd_16s64s)(s, n, d); });
-  expect_checks<Kiv16s, Kiv32f>(
-      [&](const Kiv16s* s, int n, Kiv32f* d) { return product(kivsDotProd_16s32f)(s, n, d); });
-
-  const float one = 1;
+  const Kiv32fc number = {3, 4};
+  const Kiv32sc integer = {3, 4};
   float other = 5;
-  EXPECT_EQ(kivsMinMax_32f(nullptr, 0, &other, &other), kivStatusNullPointer);
-  EXPECT_EQ(kivsMinMax_32f(&one, 1, nullptr, &other), kivStatusNullPointer);
-  EXPECT_EQ(kivsMinMax_32f(&one, 1, &other, nullptr), kivStatusNullPointer);
-  EXPECT_EQ(kivsMinMax_32f(&one, 0, &other, &other), kivStatusBadSize);
+  Kiv32s whole = 5;
+  EXPECT_EQ(kivsMagnitude_32fc(nullptr, &other, 0), kivStatusNullPointer);
+  EXPECT_EQ(kivsMagnitude_32fc(&number, nullptr, 1), kivStatusNullPointer);
+  EXPECT_EQ(kivsMagnitude_32fc(&number, &other, 0), kivStatusBadSize);
+  EXPECT_EQ(kivsMagnitude_32sc_Sfs(nullptr, &whole, 0, 0), kivStatusNullPointer);
+  EXPECT_EQ(kivsMagnitude_32sc_Sfs(&integer, nullptr, 1, 0), kivStatusNullPointer);
+  EXPECT_EQ(kivsMagnitude_32sc_Sfs(&integer, &whole, -1, 0), kivStatusBadSize);
+  EXPECT_EQ(whole, 5);
 
   const Kiv64f cell = 1;
   const Kiv64f* rows[] = {&cell};

@@ -1,0 +1,172 @@
+// Extrema, their places and the N-th largest element.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <limits>
+#include <numeric>
+#include <vector>
+
+#include "kivsr.h"
+#include "support/accuracy.h"
+#include "support/failed_allocations.h"
+#include "support/guarded.h"
+#include "support/random.h"
+
+namespace kivsr::test {
+namespace {
+
+constexpr float kInf = std::numeric_limits<float>::infinity();
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+// --- extrema ------------------------------------------------------------------
+
+// The rule: element i replaces the running best only when it is strictly better.
+template <class T, class Better>
+int first_best(const std::vector<T>& data, Better better) {
+  int index = 0;
+  for (int i = 1; i < static_cast<int>(data.size()); ++i) {
+    if (better(data[i], data[index])) index = i;
+  }
+  return index;
+}
+
+template <class T, class Better>
+void expect_index(const std::vector<T>& data, Better better, KivStatus (*plain)(const T*, int, T*),
+                  KivStatus (*with_index)(const T*, int, T*, int*)) {
+  const int expected = first_best(data, better);
+  at_both_guards(data, [&](const T* src, int len) {
+    T value = 5;
+    ASSERT_EQ(plain(src, len, &value), kivStatusOk);
+    ASSERT_TRUE(same_bits(value, data[expected])) << value << " in place of " << data[expected];
+    if (with_index == nullptr) return;
+    int index = -1;
+    value = 5;
+    ASSERT_EQ(with_index(src, len, &value, &index), kivStatusOk);
+    ASSERT_EQ(index, expected) << "of " << len;
+    ASSERT_TRUE(same_bits(value, data[expected]));
+    value = 5;
+    ASSERT_EQ(with_index(src, len, &value, nullptr), kivStatusOk);
+    ASSERT_TRUE(same_bits(value, data[expected]));
+  });
+}
+
+void expect_extrema(const std::vector<float>& data) {
+  const std::vector<double> wide(data.begin(), data.end());
+  expect_index<float>(data, std::greater<>(), kivsMax_32f, kivsMaxIndx_32f);
+  expect_index<float>(data, std::less<>(), kivsMin_32f, kivsMinIndx_32f);
+  expect_index<double>(wide, std::greater<>(), kivsMax_64f, kivsMaxIndx_64f);
+  expect_index<double>(wide, std::less<>(), kivsMin_64f, nullptr);
+  const Guarded<float> src(data);
+  float low = 5, high = 5;
+  ASSERT_EQ(kivsMinMax_32f(src.data(), static_cast<int>(data.size()), &low, &high), kivStatusOk);
+  ASSERT_TRUE(same_bits(low, data[first_best(data, std::less<>())]));
+  ASSERT_TRUE(same_bits(high, data[first_best(data, std::greater<>())]));
+}
+
+TEST(Extremum, IsTheFirstOfEqualElementsAtEveryLength) {
+  Random random(6);
+  for (int n : test_lengths()) {
+    for (int distinct : {1, 2, 5, 1000000}) {
+      std::vector<float> data(n);
+      for (float& x : data) x = static_cast<float>(random.integer(-distinct, distinct));
+      expect_extrema(data);
+      std::sort(data.begin(), data.end());
+      expect_extrema(data);
+    }
+    for (int place : {0, n / 3, n - 1}) {  // one best element among equals, infinite values, both zeros
+      std::vector<float> data(n, 1.0F);
+      data[place] = 2.0F;
+      expect_extrema(data);
+      data.assign(n, -kInf);
+      data[place] = kInf;
+      expect_extrema(data);
+      data.assign(n, 0.0F);
+      data[place] = -0.0F;
+      expect_extrema(data);
+    }
+  }
+}
+
+TEST(Extremum, PassesOverNaNExceptInFront) {
+  Random random(7);
+  for (int n : test_lengths()) {
+    for (int trial = 0; trial < 4; ++trial) {
+      auto data = random.values<float>(n, -1, 1);
+      for (int i = 1; i < n; ++i) {
+        if (random.integer(0, 3) <= trial) data[i] = kNaN;
+      }
+      expect_extrema(data);
+      data[0] = kNaN;
+      expect_extrema(data);
+    }
+  }
+}
+
+// --- order --------------------------------------------------------------------
+
+template <class T>
+void check_nth(KivStatus (*nth)(const T*, int, int, T*)) {
+  Random random(8);
+  std::vector<std::vector<T>> arrays = {{5, 1, 5, 3}, std::vector<T>(100, 4)};
+  for (int n : {1, 2, 17, 64, 300}) {
+    arrays.push_back(random.values<T>(n, -1e6, 1e6));
+    arrays.push_back(random.values<T>(n, -2, 2));
+    arrays.push_back(arrays.back());
+    std::sort(arrays.back().begin(), arrays.back().end());
+    arrays.push_back(arrays.back());
+    std::reverse(arrays.back().begin(), arrays.back().end());
+  }
+  for (const auto& data : arrays) {
+    auto sorted = data;
+    std::sort(sorted.begin(), sorted.end(), std::greater<>());
+    const Guarded<T> src(data);
+    const int len = static_cast<int>(data.size());
+    for (int n = 0; n < len; ++n) {
+      T result = 99;
+      ASSERT_EQ(nth(src.data(), len, n, &result), kivStatusOk);
+      ASSERT_EQ(result, sorted[n]) << n << " of " << len;
+    }
+    expect_exact<T>(src.values(), data);  // never reordered
+  }
+  // Sorted and equal data in reasonable time.
+  std::vector<T> large(2000000, 7);
+  T result = 0;
+  EXPECT_EQ(nth(large.data(), 2000000, 1000000, &result), kivStatusOk);
+  EXPECT_EQ(result, 7);
+  std::iota(large.begin(), large.end(), T{0});
+  EXPECT_EQ(nth(large.data(), 2000000, 0, &result), kivStatusOk);
+  EXPECT_EQ(result, 1999999);
+
+  const std::vector<T> four = {5, 1, 5, 3};
+  result = 99;
+  EXPECT_EQ(nth(nullptr, 0, 9, &result), kivStatusNullPointer);
+  EXPECT_EQ(nth(four.data(), 4, 0, nullptr), kivStatusNullPointer);
+  EXPECT_EQ(nth(four.data(), 0, 9, &result), kivStatusBadSize);
+  EXPECT_EQ(nth(four.data(), 4, 4, &result), kivStatusBadArgument);
+  EXPECT_EQ(nth(four.data(), 4, -1, &result), kivStatusBadArgument);
+  expect_survives_failed_allocations([&] {
+    const KivStatus status = nth(four.data(), 1, 0, &result);
+    EXPECT_EQ(result, status == kivStatusOk ? 5 : 99);
+    return status;
+  });
+}
+
+TEST(NthMaximum, IsThePlaceInDecreasingOrder) {
+  check_nth<Kiv32s>(kivsNthMaxElement_32s);
+  check_nth<Kiv32f>(kivsNthMaxElement_32f);
+  check_nth<Kiv64f>(kivsNthMaxElement_64f);
+}
+
+TEST(NthMaximum, SortsNaNLast) {
+  const std::vector<float> data = {kNaN, 2, -kInf, kNaN, 3, kNaN};
+  const std::vector<float> sorted = {3, 2, -kInf, kNaN, kNaN, kNaN};
+  for (int n = 0; n < 6; ++n) {
+    float result = 99;
+    EXPECT_EQ(kivsNthMaxElement_32f(data.data(), 6, n, &result), kivStatusOk);
+    EXPECT_TRUE(same_bits(result, sorted[n]));
+  }
+}
+
+}  // namespace
+}  // namespace kivsr::test
