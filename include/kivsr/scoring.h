@@ -2,7 +2,9 @@
 #ifndef KIVSR_SCORING_H
 #define KIVSR_SCORING_H
 
+#include "scoring/distances.h"
 #include "scoring/gaussian.h"
+#include "scoring/gaussian_16s.h"
 #include "scoring/log_domain.h"
 
 #endif

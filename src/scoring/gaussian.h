@@ -8,6 +8,8 @@
 //   gaussian_score(val, distance)               lanes: many vectors, one Gaussian
 //   mixture_score(val, distance)                lanes: one vector, many Gaussians
 //   result(score)                               lanes as they are stored
+//   differences(d, x, m, len)                   x - m as doubles, for quadratic forms
+//   block_score(val, form)                      the result of a quadratic form
 //
 // x, m and w are row views: StepRows, PointerRows, OneRow (the same row for every r) or UnitRows (weights of one).
 #pragma once

@@ -52,6 +52,12 @@ class FloatingArithmetic {
   static V mixture_score(V val, V distance) { return val + half<V>() * (V::zero() - distance); }
   static V result(V score) { return score; }
 
+  static void differences(double* d, const E* x, const E* m, int len) {
+    transform<double>(
+        len, [](auto a, auto b) { return a - b; }, d, x, m);
+  }
+  static S block_score(S val, double form) { return static_cast<S>(val - 0.5 * form); }
+
  private:
   template <class T>
   static T half() {

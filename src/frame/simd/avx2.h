@@ -426,4 +426,35 @@ inline void store_lane_sums(double* p, Vec<double> a, Vec<double> b, Vec<double>
   _mm_storeu_pd(p + 2, _mm_add_pd(_mm_unpacklo_pd(c2, d2), _mm_unpackhi_pd(c2, d2)));
 }
 
+// --- eight words, eight floats -------------------------------------------------
+
+struct Words {
+  __m128i raw;
+};
+using Eight = Vec<float>;
+
+inline Words load_words(const std::int16_t* p) { return {detail::load_16_bytes(p)}; }
+inline Words subtract_saturated(Words a, Words b) { return {_mm_subs_epi16(a.raw, b.raw)}; }
+inline Eight exact_squares(Words a) {
+  const __m256i x = _mm256_cvtepu16_epi32(a.raw);
+  return {_mm256_cvtepi32_ps(_mm256_madd_epi16(x, x))};
+}
+inline Eight to_eight(Words a) { return {_mm256_cvtepi32_ps(_mm256_cvtepi16_epi32(a.raw))}; }
+inline Eight load_eight(const std::int16_t* p) { return to_eight(load_words(p)); }
+inline Eight load_eight(const float* p) { return {_mm256_loadu_ps(p)}; }
+inline Eight eight_lane_sums(const Eight (&rows)[8]) {
+  // Both halves of two rows added: four lanes of the one, four of the other.
+  const auto fold = [&](int k) {
+    const __m256 a = rows[k].raw;
+    const __m256 b = rows[k + 4].raw;
+    return _mm256_add_ps(_mm256_blend_ps(a, b, 0xF0), _mm256_permute2f128_ps(a, b, 0x21));
+  };
+  const auto pairs = [](__m256 a, __m256 b) {
+    return _mm256_add_ps(_mm256_unpacklo_ps(a, b), _mm256_unpackhi_ps(a, b));
+  };
+  const __m256 ab = pairs(fold(0), fold(1));
+  const __m256 cd = pairs(fold(2), fold(3));
+  return {_mm256_add_ps(_mm256_shuffle_ps(ab, cd, 0x44), _mm256_shuffle_ps(ab, cd, 0xEE))};
+}
+
 }  // namespace kivsr::simd

@@ -24,6 +24,9 @@
 //   products_of_pairs(p, q)   a0 b0 + a1 b1, ... of 2 * width 16-bit elements; only four -32768 wrap, to INT32_MIN
 //   add_unsigned(sums, x)     64-bit sums plus the lanes of x read as unsigned numbers
 //   exponent_field(v), mantissa(v)   the biased exponent, and v 2^-exponent in [1, 2), of positive normal doubles
+//   Words, Eight          eight 16-bit words and eight floats, whatever the register width; load_words, load_eight(p)
+//   subtract_saturated(a, b), exact_squares(words), to_eight(words)
+//   eight_lane_sums(rows) the sums of the lanes of eight Eights, each added in the order of sum_lanes
 //   product_error(a, b, p)    a b - p exactly, p the rounded product, where nothing overflows or underflows
 //
 // A new instruction set is one more backend file that defines the same operations, and a line here.
