@@ -1,59 +1,14 @@
 // Products of a matrix with a vector on either side.
 #include "kivsr/vector/products.h"
-#include "frame/rounding_mode.h"
-#include "frame/scale.h"
-#include "frame/transform.h"
+#include "elementwise.h"
 #include "matrix_checks.h"
+#include "reductions.h"
 #include "statistics_column_sums.h"
 
 namespace kivsr {
 namespace {
 
 using simd::Vec;
-
-// --- exact sums of integer products ---------------------------------------------
-
-// 16-bit words: pairs of products in 32-bit lanes, split into halves that cannot overflow for 2^15 steps.
-std::int64_t exact_dot(const Kiv16s* a, const Kiv16s* b, std::ptrdiff_t len) {
-  using V = Vec<Kiv32s>;
-  constexpr std::ptrdiff_t kStep = 2 * V::width;
-  const V low_half = V::broadcast(0xFFFF);
-  const V one = V::broadcast(1);
-  std::int64_t total = 0;
-  for (std::ptrdiff_t i = 0; i < len;) {
-    V high = V::zero();
-    V low = V::zero();
-    std::int64_t steps = 0;
-    const auto add = [&](V pairs) {
-      // No pair is as low as INT32_MIN: less one, that value is the 2^31 of four lowest words and nothing else.
-      const V less_one = pairs - one;
-      high = high + shift_right(less_one, 16);
-      low = low + (less_one & low_half);
-      ++steps;
-    };
-    const std::ptrdiff_t end = std::min(len - i, kStep << 15) + i;
-    for (; i + kStep <= end; i += kStep) add(simd::pair_products(a + i, b + i));
-    if (i < end) {
-      Kiv16s last_a[kStep] = {};
-      Kiv16s last_b[kStep] = {};
-      std::copy(a + i, a + end, last_a);
-      std::copy(b + i, b + end, last_b);
-      add(simd::pair_products(last_a, last_b));
-      i = end;
-    }
-    Kiv32s lanes[2][V::width];
-    simd::store(lanes[0], high);
-    simd::store(lanes[1], low);
-    std::int64_t high_sum = 0;
-    std::int64_t low_sum = steps * V::width;
-    for (int k = 0; k < V::width; ++k) {
-      high_sum += lanes[0][k];
-      low_sum += lanes[1][k];
-    }
-    total += high_sum * 65536 + low_sum;
-  }
-  return total;
-}
 
 // 32-bit words: 2^31 products of 62 bits.
 struct WideSum {
@@ -122,11 +77,33 @@ void matrix_times_vector(Rows matrix, const float* vector, std::ptrdiff_t width,
   for (; r < height; ++r) dot_rows<1>(matrix, r, vector, width, dst);
 }
 
+// Sums of two products lie in -2^31 + 2^16 .. 2^31, the last one wrapped: plus 2^31 - 1 they are in order as unsigned
+// numbers. The last words of a row are read as a full vector that overlaps the one before it; the vector's words that
+// meet it there are zero where they have been counted.
 template <class Rows, class D>
 void matrix_times_vector(Rows matrix, const Kiv16s* vector, std::ptrdiff_t width, D* dst, std::ptrdiff_t height,
                          int scale_factor) {
+  using V = Vec<Kiv32s>;
+  constexpr std::ptrdiff_t W = 2 * V::width;
+  if (width < W) {
+    for (std::ptrdiff_t r = 0; r < height; ++r) {
+      dst[r] = scaled<D>(exact_dot_product(matrix.row(r), vector, width), scale_factor);
+    }
+    return;
+  }
+  const std::ptrdiff_t whole = width / W * W;
+  const std::ptrdiff_t last = width - W;
+  Kiv16s last_words[W] = {};
+  std::copy(vector + whole, vector + width, last_words + (whole - last));
+  const auto bias = V::broadcast(std::numeric_limits<Kiv32s>::max());
+  const std::int64_t biases = (whole + W) / 2 * std::int64_t{std::numeric_limits<Kiv32s>::max()};
   for (std::ptrdiff_t r = 0; r < height; ++r) {
-    dst[r] = scaled<D>(exact_dot(matrix.row(r), vector, width), scale_factor);
+    const Kiv16s* const row = matrix.row(r);
+    auto sum = add_unsigned(Vec<std::int64_t>::zero(), simd::products_of_pairs(row + last, last_words) + bias);
+    for (std::ptrdiff_t c = 0; c < whole; c += W) {
+      sum = add_unsigned(sum, simd::products_of_pairs(row + c, vector + c) + bias);
+    }
+    dst[r] = scaled<D>(sum_lanes(sum) - biases, scale_factor);
   }
 }
 
@@ -147,21 +124,25 @@ void matrix_times_vector(Rows matrix, const Kiv32s* vector, std::ptrdiff_t width
 
 template <class Rows>
 void vector_times_matrix(const float* vector, Rows matrix, std::ptrdiff_t height, float* dst, std::ptrdiff_t width) {
-  sum_columns(Products<float, float>{vector}, matrix, height, width, FromZero{},
-              [&](auto first, auto count, const auto* even, const auto* odd) {
-                transform<float>(
-                    count, [](auto a, auto b) { return a + b; }, dst + first, even, odd);
-              });
+  using Narrow = Products<float, float, 2>;
+  if (width <= ColumnPanel<Narrow>::kMaxVectors * Vec<float>::width) {
+    sum_columns(Narrow{vector}, matrix, height, width, FromZero{},
+                [&](auto first, auto count, const auto* even, const auto* odd) {
+                  transform<float>(
+                      count, [](auto a, auto b) { return a + b; }, dst + first, even, odd);
+                });
+  } else {
+    sum_columns(Products<float, float, 1>{vector}, matrix, height, width, FromZero{},
+                [&](auto first, auto count, const auto* sum) { copy(dst + first, sum, count); });
+  }
 }
 
 template <class Rows, class D>
 void vector_times_matrix(const Kiv16s* vector, Rows matrix, std::ptrdiff_t height, D* dst, std::ptrdiff_t width,
                          int scale_factor) {
-  sum_columns_exactly(Products<double, Kiv16s>{vector}, matrix, height, width,
-                      [&](auto first, auto count, const std::int64_t* even, const std::int64_t* odd) {
-                        for (std::ptrdiff_t c = 0; c < count; ++c) {
-                          dst[first + c] = scaled<D>(even[c] + odd[c], scale_factor);
-                        }
+  sum_columns_exactly(Products<double, Kiv16s, 1>{vector}, matrix, height, width,
+                      [&](auto first, auto count, const std::int64_t* sum) {
+                        for (std::ptrdiff_t c = 0; c < count; ++c) dst[first + c] = scaled<D>(sum[c], scale_factor);
                       });
 }
 

@@ -23,11 +23,11 @@
 namespace kivsr {
 
 inline constexpr std::ptrdiff_t kPanelColumns = 512;
-// Vectors of columns whose sums stay in registers.
+// Vectors of sums that stay in registers.
 #if defined(__i386__)
-inline constexpr int kStripVectors = 3;
+inline constexpr int kHeldSums = 6;
 #else
-inline constexpr int kStripVectors = 5;
+inline constexpr int kHeldSums = 10;
 #endif
 
 // --- what is summed ---------------------------------------------------------
@@ -114,12 +114,13 @@ struct WeightedValuesAndSquares {
   }
 };
 
-// Products of rows with the elements of a vector, for results that are free to round as the target does it fastest:
-// even and odd rows apart, to be added by the caller.
-template <class T, class W>
+// Products of rows with the elements of a vector, for results that are free to round as the target does it fastest.
+// With two sums even and odd rows are kept apart, to be added by the caller: a narrow matrix has too few columns to
+// hide the latency of an addition.
+template <class T, class W, int kSumsOfRows>
 struct Products {
   using Lanes = T;
-  static constexpr int kSums = 2;
+  static constexpr int kSums = kSumsOfRows;
   static constexpr bool kPaired = true;
   const W* vector;
   template <class V>
@@ -129,7 +130,7 @@ struct Products {
   template <class V>
   void add_pair(V* sums, std::ptrdiff_t r, V x0, V x1) const {
     add(sums, r, x0);
-    sums[1] = mul_add(x1, V::broadcast(static_cast<T>(vector[r + 1])), sums[1]);
+    sums[kSums - 1] = mul_add(x1, V::broadcast(static_cast<T>(vector[r + 1])), sums[kSums - 1]);
   }
 };
 
@@ -140,6 +141,7 @@ struct ColumnPanel {
   using T = typename Policy::Lanes;
   using V = simd::Vec<T>;
   static constexpr std::ptrdiff_t W = V::width;
+  static constexpr int kMaxVectors = std::min(kHeldSums / Policy::kSums, 8);
 
   // sums[m][c] for column first + c; while rows are added, the last W columns stand in a slot of their own behind the
   // last full vector, as that is where a vector of them begins.
@@ -154,7 +156,7 @@ struct ColumnPanel {
   template <class Rows>
   void add_rows(const Policy& policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end) {
     spread_last_columns();
-    constexpr std::ptrdiff_t kBlockBytes = 8192;
+    constexpr std::ptrdiff_t kBlockBytes = 65536;
     const auto row_bytes = count * static_cast<std::ptrdiff_t>(sizeof(*rows.row(0)));
     // Even, so that a block does not cut a pair.
     const std::ptrdiff_t block = std::clamp<std::ptrdiff_t>(kBlockBytes / row_bytes, 4, 256) / 2 * 2;
@@ -163,34 +165,40 @@ struct ColumnPanel {
   }
 
  private:
+  // Strips of equal width but for the last one.
   template <class Rows>
   void add_block(const Policy& policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end) {
-    if (count < W) return add_strip<1, true>(policy, rows, begin, end, 0, first);
+    if (count < W) return add_strips<1, true>(policy, rows, begin, end, 0, 1);
     const std::ptrdiff_t vectors = (count + W - 1) / W;
-    const std::ptrdiff_t strips = (vectors + kStripVectors - 1) / kStripVectors;
-    for (std::ptrdiff_t s = 0; s < strips; ++s) {
-      const std::ptrdiff_t slot = vectors * s / strips;
-      const std::ptrdiff_t next = vectors * (s + 1) / strips;
-      add_strip_of(static_cast<int>(next - slot), policy, rows, begin, end, slot,
-                   first + std::min(next * W, count) - W);
-    }
+    const std::ptrdiff_t strips = (vectors + kMaxVectors - 1) / kMaxVectors;
+    const std::ptrdiff_t width = (vectors + strips - 1) / strips;
+    const std::ptrdiff_t whole = vectors / width * width;
+    add_strips_of(width, policy, rows, begin, end, 0, whole);
+    if (whole < vectors) add_strips_of(vectors - whole, policy, rows, begin, end, whole, vectors);
   }
 
-  template <int kVectors = kStripVectors, class Rows>
-  void add_strip_of(int vectors, const Policy& policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end,
-                    std::ptrdiff_t slot, std::ptrdiff_t last) {
+  template <int kVectors = kMaxVectors, class Rows>
+  void add_strips_of(std::ptrdiff_t width, const Policy& policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end,
+                     std::ptrdiff_t slot, std::ptrdiff_t stop) {
     if constexpr (kVectors > 1) {
-      if (vectors < kVectors) return add_strip_of<kVectors - 1>(vectors, policy, rows, begin, end, slot, last);
+      if (width < kVectors) return add_strips_of<kVectors - 1>(width, policy, rows, begin, end, slot, stop);
     }
-    add_strip<kVectors, false>(policy, rows, begin, end, slot, last);
+    add_strips<kVectors, false>(policy, rows, begin, end, slot, stop);
   }
 
-  // Vectors `slot` .. slot + kVectors - 1 of the panel; the last of them begins at column `last` of the matrix.
+  // The vectors slot .. stop - 1 of the panel, kVectors at a time.
   template <int kVectors, bool kNarrow, class Rows>
-  [[gnu::noinline]] void add_strip(Policy policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end,
-                                   std::ptrdiff_t slot, std::ptrdiff_t last) {
+  [[gnu::noinline]] void add_strips(Policy policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end,
+                                    std::ptrdiff_t slot, std::ptrdiff_t stop) {
+    for (; slot < stop; slot += kVectors) add_strip<kVectors, kNarrow>(policy, rows, begin, end, slot);
+  }
+
+  template <int kVectors, bool kNarrow, class Rows>
+  [[gnu::always_inline]] void add_strip(Policy policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end,
+                                        std::ptrdiff_t slot) {
     const std::ptrdiff_t column = first + slot * W;
-    const auto at = [&](const auto* row, int v) {
+    const std::ptrdiff_t last = first + (kNarrow ? 0 : std::min((slot + kVectors) * W, count) - W);
+    const auto at = [&](const auto* row, int v) __attribute__((always_inline)) {
       if constexpr (kNarrow) {
         return simd::load_some<T>(row + last, static_cast<int>(count));
       } else {

@@ -2,6 +2,7 @@
 #include "elementwise.h"
 #include "kivsr/vector/statistics.h"
 #include "matrix_checks.h"
+#include "reductions.h"
 #include "statistics_column_sums.h"
 
 namespace kivsr {
@@ -48,25 +49,9 @@ KivStatus sum_row(Rows rows, int width, T* dst, int height) {
   return run(matrix_checks(rows, height, width, dst), [&] {
     for (std::ptrdiff_t r = 0; r < height; ++r) {
       dst[r] = reduce_sum<T>(
-          width, [](auto sum, auto x) { return sum + x; }, rows.row(r));
+          width, [](auto total, auto x) { return total + x; }, rows.row(r));
     }
   });
-}
-
-// Blocks of 2^16 elements: 32-bit lanes cannot overflow.
-std::int64_t exact_sum(const Kiv16s* src, std::ptrdiff_t len) {
-  std::int64_t total = 0;
-  for (std::ptrdiff_t i = 0; i < len;) {
-    using V = simd::Vec<Kiv32s>;
-    const std::ptrdiff_t end = std::min<std::ptrdiff_t>(len - i, 1 << 16) + i;
-    V lanes = V::zero();
-    for (; i + V::width <= end; i += V::width) lanes = lanes + simd::load<Kiv32s>(src + i);
-    Kiv32s sums[V::width];
-    simd::store(sums, lanes);
-    for (const Kiv32s sum : sums) total += sum;
-    for (; i < end; ++i) total += src[i];
-  }
-  return total;
 }
 
 template <class Rows>

@@ -215,10 +215,6 @@ inline Vec<std::int32_t> shift_right(Vec<std::int32_t> a, int n) {
 inline Vec<std::int32_t> multiply_words(Vec<std::int32_t> a, Vec<std::int32_t> b) {
   return {_mm256_madd_epi16(_mm256_and_si256(a.raw, _mm256_set1_epi32(0xFFFF)), b.raw)};
 }
-inline Vec<std::int32_t> pair_products(const std::int16_t* a, const std::int16_t* b) {
-  return {_mm256_madd_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(a)),
-                            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b)))};
-}
 
 // --- comparison and selection -------------------------------------------------
 

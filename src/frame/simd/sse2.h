@@ -232,10 +232,6 @@ inline Vec<std::int32_t> shift_right(Vec<std::int32_t> a, int n) {
 inline Vec<std::int32_t> multiply_words(Vec<std::int32_t> a, Vec<std::int32_t> b) {
   return {_mm_madd_epi16(_mm_and_si128(a.raw, _mm_set1_epi32(0xFFFF)), b.raw)};
 }
-inline Vec<std::int32_t> pair_products(const std::int16_t* a, const std::int16_t* b) {
-  return {_mm_madd_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(a)),
-                         _mm_loadu_si128(reinterpret_cast<const __m128i*>(b)))};
-}
 
 // --- comparison and selection -------------------------------------------------
 

@@ -10,8 +10,6 @@
 //   only. max(a, b), min(a, b)  the SSE rule: b unless a is strictly greater (less), so b for a NaN on either side
 //   reciprocal_estimate   the processor's 12-bit estimate
 //   round_to_integer      by the current rounding mode; NaN and values out of range give INT32_MIN
-//   pair_products(p, q)   16-bit words: lane k is p[2k] * q[2k] + p[2k+1] * q[2k+1]; wraps (to INT32_MIN) only when all
-//                         four are -32768
 //   store_rounded(p, v)   doubles to integers in the same way; 16-bit results saturate after that
 //   bit_mask(m)           bit k set if lane k is true
 //   select(m, a, b)       lanes of a where m is true, of b elsewhere
