@@ -8,6 +8,7 @@
 // A policy says what is summed:
 //   using Lanes       float or double: the type that is added
 //   kSums             sums per column
+//   kStripVectors     vectors of columns summed in registers at a time
 //   kPaired           rows come in pairs from the top, a last single row by itself
 //   add(sums, r, x)   row r, x a vector of its elements;  paired: add_pair(sums, r, x0, x1) for rows r and r + 1
 #pragma once
@@ -23,11 +24,13 @@
 namespace kivsr {
 
 inline constexpr std::ptrdiff_t kPanelColumns = 512;
-// Vectors of sums that stay in registers.
+// Vectors of columns in a strip: their sums, up to two each, stay in registers. A wide strip is for one sum each.
 #if defined(__i386__)
-inline constexpr int kHeldSums = 6;
+inline constexpr int kStrip = 3;
+inline constexpr int kWideStrip = 5;
 #else
-inline constexpr int kHeldSums = 10;
+inline constexpr int kStrip = 5;
+inline constexpr int kWideStrip = 8;
 #endif
 
 // --- what is summed ---------------------------------------------------------
@@ -37,6 +40,7 @@ struct Values {
   using Lanes = T;
   static constexpr int kSums = 1;
   static constexpr bool kPaired = false;
+  static constexpr int kStripVectors = kStrip;
   template <class V>
   void add(V* sums, std::ptrdiff_t, V x) const {
     sums[0] = sums[0] + x;
@@ -67,6 +71,7 @@ struct WeightedPairs {
   using Lanes = T;
   static constexpr int kSums = 1;
   static constexpr bool kPaired = true;
+  static constexpr int kStripVectors = kStrip;
   const T* weights;
   template <class V>
   void add(V* sums, std::ptrdiff_t r, V x) const {
@@ -101,6 +106,7 @@ struct WeightedValuesAndSquares {
   using Lanes = T;
   static constexpr int kSums = 2;
   static constexpr bool kPaired = true;
+  static constexpr int kStripVectors = kStrip;
   const T* weights;
   template <class V>
   void add(V* sums, std::ptrdiff_t r, V x) const {
@@ -122,6 +128,7 @@ struct Products {
   using Lanes = T;
   static constexpr int kSums = kSumsOfRows;
   static constexpr bool kPaired = true;
+  static constexpr int kStripVectors = kSums == 1 ? kWideStrip : kStrip;
   const W* vector;
   template <class V>
   void add(V* sums, std::ptrdiff_t r, V x) const {
@@ -141,7 +148,7 @@ struct ColumnPanel {
   using T = typename Policy::Lanes;
   using V = simd::Vec<T>;
   static constexpr std::ptrdiff_t W = V::width;
-  static constexpr int kMaxVectors = std::min(kHeldSums / Policy::kSums, 8);
+  static constexpr int kMaxVectors = Policy::kStripVectors;
 
   // sums[m][c] for column first + c; while rows are added, the last W columns stand in a slot of their own behind the
   // last full vector, as that is where a vector of them begins.
@@ -156,7 +163,7 @@ struct ColumnPanel {
   template <class Rows>
   void add_rows(const Policy& policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end) {
     spread_last_columns();
-    constexpr std::ptrdiff_t kBlockBytes = 65536;
+    constexpr std::ptrdiff_t kBlockBytes = 8192;
     const auto row_bytes = count * static_cast<std::ptrdiff_t>(sizeof(*rows.row(0)));
     // Even, so that a block does not cut a pair.
     const std::ptrdiff_t block = std::clamp<std::ptrdiff_t>(kBlockBytes / row_bytes, 4, 256) / 2 * 2;
