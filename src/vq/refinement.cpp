@@ -1,0 +1,214 @@
+// The k-means passes of a split. Each gives every vector to its nearest centroid, as comparing it with all of them
+// would, but compares only where something can have changed: for each vector an upper bound of the distance to its own
+// centroid and a lower bound of that to all others are kept (G. Hamerly, Making k-means even faster, SDM 2010). The
+// centroids that moved most in a pass, of which the two halves of the split move far, are compared by themselves, so
+// that the lower bounds fall only by what the others moved.
+#include <cmath>
+
+#include "training.h"
+
+namespace kivsr::vq {
+namespace {
+
+constexpr int kMostPasses = 20;
+constexpr double kSumTolerance = 0.0001;
+
+}  // namespace
+
+// Recomputes the centroids of changed clusters. Collects those that moved most; returns the drift of the others.
+float Training::measure_drifts() {
+  int moved = 0;
+  for (int k = 0; k < made_; ++k) {
+    const float drift = clusters_[k].drift;
+    if (drift == 0.0F) continue;
+    // NaN sorts in front of infinity.
+    keys_[moved++] =
+        static_cast<std::uint64_t>(std::bit_cast<std::uint32_t>(drift) & 0x7FFFFFFFU) << 32 | static_cast<unsigned>(k);
+  }
+  const int sorted = std::min(moved, kLanes + 1);
+  std::partial_sort(keys_, keys_ + sorted, keys_ + moved, [](std::uint64_t a, std::uint64_t b) { return a > b; });
+  big_count_ = std::min(moved, kLanes);
+  for (int i = 0; i < big_count_; ++i) {
+    big_[i] = static_cast<int>(keys_[i] & 0xFFFFFFFFU);
+    set_lane(big_tile_, width_, i, centroid(big_[i]));
+  }
+  clear_lanes(big_tile_, weights_, width_, big_count_, kLanes);
+  return moved > kLanes ? clusters_[static_cast<int>(keys_[kLanes] & 0xFFFFFFFFU)].drift : 0.0F;
+}
+
+// The cluster of a vector as a scan over all centroids finds it: a centroid replaces the best only if it is
+// tolerant-less. *second receives the least distance to the other centroids.
+Nearest Training::assign(const float* x, float* second) {
+  const Tiles tiles = centroid_tiles();
+  Nearest found = nearest(tiles, x);
+  *second = found.second;
+  if (found.index >= 0 && found.distance * 1.00001F < found.second) return found;
+  vq::distances(tiles, x, scratch_);
+  int best = 0;
+  for (int k = 1; k < made_; ++k) {
+    if (tolerant_less(static_cast<double>(scratch_[k]), static_cast<double>(scratch_[best]))) best = k;
+  }
+  if (best != found.index) *second = found.distance;
+  return {best, scratch_[best], *second};
+}
+
+// Looks at every member of a cluster. lower_cut: what the lower bounds lose; cap: the distance of the centroids that
+// moved most in earlier passes; big_distance: of those of this pass.
+void Training::look_at_members(int k, float lower_cut, float cap, float big_distance) {
+  ClusterBounds& cluster = clusters_[k];
+  const int* const vectors = members_of(k);
+  const int n = cluster.members;
+  const Tiles big{big_tile_, weights_, width_, big_count_};
+  int own_lane = -1;
+  for (int i = 0; i < big_count_; ++i) {
+    if (big_[i] == k) own_lane = i;
+  }
+  float penalty[kLanes] = {};
+  if (own_lane >= 0) penalty[own_lane] = kInfinity;
+
+  cluster.slack = kInfinity;
+  cluster.radius = 0.0F;
+  cluster.sum = 0.0;
+  constexpr int kBlock = 64;
+  float to_own[kBlock];
+  for (int start = 0; start < n; start += kBlock) {
+    const int size = std::min(kBlock, n - start);
+    distances_to(centroid(k), vectors + start, size, to_own);
+    for (int i = 0; i < size; ++i) {
+      const int v = vectors[start + i];
+      const float own = to_own[i];
+      float upper = std::sqrt(own);
+      float lower = std::min(lower_[v] - lower_cut, cap - upper);
+      if (!(2.0F * upper * (1.0F + margin_) < big_distance) && upper * (1.0F + margin_) < lower) {
+        V sums[2] = {simd::load<float>(penalty), simd::load<float>(penalty + V::width)};
+        add_tile(big, 0, vector(v), sums);
+        float lanes[V::width];
+        store(lanes, min(sums[0], sums[1]));
+        float least = lanes[0];
+        for (int lane = 1; lane < V::width; ++lane) least = std::min(least, lanes[lane]);
+        lower = std::min(lower, std::sqrt(least));
+      } else {
+        lower = std::min(lower, big_distance - upper);
+      }
+      targets_[v] = k;
+      float distance_now = own;
+      if (!(upper * (1.0F + margin_) < lower)) {
+        float second;
+        const Nearest found = assign(vector(v), &second);
+        if (found.index == k || cluster.members >= 2) {
+          targets_[v] = found.index;
+          distance_now = found.distance;
+          upper = std::sqrt(distance_now);
+          lower = std::sqrt(second);
+        }
+      }
+      stored_[v] = distance_now;
+      upper_[v] = upper;
+      lower_[v] = lower;
+      cluster.sum += static_cast<double>(distance_now);
+      if (!(lower - upper >= cluster.slack)) cluster.slack = lower - upper;
+      if (!(upper <= cluster.radius)) cluster.radius = upper;
+    }
+  }
+  cluster.pending = 0.0F;
+  cluster.cap = kInfinity;
+}
+
+// Moves the vectors to their targets in index order; a cluster keeps its last member.
+int Training::move_vectors() {
+  int moved = 0;
+  for (int i = 0; i < height_; ++i) {
+    const int from = labels_[i];
+    const int to = targets_[i];
+    if (from == to) continue;
+    ClusterBounds& source = clusters_[from];
+    if (source.members < 2) {
+      // Stays: the own centroid is not the nearest one.
+      stored_[i] = distance(vector(i), centroid(from));
+      lower_[i] = upper_[i];
+      upper_[i] = std::sqrt(stored_[i]);
+      targets_[i] = from;
+      source.slack = -kInfinity;
+      continue;
+    }
+    ClusterBounds& target = clusters_[to];
+    --source.members;
+    ++target.members;
+    source.dirty = target.dirty = true;
+    labels_[i] = to;
+    lower_[i] += target.pending;
+    source.slack = target.slack = -kInfinity;  // both will be looked at
+    ++moved;
+  }
+  return moved;
+}
+
+KivStatus Training::refine(int kept) {
+  const int fresh = made_ - 1;
+  const int split_members = clusters_[kept].members + clusters_[fresh].members;
+  double last_sum = kInfinity;
+  int moved = 1;
+  for (int pass = 0; pass < kMostPasses; ++pass) {
+    if (moved != 0) group_members();
+    for (int k = 0; k < made_; ++k) {
+      ClusterBounds& cluster = clusters_[k];
+      if (!cluster.dirty && cluster.drift == 0.0F) continue;
+      const bool unplaced = pass == 0 && k == fresh;
+      cluster.drift = 0.0F;
+      if (cluster.dirty) {
+        mean_of(k, scratch_);
+        cluster.drift = unplaced ? kInfinity : std::sqrt(distance(scratch_, centroid(k)));
+        set_centroid(k, scratch_);
+        cluster.dirty = false;
+      }
+    }
+    std::copy_n(centroid(fresh), padded_, scratch_);
+    const KivStatus status = separate(kept, split_members);
+    if (status != kivStatusOk) return status;
+    if (clusters_[fresh].dirty && pass > 0) {
+      clusters_[fresh].drift += std::sqrt(distance(scratch_, centroid(fresh)));
+    }
+
+    const float rest = measure_drifts();
+    const Tiles big{big_tile_, weights_, width_, big_count_};
+    double sum = 0.0;
+    for (int k = 0; k < made_; ++k) {
+      ClusterBounds& cluster = clusters_[k];
+      // The nearest of the centroids that moved most, but this one.
+      float big_distance = kInfinity;
+      float lanes[kLanes];
+      V sums[2] = {V::zero(), V::zero()};
+      add_tile(big, 0, centroid(k), sums);
+      store(lanes, sums[0]);
+      store(lanes + V::width, sums[1]);
+      for (int i = 0; i < big_count_; ++i) {
+        if (big_[i] != k && !(lanes[i] >= big_distance)) big_distance = lanes[i];
+      }
+      big_distance = std::sqrt(big_distance);
+      const float cut = cluster.pending + rest;
+      const float cap = cluster.cap - rest - cluster.drift;
+      const float reach = std::min(cap, big_distance);
+      const bool still = cluster.drift == 0.0F;
+      if (still && cluster.slack - cut > cluster.radius * margin_ && reach > 2.0F * cluster.radius * (1.0F + margin_)) {
+        cluster.pending = cut;
+        cluster.cap = reach;
+      } else {
+        look_at_members(k, cut, cap, big_distance);
+      }
+      sum += cluster.sum;
+    }
+    moved = move_vectors();
+    if (moved == 0 && std::abs(sum - last_sum) <= kSumTolerance * sum) break;
+    last_sum = sum;
+  }
+
+  for (int k = 0; k < made_; ++k) clusters_[k].spread = 0.0F;
+  for (int i = 0; i < height_; ++i) {
+    ClusterBounds& cluster = clusters_[labels_[i]];
+    const float spread = 2.0F * stored_[i];
+    if (cluster.members > 1 && spread > cluster.spread) cluster.spread = spread;
+  }
+  return kivStatusOk;
+}
+
+}  // namespace kivsr::vq
