@@ -127,6 +127,12 @@ std::vector<double> squared_distances(const T* x, const std::vector<T>& rows, in
   return result;
 }
 
+// A distance as the functions report it with scale factor 0.
+template <class T>
+double reported(double root) {
+  return std::is_integral_v<T> ? std::nearbyint(root) : root;
+}
+
 // Vectors around a few centres: integers of either type, with some exact repetitions.
 template <class T>
 std::vector<T> clustered(Random& random, int n, int width, int centres, double range = 1000.0, double spread = 60.0) {
