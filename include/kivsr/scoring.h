@@ -6,5 +6,6 @@
 #include "scoring/gaussian.h"
 #include "scoring/gaussian_16s.h"
 #include "scoring/log_domain.h"
+#include "scoring/selection.h"
 
 #endif

@@ -24,6 +24,7 @@ constexpr float clamped_scale(int exponent) { return single_scale(std::clamp(exp
 template <Squares kSquares, class R>
 class IntegerArithmetic {
  public:
+  using Element = Kiv16s;
   using Score = float;
   using Result = R;
   using V = simd::Vec<float>;
