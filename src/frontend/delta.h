@@ -17,7 +17,6 @@
 #include "frame/simd/vec.h"
 #include "frame/status.h"
 #include "kivsr/types.h"
-#include "vector/elementwise.h"
 
 namespace kivsr::delta {
 
@@ -173,9 +172,12 @@ void evaluate_matrix(T* matrix, std::ptrdiff_t height, int step, int width, int 
     const StepRows<const T> future{rows.row(last_rows ? height - 1 : t), last_rows ? 0 : std::ptrdiff_t{step}};
     for_columns(width, rows.row(t) + width, [&](auto at) {
       using V = Lanes<T>;
+      const V one = V::broadcast(1);
       V sum = V::zero();
+      V weight = one;
       for (int k = 1; k <= reach; ++k) {
-        sum = sum + V::broadcast(static_cast<Number<T>>(k)) * (at(future.row(k)) - at(past.row(k)));
+        sum = sum + weight * (at(future.row(k)) - at(past.row(k)));
+        weight = weight + one;
       }
       return multiply(sum, at);
     });
@@ -266,31 +268,38 @@ void stream(const Block<T>& block, S scale_static, D scale_delta, A scale_accele
 
   const auto put_statics = [&](std::ptrdiff_t r) {
     using Frames = typename Form::Frames;
-    const T* const source = block.frames + (r - first) * (width + Frames::kExtra);
-    if constexpr (std::is_same_v<Frames, PlainFrames> && std::is_same_v<S, Unchanged>) {
-      copy(rows.row(r), source, width);
-    } else {
-      const typename Frames::template Statics<T> statics(source);
-      for_columns(width, rows.row(r), [&](auto at) { return scale_static(at(statics.frame), at); });
-    }
+    const typename Frames::template Statics<T> statics(block.frames + (r - first) * (width + Frames::kExtra));
+    for_columns(width, rows.row(r), [&](auto at) { return scale_static(at(statics.frame), at); });
   };
-  const auto derive = [&](auto window, std::ptrdiff_t t, std::ptrdiff_t from, std::ptrdiff_t to, auto multiply) {
-    if (t < 0 || t >= count) return;
+  // Rows begin .. end - 1 of those that exist: the window over one block of columns, the result into another.
+  const auto derive = [&](auto window, std::ptrdiff_t begin, std::ptrdiff_t end, int from, int to, auto multiply) {
     constexpr int kReach = decltype(window)::kReach;
-    const T* around[2 * kReach + 1];
-    for (int k = -kReach; k <= kReach; ++k) {
-      around[k + kReach] = rows.row(std::clamp<std::ptrdiff_t>(t + k, 0, count - 1)) + from * width;
+    end = std::min(end, count);
+    for (std::ptrdiff_t t = std::max<std::ptrdiff_t>(begin, 0); t < end; ++t) {
+      T* const dst = rows.row(t) + to * width;
+      const auto put_from = [&](auto row) {
+        for_columns(width, dst,
+                    [&](auto at) { return multiply(window.evaluate([&](int k) { return at(row(k)); }), at); });
+      };
+      if (t >= kReach && t + kReach < count) {
+        const StepRows<const T> around{rows.row(t) + from * width, rows.step};
+        put_from([=](int k) { return around.row(k); });
+      } else {
+        put_from([&](int k) { return rows.row(std::clamp<std::ptrdiff_t>(t + k, 0, count - 1)) + from * width; });
+      }
     }
-    for_columns(width, rows.row(t) + to * width,
-                [&](auto at) { return multiply(window.evaluate([&](int k) { return at(around[k + kReach]); }), at); });
   };
 
-  const std::ptrdiff_t end = block.ends() ? count + Form::kLag : count;
-  for (std::ptrdiff_t r = first; r < end; ++r) {
-    if (r < count) put_statics(r);
-    derive(typename Form::Delta{}, r - Form::Delta::kReach, 0, 1, scale_delta);
+  // A few rows at a time: they stay in the cache, and are not read back while they are still being stored.
+  constexpr std::ptrdiff_t kRowsAtATime = 32;
+  const std::ptrdiff_t last = block.ends() ? count + Form::kLag : count;
+  for (std::ptrdiff_t r = first; r < last; r += kRowsAtATime) {
+    const std::ptrdiff_t end = std::min(r + kRowsAtATime, last);
+    for (std::ptrdiff_t s = r; s < std::min(end, count); ++s) put_statics(s);
+    derive(typename Form::Delta{}, r - Form::Delta::kReach, end - Form::Delta::kReach, 0, 1, scale_delta);
     if constexpr (Form::kAccelerates) {
-      derive(typename Form::Acceleration{}, r - Form::kLag, Form::kSourceBlock, 2, scale_acceleration);
+      derive(typename Form::Acceleration{}, r - Form::kLag, end - Form::kLag, Form::kSourceBlock, 2,
+             scale_acceleration);
     }
   }
 }

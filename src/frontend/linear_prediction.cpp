@@ -186,9 +186,16 @@ KivStatus schur(const float* r, float* reflection, std::ptrdiff_t order, float* 
   for (std::ptrdiff_t m = 1; m <= order; ++m) {
     const float km = (0.0F - p[m]) / v[m];
     k[m] = km;
-    for (std::ptrdiff_t i = order; i > m; --i) {
-      p[i] = km * v[i] + p[i];
-      v[i] = km * p[i - 1] + v[i - 1];
+    // Upward, with the old neighbours at hand, so that the next k is ready first.
+    float p_before = p[m];
+    float v_before = v[m];
+    for (std::ptrdiff_t i = m + 1; i <= order; ++i) {
+      const float p_old = p[i];
+      const float v_old = v[i];
+      p[i] = km * v_old + p_old;
+      v[i] = km * p_before + v_before;
+      p_before = p_old;
+      v_before = v_old;
     }
   }
   copy(reflection, k.data() + 1, order);
