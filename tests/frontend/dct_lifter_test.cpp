@@ -120,7 +120,7 @@ class PlacedState {
 };
 
 const std::vector<std::pair<int, int>> kShapes = {{1, 1},   {2, 1},   {5, 5},   {8, 7},    {9, 2},     {13, 12},
-                                                  {23, 13}, {24, 24}, {40, 13}, {100, 31}, {1000, 900}};
+                                                  {23, 13}, {24, 24}, {40, 13}, {100, 31}, {300, 260}};
 
 TEST(DctLifter, FloatsMatchTheTransformFromEveryState) {
   Random random(3);
