@@ -39,9 +39,12 @@ struct RowMatrix {
     return table;
   }
 
-  // From the library allocator, or null; to be released as one block.
+  // From the library allocator, or null, which matrices larger than int can count are as well; to be released as one
+  // block.
   static T** create(std::size_t rows, std::size_t cols) {
-    void* const block = allocate_bytes(bytes(rows, cols));
+    const std::size_t size = bytes(rows, cols);
+    if (size > static_cast<std::size_t>(std::numeric_limits<int>::max())) return nullptr;
+    void* const block = allocate_bytes(size);
     return block == nullptr ? nullptr : place(block, rows, cols);
   }
 };

@@ -25,60 +25,74 @@ typename Bank::Weight* work_area(const Bank& bank) {
 
 // --- floating point -----------------------------------------------------------
 
-// Each span between two centres is read once, for the falling half of the filter on its left and the rising half of the
-// one on its right. A filter's sum stays in the lanes of one vector; four filters are folded together.
-void apply(const KivsFBankState_32f& bank, const float* spectrum, float* dst) {
-  using V = simd::Vec<float>;
+using V = simd::Vec<float>;
+
+// The bins behind centre i up to centre i + 1, read once for two filters: added to falling by their weights in filter i
+// and to rising by those in filter i + 1.
+[[gnu::always_inline]] inline void add_span(const float* bins, std::ptrdiff_t count, const float* falling_weights,
+                                            const float* rising_weights, V& falling, V& rising) {
   constexpr int W = V::width;
-  const Kiv32s* const c = bank.centres;
-  const int filters = bank.filters;
-  V rising;  // the rising half of filter i + 1, from bin c[i]
-
-  const auto begin_rising = [&](int i) { rising = V::in_first_lane(spectrum[c[i]] * bank.rising[i][0]); };
-  const auto rise_only = [&] {
-    const float* const x = spectrum + c[0] + 1;
-    const float* const r = bank.rising[0] + 1;
-    const int bins = c[1] - c[0];
-    int k = 0;
-    begin_rising(0);
-    for (; k + W <= bins; k += W) rising = mul_add(simd::load<float>(x + k), simd::load<float>(r + k), rising);
-    if (k < bins) {
-      rising = mul_add(simd::load_some<float>(x + k, bins - k), simd::load_some<float>(r + k, bins - k), rising);
-    }
-  };
-  // The sum of filter i, whose rising half has been added; goes on with the rising half of the next. The row behind the
-  // last filter is zero.
-  const auto next_filter = [&](int i) {
-    const float* const x = spectrum + c[i] + 1;
-    const float* const r = bank.rising[i] + 1;
-    const float* const f = bank.falling[i - 1];
-    const int bins = c[i + 1] - c[i];
-    V sum = rising;
-    int k = 0;
-    begin_rising(i);
-    for (; k + W <= bins; k += W) {
-      const V bin = simd::load<float>(x + k);
-      sum = mul_add(bin, simd::load<float>(f + k), sum);
-      rising = mul_add(bin, simd::load<float>(r + k), rising);
-    }
-    if (k < bins) {
-      const V bin = simd::load_some<float>(x + k, bins - k);
-      sum = mul_add(bin, simd::load_some<float>(f + k, bins - k), sum);
-      rising = mul_add(bin, simd::load_some<float>(r + k, bins - k), rising);
-    }
-    return sum;
-  };
-
-  rise_only();
-  int i = 1;
-  for (; i <= filters - 3; i += 4) {
-    const V s0 = next_filter(i);
-    const V s1 = next_filter(i + 1);
-    const V s2 = next_filter(i + 2);
-    const V s3 = next_filter(i + 3);
-    simd::store_lane_sums(dst + i - 1, s0, s1, s2, s3);
+  std::ptrdiff_t k = 0;
+  for (; k + W <= count; k += W) {
+    const V bin = simd::load<float>(bins + k);
+    falling = mul_add(bin, simd::load<float>(falling_weights + k), falling);
+    rising = mul_add(bin, simd::load<float>(rising_weights + k), rising);
   }
-  for (; i <= filters; ++i) dst[i - 1] = simd::sum_lanes(next_filter(i));
+  if (k < count) {
+    const int rest = static_cast<int>(count - k);
+    const V bin = simd::load_some<float>(bins + k, rest);
+    falling = mul_add(bin, simd::load_some<float>(falling_weights + k, rest), falling);
+    rising = mul_add(bin, simd::load_some<float>(rising_weights + k, rest), rising);
+  }
+}
+
+// A walk over the centres. A filter's sum stays in the lanes of one vector.
+class Walk {
+ public:
+  Walk(const KivsFBankState_32f& bank, const float* spectrum)
+      : centre_(bank.centres), rising_(bank.rising), falling_(bank.falling), spectrum_(spectrum) {
+    // No filter falls in the first span; its sum is discarded.
+    V none = V::zero();
+    advance(falling_[bank.filters], none);
+  }
+
+  // The lanes of the next filter. The rising row behind the last filter is zero.
+  [[gnu::always_inline]] V next() {
+    V sum = rising_sum_;
+    advance(*falling_++, sum);
+    return sum;
+  }
+
+ private:
+  [[gnu::always_inline]] void advance(const float* falling_weights, V& falling_sum) {
+    const float* const bins = spectrum_ + centre_[0];
+    const std::ptrdiff_t count = std::ptrdiff_t{centre_[1]} - centre_[0];
+    const float* const rising_weights = *rising_++;
+    V rising_sum = V::in_first_lane(bins[0] * rising_weights[0]);
+    add_span(bins + 1, count, falling_weights, rising_weights + 1, falling_sum, rising_sum);
+    rising_sum_ = rising_sum;
+    ++centre_;
+  }
+
+  const Kiv32s* centre_;
+  const float* const* rising_;
+  const float* const* falling_;
+  const float* spectrum_;
+  V rising_sum_ = V::zero();  // of the filter whose centre comes next
+};
+
+void apply(const KivsFBankState_32f& bank, const float* spectrum, float* dst) {
+  const std::ptrdiff_t filters = bank.filters;
+  Walk walk(bank, spectrum);
+  std::ptrdiff_t i = 0;
+  for (; i + 4 <= filters; i += 4) {
+    const V s0 = walk.next();
+    const V s1 = walk.next();
+    const V s2 = walk.next();
+    const V s3 = walk.next();
+    simd::store_lane_sums(dst + i, s0, s1, s2, s3);
+  }
+  for (; i < filters; ++i) dst[i] = simd::sum_lanes(walk.next());
 }
 
 KivStatus evaluate(const Kiv32f* src, Kiv32f* dst, const KivsFBankState_32f& bank) {

@@ -119,7 +119,7 @@ class PlacedState {
   std::size_t begin_, end_;
 };
 
-const std::vector<std::pair<int, int>> kShapes = {{1, 1},   {2, 1},   {5, 5},   {8, 7},    {9, 2},     {13, 12},
+const std::vector<std::pair<int, int>> kShapes = {{1, 1},   {2, 1},   {5, 5},   {8, 7},    {9, 2},    {13, 12},
                                                   {23, 13}, {24, 24}, {40, 13}, {100, 31}, {300, 260}};
 
 TEST(DctLifter, FloatsMatchTheTransformFromEveryState) {
@@ -250,6 +250,9 @@ void check_construction(const std::vector<Variant<State>>& variants) {
     }
     EXPECT_EQ(variant.get_size(1 << 30, 1 << 20, &size), kivStatusBadSize) << "more than int holds";
     EXPECT_EQ(size, -1);
+    if (variant.sine) {
+      EXPECT_EQ(variant.init_alloc(&state, 1 << 20, 1 << 20, nullptr), kivStatusNoMemory);
+    }
     EXPECT_EQ(state, nullptr);
     expect_survives_failed_allocations(
         [&] {

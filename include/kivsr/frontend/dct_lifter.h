@@ -37,7 +37,7 @@ KIVSR_BEGIN_DECLS
  * - GetSize: -8 null pSize; -6 lenDCT < 1, lenCep < 1 or lenDCT < lenCep, or more than int holds; 16s MulC0: -6 lenDCT
  * > 8192.
  * - Init, InitAlloc: -8 a null argument; -6 lenDCT < 1, lenCep < 1, nLifter < 1 or lenDCT < lenCep; InitAlloc: -9 no
- *   memory (*ppState unchanged). The scale is not tested.
+ *   memory or a matrix larger than int counts (*ppState unchanged). The scale is not tested.
  * - Free: -8 null.
  * @{ */
 KIVSR_API KivStatus kivsDCTLifterGetSize_32f(int lenDCT, int lenCep, int* pSize);

@@ -63,7 +63,8 @@ KIVSR_API KivStatus kivsMelToLinear_32f(const Kiv32f* pSrc, Kiv32f* pDst, int le
  * Statuses, in order:
  * - GetSize: -8 null pSize; -6 winLen < 1 or nFilter < 1; -70 a mode other than 1, 2, 5 and 6; -6 more than int holds.
  * - Init, InitAlloc: -8 null; -6 winLen < 1, nFilter < 1, sampFreq <= 0 or lowFreq <= 0 (0 Hz has no bank); -71
- *   highFreq < lowFreq; -71 sampFreq / 2 < highFreq; -70; InitAlloc: -9 no memory, Init: -6 a bank larger than int.
+ *   highFreq < lowFreq; -71 sampFreq / 2 < highFreq; -70; InitAlloc: -9 no memory, or a table larger than int counts,
+ * Init: -6 a bank larger than int.
  * - MelLin: -8 null; -6 as above, or nLinear < 1 or nLinear > nFilter; -71 highLinFreq < lowFreq or highFreq <
  *   highLinFreq; -71 sampFreq / 2 < highFreq; -70; -9.
  * - Empty: -6 winLen < 1 or nFilter < 1; -8 null, after the sizes; -9.

@@ -73,6 +73,9 @@ struct Mask<std::int32_t> {
 
 namespace detail {
 
+inline __m128 load_2_floats(const float* p) {
+  return _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
+}
 inline __m128i load_4_words(const std::int16_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
 
 inline __m128i load_32_bits(const void* p) {
