@@ -66,9 +66,17 @@ using Members = Exports<Integer16s32s>;
 // 2^-scaleFactor; beyond the range in which a result can differ from 0 or from the bounds, its end.
 double output_scale(int scale_factor) { return power_of_two_64(-std::clamp(scale_factor, -1000, 1000)); }
 
+// The last vector overlaps the one before: there are at least as many bins as lanes.
 void store_rounded(const double* bins, Kiv32s* dst, std::ptrdiff_t count, double factor) {
+  using V = simd::Vec<double>;
   const NearestRounding nearest;
-  for (std::ptrdiff_t i = 0; i < count; ++i) dst[i] = round_saturated<Kiv32s>(bins[i] * factor);
+  const V scale = V::broadcast(factor);
+  const V limit = V::broadcast(2147483647.0);  // what is too low converts to the lowest integer by itself
+  const auto step = [&](std::ptrdiff_t i) {
+    simd::store_rounded(dst + i, min(simd::load<double>(bins + i) * scale, limit));
+  };
+  for (std::ptrdiff_t i = 0; i + V::width <= count; i += V::width) step(i);
+  step(count - V::width);
 }
 
 void forward(const Kiv16s* src, Kiv32s* dst, const KivsFFTSpec_R_16s32s& spec, void* work, int scale_factor) {
@@ -76,10 +84,13 @@ void forward(const Kiv16s* src, Kiv32s* dst, const KivsFFTSpec_R_16s32s& spec, v
   // An exact transform scaled once: the powers of two commute with rounding to nearest.
   const double factor = spec.factor * output_scale(scale_factor);
   if (spec.order < kFirstTableOrder) {
-    double samples[8], bins[10];
+    double samples[8], bins[10] = {};
+    Kiv32s rounded[10];
     std::copy_n(src, size, samples);
     small_forward<Spectrum::kCcs>(samples, bins, spec.order, 1.0);
-    return store_rounded(bins, dst, size == 1 ? 2 : size + 2, factor);
+    store_rounded(bins, rounded, 10, factor);
+    std::copy_n(rounded, size == 1 ? 2 : size + 2, dst);
+    return;
   }
   auto* const bins = static_cast<double*>(align_up(work));
   double* const area = bins + round_up(static_cast<std::size_t>(size) + 2, 4);

@@ -41,24 +41,6 @@ inline ColumnFactors<V> load_factors(const T* p, V gain) {
   return f;
 }
 
-// Those of column M / 8, the one that is its own mirror: powers of w_16.
-template <class T>
-inline ColumnFactors<simd::Single<T>> middle_factors(T gain) {
-  const T c1 = static_cast<T>(0.92387953251128675613) * gain;  // cos(pi / 8)
-  const T c2 = static_cast<T>(kRootHalf) * gain;
-  const T c3 = static_cast<T>(0.38268343236508977173) * gain;  // cos(3 pi / 8)
-  ColumnFactors<simd::Single<T>> f;
-  f.gain = {gain};
-  f.u[1] = {{c2}, {-c2}};
-  f.u[2] = {{T{0}}, {-gain}};
-  f.u[3] = {{-c2}, {-c2}};
-  f.v[0] = {{-c3}, {-c1}};
-  f.v[1] = {{-c1}, {-c3}};
-  f.v[2] = {{-c1}, {c3}};
-  f.v[3] = {{-c3}, {c1}};
-  return f;
-}
-
 // y, m: the column and its mirror. On return y[p] is X_(j + p M / 4), m[p] is X_(M - j - p M / 4).
 template <class V>
 inline void forward_column(Complex<V> (&y)[4], Complex<V> (&m)[4], const ColumnFactors<V>& f) {
@@ -104,6 +86,55 @@ inline void inverse_column(Complex<V> (&y)[4], Complex<V> (&m)[4], const ColumnF
     y[k] = u[k] + v[k];
     m[k] = {u[k].re - v[k].re, v[k].im - u[k].im};
   });
+}
+
+inline constexpr double kCosPi8 = 0.92387953251128675613;
+inline constexpr double kSinPi8 = 0.38268343236508977173;
+
+// Column M / 8 is its own mirror: U_k is real, V_k imaginary and the factors are powers of w_16. c[k] is y_k[M / 8],
+// then X_(M / 8 + k M / 4).
+template <class T>
+inline void forward_middle_column(Complex<T> (&c)[4], T gain) {
+  constexpr T c1 = static_cast<T>(kCosPi8);
+  constexpr T c3 = static_cast<T>(kSinPi8);
+  const T twice = 2 * gain;
+  const T turned = static_cast<T>(2 * kRootHalf) * gain;
+  const T u0 = c[0].re * twice;
+  const T u2 = c[2].re * twice;
+  const T u1 = (c[1].re - c[3].re) * turned;
+  const T u3 = (c[1].re + c[3].re) * turned;
+  const T v0 = (c[0].im - c[3].im) * twice;
+  const T v1 = (c[1].im - c[2].im) * twice;
+  const T v2 = (c[1].im + c[2].im) * twice;
+  const T v3 = (c[0].im + c[3].im) * twice;
+  const Complex<T> e0 = {u0 + u1, -u2 - u3};
+  const Complex<T> e1 = {u0 - u1, u2 - u3};
+  const Complex<T> d0 = {c1 * v0 + c3 * v1, -(c3 * v3 + c1 * v2)};
+  const Complex<T> d1 = {c3 * v0 - c1 * v1, c3 * v2 - c1 * v3};
+  c[0] = {e0.re + d0.re, e0.im + d0.im};
+  c[1] = {e1.re + d1.re, e1.im + d1.im};
+  c[2] = {e1.re - d1.re, d1.im - e1.im};
+  c[3] = {e0.re - d0.re, d0.im - e0.im};
+}
+
+template <class T>
+inline void inverse_middle_column(Complex<T> (&c)[4], T gain) {
+  constexpr T c1 = static_cast<T>(kCosPi8);
+  constexpr T c3 = static_cast<T>(kSinPi8);
+  const T twice = 2 * gain;
+  const T turned = static_cast<T>(2 * kRootHalf) * gain;
+  const Complex<T> e0 = {c[0].re + c[3].re, c[0].im - c[3].im};
+  const Complex<T> e1 = {c[1].re + c[2].re, c[1].im - c[2].im};
+  const Complex<T> d0 = {c[0].re - c[3].re, c[0].im + c[3].im};
+  const Complex<T> d1 = {c[1].re - c[2].re, c[1].im + c[2].im};
+  const T v0 = c1 * d0.re + c3 * d1.re;
+  const T v1 = c3 * d0.re - c1 * d1.re;
+  const T v2 = c3 * d1.im - c1 * d0.im;
+  const T v3 = -(c3 * d0.im + c1 * d1.im);
+  c[0] = {(e0.re + e1.re) * twice, (v3 + v0) * twice};
+  c[1] = {((e0.re - e1.re) - (e0.im + e1.im)) * turned, (v2 + v1) * twice};
+  c[2] = {(e1.im - e0.im) * twice, (v2 - v1) * twice};
+  c[3] = {((e1.re - e0.re) - (e0.im + e1.im)) * turned, (v3 - v0) * twice};
 }
 
 // W bins in descending order; p points at the last and lowest.
@@ -199,14 +230,17 @@ template <class V, Spectrum kSpectrum, class T>
   columns(0, std::true_type{});
   for (std::ptrdiff_t a = 1; a < blocks / 2; ++a) columns(a, std::false_type{});
 
-  using One = simd::Single<T>;
-  Complex<One> y[4], m[4];
+  Complex<T> middle[4];
   repeat<4>([&](auto k) {
     const T* const p = from + (k * blocks + blocks / 2) * 2 * W;
-    y[k] = m[k] = {{p[0]}, {p[W]}};
+    middle[k] = {p[0], p[W]};
   });
-  forward_column(y, m, middle_factors(gain));
-  repeat<4>([&](auto p) { store_pairs(dst + 2 * (row / 2 + p * row) + kOffset, y[p]); });
+  forward_middle_column(middle, gain);
+  repeat<4>([&](auto p) {
+    T* const pair = dst + 2 * (row / 2 + p * row) + kOffset;
+    pair[0] = middle[p].re;
+    pair[1] = middle[p].im;
+  });
 }
 
 // Inverse: a Pack spectrum, scaled, to numbers in blocks.
@@ -246,17 +280,16 @@ template <class V, class T>
   columns(0, std::true_type{});
   for (std::ptrdiff_t a = 1; a < blocks / 2; ++a) columns(a, std::false_type{});
 
-  using One = simd::Single<T>;
-  Complex<One> y[4], m[4];
+  Complex<T> middle[4];
   repeat<4>([&](auto p) {
-    y[p] = load_pairs<One>(src + 2 * (row / 2 + p * row) + kOffset) * One{scale};
-    m[3 - p] = y[p];
+    const T* const pair = src + 2 * (row / 2 + p * row) + kOffset;
+    middle[p] = {pair[0] * scale, pair[1] * scale};
   });
-  inverse_column(y, m, middle_factors(gain));
+  inverse_middle_column(middle, gain);
   repeat<4>([&](auto k) {
     T* const open = to + (k * blocks + blocks / 2) * 2 * W;
-    open[0] = y[k].re.raw;
-    open[W] = y[k].im.raw;
+    open[0] = middle[k].re;
+    open[W] = middle[k].im;
   });
 }
 

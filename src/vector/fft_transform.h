@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "fft_object.h"
 #include "fft_real_pass.h"
 #include "fft_roots.h"
 
@@ -26,33 +27,49 @@ inline constexpr int kLastTwoAreas = 20;
 
 // The radices, as powers of two, of the first pass and of those between it and the last.
 struct Radices {
-  int first = 0;
-  int count = 0;
-  int middle[16] = {};
+  signed char first = 0;
+  signed char count = 0;
+  signed char middle[14] = {};
 };
 
-constexpr Radices radices(int width, int order) {
+constexpr Radices choose_radices(int width, int order) {
   Radices r;
   int rest = order - 1 - 2;  // the last pass is of radix 4
   if (width == 8) {
     r.first = 3;
   } else {
-    r.first = rest == 1 ? 1 : rest == 2 || rest == 4 ? 2 : 3;
+    r.first = static_cast<signed char>(rest == 1 ? 1 : rest == 2 || rest == 4 ? 2 : 3);
   }
   rest -= r.first;
-  r.count = (rest + 2) / 3;
-  if (order > kLastTwoAreas) r.count += r.count % 2;
+  r.count = static_cast<signed char>((rest + 2) / 3);
+  if (order > kLastTwoAreas && r.count % 2 != 0) ++r.count;
   for (int i = 0; i < r.count; ++i) {
-    r.middle[i] = (rest + r.count - i - 1) / (r.count - i);
+    r.middle[i] = static_cast<signed char>((rest + r.count - i - 1) / (r.count - i));
     rest -= r.middle[i];
   }
   return r;
 }
 
+template <class T>
+struct RadixTable {
+  Radices by_order[kMaximumOrder + 1] = {};
+  constexpr RadixTable() {
+    for (int order = kFirstTableOrder; order <= kMaximumOrder; ++order) {
+      by_order[order] = choose_radices(lanes<T>(order), order);
+    }
+  }
+};
+template <class T>
+inline constexpr RadixTable<T> kRadixTable;
+template <class T>
+constexpr const Radices& radices(int order) {
+  return kRadixTable<T>.by_order[order];
+}
+
 // Elements of the tables of the passes between the first and the last, and of the last.
 template <class T>
 constexpr std::uint64_t middle_table_count(int order) {
-  const Radices r = radices(lanes<T>(order), order);
+  const Radices& r = radices<T>(order);
   std::uint64_t points = std::uint64_t{1} << r.first;
   std::uint64_t count = 0;
   for (int i = 0; i < r.count; ++i) {
@@ -69,7 +86,7 @@ template <class T>
 constexpr std::uint64_t work_count(int order) {
   const std::uint64_t area = std::uint64_t{1} << order;
   if (order > kLastTwoAreas) return area + kPageBytes / sizeof(T);
-  return radices(lanes<T>(order), order).count > 0 ? 2 * area : area;
+  return radices<T>(order).count > 0 ? 2 * area : area;
 }
 
 template <class T>
@@ -104,7 +121,7 @@ void build_tables(const Tables<T>& tables, int order, const Roots<Wave>& roots) 
     }
     p += 2 * width;
   };
-  const Radices r = radices(width, order);
+  const Radices& r = radices<T>(order);
   const auto lane_count = static_cast<std::uint64_t>(width);
   std::uint64_t points = std::uint64_t{1} << r.first;
   T* p = tables.middle;
@@ -164,7 +181,7 @@ inline Areas<T> areas(T* work, T* dst, std::ptrdiff_t count, int order) {
 
 template <class V, Spectrum kSpectrum, class S, class T>
 void forward_passes(const S* src, T* dst, int order, const Tables<T>& tables, T* work) {
-  const Radices r = radices(V::width, order);
+  const Radices& r = radices<T>(order);
   const std::ptrdiff_t count = std::ptrdiff_t{1} << (order - 1);
   const std::ptrdiff_t blocks = count / V::width;
   auto [from, to] = areas(work, dst, count, order);
@@ -189,7 +206,7 @@ void forward_passes(const S* src, T* dst, int order, const Tables<T>& tables, T*
 
 template <class V, class T>
 void inverse_passes(const T* src, T* dst, int order, const Tables<T>& tables, T* work, T scale) {
-  const Radices r = radices(V::width, order);
+  const Radices& r = radices<T>(order);
   const std::ptrdiff_t count = std::ptrdiff_t{1} << (order - 1);
   const std::ptrdiff_t blocks = count / V::width;
   auto [from, to] = areas(work, dst, count, order);
