@@ -8,8 +8,8 @@ KIVSR_BEGIN_DECLS
 
 /** @defgroup equalisation Blind equalisation of cepstra
  *
- * Removes a slowly varying channel from cepstra, frame by frame (ETSI ES 202 050, clause 5.4). The caller keeps the bias
- * vector between frames, usually from zero. For each coefficient i, in order:
+ * Removes a slowly varying channel from cepstra, frame by frame (ETSI ES 202 050, clause 5.4). The caller keeps the
+ * bias vector between frames, usually from zero. For each coefficient i, in order:
  *
  *   c = pSrcDst[i] - pBias[i];  pSrcDst[i] = c;  pBias[i] += mu (c - pRef[i])
  *   mu = min(max(energy - 211/64, 0), 1) * 9/1024
@@ -23,8 +23,10 @@ KIVSR_BEGIN_DECLS
  *
  * Accuracy: exact. Statuses: -8 a null array; -6 len < 1. The three arrays must not overlap.
  * @{ */
-KIVSR_API KivStatus kivsBlindEqualization_Aurora_32f(const Kiv32f* pRef, Kiv32f* pSrcDst, Kiv32f* pBias, int len, Kiv32f energy);
-KIVSR_API KivStatus kivsBlindEqualization_Aurora_16s(const Kiv16s* pRef, Kiv16s* pSrcDst, Kiv16s* pBias, int len, int energy);
+KIVSR_API KivStatus kivsBlindEqualization_Aurora_32f(const Kiv32f* pRef, Kiv32f* pSrcDst, Kiv32f* pBias, int len,
+                                                     Kiv32f energy);
+KIVSR_API KivStatus kivsBlindEqualization_Aurora_16s(const Kiv16s* pRef, Kiv16s* pSrcDst, Kiv16s* pBias, int len,
+                                                     int energy);
 /** @} */
 
 KIVSR_END_DECLS

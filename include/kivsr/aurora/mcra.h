@@ -13,11 +13,11 @@ KIVSR_BEGIN_DECLS
 
 /** @name State
  * GetSize: bytes of the state for a transform of fftLen points; the caller's block needs the alignment of a pointer.
- * Init: hop fftLen/2, minimum search over L = trunc((sampleRate * 0.008 / P) * 125) frames, P the largest power of two not above
- * fftLen/2. AltInit: the caller's hop, L = trunc((sampleRate * 0.008 / hop) * 125), one second.
+ * Init: hop fftLen/2, minimum search over L = trunc((sampleRate * 0.008 / P) * 125) frames, P the largest power of two
+ * not above fftLen/2. AltInit: the caller's hop, L = trunc((sampleRate * 0.008 / hop) * 125), one second.
  *
- * The smoothing factors are 0.7^T (noise), 0.2^T (presence), 0.8^T (power), T = 125 hop / sampleRate in units of 8 ms; the
- * presence threshold is 5. 32s: factors as fractions of 2^31 to nearest, the threshold of 2^15.
+ * The smoothing factors are 0.7^T (noise), 0.2^T (presence), 0.8^T (power), T = 125 hop / sampleRate in units of 8 ms;
+ * the presence threshold is 5. 32s: factors as fractions of 2^31 to nearest, the threshold of 2^15.
  *
  * Statuses: GetSize -6 fftLen outside 8 .. 8192. Init -7 sampleRate outside 8000 .. 48000, AltInit also hop outside
  * 1 .. fftLen/2; then -6 fftLen outside 8 .. 8192.
@@ -31,14 +31,14 @@ KIVSR_API KivStatus kivsAltInitMCRA_32s(int sampleRate, int fftLen, int hop, Kiv
 /** @} */
 
 /** @name Noise update
- * One call per frame; pPower (in) and pNoise (in and out): fftLen/2 + 1 values. The first frame initialises everything with
- * its power. Then, per bin,
+ * One call per frame; pPower (in) and pNoise (in and out): fftLen/2 + 1 values. The first frame initialises everything
+ * with its power. Then, per bin,
  *
  *   S = as S + (1 - as) pPower;  Smin = min(Smin, S), over windows of L frames
  *   p = ap p + (S > 5 Smin ? 1 - ap : 0);  a = ad + (1 - ad) p;  pNoise = a pNoise + (1 - a) pPower
  *
- * 32f: single precision, rounded after each operation: exact. 32s: S in 64 bits, shifted by 31; p and the noise in double precision to
- * nearest; nothing wraps.
+ * 32f: single precision, rounded after each operation: exact. 32s: S in 64 bits, shifted by 31; p and the noise in
+ * double precision to nearest; nothing wraps.
  * @{ */
 KIVSR_API KivStatus kivsUpdateNoisePSDMCRA_32f_I(const Kiv32f* pPower, KivsMCRAState_32f* pState, Kiv32f* pNoise);
 KIVSR_API KivStatus kivsUpdateNoisePSDMCRA_32s_I(const Kiv32s* pPower, KivsMCRAState_32s* pState, Kiv32s* pNoise);
@@ -53,11 +53,11 @@ KIVSR_API KivStatus kivsFilterUpdateWiener_32s(const Kiv32s* pSrc, Kiv32s* pDst,
 /** @} */
 
 /** @name Amplitude estimator gain
- * pDst[i] = g F(v), g = pPrior[i] the prior gain, v = clamp(pSNR[i], 0.000031, 100) g, F the factor of the minimum mean-square
- * error amplitude estimator (Y. Ephraim, D. Malah, 1984), by tables: 128 values of q = trunc(2^22 v), above that a
- * parabola per octave of q (docs/numerics.md). q = 0 multiplies by the table's first entry, 2147483647. A NaN ratio counts as the
- * lower limit. 32s: gains in Q31, ratios in Q15, to nearest, saturated. Statuses: -119 len outside 1 .. 65535; -7 a prior
- * gain outside 0 .. 1 or NaN.
+ * pDst[i] = g F(v), g = pPrior[i] the prior gain, v = clamp(pSNR[i], 0.000031, 100) g, F the factor of the minimum
+ * mean-square error amplitude estimator (Y. Ephraim, D. Malah, 1984), by tables: 128 values of q = trunc(2^22 v), above
+ * that a parabola per octave of q (docs/numerics.md). q = 0 multiplies by the table's first entry, 2147483647. A NaN
+ * ratio counts as the lower limit. 32s: gains in Q31, ratios in Q15, to nearest, saturated. Statuses: -119 len outside
+ * 1 .. 65535; -7 a prior gain outside 0 .. 1 or NaN.
  * @{ */
 KIVSR_API KivStatus kivsFilterUpdateEMNS_32f(const Kiv32f* pPrior, const Kiv32f* pSNR, Kiv32f* pDst, int len);
 KIVSR_API KivStatus kivsFilterUpdateEMNS_32s(const Kiv32s* pPrior, const Kiv32s* pSNR, Kiv32s* pDst, int len);

@@ -11,9 +11,10 @@ KIVSR_BEGIN_DECLS
  * Turns the statistics of a training pass (sums of feature vectors, of their squares, occupation counts) into new
  * parameters of diagonal Gaussians. All vectors have len elements; 64f forms compute in double precision throughout.
  *
- * Statuses of every function, in order: -8 a null argument; -6 len < 1; then, where there are occupations, -67 one of them is
- * negative or NaN; 16 one of them does not exceed the smallest normal number of the type (a warning that computes nothing).
- * A destination may be one of the sources, element for element. Formulas are rounded after each operation.
+ * Statuses of every function, in order: -8 a null argument; -6 len < 1; then, where there are occupations, -67 one of
+ * them is negative or NaN; 16 one of them does not exceed the smallest normal number of the type (a warning that
+ * computes nothing). A destination may be one of the sources, element for element. Formulas are rounded after each
+ * operation.
  * @{ */
 
 /** @name Means
@@ -30,23 +31,28 @@ KIVSR_API KivStatus kivsUpdateMean_64f(const Kiv64f* pMeanAcc, Kiv64f* pMean, in
  *
  * A variance equal to its floor counts as floored; a NaN does not. Warning 11 if one was floored. Accuracy: exact.
  * @{ */
-KIVSR_API KivStatus kivsUpdateVar_32f(const Kiv32f* pMeanAcc, const Kiv32f* pVarAcc, const Kiv32f* pVarFloor, Kiv32f* pVar, int len, Kiv32f meanOcc, Kiv32f varOcc);
-KIVSR_API KivStatus kivsUpdateVar_64f(const Kiv64f* pMeanAcc, const Kiv64f* pVarAcc, const Kiv64f* pVarFloor, Kiv64f* pVar, int len, Kiv64f meanOcc, Kiv64f varOcc);
+KIVSR_API KivStatus kivsUpdateVar_32f(const Kiv32f* pMeanAcc, const Kiv32f* pVarAcc, const Kiv32f* pVarFloor,
+                                      Kiv32f* pVar, int len, Kiv32f meanOcc, Kiv32f varOcc);
+KIVSR_API KivStatus kivsUpdateVar_64f(const Kiv64f* pMeanAcc, const Kiv64f* pVarAcc, const Kiv64f* pVarFloor,
+                                      Kiv64f* pVar, int len, Kiv64f meanOcc, Kiv64f varOcc);
 /** @} */
 
 /** @name Mixture weights with a floor
  * w = pWeightAcc[i] * (1/weightOcc), raised to weightFloor when weightFloor >= w; *pSumWeight is the sum of the weights
  * written. Warning 11 if one was floored. Accuracy: weights exact, their sum reduction(len).
  * @{ */
-KIVSR_API KivStatus kivsUpdateWeight_32f(const Kiv32f* pWeightAcc, Kiv32f* pWeight, int len, Kiv32f* pSumWeight, Kiv32f weightOcc, Kiv32f weightFloor);
-KIVSR_API KivStatus kivsUpdateWeight_64f(const Kiv64f* pWeightAcc, Kiv64f* pWeight, int len, Kiv64f* pSumWeight, Kiv64f weightOcc, Kiv64f weightFloor);
+KIVSR_API KivStatus kivsUpdateWeight_32f(const Kiv32f* pWeightAcc, Kiv32f* pWeight, int len, Kiv32f* pSumWeight,
+                                         Kiv32f weightOcc, Kiv32f weightFloor);
+KIVSR_API KivStatus kivsUpdateWeight_64f(const Kiv64f* pWeightAcc, Kiv64f* pWeight, int len, Kiv64f* pSumWeight,
+                                         Kiv64f weightOcc, Kiv64f weightFloor);
 /** @} */
 
 /** @name Gaussian constants
  * The log normalising constant  len ln(2 pi) + sum of ln variance, with ln(2 pi) = 1.8378770664093.
  *
- * UpdateGConst takes inverse variances and rounds once: type(len * c - S), S the sum of their logarithms (kivsSumLn) and
- * the product in double precision. The DirectVar form takes variances and rounds the product first: type(len * c) + S.
+ * UpdateGConst takes inverse variances and rounds once: type(len * c - S), S the sum of their logarithms (kivsSumLn)
+ * and the product in double precision. The DirectVar form takes variances and rounds the product first: type(len * c) +
+ * S.
  *
  * Warnings: 7 and +infinity when a zero is met, 8 and NaN for a negative or NaN. Accuracy: last-bit, given kivsSumLn.
  * @{ */
@@ -57,8 +63,8 @@ KIVSR_API KivStatus kivsUpdateGConst_DirectVar_64f(const Kiv64f* pVar, int len, 
 /** @} */
 
 /** @name The constant term of a score
- * pVal[i] = pWeight[i] - pGConst[i] * 0.5: what the kivsLogGauss functions take as val. pWeight holds log weights; the _I
- * forms replace them. Accuracy: exact.
+ * pVal[i] = pWeight[i] - pGConst[i] * 0.5: what the kivsLogGauss functions take as val. pWeight holds log weights; the
+ * _I forms replace them. Accuracy: exact.
  * @{ */
 KIVSR_API KivStatus kivsOutProbPreCalc_32f(const Kiv32f* pWeight, const Kiv32f* pGConst, Kiv32f* pVal, int len);
 KIVSR_API KivStatus kivsOutProbPreCalc_64f(const Kiv64f* pWeight, const Kiv64f* pGConst, Kiv64f* pVal, int len);
@@ -71,36 +77,49 @@ KIVSR_API KivStatus kivsOutProbPreCalc_64f_I(Kiv64f* pWeightVal, const Kiv64f* p
  * WeightedSumHalf:  the same with weight2 / 2 in place of weight2
  *
  * Float forms compute pSrc1[i] * (weight1 * r) + pSrc2[i] * (r * weight2), r = 1 / (weight1 + weight2). When the sum of
- * weights is zero or NaN the result is +infinity, -infinity or NaN by the sign of weight1 pSrc1[i] + weight2 pSrc2[i], with warning 6.
- * 16s: exact quotient to nearest even, saturated; for a zero sum -32768 everywhere, with warning 6. Accuracy: exact.
+ * weights is zero or NaN the result is +infinity, -infinity or NaN by the sign of weight1 pSrc1[i] + weight2 pSrc2[i],
+ * with warning 6. 16s: exact quotient to nearest even, saturated; for a zero sum -32768 everywhere, with warning 6.
+ * Accuracy: exact.
  * @{ */
-KIVSR_API KivStatus kivsWeightedSum_32f(const Kiv32f* pSrc1, const Kiv32f* pSrc2, Kiv32f* pDst, int len, Kiv32f weight1, Kiv32f weight2);
-KIVSR_API KivStatus kivsWeightedSum_64f(const Kiv64f* pSrc1, const Kiv64f* pSrc2, Kiv64f* pDst, int len, Kiv64f weight1, Kiv64f weight2);
-KIVSR_API KivStatus kivsWeightedSum_16s(const Kiv16s* pSrc1, const Kiv16s* pSrc2, Kiv16s* pDst, int len, Kiv16s weight1, Kiv16s weight2);
-KIVSR_API KivStatus kivsWeightedSumHalf_32f(const Kiv32f* pSrc1, const Kiv32f* pSrc2, Kiv32f* pDst, int len, Kiv32f weight1, Kiv32f weight2);
-KIVSR_API KivStatus kivsWeightedSumHalf_64f(const Kiv64f* pSrc1, const Kiv64f* pSrc2, Kiv64f* pDst, int len, Kiv64f weight1, Kiv64f weight2);
-KIVSR_API KivStatus kivsWeightedSumHalf_16s(const Kiv16s* pSrc1, const Kiv16s* pSrc2, Kiv16s* pDst, int len, Kiv16s weight1, Kiv16s weight2);
+KIVSR_API KivStatus kivsWeightedSum_32f(const Kiv32f* pSrc1, const Kiv32f* pSrc2, Kiv32f* pDst, int len, Kiv32f weight1,
+                                        Kiv32f weight2);
+KIVSR_API KivStatus kivsWeightedSum_64f(const Kiv64f* pSrc1, const Kiv64f* pSrc2, Kiv64f* pDst, int len, Kiv64f weight1,
+                                        Kiv64f weight2);
+KIVSR_API KivStatus kivsWeightedSum_16s(const Kiv16s* pSrc1, const Kiv16s* pSrc2, Kiv16s* pDst, int len, Kiv16s weight1,
+                                        Kiv16s weight2);
+KIVSR_API KivStatus kivsWeightedSumHalf_32f(const Kiv32f* pSrc1, const Kiv32f* pSrc2, Kiv32f* pDst, int len,
+                                            Kiv32f weight1, Kiv32f weight2);
+KIVSR_API KivStatus kivsWeightedSumHalf_64f(const Kiv64f* pSrc1, const Kiv64f* pSrc2, Kiv64f* pDst, int len,
+                                            Kiv64f weight1, Kiv64f weight2);
+KIVSR_API KivStatus kivsWeightedSumHalf_16s(const Kiv16s* pSrc1, const Kiv16s* pSrc2, Kiv16s* pDst, int len,
+                                            Kiv16s weight1, Kiv16s weight2);
 /** @} */
 
 /** @name Variances from moments
- * pDst[i] = (pSrc2[i] - s * val1) * val2,  s = pSrc1[i] * pSrc1[i]: with a mean, a mean of squares and val1 = val2 = 1 the
- * variance. s is formed in the type (32s: exactly), the rest in double precision, rounded once. The _I forms replace
- * the mean of squares. 32s: the result times 2^-scaleFactor, to nearest even, saturated. Accuracy: exact.
+ * pDst[i] = (pSrc2[i] - s * val1) * val2,  s = pSrc1[i] * pSrc1[i]: with a mean, a mean of squares and val1 = val2 = 1
+ * the variance. s is formed in the type (32s: exactly), the rest in double precision, rounded once. The _I forms
+ * replace the mean of squares. 32s: the result times 2^-scaleFactor, to nearest even, saturated. Accuracy: exact.
  * @{ */
-KIVSR_API KivStatus kivsNewVar_32f(const Kiv32f* pSrc1, const Kiv32f* pSrc2, Kiv32f* pDst, int len, Kiv32f val1, Kiv32f val2);
-KIVSR_API KivStatus kivsNewVar_64f(const Kiv64f* pSrc1, const Kiv64f* pSrc2, Kiv64f* pDst, int len, Kiv64f val1, Kiv64f val2);
+KIVSR_API KivStatus kivsNewVar_32f(const Kiv32f* pSrc1, const Kiv32f* pSrc2, Kiv32f* pDst, int len, Kiv32f val1,
+                                   Kiv32f val2);
+KIVSR_API KivStatus kivsNewVar_64f(const Kiv64f* pSrc1, const Kiv64f* pSrc2, Kiv64f* pDst, int len, Kiv64f val1,
+                                   Kiv64f val2);
 KIVSR_API KivStatus kivsNewVar_32f_I(const Kiv32f* pSrc1, Kiv32f* pSrcDst2, int len, Kiv32f val1, Kiv32f val2);
 KIVSR_API KivStatus kivsNewVar_64f_I(const Kiv64f* pSrc1, Kiv64f* pSrcDst2, int len, Kiv64f val1, Kiv64f val2);
-KIVSR_API KivStatus kivsNewVar_32s_Sfs(const Kiv32s* pSrc1, const Kiv32s* pSrc2, Kiv32s* pDst, int len, Kiv32f val1, Kiv32f val2, int scaleFactor);
-KIVSR_API KivStatus kivsNewVar_32s_ISfs(const Kiv32s* pSrc1, Kiv32s* pSrcDst2, int len, Kiv32f val1, Kiv32f val2, int scaleFactor);
+KIVSR_API KivStatus kivsNewVar_32s_Sfs(const Kiv32s* pSrc1, const Kiv32s* pSrc2, Kiv32s* pDst, int len, Kiv32f val1,
+                                       Kiv32f val2, int scaleFactor);
+KIVSR_API KivStatus kivsNewVar_32s_ISfs(const Kiv32s* pSrc1, Kiv32s* pSrcDst2, int len, Kiv32f val1, Kiv32f val2,
+                                        int scaleFactor);
 /** @} */
 
 /** @name Accumulation of one vector
  * pMeanAcc[i] += val * pSrc[i],  pVarAcc[i] += val * ((pSrc[i] - pSrcMean[i]) * (pSrc[i] - pSrcMean[i])).
  * val is the occupation of the vector. Accuracy: exact.
  * @{ */
-KIVSR_API KivStatus kivsMeanVarAcc_32f(const Kiv32f* pSrc, const Kiv32f* pSrcMean, Kiv32f* pMeanAcc, Kiv32f* pVarAcc, int len, Kiv32f val);
-KIVSR_API KivStatus kivsMeanVarAcc_64f(const Kiv64f* pSrc, const Kiv64f* pSrcMean, Kiv64f* pMeanAcc, Kiv64f* pVarAcc, int len, Kiv64f val);
+KIVSR_API KivStatus kivsMeanVarAcc_32f(const Kiv32f* pSrc, const Kiv32f* pSrcMean, Kiv32f* pMeanAcc, Kiv32f* pVarAcc,
+                                       int len, Kiv32f val);
+KIVSR_API KivStatus kivsMeanVarAcc_64f(const Kiv64f* pSrc, const Kiv64f* pSrcMean, Kiv64f* pMeanAcc, Kiv64f* pVarAcc,
+                                       int len, Kiv64f val);
 /** @} */
 
 /** @} */

@@ -16,8 +16,10 @@ KIVSR_BEGIN_DECLS
  * pMean1 (in: the mean, out: one new mean), pVar (in: variances), pMean2, pVar2 (out); value: the distance in standard
  * deviations. A negative variance gives NaN means and status 0. pVar2 may be pVar. Accuracy: exact.
  * @{ */
-KIVSR_API KivStatus kivsGaussianSplit_32f(Kiv32f* pMean1, const Kiv32f* pVar, Kiv32f* pMean2, Kiv32f* pVar2, int len, Kiv32f value);
-KIVSR_API KivStatus kivsGaussianSplit_64f(Kiv64f* pMean1, const Kiv64f* pVar, Kiv64f* pMean2, Kiv64f* pVar2, int len, Kiv64f value);
+KIVSR_API KivStatus kivsGaussianSplit_32f(Kiv32f* pMean1, const Kiv32f* pVar, Kiv32f* pMean2, Kiv32f* pVar2, int len,
+                                          Kiv32f value);
+KIVSR_API KivStatus kivsGaussianSplit_64f(Kiv64f* pMean1, const Kiv64f* pVar, Kiv64f* pMean2, Kiv64f* pVar2, int len,
+                                          Kiv64f value);
 /** @} */
 
 /** @name Merging
@@ -27,12 +29,16 @@ KIVSR_API KivStatus kivsGaussianSplit_64f(Kiv64f* pMean1, const Kiv64f* pVar, Ki
  *   v = ((m1^2 + v1) weight1 + (m2^2 + v2) weight2) / W - m^2
  *   *pDstDet = len * 1.8378770664093 - sum of ln v
  *
- * pDstMean, pDstVar, *pDstDet are rounded to the type at the end. At the first v that is negative *pDstDet = NaN with warning
- * 8, at the first that is zero or NaN *pDstDet = +infinity with warning 7; elements up to that one have been written, later ones not.
- * Destinations may be sources, element for element. Accuracy: last-bit.
+ * pDstMean, pDstVar, *pDstDet are rounded to the type at the end. At the first v that is negative *pDstDet = NaN with
+ * warning 8, at the first that is zero or NaN *pDstDet = +infinity with warning 7; elements up to that one have been
+ * written, later ones not. Destinations may be sources, element for element. Accuracy: last-bit.
  * @{ */
-KIVSR_API KivStatus kivsGaussianMerge_32f(const Kiv32f* pMean1, const Kiv32f* pVar1, const Kiv32f* pMean2, const Kiv32f* pVar2, Kiv32f* pDstMean, Kiv32f* pDstVar, int len, Kiv32f* pDstDet, Kiv32f weight1, Kiv32f weight2);
-KIVSR_API KivStatus kivsGaussianMerge_64f(const Kiv64f* pMean1, const Kiv64f* pVar1, const Kiv64f* pMean2, const Kiv64f* pVar2, Kiv64f* pDstMean, Kiv64f* pDstVar, int len, Kiv64f* pDstDet, Kiv64f weight1, Kiv64f weight2);
+KIVSR_API KivStatus kivsGaussianMerge_32f(const Kiv32f* pMean1, const Kiv32f* pVar1, const Kiv32f* pMean2,
+                                          const Kiv32f* pVar2, Kiv32f* pDstMean, Kiv32f* pDstVar, int len,
+                                          Kiv32f* pDstDet, Kiv32f weight1, Kiv32f weight2);
+KIVSR_API KivStatus kivsGaussianMerge_64f(const Kiv64f* pMean1, const Kiv64f* pVar1, const Kiv64f* pMean2,
+                                          const Kiv64f* pVar2, Kiv64f* pDstMean, Kiv64f* pDstVar, int len,
+                                          Kiv64f* pDstDet, Kiv64f weight1, Kiv64f weight2);
 /** @} */
 
 /** @} */

@@ -5,8 +5,8 @@
 
 namespace kivsr::simd {
 
-inline constexpr unsigned kRoundingBits = 0x6000;  // zero: to nearest, ties to even
-inline constexpr unsigned kInvalidFlag = 0x0001;   // sticky: an operation had no defined result
+inline constexpr unsigned kRoundingBits = 0x6000;    // zero: to nearest, ties to even
+inline constexpr unsigned kInvalidFlag = 0x0001;     // sticky: an operation had no defined result
 inline constexpr unsigned kZeroDivideFlag = 0x0004;  // sticky: a finite number was divided by zero
 inline constexpr unsigned kMaskBits = 0x1F80;        // set: exceptions raise their flag and do not trap
 
