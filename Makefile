@@ -1,5 +1,6 @@
 # The front door. Presets and targets: CMakePresets.json, docs/architecture.md.
 JOBS ?= $(shell nproc)
+MAKEFLAGS += --no-print-directory
 SHELL := /bin/bash
 .SHELLFLAGS := -o pipefail -c
 

@@ -73,6 +73,7 @@ struct Mask<std::int32_t> {
 
 namespace detail {
 
+// Two floats of any alignment.
 inline __m128 load_2_floats(const float* p) {
   return _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
 }
@@ -82,11 +83,6 @@ inline __m128i load_32_bits(const void* p) {
   std::int32_t word;
   std::memcpy(&word, p, sizeof word);
   return _mm_cvtsi32_si128(word);
-}
-
-// Two floats of any alignment.
-inline __m128 load_2_floats(const float* p) {
-  return _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
 }
 
 inline __m128i widen_words(__m128i words) { return _mm_srai_epi32(_mm_unpacklo_epi16(words, words), 16); }
