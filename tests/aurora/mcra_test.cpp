@@ -35,7 +35,7 @@ struct WordForm {
 template <class Form>
 class Tracker {
  public:
-  Tracker(int rate, int length, int hop) : length_(length), block_(bytes(length)) {
+  Tracker(int rate, int length, int hop) : length_(length), block_((bytes(length) + 7) / 8) {
     EXPECT_EQ(hop > 0 ? Form::alt_init(rate, length, hop, state()) : Form::init(rate, length, state()), kivStatusOk);
   }
   void update(const std::vector<double>& power, Guarded<typename Form::Element>& noise) {
@@ -46,7 +46,7 @@ class Tracker {
   template <class T>
   T word(int i) {
     T value;
-    std::memcpy(&value, block_.data() + 4 * i, sizeof value);
+    std::memcpy(&value, reinterpret_cast<const char*>(block_.data()) + 4 * i, sizeof value);
     return value;
   }
   typename Form::Opaque* state() { return reinterpret_cast<typename Form::Opaque*>(block_.data()); }
@@ -59,7 +59,7 @@ class Tracker {
     return static_cast<std::size_t>(size);
   }
   int length_;
-  Guarded<Kiv8u> block_;
+  Guarded<Kiv64s> block_;  // aligned for the pointers of the record
 };
 
 template <class Form>
