@@ -20,7 +20,7 @@ namespace {
 
 // --- the transform of a bank, by the type of its input ----------------------------
 
-// Sizes in bytes: the specification, the temporary memory of its construction, the work area of a transform.
+// Sizes in bytes: the transform object, the temporary memory of its construction, the work area of a transform.
 struct FftSizes {
   int spec = 0;
   int construction = 0;
