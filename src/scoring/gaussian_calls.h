@@ -132,6 +132,8 @@ inline KivStatus single_direct(const A& arithmetic, const E* src, const E* mean,
     using Score = typename A::Score;
     constexpr bool kWidened = !std::is_same_v<E, Score>;
     const std::size_t padded = round_up(static_cast<std::size_t>(len), 32);
+    // Twice the padded length may not fit size_t.
+    if (padded > static_cast<std::size_t>(-1) / (2 * sizeof(Score))) return kivStatusNoMemory;
     const Allocated<Score> block(kWidened ? 2 * padded : padded);
     if (block.data() == nullptr) return kivStatusNoMemory;
     Score* const inverse = block.data();
