@@ -237,8 +237,6 @@ inline Mask<std::int32_t> operator>(Vec<std::int32_t> a, Vec<std::int32_t> b) {
 inline Mask<std::int32_t> operator==(Vec<std::int32_t> a, Vec<std::int32_t> b) {
   return {_mm256_cmpeq_epi32(a.raw, b.raw)};
 }
-inline Mask<float> unordered(Vec<float> a, Vec<float> b) { return {_mm256_cmp_ps(a.raw, b.raw, _CMP_UNORD_Q)}; }
-inline Mask<double> unordered(Vec<double> a, Vec<double> b) { return {_mm256_cmp_pd(a.raw, b.raw, _CMP_UNORD_Q)}; }
 
 inline Mask<float> operator&(Mask<float> a, Mask<float> b) { return {_mm256_and_ps(a.raw, b.raw)}; }
 inline Mask<float> operator|(Mask<float> a, Mask<float> b) { return {_mm256_or_ps(a.raw, b.raw)}; }

@@ -253,8 +253,6 @@ inline Mask<std::int32_t> operator>(Vec<std::int32_t> a, Vec<std::int32_t> b) {
 inline Mask<std::int32_t> operator==(Vec<std::int32_t> a, Vec<std::int32_t> b) {
   return {_mm_cmpeq_epi32(a.raw, b.raw)};
 }
-inline Mask<float> unordered(Vec<float> a, Vec<float> b) { return {_mm_cmpunord_ps(a.raw, b.raw)}; }
-inline Mask<double> unordered(Vec<double> a, Vec<double> b) { return {_mm_cmpunord_pd(a.raw, b.raw)}; }
 
 inline Mask<float> operator&(Mask<float> a, Mask<float> b) { return {_mm_and_ps(a.raw, b.raw)}; }
 inline Mask<float> operator|(Mask<float> a, Mask<float> b) { return {_mm_or_ps(a.raw, b.raw)}; }
