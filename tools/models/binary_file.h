@@ -36,6 +36,7 @@ class BinaryFile {
   void expect_end() const;
 
   std::size_t position() const { return position_; }
+  std::size_t size() const { return bytes_.size(); }
   std::string name() const { return file_.string(); }
   [[noreturn]] void fail(const std::string& message) const;
 
