@@ -52,11 +52,13 @@ FeatureMatrix append_dynamics(const FeatureMatrix& cepstra) {
   return rows;
 }
 
-FeatureMatrix utterance_features(const FrontEndParameters& parameters, std::span<const float> samples) {
-  FrontEnd front_end(parameters);
-  FeatureMatrix cepstra = front_end.run(samples);
+FeatureMatrix utterance_features(FeatureMatrix cepstra) {
   subtract_utterance_mean(cepstra);
   return append_dynamics(cepstra);
+}
+
+FeatureMatrix utterance_features(const FrontEndParameters& parameters, std::span<const float> samples) {
+  return utterance_features(FrontEnd(parameters).run(samples));
 }
 
 }  // namespace kivsr::tools

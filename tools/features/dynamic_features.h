@@ -16,6 +16,9 @@ void subtract_utterance_mean(FeatureMatrix& cepstra);
 // dd(t) = (c(t+3) - c(t-1)) - (c(t+1) - c(t-3)); frames beyond either end repeat the first or the last.
 FeatureMatrix append_dynamics(const FeatureMatrix& cepstra);
 
+// Mean normalisation and dynamic features.
+FeatureMatrix utterance_features(FeatureMatrix cepstra);
+
 // The whole chain: front end, mean normalisation, dynamic features. samples are at the rate of the parameters.
 FeatureMatrix utterance_features(const FrontEndParameters& parameters, std::span<const float> samples);
 

@@ -1,4 +1,4 @@
-// kivsr recognise: audio files to words, by a grammar or a list of words.
+// kivsr recognise: audio or feature files to words, by a grammar or a list of words.
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -17,6 +17,7 @@
 #include "decoder/viterbi_search.h"
 #include "decoder/word_errors.h"
 #include "features/dynamic_features.h"
+#include "features/feature_input.h"
 #include "kivsr/recognise_report.h"
 #include "kivsr/subcommands.h"
 #include "models/acoustic_model.h"
@@ -112,9 +113,16 @@ void RecogniseCommand::run() const {
   Progress progress("recognise", static_cast<int>(audio_files.size()));
   for (const std::string& file : audio_files) {
     progress.step(file);
-    const Audio audio = read_audio_at(file, model.features.front_end.sample_rate, raw);
+    const bool from_features = is_feature_file(file);
+    Audio audio;
+    FeatureMatrix cepstra;
+    if (from_features)
+      cepstra = read_front_end_rows(file, model.features.front_end);
+    else
+      audio = read_audio_at(file, model.features.front_end.sample_rate, raw);
     const auto start = std::chrono::steady_clock::now();
-    const FeatureMatrix features = utterance_features(model.features.front_end, audio.samples);
+    const FeatureMatrix features =
+        from_features ? utterance_features(cepstra) : utterance_features(model.features.front_end, audio.samples);
     if (features.height() == 0) throw Fault(file + ": shorter than one frame");
     for (int frame = 0; frame < features.height(); ++frame) search.push(features.row(frame));
     const Hypothesis hypothesis = search.finish();
@@ -125,7 +133,8 @@ void RecogniseCommand::run() const {
     utterance.words = spoken_words(hypothesis, network);
     utterance.score = hypothesis.score;
     utterance.complete = hypothesis.complete;
-    utterance.audio_seconds = audio.seconds();
+    utterance.audio_seconds =
+        from_features ? cepstra.height() * model.features.front_end.frame_seconds() : audio.seconds();
     utterance.elapsed_seconds = elapsed.count();
     if (references) {
       utterance.reference = references->find(file);
@@ -148,7 +157,12 @@ void RecogniseCommand::run() const {
 void add_recognise(CLI::App& program) {
   CLI::App* const command = program.add_subcommand("recognise", "Recognise the words of audio files");
   const auto options = std::make_shared<RecogniseCommand>();
-  command->add_option("audio", options->audio_files, "WAV, FLAC, ... or .raw (16-bit, one channel)")->required();
+  command
+      ->add_option(
+          "audio", options->audio_files,
+          "WAV, FLAC, ... or .raw (16-bit, one channel); or cepstra of the model's front end: .npy, .htk, .mfc "
+          "or .csv")
+      ->required();
   command
       ->add_option("--model", options->model_name,
                    "Folder of the acoustic model, or the name of one that Debian installs")

@@ -72,6 +72,32 @@ TEST(Recognise, WordLoopAlignmentAndReference) {
   EXPECT_NEAR(last, 2.79, 0.03);
 }
 
+TEST(Recognise, CepstraFromAFileGiveTheScoreOfTheAudio) {
+  const TemporaryFolder folder;
+  const auto audio = kTestData / "goforward.raw";
+  const auto cepstra = folder / "goforward.mfc";
+  const CommandResult written = run_kivsr("features --preset sphinx-en-us " + quoted(audio) + " -o " + quoted(cepstra));
+  ASSERT_EQ(written.status, 0) << written.errors;
+  const std::string options = "recognise --format tsv --grammar " + quoted(kTestData / "goforward.gram") + " ";
+  const auto heard = [](const std::string& output) {  // words and score
+    const std::size_t start = output.find('\t', output.find('\n'));
+    return output.substr(start, output.find('\t', output.find('\t', start + 1) + 1) - start);
+  };
+  const CommandResult result = run_kivsr(options + quoted(cepstra));
+  ASSERT_EQ(result.status, 0) << result.errors;
+  EXPECT_EQ(heard(result.output), heard(run_kivsr(options + quoted(audio)).output));
+  EXPECT_EQ(heard(result.output).find("\tgo forward ten meters\t-"), 0U) << result.output;
+
+  std::string bytes = read_file(cepstra);
+  bytes.replace(4 + 4 * (13 * 7 + 2), 4, "\xff\xff\xff\x7f");
+  const auto damaged = folder.write("damaged.mfc", bytes);
+  EXPECT_NE(run_kivsr(options + quoted(damaged)).errors.find("damaged.mfc: frame 7, value 2 is not finite"),
+            std::string::npos);
+  const auto narrow = folder.write("narrow.csv", "time_s,c0,c1\n0,1,2\n0.01,3,4\n");
+  EXPECT_NE(run_kivsr(options + quoted(narrow)).errors.find("narrow.csv: rows of 2 values, 13 are needed"),
+            std::string::npos);
+}
+
 TEST(Recognise, WeightsOfAGrammarDecide) {
   const TemporaryFolder folder;
   const auto heard = [&](const std::string& rule, const std::string& options) {
