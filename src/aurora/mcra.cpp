@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "frame/elementary.h"
+#include "frame/rounding_mode.h"
 #include "frame/scale.h"
 #include "frame/status.h"
 #include "frame/transform.h"
@@ -66,6 +67,7 @@ void store_threshold(Kiv32s* threshold) { *threshold = 5 << 15; }
 
 template <class T>
 void initialise(State<T>& s, int sample_rate, int fft_length, int hop, int window_hop, int order) {
+  const NearestRounding nearest;
   s.sample_rate = sample_rate;
   s.fft_length = fft_length;
   s.order = order;
@@ -162,6 +164,7 @@ Kiv32s mix(double x, double y, double a) {
 template <bool kWindowEnds>
 void update_bins(State<Kiv32s>& s, const Kiv32s* power, Kiv32s* noise) {
   constexpr std::int64_t kOne = 2147483647;
+  const NearestRounding nearest;
   const std::int64_t a_s = s.power_smoothing;
   const double b_d = static_cast<double>(kOne - s.noise_smoothing);
   for (int k = 0; k < bins(s.fft_length); ++k) {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <limits>
 
+#include "frame/rounding_mode.h"
 #include "frame/scale.h"
 #include "frame/status.h"
 #include "frame/transform.h"
@@ -53,6 +54,7 @@ struct ScaledPower {
 template <class T, class Power>
 KivStatus smooth(const T* src, T* dst, int len, Power power) {
   return run(first_failure(not_null(src, dst), require(len >= 1 && len % 4 == 0, kivStatusBadSize)), [&] {
+    const NearestRounding nearest;
     const int last = len / 4;
     dst[0] = power.first(src[2], src[3], src[0]);
     for (int k = 1; k < last; ++k) {
@@ -182,6 +184,7 @@ void filter(const float* src, float* dst, const float* taps) {
 
 // Pairs of products in 32 bits that wrap, pairs added in double precision.
 void filter(const Kiv16s* src, Kiv16s* dst, const Kiv16s* taps, int scale_factor) {
+  const NearestRounding nearest;
   for (int n = 0; n < kFrame; ++n) {
     double sum = Kiv32s{taps[kTaps - 1]} * src[n + kTaps - 1];
     for (int k = 0; k + 1 < kTaps; k += 2) {

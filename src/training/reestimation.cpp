@@ -4,6 +4,7 @@
 
 #include "constants.h"
 #include "frame/constants.h"
+#include "frame/rounding_mode.h"
 #include "frame/scale.h"
 #include "frame/status.h"
 #include "frame/transform.h"
@@ -142,6 +143,7 @@ KivStatus weighted_sum(const T* a, const T* b, T* dst, int len, T weight1, T wei
 // The integer form: exact numerator and denominator, the quotient to nearest even and saturated.
 KivStatus weighted_sum_of_words(const Kiv16s* a, const Kiv16s* b, Kiv16s* dst, int len, int weight1, int weight2) {
   return run(first_failure(not_null(a, b, dst), positive(len)), [&]() -> KivStatus {
+    const NearestRounding nearest;
     const int sum = weight1 + weight2;
     for (int i = 0; i < len; ++i) {
       const std::int64_t numerator = std::int64_t{a[i]} * weight1 + std::int64_t{b[i]} * weight2;
@@ -170,6 +172,7 @@ KivStatus new_variance(const T* mean, const T* square, T* dst, int len, T val1, 
 KivStatus new_variance(const Kiv32s* mean, const Kiv32s* square, Kiv32s* dst, int len, float val1, float val2,
                        int scale_factor) {
   return run(first_failure(not_null(mean, square, dst), positive(len)), [&] {
+    const NearestRounding nearest;
     const double v1 = val1;
     const double v2 = val2;
     for (int i = 0; i < len; ++i) {

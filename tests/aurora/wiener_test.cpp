@@ -8,6 +8,7 @@
 #include "support/accuracy.h"
 #include "support/guarded.h"
 #include "support/random.h"
+#include "support/rounding_modes.h"
 
 namespace kivsr::test {
 namespace {
@@ -165,6 +166,27 @@ TEST(ResidualFilter, AppliesTheOffsetTaps) {
   EXPECT_EQ(dst16[0], -3840);  // eight pairs wrap to -2^31, the single tap stays 2^30
   EXPECT_EQ(kivsResidualFilter_Aurora_32f(src.data(), dst.data(), nullptr), kivStatusNullPointer);
   EXPECT_EQ(kivsTabsCalculation_Aurora_16s(nullptr, taps16.data()), kivStatusNullPointer);
+}
+
+TEST(AuroraIntegers, IgnoreTheCallersRoundingMode) {
+  Random random;
+  const auto samples = random.values<Kiv16s>(96, -3000, 3000);
+  const auto taps = random.values<Kiv16s>(17, -3000, 3000);
+  const auto spectrum = random.values<Kiv32s>(64, -3000, 3000);
+  const auto frames = random.values<Kiv32s>(5 * 33, 0, 1000000);
+  const auto results = under_rounding_modes([&] {
+    std::vector<Kiv16s> filtered(80);
+    std::vector<Kiv32s> integers(17 + 33);
+    std::vector<Kiv64s> state(200);
+    auto* const mcra = reinterpret_cast<KivsMCRAState_32s*>(state.data());
+    kivsResidualFilter_Aurora_16s_Sfs(samples.data(), filtered.data(), taps.data(), 13);
+    kivsSmoothedPowerSpectrumAurora_32s_Sfs(spectrum.data(), integers.data(), 64, 9);
+    kivsAltInitMCRA_32s(8000, 64, 32, mcra);
+    for (int f = 0; f < 5; ++f) kivsUpdateNoisePSDMCRA_32s_I(frames.data() + 33 * f, mcra, integers.data() + 17);
+    integers.insert(integers.end(), filtered.begin(), filtered.end());
+    return integers;
+  });
+  for (const auto& result : results) EXPECT_EQ(result, results[0]);
 }
 
 }  // namespace

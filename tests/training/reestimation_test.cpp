@@ -8,6 +8,7 @@
 #include "support/accuracy.h"
 #include "support/guarded.h"
 #include "support/random.h"
+#include "support/rounding_modes.h"
 
 namespace kivsr::test {
 namespace {
@@ -234,6 +235,20 @@ TEST(TrainingIntegers, RoundToNearestEven) {
   expect_exact(std::vector<Kiv32s>(d, d + 4), std::vector<Kiv32s>{2, -2317, -1073744140, 0});
   ASSERT_EQ(kivsNewVar_32s_ISfs(mean, v, 4, 1, 1, -40), kivStatusOk);
   expect_exact(std::vector<Kiv32s>(v, v + 4), std::vector<Kiv32s>{2147483647, -2147483647 - 1, -2147483647 - 1, 0});
+}
+
+TEST(TrainingIntegers, IgnoreTheCallersRoundingMode) {
+  const std::vector<Kiv16s> a = {3, 5, -3, 7}, b(4);
+  const std::vector<Kiv32s> mean = {3, 1, -2, 0}, square = {14, -2, 7, 3};
+  const auto results = under_rounding_modes([&] {
+    std::vector<Kiv16s> blend(4);
+    std::vector<Kiv32s> moments(4);
+    kivsWeightedSum_16s(a.data(), b.data(), blend.data(), 4, 1, 1);
+    kivsNewVar_32s_Sfs(mean.data(), square.data(), moments.data(), 4, 1, 1, 1);
+    moments.insert(moments.end(), blend.begin(), blend.end());
+    return moments;
+  });
+  for (const auto& result : results) EXPECT_EQ(result, results[0]);
 }
 
 TYPED_TEST(Training, SplitAndMergeKeepTheMoments) {
