@@ -11,6 +11,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include <sndfile.h>
 
@@ -84,7 +85,7 @@ bool looks_byte_swapped(const std::vector<std::int16_t>& samples) {
   return samples.size() >= 1000 && as_read > 8.0 * swapped;
 }
 
-Audio read_raw(const std::filesystem::path& file, const RawFormat& raw) {
+AudioChannels read_raw(const std::filesystem::path& file, const RawFormat& raw) {
   std::ifstream stream(file, std::ios::binary);
   if (!stream) fail(file, std::string("cannot be read: ") + std::strerror(errno));
   std::vector<std::int16_t> samples;
@@ -106,13 +107,14 @@ Audio read_raw(const std::filesystem::path& file, const RawFormat& raw) {
     fail(file,
          raw.big_endian ? "byte-swapped: the samples are little-endian" : "byte-swapped: the samples are big-endian");
 
-  Audio audio;
-  audio.samples.assign(samples.begin(), samples.end());
+  AudioChannels audio;
+  audio.channels.emplace_back(samples.begin(), samples.end());
   audio.sample_rate = raw.sample_rate > 0 ? raw.sample_rate : kDefaultRawRate;
+  audio.sample_format = SF_FORMAT_PCM_16;
   return audio;
 }
 
-Audio read_sound_file(const std::filesystem::path& file) {
+AudioChannels read_sound_file(const std::filesystem::path& file) {
   SF_INFO info{};
   const Sound sound(sf_open(file.c_str(), SFM_READ, &info));
   if (!sound) {
@@ -124,43 +126,60 @@ Audio read_sound_file(const std::filesystem::path& file) {
   if (const std::uint64_t missing = missing_riff_bytes(file); missing != 0)
     fail(file, "truncated: " + std::to_string(missing) + " bytes of sound are missing");
 
-  Audio audio;
+  AudioChannels audio;
   audio.sample_rate = info.samplerate;
-  audio.file_channels = info.channels;
+  audio.sample_format = info.format & SF_FORMAT_SUBMASK;
   const auto channels = static_cast<std::size_t>(info.channels);
+  audio.channels.resize(channels);
   const std::size_t frames_at_once = std::max<std::size_t>(1, 65536 / channels);
   std::vector<float> block(frames_at_once * channels);
-  const float scale = kIntegerUnit / static_cast<float>(channels);
   sf_count_t total = 0;
   for (;;) {
     const sf_count_t count = sf_readf_float(sound.get(), block.data(), static_cast<sf_count_t>(frames_at_once));
     if (count <= 0) break;
     total += count;
     if (total > INT_MAX) fail(file, "too long: more than 2^31 samples");
-    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
-      float sum = 0.0F;
-      for (std::size_t channel = 0; channel < channels; ++channel) sum += block[i * channels + channel];
-      if (!std::isfinite(sum))
-        fail(file, "holds a sample that is not a number, at " + std::to_string(audio.samples.size()));
-      audio.samples.push_back(sum * scale);
-    }
+    for (std::size_t channel = 0; channel < channels; ++channel)
+      for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+        const float sample = block[i * channels + channel];
+        if (!std::isfinite(sample))
+          fail(file, "holds a sample that is not a number, at " + std::to_string(audio.channels[channel].size()));
+        audio.channels[channel].push_back(sample * kIntegerUnit);
+      }
   }
   if (sf_error(sound.get()) != SF_ERR_NO_ERROR) fail(file, std::string("damaged: ") + sf_strerror(sound.get()));
   if (info.frames != SF_COUNT_MAX && total < info.frames)
     fail(file, "truncated: " + std::to_string(total) + " of " + std::to_string(info.frames) + " samples");
-  if (audio.samples.empty()) fail(file, "holds no samples");
+  if (total == 0) fail(file, "holds no samples");
   return audio;
+}
+
+std::vector<float> mix_down(std::vector<std::vector<float>>& channels) {
+  std::vector<float> samples = std::move(channels.front());
+  const int count = static_cast<int>(samples.size());
+  for (std::size_t channel = 1; channel < channels.size(); ++channel)
+    check(kivsAdd_32f_I(channels[channel].data(), samples.data(), count), "kivsAdd_32f_I");
+  if (channels.size() > 1)
+    check(kivsMulC_32f_I(1.0F / static_cast<float>(channels.size()), samples.data(), count), "kivsMulC_32f_I");
+  return samples;
 }
 
 }  // namespace
 
-Audio read_audio(const std::filesystem::path& file, const RawFormat& raw) {
+AudioChannels read_audio_channels(const std::filesystem::path& file, const RawFormat& raw) {
   std::error_code error;
   const auto status = std::filesystem::status(file, error);
   if (!std::filesystem::exists(status)) fail(file, "no such file");
   if (std::filesystem::is_directory(status)) fail(file, "is a folder, not an audio file");
-  Audio audio = is_raw(file, raw) ? read_raw(file, raw) : read_sound_file(file);
-  audio.file_sample_rate = audio.sample_rate;
+  return is_raw(file, raw) ? read_raw(file, raw) : read_sound_file(file);
+}
+
+Audio read_audio(const std::filesystem::path& file, const RawFormat& raw) {
+  AudioChannels channels = read_audio_channels(file, raw);
+  Audio audio;
+  audio.file_channels = static_cast<int>(channels.channels.size());
+  audio.file_sample_rate = audio.sample_rate = channels.sample_rate;
+  audio.samples = mix_down(channels.channels);
   return audio;
 }
 

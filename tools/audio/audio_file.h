@@ -16,6 +16,13 @@ struct Audio {
   double seconds() const { return sample_rate > 0 ? static_cast<double>(samples.size()) / sample_rate : 0.0; }
 };
 
+// The same with the channels apart.
+struct AudioChannels {
+  std::vector<std::vector<float>> channels;  // at least one, all of one length
+  int sample_rate = 0;
+  int sample_format = 0;  // SF_FORMAT_SUBMASK of libsndfile: how the file keeps its samples
+};
+
 // How to read files without a header: 16-bit samples, one channel.
 struct RawFormat {
   // 0: only names that end in .raw are headerless, at 16000 Hz. Above 0: their rate, and the rate of any file whose
@@ -28,7 +35,9 @@ struct RawFormat {
 // Throws Fault for a file that is missing, not audio, truncated, byte-swapped or empty.
 Audio read_audio(const std::filesystem::path& file, const RawFormat& raw = {});
 
-// The same, resampled to sample_rate where the file has another rate.
+AudioChannels read_audio_channels(const std::filesystem::path& file, const RawFormat& raw = {});
+
+// The same as read_audio, resampled to sample_rate where the file has another rate.
 Audio read_audio_at(const std::filesystem::path& file, int sample_rate, const RawFormat& raw = {});
 
 }  // namespace kivsr::tools

@@ -27,6 +27,7 @@ int main(int argc, char** argv) {
   CLI::App program("Speech features and recognition on the kivsr library", "kivsr");
   program.require_subcommand(1);
   try {
+    kivsr::tools::add_enhance(program);
     kivsr::tools::add_features(program);
     kivsr::tools::add_info(program);
     kivsr::tools::add_recognise(program);

@@ -9,6 +9,7 @@ class App;
 
 namespace kivsr::tools {
 
+void add_enhance(CLI::App& program);
 void add_features(CLI::App& program);
 void add_info(CLI::App& program);
 void add_recognise(CLI::App& program);

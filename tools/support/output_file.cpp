@@ -54,6 +54,8 @@ void OutputFile::write(const void* bytes, std::size_t count) {
   if (count != 0 && std::fwrite(bytes, 1, count, file_) != count) fail("cannot be written", errno);
 }
 
+int OutputFile::descriptor() const { return fileno(file_); }
+
 void OutputFile::commit() {
   std::FILE* const file = std::exchange(file_, nullptr);
   const bool flushed = std::fflush(file) == 0;

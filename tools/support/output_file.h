@@ -21,6 +21,8 @@ class OutputFile {
   void write(const void* bytes, std::size_t count);
   void write(std::string_view text) { write(text.data(), text.size()); }
   void commit();
+  // Of the temporary file, for a library that writes through it instead. Not to be closed.
+  int descriptor() const;
 
  private:
   [[noreturn]] void fail(const char* what, int error) const;

@@ -1,0 +1,44 @@
+#include "enhance/enhancer.h"
+
+#include <iterator>
+
+#include "enhance/mcra_enhancer.h"
+#include "support/fault.h"
+
+namespace kivsr::tools {
+
+namespace {
+
+struct Method {
+  const char* name;
+  std::unique_ptr<Enhancer> (*make)(int sample_rate);
+};
+
+std::unique_ptr<Enhancer> make_mcra_wiener(int sample_rate) {
+  return std::make_unique<McraEnhancer>(sample_rate, GainRule::wiener);
+}
+
+std::unique_ptr<Enhancer> make_mcra_emns(int sample_rate) {
+  return std::make_unique<McraEnhancer>(sample_rate, GainRule::emns);
+}
+
+constexpr Method kMethods[] = {
+    {"mcra-wiener", make_mcra_wiener},
+    {"mcra-emns", make_mcra_emns},
+};
+
+}  // namespace
+
+std::unique_ptr<Enhancer> make_enhancer(const std::string& method, int sample_rate) {
+  for (const Method& candidate : kMethods)
+    if (method == candidate.name) return candidate.make(sample_rate);
+  throw Fault("no method '" + method + "' of enhancement");
+}
+
+std::vector<std::string> enhancement_methods() {
+  std::vector<std::string> names;
+  for (const Method& method : kMethods) names.emplace_back(method.name);
+  return names;
+}
+
+}  // namespace kivsr::tools
