@@ -28,6 +28,16 @@ std::vector<float> window_samples(Window window, int length) {
   return samples;
 }
 
+// Factors of c1, c2, ... : 1 + (L / 2) sin(pi k / L) for a lifter of length L, times scale.
+std::vector<float> lifter_weights(int lifter, int count, double scale = 1.0) {
+  std::vector<float> weights(size_of(count));
+  for (int k = 1; k <= count; ++k) {
+    const double weight = lifter == 0 ? 1.0 : 1.0 + 0.5 * lifter * std::sin(std::numbers::pi * k / lifter);
+    weights[size_of(k) - 1] = static_cast<float>(scale * weight);
+  }
+  return weights;
+}
+
 }  // namespace
 
 FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters)
@@ -40,11 +50,17 @@ FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters)
   check(kivsFFTGetBufSize_R_32f(fft, &work), "kivsFFTGetBufSize_R_32f");
   fft_work_.resize(size_of(std::max(work, 1)));
 
+  lifter_ = lifter_weights(parameters_.lifter, parameters_.prediction_order);
+  lags_.resize(size_of(parameters_.prediction_order) + 1);
+  predictor_.resize(size_of(parameters_.prediction_order));
+  lpc_cepstra_.resize(size_of(parameters_.prediction_order));
+  frame_.resize(size_of(parameters_.window_length));
+  centred_.resize(size_of(parameters_.window_length));
+  samples_.assign(size_of(parameters_.fft_length), 0.0F);
+  if (parameters_.output == Output::lpc_cepstra) return;
   make_filters();
   make_transform();
   const int bins = parameters_.fft_length / 2 + 1;
-  centred_.resize(size_of(parameters_.window_length));
-  samples_.assign(size_of(parameters_.fft_length), 0.0F);
   bins_.resize(size_of(bins));
   spectrum_.resize(size_of(bins));
   bands_.resize(size_of(parameters_.filter_count));
@@ -56,11 +72,12 @@ FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters)
 void FrameAnalysis::make_filters() {
   int order = 0;
   KivsFBankState_32f* filters = nullptr;
-  if (parameters_.filters == Filters::mel) {
+  if (parameters_.filters != Filters::hertz) {
+    const Kiv32s mode = parameters_.filters == Filters::mel ? KIV_FBANK_MELWEIGHT : KIV_FBANK_BINWEIGHT;
     check(
         kivsMelFBankInitAlloc_32f(&filters, &order, parameters_.fft_length, static_cast<float>(parameters_.sample_rate),
                                   parameters_.low_frequency, parameters_.high_frequency, parameters_.filter_count,
-                                  parameters_.mel_multiplier, parameters_.mel_divisor, KIV_FBANK_MELWEIGHT),
+                                  parameters_.mel_multiplier, parameters_.mel_divisor, mode),
         "kivsMelFBankInitAlloc_32f");
     filters_.reset(filters);
   } else {
@@ -118,13 +135,7 @@ void FrameAnalysis::make_transform() {
     zeroth = scale = std::sqrt(2.0 / filters);
   if (parameters_.transform == Transform::dct) zeroth = std::sqrt(1.0 / filters);
   if (parameters_.transform == Transform::legacy) zeroth = scale = 1.0 / filters;
-  std::vector<float> weights(size_of(count));
-  for (int k = 1; k < count; ++k) {
-    const double lifter = parameters_.lifter == 0
-                              ? 1.0
-                              : 1.0 + 0.5 * parameters_.lifter * std::sin(std::numbers::pi * k / parameters_.lifter);
-    weights[size_of(k) - 1] = static_cast<float>(scale * lifter);
-  }
+  std::vector<float> weights = lifter_weights(parameters_.lifter, count, scale);
   weights.back() = static_cast<float>(zeroth);
   KivsDCTLifterState_32f* transform = nullptr;
   check(kivsDCTLifterInitAlloc_MulC0_32f(&transform, parameters_.filter_count, weights.data(), count),
@@ -132,9 +143,16 @@ void FrameAnalysis::make_transform() {
   transform_.reset(transform);
 }
 
-void FrameAnalysis::spectrum_of(std::span<const float> frame) {
+// Pre-emphasis, offset and window; zeros behind the window belong to the FFT and are never written.
+void FrameAnalysis::window_frame(std::span<const float> samples) {
+  const auto count = static_cast<int>(samples.size()) - 1;
   const int length = parameters_.window_length;
-  const float* source = frame.data();
+  std::copy(samples.begin(), samples.end() - 1, frame_.begin());
+  if (parameters_.frame_emphasis) frame_[0] = samples[1];
+  check(kivsMulC_32f_I(-parameters_.pre_emphasis, frame_.data(), count), "kivsMulC_32f_I");
+  check(kivsAdd_32f_I(samples.data() + 1, frame_.data(), count), "kivsAdd_32f_I");
+  std::fill(frame_.begin() + count, frame_.end(), 0.0F);
+  const float* source = frame_.data();
   if (parameters_.remove_offset) {
     float sum = 0.0F;
     check(kivsSum_32f(source, length, &sum, 0), "kivsSum_32f");
@@ -142,6 +160,17 @@ void FrameAnalysis::spectrum_of(std::span<const float> frame) {
     source = centred_.data();
   }
   check(kivsMul_32f(source, window_.data(), samples_.data(), length), "kivsMul_32f");
+}
+
+float FrameAnalysis::log_energy(std::span<const float> frame) {
+  float energy = 0.0F;
+  check(kivsDotProd_32f(frame.data(), frame.data(), static_cast<int>(frame.size()), &energy), "kivsDotProd_32f");
+  energy = std::max(energy, kSmallestEnergy);
+  check(kivsLn_32f_I(&energy, 1), "kivsLn_32f_I");
+  return energy;
+}
+
+void FrameAnalysis::make_spectrum() {
   auto* const bins = reinterpret_cast<Kiv32f*>(bins_.data());
   check(kivsFFTFwd_RToCCS_32f(samples_.data(), bins, fft_.get(), fft_work_.data()), "kivsFFTFwd_RToCCS_32f");
   if (parameters_.spectrum == Spectrum::magnitude)
@@ -149,6 +178,14 @@ void FrameAnalysis::spectrum_of(std::span<const float> frame) {
   else
     std::transform(bins_.begin(), bins_.end(), spectrum_.begin(),
                    [](Kiv32fc bin) { return bin.re * bin.re + bin.im * bin.im; });
+}
+
+void FrameAnalysis::make_log_mel() {
+  check(kivsEvalFBank_32f(spectrum_.data(), bands_.data(), filters_.get()), "kivsEvalFBank_32f");
+  check(kivsAddC_32f(bands_.data(), parameters_.log_offset, energies_.data(), parameters_.filter_count),
+        "kivsAddC_32f");
+  check(kivsMaxEvery_32f_I(floor_.data(), energies_.data(), parameters_.filter_count), "kivsMaxEvery_32f_I");
+  check(kivsLn_32f_I(energies_.data(), parameters_.filter_count), "kivsLn_32f_I");
 }
 
 void FrameAnalysis::cepstra_of_energies(std::span<float> row) {
@@ -162,13 +199,28 @@ void FrameAnalysis::cepstra_of_energies(std::span<float> row) {
   if (parameters_.zeroth == ZerothCepstrum::last) *place = transformed_.back();
 }
 
-void FrameAnalysis::run(std::span<const float> frame, std::span<float> row) {
-  spectrum_of(frame);
-  check(kivsEvalFBank_32f(spectrum_.data(), bands_.data(), filters_.get()), "kivsEvalFBank_32f");
-  check(kivsAddC_32f(bands_.data(), parameters_.log_offset, energies_.data(), parameters_.filter_count),
-        "kivsAddC_32f");
-  check(kivsMaxEvery_32f_I(floor_.data(), energies_.data(), parameters_.filter_count), "kivsMaxEvery_32f_I");
-  check(kivsLn_32f_I(energies_.data(), parameters_.filter_count), "kivsLn_32f_I");
+// Of the synthesis filter 1 / A(z). A frame that prediction cannot do more for keeps the stages done so far and zeros
+// for the others: digital silence has zeros only.
+void FrameAnalysis::cepstra_of_prediction(std::span<float> row) {
+  const int order = parameters_.prediction_order;
+  check(kivsAutoCorr_32f(samples_.data(), parameters_.window_length, lags_.data(), order + 1), "kivsAutoCorr_32f");
+  std::fill(predictor_.begin(), predictor_.end(), 0.0F);
+  float error = 0.0F;
+  const KivStatus status = kivsDurbin_32f(lags_.data(), predictor_.data(), order, &error);
+  if (status != kivStatusNonPositiveError) check(status, "kivsDurbin_32f");
+  check(kivsLPToCepstrum_32f(predictor_.data(), lpc_cepstra_.data(), order), "kivsLPToCepstrum_32f");
+  check(kivsMul_32f(lpc_cepstra_.data(), lifter_.data(), row.data(), order), "kivsMul_32f");
+}
+
+void FrameAnalysis::run(std::span<const float> samples, std::span<float> row) {
+  if (parameters_.energy) {
+    row.back() = log_energy(samples.subspan(1));
+    row = row.first(row.size() - 1);
+  }
+  window_frame(samples);
+  if (parameters_.output == Output::lpc_cepstra) return cepstra_of_prediction(row);
+  make_spectrum();
+  make_log_mel();
   if (parameters_.output == Output::log_mel)
     std::copy(energies_.begin(), energies_.end(), row.begin());
   else

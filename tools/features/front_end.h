@@ -1,5 +1,5 @@
 // From samples to rows of cepstra or log mel energies, in blocks of any size.
-// The stages are pre-emphasis, framing (this class) and the analysis of one frame (frame_analysis.h).
+// The stages are framing (this class) and the analysis of one frame (frame_analysis.h).
 #ifndef KIVSR_TOOLS_FEATURES_FRONT_END_H
 #define KIVSR_TOOLS_FEATURES_FRONT_END_H
 
@@ -35,14 +35,13 @@ class FrontEnd {
   FeatureMatrix run(std::span<const float> samples);
 
  private:
-  void emit(std::span<const float> frame, FeatureMatrix& rows);
+  void start();
+  void emit(std::span<const float> samples, FeatureMatrix& rows);
 
   FrontEndParameters parameters_;
   std::unique_ptr<FrameAnalysis> analysis_;
-  std::vector<float> pending_;    // pre-emphasised samples from the start of the next frame on
-  std::size_t skip_ = 0;          // samples to drop before the next frame begins
-  std::vector<float> emphasis_;   // work area
-  float previous_sample_ = 0.0F;  // last sample before the next one, as it came
+  std::vector<float> pending_;  // the sample before the next frame, then those of the frame and behind it
+  std::size_t skip_ = 0;        // samples to drop before those
 };
 
 }  // namespace kivsr::tools

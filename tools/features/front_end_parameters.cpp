@@ -42,9 +42,61 @@ FrontEndParameters usual_mfcc() {
   return parameters;
 }
 
+// HTK's defaults with 26 filters: c1 .. c12 and log energy.
+FrontEndParameters htk_like() {
+  FrontEndParameters parameters;
+  parameters.frame_emphasis = true;
+  parameters.window_length = 400;
+  parameters.pad_last_frame = false;
+  parameters.spectrum = Spectrum::magnitude;
+  parameters.filters = Filters::mel;
+  parameters.filter_count = 26;
+  parameters.low_frequency = 1e-3F;  // stands for 0 Hz
+  parameters.high_frequency = 8000.0F;
+  parameters.transform = Transform::htk;
+  parameters.lifter = 22;
+  parameters.log_offset = 0.0F;
+  parameters.log_floor = 1.0F;
+  parameters.zeroth = ZerothCepstrum::none;
+  parameters.energy = true;
+  return parameters;
+}
+
+FrontEndParameters lpc_cepstrum() {
+  FrontEndParameters parameters;
+  parameters.window_length = 400;
+  parameters.pad_last_frame = false;
+  parameters.output = Output::lpc_cepstra;
+  parameters.lifter = 22;
+  return parameters;
+}
+
+// Cepstra of the ETSI advanced front end at 8 kHz (ES 202 050, feature extraction), without its noise reduction.
+FrontEndParameters aurora() {
+  FrontEndParameters parameters;
+  parameters.sample_rate = 8000;
+  parameters.pre_emphasis = 0.9F;
+  parameters.window_length = 200;
+  parameters.shift = 80;
+  parameters.fft_length = 256;
+  parameters.pad_last_frame = false;
+  parameters.filters = Filters::bins;
+  parameters.filter_count = 23;
+  parameters.low_frequency = 64.0F;
+  parameters.high_frequency = 4000.0F;
+  parameters.log_offset = 0.0F;
+  parameters.log_floor = 4.539993e-5F;  // e^-10
+  parameters.transform = Transform::plain;
+  parameters.zeroth = ZerothCepstrum::last;
+  parameters.energy = true;
+  return parameters;
+}
+
 const std::vector<std::pair<std::string, std::function<FrontEndParameters()>>>& presets() {
   static const std::vector<std::pair<std::string, std::function<FrontEndParameters()>>> all = {
-      {"sphinx-en-us", sphinx_en_us}, {"sphinx", [] { return FrontEndParameters(); }}, {"mfcc", usual_mfcc}};
+      {"sphinx-en-us", sphinx_en_us}, {"sphinx", [] { return FrontEndParameters(); }},
+      {"mfcc", usual_mfcc},           {"htk-like", htk_like},
+      {"lpc-cepstrum", lpc_cepstrum}, {"aurora", aurora}};
   return all;
 }
 
@@ -99,8 +151,10 @@ int next_power_of_two(int length) {
 }  // namespace
 
 int FrontEndParameters::row_width() const {
-  if (output == Output::log_mel) return filter_count;
-  return zeroth == ZerothCepstrum::none ? cepstrum_count - 1 : cepstrum_count;
+  const int end = energy ? 1 : 0;
+  if (output == Output::log_mel) return filter_count + end;
+  if (output == Output::lpc_cepstra) return prediction_order + end;
+  return (zeroth == ZerothCepstrum::none ? cepstrum_count - 1 : cepstrum_count) + end;
 }
 
 void FrontEndParameters::validate() const {
@@ -128,6 +182,8 @@ void FrontEndParameters::validate() const {
           "the cepstra must be at least one and at most the filters");
   require(zeroth != ZerothCepstrum::none || cepstrum_count >= 2, "no cepstrum is left without the zeroth");
   require(lifter >= 0, "the lifter must not be negative");
+  require(prediction_order >= 1 && prediction_order <= window_length,
+          "the prediction order must be at least one and at most the window");
 }
 
 FrontEndParameters front_end_preset(const std::string& name) {

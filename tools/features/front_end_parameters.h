@@ -13,7 +13,8 @@ enum class Window { hamming, hann, rectangular };
 enum class Spectrum { power, magnitude };
 enum class Filters {
   hertz,  // triangles that are straight lines over frequency
-  mel     // triangles that are straight lines over mel, weights of at most 1
+  mel,    // triangles that are straight lines over mel, weights of at most 1
+  bins    // triangles of whole FFT bins that start and end above zero, weights of at most 1
 };
 enum class Transform {
   dct,     // orthonormal DCT-II
@@ -21,15 +22,16 @@ enum class Transform {
   htk,     // sqrt(2 / N) for every coefficient, c0 included
   plain    // DCT-II without a factor
 };
-enum class Output { cepstra, log_mel };
+enum class Output { cepstra, log_mel, lpc_cepstra };
 enum class ZerothCepstrum { first, last, none };
 
 struct FrontEndParameters {
-  int sample_rate = 16000;     // Hz
-  float pre_emphasis = 0.97F;  // y(n) = x(n) - a x(n-1)
-  int window_length = 410;     // samples
-  int shift = 160;             // samples
-  int fft_length = 512;        // a power of two, at least window_length
+  int sample_rate = 16000;      // Hz
+  float pre_emphasis = 0.97F;   // y(n) = x(n) - a x(n-1)
+  bool frame_emphasis = false;  // each frame by itself: its first sample becomes (1 - a) x
+  int window_length = 410;      // samples
+  int shift = 160;              // samples
+  int fft_length = 512;         // a power of two, at least window_length
   Window window = Window::hamming;
   bool remove_offset = false;  // subtract the mean of each frame
   bool pad_last_frame = true;  // fill the last, incomplete frame with zeros; otherwise drop it
@@ -49,6 +51,8 @@ struct FrontEndParameters {
   int lifter = 0;           // sine lifter 1 + (L / 2) sin(pi k / L); 0: none
   ZerothCepstrum zeroth = ZerothCepstrum::first;
   Output output = Output::cepstra;
+  int prediction_order = 12;  // of linear prediction, and its cepstra c1, c2, ...
+  bool energy = false;        // rows end with the logarithm of the sum of squares of the frame as it came
 
   // Values of one row.
   int row_width() const;
@@ -57,7 +61,8 @@ struct FrontEndParameters {
   void validate() const;
 };
 
-// "sphinx-en-us", "sphinx" (what Sphinx computes when told nothing) or "mfcc"; throws Fault for another name.
+// "sphinx-en-us", "sphinx" (what Sphinx computes when told nothing), "mfcc", "htk-like", "lpc-cepstrum" or "aurora";
+// throws Fault for another name.
 FrontEndParameters front_end_preset(const std::string& name);
 std::vector<std::string> front_end_preset_names();
 

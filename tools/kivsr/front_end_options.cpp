@@ -67,6 +67,7 @@ FrontEndOptions::FrontEndOptions(CLI::App& command) {
 
   add(command, "--sample-rate", &P::sample_rate, "Hz; audio of another rate is resampled");
   add(command, "--pre-emphasis", &P::pre_emphasis, "a of y(n) = x(n) - a x(n-1)");
+  add_switch(command, "frame-emphasis", &P::frame_emphasis, "Pre-emphasis that starts anew in each frame");
   window_length_ = add(command, "--window-length", &P::window_length, "samples");
   shift_ = add(command, "--shift", &P::shift, "samples from frame to frame");
   fft_length_ = add(command, "--fft-length", &P::fft_length, "a power of two");
@@ -77,7 +78,8 @@ FrontEndOptions::FrontEndOptions(CLI::App& command) {
   add_switch(command, "pad-last-frame", &P::pad_last_frame, "Fill the last frame with zeros instead of dropping it");
   add_choice<Spectrum>(command, "--spectrum", &P::spectrum,
                        {{"power", Spectrum::power}, {"magnitude", Spectrum::magnitude}}, "What the filters sum");
-  add_choice<Filters>(command, "--filters", &P::filters, {{"hertz", Filters::hertz}, {"mel", Filters::mel}},
+  add_choice<Filters>(command, "--filters", &P::filters,
+                      {{"hertz", Filters::hertz}, {"mel", Filters::mel}, {"bins", Filters::bins}},
                       "Scale on which the sides of the triangles are straight");
   add_switch(command, "unit-area", &P::unit_area, "Hertz triangles of equal area instead of equal height");
   add_switch(command, "round-filters", &P::round_filters, "Hertz triangles with edges on FFT bins");
@@ -98,8 +100,11 @@ FrontEndOptions::FrontEndOptions(CLI::App& command) {
       command, "--zeroth", &P::zeroth,
       {{"first", ZerothCepstrum::first}, {"last", ZerothCepstrum::last}, {"none", ZerothCepstrum::none}},
       "Place of c0 in the row");
-  add_choice<Output>(command, "--output-kind", &P::output, {{"cepstra", Output::cepstra}, {"log-mel", Output::log_mel}},
+  add_choice<Output>(command, "--output-kind", &P::output,
+                     {{"cepstra", Output::cepstra}, {"log-mel", Output::log_mel}, {"lpc-cepstra", Output::lpc_cepstra}},
                      "What the rows hold");
+  add(command, "--prediction-order", &P::prediction_order, "Order of linear prediction, and number of its cepstra");
+  add_switch(command, "energy", &P::energy, "Append the log energy of the frame as it came");
 }
 
 FrontEndParameters FrontEndOptions::parameters() const {

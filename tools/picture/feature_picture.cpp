@@ -98,6 +98,7 @@ class FeaturePicture {
   void draw_spectrogram(Panel panel) {
     FrontEndParameters parameters = parameters_;
     parameters.output = Output::log_mel;
+    parameters.energy = false;
     FeatureMatrix decibels = FrontEnd(parameters).run(audio_.samples);
     const float per_neper = (parameters.spectrum == Spectrum::power ? 10.0F : 20.0F) / std::log(10.0F);
     check(kivsMulC_32f_I(per_neper, decibels.values.data(), static_cast<int>(decibels.values.size())),
@@ -116,6 +117,7 @@ class FeaturePicture {
   void draw_cepstra(Panel zeroth, Panel others) {
     FrontEndParameters parameters = parameters_;
     parameters.output = Output::cepstra;
+    parameters.energy = false;
     parameters.zeroth = ZerothCepstrum::first;
     const FeatureMatrix cepstra = FrontEnd(parameters).run(audio_.samples);
     const Range interval = frame_interval(cepstra.height());

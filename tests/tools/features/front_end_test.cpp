@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <numbers>
 
 #include "support/fault.h"
@@ -21,8 +22,8 @@ FrontEndParameters sparse_frames() {
 
 TEST(FrontEnd, BlocksOfEverySizeGiveTheSameBits) {
   const auto samples = noise(4097);
-  for (const FrontEndParameters& parameters :
-       {front_end_preset("sphinx-en-us"), front_end_preset("mfcc"), sparse_frames()}) {
+  for (const FrontEndParameters& parameters : {front_end_preset("sphinx-en-us"), front_end_preset("mfcc"),
+                                               front_end_preset("lpc-cepstrum"), sparse_frames()}) {
     FrontEnd front_end(parameters);
     const FeatureMatrix batch = front_end.run(samples);
     ASSERT_GT(batch.height(), 4);
@@ -112,6 +113,80 @@ TEST(FrontEnd, MfccPresetAgreesWithItsDefinition) {
     for (int k = 0; k < 13; ++k)
       EXPECT_NEAR(rows.row(t)[static_cast<std::size_t>(k)], expected[static_cast<std::size_t>(k)], 2e-3)
           << t << ' ' << k;
+  }
+}
+
+// HTK's definition of c1 .. c12 and log energy in double precision: pre-emphasis inside the frame, magnitudes,
+// triangles over mel from 0 Hz, bands of at least 1, sqrt(2 / N), lifter 22; energy of the samples as they came.
+std::vector<double> reference_htk(std::span<const float> samples) {
+  constexpr int kLength = 400;
+  constexpr int kFilters = 26;
+  std::vector<double> frame(kLength);
+  double energy = 0.0;
+  for (std::size_t n = 0; n < kLength; ++n) {
+    energy += static_cast<double>(samples[n]) * samples[n];
+    frame[n] = (samples[n] - 0.97 * samples[n == 0 ? 0 : n - 1]) *
+               (0.54 - 0.46 * std::cos(2.0 * std::numbers::pi * static_cast<double>(n) / (kLength - 1)));
+  }
+  const auto mel = [](double frequency) { return 1127.0 * std::log1p(frequency / 700.0); };
+  std::vector<double> bands(kFilters, 0.0);
+  for (int bin = 1; bin < 256; ++bin) {
+    std::complex<double> sum = 0.0;
+    for (int n = 0; n < kLength; ++n)
+      sum += frame[static_cast<std::size_t>(n)] * std::polar(1.0, -2.0 * std::numbers::pi * bin * n / 512.0);
+    const double place = mel(bin * 31.25) / mel(8000.0) * (kFilters + 1);
+    for (int filter = 0; filter < kFilters; ++filter)
+      bands[static_cast<std::size_t>(filter)] += std::abs(sum) * std::max(0.0, 1.0 - std::abs(place - (filter + 1)));
+  }
+  std::vector<double> row;
+  for (int k = 1; k <= 12; ++k) {
+    double sum = 0.0;
+    for (int filter = 0; filter < kFilters; ++filter)
+      sum += std::log(std::max(1.0, bands[static_cast<std::size_t>(filter)])) *
+             std::cos(std::numbers::pi * k * (filter + 0.5) / kFilters);
+    row.push_back(std::sqrt(2.0 / kFilters) * sum * (1.0 + 11.0 * std::sin(std::numbers::pi * k / 22.0)));
+  }
+  row.push_back(std::log(energy));
+  return row;
+}
+
+TEST(FrontEnd, HtkLikePresetAgreesWithItsDefinition) {
+  const auto samples = noise(2000);
+  const FeatureMatrix rows = FrontEnd(front_end_preset("htk-like")).run(samples);
+  ASSERT_EQ(rows.width, 13);
+  for (const int t : {0, 1, rows.height() - 1}) {
+    const auto expected = reference_htk(std::span(samples).subspan(static_cast<std::size_t>(160 * t)));
+    for (std::size_t k = 0; k < 13; ++k) EXPECT_NEAR(rows.row(t)[k], expected[k], 2e-3) << t << ' ' << k;
+  }
+}
+
+// The cepstrum of a filter that is known: the response of 1 / A(z) to an impulse, seen whole by a rectangular window.
+// Then the normal equations have A for their solution, and ln |1 / A| integrates to its cepstrum.
+TEST(FrontEnd, LpcCepstrumIsThatOfTheFilterBehindTheSignal) {
+  const double a[] = {-1.2, 0.9, -0.3, 0.1};
+  std::vector<float> response(400);
+  for (std::size_t n = 0; n < response.size(); ++n) {
+    double value = n == 0 ? 10000.0 : 0.0;
+    for (std::size_t k = 1; k <= 4 && k <= n; ++k) value -= a[k - 1] * static_cast<double>(response[n - k]);
+    response[n] = static_cast<float>(value);
+  }
+  FrontEndParameters parameters = front_end_preset("lpc-cepstrum");
+  parameters.pre_emphasis = 0.0F;
+  parameters.window = Window::rectangular;
+  const FeatureMatrix rows = FrontEnd(parameters).run(response);
+  ASSERT_EQ(rows.width, 12);
+  ASSERT_EQ(rows.height(), 1);
+  for (int k = 1; k <= 12; ++k) {
+    double cepstrum = 0.0;
+    constexpr int kPoints = 512;
+    for (int j = 0; j < kPoints; ++j) {
+      const double omega = 2.0 * std::numbers::pi * j / kPoints;
+      std::complex<double> filter = 1.0;
+      for (int i = 1; i <= 4; ++i) filter += a[i - 1] * std::polar(1.0, -omega * i);
+      cepstrum -= 2.0 * std::log(std::abs(filter)) * std::cos(omega * k) / kPoints;
+    }
+    const double lifter = 1.0 + 11.0 * std::sin(std::numbers::pi * k / 22.0);
+    EXPECT_NEAR(rows.row(0)[static_cast<std::size_t>(k) - 1], lifter * cepstrum, 1e-3) << k;
   }
 }
 

@@ -72,6 +72,11 @@ TEST_F(FeaturesCommandTest, EveryOptionReachesItsParameter) {
       {"--cepstrum-count 20", [](P& p) { p.cepstrum_count = 20; }},
       {"--lifter 0", [](P& p) { p.lifter = 0; }},
       {"--zeroth none", [](P& p) { p.zeroth = ZerothCepstrum::none; }},
+      {"--frame-emphasis", [](P& p) { p.frame_emphasis = true; }},
+      {"--filters bins", [](P& p) { p.filters = Filters::bins; }},
+      {"--energy", [](P& p) { p.energy = true; }},
+      {"--output-kind lpc-cepstra --prediction-order 9",
+       [](P& p) { p.output = Output::lpc_cepstra, p.prediction_order = 9; }},
       {"--output-kind log-mel", [](P& p) { p.output = Output::log_mel; }},
   };
   for (const auto& [options, change] : cases) {
