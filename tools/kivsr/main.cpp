@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
     kivsr::tools::add_enhance(program);
     kivsr::tools::add_features(program);
     kivsr::tools::add_info(program);
+    kivsr::tools::add_quantise(program);
     kivsr::tools::add_recognise(program);
     const auto is_first_word = [&](CLI::App* subcommand) { return subcommand->get_name() == argv[1]; };
     if (argc > 1 && argv[1][0] != '-' && program.get_subcommands(is_first_word).empty())

@@ -12,6 +12,7 @@ namespace kivsr::tools {
 void add_enhance(CLI::App& program);
 void add_features(CLI::App& program);
 void add_info(CLI::App& program);
+void add_quantise(CLI::App& program);
 void add_recognise(CLI::App& program);
 
 }  // namespace kivsr::tools
