@@ -14,6 +14,7 @@ void add_features(CLI::App& program);
 void add_info(CLI::App& program);
 void add_quantise(CLI::App& program);
 void add_recognise(CLI::App& program);
+void add_vad(CLI::App& program);
 
 }  // namespace kivsr::tools
 

@@ -58,6 +58,7 @@ void SpeechDetector::reset() {
   calls_ = 0;
   decided_ = 0;
   wanted_ = 0;
+  random_ = 1;
 }
 
 int SpeechDetector::decide() {
@@ -85,10 +86,18 @@ void SpeechDetector::take(int result, std::vector<bool>& speech) {
   decided_ = frames;
 }
 
+// White noise within half a unit. Digital silence would leave nothing but rounding errors to compare.
+float SpeechDetector::dither() {
+  random_ = random_ * 1664525U + 1013904223U;
+  return static_cast<float>(random_ >> 8U) * 0x1p-24F - 0.5F;
+}
+
 void SpeechDetector::step(std::span<const float> frame, std::vector<bool>& speech) {
   ++frames_;
-  const bool gate_open = gate_.speech(frame);
-  buffer_.push(frame);
+  std::array<float, kAuroraFrame> dithered;
+  std::transform(frame.begin(), frame.end(), dithered.begin(), [&](float x) { return x + dither(); });
+  const bool gate_open = gate_.speech(dithered);
+  buffer_.push(dithered);
   if (frames_ <= kLag) return;
   stage_.design(buffer_, !gate_open);
   take(decide(), speech);

@@ -4,6 +4,7 @@
 #define KIVSR_TOOLS_SPEECH_SPEECH_DETECTOR_H
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -30,6 +31,7 @@ class SpeechDetector {
  private:
   void reset();
   void step(std::span<const float> frame, std::vector<bool>& speech);
+  float dither();
   int decide();
   void take(int result, std::vector<bool>& speech);
 
@@ -41,6 +43,7 @@ class SpeechDetector {
   NoiseGate gate_;
   FrameBuffer buffer_;
   std::vector<float> pending_;
+  std::uint32_t random_ = 1;
   int frames_ = 0;
   int calls_ = 0;            // decisions and flushes so far
   std::size_t decided_ = 0;  // frames of this signal that have a decision
