@@ -1,31 +1,25 @@
 // Scores states by their Gaussian mixtures: the Gaussians of a codebook once a frame, and only if a state asks for
 // them; then for each state and stream the log-sum of log weight and log likelihood. The streams add up.
+// Next: stream_gaussians.h for the three arithmetics, shortlist.h for the choice of the Gaussians that are scored.
 #ifndef KIVSR_TOOLS_DECODER_MIXTURE_SCORER_H
 #define KIVSR_TOOLS_DECODER_MIXTURE_SCORER_H
 
-#include <cstddef>
-#include <vector>
+#include <memory>
 
 #include "decoder/scorer.h"
 #include "models/acoustic_model.h"
 
 namespace kivsr::tools {
 
-class MixtureScorer : public Scorer {
- public:
-  explicit MixtureScorer(const AcousticModel& model);
-  void score(std::span<const float> frame, std::span<const int> states, std::span<float> scores) override;
+enum class ScoreArithmetic { single_precision, double_precision, sixteen_bits };
 
- private:
-  float* likelihoods(int codebook, std::size_t stream);
-  void evaluate_codebook(std::span<const float> frame, int codebook);
-
-  const AcousticModel& model_;
-  std::vector<float> likelihoods_;   // [codebook][stream][Gaussian]
-  std::vector<unsigned> evaluated_;  // frame in which each codebook was evaluated last
-  std::vector<float> weighted_;      // work area
-  unsigned frame_ = 0;
+struct ScorerOptions {
+  ScoreArithmetic arithmetic = ScoreArithmetic::single_precision;
+  int shortlist = 0;  // Gaussians of each codebook and stream that are scored for a frame; 0: all
 };
+
+// The model has to outlive its scorer.
+std::unique_ptr<Scorer> make_mixture_scorer(const AcousticModel& model, const ScorerOptions& options = {});
 
 }  // namespace kivsr::tools
 

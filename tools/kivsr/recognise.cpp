@@ -2,6 +2,7 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -46,6 +47,7 @@ struct RecogniseCommand {
   ModelFloors floors;
   SearchWeights weights;
   Beams beams;
+  ScorerOptions scoring;
 
  private:
   WordNetwork word_network() const;
@@ -107,8 +109,8 @@ void RecogniseCommand::run() const {
       std::fprintf(stderr, "kivsr: the word \"%s\" cannot be pronounced and is left out\n", word.c_str());
 
   const SearchNetwork network = build_search_network(words_allowed, pronunciations, model, weights);
-  MixtureScorer scorer(model);
-  ViterbiSearch search(network, model, scorer, beams);
+  const std::unique_ptr<Scorer> scorer = make_mixture_scorer(model, scoring);
+  ViterbiSearch search(network, model, *scorer, beams);
   RecogniseReport report(format == "tsv" ? ReportFormat::tsv : ReportFormat::text, references.has_value());
   Progress progress("recognise", static_cast<int>(audio_files.size()));
   for (const std::string& file : audio_files) {
@@ -195,6 +197,17 @@ void add_recognise(CLI::App& program) {
       ->capture_default_str();
   command->add_option("--word-beam", options->beams.word, "The same between the ends of words")
       ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  const std::map<std::string, ScoreArithmetic> arithmetics{{"float", ScoreArithmetic::single_precision},
+                                                           {"double", ScoreArithmetic::double_precision},
+                                                           {"16s", ScoreArithmetic::sixteen_bits}};
+  command->add_option("--arithmetic", options->scoring.arithmetic, "Of the Gaussians: float, double or 16s (16 bits)")
+      ->transform(CLI::CheckedTransformer(arithmetics))
+      ->option_text("NAME [float]");
+  command
+      ->add_option("--shortlist", options->scoring.shortlist,
+                   "Gaussians of each codebook and stream that are scored for a frame, 0: all")
+      ->check(CLI::NonNegativeNumber)
       ->capture_default_str();
   command->add_option("--variance-floor", options->floors.variance, "Smallest variance of a Gaussian")
       ->check(CLI::PositiveNumber)

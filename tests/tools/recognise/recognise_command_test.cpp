@@ -32,13 +32,19 @@ std::pair<int, int> demonstration(const std::string& options) {
   return {errors, words};
 }
 
-TEST(Recognise, ThirtyCommandsWithoutAnError) { EXPECT_EQ(demonstration(""), std::pair(0, 30)); }
+TEST(Recognise, ThirtyCommandsWithoutAnError) {
+  for (const char* const options : {"", "--arithmetic double", "--arithmetic 16s", "--arithmetic 16s --shortlist 8"})
+    EXPECT_EQ(demonstration(options), std::pair(0, 30)) << options;
+}
 
 TEST(Recognise, SingleGaussianModelStaysWithinEightErrors) {
-  const auto [errors, words] = demonstration("--skip-unknown --model " + quoted(kTestData / "an4_ci_cont"));
-  EXPECT_EQ(words, 30);
-  EXPECT_GE(errors, 0);
-  EXPECT_LE(errors, 8);
+  for (const char* const options : {"", "--arithmetic 16s"}) {
+    const auto [errors, words] =
+        demonstration("--skip-unknown --model " + quoted(kTestData / "an4_ci_cont") + " " + options);
+    EXPECT_EQ(words, 30) << options;
+    EXPECT_GE(errors, 0) << options;
+    EXPECT_LE(errors, 8) << options;
+  }
 }
 
 TEST(Recognise, WordLoopAlignmentAndReference) {
@@ -135,6 +141,8 @@ TEST(Recognise, FaultsAreOneLineAndStatusTwo) {
       {grammar + "--reference " + quoted(folder.write("r", "x (other)\n")) + " " + audio, "no utterance goforward"},
       {grammar + "--dict " + quoted(folder / "none.dict") + " " + audio, "none.dict: no such file"},
       {grammar + "--beam nonsense " + audio, "--beam"},
+      {grammar + "--arithmetic half " + audio, "--arithmetic"},
+      {grammar + "--shortlist -1 " + audio, "--shortlist"},
   };
   for (const auto& [arguments, expected] : cases) {
     const CommandResult result = run_kivsr("recognise " + arguments);
