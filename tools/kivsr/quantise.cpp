@@ -202,7 +202,8 @@ void DecodeCommand::run() const {
     progress.step(files[i]);
     const QuantisedStream stream = read_quantised(files[i], book);
     OutputFile output(names[i]);
-    write_features(output, written, book.decode(stream.bits, stream.frames, files[i]), book.kind().parameters());
+    write_features(output, written, book.decode(stream.bits, stream.frames, files[i]),
+                   book.kind().parameters(book.width()));
     output.commit();
     progress.clear();
     std::printf("%s: %d frames of %d values\n", names[i].string().c_str(), stream.frames, book.width());

@@ -58,14 +58,20 @@ RowKind::RowKind(const FrontEndParameters& parameters)
     : sample_rate(parameters.sample_rate),
       shift(parameters.shift),
       output(parameters.output),
-      zeroth(parameters.zeroth) {}
+      zeroth(parameters.zeroth),
+      energy(parameters.energy) {}
 
-FrontEndParameters RowKind::parameters() const {
+FrontEndParameters RowKind::parameters(int width) const {
   FrontEndParameters result;
   result.sample_rate = sample_rate;
   result.shift = shift;
   result.output = output;
   result.zeroth = zeroth;
+  result.energy = energy;
+  const int values = energy ? width - 1 : width;
+  result.filter_count = values;
+  result.prediction_order = values;
+  result.cepstrum_count = zeroth == ZerothCepstrum::none ? values + 1 : values;
   return result;
 }
 
@@ -92,10 +98,10 @@ SplitCodebook::SplitCodebook(const RowKind& kind, std::vector<GroupCodebook> gro
 std::string SplitCodebook::content() const {
   LittleEndianBytes bytes;
   bytes.put_text(kMagic);
-  for (const std::uint32_t word :
-       {kVersion, static_cast<std::uint32_t>(kind_.sample_rate), static_cast<std::uint32_t>(kind_.shift),
-        static_cast<std::uint32_t>(kind_.output), static_cast<std::uint32_t>(kind_.zeroth),
-        static_cast<std::uint32_t>(width_), static_cast<std::uint32_t>(groups_.size())})
+  for (const std::uint32_t word : {kVersion, static_cast<std::uint32_t>(kind_.sample_rate),
+                                   static_cast<std::uint32_t>(kind_.shift), static_cast<std::uint32_t>(kind_.output),
+                                   static_cast<std::uint32_t>(kind_.zeroth), static_cast<std::uint32_t>(kind_.energy),
+                                   static_cast<std::uint32_t>(width_), static_cast<std::uint32_t>(groups_.size())})
     bytes.put_32(word);
   for (const GroupCodebook& group : groups_) {
     bytes.put_32(static_cast<std::uint32_t>(group.width()));
@@ -125,12 +131,15 @@ SplitCodebook SplitCodebook::read(const std::filesystem::path& name) {
   kind.shift = file.read_count("shift");
   const int output = file.read_count("kind of rows");
   const int zeroth = file.read_count("place of c0");
+  const int energy = file.read_count("log energy");
   const int width = file.read_count("width");
   const int group_count = file.read_count("number of groups");
-  if (kind.sample_rate < 1 || kind.shift < 1 || output > 1 || zeroth > 2 || group_count < 1 || width < group_count)
+  if (kind.sample_rate < 1 || kind.shift < 1 || output > 2 || zeroth > 2 || energy > 1 || group_count < 1 ||
+      width < group_count)
     file.fail("a field of the header is out of range");
   kind.output = static_cast<Output>(output);
   kind.zeroth = static_cast<ZerothCepstrum>(zeroth);
+  kind.energy = energy == 1;
   // Every column takes some bytes, so the file bounds what is allocated.
   file.require(8 * static_cast<std::int64_t>(width), "columns");
   std::vector<bool> used(static_cast<std::size_t>(width), false);

@@ -23,12 +23,13 @@ struct RowKind {
   int shift = 160;
   Output output = Output::cepstra;
   ZerothCepstrum zeroth = ZerothCepstrum::first;
+  bool energy = false;
 
   RowKind() = default;
   explicit RowKind(const FrontEndParameters& parameters);
   double frame_seconds() const { return static_cast<double>(shift) / sample_rate; }
-  // Parameters that write_features names columns and times by.
-  FrontEndParameters parameters() const;
+  // Parameters that write_features names the columns and times of rows of this width by.
+  FrontEndParameters parameters(int width) const;
   bool operator==(const RowKind&) const = default;
 };
 

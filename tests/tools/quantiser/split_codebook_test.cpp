@@ -153,6 +153,16 @@ TEST(SplitCodebook, FilesRoundTripAndDamageIsNoticed) {
   each_damage(stream_file, [&](const std::filesystem::path& file) { return read_quantised(file, book); });
 }
 
+TEST(RowKind, KeepsWhatTheWritersOfFeaturesNeed) {
+  for (const std::string& name : front_end_preset_names()) {
+    const FrontEndParameters parameters = front_end_preset(name);
+    const FrontEndParameters kept = RowKind(parameters).parameters(parameters.row_width());
+    EXPECT_EQ(kept.row_width(), parameters.row_width()) << name;
+    EXPECT_EQ(kept.frame_seconds(), parameters.frame_seconds()) << name;
+    EXPECT_EQ(RowKind(kept), RowKind(parameters)) << name;
+  }
+}
+
 TEST(Distortion, IsThatOfDirectSums) {
   const FeatureMatrix rows = random_rows(700, 3, 4);
   FeatureMatrix decoded = random_rows(700, 3, 5);
