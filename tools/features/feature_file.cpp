@@ -55,26 +55,48 @@ void write_npy(OutputFile& file, const FeatureMatrix& rows) {
   file.write(bytes.text().substr(2));
 }
 
-void write_htk(OutputFile& file, const FeatureMatrix& rows, const FrontEndParameters& parameters) {
+// The base kind in the low six bits, then the qualifiers.
+std::uint32_t htk_kind(const FeatureParameters& parameters) {
+  constexpr std::uint32_t kLpCepstra = 3;
   constexpr std::uint32_t kMfcc = 6;
   constexpr std::uint32_t kFilterBank = 7;
+  constexpr std::uint32_t kWithEnergy = 0100;
+  constexpr std::uint32_t kWithDeltas = 0400;
+  constexpr std::uint32_t kWithAccelerations = 01000;
+  constexpr std::uint32_t kZeroMean = 04000;
   constexpr std::uint32_t kWithZeroth = 020000;
+  const FrontEndParameters& front_end = parameters.front_end;
+  std::uint32_t kind = kMfcc;
+  if (front_end.output == Output::log_mel) kind = kFilterBank;
+  if (front_end.output == Output::lpc_cepstra) kind = kLpCepstra;
+  if (front_end.energy) kind |= kWithEnergy;
+  if (parameters.delta != Delta::none) kind |= kWithDeltas | kWithAccelerations;
+  if (parameters.normalisation == Normalisation::mean || parameters.normalisation == Normalisation::mean_variance)
+    kind |= kZeroMean;
+  // The aurora deltas put c0 and the log energy into one column, which stands where the energy does.
+  if (front_end.output == Output::cepstra && front_end.zeroth != ZerothCepstrum::none &&
+      parameters.delta != Delta::aurora)
+    kind |= kWithZeroth;
+  return kind;
+}
+
+void write_htk(OutputFile& file, const FeatureMatrix& rows, const FeatureParameters& parameters) {
   constexpr double kUnitsASecond = 1e7;
   if (rows.width * 4 > SHRT_MAX)
     throw Fault("rows of " + std::to_string(rows.width) + " values are too wide for the HTK format");
-  const bool cepstra = parameters.output == Output::cepstra;
-  const bool with_zeroth = cepstra && parameters.zeroth != ZerothCepstrum::none;
+  const FrontEndParameters& front_end = parameters.front_end;
   Bytes bytes(ByteOrder::big);
   bytes.put_32(static_cast<std::uint32_t>(rows.height()));
-  bytes.put_32(static_cast<std::uint32_t>(std::lround(parameters.frame_seconds() * kUnitsASecond)));
+  bytes.put_32(static_cast<std::uint32_t>(std::lround(front_end.frame_seconds() * kUnitsASecond)));
   bytes.put_16(static_cast<std::uint32_t>(rows.width) * 4);
-  bytes.put_16(!cepstra ? kFilterBank : with_zeroth ? kMfcc | kWithZeroth : kMfcc);
+  bytes.put_16(htk_kind(parameters));
+  const bool move_zeroth = front_end.output == Output::cepstra && front_end.zeroth == ZerothCepstrum::first;
   std::vector<float> ordered(static_cast<std::size_t>(rows.width));
   for (int t = 0; t < rows.height(); ++t) {
     const auto row = rows.row(t);
     std::copy(row.begin(), row.end(), ordered.begin());
-    if (with_zeroth && parameters.zeroth == ZerothCepstrum::first)
-      std::rotate(ordered.begin(), ordered.begin() + 1, ordered.end());
+    for (auto group = ordered.begin(); move_zeroth && group != ordered.end(); group += parameters.static_width())
+      std::rotate(group, group + 1, group + front_end.cepstrum_count);
     for (const float value : ordered) bytes.put_float(value);
   }
   file.write(bytes.text());
@@ -88,20 +110,14 @@ void write_mfc(OutputFile& file, const FeatureMatrix& rows) {
   file.write(bytes.text());
 }
 
-void write_csv(OutputFile& file, const FeatureMatrix& rows, const FrontEndParameters& parameters) {
-  const bool cepstra = parameters.output == Output::cepstra;
+void write_csv(OutputFile& file, const FeatureMatrix& rows, const FeatureParameters& parameters) {
   std::string line = "time_s";
-  for (int column = 0; column < rows.width; ++column) {
-    int number = column + 1;
-    if (cepstra && parameters.zeroth == ZerothCepstrum::first) number = column;
-    if (cepstra && parameters.zeroth == ZerothCepstrum::last) number = (column + 1) % rows.width;
-    line += std::string(cepstra ? ",c" : ",mel") + std::to_string(number);
-  }
+  for (const std::string& name : parameters.column_names()) line += "," + name;
   line += '\n';
   file.write(line);
   char text[64];
   for (int t = 0; t < rows.height(); ++t) {
-    std::snprintf(text, sizeof text, "%.9g", t * parameters.frame_seconds());
+    std::snprintf(text, sizeof text, "%.9g", t * parameters.front_end.frame_seconds());
     line = text;
     for (const float value : rows.row(t)) {
       std::snprintf(text, sizeof text, ",%.9g", static_cast<double>(value));
@@ -126,7 +142,7 @@ FeatureFormat feature_format(const std::filesystem::path& file) {
 }
 
 void write_features(OutputFile& file, FeatureFormat format, const FeatureMatrix& rows,
-                    const FrontEndParameters& parameters) {
+                    const FeatureParameters& parameters) {
   switch (format) {
     case FeatureFormat::npy: return write_npy(file, rows);
     case FeatureFormat::htk: return write_htk(file, rows, parameters);

@@ -23,6 +23,8 @@ class FrontEndOptions {
   // After the command line was read: the preset with the options applied, checked.
   // Another sampling rate alone keeps the window and the shift in seconds and the band within half the rate.
   FrontEndParameters parameters() const;
+  // The name of the preset, empty if a model's feat.params takes its place.
+  std::string preset() const { return feature_parameters_.empty() ? preset_ : ""; }
 
  private:
   template <class Value>
