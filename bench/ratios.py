@@ -2,7 +2,7 @@
 """Table of our times over the best peer's from Google Benchmark's JSON: ratios.py LABEL=FILE...
 
 Benchmarks are named operation/ours/size and operation/peer/size. Each time is the least of all repetitions; below 1 we
-are faster.
+are faster. A peer "ours ..." is another function of ours: it is compared within each library, all others across them.
 """
 import json
 import sys
@@ -24,16 +24,21 @@ for argument in sys.argv[1:]:
 print(f"{'operation':28}{'size':>8}  {'best peer':16}{'ns':>10}" + "".join(f"{l + ' ns':>12}{'ratio':>8}" for l in labels))
 slower = 0
 for (operation, size), by_label in times.items():
-    peers = {}
+    others = {}
     for sides in by_label.values():
         for who, t in sides.items():
-            if who != "ours":
-                peers[who] = min(t, peers.get(who, float("inf")))
-    best = min(peers, key=peers.get) if peers else "-"
-    row = f"{operation:28}{size:>8}  {best:16}{peers.get(best, float('nan')):10.1f}"
+            if not who.startswith("ours"):
+                others[who] = min(t, others.get(who, float("inf")))
+
+    def best_peer(label):
+        own = {who: t for who, t in by_label.get(label, {}).items() if who.startswith("ours ")}
+        return min({**others, **own}.items(), key=lambda peer: peer[1], default=("-", float("nan")))
+
+    who, t = best_peer(labels[-1])
+    row = f"{operation:28}{size:>8}  {who:16}{t:10.1f}"
     for label in labels:
         ours = by_label.get(label, {}).get("ours", float("nan"))
-        ratio = ours / peers[best] if peers else float("nan")
+        ratio = ours / best_peer(label)[1]
         row += f"{ours:12.1f}{ratio:8.2f}"
     slower += ratio > 1.15
     print(row)

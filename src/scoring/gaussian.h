@@ -37,6 +37,12 @@ struct UnitRows {
   UnitRows from(std::ptrdiff_t) const { return {}; }
 };
 
+template <class T>
+inline OneRow<T> one_row(const T* p) {
+  return {p};
+}
+inline UnitRows one_row(std::nullptr_t) { return {}; }
+
 inline constexpr int kFrameBlock = 128;
 inline constexpr int kMixtureBlock = 100;
 

@@ -5,23 +5,41 @@
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
+#include <utility>
 
 #include "frame/scale.h"
 #include "frame/simd/vec.h"
 #include "frame/transform.h"
+#include "gaussian.h"
 
 namespace kivsr {
-
-// How whole groups square their differences: as exact integers, or in single precision.
-enum class Squares { kExact, kSingle };
 
 // 2^-exponent in single precision; it ends in 0 or in infinity.
 constexpr float clamped_scale(int exponent) { return single_scale(std::clamp(exponent, -128, 150)); }
 
+// The first `count` rows of a view; rows behind them repeat the last one.
+template <class View>
+struct RepeatedRows {
+  View view;
+  std::ptrdiff_t count;
+  auto row(std::ptrdiff_t r) const { return view.row(std::min(r, count - 1)); }
+};
+template <class T>
+struct RepeatedRows<OneRow<T>> : OneRow<T> {
+  RepeatedRows(OneRow<T> row, std::ptrdiff_t) : OneRow<T>(row) {}
+};
+
 // A distance is summed in single precision by groups of eight elements, the lanes of a group first, then the groups in
 // their order, on every target alike. Differences saturate to 16 bits in whole groups; the elements behind the last
 // group do not saturate and are added one by one.
-template <Squares kSquares, class R>
+//
+// As many rows as a vector has lanes go together: lane sums of four registers of terms are one transpose, and the
+// running sums stay in lanes. Words enter the lanes' upper halves, times 2^16; all terms are then 2^48 too large (2^32
+// without 16-bit weights), which no rounding notices and no sum overflows, and one product corrects at the end.
+//
+// The square of a difference is the same whether an exact integer is rounded to single precision or the product of two
+// floats is: both round the exact square once. Saturated differences and the others differ, squares do not.
+template <class R>
 class IntegerArithmetic {
  public:
   using Element = Kiv16s;
@@ -35,9 +53,17 @@ class IntegerArithmetic {
 
   template <class X, class M, class W>
   void distances(float* dst, X x, M m, W w, int len, int rows) const {
+    constexpr int kAtOnce = V::width;
     int r = 0;
     if (len >= kGroup) {
-      for (; r + kGroup <= rows; r += kGroup) eight_distances(dst + r, x.from(r), m.from(r), w.from(r), len);
+      for (; r + kAtOnce <= rows; r += kAtOnce)
+        simd::store(dst + r, some_distances(x.from(r), m.from(r), w.from(r), len));
+      if (const int rest = rows - r; rest > 1) {
+        const V sums = some_distances(RepeatedRows<X>(x.from(r), rest), RepeatedRows<M>(m.from(r), rest),
+                                      RepeatedRows<W>(w.from(r), rest), len);
+        simd::store_some(dst + r, sums, rest);
+        return;
+      }
     }
     for (; r < rows; ++r) dst[r] = distance(x.row(r), m.row(r), w.row(r), len);
   }
@@ -46,9 +72,41 @@ class IntegerArithmetic {
   template <class W>
   static float distance(const Kiv16s* x, const Kiv16s* m, W w, int len) {
     float sum = 0.0F;
-    int i = 0;
-    for (; i + kGroup <= len; i += kGroup) sum += simd::sum_lanes(group(x + i, m + i, at(w, i)));
-    return i < len ? add_rest(sum, x, m, w, len) : sum;
+    if (len < kGroup) {
+      for (int i = 0; i < len; ++i) {
+        const auto d = static_cast<float>(x[i] - m[i]);
+        if constexpr (std::is_null_pointer_v<W>) {
+          sum += d * d;
+        } else {
+          sum += d * d * static_cast<float>(w[i]);
+        }
+      }
+      return sum;
+    }
+    const auto xs = one_row(x);
+    const auto ms = one_row(m);
+    const auto ws = one_row(w);
+    std::ptrdiff_t i = 0;
+    if constexpr (!std::is_same_v<decltype(ws), const OneRow<float>>) {
+      // Groups in the places of rows.
+      const Groups<Kiv16s> x_groups{x};
+      const Groups<Kiv16s> m_groups{m};
+      const auto w_groups = groups(w);
+      constexpr int kAtOnce = simd::kWordRows * kGroup;
+      for (; i + kAtOnce <= len; i += kAtOnce) {
+        sum = simd::add_row_sums(sum, group(x_groups, m_groups, w_groups, 0, i));
+      }
+    }
+    for (; i + kGroup <= len; i += kGroup) sum = simd::add_first_row_sum(sum, group(xs, ms, ws, 0, i));
+    if (i < len) {
+      const simd::Eight terms = plain_terms(xs, ms, ws, 0, len - kGroup);
+      float low[V::width];
+      float high[V::width];
+      simd::store(low, terms.low);
+      simd::store(high, terms.high);
+      for (std::ptrdiff_t k = kGroup - (len - i); k < kGroup; ++k) sum += k < 4 ? low[k] : high[k - 4];
+    }
+    return sum * kUnscaled<decltype(ws)>;
   }
 
   V gaussian_score(V val, V distance) const { return val - distance * V::broadcast(scale_); }
@@ -74,78 +132,101 @@ class IntegerArithmetic {
   }
 
  private:
-  template <class W>
-  static W at(W w, std::ptrdiff_t i) {
-    if constexpr (std::is_null_pointer_v<W>) {
-      return w;
-    } else {
-      return w + i;
-    }
-  }
-  template <class W>
-  static simd::Eight weighted(simd::Eight squares, W w) {
-    if constexpr (std::is_null_pointer_v<W>) {
-      return squares;
-    } else {
-      return squares * simd::load_eight(w);
-    }
-  }
+  // Consecutive groups as the rows of one register, which are four apart.
+  template <class T>
+  struct Groups {
+    const T* data;
+    const T* row(std::ptrdiff_t r) const { return data + r / 4 * kGroup; }
+  };
+  static Groups<Kiv16s> groups(const Kiv16s* p) { return {p}; }
+  static UnitRows groups(std::nullptr_t) { return {}; }
 
   template <class W>
-  static simd::Eight group(const Kiv16s* x, const Kiv16s* m, W w) {
-    const simd::Words d = simd::subtract_saturated(simd::load_words(x), simd::load_words(m));
-    if constexpr (kSquares == Squares::kExact) {
-      return weighted(simd::exact_squares(d), w);
+  static constexpr bool kUnit = std::is_null_pointer_v<decltype(std::declval<W>().row(0))>;
+  template <class W>
+  static constexpr float kUnscaled =
+      std::is_same_v<decltype(std::declval<W>().row(0)), const Kiv16s*> ? 0x1p-48F : 0x1p-32F;
+
+  // Eight words of row k, or of rows k and k + 4, from element i on.
+  template <class View>
+  static simd::Words words(View view, int k, std::ptrdiff_t i) {
+    if constexpr (std::is_base_of_v<OneRow<Kiv16s>, View>) {
+      return simd::same_words(view.row(0) + i);
     } else {
-      const simd::Eight f = simd::to_eight(d);
-      return weighted(f * f, w);
+      return simd::load_words([&](int row) { return view.row(k + 4 * row) + i; });
     }
   }
-
-  // The len % 8 elements behind the last group; in long vectors as the end of eight elements that overlap it.
   template <class W>
-  static float add_rest(float sum, const Kiv16s* x, const Kiv16s* m, W w, int len) {
-    if (len < kGroup) {
-      for (int i = 0; i < len; ++i) {
-        const auto d = static_cast<float>(x[i] - m[i]);
-        if constexpr (std::is_null_pointer_v<W>) {
-          sum += d * d;
-        } else {
-          sum += d * d * static_cast<float>(w[i]);
-        }
-      }
-      return sum;
+  static simd::Eight weighted(simd::Eight d, W w, int k, std::ptrdiff_t i) {
+    simd::Eight terms{d.low * d.low, d.high * d.high};
+    if constexpr (std::is_same_v<W, OneRow<float>>) {
+      const simd::Eight weights = simd::same_eight(w.row(0) + i);
+      return {terms.low * weights.low, terms.high * weights.high};
+    } else if constexpr (!kUnit<W>) {
+      const simd::Eight weights = simd::to_eight(words(w, k, i));
+      return {terms.low * weights.low, terms.high * weights.high};
+    } else {
+      return terms;
     }
-    const int last = len - kGroup;
-    const simd::Eight d = simd::load_eight(x + last) - simd::load_eight(m + last);
-    float terms[kGroup];
-    simd::store(terms, weighted(d * d, at(w, last)));
-    for (int k = kGroup - len % kGroup; k < kGroup; ++k) sum += terms[k];
-    return sum;
+  }
+  // Terms of a group, the last four added to the first four.
+  template <class X, class M, class W>
+  static V group(X x, M m, W w, int k, std::ptrdiff_t i) {
+    const simd::Words d = simd::subtract_saturated(words(x, k, i), words(m, k, i));
+    const simd::Eight terms = weighted(simd::to_eight(d), w, k, i);
+    return terms.low + terms.high;
+  }
+  // Terms of eight elements whose differences do not saturate.
+  template <class X, class M, class W>
+  static simd::Eight plain_terms(X x, M m, W w, int k, std::ptrdiff_t i) {
+    const simd::Eight a = simd::to_eight(words(x, k, i));
+    const simd::Eight b = simd::to_eight(words(m, k, i));
+    return weighted({a.low - b.low, a.high - b.high}, w, k, i);
   }
 
   template <class X, class M, class W>
-  static void eight_distances(float* dst, X x, M m, W w, int len) {
-    simd::Eight sums = simd::Eight::zero();
+  static V some_distances(X x, M m, W w, int len) {
+    V sums = V::zero();
     std::ptrdiff_t i = 0;
     for (; i + kGroup <= len; i += kGroup) {
-      simd::Eight rows[kGroup];
-#pragma GCC unroll 8
-      for (int r = 0; r < kGroup; ++r) rows[r] = group(x.row(r) + i, m.row(r) + i, at(w.row(r), i));
-      sums = sums + simd::eight_lane_sums(rows);
+      V groups[4];
+#pragma GCC unroll 4
+      for (int k = 0; k < 4; ++k) groups[k] = group(x, m, w, k, i);
+      sums = sums + simd::lane_sums(groups);
     }
-    simd::store(dst, sums);
-    if (i < len) {
-      for (int r = 0; r < kGroup; ++r) dst[r] = add_rest(dst[r], x.row(r), m.row(r), w.row(r), len);
+    if (const auto rest = static_cast<int>(len - i); rest > 0) sums = add_rest(sums, x, m, w, len - kGroup, rest);
+    return sums * V::broadcast(kUnscaled<W>);
+  }
+  // The last elements of eight, in their order.
+  template <class X, class M, class W>
+  static V add_rest(V sums, X x, M m, W w, std::ptrdiff_t i, int rest) {
+    V low[4];
+    V high[4];
+#pragma GCC unroll 4
+    for (int k = 0; k < 4; ++k) {
+      const simd::Eight terms = plain_terms(x, m, w, k, i);
+      low[k] = terms.low;
+      high[k] = terms.high;
     }
+    if (rest > 4) {
+      simd::transpose_rows(low);
+      if (rest > 6) sums = sums + low[1];
+      if (rest > 5) sums = sums + low[2];
+      sums = sums + low[3];
+    }
+    simd::transpose_rows(high);
+    if (rest > 3) sums = sums + high[0];
+    if (rest > 2) sums = sums + high[1];
+    if (rest > 1) sums = sums + high[2];
+    return sums + high[3];
   }
 
   float scale_;
 };
 
 template <class R>
-using ScaledArithmetic = IntegerArithmetic<Squares::kExact, R>;
+using ScaledArithmetic = IntegerArithmetic<R>;
 template <class R>
-using LowArithmetic = IntegerArithmetic<Squares::kSingle, R>;
+using LowArithmetic = IntegerArithmetic<R>;
 
 }  // namespace kivsr

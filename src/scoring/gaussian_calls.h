@@ -20,11 +20,6 @@ namespace kivsr {
 
 // Weights from their argument: rows of inverse variances, or none.
 template <class T>
-inline OneRow<T> one_row(const T* p) {
-  return {p};
-}
-inline UnitRows one_row(std::nullptr_t) { return {}; }
-template <class T>
 inline StepRows<const T> step_rows(const T* p, int step) {
   return {p, step};
 }

@@ -420,35 +420,63 @@ inline void store_lane_sums(double* p, Vec<double> a, Vec<double> b, Vec<double>
   _mm_storeu_pd(p + 2, _mm_add_pd(_mm_unpacklo_pd(c2, d2), _mm_unpackhi_pd(c2, d2)));
 }
 
-// --- eight words, eight floats -------------------------------------------------
+// --- eight words of two rows ----------------------------------------------------
 
+inline constexpr int kWordRows = 2;
 struct Words {
-  __m128i raw;
+  __m256i raw;
 };
-using Eight = Vec<float>;
+struct Eight {
+  Vec<float> low, high;
+};
 
-inline Words load_words(const std::int16_t* p) { return {detail::load_16_bytes(p)}; }
-inline Words subtract_saturated(Words a, Words b) { return {_mm_subs_epi16(a.raw, b.raw)}; }
-inline Eight exact_squares(Words a) {
-  const __m256i x = _mm256_cvtepu16_epi32(a.raw);
-  return {_mm256_cvtepi32_ps(_mm256_madd_epi16(x, x))};
+inline Words same_words(const std::int16_t* p) { return {_mm256_broadcastsi128_si256(detail::load_16_bytes(p))}; }
+template <class Row>
+inline Words load_words(Row row) {
+  return {
+      _mm256_inserti128_si256(_mm256_castsi128_si256(detail::load_16_bytes(row(0))), detail::load_16_bytes(row(1)), 1)};
 }
-inline Eight to_eight(Words a) { return {_mm256_cvtepi32_ps(_mm256_cvtepi16_epi32(a.raw))}; }
-inline Eight load_eight(const std::int16_t* p) { return to_eight(load_words(p)); }
-inline Eight load_eight(const float* p) { return {_mm256_loadu_ps(p)}; }
-inline Eight eight_lane_sums(const Eight (&rows)[8]) {
-  // Both halves of two rows added: four lanes of the one, four of the other.
-  const auto fold = [&](int k) {
-    const __m256 a = rows[k].raw;
-    const __m256 b = rows[k + 4].raw;
-    return _mm256_add_ps(_mm256_blend_ps(a, b, 0xF0), _mm256_permute2f128_ps(a, b, 0x21));
+inline Eight same_eight(const float* p) {
+  const auto same = [](const float* four) {
+    return Vec<float>{_mm256_broadcast_ps(reinterpret_cast<const __m128*>(four))};
   };
+  return {same(p), same(p + 4)};
+}
+inline Words subtract_saturated(Words a, Words b) { return {_mm256_subs_epi16(a.raw, b.raw)}; }
+inline Eight to_eight(Words a) {
+  const __m256i zero = _mm256_setzero_si256();
+  return {{_mm256_cvtepi32_ps(_mm256_unpacklo_epi16(zero, a.raw))},
+          {_mm256_cvtepi32_ps(_mm256_unpackhi_epi16(zero, a.raw))}};
+}
+inline Vec<float> lane_sums(const Vec<float> (&v)[4]) {
   const auto pairs = [](__m256 a, __m256 b) {
     return _mm256_add_ps(_mm256_unpacklo_ps(a, b), _mm256_unpackhi_ps(a, b));
   };
-  const __m256 ab = pairs(fold(0), fold(1));
-  const __m256 cd = pairs(fold(2), fold(3));
+  const __m256 ab = pairs(v[0].raw, v[1].raw);
+  const __m256 cd = pairs(v[2].raw, v[3].raw);
   return {_mm256_add_ps(_mm256_shuffle_ps(ab, cd, 0x44), _mm256_shuffle_ps(ab, cd, 0xEE))};
+}
+inline void transpose_rows(Vec<float> (&v)[4]) {
+  const __m256 a = _mm256_unpacklo_ps(v[0].raw, v[1].raw);
+  const __m256 b = _mm256_unpacklo_ps(v[2].raw, v[3].raw);
+  const __m256 c = _mm256_unpackhi_ps(v[0].raw, v[1].raw);
+  const __m256 d = _mm256_unpackhi_ps(v[2].raw, v[3].raw);
+  v[0].raw = _mm256_shuffle_ps(a, b, 0x44);
+  v[1].raw = _mm256_shuffle_ps(a, b, 0xEE);
+  v[2].raw = _mm256_shuffle_ps(c, d, 0x44);
+  v[3].raw = _mm256_shuffle_ps(c, d, 0xEE);
+}
+namespace detail {
+inline float sum_four(__m128 a) {
+  const __m128 pairs = _mm_add_ps(a, _mm_movehl_ps(a, a));
+  return _mm_cvtss_f32(_mm_add_ss(pairs, _mm_shuffle_ps(pairs, pairs, 1)));
+}
+}  // namespace detail
+inline float add_first_row_sum(float sum, Vec<float> v) {
+  return sum + detail::sum_four(_mm256_castps256_ps128(v.raw));
+}
+inline float add_row_sums(float sum, Vec<float> v) {
+  return add_first_row_sum(sum, v) + detail::sum_four(_mm256_extractf128_ps(v.raw, 1));
 }
 
 }  // namespace kivsr::simd

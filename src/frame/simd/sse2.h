@@ -425,46 +425,35 @@ inline void store_lane_sums(double* p, Vec<double> a, Vec<double> b, Vec<double>
   _mm_storeu_pd(p + 2, _mm_add_pd(_mm_unpacklo_pd(c.raw, d.raw), _mm_unpackhi_pd(c.raw, d.raw)));
 }
 
-// --- eight words, eight floats -------------------------------------------------
+// --- eight words of a row -------------------------------------------------------
 
+inline constexpr int kWordRows = 1;
 struct Words {
   __m128i raw;
 };
 struct Eight {
   Vec<float> low, high;
-  static Eight zero() { return {Vec<float>::zero(), Vec<float>::zero()}; }
 };
 
-inline Words load_words(const std::int16_t* p) { return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))}; }
+inline Words same_words(const std::int16_t* p) { return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))}; }
+template <class Row>
+inline Words load_words(Row row) {
+  return same_words(row(0));
+}
+inline Eight same_eight(const float* p) { return {{_mm_loadu_ps(p)}, {_mm_loadu_ps(p + 4)}}; }
 inline Words subtract_saturated(Words a, Words b) { return {_mm_subs_epi16(a.raw, b.raw)}; }
-inline Eight exact_squares(Words a) {
-  const auto squares = [](__m128i x) { return Vec<float>{_mm_cvtepi32_ps(_mm_madd_epi16(x, x))}; };
-  const __m128i zero = _mm_setzero_si128();
-  return {squares(_mm_unpacklo_epi16(a.raw, zero)), squares(_mm_unpackhi_epi16(a.raw, zero))};
-}
 inline Eight to_eight(Words a) {
-  const auto widened = [](__m128i doubled) { return Vec<float>{_mm_cvtepi32_ps(_mm_srai_epi32(doubled, 16))}; };
-  return {widened(_mm_unpacklo_epi16(a.raw, a.raw)), widened(_mm_unpackhi_epi16(a.raw, a.raw))};
+  const __m128i zero = _mm_setzero_si128();
+  return {{_mm_cvtepi32_ps(_mm_unpacklo_epi16(zero, a.raw))}, {_mm_cvtepi32_ps(_mm_unpackhi_epi16(zero, a.raw))}};
 }
-inline Eight load_eight(const std::int16_t* p) { return to_eight(load_words(p)); }
-inline Eight load_eight(const float* p) { return {{_mm_loadu_ps(p)}, {_mm_loadu_ps(p + 4)}}; }
-inline void store(float* p, Eight a) {
-  store(p, a.low);
-  store(p + 4, a.high);
+inline Vec<float> lane_sums(const Vec<float> (&v)[4]) {
+  const auto pairs = [](__m128 a, __m128 b) { return _mm_add_ps(_mm_unpacklo_ps(a, b), _mm_unpackhi_ps(a, b)); };
+  const __m128 ab = pairs(v[0].raw, v[1].raw);
+  const __m128 cd = pairs(v[2].raw, v[3].raw);
+  return {_mm_add_ps(_mm_movelh_ps(ab, cd), _mm_movehl_ps(cd, ab))};
 }
-inline Eight operator+(Eight a, Eight b) { return {a.low + b.low, a.high + b.high}; }
-inline Eight operator-(Eight a, Eight b) { return {a.low - b.low, a.high - b.high}; }
-inline Eight operator*(Eight a, Eight b) { return {a.low * b.low, a.high * b.high}; }
-inline float sum_lanes(Eight a) { return sum_lanes(a.low + a.high); }
-inline Eight eight_lane_sums(const Eight (&rows)[8]) {
-  const auto four_sums = [](const Eight* r) {
-    const auto fold = [&](int k) { return _mm_add_ps(r[k].low.raw, r[k].high.raw); };
-    const auto pairs = [](__m128 a, __m128 b) { return _mm_add_ps(_mm_unpacklo_ps(a, b), _mm_unpackhi_ps(a, b)); };
-    const __m128 ab = pairs(fold(0), fold(1));
-    const __m128 cd = pairs(fold(2), fold(3));
-    return Vec<float>{_mm_add_ps(_mm_movelh_ps(ab, cd), _mm_movehl_ps(cd, ab))};
-  };
-  return {four_sums(rows), four_sums(rows + 4)};
-}
+inline void transpose_rows(Vec<float> (&v)[4]) { _MM_TRANSPOSE4_PS(v[0].raw, v[1].raw, v[2].raw, v[3].raw); }
+inline float add_row_sums(float sum, Vec<float> v) { return sum + sum_lanes(v); }
+inline float add_first_row_sum(float sum, Vec<float> v) { return sum + sum_lanes(v); }
 
 }  // namespace kivsr::simd
