@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "enhance/aurora_enhancer.h"
 #include "enhance/mcra_enhancer.h"
 #include "support/fault.h"
 
@@ -22,9 +23,12 @@ std::unique_ptr<Enhancer> make_mcra_emns(int sample_rate) {
   return std::make_unique<McraEnhancer>(sample_rate, GainRule::emns);
 }
 
+std::unique_ptr<Enhancer> make_aurora(int sample_rate) { return std::make_unique<AuroraEnhancer>(sample_rate); }
+
 constexpr Method kMethods[] = {
     {"mcra-wiener", make_mcra_wiener},
     {"mcra-emns", make_mcra_emns},
+    {"aurora", make_aurora},
 };
 
 }  // namespace
