@@ -96,8 +96,8 @@ void WienerStage::reset() {
 // Power spectra of the windowed samples, pairs of bins averaged, and the mean of two frames.
 void WienerStage::analyse(const FrameBuffer& buffer) {
   check(kivsMul_32f(buffer.data() + kWindowStart, window_.data(), samples_.data(), kWindow), "kivsMul_32f");
-  check(kivsFFTFwd_RToPack_32f(samples_.data(), packed_.data(), fft_.get(), fft_work_.data()),
-        "kivsFFTFwd_RToPack_32f");
+  check(kivsFFTFwd_RToPerm_32f(samples_.data(), packed_.data(), fft_.get(), fft_work_.data()),
+        "kivsFFTFwd_RToPerm_32f");
   previous_power_ = power_;
   check(kivsSmoothedPowerSpectrumAurora_32f(packed_.data(), power_.data(), kTransform),
         "kivsSmoothedPowerSpectrumAurora_32f");
