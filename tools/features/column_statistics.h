@@ -21,8 +21,9 @@ struct ColumnMoments {
   double variance(std::size_t column) const { return covariance[column * (mean.size() + 1)]; }
 };
 
-// Products are taken of differences from the column's mean in the first file with rows, and everything is summed in
-// double precision: neither the size of the values nor the number of the frames matters.
+// Values and their products are summed in double precision. A column that is far from zero for its spread is taken
+// relative to its mean in the first file that shows it, so that neither the size of the values nor the number of frames
+// matters; the difference of two floats within a factor of two is exact.
 class ColumnStatistics {
  public:
   // Rows of finite values; all of the same width, which the caller sees to.
@@ -36,8 +37,8 @@ class ColumnStatistics {
   int width_ = 0;
   std::int64_t files_ = 0;
   std::int64_t frames_ = 0;
-  std::vector<float> origin_;     // m: that mean, and 0 for a column of ones behind the others
-  std::vector<double> products_;  // (width + 1) x (width + 1): sum of (x[i] - m[j]) (x[j] - m[j]), i <= j
+  std::vector<float> origin_;     // subtracted from every row
+  std::vector<double> products_;  // (width + 1) x (width + 1): sums of products of the differences; last, of themselves
 };
 
 enum class MomentsFormat {

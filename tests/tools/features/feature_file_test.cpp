@@ -49,7 +49,7 @@ class FeatureFileTest : public ::testing::Test {
 
   TemporaryFolder folder_;
   FeatureMatrix rows_;
-  FrontEndParameters parameters_;
+  FeatureParameters parameters_;
 };
 
 TEST_F(FeatureFileTest, Npy) {
@@ -84,14 +84,56 @@ TEST_F(FeatureFileTest, Htk) {
     EXPECT_EQ(values[13 * t + 12], rows_.values[13 * t]) << "c0 goes last";
     for (std::size_t k = 1; k < 13; ++k) ASSERT_EQ(values[13 * t + k - 1], rows_.values[13 * t + k]);
   }
-  parameters_.zeroth = ZerothCepstrum::last;
+  parameters_.front_end.zeroth = ZerothCepstrum::last;
   EXPECT_EQ(floats(written("b.htk"), 12, true), rows_.values);
-  parameters_.zeroth = ZerothCepstrum::none;
+  parameters_.front_end.zeroth = ZerothCepstrum::none;
   EXPECT_EQ(number(written("c.htk"), 10, 2, true), 6U);
-  parameters_.output = Output::log_mel;
+  parameters_.front_end.output = Output::log_mel;
   bytes = written("d.htk");
   EXPECT_EQ(number(bytes, 10, 2, true), 7U) << "FBANK";
   EXPECT_EQ(floats(bytes, 12, true), rows_.values);
+}
+
+// Order of the columns and kind as HTK has them: cepstra, c0, energy in each of statics, deltas and accelerations.
+TEST_F(FeatureFileTest, HtkQualifiers) {
+  parameters_.front_end.energy = true;
+  parameters_.front_end.cepstrum_count = 3;
+  parameters_.delta = Delta::win2;
+  parameters_.normalisation = Normalisation::mean;
+  rows_ = {12, {0, 1, 2, 9, 10, 11, 12, 19, 20, 21, 22, 29}};
+  std::string bytes = written("a.htk");
+  EXPECT_EQ(number(bytes, 10, 2, true), 6U + 020000U + 0100U + 0400U + 01000U + 04000U) << "MFCC_0_E_D_A_Z";
+  EXPECT_EQ(floats(bytes, 12, true), (std::vector<float>{1, 2, 0, 9, 11, 12, 10, 19, 21, 22, 20, 29}));
+  parameters_ = feature_preset("htk-like");
+  rows_ = {39, std::vector<float>(39)};
+  EXPECT_EQ(number(written("b.htk"), 10, 2, true), 6U + 0100U + 0400U + 01000U) << "MFCC_E_D_A";
+  parameters_ = feature_preset("aurora");
+  EXPECT_EQ(number(written("c.htk"), 10, 2, true), 6U + 0100U + 0400U + 01000U) << "c0 and energy are one column";
+  parameters_ = feature_preset("lpc-cepstrum");
+  rows_ = {12, noise(12)};
+  bytes = written("d.htk");
+  EXPECT_EQ(number(bytes, 10, 2, true), 3U) << "LPCEPSTRA";
+  EXPECT_EQ(floats(bytes, 12, true), rows_.values);
+}
+
+TEST_F(FeatureFileTest, ColumnNames) {
+  using Names = std::vector<std::string>;
+  parameters_.front_end.cepstrum_count = 2;
+  parameters_.front_end.energy = true;
+  parameters_.delta = Delta::regression;
+  EXPECT_EQ(parameters_.column_names(),
+            (Names{"c0", "c1", "energy", "c0_d", "c1_d", "energy_d", "c0_a", "c1_a", "energy_a"}));
+  parameters_.delta = Delta::none;
+  parameters_.front_end.output = Output::log_mel;
+  parameters_.front_end.filter_count = 2;
+  EXPECT_EQ(parameters_.column_names(), (Names{"mel1", "mel2", "energy"}));
+  parameters_.front_end.output = Output::lpc_cepstra;
+  parameters_.front_end.prediction_order = 1;
+  EXPECT_EQ(parameters_.column_names(), (Names{"c1", "energy"}));
+  for (const std::string& name : front_end_preset_names()) {
+    parameters_ = feature_preset(name);
+    EXPECT_EQ(static_cast<int>(parameters_.column_names().size()), parameters_.row_width()) << name;
+  }
 }
 
 TEST_F(FeatureFileTest, Csv) {

@@ -4,7 +4,9 @@
 #include <cstring>
 #include <regex>
 
-#include "features/front_end.h"
+#include <nlohmann/json.hpp>
+
+#include "features/feature_chain.h"
 #include "tools/support/command.h"
 #include "tools/support/signals.h"
 #include "tools/support/temporary_folder.h"
@@ -27,8 +29,8 @@ class FeaturesCommandTest : public ::testing::Test {
     if (!found.empty()) std::memcpy(found.data(), bytes.data() + 4, 4 * found.size());
     return found;
   }
-  std::vector<float> expected(const FrontEndParameters& parameters) const {
-    return FrontEnd(parameters).run(samples_).values;
+  std::vector<float> expected(const FeatureParameters& parameters) const {
+    return FeatureChain(parameters).run(samples_).values;
   }
 
   TemporaryFolder folder_;
@@ -86,6 +88,56 @@ TEST_F(FeaturesCommandTest, EveryOptionReachesItsParameter) {
   }
 }
 
+TEST_F(FeaturesCommandTest, EveryOptionBehindTheFrontEndReachesItsParameter) {
+  using P = FeatureParameters;
+  const std::pair<std::string, void (*)(P&)> cases[] = {
+      {"", [](P&) {}},
+      {"--block 1", [](P&) {}},
+      {"--block 999", [](P&) {}},
+      {"--delta none", [](P& p) { p.delta = Delta::none; }},
+      {"--delta win1", [](P& p) { p.delta = Delta::win1; }},
+      {"--delta regression", [](P& p) { p.delta = Delta::regression; }},
+      {"--delta regression --delta-window 4", [](P& p) { p.delta = Delta::regression, p.delta_window = 4; }},
+      {"--delta aurora", [](P& p) { p.delta = Delta::aurora, p.front_end.zeroth = ZerothCepstrum::last; }},
+      {"--no-normalise-energy", [](P& p) { p.normalise_energy = false; }},
+      {"--no-energy", [](P& p) { p.normalise_energy = p.front_end.energy = false; }},
+      {"--silence-floor 20", [](P& p) { p.silence_floor = 20.0F; }},
+      {"--energy-scale 0.5", [](P& p) { p.energy_scale = 0.5F; }},
+      {"--energy-maximum 18.5", [](P& p) { p.energy_maximum = 18.5F; }},
+      {"--normalise mean", [](P& p) { p.normalisation = Normalisation::mean; }},
+      {"--normalise mean-variance", [](P& p) { p.normalisation = Normalisation::mean_variance; }},
+      {"--normalise running-mean", [](P& p) { p.normalisation = Normalisation::running_mean; }},
+      {"--normalise running-mean-variance --normalise-frames 5",
+       [](P& p) { p.normalisation = Normalisation::running_mean_variance, p.normalisation_frames = 5; }},
+  };
+  for (const auto& [options, change] : cases) {
+    FeatureParameters parameters = feature_preset("htk-like");
+    change(parameters);
+    EXPECT_EQ(values("--preset htk-like " + options), expected(parameters)) << options;
+  }
+}
+
+TEST_F(FeaturesCommandTest, StatisticsOfAudioAndFeatureFilesTogether) {
+  const auto second = folder_.write("b.wav", wav(whole(noise(4000, 2)), 16000, 1));
+  ASSERT_EQ(run_kivsr("features " + quoted(second) + " --preset mfcc -o " + quoted(folder_ / "b.npy")).status, 0);
+  const auto list = folder_.write("files.txt", (folder_ / "b.npy").string() + "\n\n");
+  const auto output = folder_ / "stats.json";
+  const CommandResult result = run_kivsr("features --stats " + quoted(audio_) + " --list " + quoted(list) +
+                                         " --preset mfcc -o " + quoted(output));
+  EXPECT_EQ(result.status, 0) << result.errors;
+  EXPECT_EQ(result.output, "2 files, 71 frames of 13 values\n");
+  const auto json = nlohmann::json::parse(read_file(output));
+  EXPECT_EQ(json["files"], 2);
+  EXPECT_EQ(json["frames"], 71);
+  EXPECT_EQ(json["columns"][12], "c12");
+  const FeatureMatrix first = FeatureChain(feature_preset("mfcc")).run(samples_);
+  const FeatureMatrix other = FeatureChain(feature_preset("mfcc")).run(noise(4000, 2));
+  double mean = 0.0;
+  for (const auto* rows : {&first, &other})
+    for (int t = 0; t < rows->height(); ++t) mean += rows->row(t)[3] / 71.0;
+  EXPECT_NEAR(json["mean"][3].get<double>(), mean, 1e-4);
+}
+
 TEST_F(FeaturesCommandTest, AnotherRateKeepsTheFramesInSeconds) {
   const CommandResult result =
       run_kivsr("features " + quoted(audio_) + " -o " + quoted(folder_ / "b.csv") + " --sample-rate 8000");
@@ -107,6 +159,8 @@ TEST_F(FeaturesCommandTest, AFaultIsOneLineAndStatusTwoAndLeavesNothing) {
   const auto zero = folder_.write("zero.wav", wav({}, 16000, 1));
   const auto cut = folder_.write("cut.wav", read_file(audio_).substr(0, 9000));
   const auto tiny = folder_.write("tiny.wav", wav({1, 2, 3}, 16000, 1));
+  const auto wide = folder_.write("wide.csv", "time_s,x,y\n0,1,2\n");
+  const auto infinite = folder_.write("infinite.csv", "time_s,x\n0,1\n0.01,inf\n");
   const auto before = folder_.names();
   const std::pair<std::string, std::string> cases[] = {
       {"features " + quoted(folder_ / "none.wav") + output, "none.wav: no such file"},
@@ -125,6 +179,17 @@ TEST_F(FeaturesCommandTest, AFaultIsOneLineAndStatusTwoAndLeavesNothing) {
       {"features " + quoted(audio_) + output + " --window square", "--window"},
       {"features " + quoted(audio_) + output + " --shift 99999999999999999999", "--shift"},
       {"features", "audio"},
+      {"features " + quoted(audio_) + " " + quoted(audio_) + output, "several files"},
+      {"features " + quoted(audio_) + output + " --delta five", "--delta"},
+      {"features " + quoted(audio_) + output + " --delta aurora --cepstrum-count 12", "aurora deltas need 13"},
+      {"features " + quoted(audio_) + output + " --normalise-energy", "without the log energy"},
+      {"features --stats " + quoted(audio_), "nothing to write"},
+      {"features --stats " + output, "no audio file"},
+      {"features --stats --list none.txt" + output, "none.txt: cannot be read"},
+      {"features --stats " + quoted(audio_) + " -o " + quoted(folder_ / "s.mfc"), "s.mfc: the extension"},
+      {"features --stats " + quoted(audio_) + " " + quoted(wide) + output, "wide.csv: rows of 2 values"},
+      {"features --stats " + quoted(wide) + output, "at least two frames"},
+      {"features --stats " + quoted(infinite) + output, "infinite.csv: frame 1, value 0 is not finite"},
       {"", "subcommand"},
       {"nonsense", "no subcommand 'nonsense'"},
   };

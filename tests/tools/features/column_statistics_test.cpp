@@ -1,0 +1,141 @@
+#include "features/column_statistics.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <random>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "features/feature_reader.h"
+#include "support/fault.h"
+#include "tools/support/temporary_folder.h"
+
+namespace kivsr::tools::test {
+namespace {
+
+// Correlated columns far from zero, at levels and spreads of their own.
+std::vector<FeatureMatrix> random_files(int width, std::initializer_list<int> heights) {
+  std::mt19937 generator(3);
+  std::normal_distribution<float> normal;
+  std::vector<FeatureMatrix> files;
+  for (const int height : heights) {
+    FeatureMatrix rows{width, {}};
+    for (int t = 0; t < height; ++t) {
+      const float common = normal(generator);
+      for (int k = 0; k < width; ++k)
+        rows.values.push_back(1000.0F * static_cast<float>(k * k) + static_cast<float>(files.size()) +
+                              (0.1F + static_cast<float>(k)) * (normal(generator) - common));
+    }
+    files.push_back(rows);
+  }
+  return files;
+}
+
+// Two passes in double precision.
+ColumnMoments reference(const std::vector<FeatureMatrix>& files) {
+  const auto width = static_cast<std::size_t>(files[0].width);
+  ColumnMoments moments;
+  moments.mean.assign(width, 0.0);
+  moments.covariance.assign(width * width, 0.0);
+  for (const FeatureMatrix& rows : files) moments.frames += rows.height();
+  const auto frames = static_cast<double>(moments.frames);
+  for (const FeatureMatrix& rows : files)
+    for (int t = 0; t < rows.height(); ++t)
+      for (std::size_t k = 0; k < width; ++k) moments.mean[k] += rows.row(t)[k] / frames;
+  for (const FeatureMatrix& rows : files)
+    for (int t = 0; t < rows.height(); ++t)
+      for (std::size_t i = 0; i < width; ++i)
+        for (std::size_t j = 0; j < width; ++j)
+          moments.covariance[i * width + j] +=
+              (rows.row(t)[i] - moments.mean[i]) * (rows.row(t)[j] - moments.mean[j]) / (frames - 1.0);
+  return moments;
+}
+
+ColumnMoments accumulated(const std::vector<FeatureMatrix>& files) {
+  ColumnStatistics statistics;
+  for (const FeatureMatrix& rows : files) statistics.add(rows);
+  return statistics.moments();
+}
+
+TEST(ColumnStatistics, AgreesWithTwoPassesInDoublePrecision) {
+  for (const int width : {1, 4, 39}) {
+    const auto files = random_files(width, {100, 0, 1, 2000, 37});
+    const ColumnMoments expected = reference(files);
+    const ColumnMoments found = accumulated(files);
+    EXPECT_EQ(found.files, 5);
+    EXPECT_EQ(found.frames, 2138);
+    for (std::size_t i = 0; i < expected.mean.size(); ++i) {
+      EXPECT_NEAR(found.mean[i], expected.mean[i],
+                  1e-12 * (std::abs(expected.mean[i]) + std::sqrt(expected.variance(i))));
+      for (std::size_t j = 0; j < expected.mean.size(); ++j) {
+        const std::size_t place = i * expected.mean.size() + j;
+        const double spread = std::sqrt(expected.variance(i) * expected.variance(j));
+        EXPECT_NEAR(found.covariance[place], expected.covariance[place], 1e-10 * spread) << i << ' ' << j;
+        EXPECT_EQ(found.covariance[place], found.covariance[j * expected.mean.size() + i]) << "symmetric";
+      }
+    }
+  }
+}
+
+// The first file decides what the values are taken relative to; it may lie far from all others.
+TEST(ColumnStatistics, AnOutlyingFirstFileDoesNoHarm) {
+  auto files = random_files(2, {2, 500});
+  files[0].values = {1e6F, -3e5F, 1.01e6F, -3.01e5F};
+  const ColumnMoments expected = reference(files);
+  const ColumnMoments found = accumulated(files);
+  for (std::size_t place = 0; place < 4; ++place)
+    EXPECT_NEAR(found.covariance[place] / expected.covariance[place], 1.0, 1e-8);
+}
+
+TEST(ColumnStatistics, EveryFormatHoldsTheSameNumbers) {
+  const TemporaryFolder folder;
+  const ColumnMoments moments = accumulated(random_files(3, {50}));
+  const auto written = [&](const char* name) {
+    OutputFile file(folder / name);
+    write_moments(file, moments_format(name), moments);
+    file.commit();
+    return read_file(folder / name);
+  };
+  const auto json = nlohmann::json::parse(written("a.json"));
+  EXPECT_EQ(json["mean"].get<std::vector<double>>(), moments.mean);
+  EXPECT_EQ(json["variance"][2].get<double>(), moments.variance(2));
+  EXPECT_EQ(json["covariance"][2][1].get<double>(), moments.covariance[7]);
+  EXPECT_EQ(json["columns"].get<std::vector<std::string>>(), moments.columns);
+
+  std::istringstream csv(written("a.csv"));
+  std::string line;
+  std::getline(csv, line);
+  EXPECT_EQ(line, "row,column1,column2,column3");
+  std::vector<std::string> names;
+  std::vector<double> values;
+  while (std::getline(csv, line)) {
+    std::istringstream fields(line);
+    std::string field;
+    std::getline(fields, field, ',');
+    names.push_back(field);
+    while (std::getline(fields, field, ',')) values.push_back(std::stod(field));
+  }
+  EXPECT_EQ(names, (std::vector<std::string>{"mean", "variance", "covariance_column1", "covariance_column2",
+                                             "covariance_column3"}));
+  const std::string npy = written("a.npy");
+  EXPECT_NE(npy.find("'descr': '<f8', 'fortran_order': False, 'shape': (5, 3)"), std::string::npos);
+  ASSERT_EQ(npy.size(), 128U + 15U * 8U);
+  ASSERT_EQ(values.size(), 15U);
+  for (std::size_t i = 0; i < 15; ++i) {
+    std::uint64_t bits = 0;
+    for (std::size_t byte = 0; byte < 8; ++byte)
+      bits |= static_cast<std::uint64_t>(static_cast<unsigned char>(npy[128 + 8 * i + byte])) << (8 * byte);
+    EXPECT_EQ(std::bit_cast<double>(bits), values[i]) << i;
+  }
+  EXPECT_EQ(values[0], moments.mean[0]);
+  EXPECT_EQ(values[4], moments.variance(1));
+  EXPECT_EQ(values[6], moments.covariance[0]);
+  EXPECT_THROW(moments_format("a.mfc"), Fault);
+}
+
+}  // namespace
+}  // namespace kivsr::tools::test
