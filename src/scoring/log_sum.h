@@ -113,7 +113,7 @@ inline T exponentials(T* terms, const T* src, int len, T maximum) {
   using V = simd::Vec<T>;
   constexpr int W = V::width;
   alignas(32) T copy[kBlock];
-  src = padded(copy, src, len, static_cast<T>(kLogZero));
+  src = padded(copy, src, len, -std::numeric_limits<T>::infinity());
   const V largest = V::broadcast(maximum);
   V total = V::zero();
 #pragma GCC unroll 2
