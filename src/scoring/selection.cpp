@@ -2,8 +2,11 @@
 #include "kivsr/scoring/selection.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
+#include <utility>
 
 #include "frame/allocated.h"
 #include "gaussian_arithmetic.h"
@@ -14,54 +17,146 @@
 namespace kivsr {
 namespace {
 
-constexpr int kBlock = 64;
+// Blocks of frames by blocks of components; a power of two of lanes divides both.
+constexpr int kFrames = 64;
+constexpr int kComponents = 128;
+constexpr int kRow = kFrames + 16;  // of scores: not all rows in the same few sets of a cache
 
-// The frames of one block and what is known of them so far.
-struct FrameBlock {
-  int first;
-  int frames;
-  float* running;        // log-sum of the components added to each frame
-  std::int32_t* counts;  // how many those are
+// The places of the bits of a byte, most significant first.
+struct BitList {
+  Kiv8u places[8];
+  int count;
+};
+constexpr auto kBitLists = [] {
+  std::array<BitList, 256> lists{};
+  for (unsigned byte = 0; byte < 256; ++byte) {
+    for (int k = 0; k < 8; ++k) {
+      if ((byte & 0x80U >> k) != 0) lists[byte].places[lists[byte].count++] = static_cast<Kiv8u>(k);
+    }
+  }
+  return lists;
+}();
+
+// Lists the bits of a row and returns their number. A byte writes eight places, of which its bits count.
+int list_bits(Kiv8u* list, const Kiv8u* row, int components) {
+  int n = 0;
+  for (int first = 0; first < components; first += 8) {
+    const int behind = std::max(first + 8 - components, 0);
+    const BitList& bits = kBitLists[row[first / 8] & (0xFFU << behind & 0xFFU)];
+    for (int k = 0; k < 8; ++k) list[n + k] = static_cast<Kiv8u>(bits.places[k] + first);
+    n += bits.count;
+  }
+  return n;
+}
+
+// Rows of some components.
+template <class View>
+class ChosenRows {
+ public:
+  void set(int k, const View& view, std::ptrdiff_t j) { rows_[k] = view.row(j); }
+  auto view() const { return PointerRows<std::remove_pointer_t<Row>>{rows_}; }
+
+ private:
+  using Row = decltype(std::declval<View>().row(0));
+  Row rows_[kComponents];
+};
+template <>
+class ChosenRows<UnitRows> {
+ public:
+  void set(int, const UnitRows&, std::ptrdiff_t) {}
+  UnitRows view() const { return {}; }
 };
 
-// Adds a component to the frames of the block that its bit selects.
-template <class A, class X>
+// Scores the selected components of one frame after the other and keeps them by their number within the frame. Frames
+// stand in the order of these numbers, most first: the k-th additions of all frames are then one log-addition of two
+// vectors, and frames leave at its end.
+template <class A, class X, class M, class W>
 class Selection {
- public:
-  Selection(const A& arithmetic, X x, int len) : arithmetic_(arithmetic), x_(x), len_(len) {}
+  using V = simd::Vec<float>;
 
-  template <class W>
-  void add(const FrameBlock& block, const Kiv8u* bytes, Kiv8u bit, const typename A::Element* m, W w, float val) const {
-    int selected[kBlock];
-    int n = 0;
-    for (int f = 0; f < block.frames; ++f) {
-      selected[n] = f;
-      n += (bytes[f] & bit) != 0 ? 1 : 0;
+ public:
+  Selection(const A& arithmetic, X x, M m, W w, int len, const float* vals)
+      : arithmetic_(arithmetic), x_(x), m_(m), w_(w), len_(len), vals_(vals) {}
+
+  // Frames first .. first + frames - 1 and components from `component` on; dst and counts (components added so far)
+  // belong to the first frame, the table to both.
+  void add(int first, int frames, int component, int components, const Kiv8u* table, std::ptrdiff_t columns, float* dst,
+           std::int32_t* counts) {
+    const int most = sort(frames, components, table, columns);
+    int n = frames;
+    while (n > 0 && selected_[order_[n - 1]] == 0) --n;
+    for (int k = 0; k < most; ++k) {
+      for (int place = 0; place < n; place += V::width) simd::store(scores_[k] + place, V::zero());
     }
-    if (n == 0) return;
-    alignas(32) float scores[kBlock];
-    alignas(32) float sums[kBlock];
-    for (int k = 0; k < n; ++k) {
-      scores[k] = arithmetic_.distance(x_.row(block.first + selected[k]), m, w, len_);
-      sums[k] = block.running[selected[k]];
+    for (int place = 0; place < n; ++place) score(place, x_.row(first + order_[place]), component);
+    alignas(32) float running[kFrames] = {};
+    for (int place = 0; place < n; ++place) running[place] = dst[order_[place]];
+    for (int k = 0; n > 0; ++k) {
+      // Lanes behind the last frame do not matter any more.
+      log_add(running, scores_[k], static_cast<int>(round_up(static_cast<std::size_t>(n), V::width)), kivLogAddHintAc);
+      if (k == 0) keep_first(n, running, counts);
+      for (; n > 0 && selected_[order_[n - 1]] == k + 1; --n) dst[order_[n - 1]] = running[n - 1];
     }
-    const auto constant = simd::Vec<float>::broadcast(val);
-    transform<float>(
-        n, [&](auto d) { return arithmetic_.gaussian_score(constant, d); }, scores, scores);
-    log_add(sums, scores, n, kivLogAddHintAc);
-    for (int k = 0; k < n; ++k) {
-      const int f = selected[k];
-      block.running[f] = block.counts[f]++ == 0 ? scores[k] : sums[k];
-    }
+    for (int f = 0; f < frames; ++f) counts[f] += selected_[f];
   }
 
  private:
+  // Lists what each frame has selected and sorts the frames; returns the largest number.
+  int sort(int frames, int components, const Kiv8u* table, std::ptrdiff_t columns) {
+    int starts[kComponents + 1] = {};
+    int most = 0;
+    for (int f = 0; f < frames; ++f) {
+      const int n = list_bits(lists_[f], table + f * columns, components);
+      selected_[f] = n;
+      most = std::max(most, n);
+      ++starts[n];
+    }
+    for (int n = most, place = 0; n >= 0; --n) place += std::exchange(starts[n], place);
+    for (int f = 0; f < frames; ++f) order_[starts[selected_[f]]++] = f;
+    return most;
+  }
+
+  void score(int place, const typename A::Element* x, std::ptrdiff_t component) {
+    const int n = selected_[order_[place]];
+    for (int k = 0; k < n; ++k) {
+      const std::ptrdiff_t j = component + lists_[order_[place]][k];
+      means_.set(k, m_, j);
+      weights_.set(k, w_, j);
+      chosen_vals_[k] = vals_[j];
+    }
+    arithmetic_.distances(distances_, one_row(x), means_.view(), weights_.view(), len_, n);
+    for (int k = 0; k < n; k += V::width) {
+      const V score =
+          arithmetic_.gaussian_score(simd::load<float>(chosen_vals_ + k), simd::load<float>(distances_ + k));
+      simd::store(distances_ + k, score);
+    }
+    for (int k = 0; k < n; ++k) scores_[k][place] = distances_[k];
+  }
+
+  // The first component of a frame is not added to anything.
+  void keep_first(int n, float* running, const std::int32_t* counts) const {
+    for (int place = 0; place < n; ++place) {
+      if (counts[order_[place]] == 0) running[place] = scores_[0][place];
+    }
+  }
+
   const A& arithmetic_;
   X x_;
+  M m_;
+  W w_;
   int len_;
+  const float* vals_;
+  ChosenRows<M> means_;
+  ChosenRows<W> weights_;
+  Kiv8u lists_[kFrames][kComponents];
+  int selected_[kFrames];
+  int order_[kFrames];
+  alignas(32) float chosen_vals_[kComponents] = {};
+  alignas(32) float distances_[kComponents] = {};
+  alignas(32) float scores_[kComponents][kRow];
 };
 
-// Components in their order for every frame; a column of the table, eight components, at a time.
+// Components in their order for every frame.
 template <class A, class X, class M, class W>
 KivStatus score_selected(const A& arithmetic, X x, M m, W w, int len, const float* vals, const Kiv8u* sign,
                          int components, float* dst, int frames, float none_value) {
@@ -69,21 +164,17 @@ KivStatus score_selected(const A& arithmetic, X x, M m, W w, int len, const floa
   if (counts.data() == nullptr) return kivStatusNoMemory;
   std::fill_n(counts.data(), frames, 0);
   std::fill_n(dst, frames, static_cast<float>(kLogZero));
-  const Selection<A, X> selection(arithmetic, x, len);
   const std::ptrdiff_t columns = components / 8 + (components % 8 != 0 ? 1 : 0);
-  for (int first = 0; first < frames;) {
-    const FrameBlock block{first, std::min(kBlock, frames - first), dst + first, counts.data() + first};
-    const Kiv8u* const table = sign + first * columns;
-    for (std::ptrdiff_t column = 0; column < columns; ++column) {
-      Kiv8u bytes[kBlock];
-      unsigned any = 0;
-      for (int f = 0; f < block.frames; ++f) any |= bytes[f] = table[f * columns + column];
-      const int j = static_cast<int>(column) * 8;
-      for (int k = 0; any != 0 && k < std::min(8, components - j); ++k) {
-        selection.add(block, bytes, static_cast<Kiv8u>(0x80 >> k), m.row(j + k), w.row(j + k), vals[j + k]);
-      }
+  Selection<A, X, M, W> selection(arithmetic, x, m, w, len, vals);
+  for (int f = 0; f < frames;) {
+    const int some_frames = std::min(kFrames, frames - f);
+    for (int j = 0; j < components;) {
+      const int some_components = std::min(kComponents, components - j);
+      selection.add(f, some_frames, j, some_components, sign + f * columns + j / 8, columns, dst + f,
+                    counts.data() + f);
+      j += some_components;
     }
-    first += block.frames;
+    f += some_frames;
   }
   for (int f = 0; f < frames; ++f) {
     if (counts.data()[f] == 0) dst[f] = none_value;

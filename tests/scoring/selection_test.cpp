@@ -55,7 +55,7 @@ TYPED_TEST(Selection, AddsTheSelectedComponentsInOrder) {
   using M = TypeParam;
   using E = typename M::E;
   unsigned seed = 1;
-  for (const int components : {1, 7, 8, 9, 16, 20, 21, 70}) {
+  for (const int components : {1, 7, 8, 9, 16, 20, 21, 150}) {
     for (const int frames : {1, 2, 20, 21, 64, 65, 130}) {
       for (const int len : {3, 8, 13}) {
         Random random(seed++);
