@@ -40,8 +40,8 @@ std::vector<float> lifter_weights(int lifter, int count, double scale = 1.0) {
 
 }  // namespace
 
-FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters)
-    : parameters_(parameters), window_(window_samples(parameters.window, parameters.window_length)) {
+FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters, SpectrumFilter* filter)
+    : parameters_(parameters), filter_(filter), window_(window_samples(parameters.window, parameters.window_length)) {
   const int order = std::countr_zero(static_cast<unsigned>(parameters_.fft_length));
   KivsFFTSpec_R_32f* fft = nullptr;
   check(kivsFFTInitAlloc_R_32f(&fft, order, kivFftScaleNone, 0), "kivsFFTInitAlloc_R_32f");
@@ -220,6 +220,7 @@ void FrameAnalysis::run(std::span<const float> samples, std::span<float> row) {
   window_frame(samples);
   if (parameters_.output == Output::lpc_cepstra) return cepstra_of_prediction(row);
   make_spectrum();
+  if (filter_ != nullptr) filter_->run(spectrum_);
   make_log_mel();
   if (parameters_.output == Output::log_mel)
     std::copy(energies_.begin(), energies_.end(), row.begin());

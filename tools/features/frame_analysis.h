@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "features/front_end_parameters.h"
+#include "features/spectrum_filter.h"
 #include "kivsr.h"
 #include "support/library_object.h"
 
@@ -14,7 +15,8 @@ namespace kivsr::tools {
 
 class FrameAnalysis {
  public:
-  explicit FrameAnalysis(const FrontEndParameters& parameters);
+  // filter may be null; the caller keeps it.
+  FrameAnalysis(const FrontEndParameters& parameters, SpectrumFilter* filter);
 
   // samples: the one before the frame, then those of the frame, of which the last may be missing (the window then sees
   // zeros behind the pre-emphasis). row: row_width() values.
@@ -32,6 +34,7 @@ class FrameAnalysis {
   void cepstra_of_prediction(std::span<float> row);
 
   FrontEndParameters parameters_;
+  SpectrumFilter* filter_;
   std::vector<float> window_;
   LibraryObject<KivsFFTSpec_R_32f, kivsFFTFree_R_32f> fft_;
   LibraryObject<KivsFBankState_32f, kivsFBankFree_32f> filters_;

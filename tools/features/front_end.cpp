@@ -13,9 +13,10 @@ constexpr std::size_t kBlock = 1 << 16;  // samples pushed at a time by a whole 
 
 }  // namespace
 
-FrontEnd::FrontEnd(const FrontEndParameters& parameters) : parameters_(parameters) {
+FrontEnd::FrontEnd(const FrontEndParameters& parameters, SpectrumFilter* filter)
+    : parameters_(parameters), filter_(filter) {
   parameters_.validate();
-  analysis_ = std::make_unique<FrameAnalysis>(parameters_);
+  analysis_ = std::make_unique<FrameAnalysis>(parameters_, filter_);
   start();
 }
 
@@ -62,6 +63,7 @@ void FrontEnd::push(std::span<const float> samples, FeatureMatrix& rows) {
 void FrontEnd::finish(FeatureMatrix& rows) {
   rows.width = row_width();
   if (parameters_.pad_last_frame && pending_.size() > 1) emit(pending_, rows);
+  if (filter_ != nullptr) filter_->restart();
   start();
 }
 

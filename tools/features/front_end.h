@@ -10,6 +10,7 @@
 
 #include "features/feature_matrix.h"
 #include "features/front_end_parameters.h"
+#include "features/spectrum_filter.h"
 
 namespace kivsr::tools {
 
@@ -19,7 +20,8 @@ class FrameAnalysis;
 // The rows are the same bits however the samples are cut into blocks.
 class FrontEnd {
  public:
-  explicit FrontEnd(const FrontEndParameters& parameters);
+  // The filter changes the spectrum of each frame; it may be null, and the caller keeps it.
+  explicit FrontEnd(const FrontEndParameters& parameters, SpectrumFilter* filter = nullptr);
   ~FrontEnd();
   FrontEnd(FrontEnd&&) noexcept;
   FrontEnd& operator=(FrontEnd&&) noexcept;
@@ -39,6 +41,7 @@ class FrontEnd {
   void emit(std::span<const float> samples, FeatureMatrix& rows);
 
   FrontEndParameters parameters_;
+  SpectrumFilter* filter_;
   std::unique_ptr<FrameAnalysis> analysis_;
   std::vector<float> pending_;  // the sample before the next frame, then those of the frame and behind it
   std::size_t skip_ = 0;        // samples to drop before those
