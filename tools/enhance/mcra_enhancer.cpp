@@ -14,8 +14,10 @@ namespace kivsr::tools {
 
 namespace {
 
-constexpr int kOverlap = 4;         // frames that a sample is part of
-constexpr int kFramesASecond = 50;  // of which the shortest frame is one
+constexpr int kOverlap = 4;            // frames that a sample is part of
+constexpr int kFramesASecond = 50;     // of which the shortest frame is one
+constexpr int kFirstFrames = 12;       // whose mean power the noise estimate begins with
+constexpr double kNoiseSeconds = 1.0;  // in which the smoothed estimate follows a step to 1 - 1/e
 
 int frame_length(int sample_rate) {
   return static_cast<int>(std::bit_ceil(static_cast<unsigned>(std::clamp(sample_rate, 8000, 48000)) / kFramesASecond));
@@ -31,11 +33,13 @@ std::vector<float> root_hann(int length) {
 
 }  // namespace
 
-McraEnhancer::McraEnhancer(int sample_rate, GainRule rule)
+McraEnhancer::McraEnhancer(int sample_rate, const GainSettings& settings)
     : sample_rate_(sample_rate),
       fft_length_(frame_length(sample_rate)),
       hop_(fft_length_ / kOverlap),
-      gain_(sample_rate, fft_length_, hop_, SpectralGainSettings{.rule = rule}),
+      beginning_(static_cast<std::size_t>(kFirstFrames * hop_)),
+      mcra_(sample_rate, fft_length_, hop_),
+      gain_(fft_length_ / 2 + 1, settings),
       analysis_window_(root_hann(fft_length_)),
       synthesis_window_(analysis_window_) {
   // The squares of the windows that overlap at a sample sum to half their number.
@@ -58,24 +62,36 @@ McraEnhancer::McraEnhancer(int sample_rate, GainRule rule)
 void McraEnhancer::push(std::span<const float> samples, std::vector<float>& output) {
   received_ += samples.size();
   pending_.insert(pending_.end(), samples.begin(), samples.end());
-  if (!started_ && pending_.size() < static_cast<std::size_t>(fft_length_)) return;
-  start();
+  if (!started_ && pending_.size() < beginning_) return;
+  if (!started_) start();
   process_pending(output);
 }
 
-// The frames that begin before the signal see its beginning mirrored, so that the noise estimate starts at its level.
+// The frames that begin before the signal see its beginning mirrored, so that they have its level.
 void McraEnhancer::start() {
-  if (started_) return;
   started_ = true;
-  const auto lead = static_cast<std::size_t>(fft_length_ - hop_);
-  std::vector<float> mirrored(lead);
+  skip_ = static_cast<std::size_t>(fft_length_ - hop_);
+  std::vector<float> mirrored(skip_);
   const std::size_t period = std::max<std::size_t>(1, 2 * (pending_.size() - 1));
-  for (std::size_t i = 1; i <= lead; ++i) {
+  for (std::size_t i = 1; i <= skip_; ++i) {
     const std::size_t place = i % period;
-    mirrored[lead - i] = pending_[std::min(place, period - place)];
+    mirrored[skip_ - i] = pending_[std::min(place, period - place)];
   }
   pending_.insert(pending_.begin(), mirrored.begin(), mirrored.end());
-  skip_ = lead;
+  const auto length = static_cast<std::size_t>(fft_length_);
+  pending_.resize(std::max(pending_.size(), length), 0.0F);
+
+  const int bins = static_cast<int>(power_.size());
+  noise_.assign(power_.size(), 0.0F);
+  int frames = 0;
+  for (std::size_t begin = 0; frames < kFirstFrames && begin + length <= pending_.size(); ++frames) {
+    analyse(std::span(pending_).subspan(begin, length));
+    check(kivsAdd_32f_I(power_.data(), noise_.data(), bins), "kivsAdd_32f_I");
+    begin += static_cast<std::size_t>(hop_);
+  }
+  check(kivsMulC_32f_I(1.0F / static_cast<float>(frames), noise_.data(), bins), "kivsMulC_32f_I");
+  mcra_.begin(noise_);
+  gain_.restart();
 }
 
 void McraEnhancer::process_pending(std::vector<float>& output) {
@@ -97,7 +113,8 @@ void McraEnhancer::process_pending(std::vector<float>& output) {
   pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(begin));
 }
 
-void McraEnhancer::process_frame(std::span<const float> frame) {
+// samples_ and power_ of a frame.
+void McraEnhancer::analyse(std::span<const float> frame) {
   check(kivsMul_32f(frame.data(), analysis_window_.data(), samples_.data(), fft_length_), "kivsMul_32f");
   check(kivsFFTFwd_RToPack_32f(samples_.data(), samples_.data(), fft_.get(), fft_work_.data()),
         "kivsFFTFwd_RToPack_32f");
@@ -106,10 +123,15 @@ void McraEnhancer::process_frame(std::span<const float> frame) {
   power_.back() = samples_[last] * samples_[last];
   for (std::size_t k = 1; 2 * k < last; ++k)
     power_[k] = samples_[2 * k - 1] * samples_[2 * k - 1] + samples_[2 * k] * samples_[2 * k];
+}
 
-  gain_.run(power_, gains_);
+void McraEnhancer::process_frame(std::span<const float> frame) {
+  analyse(frame);
+  smooth_noise(mcra_.update(power_));
+  gain_.run(power_, noise_, gains_);
   record_frame();
 
+  const std::size_t last = samples_.size() - 1;
   factors_.front() = gains_.front();
   factors_.back() = gains_.back();
   for (std::size_t k = 1; 2 * k < last; ++k) factors_[2 * k - 1] = factors_[2 * k] = gains_[k];
@@ -120,14 +142,22 @@ void McraEnhancer::process_frame(std::span<const float> frame) {
   check(kivsAdd_32f_I(samples_.data(), overlap_.data(), fft_length_), "kivsAdd_32f_I");
 }
 
+// The library's estimate follows a frame within some 20 ms, and with it the speech that MCRA takes for noise.
+void McraEnhancer::smooth_noise(std::span<const float> estimate) {
+  const int bins = static_cast<int>(noise_.size());
+  const auto kept = static_cast<float>(std::exp(-hop_ / (kNoiseSeconds * sample_rate_)));
+  check(kivsMulC_32f_I(kept, noise_.data(), bins), "kivsMulC_32f_I");
+  check(kivsMulC_32f(estimate.data(), 1.0F - kept, gains_.data(), bins), "kivsMulC_32f");
+  check(kivsAdd_32f_I(gains_.data(), noise_.data(), bins), "kivsAdd_32f_I");
+}
+
 // The middles of the frames are multiples of the hop; that of the first lies before the signal, some behind it.
 void McraEnhancer::record_frame() {
   const std::size_t frame = frames_++;
   if (track_ == nullptr || frame == 0 || (frame - 1) * static_cast<std::size_t>(hop_) >= received_) return;
   track_->hop = hop_;
   track_->power.width = static_cast<int>(power_.size());
-  const auto noise = gain_.noise();
-  track_->power.values.insert(track_->power.values.end(), noise.begin(), noise.end());
+  track_->power.values.insert(track_->power.values.end(), noise_.begin(), noise_.end());
   // The squared window sums to half the length.
   check(kivsMulC_32f_I(2.0F / static_cast<float>(fft_length_), track_->power.row(track_->power.height() - 1).data(),
                        track_->power.width),
@@ -136,7 +166,7 @@ void McraEnhancer::record_frame() {
 
 void McraEnhancer::finish(std::vector<float>& output) {
   if (received_ != 0) {
-    start();
+    if (!started_) start();
     process_pending(output);
     while (emitted_ < received_) {
       pending_.resize(static_cast<std::size_t>(fft_length_), 0.0F);
@@ -147,7 +177,6 @@ void McraEnhancer::finish(std::vector<float>& output) {
   pending_.clear();
   received_ = emitted_ = skip_ = frames_ = 0;
   started_ = false;
-  gain_.restart();
 }
 
 }  // namespace kivsr::tools

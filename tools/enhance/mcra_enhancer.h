@@ -7,7 +7,8 @@
 #include <vector>
 
 #include "enhance/enhancer.h"
-#include "enhance/spectral_gain.h"
+#include "enhance/mcra_noise.h"
+#include "enhance/suppression_gain.h"
 #include "kivsr.h"
 #include "support/library_object.h"
 
@@ -17,10 +18,10 @@ namespace kivsr::tools {
 // and behind the gain: gains of 1 give the input back. 8000 to 48000 Hz.
 class McraEnhancer : public Enhancer {
  public:
-  McraEnhancer(int sample_rate, GainRule rule);
+  McraEnhancer(int sample_rate, const GainSettings& settings);
 
   int sample_rate() const override { return sample_rate_; }
-  int delay() const override { return fft_length_ - 1; }
+  int delay() const override { return static_cast<int>(beginning_) - 1; }
   void push(std::span<const float> samples, std::vector<float>& output) override;
   void finish(std::vector<float>& output) override;
 
@@ -28,12 +29,16 @@ class McraEnhancer : public Enhancer {
   void start();
   void process_pending(std::vector<float>& output);
   void process_frame(std::span<const float> frame);
+  void analyse(std::span<const float> frame);
+  void smooth_noise(std::span<const float> estimate);
   void record_frame();
 
   int sample_rate_;
   int fft_length_;
   int hop_;
-  SpectralGain gain_;
+  std::size_t beginning_;  // samples that the noise estimate begins with
+  McraNoise mcra_;
+  SuppressionGain gain_;
   LibraryObject<KivsFFTSpec_R_32f, kivsFFTFree_R_32f> fft_;
   std::vector<Kiv8u> fft_work_;
   std::vector<float> analysis_window_;
@@ -43,6 +48,7 @@ class McraEnhancer : public Enhancer {
   std::vector<float> samples_;  // one frame, its Pack spectrum, and its samples again
   std::vector<float> factors_;  // the gains as the spectrum is ordered
   std::vector<float> power_;
+  std::vector<float> noise_;  // the estimates, smoothed
   std::vector<float> gains_;
   std::size_t received_ = 0;  // samples of the signal
   std::size_t emitted_ = 0;   // of its output
