@@ -44,9 +44,10 @@ struct CandidateLists {
   Tiles list(const Tiles& all, std::ptrdiff_t i) const {
     return Tiles{values, all.weights, all.width, 0}.from(first_tile[i], sizes[i]);
   }
-  Kiv32s codeword(std::ptrdiff_t list, int lane) const {
-    return codewords[static_cast<std::ptrdiff_t>(first_tile[list]) * kLanes + lane];
+  std::ptrdiff_t slot(std::ptrdiff_t list, int lane) const {
+    return static_cast<std::ptrdiff_t>(first_tile[list]) * kLanes + lane;
   }
+  Kiv32s codeword(std::ptrdiff_t list, int lane) const { return codewords[slot(list, lane)]; }
   // Copies codeword `index` of the book into a lane of a list.
   void set(const Tiles& all, std::ptrdiff_t list, int lane, Kiv32s index);
   // Marks the lanes behind the end of a list as unused.
@@ -63,14 +64,14 @@ class CandidateListsLayout {
   Part<float> values_;
 };
 
-inline constexpr int kMostVisited = 16;
+inline constexpr int kMostGroups = 2048;
 
 // The leaves of the cluster tree in groups: those below one node at which the two-way levels end.
 struct Groups {
   Tiles centroids;  // of the groups
   CandidateLists lists;
-  int count;
-  int visited;  // the nearest groups that a search looks into, at most kMostVisited
+  int count;    // at most kMostGroups
+  float reach;  // a search looks into the groups whose D is at most so many times that of the nearest
 };
 
 struct SearchIndex {

@@ -99,45 +99,39 @@ int nearest_in_grid(const Grid& grid, const Tiles& all, const float* x) {
 }
 
 int nearest_in_groups(const Groups& groups, const Tiles& all, const float* x) {
-  // The nearest groups by insertion.
-  int order[kMostVisited];
-  float to_group[kMostVisited];
-  int known = 0;
-  if (groups.count == 1) {
-    order[known++] = 0;
-  } else {
-    each_half_tile(groups.centroids, x, [&](std::ptrdiff_t first, V d) {
-      if (known == groups.visited && !any(d < V::broadcast(to_group[known - 1]))) return;
-      float lanes[V::width];
-      store(lanes, d);
-      for (int k = 0; k < V::width && first + k < groups.count; ++k) {
-        if (known == groups.visited && !(lanes[k] < to_group[known - 1])) continue;
-        int place = known < groups.visited ? known++ : known - 1;
-        for (; place > 0 && lanes[k] < to_group[place - 1]; --place) {
-          to_group[place] = to_group[place - 1];
-          order[place] = order[place - 1];
-        }
-        to_group[place] = lanes[k];
-        order[place] = static_cast<int>(first) + k;
+  float to_group[kMostGroups + kLanes];
+  V least_of_lanes = V::broadcast(kInfinity);
+  each_half_tile(groups.centroids, x, [&](std::ptrdiff_t first, V d) {
+    store(to_group + first, d);
+    least_of_lanes = min(d, least_of_lanes);
+  });
+  const V limit = V::broadcast(least_lane(least_of_lanes) * groups.reach);
+  const auto each_group = [&](auto visit) {
+    for (int first = 0; first < groups.count; first += V::width) {
+      unsigned close = bit_mask(simd::load<float>(to_group + first) <= limit);
+      for (; close != 0; close &= close - 1) {
+        const int group = first + std::countr_zero(close);
+        if (group < groups.count) visit(group);
       }
-    });
-  }
-  float least = kInfinity;
-  Kiv32s codeword = -1;
-  for (int n = 0; n < known; ++n) {
-    const Tiles leaves = groups.lists.list(all, order[n]);
-    const Nearest found = nearest(leaves, x);
-    if (found.index < 0 || !(found.distance < least)) continue;
-    least = found.distance;
-    int leaf = found.index;
-    // Leaves stand right to left: of nearly equal ones the rightmost wins.
-    if (!tolerant_less(static_cast<double>(least), static_cast<double>(found.second))) {
-      leaf = 0;
-      while (tolerant_less(static_cast<double>(least), static_cast<double>(distance(leaves, leaf, x)))) ++leaf;
     }
-    codeword = groups.lists.codeword(order[n], leaf);
-  }
-  return codeword >= 0 ? codeword : nearest_of_all(all, x);
+  };
+
+  LaneMinimum lanes;
+  each_group([&](int group) { add_nearest(groups.lists.list(all, group), x, groups.lists.slot(group, 0), lanes); });
+  const Nearest found = least_of(lanes);
+  if (found.index < 0) return nearest_of_all(all, x);
+  if (tolerant_less(static_cast<double>(found.distance), static_cast<double>(found.second)))
+    return groups.lists.codewords[found.index];
+  // Leaves stand right to left: of nearly equal ones in a group the rightmost wins.
+  int codeword = -1;
+  each_group([&](int group) {
+    const Tiles leaves = groups.lists.list(all, group);
+    for (int leaf = 0; leaf < leaves.count && codeword < 0; ++leaf) {
+      const auto d = static_cast<double>(distance(leaves, leaf, x));
+      if (!tolerant_less(static_cast<double>(found.distance), d)) codeword = groups.lists.codeword(group, leaf);
+    }
+  });
+  return codeword;
 }
 
 }  // namespace kivsr::vq

@@ -65,13 +65,10 @@ inline void add_distances(const Tiles& tiles, std::ptrdiff_t t, const float* x, 
   }
 }
 
-// visit(first lane, distances) for every half tile in order.
-template <bool Weighted, class Visit>
-inline void each_half_tile(const Tiles& tiles, const float* x, Visit visit) {
-  constexpr int N = simd::kAccumulators / 2;
-  const std::ptrdiff_t size = tiles.size();
-  std::ptrdiff_t t = 0;
-  for (; t + N <= size; t += N) {
+// visit(first lane, distances) for every half tile in order: N tiles at once, the rest by half as many.
+template <bool Weighted, int N, class Visit>
+inline void each_half_tile_from(const Tiles& tiles, std::ptrdiff_t t, const float* x, Visit visit) {
+  for (; t + N <= tiles.size(); t += N) {
     V sums[2 * N];
 #pragma GCC unroll 8
     for (V& sum : sums) sum = V::zero();
@@ -79,20 +76,15 @@ inline void each_half_tile(const Tiles& tiles, const float* x, Visit visit) {
 #pragma GCC unroll 8
     for (int n = 0; n < 2 * N; ++n) visit(t * kLanes + n * V::width, sums[n]);
   }
-  for (; t < size; ++t) {
-    V sums[2] = {V::zero(), V::zero()};
-    add_distances<1, Weighted>(tiles, t, x, sums);
-    visit(t * kLanes, sums[0]);
-    visit(t * kLanes + V::width, sums[1]);
-  }
+  if constexpr (N > 1) each_half_tile_from<Weighted, N / 2>(tiles, t, x, visit);
 }
 
 template <class Visit>
 inline void each_half_tile(const Tiles& tiles, const float* x, Visit visit) {
   if (tiles.weights == nullptr) {
-    each_half_tile<false>(tiles, x, visit);
+    each_half_tile_from<false, simd::kAccumulators / 2>(tiles, 0, x, visit);
   } else {
-    each_half_tile<true>(tiles, x, visit);
+    each_half_tile_from<true, simd::kAccumulators / 2>(tiles, 0, x, visit);
   }
 }
 
@@ -121,9 +113,16 @@ struct LaneMinimum {
   }
 };
 
-inline Nearest nearest(const Tiles& tiles, const float* x) {
-  LaneMinimum lanes;
-  each_half_tile(tiles, x, [&](std::ptrdiff_t first, V d) { lanes.add(d, V::broadcast(static_cast<float>(first))); });
+inline float least_lane(V v) {
+  float lanes[V::width];
+  store(lanes, v);
+  float least = lanes[0];
+  for (int k = 1; k < V::width; ++k) least = std::min(least, lanes[k]);
+  return least;
+}
+
+// Tags are the indices of the first lanes.
+inline Nearest least_of(const LaneMinimum& lanes) {
   float best[V::width];
   float second[V::width];
   float tag[V::width];
@@ -143,6 +142,18 @@ inline Nearest nearest(const Tiles& tiles, const float* x) {
     result.second = std::min(result.second, second[k]);
   }
   return result;
+}
+
+// first: index of the first codeword.
+inline void add_nearest(const Tiles& tiles, const float* x, std::ptrdiff_t first, LaneMinimum& lanes) {
+  each_half_tile(tiles, x,
+                 [&](std::ptrdiff_t lane, V d) { lanes.add(d, V::broadcast(static_cast<float>(first + lane))); });
+}
+
+inline Nearest nearest(const Tiles& tiles, const float* x) {
+  LaneMinimum lanes;
+  add_nearest(tiles, x, 0, lanes);
+  return least_of(lanes);
 }
 
 // Adds the distances of x to the codewords of tile t.

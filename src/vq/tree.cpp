@@ -1,6 +1,6 @@
 // A descent that decides at every node by the nearer centroid ends far from the nearest codeword, because k-means moves
 // vectors between subtrees. The search takes all nodes at which the two-way levels end instead and looks into the
-// nearest of them; how many is measured on the training vectors.
+// nearest of them; how far it looks is measured on the training vectors.
 #include "tree.h"
 
 #include <algorithm>
@@ -16,10 +16,20 @@ namespace {
 // Of the least mean distance, when searches look into some groups only.
 constexpr double kDistortion = 1.02;
 constexpr int kProbes = 512;
+// Costs of a search, in multiply-adds of a tile and element of the expanded form of the whole book: measured.
+constexpr double kFixedCost = 150.0;
+constexpr double kGroupCost = 30.0;
+constexpr double kElementCost = 3.0;
+constexpr double kTileCost = 3.0;
+// Squared distances of groups that a search may look into, relative to that of the nearest.
+constexpr float kReaches[] = {1.0F, 1.1F, 1.2F, 1.35F, 1.5F, 1.75F, 2.0F, 2.5F, 3.0F, 4.0F, 6.0F, 10.0F};
+constexpr int kReachCount = sizeof kReaches / sizeof kReaches[0];
 
+// The work of looking at all groups and into some of them is least near groups of half the root of the codewords.
 int group_size(int codewords) {
   if (codewords < kLeastCentred) return codewords;
-  return codewords < 16 * kLanes ? kLanes : 2 * kLanes;
+  const auto half_root = static_cast<int>(std::sqrt(static_cast<float>(codewords)) / 2.0F);
+  return std::max((half_root + kLanes / 2) / kLanes, 1) * kLanes;
 }
 
 bool ends_levels(const Cluster& node, int codewords) {
@@ -88,44 +98,65 @@ void fill_lists(const Training& training, Cluster* records, Cluster** leaves, in
   }
 }
 
-// The mean distance of probes to what a search finds that looks into 1, 2, ... groups, against the least.
+// What searches of each reach would find and cost, on the average of some probes.
 class Calibration {
  public:
+  struct Costs {
+    double groups = 0.0;  // looked into
+    double tiles = 0.0;   // in them
+  };
   Calibration(const Tiles& all, const Groups& groups, float* scratch) : all_(all), groups_(groups), scratch_(scratch) {}
 
   void probe(const float* x) {
     distances(groups_.centroids, x, scratch_);
+    const float to_nearest = *std::min_element(scratch_, scratch_ + groups_.count);
+    float found[kReachCount];
+    std::fill_n(found, kReachCount, kInfinity);
+    for (int g = 0; g < groups_.count; ++g) {
+      int reach = 0;
+      while (reach < kReachCount && !(scratch_[g] <= to_nearest * kReaches[reach])) ++reach;
+      if (reach == kReachCount) continue;
+      const Tiles leaves = groups_.lists.list(all_, g);
+      found[reach] = std::min(found[reach], nearest(leaves, x).distance);
+      costs_[reach].groups += 1.0;
+      costs_[reach].tiles += static_cast<double>(leaves.size());
+    }
     float least = kInfinity;
-    for (int visit = 0; visit < kMostVisited; ++visit) {
-      int group = -1;
-      for (int g = 0; g < groups_.count; ++g) {
-        if (scratch_[g] < (group < 0 ? kInfinity : scratch_[group])) group = g;
-      }
-      if (group >= 0) {
-        scratch_[group] = kInfinity;
-        least = std::min(least, nearest(groups_.lists.list(all_, group), x).distance);
-      }
-      sums_[visit] += static_cast<double>(least);
+    for (int reach = 0; reach < kReachCount; ++reach) {
+      least = std::min(least, found[reach]);
+      sums_[reach] += static_cast<double>(least);
     }
     least_sum_ += static_cast<double>(nearest(all_, x).distance);
+    ++probes_;
   }
-  // Groups to look into, or more than kMostVisited.
-  int visits() const {
-    int visited = 1;
-    while (visited <= kMostVisited && !(sums_[visited - 1] <= kDistortion * least_sum_)) ++visited;
-    return visited;
+  // Place of the reach that suffices, kReachCount if none does.
+  int reach() const {
+    int reach = 0;
+    while (reach < kReachCount && !(sums_[reach] <= kDistortion * least_sum_)) ++reach;
+    return reach;
+  }
+  Costs costs(int reach) const {
+    Costs mean;
+    for (int i = 0; i <= reach; ++i) {
+      mean.groups += costs_[i].groups / probes_;
+      mean.tiles += costs_[i].tiles / probes_;
+    }
+    return mean;
   }
 
  private:
   const Tiles& all_;
   const Groups& groups_;
   float* scratch_;
-  double sums_[kMostVisited] = {};
+  double sums_[kReachCount] = {};
+  Costs costs_[kReachCount];
   double least_sum_ = 0.0;
+  int probes_ = 0;
 };
 
-// Measured on training vectors and on points between two of them; the worse one decides.
-int measure_visits(const Training& training, const Tiles& all, const Groups& groups, float* scratch) {
+// Sets the reach by training vectors and points between two of them; the worse ones decide. False: comparing every
+// codeword is faster.
+bool calibrate(const Training& training, const Tiles& all, Groups& groups, float* scratch) {
   float* const point = scratch + tiles_of(groups.count) * kLanes;
   Calibration at_vectors(all, groups, scratch);
   Calibration between(all, groups, scratch);
@@ -137,7 +168,13 @@ int measure_visits(const Training& training, const Tiles& all, const Groups& gro
     for (int j = 0; j < all.width; ++j) point[j] = (training.vector(chosen)[j] + training.vector(other)[j]) / 2.0F;
     between.probe(point);
   }
-  return std::max(at_vectors.visits(), between.visits());
+  const int reach = std::max(at_vectors.reach(), between.reach());
+  if (reach == kReachCount) return false;
+  groups.reach = kReaches[reach];
+  const Calibration::Costs costs = at_vectors.costs(reach);
+  const double grouped = kFixedCost + kGroupCost * costs.groups +
+                         kElementCost * (static_cast<double>(groups.centroids.size()) + costs.tiles) * all.width;
+  return grouped < static_cast<double>(all.size()) * (all.width + kTileCost);
 }
 
 }  // namespace
@@ -192,6 +229,7 @@ bool build_groups(const Training& training, const Tiles& all, const Cluster& roo
     ++count;
     tiles += tiles_of(records[i].entries);
   }
+  if (count > kMostGroups) return true;
   const auto width = static_cast<std::size_t>(all.width);
   const auto group_lanes = static_cast<std::size_t>(tiles_of(count) * kLanes);
   Layout layout;
@@ -205,7 +243,7 @@ bool build_groups(const Training& training, const Tiles& all, const Cluster& roo
 
   Groups* const result = header.in(block);
   float* const values = centroids.in(block);
-  *result = {{values, all.weights, all.width, count}, parts.in(block), count, 1};
+  *result = {{values, all.weights, all.width, count}, parts.in(block), count, 1.0F};
   clear_lanes(values, all.weights, all.width, 0, static_cast<std::ptrdiff_t>(group_lanes));
   Kiv32s tile = 0;
   int group = 0;
@@ -223,16 +261,9 @@ bool build_groups(const Training& training, const Tiles& all, const Cluster& roo
     ++group;
   }
 
-  if (count > 1) {
-    result->visited = measure_visits(training, all, *result, scratch.data());
-    // Operations of either search; the expanded form of the whole book needs half as many an element.
-    const double compared = static_cast<double>(tiles_of(count)) + static_cast<double>(result->visited * tiles) / count;
-    const double grouped = 2.0 * compared * all.width + 40.0 * (result->visited + 1);
-    const double whole = static_cast<double>(all.size()) * (all.width + 10);
-    if (result->visited > kMostVisited || grouped > whole) {
-      release(block);
-      return true;
-    }
+  if (count > 1 && !calibrate(training, all, *result, scratch.data())) {
+    release(block);
+    return true;
   }
   *groups = result;
   return true;
