@@ -80,16 +80,6 @@ struct FftSpec {
   }
 };
 
-// The spectrum times its own conjugate, in place, n >= 2 values in Pack layout.
-void power_spectrum(float* pack, std::ptrdiff_t n) {
-  pack[0] *= pack[0];
-  pack[n - 1] *= pack[n - 1];
-  for (std::ptrdiff_t i = 1; i + 1 < n; i += 2) {
-    pack[i] = pack[i] * pack[i] + pack[i + 1] * pack[i + 1];
-    pack[i + 1] = 0.0F;
-  }
-}
-
 // The inverse transform of the power spectrum, the frame padded with zeros to twice its length or more so that the
 // ends do not meet.
 KivStatus fft_sums(float* r, const float* x, std::ptrdiff_t len, std::ptrdiff_t lags) {
@@ -105,7 +95,8 @@ KivStatus fft_sums(float* r, const float* x, std::ptrdiff_t len, std::ptrdiff_t 
   zero(buffer.data() + len, n - len);
   status = kivsFFTFwd_RToPack_32f(buffer.data(), buffer.data(), fft.object, nullptr);
   if (status != kivStatusOk) return status;
-  power_spectrum(buffer.data(), n);
+  status = kivsMulPackConj_32f_I(buffer.data(), buffer.data(), static_cast<int>(n));
+  if (status != kivStatusOk) return status;
   status = kivsFFTInv_PackToR_32f(buffer.data(), buffer.data(), fft.object, nullptr);
   if (status != kivStatusOk) return status;
   copy(r, buffer.data(), lags);

@@ -27,7 +27,7 @@ Sizes sizes_32f(int order) {
   if (order < kFirstTableOrder) return {sizeof(KivsFFTSpec_R_32f) + 32, 0, 0};
   const std::uint64_t n = std::uint64_t{1} << order;
   // The real pass fills up to 7/8 of its share.
-  return {sizeof(float) * middle_table_count<float>(order) + 64 * (n / 16) + 128, order > kFixedOrder ? n + 64 : 0,
+  return {sizeof(float) * middle_table_count<float>(order) + 64 * (n / 16) + 128, order >= kTemporaryOrder ? n + 64 : 0,
           sizeof(float) * work_count<float>(order) + 32};
 }
 

@@ -36,7 +36,7 @@ struct Integer16s32s {
     const std::uint64_t tables = middle_table_count<double>(order) + real_table_count(order);
     // The work buffer holds the spectrum, too.
     return {kHeaderBytes + sizeof(double) * tables + 31,
-            order > kFixedOrder ? sizeof(double) * quarter_wave_count(order) + 31 : 0,
+            order >= kTemporaryOrder ? sizeof(double) * quarter_wave_count(order) + 31 : 0,
             sizeof(double) * (work_count<double>(order) + n + 2) + 31};
   }
 

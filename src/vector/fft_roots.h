@@ -1,5 +1,5 @@
 // Roots of unity w_N^e = exp(-2 pi i e / N), N = 2^order, from a quarter of a sine wave. Each value is computed on its
-// own, in double precision, and rounded once.
+// own, in double precision.
 #pragma once
 
 #include <cstddef>
@@ -7,8 +7,10 @@
 
 namespace kivsr::fft {
 
-// Up to this order the wave is a constant of the library; above it is built in temporary memory.
-inline constexpr int kFixedOrder = 10;
+// Up to this order the wave is a constant of the library; above it is built in temporary memory, which callers provide
+// from the second order on.
+inline constexpr int kFixedOrder = 12;
+inline constexpr int kTemporaryOrder = 11;
 
 // sin(2 pi i / 2^kFixedOrder) for i = 0 .. 2^kFixedOrder / 4.
 struct FixedWave {
@@ -18,13 +20,12 @@ extern const FixedWave kFixedWave;
 
 constexpr std::size_t quarter_wave_count(int order) { return (std::size_t{1} << order) / 4 + 1; }
 
-// Fills quarter_wave_count(order) values.
+// Fills quarter_wave_count(order) values; order > kFixedOrder.
 template <class T>
 void build_quarter_wave(T* wave, int order);
 
-template <class Wave>
 struct Root {
-  Wave re, im;
+  double re, im;
 };
 
 template <class Wave>
@@ -32,26 +33,24 @@ class Roots {
  public:
   // wave: the quarter wave of 2^wave_order points, wave_order >= order.
   Roots(const Wave* wave, int wave_order, int order)
-      : wave_(wave), step_shift_(wave_order - order), quarter_(std::uint64_t{1} << order >> 2) {}
+      : wave_(wave), step_shift_(wave_order - order), quarter_shift_(order - 2) {}
 
-  std::uint64_t size() const { return 4 * quarter_; }
-  Root<Wave> get(std::uint64_t exponent) const {
-    const std::uint64_t e = exponent & (4 * quarter_ - 1);
-    const std::uint64_t rest = e & (quarter_ - 1);
-    const Wave sine = wave_[rest << step_shift_];
-    const Wave cosine = wave_[(quarter_ - rest) << step_shift_];
-    switch (e / quarter_) {
-      case 0: return {cosine, -sine};
-      case 1: return {-sine, -cosine};
-      case 2: return {-cosine, sine};
-      default: return {sine, cosine};
-    }
+  std::uint64_t size() const { return std::uint64_t{4} << quarter_shift_; }
+  // gain w_N^exponent, without branches: the quarters come in any order.
+  Root times(double gain, std::uint64_t exponent) const {
+    const std::uint64_t quarter = std::uint64_t{1} << quarter_shift_;
+    const std::uint64_t rest = exponent & (quarter - 1);
+    const unsigned number = static_cast<unsigned>(exponent >> quarter_shift_) & 3U;
+    const std::uint64_t place = (number & 1U) != 0 ? rest : quarter - rest;
+    const double signed_gain[] = {gain, -gain};
+    return {signed_gain[(number ^ number >> 1) & 1U] * wave_[place << step_shift_],
+            signed_gain[number < 2 ? 1 : 0] * wave_[(quarter - place) << step_shift_]};
   }
 
  private:
   const Wave* wave_;
   int step_shift_;
-  std::uint64_t quarter_;
+  int quarter_shift_;
 };
 
 }  // namespace kivsr::fft

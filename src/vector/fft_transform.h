@@ -115,9 +115,9 @@ void build_tables(const Tables<T>& tables, int order, const Roots<Wave>& roots) 
   const auto block = [&](T*& p, double gain, std::uint64_t first_column, auto exponent) {
     for (int l = 0; l < width; ++l) {
       const auto column = first_column + static_cast<std::uint64_t>(detail::lane_element<T>(width, l));
-      const auto [re, im] = roots.get(exponent(column));
-      p[l] = static_cast<T>(gain * re);
-      p[width + l] = static_cast<T>(gain * im);
+      const Root root = roots.times(gain, exponent(column));
+      p[l] = static_cast<T>(root.re);
+      p[width + l] = static_cast<T>(root.im);
     }
     p += 2 * width;
   };
