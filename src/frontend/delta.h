@@ -31,24 +31,33 @@ inline void put(Kiv16s* dst, Lanes<Kiv16s> x) {
   simd::store_rounded(dst, min(Lanes<Kiv16s>::broadcast(32767.0), x));
 }
 
-// dst[i] = value(at) for the columns i of one row, where at(p) holds p[i]. The last columns are computed as a full
-// vector that overlaps the one before; dst must not be among the sources.
-template <class T, class Value>
-inline void for_columns(std::ptrdiff_t width, T* dst, Value value) {
+// body(at, put) for the columns i of one row, where at(p) reads p[i] and put(p, x) writes it. The last columns are
+// computed as a full vector that overlaps the one before; nothing that is written may be among what is read.
+template <class T, class Width, class Body>
+inline void for_columns(Width width, Body body) {
   using N = Number<T>;
   constexpr std::ptrdiff_t W = simd::Vec<N>::width;
   if (width < W) {
     const int n = static_cast<int>(width);
-    T columns[W];
-    put(columns, value([=](const auto* p) { return simd::load_some<N>(p, n); }));
-    for (int i = 0; i < n; ++i) dst[i] = columns[i];
+    body([=](const auto* p) { return simd::load_some<N>(p, n); },
+         [=](T* p, Lanes<T> x) {
+           T columns[W];
+           put(columns, x);
+           for (int i = 0; i < n; ++i) p[i] = columns[i];
+         });
     return;
   }
-  const auto put_from = [&](std::ptrdiff_t i) {
-    put(dst + i, value([=](const auto* p) { return simd::load<N>(p + i); }));
+  const auto from = [&](std::ptrdiff_t i) {
+    body([=](const auto* p) { return simd::load<N>(p + i); }, [=](T* p, Lanes<T> x) { put(p + i, x); });
   };
-  for (std::ptrdiff_t i = 0; i + W <= width; i += W) put_from(i);
-  if (width % W != 0) put_from(width - W);
+  for (std::ptrdiff_t i = 0; i + W <= width; i += W) from(i);
+  if (width % W != 0) from(width - W);
+}
+
+// dst[i] = value(at).
+template <class T, class Width, class Value>
+inline void for_columns(Width width, T* dst, Value value) {
+  for_columns<T>(width, [=](auto at, auto put_columns) { put_columns(dst, value(at)); });
 }
 
 // --- windows: x(k) is the row k frames later -----------------------------------------------------------------------
@@ -160,10 +169,10 @@ struct RoundingOf<Kiv16s> {
 // Slope over `reach` frames on both sides, from the columns at `offset` into the `width` columns behind them. In the
 // first `reach` rows row 0 stands for every earlier frame, in the last ones the last row for every later frame, also
 // where those frames exist.
-template <class T, class Multiplier>
-void evaluate_matrix(T* matrix, std::ptrdiff_t height, int step, int width, int offset, int reach,
-                     Multiplier multiply) {
-  [[maybe_unused]] const RoundingOf<T> rounding;
+// kReach: `reach`, or 0 for any.
+template <int kReach, class T, class Multiplier>
+void evaluate_rows(T* matrix, std::ptrdiff_t height, int step, int width, int offset, int reach, Multiplier multiply) {
+  if constexpr (kReach != 0) reach = kReach;
   const StepRows<T> rows(matrix + offset, step);
   for (std::ptrdiff_t t = 0; t < height; ++t) {
     const bool first_rows = t < reach;
@@ -172,15 +181,27 @@ void evaluate_matrix(T* matrix, std::ptrdiff_t height, int step, int width, int 
     const StepRows<const T> future{rows.row(last_rows ? height - 1 : t), last_rows ? 0 : std::ptrdiff_t{step}};
     for_columns(width, rows.row(t) + width, [&](auto at) {
       using V = Lanes<T>;
-      const V one = V::broadcast(1);
       V sum = V::zero();
-      V weight = one;
+#pragma GCC unroll 3
       for (int k = 1; k <= reach; ++k) {
+        const V weight = V::broadcast(static_cast<Number<T>>(k));
         sum = sum + weight * (at(future.row(k)) - at(past.row(k)));
-        weight = weight + one;
       }
       return multiply(sum, at);
     });
+  }
+}
+
+template <class T, class Multiplier>
+void evaluate_matrix(T* matrix, std::ptrdiff_t height, int step, int width, int offset, int reach,
+                     Multiplier multiply) {
+  [[maybe_unused]] const RoundingOf<T> rounding;
+  const auto run = [&]<int kReach>() { evaluate_rows<kReach>(matrix, height, step, width, offset, reach, multiply); };
+  switch (reach) {
+    case 1: return run.template operator()<1>();
+    case 2: return run.template operator()<2>();
+    case 3: return run.template operator()<3>();
+    default: return run.template operator()<0>();
   }
 }
 
@@ -189,6 +210,7 @@ void evaluate_matrix(T* matrix, std::ptrdiff_t height, int step, int width, int 
 // What a frame of the source contributes to the static columns.
 struct PlainFrames {
   static constexpr int kExtra = 0;
+  static std::ptrdiff_t width(int width) { return width; }
   template <class T>
   struct Statics {
     const T* frame;
@@ -199,6 +221,7 @@ struct PlainFrames {
 struct AuroraFrames {
   static constexpr int kWidth = 13;
   static constexpr int kExtra = 1;
+  static std::integral_constant<std::ptrdiff_t, kWidth> width(int) { return {}; }
   template <class T>
   struct Statics {
     Number<T> frame[kWidth];
@@ -262,7 +285,7 @@ template <class Form, class T, class S, class D, class A>
 void stream(const Block<T>& block, S scale_static, D scale_delta, A scale_acceleration) {
   [[maybe_unused]] const RoundingOf<T> rounding;
   const StepRows<T> rows(block.rows, block.step);
-  const std::ptrdiff_t width = block.width;
+  const auto width = Form::Frames::width(block.width);
   const std::ptrdiff_t first = block.begins() ? 0 : Form::kHistory;
   const std::ptrdiff_t count = first + block.height;
 
@@ -271,23 +294,39 @@ void stream(const Block<T>& block, S scale_static, D scale_delta, A scale_accele
     const typename Frames::template Statics<T> statics(block.frames + (r - first) * (width + Frames::kExtra));
     for_columns(width, rows.row(r), [&](auto at) { return scale_static(at(statics.frame), at); });
   };
-  // Rows begin .. end - 1 of those that exist: the window over one block of columns, the result into another.
-  const auto derive = [&](auto window, std::ptrdiff_t begin, std::ptrdiff_t end, int from, int to, auto multiply) {
-    constexpr int kReach = decltype(window)::kReach;
+  // derive(t, row) for the rows t = begin .. end - 1 of those that exist, where row(k) is a block of columns k rows
+  // later.
+  const auto for_rows = [&](int reach, std::ptrdiff_t begin, std::ptrdiff_t end, int from, auto derive) {
     end = std::min(end, count);
     for (std::ptrdiff_t t = std::max<std::ptrdiff_t>(begin, 0); t < end; ++t) {
-      T* const dst = rows.row(t) + to * width;
-      const auto put_from = [&](auto row) {
-        for_columns(width, dst,
-                    [&](auto at) { return multiply(window.evaluate([&](int k) { return at(row(k)); }), at); });
-      };
-      if (t >= kReach && t + kReach < count) {
+      if (t >= reach && t + reach < count) {
         const StepRows<const T> around{rows.row(t) + from * width, rows.step};
-        put_from([=](int k) { return around.row(k); });
+        derive(t, [=](int k) { return around.row(k); });
       } else {
-        put_from([&](int k) { return rows.row(std::clamp<std::ptrdiff_t>(t + k, 0, count - 1)) + from * width; });
+        derive(t, [&](int k) -> const T* {
+          return rows.row(std::clamp<std::ptrdiff_t>(t + k, 0, count - 1)) + from * width;
+        });
       }
     }
+  };
+  // The window over one block of columns, the result into another.
+  const auto derive = [&](auto window, std::ptrdiff_t begin, std::ptrdiff_t end, int from, int to, auto multiply) {
+    for_rows(window.kReach, begin, end, from, [&](std::ptrdiff_t t, auto row) {
+      for_columns(width, rows.row(t) + to * width,
+                  [&](auto at) { return multiply(window.evaluate([&](int k) { return at(row(k)); }), at); });
+    });
+  };
+  // Both windows over the statics, which are then read once.
+  [[maybe_unused]] const auto derive_both = [&](auto slope, auto curvature, std::ptrdiff_t begin, std::ptrdiff_t end) {
+    for_rows(slope.kReach, begin, end, 0, [&](std::ptrdiff_t t, auto row) {
+      for_columns<T>(width, [&](auto at, auto put_columns) {
+        const auto x = [&](int k) { return at(row(k)); };
+        const auto delta = scale_delta(slope.evaluate(x), at);
+        const auto acceleration = scale_acceleration(curvature.evaluate(x), at);
+        put_columns(rows.row(t) + width, delta);
+        put_columns(rows.row(t) + 2 * width, acceleration);
+      });
+    });
   };
 
   // A few rows at a time: they stay in the cache, and are not read back while they are still being stored.
@@ -296,6 +335,11 @@ void stream(const Block<T>& block, S scale_static, D scale_delta, A scale_accele
   for (std::ptrdiff_t r = first; r < last; r += kRowsAtATime) {
     const std::ptrdiff_t end = std::min(r + kRowsAtATime, last);
     for (std::ptrdiff_t s = r; s < std::min(end, count); ++s) put_statics(s);
+    if constexpr (Form::kAccelerates && Form::kSourceBlock == 0) {
+      static_assert(Form::Delta::kReach == Form::Acceleration::kReach);
+      derive_both(typename Form::Delta{}, typename Form::Acceleration{}, r - Form::kLag, end - Form::kLag);
+      continue;
+    }
     derive(typename Form::Delta{}, r - Form::Delta::kReach, end - Form::Delta::kReach, 0, 1, scale_delta);
     if constexpr (Form::kAccelerates) {
       derive(typename Form::Acceleration{}, r - Form::kLag, end - Form::kLag, Form::kSourceBlock, 2,
