@@ -155,28 +155,53 @@ void update_bins(State<float>& s, const float* power, float* noise) {
   }
 }
 
-// (x a + y (2^31 - 1 - a)) / 2^31 in double precision, to nearest.
-Kiv32s mix(double x, double y, double a) {
-  constexpr double kOne = 2147483647.0;
-  return round_saturated<Kiv32s>((x * a + y * (kOne - a)) * (1.0 / 2147483648.0));
+// (x a + y (2^31 - 1 - a)) / 2^31 in double precision. With a in 0 .. 2^31 - 1 it stays within 32 bits.
+simd::Vec<double> mix(simd::Vec<double> x, simd::Vec<double> y, simd::Vec<double> a) {
+  using D = simd::Vec<double>;
+  return (x * a + y * (D::broadcast(2147483647.0) - a)) * D::broadcast(1.0 / 2147483648.0);
+}
+
+// The presence (present: 0 or 2^31 - 1) and the noise of Vec<double>::width bins, rounded to nearest.
+void follow(const State<Kiv32s>& s, const Kiv32s* present, Kiv32s* presence, const Kiv32s* power, Kiv32s* noise) {
+  using D = simd::Vec<double>;
+  store_rounded(presence,
+                mix(simd::load<double>(presence), simd::load<double>(present), D::broadcast(s.presence_smoothing)));
+  const D share = D::broadcast((2147483647.0 - s.noise_smoothing) * (1.0 / 2147483648.0));
+  const D a = D::broadcast(s.noise_smoothing) + share * simd::load<double>(presence);
+  store_rounded(noise, mix(simd::load<double>(noise), simd::load<double>(power), a));
 }
 
 template <bool kWindowEnds>
 void update_bins(State<Kiv32s>& s, const Kiv32s* power, Kiv32s* noise) {
-  constexpr std::int64_t kOne = 2147483647;
+  constexpr Kiv32s kOne = 2147483647;
+  constexpr int kWidth = simd::Vec<double>::width;
+  constexpr int kBlock = 64;  // bins between the integer half of the recursion and its half in double precision
   const NearestRounding nearest;
   const std::int64_t a_s = s.power_smoothing;
-  const double b_d = static_cast<double>(kOne - s.noise_smoothing);
-  for (int k = 0; k < bins(s.fft_length); ++k) {
-    const auto smoothed = static_cast<Kiv32s>((s.power[k] * a_s + power[k] * (kOne - a_s)) >> 31);
-    const Kiv32s minimum = std::min(kWindowEnds ? s.window_minimum[k] : s.minimum[k], smoothed);
-    s.window_minimum[k] = kWindowEnds ? smoothed : std::min(s.window_minimum[k], smoothed);
-    const bool present = std::int64_t{smoothed} * 32768 > std::int64_t{s.threshold} * minimum;
-    s.presence[k] = mix(s.presence[k], present ? kOne : 0, s.presence_smoothing);
-    const double a = s.noise_smoothing + b_d * s.presence[k] * (1.0 / 2147483648.0);
-    noise[k] = mix(noise[k], power[k], a);
-    s.power[k] = smoothed;
-    s.minimum[k] = minimum;
+  const int count = bins(s.fft_length);
+  Kiv32s present[kBlock];
+  for (int first = 0; first < count; first += kBlock) {
+    const int last = std::min(first + kBlock, count);
+    for (int k = first; k < last; ++k) {
+      const auto smoothed = static_cast<Kiv32s>((s.power[k] * a_s + power[k] * (kOne - a_s)) >> 31);
+      const Kiv32s minimum = std::min(kWindowEnds ? s.window_minimum[k] : s.minimum[k], smoothed);
+      s.window_minimum[k] = kWindowEnds ? smoothed : std::min(s.window_minimum[k], smoothed);
+      present[k - first] = std::int64_t{smoothed} * 32768 > std::int64_t{s.threshold} * minimum ? kOne : 0;
+      s.power[k] = smoothed;
+      s.minimum[k] = minimum;
+    }
+    int k = first;
+    for (; k + kWidth <= last; k += kWidth) follow(s, present + (k - first), s.presence + k, power + k, noise + k);
+    if (const int rest = last - k; rest > 0) {
+      Kiv32s lanes[4][kWidth] = {};
+      std::copy_n(present + (k - first), rest, lanes[0]);
+      std::copy_n(s.presence + k, rest, lanes[1]);
+      std::copy_n(power + k, rest, lanes[2]);
+      std::copy_n(noise + k, rest, lanes[3]);
+      follow(s, lanes[0], lanes[1], lanes[2], lanes[3]);
+      std::copy_n(lanes[1], rest, s.presence + k);
+      std::copy_n(lanes[3], rest, noise + k);
+    }
   }
 }
 

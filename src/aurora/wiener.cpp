@@ -2,6 +2,7 @@
 // design, filter taps, residual filter.
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <limits>
 
 #include "frame/rounding_mode.h"
@@ -18,13 +19,31 @@ constexpr int kTaps = 17;
 
 // --- smoothed power spectrum: two bins into one; bin 0 is real, the real last bin stands at element 1 ---------------
 
+// many() does what it can of the elements 1 .. last - 1 in vectors and returns the first one that it leaves.
 struct FloatPower {
+  static int many(const float* src, float* dst, int last) {
+    using V = simd::Vec<float>;
+    const V half = V::broadcast(0.5F);
+    if (last - 1 < V::width) return 1;
+    for (int next = 1; next < last; next += V::width) {
+      const int k = std::min(next, last - V::width);  // the last group overlaps the one before
+      V terms[4];
+      for (int j = 0; j < 4; ++j) {
+        const V x = simd::load<float>(src + 4 * static_cast<std::ptrdiff_t>(k) + j * V::width);
+        terms[j] = x * x;
+      }
+      transpose_rows(terms);
+      store(dst + k, interleave_rows((terms[0] + terms[1] + terms[2] + terms[3]) * half));
+    }
+    return last;
+  }
   float operator()(float a, float b, float c, float d) const { return (a * a + b * b + c * c + d * d) * 0.5F; }
   float first(float a, float b, float c) const { return (a * a + b * b + c * c) * 0.5F; }
   float last(float a) const { return a * a; }
 };
 
 struct WordPower {
+  static int many(const Kiv16s*, Kiv16s*, int) { return 1; }
   static int half_square(int x) { return (x * x) >> 1; }
   Kiv16s operator()(int a, int b, int c, int d) const {
     return saturate<Kiv16s>(std::int64_t{half_square(a)} + half_square(b) + half_square(c) + half_square(d));
@@ -37,6 +56,7 @@ struct ScaledPower {
   int scale_factor;
   double factor = scale_by_power_of_two(0.5, scale_factor);
 
+  static int many(const Kiv32s*, Kiv32s*, int) { return 1; }
   // Shifts without rounding, to the left with saturation; x >= 0.
   Kiv32s shifted(std::int64_t x) const {
     if (scale_factor >= 0) return saturate<Kiv32s>(x >> std::min(scale_factor, 63));
@@ -57,7 +77,7 @@ KivStatus smooth(const T* src, T* dst, int len, Power power) {
     const NearestRounding nearest;
     const int last = len / 4;
     dst[0] = power.first(src[2], src[3], src[0]);
-    for (int k = 1; k < last; ++k) {
+    for (int k = power.many(src, dst, last); k < last; ++k) {
       const T* const bins = src + 4 * static_cast<std::ptrdiff_t>(k);
       dst[k] = power(bins[0], bins[1], bins[2], bins[3]);
     }
@@ -87,9 +107,33 @@ void update_noise(const float* power, const float* noise, float* dst, int len) {
       dst, power, noise);
 }
 
-// The integer forms: exact divisions in single precision, truncated.
-template <class T, class Store>
-void update_noise(const T* power, const T* noise, T* dst, int len, int scale_factor, Store store) {
+// The integer forms: exact divisions in single precision, truncated. Sums of words are exact in single precision.
+void update_noise(const Kiv16s* power, const Kiv16s* noise, Kiv16s* dst, int len, int scale_factor) {
+  using V = simd::Vec<float>;
+  const V tenth = V::broadcast(0.1F);
+  const V one = V::broadcast(1.0F);
+  const V keep = V::broadcast(0.9F);
+  const V factor = V::broadcast(single_scale(scale_factor));
+  const V least = V::broadcast(-32768.0F);
+  const V most = V::broadcast(32767.0F);
+  transform<float>(
+      len,
+      [=](V a, V b) {
+        const V sum = a + b;
+        const V t = tenth * a + b;
+        const V result = b * (tenth * (a / sum) * (b / t + one) + keep);
+        const auto zero = (sum == V::zero()) | (abs(t) < one) | (result == V::zero());
+        return truncate_to_integer(select(zero, V::zero(), max(min(result * factor, most), least)));
+      },
+      dst, power, noise);
+}
+
+// Out of range either way, and NaN: the processor's out-of-range result.
+Kiv32s truncate_or_lowest(float x) {
+  return x >= -2147483648.0F && x < 2147483648.0F ? static_cast<Kiv32s>(x) : std::numeric_limits<Kiv32s>::min();
+}
+
+void update_noise(const Kiv32s* power, const Kiv32s* noise, Kiv32s* dst, int len, int scale_factor) {
   const float factor = single_scale(scale_factor);
   for (int i = 0; i < len; ++i) {
     const std::int64_t sum = std::int64_t{power[i]} + noise[i];
@@ -102,19 +146,8 @@ void update_noise(const T* power, const T* noise, T* dst, int len, int scale_fac
     }
     const float r = a / static_cast<float>(sum);
     const float result = b * (0.1F * r * (b / t + 1.0F) + 0.9F);
-    dst[i] = result == 0.0F ? T{0} : store(result * factor);
+    dst[i] = result == 0.0F ? 0 : truncate_or_lowest(result * factor);
   }
-}
-
-// Out of range either way, and NaN: the processor's out-of-range result.
-Kiv32s truncate_or_lowest(float x) {
-  return x >= -2147483648.0F && x < 2147483648.0F ? static_cast<Kiv32s>(x) : std::numeric_limits<Kiv32s>::min();
-}
-
-Kiv16s truncate_saturated(float x) {
-  if (x > 32767.0F) return 32767;
-  if (!(x >= -32768.0F)) return -32768;
-  return static_cast<Kiv16s>(x);
 }
 
 template <class T, class Update>
@@ -182,17 +215,59 @@ void filter(const float* src, float* dst, const float* taps) {
   }
 }
 
-// Pairs of products in 32 bits that wrap, pairs added in double precision.
-void filter(const Kiv16s* src, Kiv16s* dst, const Kiv16s* taps, int scale_factor) {
-  const NearestRounding nearest;
-  for (int n = 0; n < kFrame; ++n) {
-    double sum = Kiv32s{taps[kTaps - 1]} * src[n + kTaps - 1];
-    for (int k = 0; k + 1 < kTaps; k += 2) {
-      const auto product = [&](int i) { return static_cast<std::uint32_t>(Kiv32s{taps[i]} * src[n + i]); };
-      sum += static_cast<Kiv32s>(product(k) + product(k + 1));
+// Pairs of products in 32 bits that wrap, pairs added exactly: in 32 bits too where the taps are small enough for it,
+// else their upper and lower halves by themselves. Lane j of a vector belongs to output n + 2 j.
+using TapPairs = Kiv32s[kTaps / 2 + 1][simd::Vec<Kiv32s>::width];
+
+template <bool kSmallTaps>
+void filter(const Kiv16s* src, Kiv16s* dst, const TapPairs& pairs, double factor) {
+  using V = simd::Vec<Kiv32s>;
+  using D = simd::Vec<double>;
+  static_assert(kFrame % (2 * V::width) == 0);
+  const D scale = D::broadcast(factor);
+  const V low_half = V::broadcast(0xFFFF);
+  for (int n = 0; n < kFrame; n += 2 * V::width) {
+    for (int odd = 0; odd < 2; ++odd) {
+      const Kiv16s* const start = src + n + odd;
+      V high = V::zero();
+      V low = V::zero();
+      for (int k = 0; k <= kTaps / 2; ++k) {
+        // The last tap is the second of its pair, so that nothing behind the samples is read.
+        const V pair = simd::products_of_pairs(start + (k < kTaps / 2 ? 2 * k : kTaps - 2),
+                                               reinterpret_cast<const Kiv16s*>(pairs[k]));
+        low = low + (kSmallTaps ? pair : pair & low_half);
+        if constexpr (!kSmallTaps) high = high + shift_right(pair, 16);
+      }
+      Kiv32s halves[2][V::width];
+      store(halves[0], low);
+      store(halves[1], high);
+      Kiv32s rounded[V::width];
+      for (int j = 0; j < V::width; j += D::width) {
+        D sum = simd::load<double>(halves[0] + j);
+        if constexpr (!kSmallTaps) sum = sum + simd::load<double>(halves[1] + j) * D::broadcast(65536.0);
+        store_rounded(rounded + j, max(min(sum * scale, D::broadcast(32767.0)), D::broadcast(-32768.0)));
+      }
+      for (int j = 0; j < V::width; ++j) dst[n + odd + 2 * j] = static_cast<Kiv16s>(rounded[j]);
     }
-    dst[n] = round_saturated<Kiv16s>(scale_by_power_of_two(sum, scale_factor));
   }
+}
+
+void filter(const Kiv16s* src, Kiv16s* dst, const Kiv16s* taps, int scale_factor) {
+  TapPairs pairs;
+  for (int k = 0; k <= kTaps / 2; ++k) {
+    const Kiv16s first = k < kTaps / 2 ? taps[2 * k] : Kiv16s{0};
+    const Kiv16s second = taps[std::min(2 * k + 1, kTaps - 1)];
+    store(pairs[k], simd::Vec<Kiv32s>::broadcast(second * 65536 + static_cast<std::uint16_t>(first)));
+  }
+  int sum = 0;
+  for (int k = 0; k < kTaps; ++k) sum += std::abs(Kiv32s{taps[k]});
+  const NearestRounding nearest;
+  // Beyond 2^+-64 every sum saturates or vanishes.
+  const double factor = scale_by_power_of_two(1.0, std::clamp(scale_factor, -64, 64));
+  if (sum <= 65535)
+    filter<true>(src, dst, pairs, factor);
+  else
+    filter<false>(src, dst, pairs, factor);
 }
 
 }  // namespace
@@ -216,13 +291,11 @@ KivStatus kivsNoiseSpectrumUpdate_Aurora_32f(const Kiv32f* pSrc, const Kiv32f* p
 }
 KivStatus kivsNoiseSpectrumUpdate_Aurora_16s_Sfs(const Kiv16s* pSrc, const Kiv16s* pNoise, Kiv16s* pDst, int len,
                                                  int scaleFactor) {
-  return update_checked(pSrc, pNoise, pDst, len,
-                        [&] { update_noise(pSrc, pNoise, pDst, len, scaleFactor, truncate_saturated); });
+  return update_checked(pSrc, pNoise, pDst, len, [&] { update_noise(pSrc, pNoise, pDst, len, scaleFactor); });
 }
 KivStatus kivsNoiseSpectrumUpdate_Aurora_32s_Sfs(const Kiv32s* pSrc, const Kiv32s* pNoise, Kiv32s* pDst, int len,
                                                  int scaleFactor) {
-  return update_checked(pSrc, pNoise, pDst, len,
-                        [&] { update_noise(pSrc, pNoise, pDst, len, scaleFactor, truncate_or_lowest); });
+  return update_checked(pSrc, pNoise, pDst, len, [&] { update_noise(pSrc, pNoise, pDst, len, scaleFactor); });
 }
 
 KivStatus kivsWienerFilterDesign_Aurora_32f(const Kiv32f* pSrc, const Kiv32f* pNoise, const Kiv32f* pPrev, Kiv32f* pDst,

@@ -466,6 +466,9 @@ inline void transpose_rows(Vec<float> (&v)[4]) {
   v[2].raw = _mm256_shuffle_ps(c, d, 0x44);
   v[3].raw = _mm256_shuffle_ps(c, d, 0xEE);
 }
+inline Vec<float> interleave_rows(Vec<float> a) {
+  return {_mm256_permutevar8x32_ps(a.raw, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7))};
+}
 namespace detail {
 inline float sum_four(__m128 a) {
   const __m128 pairs = _mm_add_ps(a, _mm_movehl_ps(a, a));

@@ -453,6 +453,7 @@ inline Vec<float> lane_sums(const Vec<float> (&v)[4]) {
   return {_mm_add_ps(_mm_movelh_ps(ab, cd), _mm_movehl_ps(cd, ab))};
 }
 inline void transpose_rows(Vec<float> (&v)[4]) { _MM_TRANSPOSE4_PS(v[0].raw, v[1].raw, v[2].raw, v[3].raw); }
+inline Vec<float> interleave_rows(Vec<float> a) { return a; }
 inline float add_row_sums(float sum, Vec<float> v) { return sum + sum_lanes(v); }
 inline float add_first_row_sum(float sum, Vec<float> v) { return sum + sum_lanes(v); }
 

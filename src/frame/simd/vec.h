@@ -28,6 +28,7 @@
 //   subtract_saturated(a, b), to_eight(words)   the words as floats, times 2^16
 //   lane_sums(v[4])       lane k + 4 h is the sum of the four lanes of row h in v[k], in the order of sum_lanes
 //   transpose_rows(v[4])  lane k + 4 h of v[j] becomes lane j of row h in v[k]
+//   interleave_rows(v)    lane j of row h becomes lane j * rows + h
 //   add_row_sums(sum, v)  sum plus the sum of row 0, plus that of the next row ...; add_first_row_sum: row 0 alone
 //   product_error(a, b, p)    a b - p exactly, p the rounded product, where nothing overflows or underflows
 //
