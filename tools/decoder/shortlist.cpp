@@ -1,7 +1,7 @@
 #include "decoder/shortlist.h"
 
 #include <algorithm>
-#include <utility>
+#include <limits>
 
 #include "support/fault.h"
 
@@ -53,7 +53,6 @@ Shortlist::Shortlist(const AcousticModel& model, const ModelStream& stream, int 
 
   const auto densities = static_cast<std::size_t>(model.densities);
   std::vector<float> scores(densities);
-  std::vector<std::pair<float, std::uint16_t>> ranked(densities);
   lists_.reserve(count * codebooks_ * length_);
   for (std::size_t cell = 0; cell < count; ++cell) {
     for (std::size_t codebook = 0; codebook < codebooks_; ++codebook) {
@@ -62,10 +61,13 @@ Shortlist::Shortlist(const AcousticModel& model, const ModelStream& stream, int 
       check(kivsLogGaussMultiMix_32f_D2(&stream.means[first * width], &stream.inverse_variances[first * width], width_,
                                         &centres[cell * width], width_, scores.data(), model.densities),
             "kivsLogGaussMultiMix_32f_D2");
-      for (std::size_t i = 0; i < densities; ++i) ranked[i] = {scores[i], static_cast<std::uint16_t>(i)};
-      std::nth_element(ranked.begin(), ranked.begin() + length, ranked.end(),
-                       [](const auto& a, const auto& b) { return a.first > b.first; });
-      for (std::size_t i = 0; i < length_; ++i) lists_.push_back(ranked[i].second);
+      for (int listed = 0; listed < length; ++listed) {
+        float best = 0.0F;
+        int index = 0;
+        check(kivsMaxIndx_32f(scores.data(), model.densities, &best, &index), "kivsMaxIndx_32f");
+        lists_.push_back(static_cast<std::uint16_t>(index));
+        scores[static_cast<std::size_t>(index)] = -std::numeric_limits<float>::infinity();
+      }
     }
   }
 }

@@ -25,7 +25,7 @@ class Shortlist {
 
   // The cell of a feature vector.
   int cell(std::span<const float> frame) const;
-  // The Gaussians of a codebook to score in a cell, in no order.
+  // The Gaussians of a codebook to score in a cell, the likeliest at its mean first.
   std::span<const std::uint16_t> list(int cell, int codebook) const {
     const std::size_t row = static_cast<std::size_t>(cell) * codebooks_ + static_cast<std::size_t>(codebook);
     return {lists_.data() + row * length_, length_};
