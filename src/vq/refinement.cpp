@@ -95,12 +95,10 @@ void Training::look_at_members(int k, float lower_cut, float cap, float big_dist
       if (!(upper * (1.0F + margin_) < lower)) {
         float second;
         const Nearest found = assign(vector(v), &second);
-        if (found.index == k || cluster.members >= 2) {
-          targets_[v] = found.index;
-          distance_now = found.distance;
-          upper = std::sqrt(distance_now);
-          lower = std::sqrt(second);
-        }
+        targets_[v] = found.index;
+        distance_now = found.distance;
+        upper = std::sqrt(distance_now);
+        lower = std::sqrt(second);
       }
       stored_[v] = distance_now;
       upper_[v] = upper;
@@ -114,8 +112,8 @@ void Training::look_at_members(int k, float lower_cut, float cap, float big_dist
   cluster.cap = kInfinity;
 }
 
-// Moves the vectors to their targets in index order; a cluster keeps its last member.
-int Training::move_vectors() {
+// Moves the vectors to their targets in index order; a cluster keeps its last member, whose distance *sum then counts.
+int Training::move_vectors(double* sum) {
   int moved = 0;
   for (int i = 0; i < height_; ++i) {
     const int from = labels_[i];
@@ -124,7 +122,9 @@ int Training::move_vectors() {
     ClusterBounds& source = clusters_[from];
     if (source.members < 2) {
       // Stays: the own centroid is not the nearest one.
+      *sum -= static_cast<double>(stored_[i]);
       stored_[i] = distance(vector(i), centroid(from));
+      *sum += static_cast<double>(stored_[i]);
       lower_[i] = upper_[i];
       upper_[i] = std::sqrt(stored_[i]);
       targets_[i] = from;
@@ -197,7 +197,7 @@ KivStatus Training::refine(int kept) {
       }
       sum += cluster.sum;
     }
-    moved = move_vectors();
+    moved = move_vectors(&sum);
     if (moved == 0 && std::abs(sum - last_sum) <= kSumTolerance * sum) break;
     last_sum = sum;
   }

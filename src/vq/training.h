@@ -69,7 +69,7 @@ class Training {
   float measure_drifts();
   void look_at_members(int cluster, float lower_cut, float cap, float big_distance);
   Nearest assign(const float* x, float* second);
-  int move_vectors();
+  int move_vectors(double* sum);
   void set_centroid(int cluster, const float* values);
   const int* members_of(int cluster) const { return members_ + starts_[cluster]; }
   Tiles centroid_tiles() const { return {tiles_, weights_, width_, made_}; }
