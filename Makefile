@@ -11,6 +11,8 @@ demo:
 	@cmake --preset x86_64 >/dev/null
 	@cmake --build --preset x86_64 -j$(JOBS) --target kivsr kivsrw7_v3 | scripts/progress
 	@scripts/demo build/x86_64/bin/kivsr
+	@echo
+	@scripts/noise-table build/x86_64/bin/kivsr
 
 test:
 	@scripts/setup

@@ -31,6 +31,7 @@ int main(int argc, char** argv) {
     kivsr::tools::add_features(program);
     kivsr::tools::add_info(program);
     kivsr::tools::add_quantise(program);
+    kivsr::tools::add_mix(program);
     kivsr::tools::add_recognise(program);
     kivsr::tools::add_vad(program);
     const auto is_first_word = [&](CLI::App* subcommand) { return subcommand->get_name() == argv[1]; };

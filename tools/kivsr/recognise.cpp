@@ -17,8 +17,10 @@
 #include "decoder/search_network.h"
 #include "decoder/viterbi_search.h"
 #include "decoder/word_errors.h"
+#include "enhance/noise_reduction.h"
 #include "features/dynamic_features.h"
 #include "features/feature_input.h"
+#include "features/front_end.h"
 #include "kivsr/recognise_report.h"
 #include "kivsr/subcommands.h"
 #include "models/acoustic_model.h"
@@ -40,6 +42,7 @@ struct RecogniseCommand {
   std::string words;
   std::string reference_file;
   std::string format = "text";
+  std::string noise_reduction = "none";
   bool alignment = false;
   bool skip_unknown = false;
   std::vector<std::string> audio_files;
@@ -108,6 +111,8 @@ void RecogniseCommand::run() const {
     for (const std::string& word : remove_unpronounceable(words_allowed, pronunciations, model))
       std::fprintf(stderr, "kivsr: the word \"%s\" cannot be pronounced and is left out\n", word.c_str());
 
+  std::optional<NoiseReduction> reduction;
+  if (noise_reduction != "none") reduction.emplace(model.features.front_end, noise_reduction_settings(noise_reduction));
   const SearchNetwork network = build_search_network(words_allowed, pronunciations, model, weights);
   const std::unique_ptr<Scorer> scorer = make_mixture_scorer(model, scoring);
   ViterbiSearch search(network, model, *scorer, beams);
@@ -116,6 +121,7 @@ void RecogniseCommand::run() const {
   for (const std::string& file : audio_files) {
     progress.step(file);
     const bool from_features = is_feature_file(file);
+    if (from_features && reduction) throw Fault(file + ": noise is reduced in audio, not in features");
     Audio audio;
     FeatureMatrix cepstra;
     if (from_features)
@@ -123,8 +129,11 @@ void RecogniseCommand::run() const {
     else
       audio = read_audio_at(file, model.features.front_end.sample_rate, raw);
     const auto start = std::chrono::steady_clock::now();
-    const FeatureMatrix features =
-        from_features ? utterance_features(cepstra) : utterance_features(model.features.front_end, audio.samples);
+    if (reduction)
+      cepstra = reduction->run(audio.samples);
+    else if (!from_features)
+      cepstra = FrontEnd(model.features.front_end).run(audio.samples);
+    const FeatureMatrix features = utterance_features(cepstra);
     if (features.height() == 0) throw Fault(file + ": shorter than one frame");
     for (int frame = 0; frame < features.height(); ++frame) search.push(features.row(frame));
     const Hypothesis hypothesis = search.finish();
@@ -179,6 +188,9 @@ void add_recognise(CLI::App& program) {
                     "Leave out words without a pronunciation instead of stopping");
   command->add_option("--reference", options->reference_file,
                       "Transcriptions, lines \"words (utterance-id)\", to count word errors");
+  command->add_option("--noise-reduction", options->noise_reduction, "none, mcra-wiener or mcra-emns")
+      ->check(CLI::IsMember({"none", "mcra-wiener", "mcra-emns"}))
+      ->capture_default_str();
   command->add_flag("--alignment", options->alignment, "Print start and end of each word in seconds");
   command->add_option("--format", options->format, "text or tsv")
       ->check(CLI::IsMember({"text", "tsv"}))

@@ -13,6 +13,7 @@ void add_enhance(CLI::App& program);
 void add_features(CLI::App& program);
 void add_info(CLI::App& program);
 void add_quantise(CLI::App& program);
+void add_mix(CLI::App& program);
 void add_recognise(CLI::App& program);
 void add_vad(CLI::App& program);
 

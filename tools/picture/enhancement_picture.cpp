@@ -25,16 +25,6 @@ constexpr double kDynamicRange = 70.0;  // dB shown below the loudest bin
 constexpr int kFramesASecond = 50;
 constexpr int kShiftsAFrame = 4;
 
-// Keeps the spectra that the front end computes.
-class SpectrumCollector : public SpectrumFilter {
- public:
-  void run(std::span<float> spectrum) override {
-    spectra.width = static_cast<int>(spectrum.size());
-    spectra.values.insert(spectra.values.end(), spectrum.begin(), spectrum.end());
-  }
-  FeatureMatrix spectra;
-};
-
 int count_of(const FeatureMatrix& rows) { return static_cast<int>(rows.values.size()); }
 
 void to_decibels(FeatureMatrix& power) {
@@ -57,10 +47,10 @@ FeatureMatrix spectrogram(std::span<const float> samples, int sample_rate, int& 
   parameters.filter_count = parameters.cepstrum_count = 4;
   parameters.low_frequency = 0.05F * static_cast<float>(sample_rate);
   parameters.high_frequency = 0.45F * static_cast<float>(sample_rate);
-  SpectrumCollector collector;
-  FrontEnd(parameters, &collector).run(samples);
+  SpectrumRecorder recorder;
+  FrontEnd(parameters, &recorder).run(samples);
   constexpr float kMeanSquaredWindow = 0.375F;
-  FeatureMatrix& power = collector.spectra;
+  FeatureMatrix& power = recorder.spectra;
   check(kivsMulC_32f_I(1.0F / (kMeanSquaredWindow * static_cast<float>(parameters.fft_length)), power.values.data(),
                        count_of(power)),
         "kivsMulC_32f_I");
