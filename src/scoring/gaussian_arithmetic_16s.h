@@ -47,6 +47,7 @@ class IntegerArithmetic {
   using Result = R;
   using V = simd::Vec<float>;
   static constexpr int kGroup = 8;
+  static constexpr int kGroups = simd::kWordRows * kGroup;
 
   // Scores are val - distance 2^-(scaleFactor + 1).
   explicit IntegerArithmetic(int scale_factor) : scale_(clamped_scale(std::clamp(scale_factor, -200, 200) + 1)) {}
@@ -88,16 +89,9 @@ class IntegerArithmetic {
     const auto ws = one_row(w);
     std::ptrdiff_t i = 0;
     if constexpr (!std::is_same_v<decltype(ws), const OneRow<float>>) {
-      // Groups in the places of rows.
-      const Groups<Kiv16s> x_groups{x};
-      const Groups<Kiv16s> m_groups{m};
-      const auto w_groups = groups(w);
-      constexpr int kAtOnce = simd::kWordRows * kGroup;
-      for (; i + kAtOnce <= len; i += kAtOnce) {
-        sum = simd::add_row_sums(sum, group(x_groups, m_groups, w_groups, 0, i));
-      }
+      for (; i + kGroups <= len; i += kGroups) sum = simd::add_row_sums(sum, group<Of::kGroups>(xs, ms, ws, 0, i));
     }
-    for (; i + kGroup <= len; i += kGroup) sum = simd::add_first_row_sum(sum, group(xs, ms, ws, 0, i));
+    for (; i + kGroup <= len; i += kGroup) sum = simd::add_first_row_sum(sum, group<Of::kRows>(xs, ms, ws, 0, i));
     if (i < len) {
       const simd::Eight terms = plain_terms(xs, ms, ws, 0, len - kGroup);
       float low[V::width];
@@ -132,67 +126,72 @@ class IntegerArithmetic {
   }
 
  private:
-  // Consecutive groups as the rows of one register, which are four apart.
-  template <class T>
-  struct Groups {
-    const T* data;
-    const T* row(std::ptrdiff_t r) const { return data + r / 4 * kGroup; }
-  };
-  static Groups<Kiv16s> groups(const Kiv16s* p) { return {p}; }
-  static UnitRows groups(std::nullptr_t) { return {}; }
-
   template <class W>
   static constexpr bool kUnit = std::is_null_pointer_v<decltype(std::declval<W>().row(0))>;
   template <class W>
   static constexpr float kUnscaled =
       std::is_same_v<decltype(std::declval<W>().row(0)), const Kiv16s*> ? 0x1p-48F : 0x1p-32F;
 
-  // Eight words of row k, or of rows k and k + 4, from element i on.
-  template <class View>
+  // What the eights of a register are: one group of different rows, or consecutive groups of one row.
+  enum class Of { kRows, kGroups };
+
+  // From element i on: a group of row k (and of row k + 4), or a group of row k (and the next one).
+  template <Of kOf, class View>
   static simd::Words words(View view, int k, std::ptrdiff_t i) {
-    if constexpr (std::is_base_of_v<OneRow<Kiv16s>, View>) {
+    if constexpr (kOf == Of::kGroups) {
+      return simd::load_groups(view.row(k) + i);
+    } else if constexpr (std::is_base_of_v<OneRow<Kiv16s>, View>) {
       return simd::same_words(view.row(0) + i);
     } else {
       return simd::load_words([&](int row) { return view.row(k + 4 * row) + i; });
     }
   }
-  template <class W>
+  template <Of kOf, class W>
   static simd::Eight weighted(simd::Eight d, W w, int k, std::ptrdiff_t i) {
-    simd::Eight terms{d.low * d.low, d.high * d.high};
-    if constexpr (std::is_same_v<W, OneRow<float>>) {
-      const simd::Eight weights = simd::same_eight(w.row(0) + i);
-      return {terms.low * weights.low, terms.high * weights.high};
-    } else if constexpr (!kUnit<W>) {
-      const simd::Eight weights = simd::to_eight(words(w, k, i));
-      return {terms.low * weights.low, terms.high * weights.high};
+    const simd::Eight squares{d.low * d.low, d.high * d.high};
+    if constexpr (kUnit<W>) {
+      return squares;
     } else {
-      return terms;
+      simd::Eight weights;
+      if constexpr (std::is_same_v<W, OneRow<float>>) {
+        weights = simd::same_eight(w.row(0) + i);
+      } else {
+        weights = simd::to_eight(words<kOf>(w, k, i));
+      }
+      return {squares.low * weights.low, squares.high * weights.high};
     }
   }
-  // Terms of a group, the last four added to the first four.
-  template <class X, class M, class W>
+  // Terms of groups, the last four added to the first four.
+  template <Of kOf, class X, class M, class W>
   static V group(X x, M m, W w, int k, std::ptrdiff_t i) {
-    const simd::Words d = simd::subtract_saturated(words(x, k, i), words(m, k, i));
-    const simd::Eight terms = weighted(simd::to_eight(d), w, k, i);
+    const simd::Words d = simd::subtract_saturated(words<kOf>(x, k, i), words<kOf>(m, k, i));
+    const simd::Eight terms = weighted<kOf>(simd::to_eight(d), w, k, i);
     return terms.low + terms.high;
   }
   // Terms of eight elements whose differences do not saturate.
   template <class X, class M, class W>
   static simd::Eight plain_terms(X x, M m, W w, int k, std::ptrdiff_t i) {
-    const simd::Eight a = simd::to_eight(words(x, k, i));
-    const simd::Eight b = simd::to_eight(words(m, k, i));
-    return weighted({a.low - b.low, a.high - b.high}, w, k, i);
+    const simd::Eight a = simd::to_eight(words<Of::kRows>(x, k, i));
+    const simd::Eight b = simd::to_eight(words<Of::kRows>(m, k, i));
+    return weighted<Of::kRows>({a.low - b.low, a.high - b.high}, w, k, i);
   }
 
   template <class X, class M, class W>
   static V some_distances(X x, M m, W w, int len) {
     V sums = V::zero();
     std::ptrdiff_t i = 0;
-    for (; i + kGroup <= len; i += kGroup) {
-      V groups[4];
+    for (; i + kGroups <= len; i += kGroups) {
+      V groups[simd::kWordRows][4];
+#pragma GCC unroll 8
+      for (int r = 0; r < V::width; ++r) groups[r / 4][r % 4] = group<Of::kGroups>(x, m, w, r, i);
+      sums = simd::add_group_sums(sums, groups);
+    }
+    if (kGroups > kGroup && i + kGroup <= len) {
+      V rows[4];
 #pragma GCC unroll 4
-      for (int k = 0; k < 4; ++k) groups[k] = group(x, m, w, k, i);
-      sums = sums + simd::lane_sums(groups);
+      for (int k = 0; k < 4; ++k) rows[k] = group<Of::kRows>(x, m, w, k, i);
+      sums = sums + simd::lane_sums(rows);
+      i += kGroup;
     }
     if (const auto rest = static_cast<int>(len - i); rest > 0) sums = add_rest(sums, x, m, w, len - kGroup, rest);
     return sums * V::broadcast(kUnscaled<W>);

@@ -436,6 +436,7 @@ inline Words load_words(Row row) {
   return {
       _mm256_inserti128_si256(_mm256_castsi128_si256(detail::load_16_bytes(row(0))), detail::load_16_bytes(row(1)), 1)};
 }
+inline Words load_groups(const std::int16_t* p) { return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))}; }
 inline Eight same_eight(const float* p) {
   const auto same = [](const float* four) {
     return Vec<float>{_mm256_broadcast_ps(reinterpret_cast<const __m128*>(four))};
@@ -455,6 +456,12 @@ inline Vec<float> lane_sums(const Vec<float> (&v)[4]) {
   const __m256 ab = pairs(v[0].raw, v[1].raw);
   const __m256 cd = pairs(v[2].raw, v[3].raw);
   return {_mm256_add_ps(_mm256_shuffle_ps(ab, cd, 0x44), _mm256_shuffle_ps(ab, cd, 0xEE))};
+}
+inline Vec<float> add_group_sums(Vec<float> sums, const Vec<float> (&v)[2][4]) {
+  const __m256 a = lane_sums(v[0]).raw;
+  const __m256 b = lane_sums(v[1]).raw;
+  const __m256 first = _mm256_add_ps(sums.raw, _mm256_permute2f128_ps(a, b, 0x20));
+  return {_mm256_add_ps(first, _mm256_permute2f128_ps(a, b, 0x31))};
 }
 inline void transpose_rows(Vec<float> (&v)[4]) {
   const __m256 a = _mm256_unpacklo_ps(v[0].raw, v[1].raw);

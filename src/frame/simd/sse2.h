@@ -440,6 +440,7 @@ template <class Row>
 inline Words load_words(Row row) {
   return same_words(row(0));
 }
+inline Words load_groups(const std::int16_t* p) { return same_words(p); }
 inline Eight same_eight(const float* p) { return {{_mm_loadu_ps(p)}, {_mm_loadu_ps(p + 4)}}; }
 inline Words subtract_saturated(Words a, Words b) { return {_mm_subs_epi16(a.raw, b.raw)}; }
 inline Eight to_eight(Words a) {
@@ -452,6 +453,7 @@ inline Vec<float> lane_sums(const Vec<float> (&v)[4]) {
   const __m128 cd = pairs(v[2].raw, v[3].raw);
   return {_mm_add_ps(_mm_movelh_ps(ab, cd), _mm_movehl_ps(cd, ab))};
 }
+inline Vec<float> add_group_sums(Vec<float> sums, const Vec<float> (&v)[1][4]) { return sums + lane_sums(v[0]); }
 inline void transpose_rows(Vec<float> (&v)[4]) { _MM_TRANSPOSE4_PS(v[0].raw, v[1].raw, v[2].raw, v[3].raw); }
 inline Vec<float> interleave_rows(Vec<float> a) { return a; }
 inline float add_row_sums(float sum, Vec<float> v) { return sum + sum_lanes(v); }

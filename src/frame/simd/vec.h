@@ -22,14 +22,16 @@
 //   products_of_pairs(p, q)   a0 b0 + a1 b1, ... of 2 * width 16-bit elements; only four -32768 wrap, to INT32_MIN
 //   add_unsigned(sums, x)     64-bit sums plus the lanes of x read as unsigned numbers
 //   exponent_field(v), mantissa(v)   the biased exponent, and v 2^-exponent in [1, 2), of positive normal doubles
-//   Words, Eight          eight 16-bit words and eight floats of each of kWordRows rows; Eight's vectors low and high
-//                         hold the first and the last four of every row
+//   Words, Eight          a group of eight 16-bit words, and of eight floats, of each of kWordRows rows; the vectors
+//                         low and high of Eight hold the first and the last four of every group
 //   load_words(row)       row(k) points to the words of row k; same_words(p), same_eight(p): the same for all rows
+//   load_groups(p)        kWordRows consecutive groups of one row in the places of rows
 //   subtract_saturated(a, b), to_eight(words)   the words as floats, times 2^16
 //   lane_sums(v[4])       lane k + 4 h is the sum of the four lanes of row h in v[k], in the order of sum_lanes
+//   add_group_sums(sums, v[h][4])   lane k + 4 h plus the lane sums of the groups in v[h][k], one after the other
+//   add_row_sums(sum, v)  the same for one v and one sum; add_first_row_sum: its first group alone
 //   transpose_rows(v[4])  lane k + 4 h of v[j] becomes lane j of row h in v[k]
 //   interleave_rows(v)    lane j of row h becomes lane j * rows + h
-//   add_row_sums(sum, v)  sum plus the sum of row 0, plus that of the next row ...; add_first_row_sum: row 0 alone
 //   product_error(a, b, p)    a b - p exactly, p the rounded product, where nothing overflows or underflows
 //
 // A new instruction set is one more backend file that defines the same operations, and a line here.
