@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -31,6 +32,20 @@ int container(const std::filesystem::path& file) {
   throw Fault(file.string() + ": audio is written to names that end in .wav or .flac");
 }
 
+// The distance of neighbouring values of a sample format in units of a 16-bit integer; 0: left to the library.
+float step_of(int sample_format) {
+  switch (sample_format) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8: return 256.0F;
+    case SF_FORMAT_PCM_16: return 1.0F;
+    case SF_FORMAT_PCM_24: return 1.0F / 256.0F;
+    default: return 0.0F;
+  }
+}
+
+// libsndfile truncates where it clips: what it gets is rounded to nearest already.
+float rounded(float sample, float step) { return step > 0.0F ? std::nearbyint(sample / step) * step : sample; }
+
 }  // namespace
 
 void check_audio_name(const std::filesystem::path& file) { container(file); }
@@ -52,6 +67,7 @@ void write_audio(OutputFile& file, const std::filesystem::path& name, const Audi
 
   const std::size_t channels = audio.channels.size();
   const std::size_t length = audio.channels.front().size();
+  const float step = step_of(info.format & SF_FORMAT_SUBMASK);
   std::vector<float> block;
   constexpr std::size_t kFrames = 4096;
   for (std::size_t begin = 0; begin < length; begin += kFrames) {
@@ -59,7 +75,7 @@ void write_audio(OutputFile& file, const std::filesystem::path& name, const Audi
     block.resize(count * channels);
     for (std::size_t channel = 0; channel < channels; ++channel)
       for (std::size_t i = 0; i < count; ++i)
-        block[i * channels + channel] = audio.channels[channel][begin + i] / kIntegerUnit;
+        block[i * channels + channel] = rounded(audio.channels[channel][begin + i], step) / kIntegerUnit;
     if (sf_writef_float(sound.get(), block.data(), static_cast<sf_count_t>(count)) != static_cast<sf_count_t>(count))
       throw Fault(name.string() + ": cannot be written: " + sf_strerror(sound.get()));
   }

@@ -1,7 +1,9 @@
 // kivsr enhance: an audio file to one with less noise.
+#include <cmath>
 #include <cstddef>
 #include <cstdio>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -58,11 +60,17 @@ AudioChannels EnhanceCommand::reference_for(const AudioChannels& audio) const {
   return reference;
 }
 
+// The mean over the channels whose reference is not silent.
 double mean_segmental_snr(const AudioChannels& reference, const AudioChannels& audio) {
   double sum = 0.0;
-  for (std::size_t channel = 0; channel < audio.channels.size(); ++channel)
-    sum += segmental_snr(reference.channels[channel], audio.channels[channel], audio.sample_rate);
-  return sum / static_cast<double>(audio.channels.size());
+  int count = 0;
+  for (std::size_t channel = 0; channel < audio.channels.size(); ++channel) {
+    const double snr = segmental_snr(reference.channels[channel], audio.channels[channel], audio.sample_rate);
+    if (std::isnan(snr)) continue;
+    sum += snr;
+    ++count;
+  }
+  return count == 0 ? std::numeric_limits<double>::quiet_NaN() : sum / count;
 }
 
 void EnhanceCommand::run() const {
@@ -71,6 +79,8 @@ void EnhanceCommand::run() const {
   const AudioChannels audio = read_audio_channels(input_file, raw);
   std::optional<AudioChannels> reference;
   if (!reference_file.empty()) reference = reference_for(audio);
+  const double before = reference ? mean_segmental_snr(*reference, audio) : 0.0;
+  if (std::isnan(before)) throw Fault(reference_file + ": is silent");
 
   std::unique_ptr<Enhancer> enhancer;
   try {
@@ -100,7 +110,6 @@ void EnhanceCommand::run() const {
 
   std::printf("%s: %s\n", output_file.c_str(), description.c_str());
   if (reference) {
-    const double before = mean_segmental_snr(*reference, audio);
     const double after = mean_segmental_snr(*reference, enhanced);
     std::printf("segmental SNR %.2f dB before, %.2f dB after, gain %.2f dB\n", before, after, after - before);
   }
