@@ -16,11 +16,11 @@ struct Method {
 };
 
 std::unique_ptr<Enhancer> make_mcra_wiener(int sample_rate) {
-  return std::make_unique<McraEnhancer>(sample_rate, GainSettings{.rule = GainRule::wiener, .memory = 0.9F});
+  return std::make_unique<McraEnhancer>(sample_rate, GainSettings{.rule = GainRule::wiener});
 }
 
 std::unique_ptr<Enhancer> make_mcra_emns(int sample_rate) {
-  return std::make_unique<McraEnhancer>(sample_rate, GainSettings{.rule = GainRule::emns, .memory = 0.95F});
+  return std::make_unique<McraEnhancer>(sample_rate, GainSettings{.rule = GainRule::emns});
 }
 
 std::unique_ptr<Enhancer> make_aurora(int sample_rate) { return std::make_unique<AuroraEnhancer>(sample_rate); }

@@ -15,8 +15,8 @@ enum class GainRule {
 
 struct GainSettings {
   GainRule rule = GainRule::emns;
-  float memory = 0.95F;  // share of the previous frame in the signal-to-noise ratio
-  float floor = 0.1F;    // smallest gain
+  float memory = 0.9F;  // share of the previous frame in the signal-to-noise ratio
+  float floor = 0.1F;   // smallest gain
 };
 
 // power, noise and gains have one value a bin, or a band. The gains are factors of amplitudes, from the floor to 1.
