@@ -33,6 +33,7 @@ int main(int argc, char** argv) {
     kivsr::tools::add_quantise(program);
     kivsr::tools::add_mix(program);
     kivsr::tools::add_recognise(program);
+    kivsr::tools::add_train(program);
     kivsr::tools::add_vad(program);
     const auto is_first_word = [&](CLI::App* subcommand) { return subcommand->get_name() == argv[1]; };
     if (argc > 1 && argv[1][0] != '-' && program.get_subcommands(is_first_word).empty())

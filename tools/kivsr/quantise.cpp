@@ -210,7 +210,7 @@ void DecodeCommand::run() const {
   }
 }
 
-void add_train(CLI::App& quantise) {
+void add_train_mode(CLI::App& quantise) {
   CLI::App* const command = quantise.add_subcommand("train", "Train codebooks from audio or feature files");
   const auto options = std::make_shared<TrainCommand>(*command);
   command->add_option("-o,--output", options->output_file, "Codebook file to write")->required();
@@ -255,7 +255,7 @@ void add_quantise(CLI::App& program) {
   CLI::App* const command =
       program.add_subcommand("quantise", "Code features with a few bits a frame by split vector quantisation");
   command->require_subcommand(1);
-  add_train(*command);
+  add_train_mode(*command);
   add_encode(*command);
   add_decode(*command);
 }

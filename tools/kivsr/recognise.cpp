@@ -18,13 +18,14 @@
 #include "decoder/viterbi_search.h"
 #include "decoder/word_errors.h"
 #include "enhance/noise_reduction.h"
-#include "features/dynamic_features.h"
 #include "features/feature_input.h"
 #include "features/front_end.h"
 #include "kivsr/recognise_report.h"
 #include "kivsr/subcommands.h"
 #include "models/acoustic_model.h"
 #include "models/binary_file.h"
+#include "models/word_acoustic_model.h"
+#include "models/word_model_file.h"
 #include "support/fault.h"
 #include "support/progress.h"
 
@@ -99,9 +100,14 @@ std::vector<std::string> spoken_words(const Hypothesis& hypothesis, const Search
 
 void RecogniseCommand::run() const {
   if (alignment && format == "tsv") throw Fault("recognise: --alignment is for the format text");
-  WordNetwork words_allowed = word_network();
-  const AcousticModel model = read_acoustic_model(find_model_folder(model_name), floors);
-  const Dictionary pronunciations = dictionary(model, words_allowed);
+  std::optional<WordRecogniser> word_model;
+  if (is_word_model_file(model_name)) word_model = word_recogniser(read_word_model(model_name), model_name);
+  WordNetwork words_allowed =
+      word_model && grammar_file.empty() && words.empty() ? word_loop(word_model->words, model_name) : word_network();
+  const AcousticModel model =
+      word_model ? word_model->acoustic : read_acoustic_model(find_model_folder(model_name), floors);
+  const Dictionary pronunciations =
+      word_model && dictionary_file.empty() ? word_model->dictionary : dictionary(model, words_allowed);
   std::optional<References> references;
   if (!reference_file.empty()) {
     references = References::read(reference_file);
@@ -126,6 +132,8 @@ void RecogniseCommand::run() const {
     FeatureMatrix cepstra;
     if (from_features)
       cepstra = read_front_end_rows(file, model.features.front_end);
+    else if (!model.feature_steps.front_end)
+      throw Fault(file + ": the model " + model_name + " was trained from features, not from audio");
     else
       audio = read_audio_at(file, model.features.front_end.sample_rate, raw);
     const auto start = std::chrono::steady_clock::now();
@@ -133,7 +141,7 @@ void RecogniseCommand::run() const {
       cepstra = reduction->run(audio.samples);
     else if (!from_features)
       cepstra = FrontEnd(model.features.front_end).run(audio.samples);
-    const FeatureMatrix features = utterance_features(cepstra);
+    const FeatureMatrix features = model.feature_steps.apply(cepstra);
     if (features.height() == 0) throw Fault(file + ": shorter than one frame");
     for (int frame = 0; frame < features.height(); ++frame) search.push(features.row(frame));
     const Hypothesis hypothesis = search.finish();
@@ -176,7 +184,7 @@ void add_recognise(CLI::App& program) {
       ->required();
   command
       ->add_option("--model", options->model_name,
-                   "Folder of the acoustic model, or the name of one that Debian installs")
+                   "Folder of the acoustic model, name of one that Debian installs, or file of a model of words")
       ->capture_default_str();
   command->add_option("--dict", options->dictionary_file,
                       "Pronunciation dictionary (default: the one beside the model)");

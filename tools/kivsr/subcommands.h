@@ -15,6 +15,7 @@ void add_info(CLI::App& program);
 void add_quantise(CLI::App& program);
 void add_mix(CLI::App& program);
 void add_recognise(CLI::App& program);
+void add_train(CLI::App& program);
 void add_vad(CLI::App& program);
 
 }  // namespace kivsr::tools

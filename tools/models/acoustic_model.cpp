@@ -183,6 +183,8 @@ AcousticModel read_acoustic_model(const std::filesystem::path& folder, const Mod
   if (kind != model.features.entries.end() && kind->second != "1s_c_d_dd")
     throw Fault((folder / "feat.params").string() + ": features " + kind->second +
                 " are not supported, only 1s_c_d_dd");
+  model.feature_steps.width = model.features.front_end.row_width();
+  model.feature_steps.front_end = model.features.front_end;
   model.definition = read_model_definition(folder / "mdef");
   model.fillers = Dictionary::read(folder / "noisedict");
 

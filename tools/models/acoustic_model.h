@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "features/model_features.h"
 #include "features/front_end_parameters.h"
 #include "models/dictionary.h"
 #include "models/model_definition.h"
@@ -37,6 +38,7 @@ struct ModelStream {
 struct AcousticModel {
   std::filesystem::path folder;
   ModelFeatureParameters features;
+  ModelFeatures feature_steps;  // what follows the front end
   ModelDefinition definition;
   Dictionary fillers;  // noisedict: silence and noises
   int dimension = 0;   // of the feature vector

@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kivsr::tools {
@@ -19,6 +20,8 @@ class Dictionary {
  public:
   // Keeps the words of the set, or all of them if there is none: a large dictionary is read to its end, not kept.
   static Dictionary read(const std::filesystem::path& file, const std::set<std::string, std::less<>>* wanted = nullptr);
+
+  void add(const std::string& word, Pronunciation pronunciation) { words_[word].push_back(std::move(pronunciation)); }
 
   // The pronunciations of a word in the order of the file; null if it has none.
   const std::vector<Pronunciation>* find(std::string_view word) const;

@@ -1,0 +1,22 @@
+// The file of a word model: header lines with the features, the units and the record of the training, then the numbers
+// of each state as floats. docs/guide/train.md describes it to the byte.
+#ifndef KIVSR_TOOLS_MODELS_WORD_MODEL_FILE_H
+#define KIVSR_TOOLS_MODELS_WORD_MODEL_FILE_H
+
+#include <cstdint>
+#include <filesystem>
+
+#include "models/word_model.h"
+
+namespace kivsr::tools {
+
+bool is_word_model_file(const std::filesystem::path& file);
+// Throws Fault for a file that is damaged or contradicts itself.
+WordModel read_word_model(const std::filesystem::path& file);
+void write_word_model(const std::filesystem::path& file, const WordModel& model);
+// Tells models apart: the checksum that the file of the model would have.
+std::uint32_t word_model_checksum(const WordModel& model);
+
+}  // namespace kivsr::tools
+
+#endif
