@@ -40,7 +40,8 @@ struct LoadedUtterance {
 
 // Throws Fault for a file that cannot be read, has another width, holds a value that is not a number or has no frame,
 // and for audio where the features has no front end.
-LoadedUtterance load_utterance(const std::filesystem::path& file, const ModelFeatures& features, const RawFormat& raw = {});
+LoadedUtterance load_utterance(const std::filesystem::path& file, const ModelFeatures& features,
+                               const RawFormat& raw = {});
 
 }  // namespace kivsr::tools
 

@@ -247,9 +247,11 @@ void add_train(CLI::App& program) {
   command->add_option("--statistics", options->statistics_file, "File for the sums of --part");
   command->add_option("--sum", options->sum_files, "Files of all parts: finish the pass with them");
   const std::vector<std::pair<std::string, UtteranceNormalisation>> normalisations{
-      {"none", UtteranceNormalisation::none}, {"mean", UtteranceNormalisation::mean}, {"mean-variance", UtteranceNormalisation::mean_variance}};
-  const std::vector<std::pair<std::string, UtteranceDynamics>> dynamics{{"none", UtteranceDynamics::none},
-                                                               {"differences", UtteranceDynamics::differences}};
+      {"none", UtteranceNormalisation::none},
+      {"mean", UtteranceNormalisation::mean},
+      {"mean-variance", UtteranceNormalisation::mean_variance}};
+  const std::vector<std::pair<std::string, UtteranceDynamics>> dynamics{
+      {"none", UtteranceDynamics::none}, {"differences", UtteranceDynamics::differences}};
   command->add_option("--normalise", options->features.normalisation, "Of each utterance: none, mean or mean-variance")
       ->transform(CLI::Transformer(normalisations))
       ->default_str("mean");
