@@ -195,11 +195,10 @@ std::int64_t caller_bytes(int width, int step, int size) {
 
 template <class T>
 KivStatus check_caller_sizes(int width, int step, int height, int size) {
-  return first_failure(check_sizes(width, step, height, size), require(size == height, kivStatusBadSize),
-                       // Evaluated for sizes that passed.
-                       require(size < 1 || caller_bytes<T>(std::max(width, 1), std::max(step, 1), size) <=
-                                               std::numeric_limits<int>::max(),
-                               kivStatusBadSize));
+  const KivStatus sizes =
+      first_failure(check_sizes(width, step, height, size), require(size == height, kivStatusBadSize));
+  if (sizes != kivStatusOk) return sizes;
+  return require(caller_bytes<T>(width, step, size) <= std::numeric_limits<int>::max(), kivStatusBadSize);
 }
 
 template <class T>
