@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "features/delta_stage.h"
+#include "features/equalisation_stage.h"
 #include "features/normalisation_stage.h"
 
 namespace kivsr::tools {
@@ -22,6 +23,7 @@ FeatureChain::FeatureChain(const FeatureParameters& parameters)
   const auto add = [&](std::unique_ptr<RowStage> stage) {
     if (stage) stages_.push_back(std::move(stage));
   };
+  add(make_equalisation_stage(parameters_));
   add(make_energy_stage(parameters_));
   add(make_normalisation_stage(parameters_));
   add(make_delta_stage(parameters_));

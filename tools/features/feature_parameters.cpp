@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "features/equalisation_stage.h"
 #include "support/fault.h"
 
 namespace kivsr::tools {
@@ -50,6 +51,7 @@ void FeatureParameters::validate() const {
   const auto require = [](bool holds, const char* message) {
     if (!holds) throw Fault(std::string("features: ") + message);
   };
+  if (equalise) EqualisationStage(front_end, equalisation_reference);
   require(!normalise_energy || front_end.energy, "without the log energy there is none to normalise");
   require(std::isfinite(silence_floor) && silence_floor > 0.0F, "the silence floor must be above 0 dB");
   require(std::isfinite(energy_scale) && energy_scale > 0.0F, "the scale of the energy must be above 0");
@@ -67,7 +69,10 @@ FeatureParameters feature_preset(const std::string& name) {
     parameters.normalise_energy = true;
     parameters.delta = Delta::win2;
   }
-  if (name == "aurora") parameters.delta = Delta::aurora;
+  if (name == "aurora") {
+    parameters.delta = Delta::aurora;
+    parameters.equalisation_reference = aurora_reference_cepstrum();
+  }
   return parameters;
 }
 

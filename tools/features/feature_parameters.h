@@ -29,6 +29,9 @@ struct FeatureParameters {
 
   FrontEndParameters front_end;
 
+  bool equalise = false;                      // blind equalisation of c1, c2, ...
+  std::vector<float> equalisation_reference;  // their values without a channel; empty: zeros
+
   bool normalise_energy = false;        // log energy against its maximum; needs front_end.energy
   float silence_floor = 50.0F;          // decibels below the maximum
   float energy_scale = 0.1F;            // of the natural logarithm

@@ -32,6 +32,15 @@ const std::map<std::string, Normalisation>& normalisations() {
 }  // namespace
 
 FeatureOptions::FeatureOptions(CLI::App& command) : front_end_(command) {
+  command
+      .add_flag("--equalise", given_.equalise,
+                "Take a fixed channel out of c1, c2, ... frame by frame (blind equalisation)")
+      ->group(kGroup);
+  reference_ = command
+                   .add_option("--reference-cepstrum", given_.equalisation_reference,
+                               "c1, c2, ... without a channel, for --equalise (default: zeros, or the preset's)")
+                   ->delimiter(',')
+                   ->group(kGroup);
   command.add_option("--delta", delta_, "Deltas and accelerations: none, win1, win2, regression, aurora")
       ->check(CLI::IsMember(deltas()))
       ->group(kGroup);
@@ -61,6 +70,8 @@ FeatureParameters FeatureOptions::parameters() const {
   FeatureParameters parameters =
       front_end_.preset().empty() ? FeatureParameters() : feature_preset(front_end_.preset());
   parameters.front_end = front_end_.parameters();
+  parameters.equalise = given_.equalise;
+  if (reference_->count() > 0) parameters.equalisation_reference = given_.equalisation_reference;
   if (!delta_.empty()) parameters.delta = deltas().at(delta_);
   if (!normalisation_.empty()) parameters.normalisation = normalisations().at(normalisation_);
   if (delta_window_->count() > 0) parameters.delta_window = given_.delta_window;

@@ -22,6 +22,7 @@ class FeatureOptions {
   std::string normalisation_;
   FeatureParameters given_;  // the values of the options that were given
   float energy_maximum_ = 0.0F;
+  CLI::Option* reference_ = nullptr;
   CLI::Option* delta_window_ = nullptr;
   CLI::Option* frames_ = nullptr;
   CLI::Option* normalise_energy_ = nullptr;
