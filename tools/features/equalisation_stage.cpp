@@ -21,6 +21,11 @@ bool has_zeroth(const FrontEndParameters& parameters) {
   return parameters.output == Output::cepstra && parameters.zeroth != ZerothCepstrum::none;
 }
 
+// The column of c1.
+int first_equalised(const FrontEndParameters& parameters) {
+  return has_zeroth(parameters) && parameters.zeroth == ZerothCepstrum::first ? 1 : 0;
+}
+
 // Of the mean of the logarithms of the filters' energies to c0.
 float zeroth_factor(const FrontEndParameters& parameters) {
   const auto filters = static_cast<float>(parameters.filter_count);
@@ -59,12 +64,11 @@ float EqualisationStage::log_energy(std::span<const float> row) const {
 }
 
 void EqualisationStage::push(const FeatureMatrix& rows, FeatureMatrix& result) {
-  const bool zeroth_first = has_zeroth(parameters_) && parameters_.zeroth == ZerothCepstrum::first;
+  const int first = first_equalised(parameters_);
   if (reference_.empty()) append_rows(rows.values, result);
   for (int t = 0; t < rows.height() && !reference_.empty(); ++t) {
     append_rows(rows.row(t), result);
-    check(kivsBlindEqualization_Aurora_32f(reference_.data(),
-                                           result.row(result.height() - 1).data() + (zeroth_first ? 1 : 0),
+    check(kivsBlindEqualization_Aurora_32f(reference_.data(), result.row(result.height() - 1).data() + first,
                                            bias_.data(), static_cast<int>(bias_.size()), log_energy(rows.row(t))),
           "kivsBlindEqualization_Aurora_32f");
   }
@@ -82,6 +86,16 @@ void EqualisationStage::run(FeatureMatrix& rows) {
 std::unique_ptr<RowStage> make_equalisation_stage(const FeatureParameters& parameters) {
   if (!parameters.equalise) return nullptr;
   return std::make_unique<EqualisationStage>(parameters.front_end, parameters.equalisation_reference);
+}
+
+void equalise_utterance(FeatureMatrix& cepstra, const FrontEndParameters& parameters) {
+  if (cepstra.height() == 0) return;
+  std::vector<float> mean(static_cast<std::size_t>(cepstra.width));
+  check(kivsMeanColumn_32f_D2(cepstra.values.data(), cepstra.height(), cepstra.width, mean.data(), cepstra.width),
+        "kivsMeanColumn_32f_D2");
+  const auto first = mean.begin() + first_equalised(parameters);
+  const auto count = static_cast<std::ptrdiff_t>(equalised_count(parameters));
+  EqualisationStage(parameters, {}, {first, first + count}).run(cepstra);
 }
 
 std::vector<float> aurora_reference_cepstrum() {

@@ -39,6 +39,10 @@ class EqualisationStage : public RowStage {
 // The stage that the parameters ask for, null for none.
 std::unique_ptr<RowStage> make_equalisation_stage(const FeatureParameters& parameters);
 
+// Equalises the cepstra of an utterance for a model whose training took the mean out of them: such a model's reference
+// is zero, and the bias starts at the utterance's mean.
+void equalise_utterance(FeatureMatrix& cepstra, const FrontEndParameters& parameters);
+
 // c1 .. c12 of the standard's own features.
 std::vector<float> aurora_reference_cepstrum();
 

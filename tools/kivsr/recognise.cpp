@@ -18,6 +18,7 @@
 #include "decoder/viterbi_search.h"
 #include "decoder/word_errors.h"
 #include "enhance/noise_reduction.h"
+#include "features/equalisation_stage.h"
 #include "features/feature_input.h"
 #include "features/front_end.h"
 #include "kivsr/recognise_report.h"
@@ -46,6 +47,7 @@ struct RecogniseCommand {
   std::string noise_reduction = "none";
   bool alignment = false;
   bool skip_unknown = false;
+  bool equalise = false;
   std::vector<std::string> audio_files;
   RawFormat raw;
   ModelFloors floors;
@@ -141,6 +143,7 @@ void RecogniseCommand::run() const {
       cepstra = reduction->run(audio.samples);
     else if (!from_features)
       cepstra = FrontEnd(model.features.front_end).run(audio.samples);
+    if (equalise) equalise_utterance(cepstra, model.features.front_end);
     const FeatureMatrix features = model.feature_steps.apply(cepstra);
     if (features.height() == 0) throw Fault(file + ": shorter than one frame");
     for (int frame = 0; frame < features.height(); ++frame) search.push(features.row(frame));
@@ -196,6 +199,8 @@ void add_recognise(CLI::App& program) {
                     "Leave out words without a pronunciation instead of stopping");
   command->add_option("--reference", options->reference_file,
                       "Transcriptions, lines \"words (utterance-id)\", to count word errors");
+  command->add_flag("--equalise", options->equalise,
+                    "Follow a channel that changes within an utterance (blind equalisation)");
   command->add_option("--noise-reduction", options->noise_reduction, "none, mcra-wiener or mcra-emns")
       ->check(CLI::IsMember({"none", "mcra-wiener", "mcra-emns"}))
       ->capture_default_str();
