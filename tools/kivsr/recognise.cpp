@@ -123,6 +123,8 @@ void RecogniseCommand::run() const {
   if (noise_reduction != "none") reduction.emplace(model.features.front_end, noise_reduction_settings(noise_reduction));
   const SearchNetwork network = build_search_network(words_allowed, pronunciations, model, weights);
   const std::unique_ptr<Scorer> scorer = make_mixture_scorer(model, scoring);
+  if (equalise && !model.feature_steps.front_end)
+    throw Fault("recognise: --equalise needs a model of cepstra, " + model_name + " was trained from features");
   ViterbiSearch search(network, model, *scorer, beams);
   RecogniseReport report(format == "tsv" ? ReportFormat::tsv : ReportFormat::text, references.has_value());
   Progress progress("recognise", static_cast<int>(audio_files.size()));
