@@ -51,10 +51,13 @@ bool NoiseGate::speech(std::span<const float> frame) {
   return true;
 }
 
-float Aggression::next(std::span<const float> clean, std::span<const float> noise) {
-  ++frames_;
+void Aggression::add(std::span<const float> clean) {
   std::rotate(energies_.begin(), energies_.begin() + 1, energies_.end());
   energies_.back() = sum_of(clean);
+}
+
+float Aggression::next(std::span<const float> noise) {
+  ++frames_;
   const double noise_energy = sum_of(noise);
   const double ratio =
       double{energies_[0]} * energies_[1] * energies_[2] / (noise_energy * noise_energy * noise_energy);

@@ -29,8 +29,10 @@ class NoiseGate {
 // behind the first stage to the noise that is left in it.
 class Aggression {
  public:
-  // Magnitude spectra: what the first stage left of the frame, and the second stage's noise.
-  float next(std::span<const float> clean, std::span<const float> noise);
+  // Magnitude spectra: what the first stage left of each frame, from its first one on,
+  void add(std::span<const float> clean);
+  // and the noise of the second stage, once that has begun.
+  float next(std::span<const float> noise);
 
  private:
   int frames_ = 0;

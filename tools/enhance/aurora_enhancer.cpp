@@ -59,11 +59,12 @@ void AuroraEnhancer::step(std::span<const float> frame, std::vector<float>& outp
   first_stage_.design(first_buffer_, !speech);
   first_stage_.filter(first_buffer_, 1.0F, between);
   record_noise_of_frame();
+  aggression_.add(first_stage_.clean());
   second_buffer_.push(between);
   if (frames_ <= kDelay) return;
   second_stage_.design(second_buffer_, true);
   std::array<float, kFrame> result;
-  second_stage_.filter(second_buffer_, aggression_.next(first_stage_.clean(), second_stage_.noise()), result);
+  second_stage_.filter(second_buffer_, aggression_.next(second_stage_.noise()), result);
   check(kivsCompensateOffset_32f_I(result.data(), kAuroraFrame, &offset_input_, offset_output_, kOffsetPole),
         "kivsCompensateOffset_32f_I");
   offset_output_ = result.back();
