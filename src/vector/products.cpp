@@ -122,19 +122,52 @@ void matrix_times_vector(Rows matrix, const Kiv32s* vector, std::ptrdiff_t width
 
 // --- vector times matrix ----------------------------------------------------------
 
+constexpr int kRowsAtATime = 8;
+
+// Rows r .. r + kRows - 1 times their factors, added to dst one row after the other. Whole rows are read faster than
+// panels of columns, and the destination stays in the cache.
+template <int kRows, class Rows>
+void add_rows(const float* vector, Rows rows, std::ptrdiff_t r, float* dst, std::ptrdiff_t width) {
+  using V = Vec<float>;
+  constexpr std::ptrdiff_t W = V::width;
+  const float* row[kRows];
+  V factor[kRows];
+#pragma GCC unroll 8
+  for (int k = 0; k < kRows; ++k) {
+    row[k] = rows.row(r + k);
+    factor[k] = V::broadcast(vector[r + k]);
+  }
+  std::ptrdiff_t c = 0;
+  for (; c + W <= width; c += W) {
+    V sum = simd::load<float>(dst + c);
+#pragma GCC unroll 8
+    for (int k = 0; k < kRows; ++k) sum = mul_add(simd::load<float>(row[k] + c), factor[k], sum);
+    store(dst + c, sum);
+  }
+  if (c < width) {
+    const int rest = static_cast<int>(width - c);
+    V sum = simd::load_some<float>(dst + c, rest);
+#pragma GCC unroll 8
+    for (int k = 0; k < kRows; ++k) sum = mul_add(simd::load_some<float>(row[k] + c, rest), factor[k], sum);
+    store_some(dst + c, sum, rest);
+  }
+}
+
 template <class Rows>
 void vector_times_matrix(const float* vector, Rows matrix, std::ptrdiff_t height, float* dst, std::ptrdiff_t width) {
+  // The sums of a tall and narrow matrix stay in registers.
   using Narrow = Products<float, float, 2>;
-  if (width <= ColumnPanel<Narrow>::kMaxVectors * Vec<float>::width) {
-    sum_columns(Narrow{vector}, matrix, height, width, FromZero{},
-                [&](auto first, auto count, const auto* even, const auto* odd) {
-                  transform<float>(
-                      count, [](auto a, auto b) { return a + b; }, dst + first, even, odd);
-                });
-  } else {
-    sum_columns(Products<float, float, 1>{vector}, matrix, height, width, FromZero{},
-                [&](auto first, auto count, const auto* sum) { copy(dst + first, sum, count); });
+  if (width <= ColumnPanel<Narrow>::kMaxVectors * Vec<float>::width && height > 2 * width) {
+    return sum_columns(Narrow{vector}, matrix, height, width, FromZero{},
+                       [&](auto first, auto count, const auto* even, const auto* odd) {
+                         transform<float>(
+                             count, [](auto a, auto b) { return a + b; }, dst + first, even, odd);
+                       });
   }
+  zero(dst, width);
+  std::ptrdiff_t r = 0;
+  for (; r + kRowsAtATime <= height; r += kRowsAtATime) add_rows<kRowsAtATime>(vector, matrix, r, dst, width);
+  for (; r < height; ++r) add_rows<1>(vector, matrix, r, dst, width);
 }
 
 template <class Rows, class D>
