@@ -45,6 +45,8 @@ struct TrainCommand {
   TrainingSettings settings;
   // Says of each setting given on the command line whether it is the stored one.
   std::vector<std::function<void(const TrainingSettings&)>> comparisons;
+  CLI::Option* normalise_option = nullptr;
+  CLI::Option* dynamics_option = nullptr;
 
  private:
   void read_model();
@@ -73,6 +75,10 @@ void TrainCommand::read_model() {
   model_ = read_word_model(model_file);
   const TrainingSettings stored = stored_settings(model_.training, model_file, pass_);
   for (const auto& compare : comparisons) compare(stored);
+  const auto other = [&](const std::string& name) { return Fault(model_file + ": was begun with another --" + name); };
+  if (normalise_option->count() > 0 && features.normalisation != model_.features.normalisation)
+    throw other("normalise");
+  if (dynamics_option->count() > 0 && features.dynamics != model_.features.dynamics) throw other("dynamics");
   if (plain_mixture && !model_.plain_mixture) throw Fault(model_file + ": is a model of words, not a plain mixture");
   settings = stored;
 }
@@ -117,9 +123,9 @@ void TrainCommand::complete_pass(const Statistics& statistics) {
       "pass %d of %d: %.6f log likelihood a frame; %d components, floored %d variances and %d weights, merged %d\n",
       pass_, settings.passes(), statistics.log_likelihood / statistics.frames, components, report.floored_variances,
       report.floored_weights, report.merged_components);
-  std::fflush(stdout);
   if (report.unseen_states > 0 || statistics.skipped > 0.0)
     std::printf("  left out: %.0f utterances; not reached: %d states\n", statistics.skipped, report.unseen_states);
+  std::fflush(stdout);
 }
 
 void TrainCommand::train(const std::vector<TrainingItem>& items) {
@@ -252,12 +258,14 @@ void add_train(CLI::App& program) {
       {"mean-variance", UtteranceNormalisation::mean_variance}};
   const std::vector<std::pair<std::string, UtteranceDynamics>> dynamics{
       {"none", UtteranceDynamics::none}, {"differences", UtteranceDynamics::differences}};
-  command->add_option("--normalise", options->features.normalisation, "Of each utterance: none, mean or mean-variance")
-      ->transform(CLI::Transformer(normalisations))
-      ->default_str("mean");
-  command->add_option("--dynamics", options->features.dynamics, "none or differences")
-      ->transform(CLI::Transformer(dynamics))
-      ->default_str("differences");
+  options->normalise_option =
+      command
+          ->add_option("--normalise", options->features.normalisation, "Of each utterance: none, mean or mean-variance")
+          ->transform(CLI::Transformer(normalisations))
+          ->default_str("mean");
+  options->dynamics_option = command->add_option("--dynamics", options->features.dynamics, "none or differences")
+                                 ->transform(CLI::Transformer(dynamics))
+                                 ->default_str("differences");
   command->add_option("--mfc-width", options->features.width, "Values of a frame in .mfc files")
       ->check(CLI::Range(1, 10000))
       ->capture_default_str();

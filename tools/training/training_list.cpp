@@ -46,11 +46,12 @@ std::vector<TrainingItem> read_training_list(const TrainingListFiles& files, boo
     if (line.empty() || line.front() == '#') continue;
     std::string name = line;
     TrainingItem item;
-    if (words_in_list) {
+    if (files.transcripts.empty()) {
       const std::size_t tab = line.find('\t');
-      const std::size_t end = std::min(tab == std::string::npos ? line.find(' ') : tab, line.size());
+      const std::size_t blank = words_in_list && tab == std::string::npos ? line.find(' ') : tab;
+      const std::size_t end = std::min(blank, line.size());
       name = trimmed(line.substr(0, end));
-      item.words = spoken_words(line.substr(end));
+      if (words_in_list) item.words = spoken_words(line.substr(end));
     }
     item.file = folder / (name + files.extension);
     if (with_words && !words_in_list) item.words = references.find(item.file);

@@ -25,7 +25,8 @@ struct TrainingItem {
   std::vector<std::string> words;
 };
 
-// Without words the lines are file names and nothing else. Empty lines and those that start with # are passed over.
+// Without words the lines are file names; what follows a tab does not count. Empty lines and those that start with #
+// are passed over.
 std::vector<TrainingItem> read_training_list(const TrainingListFiles& files, bool with_words);
 // Of names and words, to notice that a training goes on with another list. The folders are left out.
 std::uint32_t list_checksum(const std::vector<TrainingItem>& items);
