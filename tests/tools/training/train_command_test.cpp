@@ -111,10 +111,10 @@ TEST(Train, GoesOnAfterAnInterruptionBitForBit) {
 TEST(Train, PartsGiveTheModelOfOneRun) {
   const TemporaryFolder folder;
   const auto list = folder.write("list", lines_of(digit_files(3)));
-  const std::string options = " --components 2 --iterations 2 ";
+  const std::string options = " --components 2 --iterations 1 ";
   ASSERT_EQ(run_kivsr(train_digits(list, folder / "whole") + options).status, 0);
   ASSERT_EQ(run_kivsr(train_digits(list, folder / "parts") + options + "--passes 0").status, 0);
-  for (int pass = 0; pass < 4; ++pass) {
+  for (int pass = 0; pass < 2; ++pass) {
     std::string sums;
     for (const char* part : {"1/3", "2/3", "3/3"}) {
       const auto file = folder / (std::string("sums") + part[0]);
