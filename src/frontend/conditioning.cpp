@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <limits>
 #include <type_traits>
+#include <variant>
 
 #include "frame/rounding_mode.h"
 #include "frame/scale.h"
@@ -122,6 +123,7 @@ int sign_changes(const Kiv16s* x, std::ptrdiff_t len) {
 
 // Products that are not >= 0: a NaN counts, an underflow to -0 does not.
 int sign_changes(const float* x, std::ptrdiff_t len) {
+  const NearestRounding nearest;
   return count_pairs<float>(x, len,
                             [](V a, V b) { return as_integer(a * b >= V::zero()) ^ Vec<std::int32_t>::broadcast(-1); });
 }
@@ -179,6 +181,7 @@ KivStatus normalise(const S* src, D* dst, std::ptrdiff_t len, Extent extent, flo
     zero(dst, len);
     return kivStatusNoOperation;
   }
+  [[maybe_unused]] const std::conditional_t<std::is_floating_point_v<D>, std::monostate, NearestRounding> nearest;
   const float d = extent.high - extent.low;
   const V hi = V::broadcast(high_coef * d + extent.low);
   const V lo = V::broadcast(d * low_coef + extent.low);
@@ -187,7 +190,6 @@ KivStatus normalise(const S* src, D* dst, std::ptrdiff_t len, Extent extent, flo
   if constexpr (std::is_floating_point_v<D>) {
     transform<float>(len, value, dst, src);
   } else {
-    const NearestRounding nearest;
     const V limit = V::broadcast(static_cast<float>(std::numeric_limits<D>::max()));
     transform<float>(
         len, [=](V x) { return round_to_integer(min(limit, value(x))); }, dst, src);

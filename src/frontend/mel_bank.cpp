@@ -37,7 +37,8 @@ constexpr KivStatus frequency_check(const Frequencies& f) {
                        require(!(f.sampling * 0.5F < f.high), kivStatusBadFreqRange));
 }
 
-// The edges and centres of the filters: `linear` of them in hertz, the others in mel.
+// The edges and centres of the filters: `linear` of them in hertz, the others in mel. While it lives everything rounds
+// to nearest.
 class Spacing {
  public:
   // Equal distances in mel from low to high.
@@ -72,6 +73,7 @@ class Spacing {
     return {mel_low, mel_high - mel_low, filters + 1.0};
   }
 
+  NearestRounding nearest_;
   MelScale scale_;
   float sampling_;
   std::ptrdiff_t first_mel_;
@@ -116,7 +118,6 @@ void design_bin_weights(KivsFBankState_16s& bank) {
 // Fills an empty bank; m has room for the mel values of all centres.
 template <class Bank>
 void design(Bank& bank, const Spacing& spacing, int linear, float* m) {
-  const NearestRounding nearest;
   const bool mel_weights = (bank.mode & KIV_FBANK_MELWEIGHT) != 0;
   const Kiv32s last = bank.fft_length / 2;
   Kiv32s previous = 0;

@@ -17,10 +17,13 @@ namespace {
 using V = simd::Vec<float>;
 
 // Watches for undefined operations and divisions by zero in its lifetime, whatever flags the caller left set, and never
-// traps. Afterwards the control word is the caller's with the invalid flag clear.
+// traps. Rounds to nearest: where k = -1 the sum 1 + k must be +0, and 16-bit results are those of one mode. Afterwards
+// the control word is the caller's with the invalid flag clear.
 class InvalidWatch {
  public:
-  InvalidWatch() : caller_(simd::control_word()) { simd::set_control_word((caller_ & ~kWatched) | simd::kMaskBits); }
+  InvalidWatch() : caller_(simd::control_word()) {
+    simd::set_control_word((caller_ & ~(kWatched | simd::kRoundingBits)) | simd::kMaskBits);
+  }
   ~InvalidWatch() { simd::set_control_word(caller_ & ~simd::kInvalidFlag); }
   InvalidWatch(const InvalidWatch&) = delete;
   InvalidWatch& operator=(const InvalidWatch&) = delete;

@@ -69,7 +69,6 @@ double output_scale(int scale_factor) { return power_of_two_64(-std::clamp(scale
 // The last vector overlaps the one before: there are at least as many bins as lanes.
 void store_rounded(const double* bins, Kiv32s* dst, std::ptrdiff_t count, double factor) {
   using V = simd::Vec<double>;
-  const NearestRounding nearest;
   const V scale = V::broadcast(factor);
   const V limit = V::broadcast(2147483647.0);  // what is too low converts to the lowest integer by itself
   const auto step = [&](std::ptrdiff_t i) {
@@ -80,6 +79,7 @@ void store_rounded(const double* bins, Kiv32s* dst, std::ptrdiff_t count, double
 }
 
 void forward(const Kiv16s* src, Kiv32s* dst, const KivsFFTSpec_R_16s32s& spec, void* work, int scale_factor) {
+  const NearestRounding nearest;
   const std::ptrdiff_t size = std::ptrdiff_t{1} << spec.order;
   // An exact transform scaled once: the powers of two commute with rounding to nearest.
   const double factor = spec.factor * output_scale(scale_factor);

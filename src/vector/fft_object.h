@@ -6,6 +6,7 @@
 
 #include "fft_butterfly.h"
 #include "frame/allocator.h"
+#include "frame/rounding_mode.h"
 #include "frame/scale.h"
 #include "frame/status.h"
 
@@ -94,7 +95,7 @@ struct Exports {
     const KivStatus status = first_failure(not_null(spec), known_order(order), not_null(memory), known_flag(flag));
     if (status != kivStatusOk) return status;
     return run(require(temporary != nullptr || Traits::sizes(order).initialisation == 0, kivStatusNullPointer),
-               [&] { *spec = Traits::place(memory, temporary, order, flag, hint); });
+               [&] { *spec = place(memory, temporary, order, flag, hint); });
   }
 
   static KivStatus init_alloc(Spec** spec, int order, int flag, int hint) {
@@ -104,7 +105,7 @@ struct Exports {
       if (!temporary) return kivStatusNoMemory;
       void* const memory = allocate_wide(sizes.object);
       if (memory == nullptr) return kivStatusNoMemory;
-      *spec = Traits::place(memory, temporary.data(), order, flag, hint);  // the block's own, aligned, start
+      *spec = place(memory, temporary.data(), order, flag, hint);  // the block's own, aligned, start
       return kivStatusOk;
     });
   }
@@ -114,6 +115,12 @@ struct Exports {
       spec->identifier = 0;
       release(spec);
     });
+  }
+
+  // The tables of an object are the same whatever the caller's rounding mode.
+  static Spec* place(void* memory, void* temporary, int order, int flag, int hint) {
+    const NearestRounding nearest;
+    return Traits::place(memory, temporary, order, flag, hint);
   }
 
   // apply(work) with the caller's buffer, or with one from the allocator where that is null.

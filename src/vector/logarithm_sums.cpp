@@ -59,6 +59,7 @@ KivStatus entropy(const float* src, std::ptrdiff_t len, float* result) {
 // Probabilities of 15 fractional bits.
 KivStatus entropy(const Kiv16s* src, std::ptrdiff_t len, Kiv32s* result, int scale_factor) {
   constexpr double kOne = 32768.0;
+  const NearestRounding nearest;
   double total = 0.0;
   for (std::ptrdiff_t i = 0; i < len; ++i) {
     if (src[i] < 0) {
@@ -67,7 +68,6 @@ KivStatus entropy(const Kiv16s* src, std::ptrdiff_t len, Kiv32s* result, int sca
     }
     if (src[i] > 0) total += src[i] * binary_log(src[i] / kOne);
   }
-  const NearestRounding nearest;
   *result = round_saturated<Kiv32s>(std::ldexp(total / kOne, -std::clamp(scale_factor, -1000, 1000)));
   return kivStatusOk;
 }

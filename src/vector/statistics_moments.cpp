@@ -111,6 +111,7 @@ KivStatus mean_16_bit(Rows rows, int height, Kiv16s* dst, int width) {
   return run(step_then_pointers_then_sizes(rows, height, 1, width, dst), [&] {
     float* const work = allocate<float>(static_cast<std::size_t>(width) + 8);
     if (work == nullptr) return kivStatusNoMemory;
+    const NearestRounding nearest;
     const float factor = 1.0F / static_cast<float>(height);
     sum_columns(Values<float>{}, rows, height, width, FromZero{},
                 [&](auto first, auto count, auto* sum) { multiply_by_constant(work + first, sum, factor, count); });

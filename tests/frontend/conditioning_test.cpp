@@ -10,6 +10,7 @@
 #include "support/accuracy.h"
 #include "support/guarded.h"
 #include "support/random.h"
+#include "support/rounding_modes.h"
 
 namespace kivsr::test {
 namespace {
@@ -290,6 +291,28 @@ TYPED_TEST(NormalizeInRange, ChecksInOrder) {
     EXPECT_EQ(found(TypeParam{})(x.data(), y.data(), 2, 0, 1, D{-1}), kivStatusBadArgument);
   }
   EXPECT_EQ(y, std::vector<D>(2, D{7}));
+}
+
+TEST(Conditioning, IntegersAndCountsIgnoreTheRoundingMode) {
+  // Products that underflow, and quotients about the middle between integers.
+  const Kiv32f tiny[] = {1e-30F, -1e-30F, 1e-30F};
+  const auto results = under_rounding_modes([&] {
+    Kiv32f changes;
+    kivsSignChangeRate_32f(tiny, 3, &changes);
+    std::vector<int> integers{static_cast<int>(changes)};
+    for (Kiv16s top = 3; top < 60; ++top) {
+      const Kiv16s src[] = {0, 1, 2, top};
+      Kiv16s found[4];
+      Kiv8u given[4];
+      kivsNormalizeInRange_16s(src, found, 4, 0.1F, 0.9F, 100);
+      kivsNormalizeInRangeMinMax_16s8u(src, given, 4, 0, top, 0.0F, 1.0F, 201);
+      integers.insert(integers.end(), found, found + 4);
+      integers.insert(integers.end(), given, given + 4);
+    }
+    return integers;
+  });
+  EXPECT_EQ(results[0][0], 0);
+  for (const auto& integers : results) EXPECT_EQ(integers, results[0]);
 }
 
 TEST(NormalizeInRange32f, HandlesWindowsWhoseReciprocalHasNoEstimate) {

@@ -13,6 +13,7 @@
 #include "support/failed_allocations.h"
 #include "support/guarded.h"
 #include "support/random.h"
+#include "support/rounding_modes.h"
 
 namespace kivsr::test {
 namespace {
@@ -133,6 +134,26 @@ TYPED_TEST(MelBank, CentresAndWeightsFollowTheirDefinition) {
         A::free_bank(mixed);
       }
       A::free_bank(bank);
+    }
+  }
+}
+
+TYPED_TEST(MelBank, DesignIgnoresTheRoundingMode) {
+  using A = TypeParam;
+  for (const auto& d : kDescriptions) {
+    for (Kiv32s mode : {1, 2}) {
+      const auto designs = under_rounding_modes([&] {
+        typename A::Bank* bank = nullptr;
+        int order;
+        A::init_alloc(&bank, &order, d.window, d.sampling, d.low, d.high, d.filters, d.multiplier, d.divisor, mode);
+        std::vector<Kiv32s> centres(static_cast<std::size_t>(d.filters) + 2);
+        A::get_centres(bank, centres.data());
+        std::vector<float> weights(static_cast<std::size_t>(2 << order));
+        A::get_coeffs(bank, d.filters, weights.data());
+        A::free_bank(bank);
+        return std::pair(centres, weights);
+      });
+      for (const auto& design : designs) EXPECT_EQ(design, designs[0]);
     }
   }
 }

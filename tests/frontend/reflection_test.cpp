@@ -13,6 +13,7 @@
 #include "support/failed_allocations.h"
 #include "support/guarded.h"
 #include "support/random.h"
+#include "support/rounding_modes.h"
 
 namespace kivsr::test {
 namespace {
@@ -162,6 +163,28 @@ TEST(Reflection, HeedsOnlyTheFlagsThatItRaisedItself) {
     EXPECT_EQ(_mm_getcsr() & 0x0280U, 0U) << feature.name;
     _mm_setcsr(caller);
   }
+}
+
+TEST(Reflection, IgnoresTheRoundingMode) {
+  // Rounded down, 1 + k is -0 where k = -1.
+  const Kiv32f k[] = {-1, 0.25F};
+  const Kiv16s words[] = {-32768, 8191, -16385, 3};
+  const auto results = under_rounding_modes([&] {
+    std::vector<int> bits;
+    Kiv32f ratios[2];
+    bits.push_back(kivsReflectionToAR_32f(k, ratios, 2));
+    for (const Kiv32f x : ratios) bits.push_back(std::bit_cast<int>(x));
+    for (const Feature& feature : features()) {
+      for (int scale = -14; scale <= 0; ++scale) {
+        Kiv16s dst[4];
+        bits.push_back(feature.fixed(words, words, dst, 4, scale));
+        bits.insert(bits.end(), dst, dst + 4);
+      }
+    }
+    return bits;
+  });
+  EXPECT_EQ(results[0][1], std::bit_cast<int>(kInfinity));
+  for (const auto& bits : results) EXPECT_EQ(bits, results[0]);
 }
 
 TEST(Reflection, ChecksInOrder) {

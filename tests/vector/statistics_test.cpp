@@ -1,6 +1,9 @@
 // Statistics of the columns and rows of matrices.
+#include <array>
+
 #include "matrix_cases.h"
 #include "support/failed_allocations.h"
+#include "support/rounding_modes.h"
 
 namespace kivsr::test {
 namespace {
@@ -47,6 +50,17 @@ TEST(ColumnMean, RoundsTiesToEvenAndReportsMemory) {
   EXPECT_EQ(kivsMeanColumn_16s_D2(data, 0, 2, mean, 2), kivStatusBadSize);
   EXPECT_EQ(kivsMeanColumn_16s_D2(data, 2, 2, mean, 2), kivStatusNoMemory);
   EXPECT_EQ(mean[0], 77);
+}
+
+TEST(ColumnMean, OfIntegersIgnoresTheRoundingMode) {
+  // 9 / 6 and 3 / 6: the reciprocal of 6 rounds up or down.
+  const Kiv16s data[6][2] = {{9, 3}};
+  const auto means = under_rounding_modes([&] {
+    std::array<Kiv16s, 2> mean{};
+    kivsMeanColumn_16s_D2(&data[0][0], 6, 2, mean.data(), 2);
+    return mean;
+  });
+  for (const auto& mean : means) EXPECT_EQ(mean, (std::array<Kiv16s, 2>{2, 0}));
 }
 
 TEST(ColumnVariance, IsTakenAboutTheGivenMean) {
