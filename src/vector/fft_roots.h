@@ -36,15 +36,15 @@ class Roots {
       : wave_(wave), step_shift_(wave_order - order), quarter_shift_(order - 2) {}
 
   std::uint64_t size() const { return std::uint64_t{4} << quarter_shift_; }
-  // gain w_N^exponent, without branches: the quarters come in any order.
-  Root times(double gain, std::uint64_t exponent) const {
+  // Without branches: the quarters come in any order.
+  Root get(std::uint64_t exponent) const {
     const std::uint64_t quarter = std::uint64_t{1} << quarter_shift_;
     const std::uint64_t rest = exponent & (quarter - 1);
     const unsigned number = static_cast<unsigned>(exponent >> quarter_shift_) & 3U;
     const std::uint64_t place = (number & 1U) != 0 ? rest : quarter - rest;
-    const double signed_gain[] = {gain, -gain};
-    return {signed_gain[(number ^ number >> 1) & 1U] * wave_[place << step_shift_],
-            signed_gain[number < 2 ? 1 : 0] * wave_[(quarter - place) << step_shift_]};
+    constexpr double kSigns[] = {1.0, -1.0};
+    return {kSigns[(number ^ number >> 1) & 1U] * wave_[place << step_shift_],
+            kSigns[number < 2 ? 1 : 0] * wave_[(quarter - place) << step_shift_]};
   }
 
  private:

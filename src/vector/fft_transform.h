@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <type_traits>
 
 #include "fft_object.h"
 #include "fft_real_pass.h"
@@ -104,45 +105,53 @@ constexpr int lane_element(int width, int lane) {
   return lane;
 }
 
-}  // namespace detail
-
-template <class T, class Wave>
-void build_tables(const Tables<T>& tables, int order, const Roots<Wave>& roots) {
-  const int width = lanes<T>(order);
-  const std::uint64_t size = roots.size();
-  const double gain = static_cast<double>(tables.gain);
-  // One factor w_N^(exponent of the column) for each lane of a block of columns.
-  const auto block = [&](T*& p, double gain, std::uint64_t first_column, auto exponent) {
-    for (int l = 0; l < width; ++l) {
-      const auto column = first_column + static_cast<std::uint64_t>(detail::lane_element<T>(width, l));
-      const Root root = roots.times(gain, exponent(column));
-      p[l] = static_cast<T>(root.re);
-      p[width + l] = static_cast<T>(root.im);
-    }
-    p += 2 * width;
-  };
-  const Radices& r = radices<T>(order);
-  const auto lane_count = static_cast<std::uint64_t>(width);
-  std::uint64_t points = std::uint64_t{1} << r.first;
-  T* p = tables.middle;
-  for (int i = 0; i < r.count; ++i) {
-    const std::uint64_t radix = std::uint64_t{1} << r.middle[i];
-    const std::uint64_t unit = size / (radix * points);
-    for (std::uint64_t j = 0; j < points; j += lane_count) {
-      for (std::uint64_t k = 1; k < radix; ++k) {
-        block(p, 1, j, [&](std::uint64_t column) { return column * k * unit; });
+// Powers 1 .. 7 of a root of unity in each lane.
+template <int kLanes>
+class RootPowers {
+ public:
+  // exponents: of the lanes. Products of roots in double precision, but where the wave was rounded to float.
+  template <class Wave>
+  void fill(const Roots<Wave>& roots, const std::uint64_t (&exponents)[kLanes], int powers) {
+    for (int k = 1; k <= powers; ++k) {
+      if (k > 1 && std::is_same_v<Wave, double>) {
+        multiply(k, k / 2, k - k / 2);
+        continue;
+      }
+      for (int l = 0; l < kLanes; ++l) {
+        const Root root = roots.get(exponents[l] * static_cast<std::uint64_t>(k));
+        re_[k][l] = root.re;
+        im_[k][l] = root.im;
       }
     }
-    points *= radix;
   }
-  p = tables.last;
-  for (std::uint64_t j = 0; j < size / 16; j += lane_count) {
-    for (std::uint64_t k = 1; k < 4; ++k) block(p, gain, j, [&](std::uint64_t column) { return 2 * column * k; });
-    for (std::uint64_t k = 0; k < 4; ++k) {
-      block(p, gain, j, [&](std::uint64_t column) { return column * (2 * k + 1) + size / 4; });
+
+  // gain times power k, or -i times that, as the passes read it: the real parts, then the imaginary ones.
+  template <class T>
+  T* store(T* p, int k, double gain) const {
+    for (int l = 0; l < kLanes; ++l) p[l] = static_cast<T>(gain * re_[k][l]);
+    for (int l = 0; l < kLanes; ++l) p[kLanes + l] = static_cast<T>(gain * im_[k][l]);
+    return p + 2 * kLanes;
+  }
+  template <class T>
+  T* store_turned(T* p, int k, double gain) const {
+    for (int l = 0; l < kLanes; ++l) p[l] = static_cast<T>(gain * im_[k][l]);
+    for (int l = 0; l < kLanes; ++l) p[kLanes + l] = static_cast<T>(-gain * re_[k][l]);
+    return p + 2 * kLanes;
+  }
+
+ private:
+  void multiply(int k, int a, int b) {
+    for (int l = 0; l < kLanes; ++l) {
+      re_[k][l] = re_[a][l] * re_[b][l] - im_[a][l] * im_[b][l];
+      im_[k][l] = re_[a][l] * im_[b][l] + im_[a][l] * re_[b][l];
     }
   }
-}
+
+  double re_[8][kLanes] = {};
+  double im_[8][kLanes] = {};
+};
+
+}  // namespace detail
 
 // Calls f with a null pointer to the vector type of the order.
 template <class T, class F>
@@ -155,6 +164,44 @@ inline void with_lanes(int order, F f) {
   } else {
     if constexpr (std::is_same_v<T, float>) f(static_cast<simd::Quad*>(nullptr));
   }
+}
+
+template <int kWidth, class T, class Wave>
+void build_tables_of(const Tables<T>& tables, int order, const Roots<Wave>& roots) {
+  const std::uint64_t size = roots.size();
+  const double gain = static_cast<double>(tables.gain);
+  detail::RootPowers<kWidth> powers;
+  // Of w_N^(unit column) for a block of columns.
+  const auto fill = [&](std::uint64_t first_column, std::uint64_t unit, int count) {
+    std::uint64_t exponents[kWidth];
+    for (int l = 0; l < kWidth; ++l)
+      exponents[l] = unit * (first_column + static_cast<std::uint64_t>(detail::lane_element<T>(kWidth, l)));
+    powers.fill(roots, exponents, count);
+  };
+  const Radices& r = radices<T>(order);
+  const auto lane_count = std::uint64_t{kWidth};
+  std::uint64_t points = std::uint64_t{1} << r.first;
+  T* p = tables.middle;
+  for (int i = 0; i < r.count; ++i) {
+    const int radix = 1 << r.middle[i];
+    const std::uint64_t unit = size / (static_cast<std::uint64_t>(radix) * points);
+    for (std::uint64_t j = 0; j < points; j += lane_count) {
+      fill(j, unit, radix - 1);
+      for (int k = 1; k < radix; ++k) p = powers.store(p, k, 1);
+    }
+    points *= static_cast<std::uint64_t>(radix);
+  }
+  p = tables.last;
+  for (std::uint64_t j = 0; j < size / 16; j += lane_count) {
+    fill(j, 1, 7);
+    for (int k = 2; k < 8; k += 2) p = powers.store(p, k, gain);
+    for (int k = 1; k < 8; k += 2) p = powers.store_turned(p, k, gain);
+  }
+}
+
+template <class T, class Wave>
+void build_tables(const Tables<T>& tables, int order, const Roots<Wave>& roots) {
+  with_lanes<T>(order, [&]<class V>(V*) { build_tables_of<V::width>(tables, order, roots); });
 }
 
 template <class V, bool kInverse, class T>
