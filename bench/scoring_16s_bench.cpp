@@ -170,7 +170,7 @@ void between_gaussians(int len) {
 
 int main(int argc, char** argv) {
   for (const int len : {39, 13}) {
-    for (const int height : {8, 256, 4096, 65536}) kivsr::bench::gaussians(len, height);
+    for (const int height : {8, 256, 4096, 65536, 400000}) kivsr::bench::gaussians(len, height);
     kivsr::bench::selection(len, 128, 300);
   }
   for (const int len : {13, 39, 1024}) kivsr::bench::between_gaussians(len);

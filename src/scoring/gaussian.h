@@ -16,6 +16,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <type_traits>
+#include <utility>
 
 #include "frame/rows.h"
 #include "frame/transform.h"
@@ -42,6 +44,33 @@ inline OneRow<T> one_row(const T* p) {
   return {p};
 }
 inline UnitRows one_row(std::nullptr_t) { return {}; }
+
+// Up to N rows of a view in any order.
+template <class View, int N>
+class RowList {
+ public:
+  void set(int k, const View& view, std::ptrdiff_t r) { rows_[k] = view.row(r); }
+  auto view() const { return PointerRows<std::remove_pointer_t<Row>>{rows_}; }
+
+ private:
+  using Row = decltype(std::declval<View>().row(0));
+  Row rows_[N];
+};
+template <class T, int N>
+class RowList<OneRow<T>, N> {
+ public:
+  void set(int, const OneRow<T>& view, std::ptrdiff_t) { row_ = view; }
+  OneRow<T> view() const { return row_; }
+
+ private:
+  OneRow<T> row_;
+};
+template <int N>
+class RowList<UnitRows, N> {
+ public:
+  void set(int, const UnitRows&, std::ptrdiff_t) {}
+  UnitRows view() const { return {}; }
+};
 
 inline constexpr int kFrameBlock = 128;
 inline constexpr int kMixtureBlock = 100;

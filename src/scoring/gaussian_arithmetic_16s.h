@@ -17,18 +17,6 @@ namespace kivsr {
 // 2^-exponent in single precision; it ends in 0 or in infinity.
 constexpr float clamped_scale(int exponent) { return single_scale(std::clamp(exponent, -128, 150)); }
 
-// The first `count` rows of a view; rows behind them repeat the last one.
-template <class View>
-struct RepeatedRows {
-  View view;
-  std::ptrdiff_t count;
-  auto row(std::ptrdiff_t r) const { return view.row(std::min(r, count - 1)); }
-};
-template <class T>
-struct RepeatedRows<OneRow<T>> : OneRow<T> {
-  RepeatedRows(OneRow<T> row, std::ptrdiff_t) : OneRow<T>(row) {}
-};
-
 // A distance is summed in single precision by groups of eight elements, the lanes of a group first, then the groups in
 // their order, on every target alike. Differences saturate to 16 bits in whole groups; the elements behind the last
 // group do not saturate and are added one by one.
@@ -57,12 +45,26 @@ class IntegerArithmetic {
     constexpr int kAtOnce = V::width;
     int r = 0;
     if (len >= kGroup) {
-      for (; r + kAtOnce <= rows; r += kAtOnce)
+      for (; r + kAtOnce <= rows; r += kAtOnce) {
         simd::store(dst + r, some_distances(x.from(r), m.from(r), w.from(r), len));
-      if (const int rest = rows - r; rest > 1) {
-        const V sums = some_distances(RepeatedRows<X>(x.from(r), rest), RepeatedRows<M>(m.from(r), rest),
-                                      RepeatedRows<W>(w.from(r), rest), len);
-        simd::store_some(dst + r, sums, rest);
+      }
+      const int rest = rows - r;
+      if (r > 0 && rest > 2) {  // again some rows that are done
+        r = rows - kAtOnce;
+        simd::store(dst + r, some_distances(x.from(r), m.from(r), w.from(r), len));
+        return;
+      }
+      if (r == 0 && 2 * rest > kAtOnce) {  // the last row in all places behind it
+        RowList<X, kAtOnce> xs;
+        RowList<M, kAtOnce> ms;
+        RowList<W, kAtOnce> ws;
+        for (int k = 0; k < kAtOnce; ++k) {
+          const int from = std::min(k, rest - 1);
+          xs.set(k, x, from);
+          ms.set(k, m, from);
+          ws.set(k, w, from);
+        }
+        simd::store_some(dst, some_distances(xs.view(), ms.view(), ws.view(), len), rest);
         return;
       }
     }
@@ -94,11 +96,9 @@ class IntegerArithmetic {
     for (; i + kGroup <= len; i += kGroup) sum = simd::add_first_row_sum(sum, group<Of::kRows>(xs, ms, ws, 0, i));
     if (i < len) {
       const simd::Eight terms = plain_terms(xs, ms, ws, 0, len - kGroup);
-      float low[V::width];
-      float high[V::width];
-      simd::store(low, terms.low);
-      simd::store(high, terms.high);
-      for (std::ptrdiff_t k = kGroup - (len - i); k < kGroup; ++k) sum += k < 4 ? low[k] : high[k - 4];
+      float eight[kGroup];
+      simd::store_first(eight, terms);
+      for (std::ptrdiff_t k = kGroup - (len - i); k < kGroup; ++k) sum += eight[k];
     }
     return sum * kUnscaled<decltype(ws)>;
   }
@@ -140,7 +140,7 @@ class IntegerArithmetic {
   static simd::Words words(View view, int k, std::ptrdiff_t i) {
     if constexpr (kOf == Of::kGroups) {
       return simd::load_groups(view.row(k) + i);
-    } else if constexpr (std::is_base_of_v<OneRow<Kiv16s>, View>) {
+    } else if constexpr (std::is_same_v<View, OneRow<Kiv16s>>) {
       return simd::same_words(view.row(0) + i);
     } else {
       return simd::load_words([&](int row) { return view.row(k + 4 * row) + i; });

@@ -5,7 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
+#include <cstring>
 #include <utility>
 
 #include "frame/allocated.h"
@@ -22,16 +22,16 @@ constexpr int kFrames = 64;
 constexpr int kComponents = 128;
 constexpr int kRow = kFrames + 16;  // of scores: not all rows in the same few sets of a cache
 
-// The places of the bits of a byte, most significant first.
+// The places of the bits of a byte, most significant first, a byte each from the lowest one on, and how many they are.
 struct BitList {
-  Kiv8u places[8];
-  int count;
+  std::uint64_t places;
+  std::uint64_t count;
 };
 constexpr auto kBitLists = [] {
   std::array<BitList, 256> lists{};
   for (unsigned byte = 0; byte < 256; ++byte) {
-    for (int k = 0; k < 8; ++k) {
-      if ((byte & 0x80U >> k) != 0) lists[byte].places[lists[byte].count++] = static_cast<Kiv8u>(k);
+    for (unsigned k = 0; k < 8; ++k) {
+      if ((byte & 0x80U >> k) != 0) lists[byte].places |= std::uint64_t{k} << 8 * lists[byte].count++;
     }
   }
   return lists;
@@ -39,33 +39,19 @@ constexpr auto kBitLists = [] {
 
 // Lists the bits of a row and returns their number. A byte writes eight places, of which its bits count.
 int list_bits(Kiv8u* list, const Kiv8u* row, int components) {
-  int n = 0;
-  for (int first = 0; first < components; first += 8) {
-    const int behind = std::max(first + 8 - components, 0);
-    const BitList& bits = kBitLists[row[first / 8] & (0xFFU << behind & 0xFFU)];
-    for (int k = 0; k < 8; ++k) list[n + k] = static_cast<Kiv8u>(bits.places[k] + first);
-    n += bits.count;
-  }
-  return n;
+  constexpr std::uint64_t kEights = 0x0808080808080808;
+  const Kiv8u* const start = list;
+  std::uint64_t first = 0;
+  const auto add = [&](unsigned byte) {
+    const std::uint64_t places = kBitLists[byte].places + first;
+    std::memcpy(list, &places, sizeof places);
+    list += kBitLists[byte].count;
+    first += kEights;
+  };
+  for (int i = 0; i < components / 8; ++i) add(row[i]);
+  if (const int bits = components % 8; bits != 0) add(row[components / 8] & ~(0xFFU >> bits));
+  return static_cast<int>(list - start);
 }
-
-// Rows of some components.
-template <class View>
-class ChosenRows {
- public:
-  void set(int k, const View& view, std::ptrdiff_t j) { rows_[k] = view.row(j); }
-  auto view() const { return PointerRows<std::remove_pointer_t<Row>>{rows_}; }
-
- private:
-  using Row = decltype(std::declval<View>().row(0));
-  Row rows_[kComponents];
-};
-template <>
-class ChosenRows<UnitRows> {
- public:
-  void set(int, const UnitRows&, std::ptrdiff_t) {}
-  UnitRows view() const { return {}; }
-};
 
 // Scores the selected components of one frame after the other and keeps them by their number within the frame. Frames
 // stand in the order of these numbers, most first: the k-th additions of all frames are then one log-addition of two
@@ -88,7 +74,12 @@ class Selection {
     for (int k = 0; k < most; ++k) {
       for (int place = 0; place < n; place += V::width) simd::store(scores_[k] + place, V::zero());
     }
-    for (int place = 0; place < n; ++place) score(place, x_.row(first + order_[place]), component);
+    // One frame behind: vectors are not read back while narrower ones are still on their way to memory.
+    for (int place = 0; place < n; ++place) {
+      measure(place, x_.row(first + order_[place]), component);
+      if (place > 0) score(place - 1);
+    }
+    if (n > 0) score(n - 1);
     alignas(32) float running[kFrames] = {};
     for (int place = 0; place < n; ++place) running[place] = dst[order_[place]];
     for (int k = 0; n > 0; ++k) {
@@ -116,21 +107,26 @@ class Selection {
     return most;
   }
 
-  void score(int place, const typename A::Element* x, std::ptrdiff_t component) {
-    const int n = selected_[order_[place]];
-    for (int k = 0; k < n; ++k) {
-      const std::ptrdiff_t j = component + lists_[order_[place]][k];
+  // The distances of a frame from the components of its list, then its scores.
+  void measure(int place, const typename A::Element* x, std::ptrdiff_t component) {
+    const int f = order_[place];
+    Measured& measured = measured_[place % 2];
+    for (int k = 0; k < selected_[f]; ++k) {
+      const std::ptrdiff_t j = component + lists_[f][k];
       means_.set(k, m_, j);
       weights_.set(k, w_, j);
-      chosen_vals_[k] = vals_[j];
+      measured.vals[k] = vals_[j];
     }
-    arithmetic_.distances(distances_, one_row(x), means_.view(), weights_.view(), len_, n);
+    arithmetic_.distances(measured.distances, one_row(x), means_.view(), weights_.view(), len_, selected_[f]);
+  }
+  void score(int place) {
+    const int n = selected_[order_[place]];
+    Measured& measured = measured_[place % 2];
     for (int k = 0; k < n; k += V::width) {
-      const V score =
-          arithmetic_.gaussian_score(simd::load<float>(chosen_vals_ + k), simd::load<float>(distances_ + k));
-      simd::store(distances_ + k, score);
+      const V vals = simd::load<float>(measured.vals + k);
+      simd::store(measured.vals + k, arithmetic_.gaussian_score(vals, simd::load<float>(measured.distances + k)));
     }
-    for (int k = 0; k < n; ++k) scores_[k][place] = distances_[k];
+    for (int k = 0; k < n; ++k) scores_[k][place] = measured.vals[k];
   }
 
   // The first component of a frame is not added to anything.
@@ -146,13 +142,16 @@ class Selection {
   W w_;
   int len_;
   const float* vals_;
-  ChosenRows<M> means_;
-  ChosenRows<W> weights_;
+  RowList<M, kComponents> means_;
+  RowList<W, kComponents> weights_;
   Kiv8u lists_[kFrames][kComponents];
   int selected_[kFrames];
   int order_[kFrames];
-  alignas(32) float chosen_vals_[kComponents] = {};
-  alignas(32) float distances_[kComponents] = {};
+  struct Measured {
+    alignas(32) float vals[kComponents];
+    alignas(32) float distances[kComponents];
+  };
+  Measured measured_[2] = {};
   alignas(32) float scores_[kComponents][kRow];
 };
 

@@ -86,8 +86,8 @@ void expect_rows(const char* what, const std::vector<R>& old, D2 d2, D2L d2l, Ex
 template <class Body>
 void for_each_problem(Body body) {
   unsigned seed = 1;
-  for (const int len : {1, 3, 7, 8, 9, 15, 16, 39, 64}) {
-    for (const int height : {1, 2, 7, 8, 9, 25, 101, 130}) body(Problem(height, len, seed++));
+  for (const int len : {1, 3, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 39, 64}) {
+    for (const int height : {1, 2, 3, 6, 8, 11, 25, 101, 130}) body(Problem(height, len, seed++));
   }
 }
 

@@ -449,6 +449,10 @@ inline Eight to_eight(Words a) {
   return {{_mm256_cvtepi32_ps(_mm256_unpacklo_epi16(zero, a.raw))},
           {_mm256_cvtepi32_ps(_mm256_unpackhi_epi16(zero, a.raw))}};
 }
+inline void store_first(float* p, Eight a) {
+  _mm_storeu_ps(p, _mm256_castps256_ps128(a.low.raw));
+  _mm_storeu_ps(p + 4, _mm256_castps256_ps128(a.high.raw));
+}
 inline Vec<float> lane_sums(const Vec<float> (&v)[4]) {
   const auto pairs = [](__m256 a, __m256 b) {
     return _mm256_add_ps(_mm256_unpacklo_ps(a, b), _mm256_unpackhi_ps(a, b));

@@ -447,6 +447,10 @@ inline Eight to_eight(Words a) {
   const __m128i zero = _mm_setzero_si128();
   return {{_mm_cvtepi32_ps(_mm_unpacklo_epi16(zero, a.raw))}, {_mm_cvtepi32_ps(_mm_unpackhi_epi16(zero, a.raw))}};
 }
+inline void store_first(float* p, Eight a) {
+  store(p, a.low);
+  store(p + 4, a.high);
+}
 inline Vec<float> lane_sums(const Vec<float> (&v)[4]) {
   const auto pairs = [](__m128 a, __m128 b) { return _mm_add_ps(_mm_unpacklo_ps(a, b), _mm_unpackhi_ps(a, b)); };
   const __m128 ab = pairs(v[0].raw, v[1].raw);

@@ -27,6 +27,7 @@
 //   load_words(row)       row(k) points to the words of row k; same_words(p), same_eight(p): the same for all rows
 //   load_groups(p)        kWordRows consecutive groups of one row in the places of rows
 //   subtract_saturated(a, b), to_eight(words)   the words as floats, times 2^16
+//   store_first(p, eight) the eight of the first row
 //   lane_sums(v[4])       lane k + 4 h is the sum of the four lanes of row h in v[k], in the order of sum_lanes
 //   add_group_sums(sums, v[h][4])   lane k + 4 h plus the lane sums of the groups in v[h][k], one after the other
 //   add_row_sums(sum, v)  the same for one v and one sum; add_first_row_sum: its first group alone
