@@ -33,7 +33,9 @@ KIVSR_API KivStatus kivsVADInit_Aurora_16s(KivsVADState_Aurora* pState);
  * hangover lasts.
  *
  * 32f computes in single precision in the order of the annex. 16s takes fractions of 1/32 with arithmetic shifts,
- * multiplies and compares in 64 bits and saturates what it stores; the variance is kept 4096-fold.
+ * multiplies and compares in 64 bits and saturates what it stores; the variance is kept 4096-fold. Stored floors end
+ * at 2147483647: a frame of a standard deviation above 932 or a sum of bands above 59640 is active whatever went
+ * before.
  * @{ */
 KIVSR_API KivStatus kivsVADDecision_Aurora_32f(const Kiv32f* pBands, const Kiv32f* pFrame, int activity, int* pResult,
                                                KivsVADState_Aurora* pState);
