@@ -2,6 +2,8 @@
 // suppression made of them beside one of the speexdsp preprocessor.
 #include <speex/speex_preprocess.h>
 
+#include <Eigen/Core>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -15,6 +17,23 @@ namespace {
 
 constexpr int kSpectrum = 65;
 
+auto eigen(const float* data, int n) { return Eigen::Map<const Eigen::ArrayXf>(data, n); }
+auto eigen(float* data, int n) { return Eigen::Map<Eigen::ArrayXf>(data, n); }
+
+// By value, so that the peers' loops become vector code.
+template <class T>
+T larger(T a, T b) {
+  return a > b ? a : b;
+}
+template <class T>
+T smaller(T a, T b) {
+  return a < b ? a : b;
+}
+template <class T>
+T limited(T x, T low, T high) {
+  return smaller(larger(x, low), high);
+}
+
 void wiener_filter() {
   const int n = kSpectrum;
   const float* const power = array<float>(n, [](int i) { return 0.5 + 9 * noise(i); });
@@ -24,20 +43,34 @@ void wiener_filter() {
   measure("NoiseSpectrumUpdate_32f", "ours", n,
           [=] { kivsNoiseSpectrumUpdate_Aurora_32f(power, level, result, kSpectrum); });
   measure("NoiseSpectrumUpdate_32f", "loop", n, [=] {
+#pragma omp simd
     for (int i = 0; i < kSpectrum; ++i) {
       const float a = power[i], b = level[i], sum = a + b, t = 0.1F * a + b;
       result[i] = sum == 0 || t == 0 ? 0 : b * (0.1F * (a / sum) * (b / t + 1) + 0.9F);
     }
   });
+  measure("NoiseSpectrumUpdate_32f", "Eigen", n, [=] {
+    const auto a = eigen(power, kSpectrum), b = eigen(level, kSpectrum);
+    const auto t = 0.1F * a + b;
+    eigen(result, kSpectrum) = ((a + b) * t == 0.0F).select(0.0F, b * (0.1F * (a / (a + b)) * (b / t + 1.0F) + 0.9F));
+  });
   measure("WienerFilterDesign_32f", "ours", n,
           [=] { kivsWienerFilterDesign_Aurora_32f(power, level, clean, result, kSpectrum); });
   measure("WienerFilterDesign_32f", "loop", n, [=] {
+#pragma omp simd
     for (int i = 0; i < kSpectrum; ++i) {
       const float r = 1 / level[i];
-      const float eta1 = (0.98F * clean[i] + 0.02F * std::max(power[i] - level[i], 0.0F)) * r;
-      const float eta2 = std::max(eta1 / (eta1 + 1) * power[i] * r, 0.07943282F);
+      const float eta1 = (0.98F * clean[i] + 0.02F * larger(power[i] - level[i], 0.0F)) * r;
+      const float eta2 = larger(eta1 / (eta1 + 1) * power[i] * r, 0.07943282F);
       result[i] = eta2 / (eta2 + 1);
     }
+  });
+
+  measure("WienerFilterDesign_32f", "Eigen", n, [=] {
+    const auto p = eigen(power, kSpectrum), noise_power = eigen(level, kSpectrum), s = eigen(clean, kSpectrum);
+    const auto eta1 = (0.98F * s + 0.02F * (p - noise_power).max(0.0F)) / noise_power;
+    const auto eta2 = (eta1 / (eta1 + 1.0F) * p / noise_power).max(0.07943282F);
+    eigen(result, kSpectrum) = eta2 / (eta2 + 1.0F);
   });
 
   const Kiv16s* const power16 = array<Kiv16s>(n, [](int i) { return 50 + 2000 * noise(i); });
@@ -47,11 +80,12 @@ void wiener_filter() {
   measure("NoiseSpectrumUpdate_16s", "ours", n,
           [=] { kivsNoiseSpectrumUpdate_Aurora_16s_Sfs(power16, level16, result16, kSpectrum, 0); });
   measure("NoiseSpectrumUpdate_16s", "loop", n, [=] {
+#pragma omp simd
     for (int i = 0; i < kSpectrum; ++i) {
       const auto a = static_cast<float>(power16[i]), b = static_cast<float>(level16[i]);
       const float sum = a + b, t = 0.1F * a + b;
       const float x = sum == 0 || (t > -1 && t < 1) ? 0 : b * (0.1F * (a / sum) * (b / t + 1) + 0.9F);
-      result16[i] = static_cast<Kiv16s>(std::clamp(x, -32768.0F, 32767.0F));
+      result16[i] = static_cast<Kiv16s>(limited(x, -32768.0F, 32767.0F));
     }
   });
   measure("WienerFilterDesign_16s", "ours", n,
@@ -65,7 +99,7 @@ void wiener_filter() {
       }
       const std::int64_t d = p > level_i ? p - level_i : 0, r = 16384 / level_i;
       const std::int64_t eta1 = ((82 * d + 4014 * s) * r) >> 14, h1 = (eta1 << 14) / (eta1 + 4096);
-      const std::int64_t eta2 = std::max<std::int64_t>(((p * h1) >> 14) * r, 1301);
+      const std::int64_t eta2 = larger<std::int64_t>(((p * h1) >> 14) * r, 1301);
       result16[i] = static_cast<Kiv16s>((eta2 << 7) / ((eta2 >> 7) + 128));
     }
   });
@@ -79,6 +113,7 @@ void spectrum_and_taps() {
   measure("SmoothedPower_32f", "loop", n, [=] {
     const auto square = [](float x) { return x * x; };
     power[0] = (square(packed[2]) + square(packed[3]) + square(packed[0])) * 0.5F;
+#pragma omp simd
     for (int k = 1; k < 64; ++k)
       power[k] =
           (square(packed[4 * k]) + square(packed[4 * k + 1]) + square(packed[4 * k + 2]) + square(packed[4 * k + 3])) *
@@ -96,6 +131,7 @@ void spectrum_and_taps() {
   const float* const window = array<float>(17, [](int i) { return noise(i); });
   measure("ResidualFilter_32f", "ours", 80, [=] { kivsResidualFilter_Aurora_32f(packed, power, window); });
   measure("ResidualFilter_32f", "loop", 80, [=] {
+#pragma omp simd
     for (int i = 0; i < 80; ++i) {
       float sum = 0;
       for (int k = 0; k < 17; ++k) sum += window[k] * packed[i + k];
@@ -108,10 +144,11 @@ void spectrum_and_taps() {
   measure("ResidualFilter_16s", "ours", 80,
           [=] { kivsResidualFilter_Aurora_16s_Sfs(samples16, result16, taps16, 15); });
   measure("ResidualFilter_16s", "loop", 80, [=] {
+#pragma omp simd
     for (int i = 0; i < 80; ++i) {
       int sum = 0;
       for (int k = 0; k < 17; ++k) sum += taps16[k] * samples16[i + k];
-      result16[i] = static_cast<Kiv16s>(std::clamp((sum + 16384) >> 15, -32768, 32767));
+      result16[i] = static_cast<Kiv16s>(limited((sum + 16384) >> 15, -32768, 32767));
     }
   });
 }
@@ -170,12 +207,13 @@ void noise_tracking() {
   const Tracker<Kiv32s> ours32, t32;
   measure("UpdateNoisePSDMCRA_32f_I", "ours", 512, [=] { kivsUpdateNoisePSDMCRA_32f_I(power, state, ours.level); });
   measure("UpdateNoisePSDMCRA_32f_I", "loop", 512, [=] {
+#pragma omp simd
     for (int k = 0; k < 257; ++k) {
       const float s = 0.8F * t.smoothed[k] + 0.2F * power[k];
-      const float least = std::min(t.minimum[k], s);
+      const float least = smaller(t.minimum[k], s);
       const float p = 0.2F * t.presence[k] + (s > 5 * least ? 0.8F : 0.0F);
       const float a = 0.7F + 0.3F * p;
-      t.smoothed[k] = s, t.minimum[k] = least, t.window[k] = std::min(t.window[k], s), t.presence[k] = p;
+      t.smoothed[k] = s, t.minimum[k] = least, t.window[k] = smaller(t.window[k], s), t.presence[k] = p;
       t.level[k] = a * t.level[k] + (1 - a) * power[k];
     }
   });
@@ -183,10 +221,11 @@ void noise_tracking() {
           [=] { kivsUpdateNoisePSDMCRA_32s_I(power32, state32, ours32.level); });
   measure("UpdateNoisePSDMCRA_32s_I", "loop", 512, [=] {
     constexpr std::int64_t kOne = 2147483647, kS = 1717986918, kP = 429496730, kD = 1503238554;
+#pragma omp simd
     for (int k = 0; k < 257; ++k) {
       const auto s = static_cast<Kiv32s>((t32.smoothed[k] * kS + power32[k] * (kOne - kS)) >> 31);
-      const Kiv32s least = std::min(t32.minimum[k], s);
-      t32.window[k] = std::min(t32.window[k], s);
+      const Kiv32s least = smaller(t32.minimum[k], s);
+      t32.window[k] = smaller(t32.window[k], s);
       const std::int64_t p = ((t32.presence[k] * kP) >> 31) + (s > 5 * std::int64_t{least} ? kOne - kP : 0);
       const std::int64_t a = kD + (((kOne - kD) * p) >> 31);
       t32.smoothed[k] = s, t32.minimum[k] = least, t32.presence[k] = static_cast<Kiv32s>(p);
@@ -201,16 +240,20 @@ void gains(int n) {
   float* const gain = array<float>(n, [](int) { return 0; });
   measure("FilterUpdateWiener_32f", "ours", n, [=] { kivsFilterUpdateWiener_32f(snr, gain, n); });
   measure("FilterUpdateWiener_32f", "loop", n, [=] {
+#pragma omp simd
     for (int i = 0; i < n; ++i) {
-      const float x = std::max(snr[i], 0.0F);
+      const float x = larger(snr[i], 0.0F);
       gain[i] = x / (x + 1);
     }
   });
+  measure("FilterUpdateWiener_32f", "Eigen", n,
+          [=] { eigen(gain, n) = 1.0F - 1.0F / (eigen(snr, n).max(0.0F) + 1.0F); });
   measure("FilterUpdateEMNS_32f", "ours", n, [=] { kivsFilterUpdateEMNS_32f(prior, snr, gain, n); });
   // A gain of the same shape by elementary functions; the exact curve needs two Bessel functions.
   measure("FilterUpdateEMNS_32f", "loop (exp, sqrt)", n, [=] {
+#pragma omp simd
     for (int i = 0; i < n; ++i) {
-      const float v = std::clamp(snr[i], 0.000031F, 100.0F) * prior[i];
+      const float v = limited(snr[i], 0.000031F, 100.0F) * prior[i];
       gain[i] = prior[i] * std::sqrt(1 + 0.785F / v * std::exp(-0.6F * v));
     }
   });
@@ -223,6 +266,7 @@ void equalisation() {
   measure("BlindEqualization_32f", "ours", 13,
           [=] { kivsBlindEqualization_Aurora_32f(reference, cepstrum, bias, 13, 9.0F); });
   measure("BlindEqualization_32f", "loop", 13, [=] {
+#pragma omp simd
     for (int i = 0; i < 13; ++i) {
       cepstrum[i] -= bias[i];
       bias[i] += 0.0087890625F * (cepstrum[i] - reference[i]);

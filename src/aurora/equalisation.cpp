@@ -14,7 +14,15 @@ void equalise(const float* reference, float* cepstrum, float* bias, int len, flo
   // The threshold 211/64 and the step 9/1024 of the standard. A NaN energy moves nothing.
   const float loudness = energy > 3.296875F ? std::min(energy - 3.296875F, 1.0F) : 0.0F;
   const float step = loudness * 0.0087890625F;
-  for (int i = 0; i < len; ++i) {
+  using V = simd::Vec<float>;
+  int i = 0;
+  for (; i + V::width <= len; i += V::width) {
+    const V b = simd::load<float>(bias + i);
+    const V c = simd::load<float>(cepstrum + i) - b;
+    store(cepstrum + i, c);
+    store(bias + i, b + V::broadcast(step) * (c - simd::load<float>(reference + i)));
+  }
+  for (; i < len; ++i) {
     const float c = cepstrum[i] - bias[i];
     cepstrum[i] = c;
     bias[i] = bias[i] + step * (c - reference[i]);

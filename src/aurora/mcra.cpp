@@ -129,19 +129,24 @@ void update_bins(State<float>& s, const float* power, float* noise) {
   const V a_d = V::broadcast(s.noise_smoothing);
   const V b_d = V::broadcast(1.0F - s.noise_smoothing);
   const V delta = V::broadcast(s.threshold);
+  // Pointers of their own: the record could change with every store, for all the compiler knows.
+  float* const all_power = s.power;
+  float* const all_minimum = s.minimum;
+  float* const all_window_minimum = s.window_minimum;
+  float* const all_presence = s.presence;
   const auto step = [&](auto load, auto keep) {
     const V x = load(power);
-    const V smoothed = a_s * load(s.power) + b_s * x;
-    const V minimum = min(load(kWindowEnds ? s.window_minimum : s.minimum), smoothed);
-    const V window_minimum = kWindowEnds ? smoothed : min(load(s.window_minimum), smoothed);
-    const V decayed = a_p * load(s.presence);
+    const V smoothed = a_s * load(all_power) + b_s * x;
+    const V minimum = min(load(kWindowEnds ? all_window_minimum : all_minimum), smoothed);
+    const V window_minimum = kWindowEnds ? smoothed : min(load(all_window_minimum), smoothed);
+    const V decayed = a_p * load(all_presence);
     const V presence = select(smoothed > delta * minimum, decayed + b_p, decayed);
     const V a = a_d + b_d * presence;
     const V estimate = a * load(noise) + (one - a) * x;
-    keep(s.power, smoothed);
-    keep(s.minimum, minimum);
-    keep(s.window_minimum, window_minimum);
-    keep(s.presence, presence);
+    keep(all_power, smoothed);
+    keep(all_minimum, minimum);
+    keep(all_window_minimum, window_minimum);
+    keep(all_presence, presence);
     keep(noise, estimate);
   };
   const int count = bins(s.fft_length);
@@ -178,28 +183,33 @@ void update_bins(State<Kiv32s>& s, const Kiv32s* power, Kiv32s* noise) {
   constexpr int kBlock = 64;  // bins between the integer half of the recursion and its half in double precision
   const NearestRounding nearest;
   const std::int64_t a_s = s.power_smoothing;
+  const std::int64_t threshold = s.threshold;
   const int count = bins(s.fft_length);
+  Kiv32s* const all_power = s.power;
+  Kiv32s* const all_minimum = s.minimum;
+  Kiv32s* const all_window_minimum = s.window_minimum;
+  Kiv32s* const all_presence = s.presence;
   Kiv32s present[kBlock];
   for (int first = 0; first < count; first += kBlock) {
     const int last = std::min(first + kBlock, count);
     for (int k = first; k < last; ++k) {
-      const auto smoothed = static_cast<Kiv32s>((s.power[k] * a_s + power[k] * (kOne - a_s)) >> 31);
-      const Kiv32s minimum = std::min(kWindowEnds ? s.window_minimum[k] : s.minimum[k], smoothed);
-      s.window_minimum[k] = kWindowEnds ? smoothed : std::min(s.window_minimum[k], smoothed);
-      present[k - first] = std::int64_t{smoothed} * 32768 > std::int64_t{s.threshold} * minimum ? kOne : 0;
-      s.power[k] = smoothed;
-      s.minimum[k] = minimum;
+      const auto smoothed = static_cast<Kiv32s>((all_power[k] * a_s + power[k] * (kOne - a_s)) >> 31);
+      const Kiv32s minimum = std::min(kWindowEnds ? all_window_minimum[k] : all_minimum[k], smoothed);
+      all_window_minimum[k] = kWindowEnds ? smoothed : std::min(all_window_minimum[k], smoothed);
+      present[k - first] = std::int64_t{smoothed} * 32768 > threshold * minimum ? kOne : 0;
+      all_power[k] = smoothed;
+      all_minimum[k] = minimum;
     }
     int k = first;
-    for (; k + kWidth <= last; k += kWidth) follow(s, present + (k - first), s.presence + k, power + k, noise + k);
+    for (; k + kWidth <= last; k += kWidth) follow(s, present + (k - first), all_presence + k, power + k, noise + k);
     if (const int rest = last - k; rest > 0) {
       Kiv32s lanes[4][kWidth] = {};
       std::copy_n(present + (k - first), rest, lanes[0]);
-      std::copy_n(s.presence + k, rest, lanes[1]);
+      std::copy_n(all_presence + k, rest, lanes[1]);
       std::copy_n(power + k, rest, lanes[2]);
       std::copy_n(noise + k, rest, lanes[3]);
       follow(s, lanes[0], lanes[1], lanes[2], lanes[3]);
-      std::copy_n(lanes[1], rest, s.presence + k);
+      std::copy_n(lanes[1], rest, all_presence + k);
       std::copy_n(lanes[3], rest, noise + k);
     }
   }

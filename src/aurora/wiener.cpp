@@ -206,12 +206,27 @@ KivStatus make_taps(const T* src, T* taps) {
   });
 }
 
+// Five vectors at a time share each tap.
 void filter(const float* src, float* dst, const float* taps) {
   using V = simd::Vec<float>;
-  for (int n = 0; n < kFrame; n += V::width) {
-    V sum = V::zero();
-    for (int k = 0; k < kTaps; ++k) sum = mul_add(V::broadcast(taps[k]), simd::load<float>(src + n + k), sum);
-    store(dst + n, sum);
+  constexpr int W = V::width;
+  static_assert(kFrame % (5 * W) == 0);
+  for (int n = 0; n < kFrame; n += 5 * W) {
+    V a = V::zero(), b = a, c = a, d = a, e = a;
+    for (int k = 0; k < kTaps; ++k) {
+      const V tap = V::broadcast(taps[k]);
+      const float* const x = src + n + k;
+      a = mul_add(tap, simd::load<float>(x), a);
+      b = mul_add(tap, simd::load<float>(x + W), b);
+      c = mul_add(tap, simd::load<float>(x + 2 * W), c);
+      d = mul_add(tap, simd::load<float>(x + 3 * W), d);
+      e = mul_add(tap, simd::load<float>(x + 4 * W), e);
+    }
+    store(dst + n, a);
+    store(dst + n + W, b);
+    store(dst + n + 2 * W, c);
+    store(dst + n + 3 * W, d);
+    store(dst + n + 4 * W, e);
   }
 }
 
