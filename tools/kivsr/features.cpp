@@ -76,11 +76,11 @@ void FeaturesCommand::write_statistics() const {
     FeatureMatrix rows;
     if (is_feature_file(file)) {
       rows = read_feature_file(file, feature_width > 0 ? feature_width : chain.row_width());
-      require_finite(rows, file);
     } else {
       rows = chain.run(read_audio_at(file, chain.parameters().front_end.sample_rate, raw).samples, block);
       computed = true;
     }
+    require_finite(rows, file);
     if (sums.width() != 0 && rows.width != sums.width())
       throw Fault(file + ": rows of " + std::to_string(rows.width) + " values, the files before it have " +
                   std::to_string(sums.width()));
