@@ -82,11 +82,7 @@ void Training::look_at_members(int k, float lower_cut, float cap, float big_dist
       if (!(2.0F * upper * (1.0F + margin_) < big_distance) && upper * (1.0F + margin_) < lower) {
         V sums[2] = {simd::load<float>(penalty), simd::load<float>(penalty + V::width)};
         add_tile(big, 0, vector(v), sums);
-        float lanes[V::width];
-        store(lanes, min(sums[0], sums[1]));
-        float least = lanes[0];
-        for (int lane = 1; lane < V::width; ++lane) least = std::min(least, lanes[lane]);
-        lower = std::min(lower, std::sqrt(least));
+        lower = std::min(lower, std::sqrt(least_lane(min(sums[0], sums[1]))));
       } else {
         lower = std::min(lower, big_distance - upper);
       }

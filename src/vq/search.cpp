@@ -68,10 +68,7 @@ void nearest_centred(const FullIndex& index, const float* differences, const flo
   // Rounding of both forms, for both of two codewords: see the bound on sum |x' p| <= (|x'|^2 + |c'|^2) / 2.
   const float factor = 8.0F * static_cast<float>(width + 4) * 0x1p-24F;
   for (int n = 0; n < N; ++n) {
-    float best[V::width];
-    store(best, minimum[n].best);
-    float least = best[0];
-    for (int k = 1; k < V::width; ++k) least = std::min(least, best[k]);
+    const float least = least_lane(minimum[n].best);
     const V limit = V::broadcast(least + factor * (norms[n] + index.largest_norm) + 1e-36F);
     const unsigned close = bit_mask(minimum[n].best <= limit);
     const unsigned second_close = bit_mask(minimum[n].second <= limit);

@@ -116,9 +116,12 @@ struct LaneMinimum {
 inline float least_lane(V v) {
   float lanes[V::width];
   store(lanes, v);
-  float least = lanes[0];
-  for (int k = 1; k < V::width; ++k) least = std::min(least, lanes[k]);
-  return least;
+#pragma GCC unroll 4
+  for (int half = V::width / 2; half > 0; half /= 2) {
+#pragma GCC unroll 8
+    for (int k = 0; k < half; ++k) lanes[k] = std::min(lanes[k], lanes[k + half]);
+  }
+  return lanes[0];
 }
 
 // Tags are the indices of the first lanes.
