@@ -2,9 +2,11 @@
 // a search takes 1000 vectors.
 #include <omp.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "kivsr.h"
 #include "side_by_side.h"
@@ -59,46 +61,85 @@ void searches(int width, int count) {
 #endif
 }
 
-// The tree search of a trained book beside the search of all its codewords. Vectors stand around 200 centres, as speech
-// does more than noise; without clusters every book is searched whole.
-void tree_search(int width, int count) {
+// Rows of noise, or of noise around 200 centres, as speech is.
+const float* rows(int width, int height, bool clustered, int seed) {
   const float* const centres = array<float>(200 * width, [](int i) { return 4.0 * bell(11 * i); });
-  const auto vector_of = [=](int i) {
-    const int place = static_cast<int>(noise(3 * (i / width)) * 200.0) % 200;
-    return static_cast<double>(centres[place * width + i % width]) + bell(3 * i + 1);
-  };
-  const int height = 4 * count;
-  const float* const vectors = array<float>(height * width, vector_of);
-  const float* const probes = array<float>(kVectors * width, [=](int i) { return vector_of(i + height * width); });
-  Kiv32s* const indices = array<Kiv32s>(kVectors, [](int) { return 0; });
-  KivsCdbkState_32f* trained = nullptr;
-  kivsCdbkInitAlloc_L2_32f(&trained, vectors, width, width, height, count, kivCdbkSplitWidest);
+  return array<float>(height * width, [=](int i) {
+    const int centre = static_cast<int>(noise(3 * (i / width) + seed) * 200.0) % 200;
+    const double start = clustered ? static_cast<double>(centres[centre * width + i % width]) : 0.0;
+    return start + bell(3 * i + 1 + seed);
+  });
+}
+
+KivsCdbkState_32f* train(const float* vectors, int width, int height, int count) {
+  KivsCdbkState_32f* book = nullptr;
+  kivsCdbkInitAlloc_L2_32f(&book, vectors, width, width, height, count, kivCdbkSplitWidest);
+  return book;
+}
+
+const float* codewords_of(const KivsCdbkState_32f* book, int width, int count) {
   float* const codewords = array<float>(count * width, [](int) { return 0; });
-  kivsGetCodebook_32f(trained, codewords, width);
+  kivsGetCodebook_32f(book, codewords, width);
+  return codewords;
+}
+
+// The tree search of a trained book beside the search of all its codewords. Without clusters every book is searched
+// whole.
+void tree_search(int width, int count) {
+  const KivsCdbkState_32f* const trained = train(rows(width, 4 * count, true, 0), width, 4 * count, count);
+  const float* const probes = rows(width, kVectors, true, 7654321);
+  Kiv32s* const indices = array<Kiv32s>(kVectors, [](int) { return 0; });
   KivsCdbkState_32f* full = nullptr;
-  kivsCdbkInitAlloc_L2_32f(&full, codewords, width, width, count, count, kivCdbkFullSearch);
+  kivsCdbkInitAlloc_L2_32f(&full, codewords_of(trained, width, count), width, width, count, count, kivCdbkFullSearch);
   const std::string name = "VQ_32f tree, " + std::to_string(width);
   measure(name, "ours", count, [=] { kivsVQ_32f(probes, width, indices, kVectors, trained); });
   measure(name, "all codewords", count, [=] { kivsVQ_32f(probes, width, indices, kVectors, full); });
 }
 
-// faiss runs k-means once, 25 passes; we run it after every split, up to 20 passes.
-void training(int width, int height, int count) {
-  const float* const vectors = array<float>(height * width, [](int i) { return bell(3 * i + 1); });
-  const std::string name = "train " + std::to_string(height) + " x " + std::to_string(width);
-  measure(name, "ours", count, [=] {
-    KivsCdbkState_32f* book = nullptr;
-    kivsCdbkInitAlloc_L2_32f(&book, vectors, width, width, height, count, kivCdbkSplitWidest);
-    kivsCdbkFree_32f(book);
-  });
 #if defined(KIVSR_BENCH_FAISS)
-  measure(name, "faiss", count, [=] {
-    faiss::Clustering clustering(width, count);
-    clustering.min_points_per_centroid = 1;
-    faiss::IndexFlatL2 flat(width);
-    clustering.train(height, vectors, flat);
-  });
+std::vector<float> faiss_codewords(const float* vectors, int width, int height, int count) {
+  faiss::Clustering clustering(width, count);
+  clustering.min_points_per_centroid = 1;
+  faiss::IndexFlatL2 flat(width);
+  clustering.train(height, vectors, flat);
+  return clustering.centroids;
+}
 #endif
+
+// faiss runs k-means once, 25 passes; we run it after every split, up to 20 passes.
+void training(int width, int height, int count, bool clustered) {
+  const float* const vectors = rows(width, height, clustered, 0);
+  const std::string name =
+      (clustered ? "train clusters " : "train noise ") + std::to_string(height) + " x " + std::to_string(width);
+  measure(name, "ours", count, [=] { kivsCdbkFree_32f(train(vectors, width, height, count)); });
+#if defined(KIVSR_BENCH_FAISS)
+  measure(name, "faiss", count, [=] { return faiss_codewords(vectors, width, height, count).size(); });
+#endif
+}
+
+// Mean squared distance of the training vectors to the nearest codeword.
+double distortion(const float* vectors, int width, int height, const float* codewords, int count) {
+  KivsCdbkState_32f* book = nullptr;
+  kivsCdbkInitAlloc_L2_32f(&book, codewords, width, width, count, count, kivCdbkFullSearch);
+  std::vector<Kiv32s> indices(static_cast<std::size_t>(height));
+  std::vector<float> roots(static_cast<std::size_t>(height));
+  kivsVQDist_32f(vectors, width, indices.data(), roots.data(), height, book);
+  kivsCdbkFree_32f(book);
+  double sum = 0.0;
+  for (const float root : roots) sum += static_cast<double>(root) * static_cast<double>(root);
+  return sum / height;
+}
+
+void print_distortion(int width, int height, int count, bool clustered) {
+  const float* const vectors = rows(width, height, clustered, 0);
+  const float* const ours = codewords_of(train(vectors, width, height, count), width, count);
+  std::printf("distortion, %s, %d x %d, %d codewords: ours %.4f", clustered ? "clusters" : "noise", height, width,
+              count, distortion(vectors, width, height, ours, count));
+#if defined(KIVSR_BENCH_FAISS)
+  std::printf(", faiss %.4f",
+              distortion(vectors, width, height, faiss_codewords(vectors, width, height, count).data(), count));
+#endif
+  std::printf("\n");
 }
 
 }  // namespace
@@ -111,10 +152,14 @@ int main(int argc, char** argv) {
     for (const int width : {13, 39}) kivsr::bench::searches(width, count);
   }
   for (const int count : {256, 1024, 4096}) kivsr::bench::tree_search(13, count);
-  kivsr::bench::training(13, 20000, 256);
-  if (std::getenv("KIVSR_BENCH_GROWTH") != nullptr) {
-    for (const int height : {5000, 10000, 40000}) kivsr::bench::training(13, height, 256);
-    for (const int count : {64, 128, 512}) kivsr::bench::training(13, 20000, count);
+  if (std::getenv("KIVSR_BENCH_TRAINING") == nullptr) {
+    kivsr::bench::training(13, 20000, 256, true);
+  } else {
+    for (const bool clustered : {false, true}) {
+      for (const int count : {64, 256}) kivsr::bench::print_distortion(13, 10000, count, clustered);
+      for (const int height : {5000, 10000, 20000, 40000}) kivsr::bench::training(13, height, 256, clustered);
+      for (const int count : {64, 128, 512}) kivsr::bench::training(13, 20000, count, clustered);
+    }
   }
   benchmark::RunSpecifiedBenchmarks();
   return 0;
