@@ -98,24 +98,15 @@ class FloatingArithmetic {
   template <int kRows, class X, class M, class W>
   static void some_distances(S* dst, X x, M m, W w, int len) {
     V sums[4] = {V::zero(), V::zero(), V::zero(), V::zero()};
-    decltype(x.row(0)) xs[kRows];
-    decltype(m.row(0)) ms[kRows];
-    decltype(w.row(0)) ws[kRows];
-#pragma GCC unroll 4
-    for (int r = 0; r < kRows; ++r) {
-      xs[r] = x.row(r);
-      ms[r] = m.row(r);
-      ws[r] = w.row(r);
-    }
     std::ptrdiff_t i = 0;
     for (; i + V::width <= len; i += V::width) {
 #pragma GCC unroll 4
-      for (int r = 0; r < kRows; ++r) sums[r] = add_term(sums[r], xs[r], ms[r], ws[r], Whole{i});
+      for (int r = 0; r < kRows; ++r) sums[r] = add_term(sums[r], x.row(r), m.row(r), w.row(r), Whole{i});
     }
     if (i < len) {
       const Part rest{i, static_cast<int>(len - i)};
 #pragma GCC unroll 4
-      for (int r = 0; r < kRows; ++r) sums[r] = add_term(sums[r], xs[r], ms[r], ws[r], rest);
+      for (int r = 0; r < kRows; ++r) sums[r] = add_term(sums[r], x.row(r), m.row(r), w.row(r), rest);
     }
     if constexpr (kRows == 4) {
       simd::store_lane_sums(dst, sums[0], sums[1], sums[2], sums[3]);
