@@ -1,6 +1,7 @@
 // Sums and dot products.
 #include "reductions.h"
 
+#include "frame/rounding_mode.h"
 #include "frame/scale.h"
 #include "frame/status.h"
 #include "kivsr/vector/reductions.h"
@@ -113,6 +114,7 @@ KivStatus kivsDotProd_16s64s(const Kiv16s* pSrc1, const Kiv16s* pSrc2, int len, 
   return product(pSrc1, pSrc2, len, pDp, exact_dot_product);
 }
 KivStatus kivsDotProd_16s32f(const Kiv16s* pSrc1, const Kiv16s* pSrc2, int len, Kiv32f* pDp) {
+  const NearestRounding nearest;  // of the one conversion
   return product(pSrc1, pSrc2, len, pDp, exact_dot_product);
 }
 
