@@ -109,6 +109,7 @@ void update_noise(const float* power, const float* noise, float* dst, int len) {
 
 // The integer forms: exact divisions in single precision, truncated. Sums of words are exact in single precision.
 void update_noise(const Kiv16s* power, const Kiv16s* noise, Kiv16s* dst, int len, int scale_factor) {
+  const NearestRounding nearest;
   using V = simd::Vec<float>;
   const V tenth = V::broadcast(0.1F);
   const V one = V::broadcast(1.0F);
@@ -134,6 +135,7 @@ Kiv32s truncate_or_lowest(float x) {
 }
 
 void update_noise(const Kiv32s* power, const Kiv32s* noise, Kiv32s* dst, int len, int scale_factor) {
+  const NearestRounding nearest;
   const float factor = single_scale(scale_factor);
   for (int i = 0; i < len; ++i) {
     const std::int64_t sum = std::int64_t{power[i]} + noise[i];

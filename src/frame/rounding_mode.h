@@ -21,4 +21,18 @@ class NearestRounding {
   unsigned caller_;
 };
 
+// The same for long double.
+class NearestExtendedRounding {
+ public:
+  NearestExtendedRounding() : caller_(simd::extended_control_word()) {
+    simd::set_extended_control_word(static_cast<unsigned short>(caller_ & ~simd::kExtendedRoundingBits));
+  }
+  ~NearestExtendedRounding() { simd::set_extended_control_word(caller_); }
+  NearestExtendedRounding(const NearestExtendedRounding&) = delete;
+  NearestExtendedRounding& operator=(const NearestExtendedRounding&) = delete;
+
+ private:
+  unsigned short caller_;
+};
+
 }  // namespace kivsr

@@ -11,6 +11,7 @@ template <class R>
 KivStatus mahalanobis(const Kiv16s* src, const Kiv16s* mean, const Kiv16s* var, int len, R* result, float scale) {
   return run(first_failure(not_null(src, mean, var, result), positive(len)), [&] {
     using Arithmetic = ScaledArithmetic<R>;
+    [[maybe_unused]] const std::conditional_t<std::is_integral_v<R>, NearestRounding, std::monostate> nearest;
     const float distance = Arithmetic::distance(src, mean, var, len);
     *result = Arithmetic::result(simd::Vec<float>::broadcast(distance * scale)).first();
   });

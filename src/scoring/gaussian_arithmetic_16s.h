@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <type_traits>
 #include <utility>
+#include <variant>
 
+#include "frame/rounding_mode.h"
 #include "frame/scale.h"
 #include "frame/simd/vec.h"
 #include "frame/transform.h"
@@ -24,6 +26,8 @@ constexpr float clamped_scale(int exponent) { return single_scale(std::clamp(exp
 // As many rows as a vector has lanes go together: lane sums of four registers of terms are one transpose, and the
 // running sums stay in lanes. Words enter the lanes' upper halves, times 2^16; all terms are then 2^48 too large (2^32
 // without 16-bit weights), which no rounding notices and no sum overflows, and one product corrects at the end.
+//
+// Integer scores are those of rounding to nearest, whatever the caller's mode.
 //
 // The square of a difference is the same whether an exact integer is rounded to single precision or the product of two
 // floats is: both round the exact square once. Saturated differences and the others differ, squares do not.
@@ -220,6 +224,8 @@ class IntegerArithmetic {
     return sums + high[3];
   }
 
+  // An arithmetic lives as long as its call.
+  [[no_unique_address]] std::conditional_t<std::is_integral_v<R>, NearestRounding, std::monostate> nearest_;
   float scale_;
 };
 

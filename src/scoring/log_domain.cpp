@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "frame/elementary.h"
+#include "frame/rounding_mode.h"
 #include "frame/scale.h"
 #include "frame/status.h"
 #include "log_add.h"
@@ -35,6 +36,8 @@ void to_real(float* dst, const T* src, int len, float multiplier) {
 
 template <class T>
 void log_add_integers(T* src_dst, const T* src, int len, int scale_factor, KivLogAddHint hint) {
+  const NearestRounding nearest;
+  const NearestExtendedRounding nearest_extended;
   const auto multiplier = static_cast<float>(scale_multiplier(scale_factor));
   const int back = -std::clamp(scale_factor, -2000, 2000);
   alignas(32) float a[kBlock];
@@ -89,6 +92,7 @@ template <class T>
 T log_sum_integers(const T* src, int len, int scale_factor) {
   if (len == 1) return src[0];
   constexpr int kFew = 6;
+  const NearestRounding nearest;
   const double multiplier = scale_multiplier(scale_factor);
   const float sum =
       len <= kFew ? log_sum_few(src, len, multiplier) : log_sum_blocks(src, len, static_cast<float>(multiplier));
@@ -130,6 +134,7 @@ template <class T>
 KivStatus log_subtract(const T* src, T* src_dst, int len, int scale_factor) {
   if (const KivStatus s = first_failure(positive(len), not_null(src, src_dst)); s != kivStatusOk) return s;
   return run(all_above(src, src_dst, len), [&] {
+    const NearestRounding nearest;
     const double multiplier = scale_multiplier(scale_factor);
     for (int i = 0; i < len; ++i) {
       const double x = src[i];

@@ -190,6 +190,9 @@ TEST(AuroraIntegers, IgnoreTheCallersRoundingMode) {
     kivsAltInitMCRA_32s(8000, 64, 32, mcra);
     for (int f = 0; f < 5; ++f) kivsUpdateNoisePSDMCRA_32s_I(frames.data() + 33 * f, mcra, integers.data() + 17);
     integers.insert(integers.end(), filtered.begin(), filtered.end());
+    std::vector<Kiv32s> noise(64);
+    kivsNoiseSpectrumUpdate_Aurora_32s_Sfs(frames.data(), frames.data() + 64, noise.data(), 64, 0);
+    integers.insert(integers.end(), noise.begin(), noise.end());
     return integers;
   });
   for (const auto& result : results) EXPECT_EQ(result, results[0]);

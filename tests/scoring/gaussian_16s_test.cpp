@@ -13,6 +13,7 @@
 #include "support/failed_allocations.h"
 #include "support/guarded.h"
 #include "support/random.h"
+#include "support/rounding_modes.h"
 
 namespace kivsr::test {
 namespace {
@@ -266,6 +267,25 @@ TEST(Gaussian16, SinglesBitForBit) {
     ASSERT_EQ(kivsMahDistSingle_16s32s_Sfs(x, m, w, p.len, &i, 15), kivStatusOk);
     EXPECT_EQ(i, as_result<Kiv32s>(d / 32768));
   });
+}
+
+TEST(Gaussian16, IntegerScoresIgnoreTheRoundingMode) {
+  Random random(12);
+  constexpr int kLen = 21;
+  const auto x = random.values<Kiv16s>(kLen, -30000, 30000);
+  const auto rows = random.values<Kiv16s>(kLen * 9, -30000, 30000);
+  const auto w = random.values<Kiv16s>(kLen * 9, 1, 30000);
+  const auto results = under_rounding_modes([&] {
+    std::vector<Kiv32s> all(9 * 2 + 3, 5);
+    Kiv32s* const singles = &all[18];
+    kivsLogGauss_16s32s_D2Sfs(rows.data(), kLen, x.data(), w.data(), kLen, &all[0], 9, 1000003, 17);
+    kivsLogGaussMultiMix_16s32s_D2Sfs(rows.data(), w.data(), kLen, x.data(), kLen, &all[9], 9, 18);
+    kivsLogGaussSingle_Low_16s32s_Sfs(x.data(), rows.data(), w.data(), kLen, &singles[0], 77, 19);
+    kivsLogGaussSingle_DirectVar_16s32s_Sfs(x.data(), rows.data(), w.data(), kLen, &singles[1], 77, -9);
+    kivsMahDistSingle_16s32s_Sfs(x.data(), rows.data(), w.data(), kLen, &singles[2], 18);
+    return all;
+  });
+  for (const auto& result : results) EXPECT_EQ(result, results[0]);
 }
 
 TEST(Gaussian16, GroupsOfEightSaturateAndTheRestDoesNot) {

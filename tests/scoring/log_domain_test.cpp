@@ -10,6 +10,7 @@
 #include "support/accuracy.h"
 #include "support/guarded.h"
 #include "support/random.h"
+#include "support/rounding_modes.h"
 
 namespace kivsr::test {
 namespace {
@@ -339,6 +340,36 @@ void expect_statuses(Mode... mode) {
   each(none, y.data(), 2, kivStatusNullPointer);
   each(x.data(), nowhere, 2, kivStatusNullPointer);
   EXPECT_EQ(y, (std::vector<T>{2, 2}));
+}
+
+TYPED_TEST(LogDomainIntegers, IgnoreTheRoundingMode) {
+  using T = TypeParam;
+  Random random;
+  const auto x = random.values<T>(3000, -300, 300);
+  auto y = random.values<T>(3000, -3000, 0);
+  for (std::size_t i = 0; i < y.size(); ++i) y[i] = static_cast<T>(x[i] - 1 + y[i]);
+  for (const int scale : {0, 9, 13}) {
+    const auto results = under_rounding_modes([&] {
+      std::vector<T> all;
+      for (const int hint : {0, 1, 2}) {
+        auto added = y;
+        add(x.data(), added.data(), 3000, scale, hint);
+        all.insert(all.end(), added.begin(), added.end());
+      }
+      auto difference = y;
+      subtract(x.data(), difference.data(), 3000, scale);
+      all.insert(all.end(), difference.begin(), difference.end());
+      for (int n : {5, 20}) {
+        for (std::size_t first = 0; first + 20 <= x.size(); first += 10) {
+          T total;
+          sum(&x[first], &total, n, scale);
+          all.push_back(total);
+        }
+      }
+      return all;
+    });
+    for (const auto& result : results) EXPECT_EQ(result, results[0]) << scale;
+  }
 }
 
 TEST(LogDomainStatuses, SizeBeforePointers) {

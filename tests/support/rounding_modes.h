@@ -1,7 +1,7 @@
 // Integer results must not depend on the rounding mode that the caller left in force.
 #pragma once
 
-#include <emmintrin.h>
+#include <cfenv>
 
 #include <vector>
 
@@ -11,11 +11,10 @@ namespace kivsr::test {
 template <class Compute>
 auto under_rounding_modes(Compute compute) {
   std::vector<decltype(compute())> results;
-  const unsigned caller = _mm_getcsr();
-  for (const unsigned mode : {_MM_ROUND_NEAREST, _MM_ROUND_UP, _MM_ROUND_DOWN, _MM_ROUND_TOWARD_ZERO}) {
-    _mm_setcsr((caller & ~static_cast<unsigned>(_MM_ROUND_MASK)) | mode);
+  for (const int mode : {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+    std::fesetround(mode);
     results.push_back(compute());
-    _mm_setcsr(caller);
+    std::fesetround(FE_TONEAREST);
   }
   return results;
 }

@@ -1,4 +1,4 @@
-// The control and status word of the SIMD unit.
+// The control and status word of the SIMD unit, and the control word of the unit beside it.
 #pragma once
 
 #include <xmmintrin.h>
@@ -12,5 +12,14 @@ inline constexpr unsigned kMaskBits = 0x1F80;        // set: exceptions raise th
 
 inline unsigned control_word() { return _mm_getcsr(); }
 inline void set_control_word(unsigned word) { _mm_setcsr(word); }
+
+// The same of the unit that computes long double.
+inline constexpr unsigned short kExtendedRoundingBits = 0x0C00;
+inline unsigned short extended_control_word() {
+  unsigned short word;
+  asm volatile("fnstcw %0" : "=m"(word));
+  return word;
+}
+inline void set_extended_control_word(unsigned short word) { asm volatile("fldcw %0" : : "m"(word) : "memory"); }
 
 }  // namespace kivsr::simd
