@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "features/model_features.h"
 #include "features/front_end_parameters.h"
+#include "features/model_features.h"
 #include "models/dictionary.h"
 #include "models/model_definition.h"
 
