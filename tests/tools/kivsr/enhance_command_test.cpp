@@ -104,7 +104,8 @@ TEST_F(EnhanceCommandTest, NoiseReductionFindsTheWords) {
     return result.output;
   };
   for (const char* method : {"mcra-wiener", "mcra-emns"})
-    EXPECT_NE(heard(std::string("--noise-reduction ") + method).find("go forward ten meters"), std::string::npos) << method;
+    EXPECT_NE(heard(std::string("--noise-reduction ") + method).find("go forward ten meters"), std::string::npos)
+        << method;
   EXPECT_EQ(heard("--noise-reduction none").find("go forward ten meters"), std::string::npos);
 }
 
