@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cerrno>
 #include <climits>
 #include <cmath>
@@ -16,6 +15,7 @@
 #include <sndfile.h>
 
 #include "audio/resampler.h"
+#include "support/extension.h"
 #include "support/fault.h"
 
 namespace kivsr::tools {
@@ -35,9 +35,7 @@ struct CloseSound {
 using Sound = std::unique_ptr<SNDFILE, CloseSound>;
 
 bool is_raw(const std::filesystem::path& file, const RawFormat& raw) {
-  std::string extension = file.extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return std::tolower(c); });
+  const std::string extension = lower_extension(file);
   if (extension == ".raw") return true;
   if (raw.sample_rate <= 0) return false;
   SF_INFO info{};

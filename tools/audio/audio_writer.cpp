@@ -1,7 +1,6 @@
 #include "audio/audio_writer.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <cstddef>
 #include <memory>
@@ -10,6 +9,7 @@
 
 #include <sndfile.h>
 
+#include "support/extension.h"
 #include "support/fault.h"
 
 namespace kivsr::tools {
@@ -24,9 +24,7 @@ struct CloseSound {
 using Sound = std::unique_ptr<SNDFILE, CloseSound>;
 
 int container(const std::filesystem::path& file) {
-  std::string extension = file.extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return std::tolower(c); });
+  const std::string extension = lower_extension(file);
   if (extension == ".wav") return SF_FORMAT_WAV;
   if (extension == ".flac") return SF_FORMAT_FLAC;
   throw Fault(file.string() + ": audio is written to names that end in .wav or .flac");

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <bit>
-#include <cctype>
 #include <cstdio>
 #include <filesystem>
 
 #include <nlohmann/json.hpp>
 
+#include "support/extension.h"
 #include "support/fault.h"
 
 namespace kivsr::tools {
@@ -126,9 +126,7 @@ ColumnMoments ColumnStatistics::moments() const {
 }
 
 MomentsFormat moments_format(const std::string& file) {
-  std::string extension = std::filesystem::path(file).extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return std::tolower(c); });
+  const std::string extension = lower_extension(file);
   if (extension == ".npy") return MomentsFormat::npy;
   if (extension == ".csv") return MomentsFormat::csv;
   if (extension == ".json") return MomentsFormat::json;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cctype>
 #include <climits>
 #include <cmath>
 #include <cstdint>
@@ -10,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "support/extension.h"
 #include "support/fault.h"
 
 namespace kivsr::tools {
@@ -131,9 +131,7 @@ void write_csv(OutputFile& file, const FeatureMatrix& rows, const FeatureParamet
 }  // namespace
 
 FeatureFormat feature_format(const std::filesystem::path& file) {
-  std::string extension = file.extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return std::tolower(c); });
+  const std::string extension = lower_extension(file);
   if (extension == ".npy") return FeatureFormat::npy;
   if (extension == ".htk") return FeatureFormat::htk;
   if (extension == ".mfc") return FeatureFormat::mfc;

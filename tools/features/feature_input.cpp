@@ -1,19 +1,17 @@
 #include "features/feature_input.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <string>
 
 #include "features/feature_reader.h"
+#include "support/extension.h"
 #include "support/fault.h"
 
 namespace kivsr::tools {
 
 bool is_feature_file(const std::filesystem::path& file) {
-  std::string extension = file.extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return std::tolower(c); });
+  const std::string extension = lower_extension(file);
   return extension == ".npy" || extension == ".htk" || extension == ".mfc" || extension == ".csv";
 }
 

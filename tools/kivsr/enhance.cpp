@@ -14,6 +14,7 @@
 #include "audio/audio_writer.h"
 #include "enhance/enhancer.h"
 #include "enhance/segmental_snr.h"
+#include "kivsr/raw_options.h"
 #include "kivsr/subcommands.h"
 #include "picture/enhancement_picture.h"
 #include "picture/feature_picture.h"
@@ -128,9 +129,7 @@ void add_enhance(CLI::App& program) {
   command->add_option("--reference", options->reference_file,
                       "The same sound without noise: prints the segmental signal-to-noise ratio before and after");
   command->add_option("--picture", options->picture_file, "PNG with spectrograms before, after and of the noise");
-  command->add_option("--raw-rate", options->raw.sample_rate, "Sampling rate of audio without a header, Hz")
-      ->check(CLI::PositiveNumber);
-  command->add_flag("--raw-big-endian", options->raw.big_endian, "Audio without a header has the high byte first");
+  add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }
 

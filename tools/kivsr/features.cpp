@@ -17,6 +17,7 @@
 #include "features/feature_input.h"
 #include "features/feature_reader.h"
 #include "kivsr/feature_options.h"
+#include "kivsr/raw_options.h"
 #include "kivsr/subcommands.h"
 #include "picture/feature_picture.h"
 #include "support/fault.h"
@@ -140,9 +141,7 @@ void add_features(CLI::App& program) {
   command->add_option("-o,--output", options->output_file,
                       "File to write: .npy, .htk, .mfc or .csv; of statistics .npy, .csv or .json");
   command->add_option("--picture", options->picture_file, "PNG with waveform, mel spectrogram and cepstra");
-  command->add_option("--raw-rate", options->raw.sample_rate, "Sampling rate of audio without a header, Hz")
-      ->check(CLI::PositiveNumber);
-  command->add_flag("--raw-big-endian", options->raw.big_endian, "Audio without a header has the high byte first");
+  add_raw_options(*command, options->raw);
   command->add_option("--block", options->block, "Samples pushed at a time; the rows are the same for every number");
   command->add_flag("--stats", options->statistics,
                     "Write mean, variance and covariance of the columns of many audio or feature files");

@@ -11,6 +11,7 @@
 #include "audio/audio_file.h"
 #include "audio/audio_writer.h"
 #include "audio/noise_mixer.h"
+#include "kivsr/raw_options.h"
 #include "kivsr/subcommands.h"
 #include "support/fault.h"
 #include "support/output_file.h"
@@ -65,9 +66,7 @@ void add_mix(CLI::App& program) {
       ->capture_default_str();
   command->add_option("--seed", options->seed, "Chooses the white noise, or the place where the file begins")
       ->capture_default_str();
-  command->add_option("--raw-rate", options->raw.sample_rate, "Sampling rate of audio without a header, Hz")
-      ->check(CLI::PositiveNumber);
-  command->add_flag("--raw-big-endian", options->raw.big_endian, "Audio without a header has the high byte first");
+  add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }
 

@@ -14,6 +14,7 @@
 #include "features/feature_input.h"
 #include "features/front_end.h"
 #include "kivsr/front_end_options.h"
+#include "kivsr/raw_options.h"
 #include "kivsr/subcommands.h"
 #include "quantiser/distortion.h"
 #include "quantiser/quantised_stream.h"
@@ -37,9 +38,7 @@ struct Inputs {
 
 Inputs::Inputs(CLI::App& command) : front_end(command) {
   command.add_option("input", files, "Audio (WAV, FLAC, ..., .raw) or features (.npy, .htk, .mfc, .csv)")->required();
-  command.add_option("--raw-rate", raw.sample_rate, "Sampling rate of audio without a header, Hz")
-      ->check(CLI::PositiveNumber);
-  command.add_flag("--raw-big-endian", raw.big_endian, "Audio without a header has the high byte first");
+  add_raw_options(command, raw);
 }
 
 FeatureMatrix Inputs::read(const std::string& file, const FrontEndParameters& parameters) const {

@@ -21,6 +21,7 @@
 #include "features/equalisation_stage.h"
 #include "features/feature_input.h"
 #include "features/front_end.h"
+#include "kivsr/raw_options.h"
 #include "kivsr/recognise_report.h"
 #include "kivsr/subcommands.h"
 #include "models/acoustic_model.h"
@@ -242,9 +243,7 @@ void add_recognise(CLI::App& program) {
   command->add_option("--weight-floor", options->floors.mixture_weight, "Smallest mixture weight")
       ->check(CLI::NonNegativeNumber)
       ->capture_default_str();
-  command->add_option("--raw-rate", options->raw.sample_rate, "Sampling rate of audio without a header, Hz")
-      ->check(CLI::PositiveNumber);
-  command->add_flag("--raw-big-endian", options->raw.big_endian, "Audio without a header has the high byte first");
+  add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }
 

@@ -12,6 +12,7 @@
 #include "features/feature_input.h"
 #include "features/feature_reader.h"
 #include "kivsr/front_end_options.h"
+#include "kivsr/raw_options.h"
 #include "kivsr/subcommands.h"
 #include "models/word_model_file.h"
 #include "support/fault.h"
@@ -269,9 +270,7 @@ void add_train(CLI::App& program) {
   command->add_option("--mfc-width", options->features.width, "Values of a frame in .mfc files")
       ->check(CLI::Range(1, 10000))
       ->capture_default_str();
-  command->add_option("--raw-rate", options->raw.sample_rate, "Sampling rate of audio without a header, Hz")
-      ->check(CLI::PositiveNumber);
-  command->add_flag("--raw-big-endian", options->raw.big_endian, "Audio without a header has the high byte first");
+  add_raw_options(*command, options->raw);
   add_training_settings(*command, options);
   command->callback([options] { options->run(); });
 }

@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 
 #include "audio/audio_file.h"
+#include "kivsr/raw_options.h"
 #include "kivsr/subcommands.h"
 #include "picture/feature_picture.h"
 #include "picture/speech_picture.h"
@@ -110,9 +111,7 @@ void add_vad(CLI::App& program) {
   command->add_option("--margin", options->rules.margin, "But keep those so close to a louder one, s")
       ->check(CLI::NonNegativeNumber)
       ->capture_default_str();
-  command->add_option("--raw-rate", options->raw.sample_rate, "Sampling rate of audio without a header, Hz")
-      ->check(CLI::PositiveNumber);
-  command->add_flag("--raw-big-endian", options->raw.big_endian, "Audio without a header has the high byte first");
+  add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }
 

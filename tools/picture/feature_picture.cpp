@@ -1,7 +1,6 @@
 #include "picture/feature_picture.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <utility>
@@ -9,6 +8,7 @@
 
 #include "features/front_end.h"
 #include "picture/plot.h"
+#include "support/extension.h"
 #include "support/fault.h"
 
 namespace kivsr::tools {
@@ -170,9 +170,7 @@ class FeaturePicture {
 }  // namespace
 
 void check_picture_name(const std::filesystem::path& file) {
-  std::string extension = file.extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return std::tolower(c); });
+  const std::string extension = lower_extension(file);
   if (extension != ".png") throw Fault(file.string() + ": a picture's name ends in .png");
 }
 
