@@ -54,7 +54,7 @@ struct WordPower {
 
 struct ScaledPower {
   int scale_factor;
-  double factor = scale_by_power_of_two(0.5, scale_factor);
+  double factor = 0.5 * double_scale(scale_factor);
 
   static int many(const Kiv32s*, Kiv32s*, int) { return 1; }
   // Shifts without rounding, to the left with saturation; x >= 0.
@@ -280,7 +280,7 @@ void filter(const Kiv16s* src, Kiv16s* dst, const Kiv16s* taps, int scale_factor
   for (int k = 0; k < kTaps; ++k) sum += std::abs(Kiv32s{taps[k]});
   const NearestRounding nearest;
   // Beyond 2^+-64 every sum saturates or vanishes.
-  const double factor = scale_by_power_of_two(1.0, std::clamp(scale_factor, -64, 64));
+  const double factor = double_scale(std::clamp(scale_factor, -64, 64));
   if (sum <= 65535)
     filter<true>(src, dst, pairs, factor);
   else

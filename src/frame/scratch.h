@@ -1,4 +1,5 @@
-// Scratch memory: the first N elements on the stack, more from the library allocator; released on every path.
+// Temporary memory for the length of a call, released on every path: the first N elements on the stack, more from the
+// library allocator. With N = 0 every call allocates, even for one element, as functions that are said to allocate do.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +8,7 @@
 
 namespace kivsr {
 
-template <class T, int N>
+template <class T, int N = 0>
 class Scratch {
  public:
   explicit Scratch(std::size_t count) : data_(count <= N ? stack_ : allocate<T>(count)) {}
@@ -20,10 +21,29 @@ class Scratch {
   // False when the allocator returned null: report kivStatusNoMemory.
   explicit operator bool() const { return data_ != nullptr; }
   T* data() { return data_; }
+  const T* data() const { return data_; }
   T& operator[](std::ptrdiff_t i) { return data_[i]; }
 
  private:
-  alignas(32) T stack_[N];
+  alignas(kBlockAlignment) T stack_[N];
+  T* data_;
+};
+
+// Nothing on the stack.
+template <class T>
+class Scratch<T, 0> {
+ public:
+  explicit Scratch(std::size_t count) : data_(allocate<T>(count)) {}
+  ~Scratch() { release(data_); }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+
+  explicit operator bool() const { return data_ != nullptr; }
+  T* data() { return data_; }
+  const T* data() const { return data_; }
+  T& operator[](std::ptrdiff_t i) { return data_[i]; }
+
+ private:
   T* data_;
 };
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "frame/allocated.h"
+#include "frame/scratch.h"
 #include "frame/constants.h"
 #include "frame/status.h"
 #include "frame/transform.h"
@@ -136,7 +136,7 @@ KivStatus checked_distance(const TwoGaussians& g, int len, T* result, Argument a
       *result = special == kivStatusInfResult ? Special<T>::infinity() : Special<T>::nan();
       return special;
     }
-    const Allocated<T> arguments(static_cast<std::size_t>(len));
+    Scratch<T> arguments(static_cast<std::size_t>(len));
     if (arguments.data() == nullptr) return kivStatusNoMemory;
     const T q = compare<T>(g, len, arguments.data(), argument);
     double logarithms;

@@ -6,11 +6,10 @@
 #include <cstddef>
 #include <type_traits>
 
-#include "frame/allocated.h"
+#include "frame/scratch.h"
 #include "frame/block_diagonal.h"
 #include "frame/layout.h"
 #include "frame/rows.h"
-#include "frame/scratch.h"
 #include "frame/status.h"
 #include "frame/transform.h"
 #include "gaussian.h"
@@ -129,7 +128,7 @@ inline KivStatus single_direct(const A& arithmetic, const E* src, const E* mean,
     const std::size_t padded = round_up(static_cast<std::size_t>(len), 32);
     // Twice the padded length may not fit size_t.
     if (padded > static_cast<std::size_t>(-1) / (2 * sizeof(Score))) return kivStatusNoMemory;
-    const Allocated<Score> block(kWidened ? 2 * padded : padded);
+    Scratch<Score> block(kWidened ? 2 * padded : padded);
     if (block.data() == nullptr) return kivStatusNoMemory;
     Score* const inverse = block.data();
     std::fill_n(inverse, len, Score{1});

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <utility>
 
-#include "frame/allocated.h"
+#include "frame/scratch.h"
 #include "gaussian_arithmetic.h"
 #include "gaussian_arithmetic_16s.h"
 #include "gaussian_calls.h"
@@ -159,7 +159,7 @@ class Selection {
 template <class A, class X, class M, class W>
 KivStatus score_selected(const A& arithmetic, X x, M m, W w, int len, const float* vals, const Kiv8u* sign,
                          int components, float* dst, int frames, float none_value) {
-  const Allocated<std::int32_t> counts(static_cast<std::size_t>(frames));
+  Scratch<std::int32_t> counts(static_cast<std::size_t>(frames));
   if (counts.data() == nullptr) return kivStatusNoMemory;
   std::fill_n(counts.data(), frames, 0);
   std::fill_n(dst, frames, static_cast<float>(kLogZero));

@@ -177,7 +177,7 @@ KivStatus new_variance(const Kiv32s* mean, const Kiv32s* square, Kiv32s* dst, in
     const double v2 = val2;
     for (int i = 0; i < len; ++i) {
       const auto s = static_cast<double>(std::int64_t{mean[i]} * mean[i]);
-      dst[i] = round_saturated<Kiv32s>(scale_by_power_of_two((square[i] - s * v1) * v2, scale_factor));
+      dst[i] = round_saturated<Kiv32s>((square[i] - s * v1) * v2 * double_scale(scale_factor));
     }
   });
 }

@@ -8,7 +8,7 @@
 
 #include "frame/transform.h"
 #include "kivsr/vector/products.h"
-#include "matrix_checks.h"
+#include "frame/matrix_checks.h"
 
 namespace kivsr {
 namespace {

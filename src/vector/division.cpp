@@ -130,7 +130,7 @@ KivStatus reciprocal_root(float* src_dst, int len, float val) {
 // The integer form: 2^-scaleFactor / sqrt(x) to nearest and saturated above val, val elsewhere.
 template <class D>
 KivStatus reciprocal_root(const Kiv32s* src, D* dst, int len, Kiv32s val, int scale_factor) {
-  const double factor = scale_by_power_of_two(1.0, scale_factor);
+  const double factor = double_scale(scale_factor);
   const NearestRounding nearest;
   bool replaced_all = true;
   for (int i = 0; i < len; ++i) {

@@ -52,7 +52,7 @@ simd::Vec<float> logarithm_of_any(simd::Vec<float> x, LogarithmReport* report) {
 KivStatus logarithm(Kiv32s* dst, const Kiv32s* src, int len, int scale_factor) {
   const NearestRounding nearest;
   LogarithmReport report;
-  const double factor = scale_by_power_of_two(1.0, scale_factor);
+  const double factor = double_scale(scale_factor);
   for (int i = 0; i < len; ++i) {
     const Kiv32s x = src[i];
     report.zero = report.zero || x == 0;

@@ -1,7 +1,7 @@
 // Products of a matrix with a vector on either side.
 #include "kivsr/vector/products.h"
 #include "elementwise.h"
-#include "matrix_checks.h"
+#include "frame/matrix_checks.h"
 #include "reductions.h"
 #include "statistics_column_sums.h"
 

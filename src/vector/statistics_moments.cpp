@@ -3,7 +3,7 @@
 #include "elementwise.h"
 #include "frame/allocator.h"
 #include "kivsr/vector/statistics.h"
-#include "matrix_checks.h"
+#include "frame/matrix_checks.h"
 #include "statistics_column_sums.h"
 
 namespace kivsr {

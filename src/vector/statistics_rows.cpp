@@ -1,17 +1,12 @@
 // Operations on every row of a matrix: subtraction of a vector, normalisation of columns, copies of columns.
 #include "elementwise.h"
 #include "kivsr/vector/statistics.h"
-#include "matrix_checks.h"
+#include "frame/matrix_checks.h"
 
 namespace kivsr {
 namespace {
 
 using simd::Vec;
-
-template <class Rows, class... P>
-KivStatus matrix_checks(Rows rows, int height, int width, const P*... pointers) {
-  return first_failure(not_null(array_of(rows), pointers...), positive(width, height), step_covers(rows, width));
-}
 
 // row[c] = op(row[c], vectors[c]...) in lanes of T.
 template <class T, class Op, class Rows, class... S>

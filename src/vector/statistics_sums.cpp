@@ -1,17 +1,12 @@
 // Plain sums of columns and rows, sums for moments, sums of chosen rows.
 #include "elementwise.h"
 #include "kivsr/vector/statistics.h"
-#include "matrix_checks.h"
+#include "frame/matrix_checks.h"
 #include "reductions.h"
 #include "statistics_column_sums.h"
 
 namespace kivsr {
 namespace {
-
-template <class Rows, class... P>
-KivStatus matrix_checks(Rows rows, int height, int width, const P*... pointers) {
-  return first_failure(not_null(array_of(rows), pointers...), positive(width, height), step_covers(rows, width));
-}
 
 // --- sums of columns ------------------------------------------------------------
 

@@ -2,8 +2,8 @@
 // row is touched.
 #pragma once
 
-#include "frame/rows.h"
-#include "frame/status.h"
+#include "rows.h"
+#include "status.h"
 
 namespace kivsr {
 
@@ -25,6 +25,12 @@ constexpr KivStatus step_covers(StepRows<T> rows, std::int64_t width) {
 template <class T>
 constexpr KivStatus step_covers(PointerRows<T>, std::int64_t) {
   return kivStatusOk;
+}
+
+// The usual order: pointers, sizes, step.
+template <class Rows, class... P>
+constexpr KivStatus matrix_checks(Rows rows, int height, int width, const P*... pointers) {
+  return first_failure(not_null(array_of(rows), pointers...), positive(width, height), step_covers(rows, width));
 }
 
 }  // namespace kivsr
