@@ -58,8 +58,8 @@ constexpr float single_scale(int scale_factor) {
 // The factor of integer-to-float conversions: scale factors clamped to the exponents of normal numbers.
 constexpr float integer_scale(int scale_factor) { return power_of_two(-std::clamp(scale_factor, -112, 126)); }
 
-// 2^-scaleFactor in double precision for integer results: factors beyond 2^1000 either way end there, where every result
-// already is zero or saturated.
+// 2^-scaleFactor in double precision for integer results: factors beyond 2^1000 either way end there, where every
+// result already is zero or saturated.
 constexpr double double_scale(int scale_factor) { return power_of_two_64(-std::clamp(scale_factor, -1000, 1000)); }
 
 // A double to nearest (ties to even) and saturated; NaN gives the lowest value.

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "frame/scratch.h"
 #include "frame/constants.h"
+#include "frame/scratch.h"
 #include "frame/status.h"
 #include "frame/transform.h"
 #include "gaussian.h"

@@ -6,10 +6,10 @@
 #include <cstddef>
 #include <type_traits>
 
-#include "frame/scratch.h"
 #include "frame/block_diagonal.h"
 #include "frame/layout.h"
 #include "frame/rows.h"
+#include "frame/scratch.h"
 #include "frame/status.h"
 #include "frame/transform.h"
 #include "gaussian.h"

@@ -6,9 +6,9 @@
 // share a block of rows, converted to double, while it is in the first-level cache.
 #include <algorithm>
 
+#include "frame/matrix_checks.h"
 #include "frame/transform.h"
 #include "kivsr/vector/products.h"
-#include "frame/matrix_checks.h"
 
 namespace kivsr {
 namespace {

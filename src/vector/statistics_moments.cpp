@@ -2,8 +2,8 @@
 // become. The formulas differ between functions on purpose: each one rounds as its documentation says.
 #include "elementwise.h"
 #include "frame/allocator.h"
-#include "kivsr/vector/statistics.h"
 #include "frame/matrix_checks.h"
+#include "kivsr/vector/statistics.h"
 #include "statistics_column_sums.h"
 
 namespace kivsr {

@@ -1,7 +1,7 @@
 // Operations on every row of a matrix: subtraction of a vector, normalisation of columns, copies of columns.
 #include "elementwise.h"
-#include "kivsr/vector/statistics.h"
 #include "frame/matrix_checks.h"
+#include "kivsr/vector/statistics.h"
 
 namespace kivsr {
 namespace {

@@ -1,7 +1,7 @@
 // Plain sums of columns and rows, sums for moments, sums of chosen rows.
 #include "elementwise.h"
-#include "kivsr/vector/statistics.h"
 #include "frame/matrix_checks.h"
+#include "kivsr/vector/statistics.h"
 #include "reductions.h"
 #include "statistics_column_sums.h"
 
