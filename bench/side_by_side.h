@@ -47,4 +47,18 @@ inline double noise(int i) {
   return x / 4294967296.0;
 }
 
+// Extremes by value, so that the peers' loops become vector code.
+template <class T>
+T larger(T a, T b) {
+  return a > b ? a : b;
+}
+template <class T>
+T smaller(T a, T b) {
+  return a < b ? a : b;
+}
+template <class T>
+T limited(T x, T low, T high) {
+  return smaller(larger(x, low), high);
+}
+
 }  // namespace kivsr::bench

@@ -15,6 +15,7 @@
 #include "kivsr/aurora.h"
 #include "kivsr/frame.h"
 #include "kivsr/frontend.h"
+#include "kivsr/noise.h"
 #include "kivsr/scoring.h"
 #include "kivsr/training.h"
 #include "kivsr/vector.h"

@@ -3,7 +3,6 @@
 #define KIVSR_AURORA_H
 
 #include "aurora/equalisation.h"
-#include "aurora/mcra.h"
 #include "aurora/vad.h"
 #include "aurora/wiener.h"
 

@@ -10,7 +10,7 @@
 #include "frame/scale.h"
 #include "frame/status.h"
 #include "frame/transform.h"
-#include "kivsr/aurora/mcra.h"
+#include "kivsr/noise/mcra.h"
 
 namespace kivsr {
 namespace {

@@ -3,11 +3,11 @@
 #include <cstddef>
 #include <limits>
 
-#include "emns_tables.h"
 #include "frame/scale.h"
 #include "frame/status.h"
 #include "frame/transform.h"
-#include "kivsr/aurora/mcra.h"
+#include "kivsr/noise/spectral_gain.h"
+#include "spectral_gain_tables.h"
 
 namespace kivsr {
 namespace {
@@ -52,9 +52,9 @@ Kiv32s octave_factor(Kiv32s q) {
   const int top = 31 - __builtin_clz(static_cast<unsigned>(q));
   const int row = top - 7;
   const std::int64_t r = q - (Kiv32s{1} << top);
-  const auto t = static_cast<Kiv32s>(((r * P2_2_32SQi4[row]) >> 13) - P1_2_32SQ5i[row]);
+  const auto t = static_cast<Kiv32s>(((r * kOctaveCurvature[row]) >> 13) - kOctaveSlope[row]);
   const auto u = static_cast<Kiv32s>((r * t) >> (row + 5));
-  return u + P0_2_32SQ22[row];
+  return u + kOctaveConstant[row];
 }
 
 constexpr Kiv32s kDirectValues = 129;
@@ -62,14 +62,14 @@ constexpr Kiv32s kDirectValues = 129;
 float amplitude_gain(float prior, float snr) {
   const float bounded = std::min(snr > 0.000031F ? snr : 0.000031F, 100.0F);
   const auto q = static_cast<Kiv32s>(bounded * prior * 4194304.0F);
-  if (q < kDirectValues) return prior * static_cast<float>(DIRECT_VALUE_Q0[q]);
+  if (q < kDirectValues) return prior * static_cast<float>(kDirectFactor[q]);
   return prior * static_cast<float>(octave_factor(q)) * (1.0F / 4194304.0F);
 }
 
 Kiv32s amplitude_gain(Kiv32s prior, Kiv32s snr) {
   const std::int64_t bounded = std::clamp(snr, 1, 100 << 15);  // 0.000031 is one unit of Q15
   const auto q = static_cast<Kiv32s>((bounded * prior) >> 24);
-  if (q < kDirectValues) return saturate<Kiv32s>(std::int64_t{prior} * DIRECT_VALUE_Q0[q]);
+  if (q < kDirectValues) return saturate<Kiv32s>(std::int64_t{prior} * kDirectFactor[q]);
   return scaled<Kiv32s>(std::int64_t{prior} * octave_factor(q), 22);
 }
 

@@ -1,4 +1,5 @@
-// Gain factor of the amplitude estimator, written by scripts/emns-tables. Formats: emns.cpp.
+// Gain factor F of the amplitude estimator, q = 2^22 v, written by scripts/emns-tables; spectral_gain.cpp
+// evaluates it.
 #pragma once
 
 #include "kivsr/types.h"
@@ -6,7 +7,8 @@
 namespace kivsr {
 
 // clang-format off
-inline constexpr Kiv32s DIRECT_VALUE_Q0[129] = {
+// F at q = 0 .. 128, integers; nothing but a zero prior or a tiny ratio reaches q = 0.
+inline constexpr Kiv32s kDirectFactor[129] = {
   2147483647, 1815, 1283, 1048, 907, 812, 741, 686, 642, 605, 574, 547, 524, 503, 485, 469, 454, 440, 428, 416, 406,
   396, 387, 378, 370, 363, 356, 349, 343, 337, 331, 326, 321, 316, 311, 307, 303, 298, 294, 291, 287, 283, 280, 277,
   274, 271, 268, 265, 262, 259, 257, 254, 252, 249, 247, 245, 243, 240, 238, 236, 234, 232, 231, 229, 227, 225, 223,
@@ -14,16 +16,19 @@ inline constexpr Kiv32s DIRECT_VALUE_Q0[129] = {
   191, 190, 189, 188, 187, 186, 185, 184, 183, 182, 182, 181, 180, 179, 178, 177, 176, 175, 175, 174, 173, 172, 172,
   171, 170, 169, 169, 168, 167, 166, 166, 165, 164, 164, 163, 162, 162, 161, 160};
 
-inline constexpr Kiv32s P0_2_32SQ22[24] = {
+// From q = 129 on a parabola in r = q - 2^(i+7) over each octave i. Its constant in units of 2^-22,
+inline constexpr Kiv32s kOctaveConstant[24] = {
   669498645, 473414302, 334764744, 236728959, 167413213, 118408092, 83768274, 59291231, 42007360, 29819668, 21249233,
   15255427, 11108711, 8299601, 6470760, 5361107, 4756698, 4463049, 4325745, 4259445, 4226742, 4210491, 4202389,
   4198345};
 
-inline constexpr Kiv32s P1_2_32SQ5i[24] = {
+// its slope, negated, in units of 2^-22 / 2^(i+5),
+inline constexpr Kiv32s kOctaveSlope[24] = {
   72453962, 51231813, 36225125, 25613282, 18108852, 12801395, 9047010, 6390220, 4508716, 3174276, 2225121, 1546422,
   1056723, 698929, 435261, 245271, 121987, 56781, 27183, 13368, 6635, 3306, 1650, 824};
 
-inline constexpr Kiv32s P2_2_32SQi4[24] = {
+// its curvature in units of 2^-22 / 2^(i+18).
+inline constexpr Kiv32s kOctaveCurvature[24] = {
   1576642499, 557423223, 197075987, 69674844, 24632335, 8707825, 3077959, 1087711, 384201, 135577, 47749, 16748, 5823,
   1986, 648, 193, 49, 11, 2, 0, 0, 0, 0, 0};
 // clang-format on
