@@ -5,6 +5,7 @@
 #include "scoring/distances.h"
 #include "scoring/gaussian.h"
 #include "scoring/gaussian_16s.h"
+#include "scoring/language_model.h"
 #include "scoring/log_domain.h"
 #include "scoring/selection.h"
 

@@ -3,7 +3,6 @@
 #define KIVSR_TRAINING_H
 
 #include "training/clustering.h"
-#include "training/language_model.h"
 #include "training/reestimation.h"
 #include "training/split_merge.h"
 

@@ -1,7 +1,8 @@
 // Statistics of decision-tree state clustering (S. J. Young, J. J. Odell, P. C. Woodland: Tree-based state tying for
 // high accuracy acoustic modelling, 1994).
 #include "kivsr/training/clustering.h"
-#include "constants.h"
+
+#include "diagonal_gaussian.h"
 #include "frame/constants.h"
 #include "frame/elementary.h"
 #include "frame/status.h"
@@ -9,8 +10,6 @@
 
 namespace kivsr {
 namespace {
-
-enum class Variances { kInverse, kDirect };
 
 template <Variances kForm, class T>
 KivStatus accumulate(const T* mean, const T* variance, T* sum, T* square, int len, T occupation) {

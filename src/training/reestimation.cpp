@@ -1,14 +1,14 @@
 // Re-estimation of means, variances, weights and Gaussian constants from accumulated statistics.
-#include <cmath>
+#include "kivsr/training/reestimation.h"
+
 #include <limits>
 
-#include "constants.h"
+#include "diagonal_gaussian.h"
 #include "frame/constants.h"
 #include "frame/rounding_mode.h"
 #include "frame/scale.h"
 #include "frame/status.h"
 #include "frame/transform.h"
-#include "kivsr/training/reestimation.h"
 #include "vector/reductions.h"
 
 namespace kivsr {
@@ -80,8 +80,6 @@ KivStatus update_weight(const T* accumulated, T* weight, int len, T* sum, T occu
 
 // len ln(2 pi) plus the sum of the logarithms of the variances. The two forms round differently: with inverse variances
 // the product stays in double precision, with variances it is rounded to the type first.
-enum class Variances { kInverse, kDirect };
-
 template <Variances kForm, class T>
 KivStatus gaussian_constant(const T* variance, int len, T* dst) {
   return run(first_failure(not_null(variance, dst), positive(len)), [&]() -> KivStatus {

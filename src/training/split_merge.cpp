@@ -1,6 +1,7 @@
 // Splitting and merging of diagonal Gaussians.
 #include "kivsr/training/split_merge.h"
-#include "constants.h"
+
+#include "diagonal_gaussian.h"
 #include "frame/constants.h"
 #include "frame/elementary.h"
 #include "frame/status.h"

@@ -1,4 +1,4 @@
-// Re-estimation, splitting and merging, clustering: one body per operation over both float types.
+// Re-estimation: one body per operation over both float types.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -31,11 +31,6 @@ struct Api<Kiv32f> {
   static constexpr auto moments = kivsNewVar_32f;
   static constexpr auto moments_in_place = kivsNewVar_32f_I;
   static constexpr auto accumulate = kivsMeanVarAcc_32f;
-  static constexpr auto split = kivsGaussianSplit_32f;
-  static constexpr auto merge = kivsGaussianMerge_32f;
-  static constexpr auto cluster = kivsDcsClustLAccumulate_32f;
-  static constexpr auto cluster_direct = kivsDcsClustLAccumulate_DirectVar_32f;
-  static constexpr auto likelihood = kivsDcsClustLCompute_32f64f;
 };
 template <>
 struct Api<Kiv64f> {
@@ -51,11 +46,6 @@ struct Api<Kiv64f> {
   static constexpr auto moments = kivsNewVar_64f;
   static constexpr auto moments_in_place = kivsNewVar_64f_I;
   static constexpr auto accumulate = kivsMeanVarAcc_64f;
-  static constexpr auto split = kivsGaussianSplit_64f;
-  static constexpr auto merge = kivsGaussianMerge_64f;
-  static constexpr auto cluster = kivsDcsClustLAccumulate_64f;
-  static constexpr auto cluster_direct = kivsDcsClustLAccumulate_DirectVar_64f;
-  static constexpr auto likelihood = kivsDcsClustLCompute_64f;
 };
 
 template <class T>
@@ -69,43 +59,54 @@ class Training : public ::testing::Test {
 using Floats = ::testing::Types<Kiv32f, Kiv64f>;
 TYPED_TEST_SUITE(Training, Floats);
 
+TYPED_TEST(Training, FormulasBitForBit) {
+  using T = TypeParam;
+  using A = Api<T>;
+  for (const int len : test_lengths()) {
+    const auto n = static_cast<std::size_t>(len);
+    const Guarded<T> x = this->vector(len, -3, 3), m = this->vector(len, -3, 3), squares = this->vector(len, 9, 30);
+    const Guarded<T> floors = this->vector(len, 1e-3, 1);
+    Guarded<T> mean = this->vector(len, -1, 1), mean_sum(x.values()), about(squares.values()), variance(n), moments(n);
+    const std::vector<T> old = mean.values();
+    const T weight = T(0.7), occ = T(6.3), r = 1 / occ, r2 = 1 / T(2.9);
+    ASSERT_EQ(A::accumulate(x.data(), m.data(), mean_sum.data(), about.data(), len, weight), kivStatusOk);
+    ASSERT_EQ(A::mean(x.data(), mean.data(), len, occ), kivStatusOk);
+    ASSERT_EQ(A::variance(x.data(), squares.data(), floors.data(), variance.data(), len, occ, T(2.9)), kivStatusOk);
+    ASSERT_EQ(A::moments(x.data(), squares.data(), moments.data(), len, T(0.9), T(1.1)), kivStatusOk);
+    for (std::size_t i = 0; i < n; ++i) {
+      const T d = x[i] - m[i];
+      const T scaled = x[i] * r;
+      const T square = x[i] * x[i];
+      ASSERT_EQ(mean_sum[i], x[i] + weight * x[i]);
+      ASSERT_EQ(about[i], squares[i] + weight * (d * d));
+      ASSERT_EQ(mean[i], old[i] + scaled) << "the mean is added to";
+      ASSERT_EQ(variance[i], squares[i] * r2 - scaled * scaled);
+      ASSERT_EQ(moments[i], static_cast<T>((squares[i] - square * double{T(0.9)}) * double{T(1.1)}));
+    }
+    Guarded<T> in_place(squares.values());
+    ASSERT_EQ(A::moments_in_place(x.data(), in_place.data(), len, T(0.9), T(1.1)), kivStatusOk);
+    expect_exact(in_place, moments.values());
+  }
+}
+
+// What the formulas are for: weighted sums of random vectors give back the distribution's parameters.
 TYPED_TEST(Training, RecoversTheParametersOfItsData) {
   using T = TypeParam;
   using A = Api<T>;
-  for (const int n : {1, 2, 3, 5, 8, 13, 39, 100}) {
-    auto truth_mean = this->vector(n, -3, 3);
-    auto truth_deviation = this->vector(n, 0.5, 2);
-    Guarded<T> mean_sum(n), square_sum(n), moment(n), about(n), mean(n), variance(n), floor(n);
-    for (auto* v : {&mean_sum, &square_sum, &moment, &about, &mean}) std::fill(v->begin(), v->end(), T{0});
-    std::fill(floor.begin(), floor.end(), T(1e-3));
-    Guarded<T> x(n);
-    double occupation = 0;
-    for (int t = 0; t < 4000; ++t) {
-      const T weight = static_cast<T>(this->random.uniform(0.1, 1));
-      occupation += weight;
-      for (int i = 0; i < n; ++i) x[i] = static_cast<T>(truth_mean[i] + truth_deviation[i] * this->random.normal());
-      ASSERT_EQ(A::accumulate(x.data(), truth_mean.data(), mean_sum.data(), about.data(), n, weight), 0);
-      for (int i = 0; i < n; ++i) square_sum[i] += weight * x[i] * x[i];
-    }
-    const T occ = static_cast<T>(occupation);
-    ASSERT_EQ(A::mean(mean_sum.data(), mean.data(), n, occ), kivStatusOk);
-    ASSERT_EQ(A::variance(mean_sum.data(), square_sum.data(), floor.data(), variance.data(), n, occ, occ), kivStatusOk);
-    for (int i = 0; i < n; ++i) {
-      EXPECT_NEAR(mean[i], truth_mean[i], 0.25);
-      EXPECT_NEAR(variance[i] / (truth_deviation[i] * truth_deviation[i]), 1, 0.25);
-      EXPECT_NEAR(about[i] / occ, variance[i], 0.1);
-      moment[i] = square_sum[i] / occ;
-    }
-    Guarded<T> from_moments(n);
-    ASSERT_EQ(A::moments(mean.data(), moment.data(), from_moments.data(), n, 1, 1), 0);
-    ASSERT_EQ(A::moments_in_place(mean.data(), moment.data(), n, 1, 1), 0);
-    expect_exact(moment, from_moments.values());
-    for (int i = 0; i < n; ++i) EXPECT_NEAR(from_moments[i], variance[i], 1e-3);
-    // The mean is added to.
-    const auto once = mean.values();
-    ASSERT_EQ(A::mean(mean_sum.data(), mean.data(), n, occ), kivStatusOk);
-    for (int i = 0; i < n; ++i) EXPECT_EQ(mean[i], once[i] + mean_sum[i] * (T{1} / occ));
+  const T mean = T(1.5), deviation = T(0.8), zero = 0, floor = T(1e-3);
+  T mean_sum = 0, square_sum = 0, about = 0, unused = 0, estimate = 0, variance = 0, occ = 0;
+  for (int t = 0; t < 4000; ++t) {
+    const T weight = static_cast<T>(this->random.uniform(0.1, 1));
+    const T x = mean + deviation * static_cast<T>(this->random.normal());
+    occ += weight;
+    ASSERT_EQ(A::accumulate(&x, &zero, &mean_sum, &square_sum, 1, weight), kivStatusOk);
+    ASSERT_EQ(A::accumulate(&x, &mean, &unused, &about, 1, weight), kivStatusOk);
   }
+  ASSERT_EQ(A::mean(&mean_sum, &estimate, 1, occ), kivStatusOk);
+  ASSERT_EQ(A::variance(&mean_sum, &square_sum, &floor, &variance, 1, occ, occ), kivStatusOk);
+  EXPECT_NEAR(estimate, mean, 0.05);
+  EXPECT_NEAR(variance, deviation * deviation, 0.05);
+  EXPECT_NEAR(about / occ, deviation * deviation, 0.05);
 }
 
 TYPED_TEST(Training, FloorsCountEqualValues) {
@@ -249,78 +250,6 @@ TEST(TrainingIntegers, IgnoreTheCallersRoundingMode) {
     return moments;
   });
   for (const auto& result : results) EXPECT_EQ(result, results[0]);
-}
-
-TYPED_TEST(Training, SplitAndMergeKeepTheMoments) {
-  using T = TypeParam;
-  using A = Api<T>;
-  for (const int n : {1, 4, 7, 13, 40}) {
-    auto mean = this->vector(n, -3, 3), variance = this->vector(n, 0.5, 3);
-    const auto old = mean.values();
-    Guarded<T> mean2(n), variance2(n), merged(n), merged_variance(n);
-    ASSERT_EQ(A::split(mean.data(), variance.data(), mean2.data(), variance2.data(), n, T(0.2)), kivStatusOk);
-    expect_exact(variance2, variance.values());
-    T term;
-    ASSERT_EQ(A::merge(mean.data(), variance.data(), mean2.data(), variance2.data(), merged.data(),
-                       merged_variance.data(), n, &term, 2, 2),
-              kivStatusOk);
-    double truth = n * kLogTwoPi;
-    for (int i = 0; i < n; ++i) {
-      EXPECT_NEAR(mean[i] - mean2[i], 0.4 * std::sqrt(variance[i]), 1e-5);
-      EXPECT_NEAR(merged[i], old[i], 1e-5);
-      EXPECT_NEAR(merged_variance[i], variance[i] * 1.04, 1e-4);
-      truth -= std::log(static_cast<double>(merged_variance[i]));
-    }
-    EXPECT_NEAR(term, truth, 1e-4);
-  }
-  T m[] = {1, 1, 1}, v[] = {1, 0, 1}, bad[] = {1, -1, 1}, dm[] = {9, 9, 9}, dv[] = {9, 9, 9}, det = 0;
-  EXPECT_EQ(A::merge(m, v, m, v, dm, dv, 3, &det, 1, 1), kivStatusInfResult);
-  EXPECT_TRUE(det == std::numeric_limits<T>::infinity() && dm[1] == 1 && dv[1] == 0 && dm[2] == 9 && dv[2] == 9);
-  EXPECT_EQ(A::merge(m, bad, m, bad, dm, dv, 3, &det, 1, 1), kivStatusNanResult);
-  EXPECT_TRUE(std::isnan(det));
-  EXPECT_EQ(A::merge(m, v, m, v, dm, dv, 3, &det, 1, -1), kivStatusInfResult);  // 0/0: neither below nor above zero
-  EXPECT_EQ(A::merge(m, v, m, v, dm, dv, 0, nullptr, 1, 1), kivStatusBadSize);
-  EXPECT_EQ(A::merge(m, v, m, v, dm, dv, 3, nullptr, 1, 1), kivStatusNullPointer);
-  EXPECT_EQ(A::split(m, bad, dm, dv, 2, 1), kivStatusOk);
-  EXPECT_TRUE(std::isnan(dm[1]) && std::isnan(m[1]));
-  EXPECT_EQ(A::split(nullptr, v, dm, dv, 0, 1), kivStatusBadSize);
-  EXPECT_EQ(A::split(nullptr, v, dm, dv, 1, 1), kivStatusNullPointer);
-}
-
-TYPED_TEST(Training, ClusterLikelihoods) {
-  using T = TypeParam;
-  using A = Api<T>;
-  for (const int n : {1, 5, 8, 11, 39}) {
-    auto mean = this->vector(n, -2, 2), variance = this->vector(n, 0.5, 3);
-    Guarded<T> inverse(n), sum(n), square(n), sum2(n), square2(n);
-    double logs = 0;
-    for (int i = 0; i < n; ++i) {
-      inverse[i] = 1 / variance[i];
-      logs += std::log(static_cast<double>(variance[i]));
-    }
-    ASSERT_EQ(A::cluster(mean.data(), inverse.data(), sum.data(), square.data(), n, T(12.5)), 0);
-    ASSERT_EQ(A::cluster_direct(mean.data(), variance.data(), sum2.data(), square2.data(), n, T(12.5)), 0);
-    expect_exact(sum, sum2.values());
-    for (int i = 0; i < n; ++i) EXPECT_TRUE(within_units<T>(square[i], square2[i], 4));
-    double result;
-    ASSERT_EQ(A::likelihood(sum.data(), square.data(), n, &result, T(12.5)), kivStatusOk);
-    EXPECT_NEAR(result, -0.5 * 12.5 * (n * (1 + kLogTwoPi) + logs), 1e-3 * n);
-  }
-  double result = 1;
-  T s[] = {0, 0}, zero_then_negative[] = {0, -1}, one[] = {1, 0};
-  EXPECT_EQ(A::likelihood(s, one, 1, &result, 1), kivStatusOk);
-  EXPECT_EQ(result, -0.5 * (1 + 1.8378770664093456));
-  EXPECT_EQ(A::likelihood(s, one, 2, &result, 1), kivStatusInfResult);
-  EXPECT_EQ(result, -std::numeric_limits<double>::infinity());
-  EXPECT_EQ(A::likelihood(s, zero_then_negative, 2, &result, 1), kivStatusNanResult);
-  EXPECT_TRUE(std::isnan(result));
-  EXPECT_EQ(A::likelihood(s, one, 2, &result, 0), kivStatusZeroOccupation);
-  EXPECT_EQ(result, -1e10);
-  EXPECT_EQ(A::likelihood(s, one, 0, &result, -1), kivStatusBadSize);
-  EXPECT_EQ(A::likelihood(s, one, 2, &result, -1), kivStatusNegOccupation);
-  EXPECT_EQ(A::likelihood(nullptr, one, 0, &result, -1), kivStatusNullPointer);
-  EXPECT_EQ(A::cluster(s, one, nullptr, s, 0, 1), kivStatusNullPointer);
-  EXPECT_EQ(A::cluster_direct(s, one, s, s, 0, 1), kivStatusBadSize);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 /* Language-model scores: floor, scale and insertion penalty. */
-#ifndef KIVSR_TRAINING_LANGUAGE_MODEL_H
-#define KIVSR_TRAINING_LANGUAGE_MODEL_H
+#ifndef KIVSR_SCORING_LANGUAGE_MODEL_H
+#define KIVSR_SCORING_LANGUAGE_MODEL_H
 
 #include "../types.h"
 

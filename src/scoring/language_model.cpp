@@ -1,5 +1,5 @@
 // Scaling of language-model scores: floor, scale, insertion penalty.
-#include "kivsr/training/language_model.h"
+#include "kivsr/scoring/language_model.h"
 
 #include <algorithm>
 
