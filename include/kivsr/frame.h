@@ -50,11 +50,11 @@ KIVSR_API void Free2d(void* ptr);
  * larger than int can count, or has more than 65535 rows or blocks, or allocation failed (*pMatrix unchanged).
  * Of Free: -8 null.
  * @{ */
-KIVSR_API KivStatus kivsBlockDMatrixInitAlloc_16s(Kiv16s*** pMatrix, const Kiv16s** pSrc, const int* pBlockSizes,
+KIVSR_API KivStatus kivsBlockDMatrixInitAlloc_16s(Kiv16s*** pMatrix, const Kiv16s* const* pSrc, const int* pBlockSizes,
                                                   int nBlocks);
-KIVSR_API KivStatus kivsBlockDMatrixInitAlloc_32f(Kiv32f*** pMatrix, const Kiv32f** pSrc, const int* pBlockSizes,
+KIVSR_API KivStatus kivsBlockDMatrixInitAlloc_32f(Kiv32f*** pMatrix, const Kiv32f* const* pSrc, const int* pBlockSizes,
                                                   int nBlocks);
-KIVSR_API KivStatus kivsBlockDMatrixInitAlloc_64f(Kiv64f*** pMatrix, const Kiv64f** pSrc, const int* pBlockSizes,
+KIVSR_API KivStatus kivsBlockDMatrixInitAlloc_64f(Kiv64f*** pMatrix, const Kiv64f* const* pSrc, const int* pBlockSizes,
                                                   int nBlocks);
 KIVSR_API KivStatus kivsBlockDMatrixFree_16s(Kiv16s** pMatrix);
 KIVSR_API KivStatus kivsBlockDMatrixFree_32f(Kiv32f** pMatrix);

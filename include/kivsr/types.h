@@ -1,9 +1,11 @@
-/* Element types, status values and the few constants that every family shares. */
+/* Element types and the few constants that every family shares. */
 #ifndef KIVSR_TYPES_H
 #define KIVSR_TYPES_H
 
 #include <stddef.h>
 #include <stdint.h>
+
+#include "status.h"
 
 #ifdef __cplusplus
 #define KIVSR_BEGIN_DECLS extern "C" {
@@ -19,13 +21,14 @@
 #define KIVSR_API
 #endif
 
-/** @defgroup types Types and status values
+/** @defgroup types Element types and constants
  *
  * Type codes in function names: 8u, 16s, 16u, 32s, 32u, 64s, 32f, 64f, 32fc, 32sc and 1u, a packed array of bits.
  * One code names source and destination, several name sources first, then the destination.
  * D2 after the codes is a matrix given by a base pointer and a row step counted in elements,
- * D2L one given by an array of row pointers. Sfs is an integer result multiplied by 2^-scaleFactor,
- * I an operation in place.
+ * D2L one given by an array of row pointers. A matrix that is only read comes as const T* const*: C++ takes any T**,
+ * C a const T** (a T** with a cast, as for every pointer to a pointer to const). Sfs is an integer result multiplied by
+ * 2^-scaleFactor, I an operation in place.
  * @{ */
 
 typedef uint8_t Kiv8u;
@@ -49,47 +52,6 @@ typedef struct Kiv32sc {
   Kiv32s im;
 } Kiv32sc;
 
-/** Result of every function but the allocators and the version query. Negative: an error, no output was written.
- * Zero: success. Positive: a warning, all outputs were written and some hold a documented special value. */
-typedef Kiv32s KivStatus;
-
-enum {
-  kivStatusOk = 0,
-
-  kivStatusError = -2,              /**< an inner step of a composite operation failed */
-  kivStatusBadArgument = -5,        /**< a scalar argument outside its range */
-  kivStatusBadSize = -6,            /**< a length, width, height, count or order outside its range */
-  kivStatusOutOfRange = -7,         /**< a value outside the domain of the function */
-  kivStatusNullPointer = -8,        /**< a required pointer is null */
-  kivStatusNoMemory = -9,           /**< the allocator returned null */
-  kivStatusDivByZeroErr = -10,      /**< division by a constant that is zero */
-  kivStatusFftOrderError = -15,     /**< FFT order outside 0..30 */
-  kivStatusFftFlagError = -16,      /**< unknown FFT normalisation flag */
-  kivStatusContextMismatch = -17,   /**< a state object of another kind */
-  kivStatusBadStep = -37,           /**< a row step smaller than the row needs */
-  kivStatusNoConvergence = -65,     /**< an iteration reached its limit */
-  kivStatusBadHint = -66,           /**< a codebook hint that the function does not accept */
-  kivStatusNegOccupation = -67,     /**< a negative or NaN occupation count or floor */
-  kivStatusFBankNotReady = -69,     /**< filter centres missing or out of order */
-  kivStatusBadMelMode = -70,        /**< unknown filter-bank mode */
-  kivStatusBadFreqRange = -71,      /**< filter-bank frequencies out of order or range */
-  kivStatusLspRootsNotFound = -114, /**< fewer line spectral pairs than the order */
-  kivStatusBadLsp = -115,           /**< line spectral pairs out of order */
-  kivStatusUnitReflection = -116,   /**< a reflection coefficient of magnitude 1 */
-  kivStatusNonPositiveError = -117, /**< a prediction error that is not positive */
-  kivStatusBadLength = -119,        /**< a length outside a fixed range */
-  kivStatusInternalError = -9999,   /**< a state object holds an inconsistent value */
-
-  kivStatusSqrtNegArg = 3,      /**< square root of a negative number */
-  kivStatusNoOperation = 4,     /**< nothing to compute, a fixed result was written */
-  kivStatusDivByZero = 6,       /**< a zero divisor among the elements */
-  kivStatusInfResult = 7,       /**< logarithm of zero */
-  kivStatusNanResult = 8,       /**< logarithm of a negative number */
-  kivStatusFloored = 11,        /**< a variance or weight was raised to its floor */
-  kivStatusZeroOccupation = 16, /**< an occupation count of zero, nothing was computed */
-  kivStatusCdbkSizeWarning = 31 /**< a codebook of another size than the one asked for */
-};
-
 /** Rounding of float-to-integer conversions: 0 truncates, any other value rounds to nearest, ties to even. */
 enum { kivRndZero = 0, kivRndNear = 1 };
 
@@ -100,6 +62,9 @@ enum {
   kivLogAddHintSp = 1, /**< single precision */
   kivLogAddHintFpu = 2 /**< extended precision */
 };
+
+/** The logarithm that stands for probability zero, in every type of the log-domain functions. */
+enum { kivLogZero = -4500000 };
 
 /** Normalisation of the FFT. */
 enum {
@@ -120,6 +85,13 @@ enum {
 enum {
   KIV_DELTA_BEGIN = 1, /**< the block starts the utterance */
   KIV_DELTA_END = 2    /**< the block ends the utterance */
+};
+
+/** Result of a voice-activity decision. */
+enum {
+  kivVadSpeech = 1,   /**< somebody speaks */
+  kivVadNoSpeech = 2, /**< nobody speaks */
+  kivVadUndecided = 4 /**< no decision yet, or none left after the end of the input */
 };
 
 /** How a codebook is built and searched. */

@@ -33,7 +33,7 @@ std::size_t object_bytes(const int* sizes, int blocks, std::size_t element, int*
 }
 
 template <class T>
-KivStatus init_alloc(T*** handle, const T** src, const int* sizes, int blocks) {
+KivStatus init_alloc(T*** handle, const T* const* src, const int* sizes, int blocks) {
   if (const KivStatus s = first_failure(not_null(handle, src, sizes), positive(blocks)); s != kivStatusOk) return s;
   for (int k = 0; k < blocks; ++k) {
     if (sizes[k] < 1) return kivStatusBadSize;
@@ -75,13 +75,16 @@ KivStatus free_matrix(const void* handle) {
 }  // namespace kivsr
 
 extern "C" {
-KivStatus kivsBlockDMatrixInitAlloc_16s(Kiv16s*** pMatrix, const Kiv16s** pSrc, const int* pBlockSizes, int nBlocks) {
+KivStatus kivsBlockDMatrixInitAlloc_16s(Kiv16s*** pMatrix, const Kiv16s* const* pSrc, const int* pBlockSizes,
+                                        int nBlocks) {
   return kivsr::init_alloc(pMatrix, pSrc, pBlockSizes, nBlocks);
 }
-KivStatus kivsBlockDMatrixInitAlloc_32f(Kiv32f*** pMatrix, const Kiv32f** pSrc, const int* pBlockSizes, int nBlocks) {
+KivStatus kivsBlockDMatrixInitAlloc_32f(Kiv32f*** pMatrix, const Kiv32f* const* pSrc, const int* pBlockSizes,
+                                        int nBlocks) {
   return kivsr::init_alloc(pMatrix, pSrc, pBlockSizes, nBlocks);
 }
-KivStatus kivsBlockDMatrixInitAlloc_64f(Kiv64f*** pMatrix, const Kiv64f** pSrc, const int* pBlockSizes, int nBlocks) {
+KivStatus kivsBlockDMatrixInitAlloc_64f(Kiv64f*** pMatrix, const Kiv64f* const* pSrc, const int* pBlockSizes,
+                                        int nBlocks) {
   return kivsr::init_alloc(pMatrix, pSrc, pBlockSizes, nBlocks);
 }
 KivStatus kivsBlockDMatrixFree_16s(Kiv16s** pMatrix) { return kivsr::free_matrix(pMatrix); }

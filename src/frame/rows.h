@@ -24,6 +24,6 @@ struct PointerRows {
   PointerRows from(std::ptrdiff_t r) const { return {rows + r}; }
 };
 template <class T>
-PointerRows(T**) -> PointerRows<T>;
+PointerRows(T* const*) -> PointerRows<T>;
 
 }  // namespace kivsr
