@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "kivsr/frame.h"
+#include "kivsr/frame/allocator.h"
 
 extern "C" {
 void* (*i_malloc)(size_t) = std::malloc;

@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "allocator.h"
-#include "kivsr/frame.h"
+#include "kivsr/frame/block_diagonal.h"
 #include "layout.h"
 #include "status.h"
 

@@ -1,7 +1,6 @@
-// Allocator, block-diagonal matrices, version record and constants.
+// Block-diagonal matrices.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -12,47 +11,6 @@
 
 namespace kivsr::test {
 namespace {
-
-std::size_t last_request;
-
-TEST(Allocator, AlignsRequestsAndReleases) {
-  const auto saved = i_malloc;
-  i_malloc = [](std::size_t bytes) {
-    last_request = bytes;
-    return std::malloc(bytes);
-  };
-  const std::size_t slack = 32 + sizeof(void*);
-  for (int n : {1, 7, 32, 1000}) {
-    const std::size_t len = static_cast<std::size_t>(n);
-    const auto check = [&](auto* block) {
-      EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 32, 0U);
-      EXPECT_EQ(last_request, len * sizeof(*block) + slack);
-      std::memset(block, 0xFF, len * sizeof(*block));
-      kivsFree(block);
-    };
-    check(kivsMalloc_8u(n));
-    check(kivsMalloc_16s(n));
-    check(kivsMalloc_32s(n));
-    check(kivsMalloc_32f(n));
-    check(kivsMalloc_64f(n));
-  }
-  i_malloc = saved;
-}
-
-TEST(Allocator, RefusesWithoutCallingTheHook) {
-  const AllocationWatch watch;
-  EXPECT_EQ(kivsMalloc_32f(0), nullptr);
-  EXPECT_EQ(kivsMalloc_64f(-1), nullptr);
-  if (sizeof(void*) == 4) {
-    EXPECT_EQ(kivsMalloc_64f(std::numeric_limits<int>::max()), nullptr);
-    EXPECT_EQ(kivsMalloc_32f(0x3FFFFFFF), nullptr);
-  }
-  EXPECT_EQ(AllocationWatch::calls(), 0);
-  kivsFree(nullptr);
-  Free2d(nullptr);
-  Free2d(kivsMalloc_16s(3));
-  EXPECT_EQ(AllocationWatch::live(), 0);
-}
 
 template <class T>
 struct BlockMatrix;
@@ -135,28 +93,6 @@ TYPED_TEST(BlockDiagonal, RefusesBadArgumentsInOrder) {
   EXPECT_EQ(BlockMatrix<T>::free(nullptr), kivStatusNullPointer);
   EXPECT_EQ(matrix, nullptr);
   EXPECT_EQ(AllocationWatch::calls(), 0);
-}
-
-TEST(Version, IsOneConstantRecord) {
-  const KivLibraryVersion* const v = kivsrGetLibVersion();
-  EXPECT_EQ(v, kivsrGetLibVersion());
-  EXPECT_EQ(v->major, 5);
-  EXPECT_EQ(v->minor, 2);
-  EXPECT_EQ(v->majorBuild, 108);
-  EXPECT_EQ(v->build, 385);
-  EXPECT_EQ(std::memcmp(v->targetCpu, "w7\0\0", 4), 0);
-  EXPECT_STREQ(v->name, "libkivsrw7.so.5.2");
-  EXPECT_STREQ(v->version, "5.2");
-  EXPECT_STREQ(v->buildDate, "Jul 11 2007");
-}
-
-TEST(Constants, AreInfinitiesAndNan) {
-  EXPECT_EQ(kivConstantOfINF_32f, std::numeric_limits<float>::infinity());
-  EXPECT_EQ(kivConstantOfINF_NEG_32f, -std::numeric_limits<float>::infinity());
-  EXPECT_TRUE(std::isnan(kivConstantOfNAN_32f));
-  EXPECT_EQ(kivConstantOfINF_64f, std::numeric_limits<double>::infinity());
-  EXPECT_EQ(kivConstantOfINF_NEG_64f, -std::numeric_limits<double>::infinity());
-  EXPECT_TRUE(std::isnan(kivConstantOfNAN_64f));
 }
 
 }  // namespace
