@@ -1,7 +1,7 @@
 # cmake --install: headers, libraries with their linker names, the CMake package and the pkg-config file.
 include(CMakePackageConfigHelpers)
 
-install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 install(TARGETS kivcore kivsrw7 kivsr_static EXPORT kivsr
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(KIVSR_V3)
