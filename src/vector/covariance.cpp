@@ -4,11 +4,12 @@
 // (x[r][i] - m[j]) * (x[r][j] - m[j]), both factors about the mean of the later column. So columns j lie in lanes, and
 // tiles of a few columns i by a strip of columns j take the rows one by one. The tiles of up to kPanel x kPanel columns
 // share a block of rows, converted to double, while it is in the first-level cache.
+#include "kivsr/vector/covariance.h"
+
 #include <algorithm>
 
 #include "frame/matrix_checks.h"
 #include "frame/transform.h"
-#include "kivsr/vector/products.h"
 
 namespace kivsr {
 namespace {
