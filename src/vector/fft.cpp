@@ -1,16 +1,43 @@
 // Real FFT in single precision: the object, its transforms and the exports. Other families: fft.h.
 #include "fft.h"
 
+#include <algorithm>
 #include <cstring>
 
-#include "fft_transform.h"
-#include "frame/layout.h"
+#include "fft_object.h"
 #include "kivsr/vector/fft.h"
+
+// Placed at a 32-byte boundary, the tables behind it.
+struct KivsFFTSpec_R_32f {
+  static constexpr Kiv32s kIdentifier = 6;
+  Kiv32s identifier;
+  Kiv32s order;
+  Kiv32s forward_scaled;
+  Kiv32s inverse_scaled;
+  Kiv32f factor;
+  Kiv32s hint;
+  Kiv32s work_bytes;  // 0: a transform needs no work buffer
+  Kiv32s reserved;    // 0
+  float* complex_tables;
+  float* real_tables;
+  void* unused[12 * 4 / sizeof(void*) - 2];
+};
+static_assert(sizeof(KivsFFTSpec_R_32f) == 20 * 4 && offsetof(KivsFFTSpec_R_32f, complex_tables) == 8 * 4);
 
 namespace kivsr::fft {
 namespace {
 
-constexpr std::size_t kHeaderBytes = round_up(sizeof(KivsFFTSpec_R_32f), 32);
+// Sizes of this type count a whole boundary as slack.
+constexpr std::size_t kSlack = kPartAlignment;
+
+// The table of the real pass fills seven eighths of its share.
+ObjectParts<KivsFFTSpec_R_32f, float> object_parts(int order) { return {order, std::size_t{1} << order}; }
+
+Layout work_layout(int order) {
+  Layout layout;
+  if (order >= kFirstTableOrder) layout.add<float>(static_cast<std::size_t>(work_count<float>(order)));
+  return layout;
+}
 
 float* area_in(void* work) { return static_cast<float*>(align_up(work)); }
 
@@ -23,39 +50,36 @@ Tables<float> tables_of(const KivsFFTSpec_R_32f& spec) {
 
 }  // namespace
 
-Sizes sizes_32f(int order) {
-  if (order < kFirstTableOrder) return {sizeof(KivsFFTSpec_R_32f) + 32, 0, 0};
-  const std::uint64_t n = std::uint64_t{1} << order;
-  // The real pass fills up to 7/8 of its share.
-  return {sizeof(float) * middle_table_count<float>(order) + 64 * (n / 16) + 128, order >= kTemporaryOrder ? n + 64 : 0,
-          sizeof(float) * work_count<float>(order) + 32};
+template <>
+Sizes sizes<KivsFFTSpec_R_32f>(int order) {
+  if (order < kFirstTableOrder) return {sizeof(KivsFFTSpec_R_32f) + kSlack, 0, 0};
+  return {bytes_with_slack(object_parts(order).layout, kSlack),
+          order >= kTemporaryOrder ? (std::size_t{1} << order) + 64 : 0, bytes_with_slack(work_layout(order), kSlack)};
 }
 
-KivsFFTSpec_R_32f* place_32f(void* memory, void* temporary, int order, int flag, int hint) {
-  auto* const spec = static_cast<KivsFFTSpec_R_32f*>(align_up(memory));
+template <>
+KivsFFTSpec_R_32f* construct(void* object, void* construction, int order, int flag, int hint) {
+  const NearestRounding nearest;  // tables are the same whatever the caller's rounding mode
+  const auto parts = object_parts(order);
+  void* const block = align_up(object);
+  KivsFFTSpec_R_32f* const spec = parts.spec.in(block);
   std::memset(spec, 0, sizeof *spec);
-  spec->identifier = kIdentifier_32f;
+  spec->identifier = KivsFFTSpec_R_32f::kIdentifier;
   spec->order = order;
   spec->forward_scaled = scales_forward(flag) ? 1 : 0;
   spec->inverse_scaled = scales_inverse(flag) ? 1 : 0;
   spec->factor = scale_factor<float>(order, flag);
   spec->hint = hint;
   if (order < kFirstTableOrder) return spec;
-  constexpr std::uint64_t kLargest = std::numeric_limits<Kiv32s>::max();
-  spec->work_bytes = static_cast<Kiv32s>(std::min(sizes_32f(order).work - 32, kLargest));
-  spec->complex_tables = reinterpret_cast<float*>(reinterpret_cast<char*>(spec) + kHeaderBytes);
-  spec->real_tables = spec->complex_tables + middle_table_count<float>(order);
-  if (order <= kFixedOrder) {
-    build_tables(tables_of(*spec), order, Roots(kFixedWave.values, kFixedOrder, order));
-  } else {
-    float* const wave = area_in(temporary);
-    build_quarter_wave(wave, order);
-    build_tables(tables_of(*spec), order, Roots(wave, order, order));
-  }
+  constexpr std::size_t kLargest = std::numeric_limits<Kiv32s>::max();
+  spec->work_bytes = static_cast<Kiv32s>(std::min(work_layout(order).bytes(), kLargest));
+  spec->complex_tables = parts.middle.in(block);
+  spec->real_tables = parts.last.in(block);
+  build_tables(tables_of(*spec), order, construction);
   return spec;
 }
 
-void forward_32f(const float* src, float* dst, const KivsFFTSpec_R_32f& spec, void* work, Spectrum spectrum) {
+void forward(const Kiv32f* src, Kiv32f* dst, const KivsFFTSpec_R_32f& spec, void* work, Spectrum spectrum) {
   with_spectrum(spectrum, [&]<Spectrum kSpectrum>() {
     if (spec.order < kFirstTableOrder) return small_forward<kSpectrum>(src, dst, spec.order, forward_scale(spec));
     with_lanes<float>(spec.order, [&]<class V>(V*) {
@@ -64,7 +88,7 @@ void forward_32f(const float* src, float* dst, const KivsFFTSpec_R_32f& spec, vo
   });
 }
 
-void inverse_32f(const float* src, float* dst, const KivsFFTSpec_R_32f& spec, void* work) {
+void inverse(const Kiv32f* src, Kiv32f* dst, const KivsFFTSpec_R_32f& spec, void* work) {
   const float scale = inverse_scale(spec);
   if (spec.order < kFirstTableOrder) return small_inverse(src, dst, spec.order, scale);
   with_lanes<float>(
@@ -73,39 +97,15 @@ void inverse_32f(const float* src, float* dst, const KivsFFTSpec_R_32f& spec, vo
 
 namespace {
 
-struct Single32f {
-  using Spec = KivsFFTSpec_R_32f;
-  static constexpr Kiv32s kIdentifier = kIdentifier_32f;
-  static Sizes sizes(int order) { return sizes_32f(order); }
-  static Spec* place(void* memory, void* temporary, int order, int flag, int hint) {
-    return place_32f(memory, temporary, order, flag, hint);
-  }
-};
-using Members = Exports<Single32f>;
-
-KivStatus buffer_size(const KivsFFTSpec_R_32f* spec, int* size) {
-  const KivStatus status = first_failure(not_null(spec, size), identified(spec, kIdentifier_32f));
-  if (status != kivStatusOk) return status;
-  const std::uint64_t bytes = sizes_32f(spec->order).work;
-  return run(require(bytes <= static_cast<std::uint64_t>(std::numeric_limits<int>::max()), kivStatusBadSize),
-             [&] { *size = static_cast<int>(bytes); });
-}
-
-KivStatus forward(const float* src, float* dst, const KivsFFTSpec_R_32f* spec, Kiv8u* buffer, Spectrum spectrum) {
-  return Members::transform(src, dst, spec, buffer, [&](void* work) { forward_32f(src, dst, *spec, work, spectrum); });
-}
-
-KivStatus inverse(const float* src, float* dst, const KivsFFTSpec_R_32f* spec, Kiv8u* buffer) {
-  return Members::transform(src, dst, spec, buffer, [&](void* work) { inverse_32f(src, dst, *spec, work); });
-}
-
 // a times the conjugate of b, in pairs. Elementwise: no fused operations.
 template <class V>
 Complex<V> times_conjugate(Complex<V> a, Complex<V> b) {
   return {a.re * b.re + a.im * b.im, a.im * b.re - a.re * b.im};
 }
 
-[[gnu::flatten]] void multiply_pack_conjugate(const float* src, float* src_dst, int len) {
+}  // namespace
+
+[[gnu::flatten]] void multiply_pack_conjugate(const Kiv32f* src, Kiv32f* src_dst, std::ptrdiff_t len) {
   using V = simd::Vec<float>;
   using One = simd::Single<float>;
   src_dst[0] = src[0] * src_dst[0];
@@ -120,6 +120,25 @@ Complex<V> times_conjugate(Complex<V> a, Complex<V> b) {
   if (len % 2 == 0) src_dst[end] = src[end] * src_dst[end];
 }
 
+namespace {
+
+using Spec = KivsFFTSpec_R_32f;
+
+KivStatus buffer_size(const Spec* spec, int* size) {
+  const KivStatus checks = first_failure(not_null(spec, size), identified(spec));
+  if (checks != kivStatusOk) return checks;
+  const Sizes bytes = sizes<Spec>(spec->order);
+  return run(sizes_fit_int({0, 0, bytes.work}), [&] { *size = static_cast<int>(bytes.work); });
+}
+
+KivStatus checked_forward(const float* src, float* dst, const Spec* spec, Kiv8u* buffer, Spectrum spectrum) {
+  return transform(src, dst, spec, buffer, [&](void* work) { forward(src, dst, *spec, work, spectrum); });
+}
+
+KivStatus checked_inverse(const float* src, float* dst, const Spec* spec, Kiv8u* buffer) {
+  return transform(src, dst, spec, buffer, [&](void* work) { inverse(src, dst, *spec, work); });
+}
+
 }  // namespace
 }  // namespace kivsr::fft
 
@@ -128,30 +147,30 @@ using namespace kivsr;
 using namespace kivsr::fft;
 
 KivStatus kivsFFTGetSize_R_32f(int order, int flag, int, int* pSpecSize, int* pSpecBufferSize, int* pBufferSize) {
-  return Members::get_size(order, flag, pSpecSize, pSpecBufferSize, pBufferSize);
+  return get_size<Spec>(order, flag, pSpecSize, pSpecBufferSize, pBufferSize);
 }
 KivStatus kivsFFTInit_R_32f(KivsFFTSpec_R_32f** ppSpec, int order, int flag, int hint, Kiv8u* pMemSpec,
                             Kiv8u* pMemInit) {
-  return Members::init(ppSpec, order, flag, hint, pMemSpec, pMemInit);
+  return init(ppSpec, order, flag, hint, pMemSpec, pMemInit);
 }
 KivStatus kivsFFTInitAlloc_R_32f(KivsFFTSpec_R_32f** ppSpec, int order, int flag, int hint) {
-  return Members::init_alloc(ppSpec, order, flag, hint);
+  return init_alloc(ppSpec, order, flag, hint);
 }
-KivStatus kivsFFTFree_R_32f(KivsFFTSpec_R_32f* pSpec) { return Members::free(pSpec); }
+KivStatus kivsFFTFree_R_32f(KivsFFTSpec_R_32f* pSpec) { return free_object(pSpec); }
 KivStatus kivsFFTGetBufSize_R_32f(const KivsFFTSpec_R_32f* pSpec, int* pBufferSize) {
   return buffer_size(pSpec, pBufferSize);
 }
 KivStatus kivsFFTFwd_RToCCS_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsFFTSpec_R_32f* pSpec, Kiv8u* pBuffer) {
-  return forward(pSrc, pDst, pSpec, pBuffer, Spectrum::kCcs);
+  return checked_forward(pSrc, pDst, pSpec, pBuffer, Spectrum::kCcs);
 }
 KivStatus kivsFFTFwd_RToPack_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsFFTSpec_R_32f* pSpec, Kiv8u* pBuffer) {
-  return forward(pSrc, pDst, pSpec, pBuffer, Spectrum::kPack);
+  return checked_forward(pSrc, pDst, pSpec, pBuffer, Spectrum::kPack);
 }
 KivStatus kivsFFTFwd_RToPerm_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsFFTSpec_R_32f* pSpec, Kiv8u* pBuffer) {
-  return forward(pSrc, pDst, pSpec, pBuffer, Spectrum::kPerm);
+  return checked_forward(pSrc, pDst, pSpec, pBuffer, Spectrum::kPerm);
 }
 KivStatus kivsFFTInv_PackToR_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsFFTSpec_R_32f* pSpec, Kiv8u* pBuffer) {
-  return inverse(pSrc, pDst, pSpec, pBuffer);
+  return checked_inverse(pSrc, pDst, pSpec, pBuffer);
 }
 KivStatus kivsMulPackConj_32f_I(const Kiv32f* pSrc, Kiv32f* pSrcDst, int len) {
   return run(first_failure(not_null(pSrc, pSrcDst), positive(len)),

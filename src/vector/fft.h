@@ -1,41 +1,57 @@
-// Real FFT objects for other families: size, placement and transforms without status checks. Tables and passes:
-// fft_transform.h.
+// Real FFT for other families: the same objects and transforms as the exports, called directly. Nothing is checked and
+// nothing is allocated; all memory is the caller's:
+//
+//   const fft::Sizes sizes = fft::sizes<KivsFFTSpec_R_32f>(order);
+//   // blocks of sizes.object, sizes.construction and sizes.work bytes, at any address
+//   auto* spec = fft::construct<KivsFFTSpec_R_32f>(object, construction, order, kivFftScaleNone);
+//   fft::forward(samples, spectrum, *spec, work, fft::Spectrum::kCcs);   // any number of times
+//
+// `construction` is free again after construct(); `work` belongs to one transform at a time and keeps nothing between
+// two. Either may be null where its size is 0. The object must stay where it was built. It owns nothing: to release its
+// block is all there is to do. Objects of exports and of construct() are the same.
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 
-#include "fft_object.h"
-#include "fft_real_pass.h"
 #include "kivsr/types.h"
-
-// Placed at a 32-byte boundary. The tables follow it in the same block.
-struct KivsFFTSpec_R_32f {
-  Kiv32s identifier;
-  Kiv32s order;
-  Kiv32s forward_scaled;
-  Kiv32s inverse_scaled;
-  Kiv32f factor;
-  Kiv32s hint;
-  Kiv32s work_bytes;  // 0: a transform needs no work buffer
-  Kiv32s reserved;    // 0
-  float* complex_tables;
-  float* real_tables;
-  void* unused[12 * 4 / sizeof(void*) - 2];
-};
-static_assert(sizeof(KivsFFTSpec_R_32f) == 20 * 4 && offsetof(KivsFFTSpec_R_32f, complex_tables) == 8 * 4);
 
 namespace kivsr::fft {
 
-inline constexpr Kiv32s kIdentifier_32f = 6;
-Sizes sizes_32f(int order);
+// Bytes, each enough from an address of any alignment; the largest size_t where that cannot hold them, which neither
+// the allocator nor Layout accepts.
+struct Sizes {
+  std::size_t object;        // the object and its tables
+  std::size_t construction;  // temporary memory of construct(); 0 up to order 10
+  std::size_t work;          // temporary memory of a transform; 0 below order 4
+};
 
-// Builds an object in sizes_32f(order).object bytes at any address; returns its aligned place. `temporary` has
-// .initialisation bytes (null when that is 0).
-KivsFFTSpec_R_32f* place_32f(void* memory, void* temporary, int order, int flag, int hint);
+// Spec: KivsFFTSpec_R_32f or KivsFFTSpec_R_16s32s; order 0 .. 30.
+template <class Spec>
+Sizes sizes(int order);
+template <>
+Sizes sizes<KivsFFTSpec_R_32f>(int order);
+template <>
+Sizes sizes<KivsFFTSpec_R_16s32s>(int order);
 
-// Transforms with a valid object and a work buffer of .work bytes (null when that is 0). dst may be src.
-void forward_32f(const float* src, float* dst, const KivsFFTSpec_R_32f& spec, void* work, Spectrum spectrum);
-void inverse_32f(const float* src, float* dst, const KivsFFTSpec_R_32f& spec, void* work);
+// The object stands at the first 32-byte boundary in `object`. flag: kivFftScaleForward ... kivFftScaleNone.
+template <class Spec>
+Spec* construct(void* object, void* construction, int order, int flag, int hint = 0);
+template <>
+KivsFFTSpec_R_32f* construct(void* object, void* construction, int order, int flag, int hint);
+template <>
+KivsFFTSpec_R_16s32s* construct(void* object, void* construction, int order, int flag, int hint);
+
+// Where bin k stands: pairs at 2 k, or at 2 k - 1 (Pack). The real bins 0 and N / 2 differ in each.
+enum class Spectrum { kCcs, kPack, kPerm };
+
+// N samples to N values (kCcs: N + 2). dst may be src.
+void forward(const Kiv32f* src, Kiv32f* dst, const KivsFFTSpec_R_32f& spec, void* work, Spectrum spectrum);
+// N samples to the N + 2 values of a CCS spectrum times 2^-scale_factor, to the nearest integer.
+void forward(const Kiv16s* src, Kiv32s* dst, const KivsFFTSpec_R_16s32s& spec, void* work, int scale_factor);
+// A Pack spectrum to N samples. dst may be src.
+void inverse(const Kiv32f* src, Kiv32f* dst, const KivsFFTSpec_R_32f& spec, void* work);
+
+// src_dst = src times the conjugate of src_dst, both Pack spectra of `len` values.
+void multiply_pack_conjugate(const Kiv32f* src, Kiv32f* src_dst, std::ptrdiff_t len);
 
 }  // namespace kivsr::fft

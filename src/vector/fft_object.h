@@ -1,24 +1,20 @@
-// What the FFT objects of all element types share: orders, flags, scale factors and temporary memory.
+// What the FFT objects of both element types share: scale factors, the placement of an object and its tables, and the
+// exports that make, measure and release objects.
 #pragma once
 
 #include <cstdint>
 #include <limits>
 
-#include "fft_butterfly.h"
+#include "fft.h"
+#include "fft_transform.h"
 #include "frame/allocator.h"
+#include "frame/layout.h"
 #include "frame/rounding_mode.h"
 #include "frame/scale.h"
+#include "frame/scratch.h"
 #include "frame/status.h"
 
 namespace kivsr::fft {
-
-inline constexpr int kMaximumOrder = 30;
-
-// Bytes of an object from any start, of the temporary buffer of its initialisation and of the work buffer of a
-// transform, both from any start. 64 bits wide: not all orders fit an int.
-struct Sizes {
-  std::uint64_t object, initialisation, work;
-};
 
 constexpr KivStatus known_order(int order) {
   return require(order >= 0 && order <= kMaximumOrder, kivStatusFftOrderError);
@@ -40,100 +36,103 @@ constexpr T scale_factor(int order, int flag) {
   return static_cast<T>(power_of_two_64(-order / 2) * (order % 2 != 0 ? kRootHalf : 1.0));
 }
 
-constexpr KivStatus sizes_fit_int(Sizes sizes) {
-  constexpr std::uint64_t kLargest = std::numeric_limits<int>::max();
-  return require(sizes.object <= kLargest && sizes.initialisation <= kLargest && sizes.work <= kLargest,
+// --- placement ------------------------------------------------------------------
+
+// An object, the tables of the passes in T behind it.
+template <class Spec, class T>
+struct ObjectParts {
+  Layout layout;
+  Part<Spec> spec;
+  Part<T> middle;
+  Part<T> last;
+
+  ObjectParts(int order, std::size_t last_count) : spec(layout.add<Spec>(1)) {
+    const bool has_tables = order >= kFirstTableOrder;
+    middle = layout.add<T>(has_tables ? static_cast<std::size_t>(middle_table_count<T>(order)) : 0);
+    last = layout.add<T>(has_tables ? last_count : 0);
+  }
+};
+
+// What a caller has to provide for a layout, with `slack` for an address of any alignment: a reported size that does
+// not fit size_t is its largest value.
+inline std::size_t bytes_with_slack(const Layout& layout, std::size_t slack) {
+  return layout.overflow() ? std::numeric_limits<std::size_t>::max() : layout.bytes() + slack;
+}
+inline constexpr std::size_t kAlignmentSlack = kPartAlignment - 1;
+
+constexpr KivStatus sizes_fit_int(const Sizes& sizes) {
+  constexpr std::size_t kLargest = std::numeric_limits<int>::max();
+  return require(sizes.object <= kLargest && sizes.construction <= kLargest && sizes.work <= kLargest,
                  kivStatusBadSize);
 }
 
-// From the library allocator; null also when size_t cannot hold the byte count.
-inline void* allocate_wide(std::uint64_t bytes) {
-  return bytes > std::numeric_limits<std::size_t>::max() ? nullptr : allocate_bytes(static_cast<std::size_t>(bytes));
-}
+// --- exports --------------------------------------------------------------------
 
-// Memory for the length of a call. None is asked for when the byte count is 0.
-class TemporaryBytes {
- public:
-  explicit TemporaryBytes(std::uint64_t bytes) : data_(bytes == 0 ? nullptr : allocate_wide(bytes)), bytes_(bytes) {}
-  ~TemporaryBytes() { release(data_); }
-  TemporaryBytes(const TemporaryBytes&) = delete;
-  TemporaryBytes& operator=(const TemporaryBytes&) = delete;
-  // False when the allocator returned null: report kivStatusNoMemory.
-  explicit operator bool() const { return data_ != nullptr || bytes_ == 0; }
-  void* data() const { return data_; }
-
- private:
-  void* data_;
-  std::uint64_t bytes_;
-};
-
-// The checks of an object that a caller passes: null, then its identifier.
+// The checks of an object that a caller passes: null, then the identifier in its first word.
 template <class Spec>
-inline KivStatus identified(const Spec* spec, Kiv32s identifier) {
+inline KivStatus identified(const Spec* spec) {
   if (spec == nullptr) return kivStatusNullPointer;
-  return require(spec->identifier == identifier, kivStatusContextMismatch);
+  return require(spec->identifier == Spec::kIdentifier, kivStatusContextMismatch);
 }
 
-// The exports that objects of all types share, in terms of Traits:
-//   Spec, kIdentifier, sizes(order), place(memory, temporary, order, flag, hint).
-template <class Traits>
-struct Exports {
-  using Spec = typename Traits::Spec;
+inline KivStatus report(const Sizes& sizes, int* object, int* construction, int* work) {
+  return run(sizes_fit_int(sizes), [&] {
+    *object = static_cast<int>(sizes.object);
+    *construction = static_cast<int>(sizes.construction);
+    *work = static_cast<int>(sizes.work);
+  });
+}
 
-  static KivStatus get_size(int order, int flag, int* object, int* initialisation, int* work) {
-    KivStatus status = first_failure(known_order(order), not_null(object, initialisation, work), known_flag(flag));
-    if (status != kivStatusOk) return status;
-    const Sizes sizes = Traits::sizes(order);
-    return run(sizes_fit_int(sizes), [&] {
-      *object = static_cast<int>(sizes.object);
-      *initialisation = static_cast<int>(sizes.initialisation);
-      *work = static_cast<int>(sizes.work);
-    });
-  }
+template <class Spec>
+KivStatus get_size(int order, int flag, int* object, int* construction, int* work) {
+  const KivStatus checks = first_failure(known_order(order), not_null(object, construction, work), known_flag(flag));
+  if (checks != kivStatusOk) return checks;
+  return report(sizes<Spec>(order), object, construction, work);
+}
 
-  static KivStatus init(Spec** spec, int order, int flag, int hint, void* memory, void* temporary) {
-    const KivStatus status = first_failure(not_null(spec), known_order(order), not_null(memory), known_flag(flag));
-    if (status != kivStatusOk) return status;
-    return run(require(temporary != nullptr || Traits::sizes(order).initialisation == 0, kivStatusNullPointer),
-               [&] { *spec = place(memory, temporary, order, flag, hint); });
-  }
+template <class Spec>
+KivStatus init(Spec** spec, int order, int flag, int hint, void* object, void* construction) {
+  const KivStatus checks = first_failure(not_null(spec), known_order(order), not_null(object), known_flag(flag));
+  if (checks != kivStatusOk) return checks;
+  return run(require(construction != nullptr || sizes<Spec>(order).construction == 0, kivStatusNullPointer),
+             [&] { *spec = construct<Spec>(object, construction, order, flag, hint); });
+}
 
-  static KivStatus init_alloc(Spec** spec, int order, int flag, int hint) {
-    return run(first_failure(not_null(spec), known_order(order), known_flag(flag)), [&]() -> KivStatus {
-      const Sizes sizes = Traits::sizes(order);
-      const TemporaryBytes temporary(sizes.initialisation);
-      if (!temporary) return kivStatusNoMemory;
-      void* const memory = allocate_wide(sizes.object);
-      if (memory == nullptr) return kivStatusNoMemory;
-      *spec = place(memory, temporary.data(), order, flag, hint);  // the block's own, aligned, start
-      return kivStatusOk;
-    });
-  }
+template <class Spec>
+KivStatus init_alloc(Spec** spec, int order, int flag, int hint) {
+  const KivStatus checks = first_failure(not_null(spec), known_order(order), known_flag(flag));
+  if (checks != kivStatusOk) return checks;
+  const Sizes bytes = sizes<Spec>(order);
+  const auto build = [&](void* construction) {
+    void* const object = allocate_bytes(bytes.object);
+    if (object == nullptr) return kivStatusNoMemory;
+    *spec = construct<Spec>(object, construction, order, flag, hint);  // at the block's own, aligned, start
+    return kivStatusOk;
+  };
+  if (bytes.construction == 0) return build(nullptr);
+  Scratch<Kiv8u> construction(bytes.construction);
+  return construction ? build(construction.data()) : kivStatusNoMemory;
+}
 
-  static KivStatus free(Spec* spec) {
-    return run(identified(spec, Traits::kIdentifier), [&] {
-      spec->identifier = 0;
-      release(spec);
-    });
-  }
+template <class Spec>
+KivStatus free_object(Spec* spec) {
+  return run(identified(spec), [&] {
+    spec->identifier = 0;
+    release(spec);
+  });
+}
 
-  // The tables of an object are the same whatever the caller's rounding mode.
-  static Spec* place(void* memory, void* temporary, int order, int flag, int hint) {
-    const NearestRounding nearest;
-    return Traits::place(memory, temporary, order, flag, hint);
+// apply(work) with the caller's buffer, or with one from the allocator where that is null and one is needed.
+template <class Spec, class Apply>
+KivStatus transform(const void* src, const void* dst, const Spec* spec, Kiv8u* buffer, Apply apply) {
+  const KivStatus checks = first_failure(identified(spec), not_null(src, dst));
+  if (checks != kivStatusOk) return checks;
+  if (buffer == nullptr && spec->order >= kFirstTableOrder) {
+    Scratch<Kiv8u> work(sizes<Spec>(spec->order).work);
+    return run(require(static_cast<bool>(work), kivStatusNoMemory), [&] { apply(work.data()); });
   }
-
-  // apply(work) with the caller's buffer, or with one from the allocator where that is null.
-  template <class Apply>
-  static KivStatus transform(const void* src, const void* dst, const Spec* spec, Kiv8u* buffer, Apply apply) {
-    const KivStatus status = first_failure(identified(spec, Traits::kIdentifier), not_null(src, dst));
-    return run(status, [&]() -> KivStatus {
-      const TemporaryBytes own(buffer == nullptr ? Traits::sizes(spec->order).work : 0);
-      if (!own) return kivStatusNoMemory;
-      apply(buffer != nullptr ? buffer : own.data());
-      return kivStatusOk;
-    });
-  }
-};
+  apply(buffer);
+  return kivStatusOk;
+}
 
 }  // namespace kivsr::fft

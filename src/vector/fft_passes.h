@@ -5,7 +5,7 @@
 //   y[g R L + i + p L] = sum over k of w_R^(k p) w_(R L)^(k i) x[g L + i + k M / R],  i < L, w_n = exp(-2 pi i / n).
 // Between passes lie blocks of W numbers (see load_block), so that all but the first pass work on whole vectors: the
 // first reads pairs from the caller's array and makes L = R >= W by transposing in registers. The last pass, of radix
-// 4, is fused with the step from the complex to the real spectrum; see RealPass.
+// 4, is fused with the step from the complex to the real spectrum: fft_real_pass.h.
 //
 // Inverse: the transposed passes in the opposite order. Both use the same tables.
 #pragma once
@@ -14,37 +14,15 @@
 
 namespace kivsr::fft {
 
-// Factors of a pass: one number for each lane, or one for all lanes (transforms of whole vectors side by side).
-struct LaneTwiddles {
-  template <class V>
-  static constexpr int width = V::width;
-  template <class V, class T>
-  static V load(const T* p) {
-    return simd::load_as<V>(p);
-  }
-};
-struct SplatTwiddles {
-  template <class V>
-  static constexpr int width = 1;
-  template <class V, class T>
-  static V load(const T* p) {
-    return V::broadcast(*p);
-  }
-};
-
-// A pass between work areas of `blocks` vectors; `sub` = L / W vectors in a finished transform (L with SplatTwiddles).
-// Factors: for each i, those of k = 1 .. R - 1.
-template <class V, int R, bool kInverse, class Twiddles, class T>
+// A pass between work areas of `blocks` vectors; `sub` = L / W vectors in a finished transform. Factors: for each i,
+// those of k = 1 .. R - 1.
+template <class V, int R, bool kInverse, class T>
 [[gnu::flatten, gnu::noinline]] void complex_pass(const T* __restrict from, T* __restrict to, std::ptrdiff_t blocks,
                                                   std::ptrdiff_t sub, const T* __restrict twiddles) {
   const std::ptrdiff_t stride = blocks / R;
   const std::ptrdiff_t groups = stride / sub;
-  constexpr int kStep = Twiddles::template width<V>;
   const auto load_twiddles = [&](std::ptrdiff_t i, Complex<V>(&t)[R]) {
-    const T* const p = twiddles + 2 * kStep * (R - 1) * i;
-    repeat<R - 1>([&](auto k) {
-      t[k + 1] = {Twiddles::template load<V>(p + 2 * kStep * k), Twiddles::template load<V>(p + 2 * kStep * k + kStep)};
-    });
+    repeat<R - 1>([&](auto k) { t[k + 1] = load_block<V>(twiddles, (R - 1) * i + k); });
   };
   const auto step = [&](std::ptrdiff_t g, std::ptrdiff_t i, const Complex<V>(&t)[R]) {
     const std::ptrdiff_t apart = g * sub + i;         // inputs of the forward pass, M / R apart

@@ -11,12 +11,10 @@
 
 #include <cstring>
 
+#include "fft.h"
 #include "fft_passes.h"
 
 namespace kivsr::fft {
-
-// Where bin k stands: pairs at 2 k, or at 2 k - 1 (Pack). The real bins 0 and M, at the edges, differ in each.
-enum class Spectrum { kCcs, kPack, kPerm };
 
 // What the steps above multiply by: w_N^(2 j k) for k = 1, 2, 3, then -i w_N^(j (2k + 1)) for k = 0 .. 3, all times the
 // gain of the transform.

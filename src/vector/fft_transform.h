@@ -4,11 +4,13 @@
 #include <algorithm>
 #include <type_traits>
 
-#include "fft_object.h"
 #include "fft_real_pass.h"
 #include "fft_roots.h"
+#include "frame/layout.h"
 
 namespace kivsr::fft {
+
+inline constexpr int kMaximumOrder = 30;
 
 // Orders below this one are computed directly, without tables.
 inline constexpr int kFirstTableOrder = 4;
@@ -79,6 +81,8 @@ constexpr std::uint64_t middle_table_count(int order) {
   }
   return count;
 }
+
+constexpr std::size_t last_table_count(int order) { return (std::size_t{2 * kColumnFactors} << order) / 16; }
 
 // Loads wait for unfinished stores with the same place in a page, as if they were the same address.
 inline constexpr std::size_t kPageBytes = 4096;
@@ -199,17 +203,26 @@ void build_tables_of(const Tables<T>& tables, int order, const Roots<Wave>& root
   }
 }
 
-template <class T, class Wave>
-void build_tables(const Tables<T>& tables, int order, const Roots<Wave>& roots) {
-  with_lanes<T>(order, [&]<class V>(V*) { build_tables_of<V::width>(tables, order, roots); });
+// `construction`: memory for the quarter wave of the order, where that is not a constant of the library.
+template <class T>
+void build_tables(const Tables<T>& tables, int order, void* construction) {
+  with_lanes<T>(order, [&]<class V>(V*) {
+    if (order <= kFixedOrder) {
+      build_tables_of<V::width>(tables, order, Roots(kFixedWave.values, kFixedOrder, order));
+    } else {
+      T* const wave = static_cast<T*>(align_up(construction));
+      build_quarter_wave(wave, order);
+      build_tables_of<V::width>(tables, order, Roots<T>(wave, order, order));
+    }
+  });
 }
 
 template <class V, bool kInverse, class T>
 inline void middle_pass(int bits, const T* from, T* to, std::ptrdiff_t blocks, std::ptrdiff_t sub, const T* factors) {
   switch (bits) {
-    case 1: return complex_pass<V, 2, kInverse, LaneTwiddles>(from, to, blocks, sub, factors);
-    case 2: return complex_pass<V, 4, kInverse, LaneTwiddles>(from, to, blocks, sub, factors);
-    default: return complex_pass<V, 8, kInverse, LaneTwiddles>(from, to, blocks, sub, factors);
+    case 1: return complex_pass<V, 2, kInverse>(from, to, blocks, sub, factors);
+    case 2: return complex_pass<V, 4, kInverse>(from, to, blocks, sub, factors);
+    default: return complex_pass<V, 8, kInverse>(from, to, blocks, sub, factors);
   }
 }
 

@@ -83,29 +83,43 @@ double relative_error(const std::vector<float>& actual, const std::vector<double
 
 double bound(int order) { return 2e-7 * std::sqrt(std::max(order, 1)); }
 
-// An object in caller memory at an odd address, with buffers of exactly the reported sizes before unreadable pages.
+// A block of so many bytes, `behind` of them more between its end and an unreadable page, which must stay as they are:
+// the larger `behind`, the earlier the block starts.
+class Block {
+ public:
+  Block(int bytes, int behind) : bytes_(bytes), memory_(static_cast<std::size_t>(bytes + behind)) {}
+  ~Block() {
+    for (std::size_t i = static_cast<std::size_t>(bytes_); i < memory_.size(); ++i) {
+      EXPECT_EQ(memory_[i], 0xA5) << "written at " << i << ", behind a block of " << bytes_ << " bytes";
+    }
+  }
+  Kiv8u* data() { return bytes_ > 0 ? memory_.data() : nullptr; }
+
+ private:
+  int bytes_;
+  Guarded<Kiv8u> memory_;
+};
+
+// An object in caller memory, with buffers of exactly the reported sizes.
 template <class Spec, auto kGetSize, auto kInit>
 class Placed {
  public:
-  Placed(int order, int flag, int hint = 0) {
-    int object = -1, initialisation = -1, work = -1;
-    EXPECT_EQ(kGetSize(order, flag, hint, &object, &initialisation, &work), kivStatusOk);
-    object_bytes = object;
-    initialisation_bytes = initialisation;
+  Placed(int order, int flag, int hint = 0, int behind = 0) {
+    int object = -1, construction = -1, work = -1;
+    EXPECT_EQ(kGetSize(order, flag, hint, &object, &construction, &work), kivStatusOk);
     work_bytes = work;
-    memory_ = std::make_unique<Guarded<Kiv8u>>(object);
-    buffer_ = std::make_unique<Guarded<Kiv8u>>(work);
-    Guarded<Kiv8u> temporary(initialisation);
-    EXPECT_EQ(kInit(&spec, order, flag, hint, memory_->data(), initialisation > 0 ? temporary.data() : nullptr),
-              kivStatusOk);
+    object_ = std::make_unique<Block>(object, behind);
+    work_ = std::make_unique<Block>(work, behind);
+    Block temporary(construction, behind);
+    EXPECT_EQ(kInit(&spec, order, flag, hint, object_->data(), temporary.data()), kivStatusOk);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(spec) % 32, 0U);
   }
-  Kiv8u* buffer() { return work_bytes > 0 ? buffer_->data() : nullptr; }
+  Kiv8u* buffer() { return work_->data(); }
   Spec* spec = nullptr;
-  int object_bytes, initialisation_bytes, work_bytes;
+  int work_bytes;
 
  private:
-  std::unique_ptr<Guarded<Kiv8u>> memory_, buffer_;
+  std::unique_ptr<Block> object_, work_;
 };
 using Placed32f = Placed<KivsFFTSpec_R_32f, kivsFFTGetSize_R_32f, kivsFFTInit_R_32f>;
 using Placed16s = Placed<KivsFFTSpec_R_16s32s, kivsFFTGetSize_R_16s32s, kivsFFTInit_R_16s32s>;
@@ -226,17 +240,31 @@ TEST(Fft, SizesAndHeader) {
   }
 }
 
-TEST(Fft, ObjectsAtEveryAlignment) {
-  const std::vector<float> samples = Random().values<float>(64, -1, 1);
-  std::vector<float> first(64), again(64);
-  for (int shift = 0; shift < 64; ++shift) {
-    Placed32f sized(6, kivFftScaleNone);
-    std::vector<Kiv8u> object(sized.object_bytes + shift), work(sized.work_bytes + shift);
-    KivsFFTSpec_R_32f* spec = nullptr;
-    ASSERT_EQ(kivsFFTInit_R_32f(&spec, 6, kivFftScaleNone, 0, object.data() + shift, nullptr), kivStatusOk);
-    auto& result = shift == 0 ? first : again;
-    ASSERT_EQ(kivsFFTFwd_RToPack_32f(samples.data(), result.data(), spec, work.data() + shift), kivStatusOk);
-    if (shift > 0) expect_exact(again, first);
+// Blocks of exactly the reported sizes suffice wherever they start, and the results do not depend on it.
+template <class Object, class S, class D, class Forward, class Inverse>
+void check_blocks(int order, Forward forward, Inverse inverse) {
+  const std::size_t n = std::size_t{1} << order;
+  const Guarded<S> samples(Random(9).values<S>(n, -1000, 1000));
+  std::vector<D> spectrum, back;
+  for (int behind = 0; behind < 32; ++behind) {
+    SCOPED_TRACE(::testing::Message() << "order " << order << ", " << behind << " bytes behind each block");
+    Object fft(order, kivFftScaleNone, 0, behind);
+    Guarded<D> dst(n + 2);
+    ASSERT_EQ(forward(samples.data(), dst.data(), fft.spec, fft.buffer()), kivStatusOk);
+    if (behind == 0) spectrum = dst.values();
+    expect_exact(dst.values(), spectrum);
+    ASSERT_EQ(inverse(dst.data(), dst.data(), fft.spec, fft.buffer()), kivStatusOk);
+    if (behind == 0) back = dst.values();
+    expect_exact(dst.values(), back);
+  }
+}
+
+TEST(Fft, BlocksOfTheReportedSizesAtEveryAlignment) {
+  for (int order = 0; order <= 14; ++order) {
+    check_blocks<Placed32f, Kiv32f, Kiv32f>(order, kivsFFTFwd_RToCCS_32f, kivsFFTInv_PackToR_32f);
+    check_blocks<Placed16s, Kiv16s, Kiv32s>(
+        order, [](auto... arguments) { return kivsFFTFwd_RToCCS_16s32s_Sfs(arguments..., 0); },
+        [](auto...) { return kivStatusOk; });
   }
 }
 
