@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "frame/status.h"
-#include "kivsr/vq/search.h"
+#include "kivsr/vq/form_vector.h"
 
 namespace kivsr::vq {
 namespace {
@@ -54,52 +54,52 @@ KivStatus form_vector_of(const I* indices, const T* const* tables, const int* si
 extern "C" {
 using namespace kivsr::vq;
 
-KivStatus kivsFormVector_8u32f(const Kiv8u* pInd, const Kiv32f** ppCdbk, const int* pCdbkSize, const int* pWidth,
+KivStatus kivsFormVector_8u32f(const Kiv8u* pInd, const Kiv32f* const* ppCdbk, const int* pCdbkSize, const int* pWidth,
                                const int* pStep, int nStreams, Kiv32f* pDst) {
   return form_vector(pInd, ppCdbk, pCdbkSize, pWidth, pStep, nStreams, pDst);
 }
-KivStatus kivsFormVector_16s32f(const Kiv16s* pInd, const Kiv32f** ppCdbk, const int* pCdbkSize, const int* pWidth,
-                                const int* pStep, int nStreams, Kiv32f* pDst) {
+KivStatus kivsFormVector_16s32f(const Kiv16s* pInd, const Kiv32f* const* ppCdbk, const int* pCdbkSize,
+                                const int* pWidth, const int* pStep, int nStreams, Kiv32f* pDst) {
   return form_vector(pInd, ppCdbk, pCdbkSize, pWidth, pStep, nStreams, pDst);
 }
-KivStatus kivsFormVector_8u16s(const Kiv8u* pInd, const Kiv16s** ppCdbk, const int* pCdbkSize, const int* pWidth,
+KivStatus kivsFormVector_8u16s(const Kiv8u* pInd, const Kiv16s* const* ppCdbk, const int* pCdbkSize, const int* pWidth,
                                const int* pStep, int nStreams, Kiv16s* pDst) {
   return form_vector(pInd, ppCdbk, pCdbkSize, pWidth, pStep, nStreams, pDst);
 }
-KivStatus kivsFormVector_16s16s(const Kiv16s* pInd, const Kiv16s** ppCdbk, const int* pCdbkSize, const int* pWidth,
-                                const int* pStep, int nStreams, Kiv16s* pDst) {
+KivStatus kivsFormVector_16s16s(const Kiv16s* pInd, const Kiv16s* const* ppCdbk, const int* pCdbkSize,
+                                const int* pWidth, const int* pStep, int nStreams, Kiv16s* pDst) {
   return form_vector(pInd, ppCdbk, pCdbkSize, pWidth, pStep, nStreams, pDst);
 }
 
-KivStatus kivsFormVector_2i_8u32f(const Kiv8u* pInd, const Kiv32f** ppCdbk, const int* pCdbkSize, Kiv32f* pDst,
+KivStatus kivsFormVector_2i_8u32f(const Kiv8u* pInd, const Kiv32f* const* ppCdbk, const int* pCdbkSize, Kiv32f* pDst,
                                   int len) {
   return form_vector_of<2>(pInd, ppCdbk, pCdbkSize, pDst, len);
 }
-KivStatus kivsFormVector_2i_16s32f(const Kiv16s* pInd, const Kiv32f** ppCdbk, const int* pCdbkSize, Kiv32f* pDst,
+KivStatus kivsFormVector_2i_16s32f(const Kiv16s* pInd, const Kiv32f* const* ppCdbk, const int* pCdbkSize, Kiv32f* pDst,
                                    int len) {
   return form_vector_of<2>(pInd, ppCdbk, pCdbkSize, pDst, len);
 }
-KivStatus kivsFormVector_2i_8u16s(const Kiv8u* pInd, const Kiv16s** ppCdbk, const int* pCdbkSize, Kiv16s* pDst,
+KivStatus kivsFormVector_2i_8u16s(const Kiv8u* pInd, const Kiv16s* const* ppCdbk, const int* pCdbkSize, Kiv16s* pDst,
                                   int len) {
   return form_vector_of<2>(pInd, ppCdbk, pCdbkSize, pDst, len);
 }
-KivStatus kivsFormVector_2i_16s16s(const Kiv16s* pInd, const Kiv16s** ppCdbk, const int* pCdbkSize, Kiv16s* pDst,
+KivStatus kivsFormVector_2i_16s16s(const Kiv16s* pInd, const Kiv16s* const* ppCdbk, const int* pCdbkSize, Kiv16s* pDst,
                                    int len) {
   return form_vector_of<2>(pInd, ppCdbk, pCdbkSize, pDst, len);
 }
-KivStatus kivsFormVector_4i_8u32f(const Kiv8u* pInd, const Kiv32f** ppCdbk, const int* pCdbkSize, Kiv32f* pDst,
+KivStatus kivsFormVector_4i_8u32f(const Kiv8u* pInd, const Kiv32f* const* ppCdbk, const int* pCdbkSize, Kiv32f* pDst,
                                   int len) {
   return form_vector_of<4>(pInd, ppCdbk, pCdbkSize, pDst, len);
 }
-KivStatus kivsFormVector_4i_16s32f(const Kiv16s* pInd, const Kiv32f** ppCdbk, const int* pCdbkSize, Kiv32f* pDst,
+KivStatus kivsFormVector_4i_16s32f(const Kiv16s* pInd, const Kiv32f* const* ppCdbk, const int* pCdbkSize, Kiv32f* pDst,
                                    int len) {
   return form_vector_of<4>(pInd, ppCdbk, pCdbkSize, pDst, len);
 }
-KivStatus kivsFormVector_4i_8u16s(const Kiv8u* pInd, const Kiv16s** ppCdbk, const int* pCdbkSize, Kiv16s* pDst,
+KivStatus kivsFormVector_4i_8u16s(const Kiv8u* pInd, const Kiv16s* const* ppCdbk, const int* pCdbkSize, Kiv16s* pDst,
                                   int len) {
   return form_vector_of<4>(pInd, ppCdbk, pCdbkSize, pDst, len);
 }
-KivStatus kivsFormVector_4i_16s16s(const Kiv16s* pInd, const Kiv16s** ppCdbk, const int* pCdbkSize, Kiv16s* pDst,
+KivStatus kivsFormVector_4i_16s16s(const Kiv16s* pInd, const Kiv16s* const* ppCdbk, const int* pCdbkSize, Kiv16s* pDst,
                                    int len) {
   return form_vector_of<4>(pInd, ppCdbk, pCdbkSize, pDst, len);
 }

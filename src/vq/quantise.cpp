@@ -6,8 +6,8 @@
 #include "frame/rounding_mode.h"
 #include "frame/scale.h"
 #include "frame/status.h"
-#include "kivsr/vq/search.h"
-#include "search.h"
+#include "kivsr/vq/quantise.h"
+#include "nearest.h"
 
 namespace kivsr::vq {
 namespace {

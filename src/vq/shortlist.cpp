@@ -162,14 +162,14 @@ KivStatus kivsFillShortlist_ColumnVar_1u(const Kiv32s* pSrc, const int* pLen, Ki
   });
 }
 
-KivStatus kivsBuildSignTable_8u1u(const Kiv32s* pIndx, int width, const Kiv8u** ppShortlist, int nGauss,
+KivStatus kivsBuildSignTable_8u1u(const Kiv32s* pIndx, int width, const Kiv8u* const* ppShortlist, int nGauss,
                                   int shortlistBytes, int offset, Kiv8u* pDst, int height, int nFrames) {
   if (const KivStatus s = not_null(pIndx, ppShortlist, pDst); s != kivStatusOk) return s;
   const IndexLists lists = {pIndx, nullptr, width};
   return run(check_table(lists, nGauss, shortlistBytes, offset, height, nFrames),
              [&] { build_table(lists, ppShortlist, offset, pDst, height, nFrames); });
 }
-KivStatus kivsBuildSignTable_Var_8u1u(const Kiv32s* pIndx, const int* pLen, const Kiv8u** ppShortlist, int nGauss,
+KivStatus kivsBuildSignTable_Var_8u1u(const Kiv32s* pIndx, const int* pLen, const Kiv8u* const* ppShortlist, int nGauss,
                                       int shortlistBytes, int offset, Kiv8u* pDst, int height, int nFrames) {
   if (const KivStatus s = not_null(pIndx, pLen, ppShortlist, pDst); s != kivStatusOk) return s;
   const IndexLists lists = {pIndx, pLen, 1};

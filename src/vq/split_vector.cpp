@@ -3,8 +3,8 @@
 
 #include "frame/status.h"
 #include "index_rows.h"
-#include "kivsr/vq/search.h"
-#include "search.h"
+#include "kivsr/vq/split_vector.h"
+#include "nearest.h"
 
 namespace kivsr::vq {
 namespace {
@@ -103,56 +103,56 @@ extern "C" {
 using namespace kivsr::vq;
 
 KivStatus kivsSplitVQ_32f16s(const Kiv32f* pSrc, int srcStep, Kiv16s* pDst, int dstStep, int height,
-                             const KivsCdbkState_32f** ppCdbks, int nStreams) {
+                             const KivsCdbkState_32f* const* ppCdbks, int nStreams) {
   return split_quantise(pSrc, srcStep, ElementRows<Kiv16s>{pDst, dstStep}, dstStep, height, ppCdbks, nStreams,
                         most_codewords<Kiv16s>());
 }
 KivStatus kivsSplitVQ_32f8u(const Kiv32f* pSrc, int srcStep, Kiv8u* pDst, int dstStep, int height,
-                            const KivsCdbkState_32f** ppCdbks, int nStreams) {
+                            const KivsCdbkState_32f* const* ppCdbks, int nStreams) {
   return split_quantise(pSrc, srcStep, ElementRows<Kiv8u>{pDst, dstStep}, dstStep, height, ppCdbks, nStreams,
                         most_codewords<Kiv8u>());
 }
 KivStatus kivsSplitVQ_32f1u(const Kiv32f* pSrc, int srcStep, Kiv8u* pDst, int dstStep, int height,
-                            const KivsCdbkState_32f** ppCdbks, int nStreams) {
+                            const KivsCdbkState_32f* const* ppCdbks, int nStreams) {
   return split_quantise(pSrc, srcStep, PackedRows<Kiv8u>{pDst, dstStep}, dstStep, height, ppCdbks, nStreams, kAnyCount);
 }
 KivStatus kivsSplitVQ_16s16s(const Kiv16s* pSrc, int srcStep, Kiv16s* pDst, int dstStep, int height,
-                             const KivsCdbkState_16s** ppCdbks, int nStreams) {
+                             const KivsCdbkState_16s* const* ppCdbks, int nStreams) {
   return split_quantise(pSrc, srcStep, ElementRows<Kiv16s>{pDst, dstStep}, dstStep, height, ppCdbks, nStreams,
                         most_codewords<Kiv16s>());
 }
 KivStatus kivsSplitVQ_16s8u(const Kiv16s* pSrc, int srcStep, Kiv8u* pDst, int dstStep, int height,
-                            const KivsCdbkState_16s** ppCdbks, int nStreams) {
+                            const KivsCdbkState_16s* const* ppCdbks, int nStreams) {
   return split_quantise(pSrc, srcStep, ElementRows<Kiv8u>{pDst, dstStep}, dstStep, height, ppCdbks, nStreams,
                         most_codewords<Kiv8u>());
 }
 KivStatus kivsSplitVQ_16s1u(const Kiv16s* pSrc, int srcStep, Kiv8u* pDst, int dstStep, int height,
-                            const KivsCdbkState_16s** ppCdbks, int nStreams) {
+                            const KivsCdbkState_16s* const* ppCdbks, int nStreams) {
   return split_quantise(pSrc, srcStep, PackedRows<Kiv8u>{pDst, dstStep}, dstStep, height, ppCdbks, nStreams, kAnyCount);
 }
 
 KivStatus kivsFormVectorVQ_16s32f(const Kiv16s* pSrc, int srcStep, Kiv32f* pDst, int dstStep, int height,
-                                  const KivsCdbkState_32f** ppCdbks, int nStreams) {
+                                  const KivsCdbkState_32f* const* ppCdbks, int nStreams) {
   return form_vectors(ElementRows<const Kiv16s>{pSrc, srcStep}, srcStep, pDst, dstStep, height, ppCdbks, nStreams);
 }
 KivStatus kivsFormVectorVQ_8u32f(const Kiv8u* pSrc, int srcStep, Kiv32f* pDst, int dstStep, int height,
-                                 const KivsCdbkState_32f** ppCdbks, int nStreams) {
+                                 const KivsCdbkState_32f* const* ppCdbks, int nStreams) {
   return form_vectors(ElementRows<const Kiv8u>{pSrc, srcStep}, srcStep, pDst, dstStep, height, ppCdbks, nStreams);
 }
 KivStatus kivsFormVectorVQ_1u32f(const Kiv8u* pSrc, int srcStep, Kiv32f* pDst, int dstStep, int height,
-                                 const KivsCdbkState_32f** ppCdbks, int nStreams) {
+                                 const KivsCdbkState_32f* const* ppCdbks, int nStreams) {
   return form_vectors(PackedRows<const Kiv8u>{pSrc, srcStep}, srcStep, pDst, dstStep, height, ppCdbks, nStreams);
 }
 KivStatus kivsFormVectorVQ_16s16s(const Kiv16s* pSrc, int srcStep, Kiv16s* pDst, int dstStep, int height,
-                                  const KivsCdbkState_16s** ppCdbks, int nStreams) {
+                                  const KivsCdbkState_16s* const* ppCdbks, int nStreams) {
   return form_vectors(ElementRows<const Kiv16s>{pSrc, srcStep}, srcStep, pDst, dstStep, height, ppCdbks, nStreams);
 }
 KivStatus kivsFormVectorVQ_8u16s(const Kiv8u* pSrc, int srcStep, Kiv16s* pDst, int dstStep, int height,
-                                 const KivsCdbkState_16s** ppCdbks, int nStreams) {
+                                 const KivsCdbkState_16s* const* ppCdbks, int nStreams) {
   return form_vectors(ElementRows<const Kiv8u>{pSrc, srcStep}, srcStep, pDst, dstStep, height, ppCdbks, nStreams);
 }
 KivStatus kivsFormVectorVQ_1u16s(const Kiv8u* pSrc, int srcStep, Kiv16s* pDst, int dstStep, int height,
-                                 const KivsCdbkState_16s** ppCdbks, int nStreams) {
+                                 const KivsCdbkState_16s* const* ppCdbks, int nStreams) {
   return form_vectors(PackedRows<const Kiv8u>{pSrc, srcStep}, srcStep, pDst, dstStep, height, ppCdbks, nStreams);
 }
 }

@@ -1,8 +1,9 @@
-// Split VQ and vector forming: the three index formats, plain tables, statuses.
+// Split vectors: the three index formats, from vectors and back, and statuses.
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <bitset>
 #include <memory>
+#include <string>
 
 #include "books.h"
 #include "support/guarded.h"
@@ -15,12 +16,15 @@ class SplitVectorTest : public ::testing::Test {};
 using Types = ::testing::Types<Kiv32f, Kiv16s>;
 TYPED_TEST_SUITE(SplitVectorTest, Types);
 
+// Width and number of codewords of each book.
+using Shapes = std::vector<std::pair<int, int>>;
+
 template <class T>
 struct Streams {
   std::vector<std::unique_ptr<Book<T>>> books;
   std::vector<const typename Vq<T>::State*> states;
   int width = 0;
-  Streams(Random& random, const std::vector<std::pair<int, int>>& shapes) {
+  Streams(Random& random, const Shapes& shapes) {
     for (const auto& [w, count] : shapes) {
       const auto values = random.values<Kiv16s>(static_cast<std::size_t>(w * count), -100, 100);
       books.push_back(
@@ -31,86 +35,93 @@ struct Streams {
   }
 };
 
-TYPED_TEST(SplitVectorTest, IndicesMatchTheSearchAndFormTheCodewords) {
-  using T = TypeParam;
+// Vectors, the indices and codewords of their pieces as the search of each book gives them, and each format's check.
+template <class T>
+class SplitVectors {
   using V = Vq<T>;
-  Random random(8);
-  const std::vector<std::vector<std::pair<int, int>>> all_shapes = {
-      {{3, 5}},
-      {{2, 256}, {1, 20}},
-      {{1, 1}, {2, 2}, {13, 130}, {4, 33}},
-      {{2, 9}, {2, 8}, {2, 7}, {2, 100}, {2, 3}, {2, 64}, {2, 65}, {2, 2}}};
-  for (const auto& shapes : all_shapes) {
-    Streams<T> streams(random, shapes);
-    const int n = static_cast<int>(shapes.size());
-    const int height = 9;
-    const int step = streams.width + 2;
-    GuardedMatrix<T> src(height, streams.width, step);
-    src.fill([&] { return random.value<T>(-110, 110); });
-    // The expected indices, and the packed rows as strings of bits.
-    std::vector<std::vector<Kiv32s>> expected;
-    std::vector<std::string> packed;
-    for (int r = 0; r < height; ++r) {
-      expected.emplace_back();
-      packed.emplace_back();
-      int at = 0;
-      for (int k = 0; k < n; ++k) {
-        const auto s = static_cast<std::size_t>(k);
-        Kiv32s index;
-        ASSERT_EQ(V::quantise(src.row(r) + at, streams.width, &index, 1, streams.states[s]), kivStatusOk);
-        expected.back().push_back(index);
-        int bits = 0;
-        while ((1 << bits) < shapes[s].second) ++bits;
-        for (int b = bits - 1; b >= 0; --b) packed.back() += (index >> b & 1) != 0 ? '1' : '0';
-        at += shapes[s].first;
-      }
-    }
-    const auto check_formed = [&](GuardedMatrix<T>& formed) {
-      for (int r = 0; r < height; ++r) {
-        int at = 0;
-        for (std::size_t k = 0; k < shapes.size(); ++k) {
-          const auto w = shapes[k].first;
-          for (int j = 0; j < w; ++j, ++at) {
-            ASSERT_EQ(formed.at(r, at),
-                      streams.books[k]
-                          ->codewords[static_cast<std::size_t>(expected[static_cast<std::size_t>(r)][k] * w + j)]);
-          }
-        }
-      }
-    };
-    const auto check_elements = [&](auto split, auto form, auto element) {
-      GuardedMatrix<decltype(element)> rows(height, n, n + 1);
-      ASSERT_EQ(split(src.data(), step, rows.data(), n + 1, height, streams.states.data(), n), kivStatusOk);
-      for (int r = 0; r < height; ++r) {
-        for (int k = 0; k < n; ++k)
-          ASSERT_EQ(rows.at(r, k), expected[static_cast<std::size_t>(r)][static_cast<std::size_t>(k)]);
-      }
-      GuardedMatrix<T> formed(height, streams.width, step);
-      ASSERT_EQ(form(rows.data(), n + 1, formed.data(), step, height, streams.states.data(), n), kivStatusOk);
-      check_formed(formed);
-    };
-    check_elements(V::split_16s, V::form_16s, Kiv16s{});
-    check_elements(V::split_8u, V::form_8u, Kiv8u{});
 
-    const int bits = static_cast<int>(packed[0].size());
-    for (const int row_bits : {std::max(bits, n), (bits + 7) / 8 * 8 + 8, bits + 3}) {
-      Guarded<Kiv8u> rows(static_cast<std::size_t>(((height - 1) * row_bits + bits + 7) / 8));
-      for (Kiv8u& byte : rows) byte = 0xC3;
-      const auto before = rows.values();
-      ASSERT_EQ(V::split_1u(src.data(), step, rows.data(), row_bits, height, streams.states.data(), n), kivStatusOk);
-      for (int bit = 0; bit < static_cast<int>(rows.size()) * 8; ++bit) {
-        const auto byte = static_cast<std::size_t>(bit / 8);
-        const int r = bit / row_bits;
-        const int shift = 7 - bit % 8;
-        const int want = r < height && bit % row_bits < bits
-                             ? packed[static_cast<std::size_t>(r)][static_cast<std::size_t>(bit % row_bits)] - '0'
-                             : before[byte] >> shift & 1;
-        ASSERT_EQ(rows[byte] >> shift & 1, want) << "bit " << bit;
+ public:
+  SplitVectors(Random& random, const Shapes& shapes)
+      : streams_(random, shapes), n_(static_cast<int>(shapes.size())), src_(kHeight, streams_.width, step()) {
+    src_.fill([&] { return random.value<T>(-110, 110); });
+    for (int r = 0; r < kHeight; ++r) {
+      const T* x = src_.row(r);
+      for (std::size_t k = 0; k < shapes.size(); ++k) {
+        const auto [width, count] = shapes[k];
+        Kiv32s index = -1;
+        EXPECT_EQ(V::quantise(x, width, &index, 1, streams_.states[k]), kivStatusOk);
+        x += width;
+        indices_[r].push_back(index);
+        const auto codeword = streams_.books[k]->codewords.begin() + static_cast<std::ptrdiff_t>(index) * width;
+        codewords_[r].insert(codewords_[r].end(), codeword, codeword + width);
+        int bits = 0;
+        while ((1 << bits) < count) ++bits;
+        for (int b = bits - 1; b >= 0; --b) fields_[r] += (index >> b & 1) != 0 ? '1' : '0';
       }
-      GuardedMatrix<T> formed(height, streams.width, step);
-      ASSERT_EQ(V::form_1u(rows.data(), row_bits, formed.data(), step, height, streams.states.data(), n), kivStatusOk);
-      check_formed(formed);
     }
+  }
+
+  template <class Split, class Form, class Index>
+  void check_elements(Split split, Form form, Index) {
+    GuardedMatrix<Index> rows(kHeight, n_, n_ + 1);
+    ASSERT_EQ(split(src_.data(), step(), rows.data(), n_ + 1, kHeight, streams_.states.data(), n_), kivStatusOk);
+    for (int r = 0; r < kHeight; ++r) {
+      for (int k = 0; k < n_; ++k) ASSERT_EQ(rows.at(r, k), indices_[r][static_cast<std::size_t>(k)]);
+    }
+    check_formed(form, rows.data(), n_ + 1);
+  }
+
+  // Rows as close as they can be, rows that start on bytes, and rows that do not.
+  void check_packed() {
+    const int bits = static_cast<int>(fields_[0].size());
+    for (const int row_bits : {std::max(bits, n_), (bits + 7) / 8 * 8 + 8, bits + 3 + n_}) {
+      Guarded<Kiv8u> rows(static_cast<std::size_t>(((kHeight - 1) * row_bits + bits + 7) / 8));
+      for (Kiv8u& byte : rows) byte = 0xC3;
+      ASSERT_EQ(V::split_1u(src_.data(), step(), rows.data(), row_bits, kHeight, streams_.states.data(), n_),
+                kivStatusOk);
+      std::string expected;
+      while (expected.size() < 8 * rows.size()) expected += "11000011";
+      for (int r = 0; r < kHeight; ++r)
+        expected.replace(static_cast<std::size_t>(r * row_bits), fields_[r].size(), fields_[r]);
+      std::string found;
+      for (const Kiv8u byte : rows) found += std::bitset<8>(byte).to_string();
+      ASSERT_EQ(found, expected);
+      check_formed(V::form_1u, rows.data(), row_bits);
+    }
+  }
+
+ private:
+  template <class Form, class Index>
+  void check_formed(Form form, const Index* rows, int rows_step) {
+    GuardedMatrix<T> formed(kHeight, streams_.width, step());
+    ASSERT_EQ(form(rows, rows_step, formed.data(), step(), kHeight, streams_.states.data(), n_), kivStatusOk);
+    for (int r = 0; r < kHeight; ++r)
+      ASSERT_EQ(std::vector<T>(formed.row(r), formed.row(r) + streams_.width), codewords_[r]);
+  }
+  int step() const { return streams_.width + 2; }
+
+  static constexpr int kHeight = 9;
+  Streams<T> streams_;
+  int n_;
+  GuardedMatrix<T> src_;
+  std::vector<Kiv32s> indices_[kHeight];
+  std::vector<T> codewords_[kHeight];
+  std::string fields_[kHeight];  // of a packed row, as digits
+};
+
+TYPED_TEST(SplitVectorTest, IndicesMatchTheSearchAndFormTheCodewords) {
+  using V = Vq<TypeParam>;
+  Random random(8);
+  const std::vector<Shapes> all_shapes = {{{3, 5}},
+                                          {{1, 1}},
+                                          {{2, 256}, {1, 20}},
+                                          {{1, 1}, {2, 2}, {13, 130}, {4, 33}},
+                                          {{2, 9}, {2, 8}, {2, 7}, {2, 100}, {2, 3}, {2, 64}, {2, 65}, {2, 2}}};
+  for (const Shapes& shapes : all_shapes) {
+    SplitVectors<TypeParam> vectors(random, shapes);
+    vectors.check_elements(V::split_16s, V::form_16s, Kiv16s{});
+    vectors.check_elements(V::split_8u, V::form_8u, Kiv8u{});
+    vectors.check_packed();
   }
 }
 
@@ -147,73 +158,6 @@ TYPED_TEST(SplitVectorTest, Statuses) {
   const Kiv8u bits[2] = {0, 0x50};  // 9 bits of 0, then 101
   EXPECT_EQ(V::form_1u(bits, 12, dst, 5, 1, books, 2), kivStatusBadSize);
   EXPECT_EQ(dst[0], T{9});
-}
-
-template <class I, class T>
-void check_tables(KivStatus (*form)(const I*, const T**, const int*, const int*, const int*, int, T*),
-                  KivStatus (*form_2i)(const I*, const T**, const int*, T*, int),
-                  KivStatus (*form_4i)(const I*, const T**, const int*, T*, int)) {
-  Random random(3);
-  const auto table = random.values<T>(200 * 6, -1000, 1000);
-  const int most = 40;
-  std::vector<const T*> tables;
-  std::vector<int> sizes(most, 200), widths, steps;
-  std::vector<I> indices;
-  for (int k = 0; k < most; ++k) {
-    tables.push_back(table.data() + k % 3);
-    widths.push_back(1 + k % 5);
-    steps.push_back(1 + k % 6);  // less than the width, too
-    indices.push_back(static_cast<I>(random.integer(0, 190)));
-  }
-  indices[3] = static_cast<I>(199);
-  tables[3] = table.data();
-  for (int n = 1; n <= most; ++n) {
-    std::vector<T> expected;
-    for (std::size_t k = 0; k < static_cast<std::size_t>(n); ++k) {
-      for (int j = 0; j < widths[k]; ++j) expected.push_back(tables[k][static_cast<int>(indices[k]) * steps[k] + j]);
-    }
-    Guarded<T> dst(expected.size());
-    ASSERT_EQ(form(indices.data(), tables.data(), sizes.data(), widths.data(), steps.data(), n, dst.data()),
-              kivStatusOk);
-    ASSERT_EQ(dst.values(), expected);
-    for (const int elements : {2, 4}) {
-      for (int rest = 0; rest < elements; ++rest) {
-        const int len = n * elements + rest;
-        Guarded<T> fixed(static_cast<std::size_t>(len));
-        for (T& x : fixed) x = T{77};
-        const auto call = elements == 2 ? form_2i : form_4i;
-        ASSERT_EQ(call(indices.data(), tables.data(), sizes.data(), fixed.data(), len), kivStatusOk);
-        for (int i = 0; i < len; ++i) {
-          const auto k = static_cast<std::size_t>(i / elements);
-          const T want = i < n * elements ? tables[k][static_cast<int>(indices[k]) * elements + i % elements] : T{77};
-          ASSERT_EQ(fixed[static_cast<std::size_t>(i)], want) << "element " << i << " of " << len;
-        }
-      }
-    }
-  }
-  T dst[8] = {5};
-  sizes[1] = static_cast<int>(indices[1]);  // not below the size
-  EXPECT_EQ(form(indices.data(), tables.data(), sizes.data(), widths.data(), steps.data(), 2, dst), kivStatusBadSize);
-  EXPECT_EQ(form_2i(indices.data(), tables.data(), sizes.data(), dst, 4), kivStatusBadSize);
-  EXPECT_EQ(form_4i(indices.data(), tables.data(), sizes.data(), dst, 8), kivStatusBadSize);
-  if (std::is_signed_v<I>) {
-    sizes[1] = 200;
-    indices[1] = static_cast<I>(-1);
-    EXPECT_EQ(form_2i(indices.data(), tables.data(), sizes.data(), dst, 4), kivStatusBadSize);
-  }
-  steps[0] = 0;
-  EXPECT_EQ(form(indices.data(), tables.data(), sizes.data(), widths.data(), steps.data(), 1, dst), kivStatusBadSize);
-  EXPECT_EQ(form(indices.data(), tables.data(), sizes.data(), widths.data(), nullptr, 0, dst), kivStatusNullPointer);
-  EXPECT_EQ(form_2i(indices.data(), tables.data(), sizes.data(), dst, 0), kivStatusBadSize);
-  EXPECT_EQ(form_4i(indices.data(), tables.data(), nullptr, dst, 0), kivStatusNullPointer);
-  EXPECT_EQ(dst[0], T{5});
-}
-
-TEST(FormVector, CopiesFromTables) {
-  check_tables(kivsFormVector_8u32f, kivsFormVector_2i_8u32f, kivsFormVector_4i_8u32f);
-  check_tables(kivsFormVector_16s32f, kivsFormVector_2i_16s32f, kivsFormVector_4i_16s32f);
-  check_tables(kivsFormVector_8u16s, kivsFormVector_2i_8u16s, kivsFormVector_4i_8u16s);
-  check_tables(kivsFormVector_16s16s, kivsFormVector_2i_16s16s, kivsFormVector_4i_16s16s);
 }
 
 }  // namespace

@@ -175,7 +175,7 @@ std::vector<std::uint8_t> SplitCodebook::encode(const FeatureMatrix& rows) const
   for (int first = 0; first < height; first += kBlockRows) {
     const FeatureMatrix block = gather(rows, order_, first, std::min(kBlockRows, height - first));
     check(kivsSplitVQ_32f1u(block.values.data(), width_, bits.data() + encoded_bytes(first, row_bits_), row_bits_,
-                            block.height(), const_cast<const KivsCdbkState_32f**>(handles_.data()),
+                            block.height(), handles_.data(),
                             static_cast<int>(handles_.size())),
           "kivsSplitVQ_32f1u");
   }
@@ -193,7 +193,7 @@ FeatureMatrix SplitCodebook::decode(std::span<const std::uint8_t> bits, int rows
     block.values.assign(static_cast<std::size_t>(count) * static_cast<std::size_t>(width_), 0.0F);
     const KivStatus status = kivsFormVectorVQ_1u32f(
         bits.data() + encoded_bytes(first, row_bits_), row_bits_, block.values.data(), width_, count,
-        const_cast<const KivsCdbkState_32f**>(handles_.data()), static_cast<int>(handles_.size()));
+        handles_.data(), static_cast<int>(handles_.size()));
     if (status == kivStatusBadSize) throw Fault(source + ": damaged: an index that names no codeword");
     check(status, "kivsFormVectorVQ_1u32f");
     scatter(block, order_, decoded);

@@ -1,5 +1,5 @@
 // The kernels of the search.
-#include "search.h"
+#include "nearest.h"
 
 #include <bit>
 

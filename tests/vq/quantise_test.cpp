@@ -1,4 +1,4 @@
-// Search against plain loops in double precision; split VQ and vector forming in all index formats.
+// Vector quantisation against plain loops in double precision: whole books, grids, cluster trees, lists of the nearest.
 #include <gtest/gtest.h>
 
 #include <algorithm>
