@@ -13,7 +13,7 @@
 #include "frame/status.h"
 #include "frame/transform.h"
 #include "kivsr/frontend/conditioning.h"
-#include "vector/elementwise.h"
+#include "vector/copy.h"
 
 namespace kivsr {
 namespace {

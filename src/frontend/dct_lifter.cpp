@@ -12,7 +12,7 @@
 #include "frame/scale.h"
 #include "frame/status.h"
 #include "kivsr/frontend/dct_lifter.h"
-#include "vector/elementwise.h"
+#include "vector/conversion.h"
 
 struct KivsDCTLifterState_32f {
   Kiv32s lifter_length;  // -1: the caller's values

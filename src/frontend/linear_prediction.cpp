@@ -12,7 +12,7 @@
 #include "frame/transform.h"
 #include "kivsr/frontend/linear_prediction.h"
 #include "kivsr/vector/fft.h"
-#include "vector/elementwise.h"
+#include "vector/copy.h"
 
 namespace kivsr {
 namespace {

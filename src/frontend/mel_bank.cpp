@@ -3,10 +3,11 @@
 
 #include <limits>
 
+#include "frame/rounding_mode.h"
 #include "frame/scratch.h"
 #include "frame/status.h"
 #include "mel_bank_design.h"
-#include "vector/elementwise.h"
+#include "vector/copy.h"
 
 namespace kivsr {
 namespace {

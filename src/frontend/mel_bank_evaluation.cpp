@@ -5,7 +5,7 @@
 #include "frame/scale.h"
 #include "frame/status.h"
 #include "kivsr/vector/fft.h"
-#include "kivsr/vector/reductions.h"
+#include "kivsr/vector/magnitude.h"
 #include "mel_bank.h"
 
 namespace kivsr {

@@ -8,7 +8,7 @@
 #include "frame/status.h"
 #include "kivsr/vector/fft.h"
 #include "mel_bank.h"
-#include "vector/elementwise.h"
+#include "vector/copy.h"
 
 namespace kivsr {
 

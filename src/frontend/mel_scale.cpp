@@ -4,7 +4,7 @@
 #include "frame/elementary.h"
 #include "frame/status.h"
 #include "kivsr/frontend/mel_bank.h"
-#include "vector/elementwise.h"
+#include "vector/copy.h"
 
 namespace kivsr {
 namespace {

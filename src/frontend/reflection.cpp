@@ -9,7 +9,8 @@
 #include "frame/status.h"
 #include "frame/transform.h"
 #include "kivsr/frontend/reflection.h"
-#include "vector/elementwise.h"
+#include "vector/conversion.h"
+#include "vector/logarithm.h"
 
 namespace kivsr {
 namespace {

@@ -10,7 +10,7 @@
 #include "frame/transform.h"
 #include "gaussian.h"
 #include "gaussian_arithmetic.h"
-#include "vector/reductions.h"
+#include "vector/logarithm.h"
 
 namespace kivsr {
 namespace {

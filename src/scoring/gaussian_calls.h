@@ -13,7 +13,7 @@
 #include "frame/status.h"
 #include "frame/transform.h"
 #include "gaussian.h"
-#include "vector/elementwise.h"
+#include "vector/division.h"
 
 namespace kivsr {
 

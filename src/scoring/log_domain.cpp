@@ -12,7 +12,7 @@
 #include "log_add.h"
 #include "log_sum.h"
 #include "log_tables.h"
-#include "vector/elementwise.h"
+#include "vector/conversion.h"
 
 namespace kivsr {
 namespace {

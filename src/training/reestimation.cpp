@@ -9,7 +9,7 @@
 #include "frame/scale.h"
 #include "frame/status.h"
 #include "frame/transform.h"
-#include "vector/reductions.h"
+#include "vector/logarithm.h"
 
 namespace kivsr {
 namespace {

@@ -6,7 +6,7 @@
 #include "frame/elementary.h"
 #include "frame/status.h"
 #include "frame/transform.h"
-#include "vector/elementwise.h"
+#include "vector/copy.h"
 
 namespace kivsr {
 namespace {

@@ -1,11 +1,15 @@
 // Conversions between element types with scale factors and rounding modes.
+#include "conversion.h"
+
 #include <algorithm>
 #include <type_traits>
 #include <variant>
 
-#include "elementwise.h"
+#include "frame/rounding_mode.h"
+#include "frame/scale.h"
 #include "frame/status.h"
-#include "kivsr/vector/elementwise.h"
+#include "frame/transform.h"
+#include "kivsr/vector/conversion.h"
 
 namespace kivsr {
 namespace {

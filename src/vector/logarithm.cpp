@@ -1,14 +1,17 @@
 // Natural logarithms, in place and of scaled integers.
-#include <algorithm>
+#include "logarithm.h"
+
 #include <cmath>
 #include <limits>
 
-#include "elementwise.h"
 #include "frame/constants.h"
 #include "frame/elementary.h"
+#include "frame/rounding_mode.h"
+#include "frame/scale.h"
 #include "frame/simd/math.h"
 #include "frame/status.h"
-#include "kivsr/vector/elementwise.h"
+#include "frame/transform.h"
+#include "kivsr/vector/logarithm.h"
 
 namespace kivsr {
 namespace {

@@ -1,4 +1,6 @@
 // Magnitudes of complex vectors.
+#include "magnitude.h"
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -7,8 +9,7 @@
 #include "frame/rounding_mode.h"
 #include "frame/scale.h"
 #include "frame/status.h"
-#include "kivsr/vector/reductions.h"
-#include "reductions.h"
+#include "kivsr/vector/magnitude.h"
 
 namespace kivsr {
 namespace {

@@ -1,8 +1,10 @@
 // Products of a matrix with a vector on either side.
 #include "kivsr/vector/products.h"
-#include "elementwise.h"
+#include "copy.h"
+#include "dot_product.h"
 #include "frame/matrix_checks.h"
-#include "reductions.h"
+#include "frame/rounding_mode.h"
+#include "frame/scale.h"
 #include "statistics_column_sums.h"
 
 namespace kivsr {

@@ -1,8 +1,12 @@
 // Means and variances of the columns of a matrix. The rows are added by statistics_column_sums.h; here is what the sums
 // become. The formulas differ between functions on purpose: each one rounds as its documentation says.
-#include "elementwise.h"
+#include "arithmetic.h"
+#include "conversion.h"
+#include "copy.h"
 #include "frame/allocator.h"
 #include "frame/matrix_checks.h"
+#include "frame/rounding_mode.h"
+#include "frame/scale.h"
 #include "kivsr/vector/statistics.h"
 #include "statistics_column_sums.h"
 

@@ -1,6 +1,8 @@
 // Operations on every row of a matrix: subtraction of a vector, normalisation of columns, copies of columns.
-#include "elementwise.h"
+#include "copy.h"
 #include "frame/matrix_checks.h"
+#include "frame/scale.h"
+#include "frame/transform.h"
 #include "kivsr/vector/statistics.h"
 
 namespace kivsr {

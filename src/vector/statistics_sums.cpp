@@ -1,9 +1,10 @@
 // Plain sums of columns and rows, sums for moments, sums of chosen rows.
-#include "elementwise.h"
+#include "copy.h"
 #include "frame/matrix_checks.h"
+#include "frame/scale.h"
 #include "kivsr/vector/statistics.h"
-#include "reductions.h"
 #include "statistics_column_sums.h"
+#include "sums.h"
 
 namespace kivsr {
 namespace {

@@ -119,6 +119,28 @@ auto in_place_alone(Function function) {
   };
 }
 
+// Relative 2^-21, and one unit of the smallest subnormal.
+struct Estimated {
+  bool operator()(float actual, double truth) const {
+    if (same_bits(actual, static_cast<float>(truth))) return true;
+    return std::abs(actual - truth) <= kCorrectedTolerance * std::abs(truth) + 1.5e-45;
+  }
+};
+
+// Product of the element and a factor, except where the form in place leaves the data alone or clears it.
+template <class T, class Plain, class InPlace>
+void check_constant(Plain plain, InPlace in_place, bool divides) {
+  for (T val :
+       {T{3}, T{-0.1}, T{1}, T{0}, -T{0}, std::numeric_limits<T>::infinity(), std::numeric_limits<T>::min() / 8}) {
+    if (divides && val == 0) continue;
+    const T factor = divides ? T{1} / val : val;
+    const auto product = [=](T x) { return static_cast<T>(x * factor); };
+    Elementwise<T, T>::check([=](const T* s, T* d, int n) { return plain(s, val, d, n); }, product);
+    Elementwise<T, T>::check(in_place_alone<T>([=](T* d, int n) { return in_place(val, d, n); }),
+                             [=](T x) { return factor == 0 ? T{0} : product(x); });
+  }
+}
+
 // x * 2^-scale to nearest even (or towards zero), saturated, in extended precision.
 template <class D>
 D scaled_reference(long double x, int scale, bool nearest = true) {
@@ -161,4 +183,9 @@ auto followed_by(Function f, A... arguments) {
   return [=](auto... front) { return f(front..., arguments...); };
 }
 
+// A reduction: source and result, then the length.
+template <class Function, class... A>
+auto reduction(Function f, A... arguments) {
+  return [=](auto* src, auto* result, int len) { return f(src, len, result, arguments...); };
+}
 }  // namespace kivsr::test

@@ -1,11 +1,12 @@
-// Elementwise arithmetic, extrema, copies and fills: the exports and their one-line operations.
-#include "elementwise.h"
+// Sums, differences, products and extrema of two vectors: the exports and their one-line operations.
+#include "arithmetic.h"
 
 #include <algorithm>
-#include <type_traits>
 
+#include "copy.h"
+#include "frame/scale.h"
 #include "frame/status.h"
-#include "kivsr/vector/elementwise.h"
+#include "kivsr/vector/arithmetic.h"
 
 namespace kivsr {
 namespace {
@@ -29,60 +30,8 @@ KivStatus multiply_constant(const T* src, T val, T* dst, int len) {
 }
 
 template <class T>
-void scale_in_place(T* src_dst, T val, int len) {
-  if (val == T{1}) return;
-  if (val == T{0}) {
-    zero(src_dst, len);
-  } else {
-    multiply_by_constant(src_dst, src_dst, val, len);
-  }
-}
-
-template <class T>
 KivStatus multiply_constant_in_place(T val, T* src_dst, int len) {
   return run(first_failure(not_null(src_dst), positive(len)), [&] { scale_in_place(src_dst, val, len); });
-}
-
-// Neither below nor above zero: both zeros, and NaN.
-template <class T>
-constexpr KivStatus divisor(T val) {
-  return require(val < T{0} || val > T{0}, kivStatusDivByZeroErr);
-}
-
-template <class T>
-KivStatus divide_constant(const T* src, T val, T* dst, int len) {
-  return run(first_failure(not_null(src, dst), positive(len), divisor(val)),
-             [&] { multiply_by_constant(dst, src, T{1} / val, len); });
-}
-
-template <class T>
-KivStatus divide_constant_in_place(T val, T* src_dst, int len) {
-  return run(first_failure(not_null(src_dst), positive(len), divisor(val)),
-             [&] { scale_in_place(src_dst, T{1} / val, len); });
-}
-
-template <class T>
-KivStatus copy_checked(const T* src, T* dst, int len) {
-  return run(first_failure(not_null(src, dst), positive(len)), [&] { copy(dst, src, len); });
-}
-
-template <class T>
-KivStatus zero_checked(T* dst, int len) {
-  return run(first_failure(not_null(dst), positive(len)), [&] { zero(dst, len); });
-}
-
-template <class T>
-KivStatus fill(T val, T* dst, int len) {
-  return run(first_failure(not_null(dst), positive(len)), [&] {
-    if constexpr (sizeof(T) == 1) {
-      std::memset(dst, val, static_cast<std::size_t>(len));
-    } else {
-      using Lane = std::conditional_t<sizeof(T) == 2, Kiv32s, T>;
-      const auto value = Vec<Lane>::broadcast(val);
-      transform<Lane>(
-          len, [=] { return value; }, dst);
-    }
-  });
 }
 
 // 16-bit products: exact in 32 bits, then the scale-factor rule.
@@ -166,35 +115,4 @@ KivStatus kivsMulC_64f(const Kiv64f* pSrc, Kiv64f val, Kiv64f* pDst, int len) {
 }
 KivStatus kivsMulC_32f_I(Kiv32f val, Kiv32f* pSrcDst, int len) { return multiply_constant_in_place(val, pSrcDst, len); }
 KivStatus kivsMulC_64f_I(Kiv64f val, Kiv64f* pSrcDst, int len) { return multiply_constant_in_place(val, pSrcDst, len); }
-
-KivStatus kivsDivC_32f(const Kiv32f* pSrc, Kiv32f val, Kiv32f* pDst, int len) {
-  return divide_constant(pSrc, val, pDst, len);
-}
-KivStatus kivsDivC_64f(const Kiv64f* pSrc, Kiv64f val, Kiv64f* pDst, int len) {
-  return divide_constant(pSrc, val, pDst, len);
-}
-KivStatus kivsDivC_32f_I(Kiv32f val, Kiv32f* pSrcDst, int len) { return divide_constant_in_place(val, pSrcDst, len); }
-KivStatus kivsDivC_64f_I(Kiv64f val, Kiv64f* pSrcDst, int len) { return divide_constant_in_place(val, pSrcDst, len); }
-
-KivStatus kivsCopy_8u(const Kiv8u* pSrc, Kiv8u* pDst, int len) { return copy_checked(pSrc, pDst, len); }
-KivStatus kivsCopy_16s(const Kiv16s* pSrc, Kiv16s* pDst, int len) { return copy_checked(pSrc, pDst, len); }
-KivStatus kivsCopy_32s(const Kiv32s* pSrc, Kiv32s* pDst, int len) { return copy_checked(pSrc, pDst, len); }
-KivStatus kivsCopy_32f(const Kiv32f* pSrc, Kiv32f* pDst, int len) { return copy_checked(pSrc, pDst, len); }
-KivStatus kivsCopy_64f(const Kiv64f* pSrc, Kiv64f* pDst, int len) { return copy_checked(pSrc, pDst, len); }
-
-KivStatus kivsMove_32f(const Kiv32f* pSrc, Kiv32f* pDst, int len) {
-  return run(first_failure(not_null(pSrc, pDst), positive(len)),
-             [&] { std::memmove(pDst, pSrc, static_cast<std::size_t>(len) * sizeof(Kiv32f)); });
-}
-
-KivStatus kivsSet_8u(Kiv8u val, Kiv8u* pDst, int len) { return fill(val, pDst, len); }
-KivStatus kivsSet_16s(Kiv16s val, Kiv16s* pDst, int len) { return fill(val, pDst, len); }
-KivStatus kivsSet_32s(Kiv32s val, Kiv32s* pDst, int len) { return fill(val, pDst, len); }
-KivStatus kivsSet_32f(Kiv32f val, Kiv32f* pDst, int len) { return fill(val, pDst, len); }
-KivStatus kivsSet_64f(Kiv64f val, Kiv64f* pDst, int len) { return fill(val, pDst, len); }
-
-KivStatus kivsZero_8u(Kiv8u* pDst, int len) { return zero_checked(pDst, len); }
-KivStatus kivsZero_16s(Kiv16s* pDst, int len) { return zero_checked(pDst, len); }
-KivStatus kivsZero_32f(Kiv32f* pDst, int len) { return zero_checked(pDst, len); }
-KivStatus kivsZero_64f(Kiv64f* pDst, int len) { return zero_checked(pDst, len); }
 }

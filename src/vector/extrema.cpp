@@ -1,14 +1,9 @@
-// Extrema, their places, and the N-th largest element.
-#include <algorithm>
+// Extrema and their places.
 #include <bit>
-#include <functional>
-#include <type_traits>
 
-#include "elementwise.h"
-#include "frame/allocator.h"
+#include "frame/simd/vec.h"
 #include "frame/status.h"
-#include "kivsr/vector/reductions.h"
-#include "reductions.h"
+#include "kivsr/vector/extrema.h"
 
 namespace kivsr {
 namespace {
@@ -144,46 +139,7 @@ KivStatus extremum(const T* src, int len, T* value, int* index) {
   });
 }
 
-// Moves NaN behind the numbers; where the numbers end.
-template <class T>
-T* separate_nan(T* first, T* last) {
-  if constexpr (std::is_floating_point_v<T>) {
-    const T check = reduce_sum<T>(
-        last - first, [](auto sum, auto x) { return sum + (x - x); }, first);
-    if (check != check) return std::partition(first, last, [](T x) { return x == x; });
-  }
-  return last;
-}
-
-// The element at position `place` of [first, last) in decreasing order; the range is reordered. NaN sorts last.
-template <class T>
-T select_descending(T* first, T* last, int place) {
-  T* const end = separate_nan(first, last);
-  T* const wanted = first + place;
-  if (wanted < end) std::nth_element(first, wanted, end, std::greater<T>());
-  return *wanted;
-}
-
-template <class T>
-KivStatus nth_maximum(const T* src, int len, int place, T* result) {
-  const bool inside = place >= 0 && place < len;
-  return run(first_failure(not_null(src, result), positive(len), require(inside, kivStatusBadArgument)), [&] {
-    T* const work = allocate<T>(static_cast<std::size_t>(len));
-    if (work == nullptr) return kivStatusNoMemory;
-    copy(work, src, len);
-    *result = select_descending(work, work + len, place);
-    release(work);
-    return kivStatusOk;
-  });
-}
-
 }  // namespace
-
-std::ptrdiff_t index_of_maximum(const float* src, std::ptrdiff_t len) { return index_of_best<Largest>(src, len); }
-std::ptrdiff_t index_of_maximum(const double* src, std::ptrdiff_t len) { return index_of_best<Largest>(src, len); }
-std::ptrdiff_t index_of_minimum(const float* src, std::ptrdiff_t len) { return index_of_best<Smallest>(src, len); }
-std::ptrdiff_t index_of_minimum(const double* src, std::ptrdiff_t len) { return index_of_best<Smallest>(src, len); }
-
 }  // namespace kivsr
 
 extern "C" {
@@ -210,15 +166,5 @@ KivStatus kivsMaxIndx_64f(const Kiv64f* pSrc, int len, Kiv64f* pMax, int* pIndx)
 }
 KivStatus kivsMinIndx_32f(const Kiv32f* pSrc, int len, Kiv32f* pMin, int* pIndx) {
   return extremum<Smallest>(pSrc, len, pMin, pIndx);
-}
-
-KivStatus kivsNthMaxElement_32s(const Kiv32s* pSrc, int len, int N, Kiv32s* pRes) {
-  return nth_maximum(pSrc, len, N, pRes);
-}
-KivStatus kivsNthMaxElement_32f(const Kiv32f* pSrc, int len, int N, Kiv32f* pRes) {
-  return nth_maximum(pSrc, len, N, pRes);
-}
-KivStatus kivsNthMaxElement_64f(const Kiv64f* pSrc, int len, int N, Kiv64f* pRes) {
-  return nth_maximum(pSrc, len, N, pRes);
 }
 }

@@ -1,0 +1,28 @@
+/* Entropies. */
+#ifndef KIVSR_VECTOR_ENTROPY_H
+#define KIVSR_VECTOR_ENTROPY_H
+
+#include "../types.h"
+
+KIVSR_BEGIN_DECLS
+
+/** @defgroup reductions_entropy Entropy
+ *
+ * *pResult = sum of p log2(p) over the elements p > 0; zeros add nothing. There is NO minus sign: the result is zero or
+ * negative for a probability vector, the entropy in bits with its sign reversed.
+ *
+ * - 32f: terms p ln(p) are added one after the other in single precision, the sum divided by ln 2 = 0.6931472F. A
+ *   negative or NaN element stops the loop: the result is NaN, with the warning 8. Accuracy: reduction(2 len).
+ * - 16s32s_Sfs: probabilities in Q15 (32768 would be 1). The sum is formed in double precision, multiplied by
+ *   2^-scaleFactor, rounded to nearest with ties to even and saturated: scaleFactor -15 gives Q15 bits. A negative
+ *   element gives -2147483648 and the warning 8.
+ *
+ * Further statuses: 8, a negative (32f: or NaN) element (warning).
+ * @{ */
+KIVSR_API KivStatus kivsEntropy_32f(const Kiv32f* pSrc, int len, Kiv32f* pResult);
+KIVSR_API KivStatus kivsEntropy_16s32s_Sfs(const Kiv16s* pSrc, int len, Kiv32s* pResult, int scaleFactor);
+/** @} */
+
+KIVSR_END_DECLS
+
+#endif

@@ -1,0 +1,26 @@
+/* The N-th largest element. */
+#ifndef KIVSR_VECTOR_ORDER_STATISTICS_H
+#define KIVSR_VECTOR_ORDER_STATISTICS_H
+
+#include "../types.h"
+
+KIVSR_BEGIN_DECLS
+
+/** @defgroup reductions_order N-th largest element
+ *
+ * *pRes = the element at position N, counted from 0, of the vector sorted in DEcreasing order: N = 0 is the maximum,
+ * N = len - 1 the minimum, N = len / 2 a median. NaN sorts behind all numbers. pSrc is left as it is: the selection
+ * works on a copy in a block from the library's allocator.
+ *
+ * Time is linear in len on average and len log len at worst (sorted, equal and adversarial data included).
+ *
+ * Further statuses: -5, N is not in [0, len); -9, the copy could not be allocated.
+ * @{ */
+KIVSR_API KivStatus kivsNthMaxElement_32s(const Kiv32s* pSrc, int len, int N, Kiv32s* pRes);
+KIVSR_API KivStatus kivsNthMaxElement_32f(const Kiv32f* pSrc, int len, int N, Kiv32f* pRes);
+KIVSR_API KivStatus kivsNthMaxElement_64f(const Kiv64f* pSrc, int len, int N, Kiv64f* pRes);
+/** @} */
+
+KIVSR_END_DECLS
+
+#endif
