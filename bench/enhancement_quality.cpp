@@ -10,14 +10,14 @@
 #include <string>
 #include <vector>
 
-#include "audio/audio_file.h"
-#include "audio/noise_mixer.h"
-#include "enhance/enhancer.h"
-#include "enhance/segmental_snr.h"
 #include "kivsr.h"
-#include "support/fault.h"
+#include "kivsr/speech/io/audio_file.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/noise_mixer.h"
+#include "kivsr/speech/noise/enhancer.h"
+#include "kivsr/speech/noise/segmental_snr.h"
 
-namespace kivsr::tools {
+namespace kivsr::speech {
 namespace {
 
 constexpr int kRate = 8000;
@@ -146,11 +146,11 @@ void run(const std::vector<std::string>& files) {
 }
 
 }  // namespace
-}  // namespace kivsr::tools
+}  // namespace kivsr::speech
 
 int main(int argc, char** argv) {
   try {
-    kivsr::tools::run({argv + 1, argv + argc});
+    kivsr::speech::run({argv + 1, argv + argc});
   } catch (const std::exception& fault) {
     std::fprintf(stderr, "enhancement_quality: %s\n", fault.what());
     return 2;

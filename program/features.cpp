@@ -1,0 +1,160 @@
+// kivsr features: an audio file to rows of features, and to a picture of them.
+#include <cctype>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "kivsr/speech/front/column_statistics.h"
+#include "kivsr/speech/front/feature_chain.h"
+#include "kivsr/speech/front/feature_file.h"
+#include "kivsr/speech/front/feature_input.h"
+#include "kivsr/speech/io/audio_file.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/feature_reader.h"
+#include "kivsr/speech/io/output_file.h"
+#include "program/feature_options.h"
+#include "program/moments_file.h"
+#include "program/picture/feature_picture.h"
+#include "program/progress.h"
+#include "program/raw_options.h"
+#include "program/subcommands.h"
+
+namespace kivsr::program {
+
+namespace {
+
+struct FeaturesCommand {
+  explicit FeaturesCommand(CLI::App& command) : features(command) {}
+
+  void run() const;
+  void write_rows() const;
+  void write_statistics() const;
+  std::vector<std::string> all_files() const;
+
+  FeatureOptions features;
+  std::vector<std::string> files;
+  std::string list_file;
+  std::string output_file;
+  std::string picture_file;
+  RawFormat raw;
+  std::size_t block = 0;  // samples
+  bool statistics = false;
+  int feature_width = 0;  // of .mfc files
+};
+
+void FeaturesCommand::run() const { statistics ? write_statistics() : write_rows(); }
+
+std::vector<std::string> FeaturesCommand::all_files() const {
+  std::vector<std::string> all = files;
+  if (!list_file.empty()) {
+    std::ifstream stream(list_file);
+    if (!stream || std::filesystem::is_directory(list_file)) throw Fault(list_file + ": cannot be read");
+    for (std::string line; std::getline(stream, line);) {
+      while (!line.empty() && std::isspace(static_cast<unsigned char>(line.back()))) line.pop_back();
+      if (!line.empty()) all.push_back(line);
+    }
+  }
+  if (all.empty()) throw Fault("features: no audio file is given (see kivsr features --help)");
+  return all;
+}
+
+void FeaturesCommand::write_statistics() const {
+  if (output_file.empty()) throw Fault("features: nothing to write, give --output");
+  if (!picture_file.empty()) throw Fault("features: there is no picture of statistics");
+  const MomentsFormat format = moments_format(output_file);
+  FeatureChain chain(features.parameters());
+  const std::vector<std::string> all = all_files();
+  ColumnStatistics sums;
+  bool computed = false;
+  Progress progress("statistics", static_cast<int>(all.size()));
+  for (const std::string& file : all) {
+    progress.step(file);
+    FeatureMatrix rows;
+    if (is_feature_file(file)) {
+      rows = read_feature_file(file, feature_width > 0 ? feature_width : chain.row_width());
+    } else {
+      rows = chain.run(read_audio_at(file, chain.parameters().front_end.sample_rate, raw).samples, block);
+      computed = true;
+    }
+    require_finite(rows, file);
+    if (sums.width() != 0 && rows.width != sums.width()) {
+      throw Fault(file + ": rows of " + std::to_string(rows.width) + " values, the files before it have " +
+                  std::to_string(sums.width()));
+    }
+    sums.add(rows);
+  }
+  progress.clear();
+  if (sums.frames() < 2) throw Fault("features: statistics need at least two frames");
+  ColumnMoments moments = sums.moments();
+  if (computed) moments.columns = chain.parameters().column_names();
+
+  OutputFile output(output_file);
+  write_moments(output, format, moments);
+  output.commit();
+  std::printf("%lld files, %lld frames of %d values\n", static_cast<long long>(moments.files),
+              static_cast<long long>(moments.frames), sums.width());
+}
+
+void FeaturesCommand::write_rows() const {
+  const std::vector<std::string> all = all_files();
+  if (all.size() > 1) throw Fault("features: several files are for --stats only");
+  const std::string& audio_file = all[0];
+  if (output_file.empty() && picture_file.empty()) {
+    throw Fault("features: nothing to write, give --output or --picture");
+  }
+  const FeatureParameters parameters = features.parameters();
+  const FrontEndParameters& front_end = parameters.front_end;
+  const auto format = output_file.empty() ? FeatureFormat::kNpy : feature_format(output_file);
+  if (!picture_file.empty()) check_picture_name(picture_file);
+
+  const Audio audio = read_audio_at(audio_file, front_end.sample_rate, raw);
+  const FeatureMatrix rows = FeatureChain(parameters).run(audio.samples, block);
+  if (rows.height() == 0) {
+    throw Fault(audio_file + ": shorter than one frame (" + std::to_string(audio.samples.size()) + " samples of " +
+                std::to_string(front_end.window_length) + ")");
+  }
+
+  // Both files are complete before either gets its name.
+  std::optional<OutputFile> output;
+  std::optional<OutputFile> picture;
+  if (!output_file.empty()) write_features(output.emplace(output_file), format, rows, parameters);
+  if (!picture_file.empty()) {
+    draw_features(picture.emplace(picture_file), std::filesystem::path(audio_file).filename(), audio, front_end);
+  }
+  if (output) output->commit();
+  if (picture) picture->commit();
+
+  std::printf("%s: %.2f s, %d frames of %d values", audio_file.c_str(), audio.seconds(), rows.height(), rows.width);
+  if (audio.file_channels > 1) std::printf(", %d channels mixed down", audio.file_channels);
+  if (audio.file_sample_rate != audio.sample_rate) {
+    std::printf(", resampled from %d to %d Hz", audio.file_sample_rate, audio.sample_rate);
+  }
+  std::printf("\n");
+}
+
+}  // namespace
+
+void add_features(CLI::App& program) {
+  CLI::App* const command = program.add_subcommand("features", "Compute cepstra or log mel energies of an audio file");
+  const auto options = std::make_shared<FeaturesCommand>(*command);
+  command->add_option("audio", options->files, "WAV, FLAC, ... or .raw (16-bit, one channel)");
+  command->add_option("-o,--output", options->output_file,
+                      "File to write: .npy, .htk, .mfc or .csv; of statistics .npy, .csv or .json");
+  command->add_option("--picture", options->picture_file, "PNG with waveform, mel spectrogram and cepstra");
+  add_raw_options(*command, options->raw);
+  command->add_option("--block", options->block, "Samples pushed at a time; the rows are the same for every number");
+  command->add_flag("--stats", options->statistics,
+                    "Write mean, variance and covariance of the columns of many audio or feature files");
+  command->add_option("--list", options->list_file, "File with the name of a further file on every line");
+  command->add_option("--mfc-width", options->feature_width, "Values in a row of .mfc files that --stats reads")
+      ->check(CLI::PositiveNumber);
+  command->callback([options] { options->run(); });
+}
+
+}  // namespace kivsr::program

@@ -1,0 +1,94 @@
+// kivsr info: which library runs on which processor.
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include <dlfcn.h>
+#include <CLI/CLI.hpp>
+#if defined(__i386__) || defined(__x86_64__)
+#include <cpuid.h>
+#endif
+
+#include "kivsr.h"
+#include "program/subcommands.h"
+
+namespace kivsr::program {
+
+namespace {
+
+// The file that the dynamic loader mapped. The version record lies in it, whatever the linker did to function
+// addresses.
+std::string library_file() {
+  Dl_info where{};
+  if (dladdr(kivsrGetLibVersion(), &where) == 0 || where.dli_fname == nullptr) return "unknown";
+  std::error_code error;
+  const auto real = std::filesystem::canonical(where.dli_fname, error);
+  return error ? where.dli_fname : real.string();
+}
+
+std::string library_build(const std::string& file) {
+  if (file.find("glibc-hwcaps/x86-64-v3") != std::string::npos) return "x86-64-v3 (AVX2, FMA)";
+  return sizeof(void*) == 4 ? "i386 (SSE2)" : "x86-64 (SSE2)";
+}
+
+std::string processor_name() {
+#if defined(__i386__) || defined(__x86_64__)
+  unsigned words[12] = {};
+  for (unsigned i = 0; i < 3; ++i) {
+    if (__get_cpuid(0x80000002U + i, &words[4 * i], &words[4 * i + 1], &words[4 * i + 2], &words[4 * i + 3]) == 0) {
+      return "unknown";
+    }
+  }
+  char text[sizeof words + 1] = {};
+  std::memcpy(text, words, sizeof words);
+  const std::string name = text;
+  const std::size_t first = name.find_first_not_of(' ');
+  const std::size_t last = name.find_last_not_of(' ');
+  return first == std::string::npos ? "unknown" : name.substr(first, last - first + 1);
+#else
+  return "unknown";
+#endif
+}
+
+std::string processor_features() {
+  std::string features;
+#if defined(__i386__) || defined(__x86_64__)
+  __builtin_cpu_init();
+  const auto add = [&](bool has, const char* name) {
+    if (has) features += (features.empty() ? "" : " ") + std::string(name);
+  };
+  add(__builtin_cpu_supports("sse2"), "sse2");
+  add(__builtin_cpu_supports("sse3"), "sse3");
+  add(__builtin_cpu_supports("ssse3"), "ssse3");
+  add(__builtin_cpu_supports("sse4.1"), "sse4.1");
+  add(__builtin_cpu_supports("sse4.2"), "sse4.2");
+  add(__builtin_cpu_supports("avx"), "avx");
+  add(__builtin_cpu_supports("avx2"), "avx2");
+  add(__builtin_cpu_supports("fma"), "fma");
+  add(__builtin_cpu_supports("bmi2"), "bmi2");
+  add(__builtin_cpu_supports("avx512f"), "avx512f");
+#endif
+  return features.empty() ? "none known" : features;
+}
+
+void print_info() {
+  const KivLibraryVersion& version = *kivsrGetLibVersion();
+  const std::string file = library_file();
+  std::printf("library    %s %d.%d build %d.%d, target %.4s\n", version.name, version.major, version.minor,
+              version.majorBuild, version.build, version.targetCpu);
+  std::printf("version    %s, %s\n", version.version, version.buildDate);
+  std::printf("file       %s\n", file.c_str());
+  std::printf("build      %s\n", library_build(file).c_str());
+  std::printf("processor  %s\n", processor_name().c_str());
+  std::printf("features   %s\n", processor_features().c_str());
+}
+
+}  // namespace
+
+void add_info(CLI::App& program) {
+  program.add_subcommand("info", "Print the library's version and file and the processor's features")
+      ->callback(print_info);
+}
+
+}  // namespace kivsr::program

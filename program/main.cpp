@@ -1,0 +1,54 @@
+// The command-line program: reads the command line, runs the subcommand, turns a fault into one line and exit status 2.
+#include <csignal>
+#include <cstdio>
+#include <new>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "kivsr/speech/io/fault.h"
+#include "program/subcommands.h"
+
+namespace {
+
+constexpr int kExitFault = 2;
+
+int report(std::string message) {
+  for (char& character : message) {
+    if (character == '\n' || character == '\r') character = ' ';
+  }
+  std::fprintf(stderr, "kivsr: %s\n", message.c_str());
+  return kExitFault;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a fault like any other, not the end
+  CLI::App program("Speech features and recognition on the kivsr library", "kivsr");
+  program.require_subcommand(1);
+  try {
+    kivsr::program::add_enhance(program);
+    kivsr::program::add_features(program);
+    kivsr::program::add_info(program);
+    kivsr::program::add_quantise(program);
+    kivsr::program::add_mix(program);
+    kivsr::program::add_recognise(program);
+    kivsr::program::add_train(program);
+    kivsr::program::add_vad(program);
+    const auto is_first_word = [&](CLI::App* subcommand) { return subcommand->get_name() == argv[1]; };
+    if (argc > 1 && argv[1][0] != '-' && program.get_subcommands(is_first_word).empty()) {
+      return report("no subcommand '" + std::string(argv[1]) + "' (see kivsr --help)");
+    }
+    program.parse(argc, argv);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) return report("standard output cannot be written");
+    return 0;
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) return program.exit(error);
+    return report(std::string(error.what()) + " (see kivsr --help)");
+  } catch (const std::bad_alloc&) {
+    return report("out of memory");
+  } catch (const std::exception& error) {
+    return report(error.what());
+  }
+}

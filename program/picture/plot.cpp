@@ -1,0 +1,265 @@
+#include "program/picture/plot.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+
+#include <cairo.h>
+
+#include "kivsr/speech/io/fault.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+// The font configuration keeps a few bytes for the life of the process: no leak of ours.
+extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
+#endif
+
+namespace kivsr::program {
+
+namespace {
+
+constexpr double kLeft = 78.0;
+constexpr double kRight = 92.0;
+constexpr double kTextSize = 12.0;
+constexpr double kTitleSize = 15.0;
+constexpr Colour kInk = {0.15, 0.15, 0.18};
+constexpr Colour kGrid = {0.88, 0.88, 0.90};
+constexpr Colour kCurve = {0.12, 0.34, 0.60};
+
+std::string number(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.6g", std::abs(value) < 1e-12 ? 0.0 : value);
+  return text;
+}
+
+void set_colour(cairo_t* cairo, const Colour& colour) {
+  cairo_set_source_rgb(cairo, colour.red, colour.green, colour.blue);
+}
+
+// The mean of the matrix rows first .. last - 1 of one column.
+double mean_of(const FeatureMatrix& rows, int first, int last, int column) {
+  double sum = 0.0;
+  for (int t = first; t < last; ++t) sum += rows.row(t)[static_cast<std::size_t>(column)];
+  return sum / (last - first);
+}
+
+}  // namespace
+
+std::vector<double> ticks(Range range, int wanted) {
+  if (!(range.span() > 0.0) || wanted < 1) return {};
+  const double rough = range.span() / wanted;
+  const double power = std::pow(10.0, std::floor(std::log10(rough)));
+  double step = 10.0 * power;
+  for (const double factor : {1.0, 2.0, 5.0}) {
+    if (factor * power >= rough * 0.7) {
+      step = factor * power;
+      break;
+    }
+  }
+  std::vector<double> values;
+  const double slack = step * 1e-9;
+  for (double index = std::ceil((range.low - slack) / step); index * step <= range.high + slack; ++index) {
+    values.push_back(index * step + 0.0);
+  }
+  return values;
+}
+
+Page::Page(int width, int height)
+    : width_(width),
+      height_(height),
+      surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height), cairo_surface_destroy),
+      cairo_(cairo_create(surface_.get()), cairo_destroy) {
+  if (cairo_status(cairo_.get()) != CAIRO_STATUS_SUCCESS) throw Fault("no memory for a picture of this size");
+  cairo_set_source_rgb(cairo_.get(), 1.0, 1.0, 1.0);
+  cairo_paint(cairo_.get());
+  cairo_select_font_face(cairo_.get(), "sans-serif", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
+}
+
+Page::~Page() = default;
+
+double Page::x_of(const Panel& panel, double x) const {
+  return kLeft + (x - panel.x.low) / panel.x.span() * (width_ - kLeft - kRight);
+}
+
+double Page::y_of(const Panel& panel, double y) const {
+  return panel.top + panel.height - (y - panel.y.low) / panel.y.span() * panel.height;
+}
+
+void Page::clip(const Panel& panel) {
+  cairo_rectangle(cairo_.get(), kLeft, panel.top, width_ - kLeft - kRight, panel.height);
+  cairo_clip(cairo_.get());
+}
+
+// align: 0 the text begins at x, 0.5 it is centred there, 1 it ends there; y is the middle of its height.
+void Page::text(double x, double y, const std::string& text, double align, double size, bool vertical) {
+  cairo_t* const cairo = cairo_.get();
+  cairo_save(cairo);
+  set_colour(cairo, kInk);
+  cairo_set_font_size(cairo, size);
+  cairo_text_extents_t extents;
+  cairo_font_extents_t font;
+  cairo_text_extents(cairo, text.c_str(), &extents);
+  cairo_font_extents(cairo, &font);
+  cairo_translate(cairo, x, y);
+  if (vertical) cairo_rotate(cairo, -std::acos(0.0));
+  cairo_move_to(cairo, -align * extents.x_advance, 0.5 * (font.ascent - font.descent));
+  cairo_show_text(cairo, text.c_str());
+  cairo_restore(cairo);
+}
+
+void Page::title(const std::string& line) { text(kLeft, 20.0, line, 0.0, kTitleSize); }
+
+void Page::frame(const Panel& panel, const std::string& name, const std::string& y_unit) {
+  cairo_t* const cairo = cairo_.get();
+  set_colour(cairo, kInk);
+  cairo_set_line_width(cairo, 1.0);
+  cairo_rectangle(cairo, kLeft - 0.5, panel.top - 0.5, width_ - kLeft - kRight + 1.0, panel.height + 1.0);
+  cairo_stroke(cairo);
+  text(kLeft, panel.top - 11.0, name, 0.0, kTextSize);
+  text(16.0, panel.top + 0.5 * panel.height, y_unit, 0.5, kTextSize, true);
+}
+
+void Page::x_axis(const Panel& panel, const std::string& unit, bool with_numbers) {
+  cairo_t* const cairo = cairo_.get();
+  const double bottom = panel.top + panel.height;
+  for (const double value : ticks(panel.x, 12)) {
+    const double x = std::floor(x_of(panel, value)) + 0.5;
+    set_colour(cairo, kInk);
+    cairo_set_line_width(cairo, 1.0);
+    cairo_move_to(cairo, x, bottom);
+    cairo_line_to(cairo, x, bottom + 4.0);
+    cairo_stroke(cairo);
+    if (with_numbers) text(x, bottom + 13.0, number(value), 0.5, kTextSize);
+  }
+  if (with_numbers) text(kLeft + 0.5 * (width_ - kLeft - kRight), bottom + 31.0, unit, 0.5, kTextSize);
+}
+
+void Page::y_axis(const Panel& panel, const std::vector<std::pair<double, std::string>>& labels) {
+  cairo_t* const cairo = cairo_.get();
+  for (const auto& [value, label] : labels) {
+    const double y = std::floor(y_of(panel, value)) + 0.5;
+    set_colour(cairo, kInk);
+    cairo_set_line_width(cairo, 1.0);
+    cairo_move_to(cairo, kLeft - 4.0, y);
+    cairo_line_to(cairo, kLeft, y);
+    cairo_stroke(cairo);
+    text(kLeft - 7.0, y, label, 1.0, kTextSize);
+  }
+}
+
+void Page::colour_bar(const Panel& panel, ColourMap map, Range values, const std::string& unit) {
+  cairo_t* const cairo = cairo_.get();
+  const double left = width_ - kRight + 12.0;
+  constexpr double kBarWidth = 14.0;
+  for (int line = 0; line < static_cast<int>(panel.height); ++line) {
+    set_colour(cairo, colour_at(map, 1.0 - (line + 0.5) / panel.height));
+    cairo_rectangle(cairo, left, panel.top + line, kBarWidth, 1.0);
+    cairo_fill(cairo);
+  }
+  set_colour(cairo, kInk);
+  cairo_set_line_width(cairo, 1.0);
+  cairo_rectangle(cairo, left - 0.5, panel.top - 0.5, kBarWidth + 1.0, panel.height + 1.0);
+  cairo_stroke(cairo);
+  for (const double value : ticks(values, 5)) {
+    const double y = panel.top + panel.height * (values.high - value) / values.span();
+    text(left + kBarWidth + 5.0, y, number(value), 0.0, kTextSize);
+  }
+  text(left, panel.top - 11.0, unit, 0.0, kTextSize);
+}
+
+void Page::image(const Panel& panel, const FeatureMatrix& rows, Range x, Range y, ColourMap map, Range values) {
+  constexpr int kMostColumns = 4096;
+  const int columns = std::min(rows.height(), kMostColumns);
+  if (columns == 0 || rows.width == 0) return;
+  const std::unique_ptr<cairo_surface_t, void (*)(cairo_surface_t*)> image(
+      cairo_image_surface_create(CAIRO_FORMAT_RGB24, columns, rows.width), cairo_surface_destroy);
+  if (cairo_surface_status(image.get()) != CAIRO_STATUS_SUCCESS) throw Fault("no memory for a picture of this size");
+  cairo_surface_flush(image.get());
+  unsigned char* const data = cairo_image_surface_get_data(image.get());
+  const int stride = cairo_image_surface_get_stride(image.get());
+  for (int column = 0; column < columns; ++column) {
+    const int first = static_cast<int>(static_cast<std::int64_t>(column) * rows.height() / columns);
+    const int last = static_cast<int>((static_cast<std::int64_t>(column) + 1) * rows.height() / columns);
+    for (int band = 0; band < rows.width; ++band) {
+      const double value = (mean_of(rows, first, last, band) - values.low) / values.span();
+      auto* const line =
+          reinterpret_cast<std::uint32_t*>(data + static_cast<std::ptrdiff_t>(stride) * (rows.width - 1 - band));
+      line[column] = colour_at(map, value).pixel();
+    }
+  }
+  cairo_surface_mark_dirty(image.get());
+
+  cairo_t* const cairo = cairo_.get();
+  cairo_save(cairo);
+  clip(panel);
+  cairo_translate(cairo, x_of(panel, x.low), y_of(panel, y.high));
+  cairo_scale(cairo, (x_of(panel, x.high) - x_of(panel, x.low)) / columns,
+              (y_of(panel, y.low) - y_of(panel, y.high)) / rows.width);
+  cairo_set_source_surface(cairo, image.get(), 0.0, 0.0);
+  cairo_pattern_set_filter(cairo_get_source(cairo), columns > width_ ? CAIRO_FILTER_GOOD : CAIRO_FILTER_NEAREST);
+  cairo_pattern_set_extend(cairo_get_source(cairo), CAIRO_EXTEND_NONE);
+  cairo_paint(cairo);
+  cairo_restore(cairo);
+}
+
+void Page::curve(const Panel& panel, const std::vector<std::pair<double, double>>& points) {
+  cairo_t* const cairo = cairo_.get();
+  cairo_save(cairo);
+  clip(panel);
+  set_colour(cairo, kCurve);
+  cairo_set_line_width(cairo, 1.4);
+  cairo_set_line_join(cairo, CAIRO_LINE_JOIN_ROUND);
+  for (const auto& [x, y] : points) cairo_line_to(cairo, x_of(panel, x), y_of(panel, y));
+  cairo_stroke(cairo);
+  cairo_restore(cairo);
+}
+
+void Page::envelope(const Panel& panel, const std::function<Range(Range x)>& extent) {
+  cairo_t* const cairo = cairo_.get();
+  cairo_save(cairo);
+  clip(panel);
+  const double middle = y_of(panel, 0.0);
+  set_colour(cairo, kGrid);
+  cairo_set_line_width(cairo, 1.0);
+  cairo_move_to(cairo, kLeft, std::floor(middle) + 0.5);
+  cairo_line_to(cairo, width_ - kRight, std::floor(middle) + 0.5);
+  cairo_stroke(cairo);
+  set_colour(cairo, kCurve);
+  const int columns = static_cast<int>(width_ - kLeft - kRight);
+  for (int column = 0; column < columns; ++column) {
+    const double left = panel.x.low + panel.x.span() * column / columns;
+    const Range values = extent({left, left + panel.x.span() / columns});
+    const double top = y_of(panel, values.high);
+    const double bottom = std::max(y_of(panel, values.low), top + 1.0);  // silence shows as a line
+    cairo_rectangle(cairo, kLeft + column, top, 1.0, bottom - top);
+  }
+  cairo_fill(cairo);
+  cairo_restore(cairo);
+}
+
+void Page::write(OutputFile& file) {
+  // A fault of the file must not pass through cairo's C code.
+  struct Sink {
+    OutputFile* file;
+    std::exception_ptr fault;
+  } sink = {&file, nullptr};
+  const auto take = [](void* closure, const unsigned char* bytes, unsigned count) {
+    auto& to = *static_cast<Sink*>(closure);
+    try {
+      to.file->write(bytes, count);
+      return CAIRO_STATUS_SUCCESS;
+    } catch (...) {
+      to.fault = std::current_exception();
+      return CAIRO_STATUS_WRITE_ERROR;
+    }
+  };
+  cairo_surface_flush(surface_.get());
+  const cairo_status_t status = cairo_surface_write_to_png_stream(surface_.get(), take, &sink);
+  if (sink.fault) std::rethrow_exception(sink.fault);
+  if (status != CAIRO_STATUS_SUCCESS) {
+    throw Fault(std::string("the picture cannot be written: ") + cairo_status_to_string(status));
+  }
+}
+
+}  // namespace kivsr::program

@@ -1,0 +1,71 @@
+// A page of panels under one another, each with axes in units: curves and coloured matrices. Drawn with cairo.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "kivsr/speech/io/feature_matrix.h"
+#include "kivsr/speech/io/output_file.h"
+#include "program/picture/colour_map.h"
+#include "program/speech_names.h"
+
+struct _cairo;
+struct _cairo_surface;
+
+namespace kivsr::program {
+
+struct Range {
+  double low;
+  double high;
+  double span() const { return high - low; }
+};
+
+// Round numbers inside the range, about `wanted` of them.
+std::vector<double> ticks(Range range, int wanted);
+
+// A rectangle of the page and the values at its edges.
+struct Panel {
+  double top;
+  double height;
+  Range x;
+  Range y;
+};
+
+class Page {
+ public:
+  Page(int width, int height);
+  ~Page();
+  Page(const Page&) = delete;
+  Page& operator=(const Page&) = delete;
+
+  void title(const std::string& text);
+  void frame(const Panel& panel, const std::string& name, const std::string& y_unit);
+  void x_axis(const Panel& panel, const std::string& unit, bool with_numbers);
+  void y_axis(const Panel& panel, const std::vector<std::pair<double, std::string>>& labels);
+  void colour_bar(const Panel& panel, ColourMap map, Range values, const std::string& unit);
+  // Columns of the matrix rows stand upwards, from y_low for the first to y_high for the last; rows lie along x in the
+  // interval given. More rows than pixels are averaged.
+  void image(const Panel& panel, const FeatureMatrix& rows, Range x, Range y, ColourMap map, Range values);
+  void curve(const Panel& panel, const std::vector<std::pair<double, double>>& points);
+  // Vertical strokes from low to high, one a pixel column.
+  void envelope(const Panel& panel, const std::function<Range(Range x)>& extent);
+
+  // The page as PNG; the caller commits the file.
+  void write(OutputFile& file);
+
+ private:
+  double x_of(const Panel& panel, double x) const;
+  double y_of(const Panel& panel, double y) const;
+  void clip(const Panel& panel);
+  void text(double x, double y, const std::string& text, double align, double size, bool vertical = false);
+
+  int width_;
+  int height_;
+  std::unique_ptr<_cairo_surface, void (*)(_cairo_surface*)> surface_;
+  std::unique_ptr<_cairo, void (*)(_cairo*)> cairo_;
+};
+
+}  // namespace kivsr::program

@@ -1,0 +1,273 @@
+// kivsr quantise: codebooks for features, features as packed bits, and back.
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "kivsr/speech/front/feature_file.h"
+#include "kivsr/speech/front/feature_input.h"
+#include "kivsr/speech/front/front_end.h"
+#include "kivsr/speech/io/audio_file.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/quantise/distortion.h"
+#include "kivsr/speech/quantise/quantised_stream.h"
+#include "kivsr/speech/quantise/split_codebook.h"
+#include "program/front_end_options.h"
+#include "program/progress.h"
+#include "program/raw_options.h"
+#include "program/subcommands.h"
+
+namespace kivsr::program {
+
+namespace {
+
+// Audio or feature files, and the front end that the audio goes through.
+struct Inputs {
+  explicit Inputs(CLI::App& command);
+  FeatureMatrix read(const std::string& file, const FrontEndParameters& parameters) const;
+
+  FrontEndOptions front_end;
+  std::vector<std::string> files;
+  RawFormat raw;
+};
+
+Inputs::Inputs(CLI::App& command) : front_end(command) {
+  command.add_option("input", files, "Audio (WAV, FLAC, ..., .raw) or features (.npy, .htk, .mfc, .csv)")->required();
+  add_raw_options(command, raw);
+}
+
+FeatureMatrix Inputs::read(const std::string& file, const FrontEndParameters& parameters) const {
+  FeatureMatrix rows = is_feature_file(file)
+                           ? read_front_end_rows(file, parameters)
+                           : FrontEnd(parameters).run(read_audio_at(file, parameters.sample_rate, raw).samples);
+  if (rows.height() == 0) throw Fault(file + ": not a single frame");
+  require_finite(rows, file);
+  return rows;
+}
+
+// Names of the files to write: the one that was given, or one in the folder for each input.
+std::vector<std::filesystem::path> output_names(const std::vector<std::string>& inputs, const std::string& file,
+                                                const std::string& folder, const std::string& extension) {
+  if (file.empty() == folder.empty()) throw Fault("quantise: give either --output or --output-folder");
+  if (!file.empty() && inputs.size() > 1) throw Fault("quantise: several inputs need --output-folder");
+  if (!file.empty()) return {file};
+  std::vector<std::filesystem::path> names;
+  std::set<std::filesystem::path> taken;
+  for (const std::string& input : inputs) {
+    names.push_back(std::filesystem::path(folder) / (std::filesystem::path(input).stem().string() + extension));
+    if (!taken.insert(names.back()).second) {
+      throw Fault("quantise: two inputs would both become " + names.back().string());
+    }
+  }
+  return names;
+}
+
+void print_distortion(const SplitCodebook& book, const Distortion& distortion) {
+  std::printf("%-6s  %-10s  %10s  %6s\n", "column", "group", "rms error", "dB");
+  for (int column = 0; column < book.width(); ++column) {
+    for (const GroupCodebook& group : book.groups()) {
+      for (const int member : group.group.columns) {
+        if (member == column) {
+          std::printf("%-6d  %-10s  %10.4g  %6.2f\n", column, split_text(group.group).c_str(),
+                      distortion.root_mean_square_error(column), distortion.decibel(column));
+        }
+      }
+    }
+  }
+  std::printf("total: %d bits a frame, %.0f bit/s, %.2f dB over %lld frames\n", book.row_bits(), book.bits_per_second(),
+              distortion.total_decibel(), static_cast<long long>(distortion.frames()));
+}
+
+struct TrainCommand {
+  explicit TrainCommand(CLI::App& command) : inputs(command) {}
+  void run() const;
+
+  Inputs inputs;
+  std::string output_file;
+  std::string split;
+  std::string weights = "none";
+  std::string rule = "widest";
+
+ private:
+  std::vector<float> distance_weights(const FeatureMatrix& rows) const;
+};
+
+std::vector<float> TrainCommand::distance_weights(const FeatureMatrix& rows) const {
+  if (weights == "none") return std::vector<float>(static_cast<std::size_t>(rows.width), 1.0F);
+  if (weights == "variance") return inverse_variances(rows);
+  std::vector<float> values;
+  std::istringstream numbers(weights);
+  for (std::string number; std::getline(numbers, number, ',');) {
+    std::istringstream text(number);
+    float value = -1.0F;
+    if (!(text >> value) || !text.eof() || !(value >= 0.0F)) {
+      throw Fault("--weights: \"" + number + "\" is not a number from 0 on (none, variance or one a column)");
+    }
+    values.push_back(value);
+  }
+  if (values.size() != static_cast<std::size_t>(rows.width)) {
+    throw Fault("--weights: " + std::to_string(values.size()) + " numbers for " + std::to_string(rows.width) +
+                " columns");
+  }
+  return values;
+}
+
+void TrainCommand::run() const {
+  const FrontEndParameters parameters = inputs.front_end.parameters();
+  const int width = parameters.row_width();
+  const Split groups = split.empty() ? default_split(width) : parse_split(split, width);
+  FeatureMatrix rows;
+  rows.width = width;
+  {
+    Progress progress("features", static_cast<int>(inputs.files.size()));
+    for (const std::string& file : inputs.files) {
+      progress.step(file);
+      const FeatureMatrix more = inputs.read(file, parameters);
+      rows.values.insert(rows.values.end(), more.values.begin(), more.values.end());
+    }
+  }
+  const std::vector<float> distance = distance_weights(rows);
+  std::vector<GroupCodebook> trained;
+  {
+    Progress progress("codebooks", static_cast<int>(groups.size()));
+    for (const SplitGroup& group : groups) {
+      progress.step("columns " + split_text(group));
+      trained.push_back(
+          train_group(rows, group, distance, rule == "widest" ? SplitRule::kWidest : SplitRule::kLargest));
+    }
+  }
+  const SplitCodebook book(RowKind(parameters), std::move(trained));
+  OutputFile output(output_file);
+  book.write(output);
+  Distortion distortion(width);
+  distortion.add(rows, book.decode(book.encode(rows), rows.height(), output_file));
+  output.commit();
+  for (std::size_t i = 0; i < groups.size(); ++i) {
+    if (book.groups()[i].count() < 1 << groups[i].bits) {
+      std::fprintf(stderr, "kivsr: columns %s: the frames give no more than %d codewords\n",
+                   split_text(groups[i]).c_str(), book.groups()[i].count());
+    }
+  }
+  print_distortion(book, distortion);
+}
+
+struct EncodeCommand {
+  explicit EncodeCommand(CLI::App& command) : inputs(command) {}
+  void run() const;
+
+  Inputs inputs;
+  std::string book_file;
+  std::string output_file;
+  std::string output_folder;
+};
+
+void EncodeCommand::run() const {
+  const auto names = output_names(inputs.files, output_file, output_folder, ".kvs");
+  const SplitCodebook book = SplitCodebook::read(book_file);
+  const FrontEndParameters parameters = inputs.front_end.parameters();
+  if (RowKind(parameters) != book.kind() || parameters.row_width() != book.width()) {
+    throw Fault(book_file + ": made for rows of " + std::to_string(book.width()) + " values every " +
+                std::to_string(book.kind().frame_seconds()) + " s, the front end gives other ones");
+  }
+  Distortion distortion(book.width());
+  Progress progress("encode", static_cast<int>(inputs.files.size()));
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    progress.step(inputs.files[i]);
+    const FeatureMatrix rows = inputs.read(inputs.files[i], parameters);
+    const QuantisedStream stream{rows.height(), book.encode(rows)};
+    OutputFile output(names[i]);
+    const std::int64_t bytes = write_quantised(output, stream, book);
+    distortion.add(rows, book.decode(stream.bits, stream.frames, inputs.files[i]));
+    output.commit();
+    progress.clear();
+    std::printf("%s: %d frames, %lld bytes, %.0f bit/s with the header\n", names[i].string().c_str(), stream.frames,
+                static_cast<long long>(bytes),
+                8.0 * static_cast<double>(bytes) / (stream.frames * book.kind().frame_seconds()));
+  }
+  progress.clear();
+  print_distortion(book, distortion);
+}
+
+struct DecodeCommand {
+  void run() const;
+
+  std::vector<std::string> files;
+  std::string book_file;
+  std::string output_file;
+  std::string output_folder;
+  std::string format = "npy";
+};
+
+void DecodeCommand::run() const {
+  const auto names = output_names(files, output_file, output_folder, "." + format);
+  const FeatureFormat written = feature_format(names.front());
+  const SplitCodebook book = SplitCodebook::read(book_file);
+  Progress progress("decode", static_cast<int>(files.size()));
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    progress.step(files[i]);
+    const QuantisedStream stream = read_quantised(files[i], book);
+    OutputFile output(names[i]);
+    write_features(output, written, book.decode(stream.bits, stream.frames, files[i]),
+                   book.kind().parameters(book.width()));
+    output.commit();
+    progress.clear();
+    std::printf("%s: %d frames of %d values\n", names[i].string().c_str(), stream.frames, book.width());
+  }
+}
+
+void add_train_mode(CLI::App& quantise) {
+  CLI::App* const command = quantise.add_subcommand("train", "Train codebooks from audio or feature files");
+  const auto options = std::make_shared<TrainCommand>(*command);
+  command->add_option("-o,--output", options->output_file, "Codebook file to write")->required();
+  command->add_option("--split", options->split,
+                      "Columns that share a codebook, with the bits of its index: \"0:6,1-2:7,3+5:7,...\" (default: "
+                      "pairs of 7 bits, of an odd number the first alone with 6)");
+  command
+      ->add_option("--weights", options->weights,
+                   "Weights of the columns in the distance: none, variance (its inverse), or a number a column")
+      ->capture_default_str();
+  command->add_option("--rule", options->rule, "The cluster that training splits next: widest or largest")
+      ->check(CLI::IsMember({"widest", "largest"}))
+      ->capture_default_str();
+  command->callback([options] { options->run(); });
+}
+
+void add_encode(CLI::App& quantise) {
+  CLI::App* const command = quantise.add_subcommand("encode", "Turn audio or feature files into packed bits");
+  const auto options = std::make_shared<EncodeCommand>(*command);
+  command->add_option("--book", options->book_file, "Codebook file")->required();
+  command->add_option("-o,--output", options->output_file, "Stream to write");
+  command->add_option("--output-folder", options->output_folder, "Folder for the streams of several inputs, name.kvs");
+  command->callback([options] { options->run(); });
+}
+
+void add_decode(CLI::App& quantise) {
+  CLI::App* const command = quantise.add_subcommand("decode", "Turn packed bits back into feature files");
+  const auto options = std::make_shared<DecodeCommand>();
+  command->add_option("stream", options->files, "Streams that encode wrote")->required();
+  command->add_option("--book", options->book_file, "Codebook file of the encoding")->required();
+  command->add_option("-o,--output", options->output_file, "Feature file to write: .npy, .htk, .mfc or .csv");
+  command->add_option("--output-folder", options->output_folder, "Folder for the features of several streams");
+  command->add_option("--format", options->format, "Extension of the files in the folder: npy, htk, mfc or csv")
+      ->check(CLI::IsMember({"npy", "htk", "mfc", "csv"}))
+      ->capture_default_str();
+  command->callback([options] { options->run(); });
+}
+
+}  // namespace
+
+void add_quantise(CLI::App& program) {
+  CLI::App* const command =
+      program.add_subcommand("quantise", "Code features with a few bits a frame by split vector quantisation");
+  command->require_subcommand(1);
+  add_train_mode(*command);
+  add_encode(*command);
+  add_decode(*command);
+}
+
+}  // namespace kivsr::program

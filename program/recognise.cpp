@@ -1,0 +1,257 @@
+// kivsr recognise: audio or feature files to words, by a grammar or a list of words.
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "kivsr/speech/decode/mixture_scorer.h"
+#include "kivsr/speech/decode/search_network.h"
+#include "kivsr/speech/decode/viterbi_search.h"
+#include "kivsr/speech/decode/word_errors.h"
+#include "kivsr/speech/front/equalisation_stage.h"
+#include "kivsr/speech/front/feature_input.h"
+#include "kivsr/speech/front/front_end.h"
+#include "kivsr/speech/front/noise_reduction.h"
+#include "kivsr/speech/io/audio_file.h"
+#include "kivsr/speech/io/binary_file.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/models/acoustic_model.h"
+#include "kivsr/speech/models/word_acoustic_model.h"
+#include "kivsr/speech/models/word_model_file.h"
+#include "program/progress.h"
+#include "program/raw_options.h"
+#include "program/recognise_report.h"
+#include "program/subcommands.h"
+
+namespace kivsr::program {
+
+namespace {
+
+struct RecogniseCommand {
+  void run() const;
+
+  std::string model_name = "en-us";
+  std::string dictionary_file;
+  std::string grammar_file;
+  std::string rule;
+  std::string words;
+  std::string reference_file;
+  std::string format = "text";
+  std::string noise_reduction = "none";
+  bool alignment = false;
+  bool skip_unknown = false;
+  bool equalise = false;
+  std::vector<std::string> audio_files;
+  RawFormat raw;
+  ModelFloors floors;
+  SearchWeights weights;
+  Beams beams;
+  ScorerOptions scoring;
+
+ private:
+  WordNetwork word_network() const;
+  Dictionary dictionary(const AcousticModel& model, const WordNetwork& network) const;
+};
+
+// The words of a file if there is one of that name, else of the text itself.
+std::vector<std::string> word_list(const std::string& text) {
+  std::string list = text;
+  if (std::filesystem::is_regular_file(text)) {
+    const std::vector<std::uint8_t> bytes = read_whole_file(text);
+    list.assign(bytes.begin(), bytes.end());
+  }
+  for (char& character : list) {
+    if (character == ',') character = ' ';
+  }
+  std::istringstream stream(list);
+  std::vector<std::string> words;
+  for (std::string word; stream >> word;) words.push_back(word);
+  return words;
+}
+
+WordNetwork RecogniseCommand::word_network() const {
+  if (grammar_file.empty() == words.empty()) throw Fault("recognise: give either --grammar or --words");
+  return grammar_file.empty() ? word_loop(word_list(words), "--words " + words)
+                              : grammar_network(read_grammar(grammar_file), rule);
+}
+
+Dictionary RecogniseCommand::dictionary(const AcousticModel& model, const WordNetwork& network) const {
+  const std::filesystem::path file =
+      dictionary_file.empty() ? find_model_dictionary(model.folder) : std::filesystem::path(dictionary_file);
+  if (file.empty()) throw Fault("recognise: the model " + model_name + " has no dictionary beside it, give --dict");
+  const auto vocabulary = network.vocabulary();
+  return Dictionary::read(file, &vocabulary);
+}
+
+// The words that were said, without silence and noise. A quoted token of a grammar can be several.
+std::vector<std::string> spoken_words(const Hypothesis& hypothesis, const SearchNetwork& network) {
+  std::vector<std::string> result;
+  for (const HypothesisWord& word : hypothesis.words) {
+    const SearchLabel& label = network.labels[static_cast<std::size_t>(word.label)];
+    std::istringstream parts(label.filler ? std::string() : label.word);
+    for (std::string part; parts >> part;) result.push_back(part);
+  }
+  return result;
+}
+
+void RecogniseCommand::run() const {
+  if (alignment && format == "tsv") throw Fault("recognise: --alignment is for the format text");
+  std::optional<WordRecogniser> word_model;
+  if (is_word_model_file(model_name)) word_model = word_recogniser(read_word_model(model_name), model_name);
+  WordNetwork words_allowed =
+      word_model && grammar_file.empty() && words.empty() ? word_loop(word_model->words, model_name) : word_network();
+  const AcousticModel model =
+      word_model ? word_model->acoustic : read_acoustic_model(find_model_folder(model_name), floors);
+  const Dictionary pronunciations =
+      word_model && dictionary_file.empty() ? word_model->dictionary : dictionary(model, words_allowed);
+  std::optional<References> references;
+  if (!reference_file.empty()) {
+    references = References::read(reference_file);
+    for (const std::string& file : audio_files) references->find(file);
+  }
+  if (skip_unknown) {
+    for (const std::string& word : remove_unpronounceable(words_allowed, pronunciations, model)) {
+      std::fprintf(stderr, "kivsr: the word \"%s\" cannot be pronounced and is left out\n", word.c_str());
+    }
+  }
+
+  std::optional<NoiseReduction> reduction;
+  if (noise_reduction != "none") reduction.emplace(model.features.front_end, noise_reduction_settings(noise_reduction));
+  const SearchNetwork network = build_search_network(words_allowed, pronunciations, model, weights);
+  const std::unique_ptr<Scorer> scorer = make_mixture_scorer(model, scoring);
+  if (equalise && !model.feature_steps.front_end) {
+    throw Fault("recognise: --equalise needs a model of cepstra, " + model_name + " was trained from features");
+  }
+  ViterbiSearch search(network, model, *scorer, beams);
+  RecogniseReport report(format == "tsv" ? ReportFormat::kTsv : ReportFormat::kText, references.has_value());
+  Progress progress("recognise", static_cast<int>(audio_files.size()));
+  for (const std::string& file : audio_files) {
+    progress.step(file);
+    const bool from_features = is_feature_file(file);
+    if (from_features && reduction) throw Fault(file + ": noise is reduced in audio, not in features");
+    Audio audio;
+    FeatureMatrix cepstra;
+    if (from_features) {
+      cepstra = read_front_end_rows(file, model.features.front_end);
+    } else if (!model.feature_steps.front_end) {
+      throw Fault(file + ": the model " + model_name + " was trained from features, not from audio");
+    } else {
+      audio = read_audio_at(file, model.features.front_end.sample_rate, raw);
+    }
+    const auto start = std::chrono::steady_clock::now();
+    if (reduction) {
+      cepstra = reduction->run(audio.samples);
+    } else if (!from_features) {
+      cepstra = FrontEnd(model.features.front_end).run(audio.samples);
+    }
+    if (equalise) equalise_utterance(cepstra, model.features.front_end);
+    const FeatureMatrix features = model.feature_steps.apply(cepstra);
+    if (features.height() == 0) throw Fault(file + ": shorter than one frame");
+    for (int frame = 0; frame < features.height(); ++frame) search.push(features.row(frame));
+    const Hypothesis hypothesis = search.finish();
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+
+    Utterance utterance;
+    utterance.file = file;
+    utterance.words = spoken_words(hypothesis, network);
+    utterance.score = hypothesis.score;
+    utterance.complete = hypothesis.complete;
+    utterance.audio_seconds =
+        from_features ? cepstra.height() * model.features.front_end.frame_seconds() : audio.seconds();
+    utterance.elapsed_seconds = elapsed.count();
+    if (references) {
+      utterance.reference = references->find(file);
+      utterance.errors = count_word_errors(utterance.reference, utterance.words);
+    }
+    if (alignment) {
+      const double seconds = model.features.front_end.frame_seconds();
+      for (const HypothesisWord& word : hypothesis.words) {
+        utterance.alignment.push_back({network.labels[static_cast<std::size_t>(word.label)].word,
+                                       word.first_frame * seconds, (word.last_frame + 1) * seconds});
+      }
+    }
+    progress.clear();
+    report.add(utterance);
+  }
+  report.finish();
+}
+
+}  // namespace
+
+void add_recognise(CLI::App& program) {
+  CLI::App* const command = program.add_subcommand("recognise", "Recognise the words of audio files");
+  const auto options = std::make_shared<RecogniseCommand>();
+  command
+      ->add_option(
+          "audio", options->audio_files,
+          "WAV, FLAC, ... or .raw (16-bit, one channel); or cepstra of the model's front end: .npy, .htk, .mfc "
+          "or .csv")
+      ->required();
+  command
+      ->add_option("--model", options->model_name,
+                   "Folder of the acoustic model, name of one that Debian installs, or file of a model of words")
+      ->capture_default_str();
+  command->add_option("--dict", options->dictionary_file,
+                      "Pronunciation dictionary (default: the one beside the model)");
+  command->add_option("--grammar", options->grammar_file, "What may be said: a grammar in JSGF");
+  command->add_option("--rule", options->rule, "Rule of the grammar to start with (default: all public rules)");
+  command->add_option("--words", options->words,
+                      "Words that may follow each other in any order: a file, or a list with commas");
+  command->add_flag("--skip-unknown", options->skip_unknown,
+                    "Leave out words without a pronunciation instead of stopping");
+  command->add_option("--reference", options->reference_file,
+                      "Transcriptions, lines \"words (utterance-id)\", to count word errors");
+  command->add_flag("--equalise", options->equalise,
+                    "Follow a channel that changes within an utterance (blind equalisation)");
+  command->add_option("--noise-reduction", options->noise_reduction, "none, mcra-wiener or mcra-emns")
+      ->check(CLI::IsMember({"none", "mcra-wiener", "mcra-emns"}))
+      ->capture_default_str();
+  command->add_flag("--alignment", options->alignment, "Print start and end of each word in seconds");
+  command->add_option("--format", options->format, "text or tsv")
+      ->check(CLI::IsMember({"text", "tsv"}))
+      ->capture_default_str();
+  command->add_option("--language-weight", options->weights.language_weight, "Factor of the grammar's log weights")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command->add_option("--insertion-penalty", options->weights.insertion_penalty, "Added to the log score for each word")
+      ->capture_default_str();
+  command->add_option("--silence-penalty", options->weights.silence_penalty, "Added to the log score for each silence")
+      ->capture_default_str();
+  command->add_option("--noise-penalty", options->weights.noise_penalty, "Added to the log score for each noise")
+      ->capture_default_str();
+  command->add_option("--beam", options->beams.state, "Log score behind the best at which a path is given up")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  command->add_option("--word-beam", options->beams.word, "The same between the ends of words")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  const std::map<std::string, ScoreArithmetic> arithmetics{{"float", ScoreArithmetic::kSinglePrecision},
+                                                           {"double", ScoreArithmetic::kDoublePrecision},
+                                                           {"16s", ScoreArithmetic::kSixteenBits}};
+  command->add_option("--arithmetic", options->scoring.arithmetic, "Of the Gaussians: float, double or 16s (16 bits)")
+      ->transform(CLI::CheckedTransformer(arithmetics))
+      ->option_text("NAME [float]");
+  command
+      ->add_option("--shortlist", options->scoring.shortlist,
+                   "Gaussians of each codebook and stream that are scored for a frame, 0: all")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command->add_option("--variance-floor", options->floors.variance, "Smallest variance of a Gaussian")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  command->add_option("--weight-floor", options->floors.mixture_weight, "Smallest mixture weight")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  add_raw_options(*command, options->raw);
+  command->callback([options] { options->run(); });
+}
+
+}  // namespace kivsr::program

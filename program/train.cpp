@@ -1,0 +1,309 @@
+// kivsr train: models of words, or a plain mixture, from lists of audio or feature files.
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "kivsr/speech/front/feature_input.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/feature_reader.h"
+#include "kivsr/speech/models/word_model_file.h"
+#include "kivsr/speech/train/start_model.h"
+#include "kivsr/speech/train/trainer.h"
+#include "program/front_end_options.h"
+#include "program/progress.h"
+#include "program/raw_options.h"
+#include "program/subcommands.h"
+
+namespace kivsr::program {
+
+namespace {
+
+struct TrainCommand {
+  explicit TrainCommand(CLI::App& command) : front_end(command) {}
+
+  void run();
+
+  FrontEndOptions front_end;
+  TrainingListFiles list;
+  std::string model_file;
+  bool plain_mixture = false;
+  bool resume = false;
+  std::string aligner_file;
+  double frames_per_state = 0.0;
+  int most_passes = -1;  // of this run; -1: all
+  std::string part_text;
+  std::string statistics_file;
+  std::vector<std::string> sum_files;
+  RawFormat raw;
+  ModelFeatures features;
+  std::string method = "baum-welch";
+  std::string start = "codebook";
+  TrainingSettings settings;
+  // Says of each setting given on the command line whether it is the stored one.
+  std::vector<std::function<void(const TrainingSettings&)>> comparisons;
+  CLI::Option* normalise_option = nullptr;
+  CLI::Option* dynamics_option = nullptr;
+
+ private:
+  void read_model();
+  void begin(const std::vector<TrainingItem>& items);
+  void train(const std::vector<TrainingItem>& items);
+  void write_part(const std::vector<TrainingItem>& items);
+  void sum_parts();
+  void load(const std::vector<TrainingItem>& items, int part = 0, int parts = 1);
+  Statistics add_up(bool warnings) const;
+  void complete_pass(const Statistics& statistics);
+
+  WordModel model_;
+  int pass_ = 0;
+  std::vector<TrainingUtterance> utterances_;
+};
+
+// "2/5" as the index 1 of 5.
+std::pair<int, int> parse_part(const std::string& text) {
+  int part = 0;
+  int parts = 0;
+  char rest = 0;
+  if (std::sscanf(text.c_str(), "%d/%d%c", &part, &parts, &rest) != 2 || part < 1 || parts < part || parts > 1000000) {
+    throw Fault("--part " + text + ": is not like 2/5");
+  }
+  return {part - 1, parts};
+}
+
+void TrainCommand::read_model() {
+  model_ = read_word_model(model_file);
+  const TrainingSettings stored = stored_settings(model_.training, model_file, pass_);
+  for (const auto& compare : comparisons) compare(stored);
+  const auto other = [&](const std::string& name) { return Fault(model_file + ": was begun with another --" + name); };
+  if (normalise_option->count() > 0 && features.normalisation != model_.features.normalisation) {
+    throw other("normalise");
+  }
+  if (dynamics_option->count() > 0 && features.dynamics != model_.features.dynamics) throw other("dynamics");
+  if (plain_mixture && !model_.plain_mixture) throw Fault(model_file + ": is a model of words, not a plain mixture");
+  settings = stored;
+}
+
+void check_list(const std::vector<TrainingItem>& items, const TrainingSettings& settings, const std::string& model) {
+  if (static_cast<double>(list_checksum(items)) != settings.list_checksum) {
+    throw Fault(model + ": was begun with another list of files or other transcripts");
+  }
+}
+
+void TrainCommand::begin(const std::vector<TrainingItem>& items) {
+  settings.list_checksum = static_cast<double>(list_checksum(items));
+  const auto is_audio = [](const TrainingItem& item) { return !is_feature_file(item.file); };
+  if (std::any_of(items.begin(), items.end(), is_audio)) {
+    features.front_end = front_end.parameters();
+    features.width = features.front_end->row_width();
+  } else {
+    features.width = read_feature_file(items.front().file, features.width).width;
+  }
+  std::optional<Aligner> aligner;
+  if (!aligner_file.empty()) aligner = Aligner{read_word_model(aligner_file), frames_per_state};
+  model_ = model_shape(features, items, plain_mixture, settings, aligner ? &*aligner : nullptr);
+  if (aligner) aligner->check_fits(model_);
+  load(items);
+  start_model(model_, utterances_, settings, aligner ? &*aligner : nullptr);
+  store_settings(settings, 0, model_.training);
+  double frames = 0.0;
+  for (const TrainingUtterance& utterance : utterances_) frames += utterance.features.height();
+  const int words = static_cast<int>(model_.units.size()) - (model_.silence() >= 0 ? 1 : 0);
+  std::printf("%d files, %.0f frames of %d values; %d %s, %d states\n", static_cast<int>(utterances_.size()), frames,
+              model_.dimension(), words, model_.plain_mixture ? "mixture" : "words",
+              static_cast<int>(model_.states.size()));
+  write_word_model(model_file, model_);
+}
+
+void TrainCommand::load(const std::vector<TrainingItem>& items, int part, int parts) {
+  Progress progress("read", static_cast<int>(items.size()) / parts);
+  const auto step = [&](const std::filesystem::path& file) { progress.step(file.string()); };
+  utterances_ = load_utterances(items, model_, raw, step, part, parts);
+}
+
+// With warnings a line on standard error names each utterance that cannot be used.
+Statistics TrainCommand::add_up(bool warnings) const {
+  Progress progress("train", static_cast<int>(utterances_.size()));
+  TrainingListener listener;
+  listener.begin = [&](const std::filesystem::path& file) { progress.step(file.string()); };
+  if (warnings) {
+    listener.left_out = [&](const std::filesystem::path& file, const std::string& reason) {
+      progress.clear();
+      std::fprintf(stderr, "kivsr: %s %s and is left out\n", file.c_str(), reason.c_str());
+    };
+  }
+  return collect(model_, utterances_, settings, listener);
+}
+
+void TrainCommand::complete_pass(const Statistics& statistics) {
+  const ReestimationReport report = finish_pass(model_, statistics, settings, pass_);
+  ++pass_;
+  write_word_model(model_file, model_);
+  int components = 0;
+  for (const MixtureState& state : model_.states) components += state.components();
+  std::printf(
+      "pass %d of %d: %.6f log likelihood a frame; %d components, floored %d variances and %d weights, merged %d\n",
+      pass_, settings.passes(), statistics.log_likelihood / statistics.frames, components, report.floored_variances,
+      report.floored_weights, report.merged_components);
+  if (report.unseen_states > 0 || statistics.skipped > 0.0) {
+    std::printf("  left out: %.0f utterances; not reached: %d states\n", statistics.skipped, report.unseen_states);
+  }
+  std::fflush(stdout);
+}
+
+void TrainCommand::train(const std::vector<TrainingItem>& items) {
+  if (resume && is_word_model_file(model_file)) {
+    read_model();
+    check_list(items, settings, model_file);
+    if (pass_ < settings.passes()) load(items);
+  } else {
+    begin(items);
+  }
+  const int first = pass_;
+  while (pass_ < settings.passes() && (most_passes < 0 || pass_ < first + most_passes)) {
+    prepare_pass(model_, settings, pass_);
+    complete_pass(add_up(pass_ == first));
+  }
+}
+
+void TrainCommand::write_part(const std::vector<TrainingItem>& items) {
+  const auto [part, parts] = parse_part(part_text);
+  if (statistics_file.empty()) throw Fault("train: --part needs --statistics, the file for its sums");
+  read_model();
+  check_list(items, settings, model_file);
+  if (pass_ >= settings.passes()) throw Fault(model_file + ": all its passes are done");
+  prepare_pass(model_, settings, pass_);
+  load(items, part, parts);
+  const Statistics statistics = add_up(true);
+  statistics.write(statistics_file);
+  std::printf("pass %d of %d, part %d of %d: %.0f utterances, %.0f frames\n", pass_ + 1, settings.passes(), part + 1,
+              parts, statistics.utterances, statistics.frames);
+}
+
+void TrainCommand::sum_parts() {
+  read_model();
+  if (pass_ >= settings.passes()) throw Fault(model_file + ": all its passes are done");
+  prepare_pass(model_, settings, pass_);
+  Statistics total(model_);
+  for (const std::string& file : sum_files) total.add(Statistics::read(file, model_));
+  complete_pass(total);
+}
+
+void TrainCommand::run() {
+  settings.viterbi = method == "viterbi";
+  settings.random_start = start == "random";
+  settings.validate();
+  if (!sum_files.empty()) {
+    if (!part_text.empty()) throw Fault("train: give either --part or --sum");
+    return sum_parts();
+  }
+  if (list.list.empty()) throw Fault("train: --list is needed, the files to train from");
+  const std::vector<TrainingItem> items = read_training_list(list, !plain_mixture);
+  if (part_text.empty()) {
+    train(items);
+  } else {
+    write_part(items);
+  }
+}
+
+template <class Value>
+CLI::Option* add_setting(CLI::App& command, const std::shared_ptr<TrainCommand>& options, const std::string& name,
+                         Value TrainingSettings::*member, const std::string& text) {
+  CLI::Option* const option =
+      command.add_option("--" + name, options->settings.*member, text)->capture_default_str()->group("Training");
+  options->comparisons.push_back([=, command = options.get()](const TrainingSettings& stored) {
+    if (option->count() > 0 && command->settings.*member != stored.*member) {
+      throw Fault(command->model_file + ": was begun with another --" + name);
+    }
+  });
+  return option;
+}
+
+void add_training_settings(CLI::App& command, const std::shared_ptr<TrainCommand>& options) {
+  using S = TrainingSettings;
+  const auto compare_switch = [&](CLI::Option* option, const std::string& name, bool S::*member) {
+    option->capture_default_str()->group("Training");
+    options->comparisons.push_back([=, train = options.get()](const S& stored) {
+      if (option->count() > 0 && train->settings.*member != stored.*member) {
+        throw Fault(train->model_file + ": was begun with another --" + name);
+      }
+    });
+  };
+  add_setting(command, options, "states", &S::states, "States of each word");
+  add_setting(command, options, "silence-states", &S::silence_states, "States of the silence between words; 0: none");
+  add_setting(command, options, "components", &S::components, "Most Gaussians of a state");
+  add_setting(command, options, "start-components", &S::start_components, "Gaussians of a state to start with");
+  add_setting(command, options, "iterations", &S::iterations, "Passes for each number of Gaussians");
+  compare_switch(command.add_option("--method", options->method, "All paths or the best path")
+                     ->check(CLI::IsMember({"baum-welch", "viterbi"})),
+                 "method", &S::viterbi);
+  compare_switch(command.add_option("--start", options->start, "Means of a trained codebook, or random frames")
+                     ->check(CLI::IsMember({"codebook", "random"})),
+                 "start", &S::random_start);
+  add_setting(command, options, "seed", &S::seed, "Of the random start");
+  add_setting(command, options, "variance-floor", &S::variance_floor, "Smallest variance");
+  add_setting(command, options, "variance-floor-share", &S::variance_floor_share,
+              "Smallest variance as a share of that of all frames");
+  add_setting(command, options, "variance-prior", &S::variance_prior,
+              "Frames that the mean variance of all words counts in each Gaussian");
+  add_setting(command, options, "weight-floor", &S::weight_floor, "Smallest weight of a Gaussian");
+  add_setting(command, options, "least-occupation", &S::least_occupation,
+              "Frames of a Gaussian below which it is merged with another");
+  add_setting(command, options, "split-distance", &S::split_distance,
+              "Standard deviations that the halves of a split Gaussian move");
+}
+
+}  // namespace
+
+void add_train(CLI::App& program) {
+  CLI::App* const command = program.add_subcommand("train", "Train a model of words, or a mixture, from files");
+  const auto options = std::make_shared<TrainCommand>(*command);
+  command->add_option("--model", options->model_file, "The model to write; with --resume, --part and --sum to read too")
+      ->required();
+  command->add_option("--list", options->list.list, "Files to train from, lines \"file word word ...\"");
+  command->add_option("--transcripts", options->list.transcripts,
+                      "Lines \"words (utterance-id)\"; the lines of the list are file names only");
+  command->add_option("--folder", options->list.folder, "Of the files of the list (default: that of the list)");
+  command->add_option("--extension", options->list.extension, "Added to the names of the list");
+  command->add_option("--align-with", options->aligner_file,
+                      "Start from where this model finds the words, not from an even spread");
+  command
+      ->add_option("--frames-per-state", options->frames_per_state,
+                   "With --align-with: states of each word by its duration there, one for so many frames")
+      ->check(CLI::PositiveNumber);
+  command->add_flag("--mixture", options->plain_mixture,
+                    "Train one mixture of all frames; nothing is said about words");
+  command->add_flag("--resume", options->resume, "Go on with the model if it is there");
+  command->add_option("--passes", options->most_passes, "Stop after so many passes; 0: after the start")
+      ->check(CLI::NonNegativeNumber);
+  command->add_option("--part", options->part_text, "Only add up part i of n of the list for the next pass: i/n");
+  command->add_option("--statistics", options->statistics_file, "File for the sums of --part");
+  command->add_option("--sum", options->sum_files, "Files of all parts: finish the pass with them");
+  const std::vector<std::pair<std::string, UtteranceNormalisation>> normalisations{
+      {"none", UtteranceNormalisation::kNone},
+      {"mean", UtteranceNormalisation::kMean},
+      {"mean-variance", UtteranceNormalisation::kMeanVariance}};
+  const std::vector<std::pair<std::string, UtteranceDynamics>> dynamics{
+      {"none", UtteranceDynamics::kNone}, {"differences", UtteranceDynamics::kDifferences}};
+  options->normalise_option =
+      command
+          ->add_option("--normalise", options->features.normalisation, "Of each utterance: none, mean or mean-variance")
+          ->transform(CLI::Transformer(normalisations))
+          ->default_str("mean");
+  options->dynamics_option = command->add_option("--dynamics", options->features.dynamics, "none or differences")
+                                 ->transform(CLI::Transformer(dynamics))
+                                 ->default_str("differences");
+  command->add_option("--mfc-width", options->features.width, "Values of a frame in .mfc files")
+      ->check(CLI::Range(1, 10000))
+      ->capture_default_str();
+  add_raw_options(*command, options->raw);
+  add_training_settings(*command, options);
+  command->callback([options] { options->run(); });
+}
+
+}  // namespace kivsr::program

@@ -1,0 +1,120 @@
+// kivsr vad: the segments of audio files that hold speech.
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "kivsr/speech/io/audio_file.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/output_file.h"
+#include "kivsr/speech/noise/speech_detector.h"
+#include "kivsr/speech/noise/speech_segments.h"
+#include "program/picture/feature_picture.h"
+#include "program/picture/speech_picture.h"
+#include "program/progress.h"
+#include "program/raw_options.h"
+#include "program/segment_report.h"
+#include "program/subcommands.h"
+
+namespace kivsr::program {
+
+namespace {
+
+const std::map<std::string, SegmentFormat> kFormats = {
+    {"text", SegmentFormat::kText}, {"csv", SegmentFormat::kCsv}, {"audacity", SegmentFormat::kAudacity}};
+const std::map<std::string, Arithmetic> kArithmetics = {{"float", Arithmetic::kSinglePrecision},
+                                                        {"16s", Arithmetic::kSixteenBits}};
+
+template <class Value>
+std::vector<std::string> names_of(const std::map<std::string, Value>& choices) {
+  std::vector<std::string> names;
+  for (const auto& [name, value] : choices) names.push_back(name);
+  return names;
+}
+
+struct VadCommand {
+  void run() const;
+
+  std::vector<std::string> audio_files;
+  std::string output_file;
+  std::string picture_file;
+  std::string format = "text";
+  std::string arithmetic = "float";
+  SegmentRules rules;
+  RawFormat raw;
+};
+
+void VadCommand::run() const {
+  const SegmentFormat chosen = kFormats.at(format);
+  if (audio_files.size() > 1 && chosen == SegmentFormat::kAudacity) {
+    throw Fault("vad: a label track belongs to one audio file");
+  }
+  if (!picture_file.empty()) {
+    if (audio_files.size() > 1) throw Fault("vad: --picture shows one audio file");
+    check_picture_name(picture_file);
+  }
+  SpeechDetector detector(kArithmetics.at(arithmetic));
+  std::string lines = segment_header(chosen);
+  std::optional<OutputFile> picture;
+  Progress progress("vad", static_cast<int>(audio_files.size()));
+  for (const std::string& file : audio_files) {
+    progress.step(file);
+    const Audio audio = read_audio_at(file, kAuroraRate, raw);
+    const std::vector<bool> speech = detector.run(audio.samples);
+    const std::vector<float> decibels = frame_decibels(audio.samples);
+    const auto segments = speech_segments(speech, decibels, audio.seconds(), rules);
+    lines += segment_lines(file, segments, audio.seconds(), chosen);
+    if (picture_file.empty()) continue;
+    if (speech.empty()) throw Fault(file + ": shorter than one frame of 10 ms");
+    draw_speech(picture.emplace(picture_file), std::filesystem::path(file).filename(), audio, decibels, speech,
+                segments);
+  }
+  progress.clear();
+  if (output_file.empty()) {
+    std::fwrite(lines.data(), 1, lines.size(), stdout);
+  } else {
+    OutputFile output(output_file);
+    output.write(lines);
+    output.commit();
+  }
+  if (picture) picture->commit();
+}
+
+}  // namespace
+
+void add_vad(CLI::App& program) {
+  CLI::App* const command = program.add_subcommand("vad", "Find the segments of audio files that hold speech");
+  const auto options = std::make_shared<VadCommand>();
+  command->add_option("audio", options->audio_files, "WAV, FLAC, ... or .raw (16-bit, one channel)")->required();
+  command->add_option("-o,--output", options->output_file, "File to write (default: standard output)");
+  command->add_option("--format", options->format, "text, csv, or audacity: a label track")
+      ->check(CLI::IsMember(names_of(kFormats)))
+      ->capture_default_str();
+  command->add_option("--picture", options->picture_file, "PNG with waveform, energy and segments");
+  command->add_option("--arithmetic", options->arithmetic, "Form of the detector: float or 16s")
+      ->check(CLI::IsMember(names_of(kArithmetics)))
+      ->capture_default_str();
+  command->add_option("--minimum-pause", options->rules.minimum_pause, "Close shorter pauses, s")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command->add_option("--minimum-speech", options->rules.minimum_speech, "Drop shorter segments, s")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command
+      ->add_option("--trim", options->rules.trim,
+                   "Cut frames this far below the loudest of their segment, dB (0: none)")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command->add_option("--margin", options->rules.margin, "But keep those so close to a louder one, s")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  add_raw_options(*command, options->raw);
+  command->callback([options] { options->run(); });
+}
+
+}  // namespace kivsr::program

@@ -1,0 +1,23 @@
+// Scores states by their Gaussian mixtures: the Gaussians of a codebook once a frame, and only if a state asks for
+// them; then for each state and stream the log-sum of log weight and log likelihood. The streams add up.
+// Next: stream_gaussians.h for the three arithmetics, shortlist.h for the choice of the Gaussians that are scored.
+#pragma once
+
+#include <memory>
+
+#include "kivsr/speech/decode/scorer.h"
+#include "kivsr/speech/models/acoustic_model.h"
+
+namespace kivsr::speech {
+
+enum class ScoreArithmetic { kSinglePrecision, kDoublePrecision, kSixteenBits };
+
+struct ScorerOptions {
+  ScoreArithmetic arithmetic = ScoreArithmetic::kSinglePrecision;
+  int shortlist = 0;  // Gaussians of each codebook and stream that are scored for a frame; 0: all
+};
+
+// The model has to outlive its scorer.
+std::unique_ptr<Scorer> make_mixture_scorer(const AcousticModel& model, const ScorerOptions& options = {});
+
+}  // namespace kivsr::speech

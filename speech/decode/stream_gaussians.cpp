@@ -1,0 +1,148 @@
+#include "kivsr/speech/decode/stream_gaussians.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace kivsr::speech {
+namespace {
+
+constexpr int kGroup = 8;           // elements that 16-bit scores take at once
+constexpr int kDeviationBits = 10;  // 2^10 <= standard deviation of a quantised feature < 2^11
+constexpr int kMedianBits = 8;      // 2^8 <= median of the quantised inverse variances < 2^9
+
+// p of every feature.
+std::vector<int> feature_exponents(const ModelStream& stream) {
+  const auto length = static_cast<std::size_t>(stream.length);
+  const auto rows = static_cast<int>(stream.means.size() / length);
+  std::vector<float> variances(stream.inverse_variances);
+  for (float& value : variances) value = 1.0F / value;
+  std::vector<float> within(length);
+  check(kivsMeanColumn_32f_D2(variances.data(), rows, stream.length, within.data(), stream.length),
+        "kivsMeanColumn_32f_D2");
+  std::vector<float> mean(length);
+  std::vector<float> between(length, 0.0F);
+  if (rows > 1) {
+    check(
+        kivsMeanVarColumn_32f_D2(stream.means.data(), rows, stream.length, mean.data(), between.data(), stream.length),
+        "kivsMeanVarColumn_32f_D2");
+  }
+  std::vector<int> exponents;
+  for (std::size_t i = 0; i < length; ++i) {
+    exponents.push_back(kDeviationBits - std::ilogb(std::sqrt(within[i] + std::max(between[i], 0.0F))));
+  }
+  return exponents;
+}
+
+// Rows of length values, each multiplied by its factor and by 2^exponent, in rows of step elements.
+std::vector<std::int16_t> quantise_rows(const std::vector<float>& rows, const std::vector<float>& factors, int exponent,
+                                        int step) {
+  const std::size_t length = factors.size();
+  const std::size_t height = rows.size() / length;
+  std::vector<std::int16_t> result(height * static_cast<std::size_t>(step));
+  std::vector<float> scaled(length);
+  for (std::size_t row = 0; row < height; ++row) {
+    check(kivsMul_32f(&rows[row * length], factors.data(), scaled.data(), static_cast<int>(length)), "kivsMul_32f");
+    check(kivsConvert_32f16s_Sfs(scaled.data(), &result[row * static_cast<std::size_t>(step)], static_cast<int>(length),
+                                 kivRndNear, -exponent),
+          "kivsConvert_32f16s_Sfs");
+  }
+  return result;
+}
+
+}  // namespace
+
+template <class Arithmetic>
+StreamGaussians<Arithmetic>::StreamGaussians(const AcousticModel& model, const ModelStream& stream)
+    : offset_(stream.offset),
+      length_(stream.length),
+      step_(stream.length),
+      count_(static_cast<std::size_t>(model.densities)),
+      mean_rows_(count_),
+      inverse_variance_rows_(count_),
+      listed_normalisers_(count_) {
+  load(stream);
+  for (const float weight : stream.log_weights) log_weights_.push_back(std::max(weight, kLowestLogWeight));
+  frame_.resize(static_cast<std::size_t>(step_));
+}
+
+template <class Arithmetic>
+void StreamGaussians<Arithmetic>::load(const ModelStream& stream) {
+  means_.assign(stream.means.begin(), stream.means.end());
+  inverse_variances_.assign(stream.inverse_variances.begin(), stream.inverse_variances.end());
+  normalisers_.assign(stream.normalisers.begin(), stream.normalisers.end());
+}
+
+template <>
+void StreamGaussians<ShortArithmetic>::load(const ModelStream& stream) {
+  const auto length = static_cast<std::size_t>(length_);
+  step_ = (length_ + kGroup - 1) / kGroup * kGroup;
+  std::vector<float> inverse_squares;  // 4^-p
+  for (const int exponent : feature_exponents(stream)) {
+    feature_scales_.push_back(std::ldexp(1.0F, exponent));
+    inverse_squares.push_back(std::ldexp(1.0F, -2 * exponent));
+  }
+  scaled_frame_.resize(length);
+  means_ = quantise_rows(stream.means, feature_scales_, 0, step_);
+
+  std::vector<float> sorted(stream.inverse_variances);
+  for (std::size_t i = 0; i < sorted.size(); ++i) sorted[i] *= inverse_squares[i % length];
+  const auto median = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
+  std::nth_element(sorted.begin(), median, sorted.end());
+  scale_factor_ = kMedianBits - std::ilogb(*median);
+  inverse_variances_ = quantise_rows(stream.inverse_variances, inverse_squares, scale_factor_, step_);
+
+  // ln of the inverse variances in the model's units: 2^-q w 4^p
+  std::vector<float> row(length);
+  for (std::size_t first = 0; first < inverse_variances_.size(); first += static_cast<std::size_t>(step_)) {
+    for (std::size_t i = 0; i < length; ++i) {
+      std::int16_t& value = inverse_variances_[first + i];
+      value = std::max<std::int16_t>(value, 1);
+      row[i] = std::ldexp(static_cast<float>(value), -scale_factor_) / inverse_squares[i];
+    }
+    float sum = 0.0F;
+    check(kivsSumLn_32f(row.data(), length_, &sum), "kivsSumLn_32f");
+    normalisers_.push_back(0.5F * (sum - static_cast<float>(length_ * std::log(2.0 * std::numbers::pi))));
+  }
+}
+
+template <class Arithmetic>
+void StreamGaussians<Arithmetic>::set_frame(std::span<const float> frame) {
+  const auto slice = frame.subspan(static_cast<std::size_t>(offset_), static_cast<std::size_t>(length_));
+  if constexpr (std::is_same_v<Element, std::int16_t>) {
+    check(kivsMul_32f(slice.data(), feature_scales_.data(), scaled_frame_.data(), length_), "kivsMul_32f");
+    check(kivsConvert_32f16s_Sfs(scaled_frame_.data(), frame_.data(), length_, kivRndNear, 0),
+          "kivsConvert_32f16s_Sfs");
+  } else {
+    std::copy(slice.begin(), slice.end(), frame_.begin());
+  }
+}
+
+template <class Arithmetic>
+void StreamGaussians<Arithmetic>::score(int codebook, Score* scores) const {
+  const std::size_t first = static_cast<std::size_t>(codebook) * count_;
+  const std::size_t offset = first * static_cast<std::size_t>(step_);
+  std::fill_n(scores, count_, static_cast<Score>(kLowestLikelihood));
+  call("kivsLogGaussMaxMultiMix_D2", Arithmetic::rows, means_.data() + offset, inverse_variances_.data() + offset,
+       step_, frame_.data(), step_, normalisers_.data() + first, scores, static_cast<int>(count_));
+}
+
+template <class Arithmetic>
+void StreamGaussians<Arithmetic>::score(int codebook, std::span<const std::uint16_t> list, Score* scores) {
+  const std::size_t first = static_cast<std::size_t>(codebook) * count_;
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    const std::size_t row = first + list[i];
+    mean_rows_[i] = means_.data() + row * static_cast<std::size_t>(step_);
+    inverse_variance_rows_[i] = inverse_variances_.data() + row * static_cast<std::size_t>(step_);
+    listed_normalisers_[i] = normalisers_[row];
+    scores[i] = static_cast<Score>(kLowestLikelihood);
+  }
+  call("kivsLogGaussMaxMultiMix_D2L", Arithmetic::listed_rows, mean_rows_.data(), inverse_variance_rows_.data(),
+       frame_.data(), step_, listed_normalisers_.data(), scores, static_cast<int>(list.size()));
+}
+
+template class StreamGaussians<FloatArithmetic>;
+template class StreamGaussians<DoubleArithmetic>;
+template class StreamGaussians<ShortArithmetic>;
+
+}  // namespace kivsr::speech

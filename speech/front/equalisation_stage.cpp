@@ -1,0 +1,108 @@
+#include "kivsr/speech/front/equalisation_stage.h"
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <utility>
+
+#include "kivsr/speech/io/fault.h"
+
+namespace kivsr::speech {
+
+namespace {
+
+std::size_t equalised_count(const FrontEndParameters& parameters) {
+  if (parameters.output == Output::kLogMel) throw Fault("features: the equalisation is for cepstra");
+  return static_cast<std::size_t>(parameters.output == Output::kLpcCepstra ? parameters.prediction_order
+                                                                           : parameters.cepstrum_count - 1);
+}
+
+bool has_zeroth(const FrontEndParameters& parameters) {
+  return parameters.output == Output::kCepstra && parameters.zeroth != ZerothCepstrum::kNone;
+}
+
+// The column of c1.
+int first_equalised(const FrontEndParameters& parameters) {
+  return has_zeroth(parameters) && parameters.zeroth == ZerothCepstrum::kFirst ? 1 : 0;
+}
+
+// Of the mean of the logarithms of the filters' energies to c0.
+float zeroth_factor(const FrontEndParameters& parameters) {
+  const auto filters = static_cast<float>(parameters.filter_count);
+  const float per_amplitude = parameters.spectrum == Spectrum::kPower ? 1.0F : 2.0F;
+  switch (parameters.transform) {
+    case Transform::kDct: return per_amplitude / std::sqrt(filters);
+    case Transform::kLegacy: return per_amplitude;
+    case Transform::kHtk: return per_amplitude / std::sqrt(2.0F * filters);
+    default: return per_amplitude / filters;
+  }
+}
+
+std::vector<float> of_length(std::vector<float> values, std::size_t count, const char* name) {
+  if (values.empty()) values.assign(count, 0.0F);
+  if (values.size() != count) {
+    throw Fault(std::string("features: the ") + name + " of the equalisation has " + std::to_string(values.size()) +
+                " values, not " + std::to_string(count));
+  }
+  for (const float value : values) {
+    if (!std::isfinite(value)) throw Fault(std::string("features: the ") + name + " of the equalisation is not finite");
+  }
+  return values;
+}
+
+}  // namespace
+
+EqualisationStage::EqualisationStage(const FrontEndParameters& parameters, std::vector<float> reference,
+                                     std::vector<float> bias)
+    : parameters_(parameters),
+      reference_(of_length(std::move(reference), equalised_count(parameters), "reference")),
+      first_bias_(of_length(std::move(bias), reference_.size(), "bias")),
+      bias_(first_bias_) {}
+
+float EqualisationStage::log_energy(std::span<const float> row) const {
+  if (parameters_.energy) return row.back();
+  if (!has_zeroth(parameters_)) return std::numeric_limits<float>::max();
+  return zeroth_factor(parameters_) * (parameters_.zeroth == ZerothCepstrum::kFirst ? row.front() : row.back());
+}
+
+void EqualisationStage::push(const FeatureMatrix& rows, FeatureMatrix& result) {
+  const int first = first_equalised(parameters_);
+  if (reference_.empty()) append_rows(rows.values, result);
+  for (int t = 0; t < rows.height() && !reference_.empty(); ++t) {
+    append_rows(rows.row(t), result);
+    check(kivsBlindEqualization_Aurora_32f(reference_.data(), result.row(result.height() - 1).data() + first,
+                                           bias_.data(), static_cast<int>(bias_.size()), log_energy(rows.row(t))),
+          "kivsBlindEqualization_Aurora_32f");
+  }
+}
+
+void EqualisationStage::finish(FeatureMatrix&) { bias_ = first_bias_; }
+
+void EqualisationStage::run(FeatureMatrix& rows) {
+  FeatureMatrix result{rows.width, {}};
+  push(rows, result);
+  finish(result);
+  rows = std::move(result);
+}
+
+std::unique_ptr<RowStage> make_equalisation_stage(const FeatureParameters& parameters) {
+  if (!parameters.equalise) return nullptr;
+  return std::make_unique<EqualisationStage>(parameters.front_end, parameters.equalisation_reference);
+}
+
+void equalise_utterance(FeatureMatrix& cepstra, const FrontEndParameters& parameters) {
+  if (cepstra.height() == 0) return;
+  std::vector<float> mean(static_cast<std::size_t>(cepstra.width));
+  check(kivsMeanColumn_32f_D2(cepstra.values.data(), cepstra.height(), cepstra.width, mean.data(), cepstra.width),
+        "kivsMeanColumn_32f_D2");
+  const auto first = mean.begin() + first_equalised(parameters);
+  const auto count = static_cast<std::ptrdiff_t>(equalised_count(parameters));
+  EqualisationStage(parameters, {}, {first, first + count}).run(cepstra);
+}
+
+std::vector<float> aurora_reference_cepstrum() {
+  return {-6.618909F, 0.198269F,  -0.740308F, 0.055132F, -0.227086F, 0.144280F,
+          -0.112451F, -0.146940F, -0.327466F, 0.134571F, 0.027884F,  -0.114905F};
+}
+
+}  // namespace kivsr::speech

@@ -1,0 +1,180 @@
+#include "kivsr/speech/front/noise_reduction.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+#include "kivsr/speech/front/front_end.h"
+#include "kivsr/speech/front/spectrum_filter.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/noise/mcra_noise.h"
+
+namespace kivsr::speech {
+
+namespace {
+
+constexpr float kSmallestPower = 1e-3F;
+
+FeatureMatrix zeros(int height, int width) {
+  FeatureMatrix rows;
+  rows.width = width;
+  rows.values.assign(static_cast<std::size_t>(height) * static_cast<std::size_t>(width), 0.0F);
+  return rows;
+}
+
+void add(std::span<const float> source, std::span<float> sum) {
+  check(kivsAdd_32f_I(source.data(), sum.data(), static_cast<int>(sum.size())), "kivsAdd_32f_I");
+}
+
+void scale(float factor, std::span<float> values) {
+  check(kivsMulC_32f_I(factor, values.data(), static_cast<int>(values.size())), "kivsMulC_32f_I");
+}
+
+// Adds MCRA's estimate for each row to noise. The rows are visited from first on in steps of 1 or -1.
+void add_estimate(McraNoise& mcra, const FeatureMatrix& power, int first_frames, int first, int step,
+                  FeatureMatrix& noise) {
+  const int height = power.height();
+  const int count = std::min(first_frames, height);
+  std::vector<float> mean(static_cast<std::size_t>(power.width), 0.0F);
+  for (int i = 0; i < count; ++i) add(power.row(first + step * i), mean);
+  scale(1.0F / static_cast<float>(count), mean);
+  mcra.begin(mean);
+  for (int i = 0; i < height; ++i) add(mcra.update(power.row(first + step * i)), noise.row(first + step * i));
+}
+
+// Each value becomes the mean of itself and those beside it.
+void average_neighbours(std::span<float> values, std::span<float> work) {
+  const int count = static_cast<int>(values.size());
+  if (count < 2) return;
+  std::copy(values.begin(), values.end(), work.begin());
+  add(work.first(work.size() - 1), values.subspan(1));
+  add(work.subspan(1), values.first(values.size() - 1));
+  if (count > 2) scale(1.0F / 3.0F, values.subspan(1, values.size() - 2));
+  values.front() *= 0.5F;
+  values.back() *= 0.5F;
+}
+
+}  // namespace
+
+NoiseReductionSettings noise_reduction_settings(const std::string& method) {
+  if (method == "mcra-wiener") return {.gain = {.rule = GainRule::kWiener, .memory = 0.75F, .floor = 0.1F}};
+  if (method == "mcra-emns") return {.gain = {.rule = GainRule::kEmns, .memory = 0.75F, .floor = 0.1F}};
+  throw Fault("no method '" + method + "' of noise reduction");
+}
+
+std::vector<std::string> noise_reduction_methods() { return {"mcra-wiener", "mcra-emns"}; }
+
+NoiseReduction::NoiseReduction(const FrontEndParameters& parameters, const NoiseReductionSettings& settings)
+    : parameters_(parameters), settings_(settings) {
+  McraNoise(parameters.sample_rate, parameters.fft_length, parameters.shift);  // for its faults
+  int order = 0;
+  KivsFBankState_32f* filters = nullptr;
+  check(kivsMelFBankInitAlloc_32f(&filters, &order, parameters.fft_length, static_cast<float>(parameters.sample_rate),
+                                  parameters.low_frequency, parameters.high_frequency, parameters.filter_count,
+                                  parameters.mel_multiplier, parameters.mel_divisor, KIV_FBANK_BINWEIGHT),
+        "kivsMelFBankInitAlloc_32f");
+  filters_.reset(filters);
+
+  // The weights of a bin in the bands, as the bank itself gives them for a spectrum of that bin alone. Bins below the
+  // bank go with its first band, those above it with its last.
+  const auto bands = static_cast<std::size_t>(parameters.filter_count);
+  const auto bins = static_cast<std::size_t>(parameters.fft_length / 2 + 1);
+  spread_.assign(bands * bins, 0.0F);
+  std::vector<float> single(bins, 0.0F);
+  std::vector<float> weights(bands);
+  std::size_t next = 0;  // band of bins that no filter takes
+  for (std::size_t bin = 0; bin < bins; ++bin) {
+    single[bin] = 1.0F;
+    check(kivsEvalFBank_32f(single.data(), weights.data(), filters_.get()), "kivsEvalFBank_32f");
+    single[bin] = 0.0F;
+    float sum = 0.0F;
+    check(kivsSum_32f(weights.data(), static_cast<int>(bands), &sum, 0), "kivsSum_32f");
+    if (sum > 0.0F) {
+      next = bands - 1;
+    } else {
+      weights[next] = sum = 1.0F;
+    }
+    for (std::size_t band = 0; band < bands; ++band) spread_[band * bins + bin] = weights[band] / sum;
+  }
+}
+
+FeatureMatrix NoiseReduction::bands_of(const FeatureMatrix& power) const {
+  FeatureMatrix bands = zeros(power.height(), parameters_.filter_count);
+  for (int t = 0; t < power.height(); ++t) {
+    check(kivsEvalFBank_32f(power.row(t).data(), bands.row(t).data(), filters_.get()), "kivsEvalFBank_32f");
+  }
+  return bands;
+}
+
+// The mean of two estimates: one follows the utterance forwards, the other backwards, so that each makes up for what
+// the other does not know yet after its start and after a change.
+FeatureMatrix NoiseReduction::noise_of(const FeatureMatrix& power) const {
+  const int height = power.height();
+  const int first = std::max(1, static_cast<int>(std::lround(settings_.first_seconds / parameters_.frame_seconds())));
+  McraNoise mcra(parameters_.sample_rate, parameters_.fft_length, parameters_.shift);
+  FeatureMatrix noise = zeros(height, power.width);
+  add_estimate(mcra, power, first, 0, 1, noise);
+  add_estimate(mcra, power, first, height - 1, -1, noise);
+  scale(0.5F, noise.values);
+  return noise;
+}
+
+FeatureMatrix NoiseReduction::smoothed(const FeatureMatrix& bands) const {
+  const int reach = static_cast<int>(std::lround(settings_.smoothing_seconds / parameters_.frame_seconds()));
+  const int height = bands.height();
+  FeatureMatrix means = zeros(height, bands.width);
+  for (int t = 0; t < height; ++t) {
+    const int first = std::max(0, t - reach);
+    const int last = std::min(height - 1, t + reach);
+    for (int i = first; i <= last; ++i) add(bands.row(i), means.row(t));
+    scale(1.0F / static_cast<float>(last - first + 1), means.row(t));
+  }
+  return means;
+}
+
+void NoiseReduction::reduce(FeatureMatrix& power) const {
+  if (power.height() == 0) return;
+  const FeatureMatrix bands = bands_of(power);
+  FeatureMatrix noise = smoothed(bands_of(noise_of(power)));
+  const int count = bands.width;
+  SuppressionGain suppression(count, settings_.gain);
+  std::vector<float> gains(static_cast<std::size_t>(count));
+  std::vector<float> neighbours(gains.size());
+  std::vector<float> divisor(gains.size());
+  std::vector<float> factors(static_cast<std::size_t>(power.width));
+  for (int t = 0; t < power.height(); ++t) {
+    float* const residual = noise.row(t).data();
+    suppression.run(bands.row(t), noise.row(t), gains);
+    average_neighbours(gains, neighbours);
+    // Of the power of a band stays gain^2 + residual * noise / power.
+    check(kivsMul_32f(gains.data(), gains.data(), gains.data(), count), "kivsMul_32f");
+    check(kivsSet_32f(kSmallestPower, divisor.data(), count), "kivsSet_32f");
+    check(kivsMaxEvery_32f_I(bands.row(t).data(), divisor.data(), count), "kivsMaxEvery_32f_I");
+    check(kivsDiv_32f_I(divisor.data(), residual, count), "kivsDiv_32f_I");
+    check(kivsMulC_32f_I(settings_.residual, residual, count), "kivsMulC_32f_I");
+    check(kivsAdd_32f_I(residual, gains.data(), count), "kivsAdd_32f_I");
+    check(kivsVecMatMul_32f_D2(gains.data(), spread_.data(), power.width, count, factors.data(), power.width),
+          "kivsVecMatMul_32f_D2");
+    check(kivsMul_32f(factors.data(), power.row(t).data(), power.row(t).data(), power.width), "kivsMul_32f");
+  }
+}
+
+FeatureMatrix NoiseReduction::run(std::span<const float> samples) const {
+  SpectrumRecorder recorder;
+  FrontEnd(parameters_, &recorder).run(samples);
+  FeatureMatrix& spectra = recorder.spectra;
+  const bool magnitudes = parameters_.spectrum == Spectrum::kMagnitude;
+  if (magnitudes) {
+    std::transform(spectra.values.begin(), spectra.values.end(), spectra.values.begin(),
+                   [](float magnitude) { return magnitude * magnitude; });
+  }
+  reduce(spectra);
+  if (magnitudes) {
+    std::transform(spectra.values.begin(), spectra.values.end(), spectra.values.begin(),
+                   [](float power) { return std::sqrt(power); });
+  }
+  SpectrumPlayer player(spectra);
+  return FrontEnd(parameters_, &player).run(samples);
+}
+
+}  // namespace kivsr::speech

@@ -1,0 +1,51 @@
+// A binary file held in memory and read field by field. Every read is checked against the end of the file, and every
+// fault names the file and what was being read. Next: s3_file.h and sendump.h, the formats built on it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kivsr::speech {
+
+// The whole content of a file; throws Fault if there is none.
+std::vector<std::uint8_t> read_whole_file(const std::filesystem::path& file);
+
+class BinaryFile {
+ public:
+  explicit BinaryFile(std::filesystem::path file);
+
+  // Words are little-endian until told otherwise.
+  void set_big_endian(bool big_endian) { big_endian_ = big_endian; }
+  bool big_endian() const { return big_endian_; }
+
+  std::uint32_t read_word(std::string_view what);
+  std::int32_t read_count(std::string_view what);  // a word that must not be negative
+  std::uint16_t read_half_word(std::string_view what);
+  std::string read_line(std::string_view what);    // up to the line feed, which is consumed
+  std::string read_string(std::string_view what);  // up to the zero byte, which is consumed
+  std::span<const std::uint8_t> read_bytes(std::int64_t count, std::string_view what);
+
+  // Faults unless the file holds that many more bytes: call it before memory is taken for what a header promises.
+  void require(std::int64_t count, std::string_view what) const;
+  void expect_end() const;
+
+  std::size_t position() const { return position_; }
+  std::size_t size() const { return bytes_.size(); }
+  std::string name() const { return file_.string(); }
+  [[noreturn]] void fail(const std::string& message) const;
+
+ private:
+  std::string read_until(char end, std::string_view what);
+
+  std::filesystem::path file_;
+  std::vector<std::uint8_t> bytes_;
+  std::size_t position_ = 0;
+  bool big_endian_ = false;
+};
+
+}  // namespace kivsr::speech

@@ -1,0 +1,33 @@
+#include "kivsr/speech/io/number_text.h"
+
+#include <charconv>
+
+namespace kivsr::speech {
+
+namespace {
+
+template <class Value, class... Format>
+std::string text_of(Value value, Format... format) {
+  char text[64];
+  return {text, std::to_chars(text, text + sizeof text, value, format...).ptr};
+}
+
+template <class Value>
+bool read(const std::string& text, Value& value) {
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  return error == std::errc() && stop == end;
+}
+
+}  // namespace
+
+std::string number_text(double value, int digits) { return text_of(value, std::chars_format::general, digits); }
+
+std::string exact_text(float value) { return text_of(value); }
+std::string exact_text(double value) { return text_of(value); }
+
+bool read_number(const std::string& text, float& value) { return read(text, value); }
+bool read_number(const std::string& text, double& value) { return read(text, value); }
+bool read_number(const std::string& text, int& value) { return read(text, value); }
+
+}  // namespace kivsr::speech

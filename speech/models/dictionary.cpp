@@ -1,0 +1,57 @@
+#include "kivsr/speech/models/dictionary.h"
+
+#include <algorithm>
+
+#include "kivsr/speech/io/binary_file.h"
+#include "kivsr/speech/io/fault.h"
+
+namespace kivsr::speech {
+namespace {
+
+constexpr std::string_view kSpace = " \t\r";
+
+// Takes the next word off the line; empty at its end.
+std::string_view take_word(std::string_view& line) {
+  line.remove_prefix(std::min(line.find_first_not_of(kSpace), line.size()));
+  const std::string_view word = line.substr(0, line.find_first_of(kSpace));
+  line.remove_prefix(word.size());
+  return word;
+}
+
+}  // namespace
+
+std::string_view base_word(std::string_view word) {
+  if (word.empty() || word.back() != ')') return word;
+  const std::size_t open = word.rfind('(');
+  if (open == std::string_view::npos || open == 0 || open + 2 >= word.size()) return word;
+  const std::string_view number = word.substr(open + 1, word.size() - open - 2);
+  return number.find_first_not_of("0123456789") == std::string_view::npos ? word.substr(0, open) : word;
+}
+
+Dictionary Dictionary::read(const std::filesystem::path& path, const std::set<std::string, std::less<>>* wanted) {
+  const std::vector<std::uint8_t> bytes = read_whole_file(path);
+  std::string_view rest(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  Dictionary result;
+  result.file_ = path;
+  for (int number = 1; !rest.empty(); ++number) {
+    std::string_view line = rest.substr(0, rest.find('\n'));
+    rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    if (line.starts_with(";;") || line.starts_with("##")) continue;
+    const std::string_view word = base_word(take_word(line));
+    if (word.empty() || (wanted != nullptr && !wanted->contains(word))) continue;
+    Pronunciation phones;
+    for (std::string_view phone = take_word(line); !phone.empty(); phone = take_word(line)) phones.emplace_back(phone);
+    if (phones.empty()) {
+      throw Fault(path.string() + ":" + std::to_string(number) + ": no phones after \"" + std::string(word) + "\"");
+    }
+    result.words_[std::string(word)].push_back(std::move(phones));
+  }
+  return result;
+}
+
+const std::vector<Pronunciation>* Dictionary::find(std::string_view word) const {
+  const auto found = words_.find(word);
+  return found == words_.end() ? nullptr : &found->second;
+}
+
+}  // namespace kivsr::speech

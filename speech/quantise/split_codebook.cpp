@@ -1,0 +1,249 @@
+#include "kivsr/speech/quantise/split_codebook.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <utility>
+
+#include "kivsr/speech/io/binary_file.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/little_endian.h"
+
+namespace kivsr::speech {
+
+namespace {
+
+constexpr std::string_view kMagic = "KVQB";
+constexpr std::uint32_t kVersion = 1;
+constexpr int kMostCodewords = 1 << kMostSplitBits;
+constexpr int kMostColumns = 65535;  // the header of a stream has 16 bits for them
+// Rows are packed a block at a time; blocks of a multiple of eight rows start on a byte.
+constexpr int kBlockRows = 4096;
+
+int index_bits(int count) { return std::bit_width(static_cast<unsigned>(count - 1)); }
+
+// Rows with the columns in the order of the groups, and back.
+FeatureMatrix gather(const FeatureMatrix& rows, const std::vector<int>& order, int first, int count) {
+  FeatureMatrix gathered;
+  gathered.width = static_cast<int>(order.size());
+  gathered.values.reserve(order.size() * static_cast<std::size_t>(count));
+  for (int r = first; r < first + count; ++r) {
+    for (const int column : order) gathered.values.push_back(rows.row(r)[static_cast<std::size_t>(column)]);
+  }
+  return gathered;
+}
+
+void scatter(const FeatureMatrix& gathered, const std::vector<int>& order, FeatureMatrix& rows) {
+  for (int r = 0; r < gathered.height(); ++r) {
+    const std::size_t start = rows.values.size();
+    rows.values.resize(start + order.size());
+    for (std::size_t i = 0; i < order.size(); ++i) {
+      rows.values[start + static_cast<std::size_t>(order[i])] = gathered.row(r)[i];
+    }
+  }
+}
+
+std::vector<float> read_floats(BinaryFile& file, std::int64_t count, const char* what) {
+  file.require(4 * count, what);
+  std::vector<float> values(static_cast<std::size_t>(count));
+  for (float& value : values) {
+    value = std::bit_cast<float>(file.read_word(what));
+    if (!std::isfinite(value)) file.fail(std::string(what) + ": not a finite number");
+  }
+  return values;
+}
+
+}  // namespace
+
+RowKind::RowKind(const FrontEndParameters& parameters)
+    : sample_rate(parameters.sample_rate),
+      shift(parameters.shift),
+      output(parameters.output),
+      zeroth(parameters.zeroth),
+      energy(parameters.energy) {}
+
+FrontEndParameters RowKind::parameters(int width) const {
+  FrontEndParameters result;
+  result.sample_rate = sample_rate;
+  result.shift = shift;
+  result.output = output;
+  result.zeroth = zeroth;
+  result.energy = energy;
+  const int values = energy ? width - 1 : width;
+  result.filter_count = values;
+  result.prediction_order = values;
+  result.cepstrum_count = zeroth == ZerothCepstrum::kNone ? values + 1 : values;
+  return result;
+}
+
+SplitCodebook::SplitCodebook(const RowKind& kind, std::vector<GroupCodebook> groups)
+    : kind_(kind), groups_(std::move(groups)) {
+  for (GroupCodebook& group : groups_) {
+    group.group.bits = index_bits(group.count());
+    row_bits_ += group.group.bits;
+    width_ += group.width();
+    order_.insert(order_.end(), group.group.columns.begin(), group.group.columns.end());
+    KivsCdbkState_32f* book = nullptr;
+    check(kivsCdbkInitAlloc_WgtL2_32f(&book, group.codewords.data(), group.weights.data(), group.width(), group.width(),
+                                      group.count(), group.count(), kivCdbkFullSearch),
+          "kivsCdbkInitAlloc_WgtL2_32f");
+    books_.emplace_back(book);
+    handles_.push_back(book);
+  }
+  if (width_ > kMostColumns) throw Fault("codebooks: more than " + std::to_string(kMostColumns) + " columns");
+  row_bits_ = std::max(row_bits_, static_cast<int>(groups_.size()));
+  const std::string bytes = content();
+  identity_ = checksum_32({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+}
+
+std::string SplitCodebook::content() const {
+  LittleEndianBytes bytes;
+  bytes.put_text(kMagic);
+  for (const std::uint32_t word : {kVersion, static_cast<std::uint32_t>(kind_.sample_rate),
+                                   static_cast<std::uint32_t>(kind_.shift), static_cast<std::uint32_t>(kind_.output),
+                                   static_cast<std::uint32_t>(kind_.zeroth), static_cast<std::uint32_t>(kind_.energy),
+                                   static_cast<std::uint32_t>(width_), static_cast<std::uint32_t>(groups_.size())}) {
+    bytes.put_32(word);
+  }
+  for (const GroupCodebook& group : groups_) {
+    bytes.put_32(static_cast<std::uint32_t>(group.width()));
+    bytes.put_32(static_cast<std::uint32_t>(group.count()));
+    for (const int column : group.group.columns) bytes.put_32(static_cast<std::uint32_t>(column));
+    for (const float weight : group.weights) bytes.put_float(weight);
+    for (const float value : group.codewords) bytes.put_float(value);
+  }
+  return std::string(bytes.text());
+}
+
+void SplitCodebook::write(OutputFile& file) const {
+  LittleEndianBytes end;
+  end.put_32(identity_);
+  file.write(content());
+  file.write(end.text());
+}
+
+SplitCodebook SplitCodebook::read(const std::filesystem::path& name) {
+  BinaryFile file(name);
+  const auto magic = file.read_bytes(static_cast<std::int64_t>(kMagic.size()), "magic");
+  if (!std::equal(magic.begin(), magic.end(), kMagic.begin())) file.fail("not a codebook of kivsr quantise");
+  const std::uint32_t version = file.read_word("version");
+  if (version != kVersion) file.fail("codebook of version " + std::to_string(version) + ", this program reads 1");
+  RowKind kind;
+  kind.sample_rate = file.read_count("sampling rate");
+  kind.shift = file.read_count("shift");
+  const int output = file.read_count("kind of rows");
+  const int zeroth = file.read_count("place of c0");
+  const int energy = file.read_count("log energy");
+  const int width = file.read_count("width");
+  const int group_count = file.read_count("number of groups");
+  if (kind.sample_rate < 1 || kind.shift < 1 || output > 2 || zeroth > 2 || energy > 1 || group_count < 1 ||
+      width < group_count) {
+    file.fail("a field of the header is out of range");
+  }
+  kind.output = static_cast<Output>(output);
+  kind.zeroth = static_cast<ZerothCepstrum>(zeroth);
+  kind.energy = energy == 1;
+  // Every column takes some bytes, so the file bounds what is allocated.
+  file.require(8 * static_cast<std::int64_t>(width), "columns");
+  std::vector<bool> used(static_cast<std::size_t>(width), false);
+  std::vector<GroupCodebook> groups(static_cast<std::size_t>(group_count));
+  int columns = 0;
+  for (GroupCodebook& group : groups) {
+    const int group_width = file.read_count("width of a group");
+    const int count = file.read_count("codewords of a group");
+    if (group_width < 1 || group_width > width - columns || count < 1 || count > kMostCodewords) {
+      file.fail("the size of a group is out of range");
+    }
+    columns += group_width;
+    for (int i = 0; i < group_width; ++i) {
+      const int column = file.read_count("column");
+      if (column >= width || used[static_cast<std::size_t>(column)]) file.fail("a column is named twice or not there");
+      used[static_cast<std::size_t>(column)] = true;
+      group.group.columns.push_back(column);
+    }
+    group.weights = read_floats(file, group_width, "weights");
+    if (*std::min_element(group.weights.begin(), group.weights.end()) < 0.0F) file.fail("a weight is negative");
+    group.codewords = read_floats(file, static_cast<std::int64_t>(count) * group_width, "codewords");
+  }
+  if (columns != width) file.fail("the groups do not cover the columns");
+  const std::uint32_t checksum = file.read_word("checksum");
+  file.expect_end();
+  SplitCodebook book(kind, std::move(groups));
+  if (book.identity() != checksum) file.fail("damaged: the checksum does not fit the content");
+  return book;
+}
+
+std::vector<std::uint8_t> SplitCodebook::encode(const FeatureMatrix& rows) const {
+  const int height = rows.height();
+  std::vector<std::uint8_t> bits(static_cast<std::size_t>(encoded_bytes(height, row_bits_)), 0);
+  for (int first = 0; first < height; first += kBlockRows) {
+    const FeatureMatrix block = gather(rows, order_, first, std::min(kBlockRows, height - first));
+    check(kivsSplitVQ_32f1u(block.values.data(), width_, bits.data() + encoded_bytes(first, row_bits_), row_bits_,
+                            block.height(), handles_.data(),
+                            static_cast<int>(handles_.size())),
+          "kivsSplitVQ_32f1u");
+  }
+  return bits;
+}
+
+FeatureMatrix SplitCodebook::decode(std::span<const std::uint8_t> bits, int rows, const std::string& source) const {
+  FeatureMatrix decoded;
+  decoded.width = width_;
+  decoded.values.reserve(static_cast<std::size_t>(rows) * static_cast<std::size_t>(width_));
+  FeatureMatrix block;
+  block.width = width_;
+  for (int first = 0; first < rows; first += kBlockRows) {
+    const int count = std::min(kBlockRows, rows - first);
+    block.values.assign(static_cast<std::size_t>(count) * static_cast<std::size_t>(width_), 0.0F);
+    const KivStatus status = kivsFormVectorVQ_1u32f(
+        bits.data() + encoded_bytes(first, row_bits_), row_bits_, block.values.data(), width_, count,
+        handles_.data(), static_cast<int>(handles_.size()));
+    if (status == kivStatusBadSize) throw Fault(source + ": damaged: an index that names no codeword");
+    check(status, "kivsFormVectorVQ_1u32f");
+    scatter(block, order_, decoded);
+  }
+  return decoded;
+}
+
+GroupCodebook train_group(const FeatureMatrix& rows, const SplitGroup& group, const std::vector<float>& weights,
+                          SplitRule rule) {
+  const int count = 1 << group.bits;
+  if (rows.height() < count) {
+    throw Fault("training: " + std::to_string(rows.height()) + " frames are fewer than the " + std::to_string(count) +
+                " codewords of the group " + split_text(group));
+  }
+  const FeatureMatrix vectors = gather(rows, group.columns, 0, rows.height());
+  GroupCodebook result;
+  result.group = group;
+  for (const int column : group.columns) result.weights.push_back(weights[static_cast<std::size_t>(column)]);
+  KivsCdbkState_32f* state = nullptr;
+  const KivStatus status = kivsCdbkInitAlloc_WgtL2_32f(
+      &state, vectors.values.data(), result.weights.data(), vectors.width, vectors.width, vectors.height(), count,
+      rule == SplitRule::kWidest ? kivCdbkSplitWidest : kivCdbkSplitLargest);
+  if (status == kivStatusBadArgument) {
+    throw Fault("training: the group " + split_text(group) +
+                " has values too close to each other for so many codewords, ask for fewer bits or scale the features");
+  }
+  check(status, "kivsCdbkInitAlloc_WgtL2_32f");
+  const LibraryObject<KivsCdbkState_32f, kivsCdbkFree_32f> book(state);
+  int made = 0;
+  check(kivsGetCdbkSize_32f(book.get(), &made), "kivsGetCdbkSize_32f");
+  result.codewords.resize(static_cast<std::size_t>(made) * group.columns.size());
+  check(kivsGetCodebook_32f(book.get(), result.codewords.data(), vectors.width), "kivsGetCodebook_32f");
+  return result;
+}
+
+std::vector<float> inverse_variances(const FeatureMatrix& rows) {
+  std::vector<float> mean(static_cast<std::size_t>(rows.width), 0.0F);
+  std::vector<float> variance(mean.size(), 0.0F);
+  if (rows.height() > 1) {
+    check(kivsMeanVarColumn_32f_D2(rows.values.data(), rows.height(), rows.width, mean.data(), variance.data(),
+                                   rows.width),
+          "kivsMeanVarColumn_32f_D2");
+  }
+  for (float& value : variance) value = value > 0.0F ? 1.0F / value : 1.0F;
+  return variance;
+}
+
+}  // namespace kivsr::speech

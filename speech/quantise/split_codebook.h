@@ -1,0 +1,92 @@
+// Codebooks for split vector quantisation of rows of features: trained, kept in a file, used to turn rows into packed
+// bits and back. Next: quantised_stream.h, the file of such bits.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "kivsr/speech/front/front_end_parameters.h"
+#include "kivsr/speech/io/feature_matrix.h"
+#include "kivsr/speech/io/library_object.h"
+#include "kivsr/speech/io/output_file.h"
+#include "kivsr/speech/quantise/split.h"
+
+namespace kivsr::speech {
+
+// What the rows are, as far as decoded features need it to be written again.
+struct RowKind {
+  int sample_rate = 16000;
+  int shift = 160;
+  Output output = Output::kCepstra;
+  ZerothCepstrum zeroth = ZerothCepstrum::kFirst;
+  bool energy = false;
+
+  RowKind() = default;
+  explicit RowKind(const FrontEndParameters& parameters);
+  double frame_seconds() const { return static_cast<double>(shift) / sample_rate; }
+  // Parameters that write_features names the columns and times of rows of this width by.
+  FrontEndParameters parameters(int width) const;
+  bool operator==(const RowKind&) const = default;
+};
+
+// The codebook of one group of columns. bits is what its indices take.
+struct GroupCodebook {
+  SplitGroup group;
+  std::vector<float> weights;    // of the distance, one a column
+  std::vector<float> codewords;  // [codeword][column of the group]
+
+  int width() const { return static_cast<int>(group.columns.size()); }
+  int count() const { return static_cast<int>(codewords.size() / group.columns.size()); }
+};
+
+class SplitCodebook {
+ public:
+  // groups as trained or read; group.bits is set from the number of codewords.
+  SplitCodebook(const RowKind& kind, std::vector<GroupCodebook> groups);
+
+  static SplitCodebook read(const std::filesystem::path& file);
+  void write(OutputFile& file) const;
+
+  const RowKind& kind() const { return kind_; }
+  const std::vector<GroupCodebook>& groups() const { return groups_; }
+  int width() const { return width_; }
+  // Bits of an encoded row: the sum of the groups' bits, but at least one a group.
+  int row_bits() const { return row_bits_; }
+  double bits_per_second() const { return row_bits_ / kind_.frame_seconds(); }
+  // Checksum of the content; a stream names the book it was made with by it.
+  std::uint32_t identity() const { return identity_; }
+
+  // Row r at bit r * row_bits(), the most significant bit of a byte first; the last byte is filled with zeros.
+  std::vector<std::uint8_t> encode(const FeatureMatrix& rows) const;
+  // Throws Fault for an index that names no codeword; source is the file it blames.
+  FeatureMatrix decode(std::span<const std::uint8_t> bits, int rows, const std::string& source) const;
+  static std::int64_t encoded_bytes(std::int64_t rows, int row_bits) { return (rows * row_bits + 7) / 8; }
+
+ private:
+  std::string content() const;
+
+  using Book = LibraryObject<KivsCdbkState_32f, kivsCdbkFree_32f>;
+
+  RowKind kind_;
+  std::vector<GroupCodebook> groups_;
+  std::vector<Book> books_;
+  std::vector<const KivsCdbkState_32f*> handles_;
+  std::vector<int> order_;  // column of the rows for each element of the groups back to back
+  int width_ = 0;
+  int row_bits_ = 0;
+  std::uint32_t identity_ = 0;
+};
+
+enum class SplitRule { kWidest, kLargest };  // which cluster a codebook's training splits next
+
+// One codebook by the library's training from all rows. weights: one a column of the rows.
+GroupCodebook train_group(const FeatureMatrix& rows, const SplitGroup& group, const std::vector<float>& weights,
+                          SplitRule rule);
+
+// 1 / variance of each column; 0 becomes 1.
+std::vector<float> inverse_variances(const FeatureMatrix& rows);
+
+}  // namespace kivsr::speech

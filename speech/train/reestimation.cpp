@@ -1,0 +1,219 @@
+#include "kivsr/speech/train/reestimation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+
+#include "kivsr.h"
+#include "kivsr/speech/io/fault.h"
+
+namespace kivsr::speech {
+
+namespace {
+
+// Frames below which a component or a state counts as never seen.
+constexpr double kSeen = 1e-6;
+// Of the probability to stay in a state, and of that to leave it.
+constexpr double kLeastTransition = 0.01;
+
+struct Gaussian {
+  double occupation = 0.0;
+  std::vector<double> mean;
+  std::vector<double> variance;
+};
+
+class StateUpdate {
+ public:
+  StateUpdate(const MixtureState& state, const StateStatistics& sums, const std::vector<double>& floor)
+      : floor_(floor), dimension_(static_cast<int>(floor.size())) {
+    for (std::size_t component = 0; component < state.weights.size(); ++component) {
+      const double occupation = sums.occupation[component];
+      if (!(occupation > kSeen)) continue;
+      const std::size_t row = component * floor.size();
+      Gaussian gaussian;
+      gaussian.occupation = occupation;
+      gaussian.mean.assign(state.means.data() + row, state.means.data() + row + floor.size());
+      gaussian.variance.resize(floor.size());
+      check(kivsUpdateMean_64f(sums.first.data() + row, gaussian.mean.data(), dimension_, occupation),
+            "kivsUpdateMean_64f");
+      check(kivsUpdateVar_64f(sums.first.data() + row, sums.second.data() + row, floor.data(), gaussian.variance.data(),
+                              dimension_, occupation, occupation),
+            "kivsUpdateVar_64f");
+      gaussians_.push_back(std::move(gaussian));
+    }
+  }
+
+  std::vector<Gaussian>& gaussians() { return gaussians_; }
+
+  // Returns how many were merged.
+  int merge_starved(double least_occupation) {
+    int merged = 0;
+    while (gaussians_.size() > 1) {
+      const auto weakest =
+          std::min_element(gaussians_.begin(), gaussians_.end(),
+                           [](const Gaussian& a, const Gaussian& b) { return a.occupation < b.occupation; });
+      if (weakest->occupation >= least_occupation) break;
+      std::iter_swap(weakest, gaussians_.end() - 1);
+      const Gaussian starved = std::move(gaussians_.back());
+      gaussians_.pop_back();
+      merge(nearest(starved), starved);
+      ++merged;
+    }
+    return merged;
+  }
+
+  int count_floored() const {
+    int floored = 0;
+    for (const Gaussian& gaussian : gaussians_) {
+      for (std::size_t i = 0; i < floor_.size(); ++i) floored += gaussian.variance[i] <= floor_[i] ? 1 : 0;
+    }
+    return floored;
+  }
+
+ private:
+  double log_determinant(const Gaussian& gaussian) const {
+    double sum = 0.0;
+    check(kivsSumLn_64f(gaussian.variance.data(), dimension_, &sum), "kivsSumLn_64f");
+    return sum;
+  }
+
+  Gaussian& nearest(const Gaussian& starved) {
+    Gaussian* best = &gaussians_.front();
+    double best_cost = std::numeric_limits<double>::infinity();
+    for (Gaussian& candidate : gaussians_) {
+      double cost = 0.0;
+      check(kivsGaussianDist_64f(candidate.mean.data(), candidate.variance.data(), starved.mean.data(),
+                                 starved.variance.data(), dimension_, &cost, candidate.occupation,
+                                 log_determinant(candidate), starved.occupation, log_determinant(starved)),
+            "kivsGaussianDist_64f");
+      if (!(cost < best_cost)) continue;
+      best_cost = cost;
+      best = &candidate;
+    }
+    return *best;
+  }
+
+  void merge(Gaussian& into, const Gaussian& starved) const {
+    double log_term = 0.0;
+    check(kivsGaussianMerge_64f(into.mean.data(), into.variance.data(), starved.mean.data(), starved.variance.data(),
+                                into.mean.data(), into.variance.data(), dimension_, &log_term, into.occupation,
+                                starved.occupation),
+          "kivsGaussianMerge_64f");
+    into.occupation += starved.occupation;
+  }
+
+  const std::vector<double>& floor_;
+  int dimension_;
+  std::vector<Gaussian> gaussians_;
+};
+
+// The weights of the mixture by occupation, raised to the floor and scaled to sum 1; returns how many were raised.
+int set_weights(MixtureState& state, const std::vector<Gaussian>& gaussians, double floor) {
+  std::vector<double> occupations;
+  for (const Gaussian& gaussian : gaussians) occupations.push_back(gaussian.occupation);
+  const double total = std::accumulate(occupations.begin(), occupations.end(), 0.0);
+  const int count = static_cast<int>(occupations.size());
+  std::vector<double> weights(occupations.size());
+  double sum = 0.0;
+  const KivStatus status = check(kivsUpdateWeight_64f(occupations.data(), weights.data(), count, &sum, total, floor),
+                                 "kivsUpdateWeight_64f");
+  const auto raised = status == kivStatusFloored ? std::count(weights.begin(), weights.end(), floor) : 0;
+  check(kivsDivC_64f_I(sum, weights.data(), count), "kivsDivC_64f_I");
+  state.weights.assign(weights.begin(), weights.end());
+  state.occupation = static_cast<float>(total);
+  return static_cast<int>(raised);
+}
+
+void set_gaussians(MixtureState& state, const std::vector<Gaussian>& gaussians) {
+  state.means.clear();
+  state.variances.clear();
+  for (const Gaussian& gaussian : gaussians) {
+    state.means.insert(state.means.end(), gaussian.mean.begin(), gaussian.mean.end());
+    state.variances.insert(state.variances.end(), gaussian.variance.begin(), gaussian.variance.end());
+  }
+}
+
+// The mean over all components of words, each as often as it has frames.
+std::vector<double> pooled_variance(const WordModel& model, std::vector<StateUpdate>& updates,
+                                    const std::vector<double>& floor) {
+  std::vector<double> pool(floor);
+  double frames = 0.0;
+  for (const WordUnit& unit : model.units) {
+    for (int i = 0; i < unit.states; ++i) {
+      if (unit.filler) continue;
+      for (const Gaussian& gaussian : updates[static_cast<std::size_t>(unit.first_state + i)].gaussians()) {
+        check(kivsWeightedSum_64f(pool.data(), gaussian.variance.data(), pool.data(), static_cast<int>(pool.size()),
+                                  frames, gaussian.occupation),
+              "kivsWeightedSum_64f");
+        frames += gaussian.occupation;
+      }
+    }
+  }
+  return pool;
+}
+
+}  // namespace
+
+ReestimationReport reestimate(WordModel& model, const Statistics& statistics, const TrainingSettings& settings) {
+  const std::vector<double> floor(model.variance_floor.begin(), model.variance_floor.end());
+  std::vector<StateUpdate> updates;
+  for (std::size_t i = 0; i < model.states.size(); ++i) {
+    updates.emplace_back(model.states[i], statistics.states[i], floor);
+  }
+  const std::vector<double> pool =
+      settings.variance_prior > 0.0 ? pooled_variance(model, updates, floor) : std::vector<double>();
+
+  ReestimationReport report;
+  for (std::size_t i = 0; i < model.states.size(); ++i) {
+    MixtureState& state = model.states[i];
+    const double total = statistics.states[i].total();
+    if (updates[i].gaussians().empty()) {
+      ++report.unseen_states;
+      state.occupation = 0.0F;
+      continue;
+    }
+    const auto before = static_cast<int>(state.weights.size());
+    updates[i].merge_starved(settings.least_occupation);
+    std::vector<Gaussian>& gaussians = updates[i].gaussians();
+    report.merged_components += before - static_cast<int>(gaussians.size());
+    report.floored_variances += updates[i].count_floored();
+    if (!pool.empty()) {
+      for (Gaussian& gaussian : gaussians) {
+        check(kivsWeightedSum_64f(gaussian.variance.data(), pool.data(), gaussian.variance.data(),
+                                  static_cast<int>(pool.size()), gaussian.occupation, settings.variance_prior),
+              "kivsWeightedSum_64f");
+      }
+    }
+    report.floored_weights += set_weights(state, gaussians, settings.weight_floor);
+    set_gaussians(state, gaussians);
+    state.stay =
+        static_cast<float>(std::clamp(statistics.states[i].stay / total, kLeastTransition, 1.0 - kLeastTransition));
+  }
+  return report;
+}
+
+int split_components(WordModel& model, int count, double distance, double least_occupation) {
+  const auto dimension = static_cast<std::size_t>(model.dimension());
+  int splits = 0;
+  for (MixtureState& state : model.states) {
+    while (state.components() < count) {
+      const auto heaviest = std::max_element(state.weights.begin(), state.weights.end());
+      if (static_cast<double>(*heaviest * state.occupation) < 2.0 * least_occupation) break;
+      const auto row = static_cast<std::size_t>(heaviest - state.weights.begin()) * dimension;
+      *heaviest *= 0.5F;
+      state.weights.push_back(*heaviest);
+      state.means.resize(state.means.size() + dimension);
+      state.variances.resize(state.variances.size() + dimension);
+      check(kivsGaussianSplit_32f(state.means.data() + row, state.variances.data() + row,
+                                  state.means.data() + state.means.size() - dimension,
+                                  state.variances.data() + state.variances.size() - dimension,
+                                  static_cast<int>(dimension), static_cast<float>(distance)),
+            "kivsGaussianSplit_32f");
+      ++splits;
+    }
+  }
+  return splits;
+}
+
+}  // namespace kivsr::speech

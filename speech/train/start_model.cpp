@@ -1,0 +1,255 @@
+#include "kivsr/speech/train/start_model.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <numeric>
+#include <random>
+#include <set>
+#include <string>
+
+#include "kivsr.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/library_object.h"
+#include "kivsr/speech/train/reestimation.h"
+#include "kivsr/speech/train/statistics.h"
+
+namespace kivsr::speech {
+
+namespace {
+
+using Codebook = LibraryObject<KivsCdbkState_32f, kivsCdbkFree_32f>;
+
+struct FrameOfState {
+  int utterance;
+  int frame;
+};
+
+// The frames of each state, and after how many of them the path stays.
+struct Segmentation {
+  explicit Segmentation(std::size_t states) : frames(states), stay(states) {}
+
+  // Spreads frames first .. first + count of an utterance over states in their order.
+  void spread(int utterance, int first, int count, const std::vector<int>& states) {
+    auto previous = states.size();
+    for (int i = 0; i < count; ++i) {
+      const auto place =
+          static_cast<std::size_t>(static_cast<std::int64_t>(i) * static_cast<std::int64_t>(states.size()) / count);
+      const auto state = static_cast<std::size_t>(states[place]);
+      frames[state].push_back({utterance, first + i});
+      if (place == previous) stay[state] += 1.0;
+      previous = place;
+    }
+  }
+
+  std::vector<std::vector<FrameOfState>> frames;
+  std::vector<double> stay;
+};
+
+std::vector<int> states_of(const WordUnit& unit) {
+  std::vector<int> states(static_cast<std::size_t>(unit.states));
+  std::iota(states.begin(), states.end(), unit.first_state);
+  return states;
+}
+
+Segmentation spread_evenly(const WordModel& model, const std::vector<TrainingUtterance>& utterances) {
+  Segmentation result(model.states.size());
+  for (std::size_t u = 0; u < utterances.size(); ++u) {
+    if (!model.plain_mixture && utterances[u].words.empty()) continue;
+    const std::vector<int> states = utterance_chain(model, utterances[u].words).states;
+    const int height = utterances[u].features.height();
+    if (height >= static_cast<int>(states.size())) result.spread(static_cast<int>(u), 0, height, states);
+  }
+  return result;
+}
+
+// The frames of each word on the best path of the aligner, spread over the states of the word.
+Segmentation align(const WordModel& model, const WordModel& aligner, const std::vector<TrainingUtterance>& utterances) {
+  Segmentation result(model.states.size());
+  const MixtureEvaluator evaluator(aligner);
+  for (std::size_t u = 0; u < utterances.size(); ++u) {
+    const FeatureMatrix& features = utterances[u].features;
+    std::vector<int> words;
+    for (const int word : utterances[u].words) {
+      words.push_back(aligner.find_unit(model.units[static_cast<std::size_t>(word)].name));
+    }
+    if (words.empty() || features.height() < shortest_path(aligner, words)) continue;
+    const StateChain chain = utterance_chain(aligner, words);
+    std::map<int, MixtureLikelihoods> likelihoods;
+    const std::vector<double> emissions = chain_emissions(chain, evaluator, features, likelihoods);
+    const Occupation path = occupy(chain, emissions, AlignmentMethod::kViterbi);
+    if (!path.possible) continue;
+    const std::vector<int> units = utterance_units(aligner, words);
+    int t = 0;
+    std::size_t end = 0;  // the place behind the unit
+    for (const int unit : units) {
+      const WordUnit& aligned = aligner.units[static_cast<std::size_t>(unit)];
+      end += static_cast<std::size_t>(aligned.states);
+      const int first = t;
+      while (t < features.height() && path.place(t) < end) ++t;
+      const int target = model.find_unit(aligned.name);
+      if (target >= 0) {
+        result.spread(static_cast<int>(u), first, t - first, states_of(model.units[static_cast<std::size_t>(target)]));
+      }
+    }
+  }
+  return result;
+}
+
+// Variances of all frames.
+std::vector<float> total_variance(const WordModel& model, const std::vector<TrainingUtterance>& utterances) {
+  const int dimension = model.dimension();
+  const std::vector<double> zero(static_cast<std::size_t>(dimension));
+  std::vector<double> first(zero);
+  std::vector<double> second(zero);
+  double frames = 0.0;
+  for (const TrainingUtterance& utterance : utterances) {
+    for (int t = 0; t < utterance.features.height(); ++t, frames += 1.0) {
+      const auto row = utterance.features.row(t);
+      const std::vector<double> frame(row.begin(), row.end());
+      check(kivsMeanVarAcc_64f(frame.data(), zero.data(), first.data(), second.data(), dimension, 1.0),
+            "kivsMeanVarAcc_64f");
+    }
+  }
+  if (frames == 0.0) throw Fault("train: there is no frame to train from");
+  std::vector<double> variance(zero);
+  check(kivsUpdateVar_64f(first.data(), second.data(), zero.data(), variance.data(), dimension, frames, frames),
+        "kivsUpdateVar_64f");
+  return {variance.begin(), variance.end()};
+}
+
+// A book of so many codewords of the rows, or of fewer where there are fewer different ones.
+Codebook make_codebook(const std::vector<float>& rows, int width, int height, const std::vector<float>& weights,
+                       int count, const TrainingSettings& settings, std::mt19937& generator) {
+  KivsCdbkState_32f* book = nullptr;
+  if (settings.random_start) {
+    std::vector<int> order(static_cast<std::size_t>(height));
+    std::iota(order.begin(), order.end(), 0);
+    std::vector<float> chosen;
+    for (int i = 0; i < count; ++i) {
+      const auto left = static_cast<std::uint32_t>(height - i);
+      std::swap(order[static_cast<std::size_t>(i)], order[static_cast<std::size_t>(i) + generator() % left]);
+      const float* const row =
+          rows.data() + static_cast<std::size_t>(order[static_cast<std::size_t>(i)]) * static_cast<std::size_t>(width);
+      chosen.insert(chosen.end(), row, row + width);
+    }
+    check(kivsCdbkInitAlloc_WgtL2_32f(&book, chosen.data(), weights.data(), width, width, count, count,
+                                      kivCdbkFullSearch),
+          "kivsCdbkInitAlloc_WgtL2_32f");
+    return Codebook(book);
+  }
+  for (;; count = (count + 1) / 2) {
+    const KivStatus status = kivsCdbkInitAlloc_WgtL2_32f(&book, rows.data(), weights.data(), width, width, height,
+                                                         count, kivCdbkSplitLargest);
+    if (status == kivStatusBadArgument && count > 1) continue;  // frames that cannot be told apart
+    check(status, "kivsCdbkInitAlloc_WgtL2_32f");
+    return Codebook(book);
+  }
+}
+
+}  // namespace
+
+void Aligner::check_fits(const WordModel& other) const {
+  if (model.plain_mixture) throw Fault("train: the model to align with is a plain mixture");
+  if (model.dimension() != other.dimension()) throw Fault("train: the model to align with has other features");
+  for (const WordUnit& unit : other.units) {
+    if (!unit.filler && model.find_unit(unit.name) < 0) {
+      throw Fault("train: the model to align with does not have the word \"" + unit.name + "\"");
+    }
+  }
+}
+
+std::optional<int> Aligner::states(const std::string& word) const {
+  constexpr double kLeastStates = 3.0;
+  constexpr double kMostStates = 1000.0;
+  const int unit = model.find_unit(word);
+  if (unit < 0 || !(frames_per_state > 0.0)) return std::nullopt;
+  double frames = 0.0;  // a state is left after 1 / (1 - stay) frames on average
+  for (int i = 0; i < model.units[static_cast<std::size_t>(unit)].states; ++i) {
+    const int state = model.units[static_cast<std::size_t>(unit)].first_state + i;
+    frames += 1.0 / (1.0 - static_cast<double>(model.states[static_cast<std::size_t>(state)].stay));
+  }
+  return static_cast<int>(std::lround(std::clamp(frames / frames_per_state, kLeastStates, kMostStates)));
+}
+
+WordModel model_shape(const ModelFeatures& features, const std::vector<TrainingItem>& items, bool plain_mixture,
+                      const TrainingSettings& settings, const Aligner* aligner) {
+  WordModel model;
+  model.features = features;
+  model.plain_mixture = plain_mixture;
+  const auto add = [&](const std::string& name, bool filler, int states) {
+    model.units.push_back({name, filler, static_cast<int>(model.states.size()), states});
+    model.states.resize(model.states.size() + static_cast<std::size_t>(states));
+  };
+  if (plain_mixture) {
+    add("<mixture>", false, 1);
+    return model;
+  }
+  if (settings.silence_states > 0) add("<sil>", true, settings.silence_states);
+  std::set<std::string> words;
+  for (const TrainingItem& item : items) words.insert(item.words.begin(), item.words.end());
+  if (words.empty()) throw Fault("train: no word is said in the whole list");
+  for (const std::string& word : words) {
+    const std::optional<int> states = aligner == nullptr ? std::nullopt : aligner->states(word);
+    add(word, false, states.value_or(settings.states));
+  }
+  return model;
+}
+
+void start_model(WordModel& model, const std::vector<TrainingUtterance>& utterances, const TrainingSettings& settings,
+                 const Aligner* aligner) {
+  const int width = model.dimension();
+  const std::vector<float> variance = total_variance(model, utterances);
+  std::vector<float> weights;
+  model.variance_floor.clear();
+  for (const float value : variance) {
+    model.variance_floor.push_back(static_cast<float>(
+        std::max(settings.variance_floor, settings.variance_floor_share * static_cast<double>(value))));
+    weights.push_back(1.0F / std::max(value, 1e-12F));
+  }
+  const Segmentation segmentation =
+      aligner == nullptr ? spread_evenly(model, utterances) : align(model, aligner->model, utterances);
+  for (const WordUnit& unit : model.units) {
+    if (segmentation.frames[static_cast<std::size_t>(unit.first_state)].empty()) {
+      throw Fault("train: no utterance with \"" + unit.name + "\" has as many frames as states");
+    }
+  }
+
+  std::mt19937 generator(static_cast<std::uint32_t>(settings.seed));
+  std::vector<std::vector<Kiv32s>> codewords(model.states.size());
+  for (std::size_t s = 0; s < model.states.size(); ++s) {
+    std::vector<float> rows;
+    for (const FrameOfState& place : segmentation.frames[s]) {
+      const auto row = utterances[static_cast<std::size_t>(place.utterance)].features.row(place.frame);
+      rows.insert(rows.end(), row.begin(), row.end());
+    }
+    const auto height = static_cast<int>(segmentation.frames[s].size());
+    const double enough = height / std::max(settings.least_occupation, 1.0);
+    const int wanted = std::max(1, std::min(settings.start_components, static_cast<int>(enough)));
+    const Codebook book = make_codebook(rows, width, height, weights, wanted, settings, generator);
+    int count = 0;
+    check(kivsGetCdbkSize_32f(book.get(), &count), "kivsGetCdbkSize_32f");
+    MixtureState& state = model.states[s];
+    state.weights.assign(static_cast<std::size_t>(count), 1.0F / static_cast<float>(count));
+    state.means.resize(static_cast<std::size_t>(count) * static_cast<std::size_t>(width));
+    check(kivsGetCodebook_32f(book.get(), state.means.data(), width), "kivsGetCodebook_32f");
+    for (int component = 0; component < count; ++component) {
+      state.variances.insert(state.variances.end(), model.variance_floor.begin(), model.variance_floor.end());
+    }
+    codewords[s].resize(static_cast<std::size_t>(height));
+    check(kivsVQ_32f(rows.data(), width, codewords[s].data(), height, book.get()), "kivsVQ_32f");
+  }
+
+  Statistics statistics(model);
+  for (std::size_t s = 0; s < model.states.size(); ++s) {
+    statistics.states[s].stay = segmentation.stay[s];
+    for (std::size_t i = 0; i < codewords[s].size(); ++i) {
+      const FrameOfState place = segmentation.frames[s][i];
+      statistics.add_frame(model, static_cast<int>(s), codewords[s][i],
+                           utterances[static_cast<std::size_t>(place.utterance)].features.row(place.frame), 1.0);
+    }
+  }
+  reestimate(model, statistics, settings);
+}
+
+}  // namespace kivsr::speech

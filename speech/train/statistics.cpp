@@ -1,0 +1,165 @@
+#include "kivsr/speech/train/statistics.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "kivsr.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/record_file.h"
+#include "kivsr/speech/models/word_model_file.h"
+
+namespace kivsr::speech {
+
+namespace {
+
+constexpr const char* kKind = "kivsr-statistics 1";
+constexpr int kBlockFrames = 1000;               // of a plain mixture, whose frames do not depend on each other
+constexpr std::int64_t kMostCells = 50'000'000;  // frames times places of one utterance
+constexpr double kLeastShare = 1e-12;            // of a component in a frame; what is less is not worth adding
+
+// Calls visit with every sum, in the order of the file.
+template <class Self, class Visit>
+void visit_sums(Self& self, Visit visit) {
+  visit(std::span(&self.frames, 1));
+  visit(std::span(&self.utterances, 1));
+  visit(std::span(&self.skipped, 1));
+  visit(std::span(&self.log_likelihood, 1));
+  for (auto& state : self.states) {
+    visit(std::span(&state.stay, 1));
+    visit(std::span(state.occupation));
+    visit(std::span(state.first));
+    visit(std::span(state.second));
+  }
+}
+
+}  // namespace
+
+std::vector<double> chain_emissions(const StateChain& chain, const MixtureEvaluator& evaluator,
+                                    const FeatureMatrix& features, std::map<int, MixtureLikelihoods>& likelihoods) {
+  const auto places = static_cast<std::size_t>(chain.places());
+  const auto frames = static_cast<std::size_t>(features.height());
+  std::vector<double> emissions(frames * places);
+  for (std::size_t place = 0; place < places; ++place) {
+    const int state = chain.states[place];
+    if (!likelihoods.contains(state)) likelihoods[state] = evaluator.evaluate(state, features, 0, features.height());
+    const std::vector<double>& column = likelihoods[state].mixture;
+    for (std::size_t t = 0; t < frames; ++t) emissions[t * places + place] = column[t];
+  }
+  return emissions;
+}
+
+double StateStatistics::total() const { return std::accumulate(occupation.begin(), occupation.end(), 0.0); }
+
+Statistics::Statistics(const WordModel& model)
+    : model_checksum_(word_model_checksum(model)),
+      difference_(static_cast<std::size_t>(model.dimension())),
+      zero_(static_cast<std::size_t>(model.dimension())) {
+  for (const MixtureState& state : model.states) {
+    StateStatistics& sums = states.emplace_back();
+    sums.occupation.resize(state.weights.size());
+    sums.first.resize(state.means.size());
+    sums.second.resize(state.means.size());
+  }
+}
+
+void Statistics::add_frame(const WordModel& model, int state, int component, std::span<const float> frame,
+                           double share) {
+  StateStatistics& sums = states[static_cast<std::size_t>(state)];
+  const std::size_t row = static_cast<std::size_t>(component) * frame.size();
+  const float* const mean = model.states[static_cast<std::size_t>(state)].means.data() + row;
+  for (std::size_t i = 0; i < frame.size(); ++i) {
+    difference_[i] = static_cast<double>(frame[i]) - static_cast<double>(mean[i]);
+  }
+  sums.occupation[static_cast<std::size_t>(component)] += share;
+  check(kivsMeanVarAcc_64f(difference_.data(), zero_.data(), sums.first.data() + row, sums.second.data() + row,
+                           static_cast<int>(frame.size()), share),
+        "kivsMeanVarAcc_64f");
+}
+
+// shares: of the state in each frame.
+void Statistics::add_state(const WordModel& model, int state, const FeatureMatrix& features, int first_frame,
+                           MixtureLikelihoods& likelihoods, std::span<const double> shares) {
+  likelihoods.to_shares();
+  const int components = model.states[static_cast<std::size_t>(state)].components();
+  const double* component_share = likelihoods.components.data();
+  for (int component = 0; component < components; ++component) {
+    for (int t = 0; t < likelihoods.frames; ++t, ++component_share) {
+      const double share = *component_share * shares[static_cast<std::size_t>(t)];
+      if (share > kLeastShare) add_frame(model, state, component, features.row(first_frame + t), share);
+    }
+  }
+}
+
+void Statistics::add_mixture(const WordModel& model, const MixtureEvaluator& evaluator, const FeatureMatrix& features) {
+  const std::vector<double> whole(kBlockFrames, 1.0);
+  for (int first = 0; first < features.height(); first += kBlockFrames) {
+    const int count = std::min(kBlockFrames, features.height() - first);
+    MixtureLikelihoods likelihoods = evaluator.evaluate(0, features, first, count);
+    log_likelihood += std::accumulate(likelihoods.mixture.begin(), likelihoods.mixture.end(), 0.0);
+    add_state(model, 0, features, first, likelihoods, whole);
+  }
+}
+
+Statistics::Outcome Statistics::add_utterance(const WordModel& model, const MixtureEvaluator& evaluator,
+                                              const FeatureMatrix& features, std::span<const int> words,
+                                              AlignmentMethod method) {
+  const int height = features.height();
+  if (model.plain_mixture) {
+    add_mixture(model, evaluator, features);
+  } else {
+    if (words.empty()) return Outcome::kNoWords;
+    if (height < shortest_path(model, words)) return Outcome::kTooShort;
+    const StateChain chain = utterance_chain(model, words);
+    const auto places = static_cast<std::size_t>(chain.places());
+    if (static_cast<std::int64_t>(height) * chain.places() > kMostCells) return Outcome::kTooLong;
+    std::map<int, MixtureLikelihoods> likelihoods;
+    const std::vector<double> emissions = chain_emissions(chain, evaluator, features, likelihoods);
+    const Occupation occupation = occupy(chain, emissions, method);
+    if (!occupation.possible) return Outcome::kImpossible;
+    log_likelihood += occupation.log_likelihood;
+    // a state that is passed several times has the sum of its places
+    std::map<int, std::vector<double>> shares;
+    for (std::size_t place = 0; place < places; ++place) {
+      states[static_cast<std::size_t>(chain.states[place])].stay += occupation.stay_count[place];
+      std::vector<double>& column = shares[chain.states[place]];
+      column.resize(static_cast<std::size_t>(height));
+      for (std::size_t t = 0; t < static_cast<std::size_t>(height); ++t) {
+        column[t] += occupation.shares[t * places + place];
+      }
+    }
+    for (const auto& [state, column] : shares) add_state(model, state, features, 0, likelihoods[state], column);
+  }
+  frames += height;
+  utterances += 1.0;
+  return Outcome::kUsed;
+}
+
+void Statistics::add(const Statistics& other) {
+  std::vector<std::span<const double>> terms;
+  visit_sums(other, [&](std::span<const double> sums) { terms.push_back(sums); });
+  std::size_t next = 0;
+  visit_sums(*this, [&](std::span<double> sums) {
+    check(kivsAdd_64f_I(terms[next++].data(), sums.data(), static_cast<int>(sums.size())), "kivsAdd_64f_I");
+  });
+}
+
+void Statistics::write(const std::filesystem::path& file) const {
+  RecordWriter writer(kKind);
+  writer.line("model", std::to_string(model_checksum_));
+  writer.end_header();
+  visit_sums(*this, [&](std::span<const double> sums) { writer.put(sums); });
+  writer.write(file);
+}
+
+Statistics Statistics::read(const std::filesystem::path& file, const WordModel& model) {
+  RecordReader reader(file, kKind);
+  Statistics result(model);
+  if (reader.value("model") != std::to_string(result.model_checksum_)) {
+    reader.fail("the sums are those of another model or of another pass");
+  }
+  visit_sums(result, [&](std::span<double> sums) { reader.get(sums, "sums"); });
+  reader.finish();
+  return result;
+}
+
+}  // namespace kivsr::speech

@@ -1,0 +1,95 @@
+#include "kivsr/speech/train/training_list.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include "kivsr/speech/decode/word_errors.h"
+#include "kivsr/speech/io/binary_file.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/little_endian.h"
+#include "kivsr/speech/models/dictionary.h"
+
+namespace kivsr::speech {
+
+namespace {
+
+bool is_marker(const std::string& word) { return word.size() > 2 && word.front() == '<' && word.back() == '>'; }
+
+std::vector<std::string> spoken_words(const std::string& text) {
+  std::istringstream fields(text);
+  std::vector<std::string> words;
+  for (std::string word; fields >> word;) {
+    if (!is_marker(word)) words.emplace_back(base_word(word));
+  }
+  return words;
+}
+
+// Without the blanks at both ends.
+std::string trimmed(const std::string& text) {
+  const std::size_t first = text.find_first_not_of(" \t\r");
+  return first == std::string::npos ? std::string() : text.substr(first, text.find_last_not_of(" \t\r") + 1 - first);
+}
+
+}  // namespace
+
+std::vector<TrainingItem> read_training_list(const TrainingListFiles& files, bool with_words) {
+  const std::vector<std::uint8_t> bytes = read_whole_file(files.list);
+  std::istringstream lines(std::string(bytes.begin(), bytes.end()));
+  const bool words_in_list = with_words && files.transcripts.empty();
+  References references;
+  if (with_words && !words_in_list) references = References::read(files.transcripts);
+  const std::filesystem::path folder = files.folder.empty() ? files.list.parent_path() : files.folder;
+  std::vector<TrainingItem> items;
+  for (std::string raw_line; std::getline(lines, raw_line);) {
+    const std::string line = trimmed(raw_line);
+    if (line.empty() || line.front() == '#') continue;
+    std::string name = line;
+    TrainingItem item;
+    if (files.transcripts.empty()) {
+      const std::size_t tab = line.find('\t');
+      const std::size_t blank = words_in_list && tab == std::string::npos ? line.find(' ') : tab;
+      const std::size_t end = std::min(blank, line.size());
+      name = trimmed(line.substr(0, end));
+      if (words_in_list) item.words = spoken_words(line.substr(end));
+    }
+    item.file = folder / (name + files.extension);
+    if (with_words && !words_in_list) item.words = references.find(item.file);
+    items.push_back(std::move(item));
+  }
+  if (items.empty()) throw Fault(files.list.string() + ": lists no files");
+  return items;
+}
+
+std::uint32_t list_checksum(const std::vector<TrainingItem>& items) {
+  std::string text;
+  for (const TrainingItem& item : items) {
+    text += item.file.filename().string();
+    for (const std::string& word : item.words) text += " " + word;
+    text += "\n";
+  }
+  return checksum_32(text);
+}
+
+std::vector<TrainingUtterance> load_utterances(const std::vector<TrainingItem>& items, const WordModel& model,
+                                               const RawFormat& raw, const FileListener& begin, int part,
+ int parts) {
+  std::vector<TrainingUtterance> utterances;
+  for (std::size_t i = static_cast<std::size_t>(part); i < items.size(); i += static_cast<std::size_t>(parts)) {
+    TrainingUtterance utterance;
+    utterance.file = items[i].file;
+    if (begin) begin(utterance.file);
+    if (!model.plain_mixture) {
+      for (const std::string& word : items[i].words) {
+        utterance.words.push_back(model.find_unit(word));
+        if (utterance.words.back() < 0) {
+          throw Fault(utterance.file.string() + ": the model does not have the word \"" + word + "\"");
+        }
+      }
+    }
+    utterance.features = load_utterance(utterance.file, model.features, raw).features;
+    utterances.push_back(std::move(utterance));
+  }
+  return utterances;
+}
+
+}  // namespace kivsr::speech

@@ -1,0 +1,48 @@
+// What to train from: a list of files and what is said in them.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "kivsr/speech/front/model_features.h"
+#include "kivsr/speech/io/audio_file.h"
+#include "kivsr/speech/models/word_model.h"
+
+namespace kivsr::speech {
+
+struct TrainingListFiles {
+  std::filesystem::path list;         // lines "file word word ..."; a tab after a file name that holds spaces
+  std::filesystem::path transcripts;  // lines "words (utterance-id)"; the lines of list are file names then
+  std::filesystem::path folder;       // of relative names; empty: that of the list
+  std::string extension;              // added to names
+};
+
+struct TrainingItem {
+  std::filesystem::path file;
+  std::vector<std::string> words;
+};
+
+// Without words the lines are file names; what follows a tab does not count. Empty lines and those that start with #
+// are passed over.
+std::vector<TrainingItem> read_training_list(const TrainingListFiles& files, bool with_words);
+// Of names and words, to notice that a training goes on with another list. The folders are left out.
+std::uint32_t list_checksum(const std::vector<TrainingItem>& items);
+
+struct TrainingUtterance {
+  std::filesystem::path file;
+  std::vector<int> words;  // units of the model
+  FeatureMatrix features;
+};
+
+// Is told of each file before it is worked on.
+using FileListener = std::function<void(const std::filesystem::path& file)>;
+
+// Loads every parts-th item from part on. Throws Fault for a word that the model does not have.
+std::vector<TrainingUtterance> load_utterances(const std::vector<TrainingItem>& items, const WordModel& model,
+                                               const RawFormat& raw, const FileListener& begin = {}, int part = 0,
+ int parts = 1);
+
+}  // namespace kivsr::speech

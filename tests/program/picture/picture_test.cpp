@@ -1,0 +1,139 @@
+#include <cairo/cairo.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <memory>
+
+#include "kivsr/speech/io/fault.h"
+#include "program/picture/colour_map.h"
+#include "program/picture/feature_picture.h"
+#include "program/picture/plot.h"
+#include "speech/support/signals.h"
+#include "speech/support/temporary_folder.h"
+
+namespace kivsr::program::test {
+
+using namespace speech;
+using namespace speech::test;
+
+namespace {
+
+TEST(Ticks, AreRoundNumbersInsideTheRange) {
+  for (const Range range : {Range{0.0, 1.0}, Range{0.0, 2.79}, Range{-7000.0, 7000.0}, Range{13.2, 13.9},
+                            Range{-3e-5, 1e-5}, Range{0, 86400}}) {
+    for (const int wanted : {3, 6, 12}) {
+      const auto values = ticks(range, wanted);
+      ASSERT_GE(values.size(), 2U) << range.high << ' ' << wanted;
+      EXPECT_LE(values.size(), static_cast<std::size_t>(2 * wanted + 1));
+      const double step = values[1] - values[0];
+      const double leading = step / std::pow(10.0, std::floor(std::log10(step) + 1e-9));
+      EXPECT_TRUE(std::abs(leading - 1) < 1e-6 || std::abs(leading - 2) < 1e-6 || std::abs(leading - 5) < 1e-6) << step;
+      for (const double value : values) {
+        EXPECT_GE(value, range.low - 1e-9 * step);
+        EXPECT_LE(value, range.high + 1e-9 * step);
+        EXPECT_NEAR(value / step, std::round(value / step), 1e-6);
+      }
+    }
+  }
+  EXPECT_TRUE(ticks({1.0, 1.0}, 5).empty());
+}
+
+double lightness(const Colour& colour) { return 0.2126 * colour.red + 0.7152 * colour.green + 0.0722 * colour.blue; }
+
+TEST(ColourMap, HeatRisesInLightnessAndZeroIsWhite) {
+  for (int i = 1; i <= 100; ++i) {
+    EXPECT_GT(lightness(colour_at(heat_map(), i / 100.0)), lightness(colour_at(heat_map(), (i - 1) / 100.0)));
+  }
+  EXPECT_GT(lightness(colour_at(signed_map(), 0.5)), 0.95);
+  EXPECT_GT(colour_at(signed_map(), 0.0).blue, colour_at(signed_map(), 0.0).red);
+  EXPECT_GT(colour_at(signed_map(), 1.0).red, colour_at(signed_map(), 1.0).blue);
+  EXPECT_EQ(colour_at(heat_map(), NAN).pixel(), colour_at(heat_map(), -5.0).pixel());
+  EXPECT_EQ(colour_at(heat_map(), 7.0).pixel(), colour_at(heat_map(), 1.0).pixel());
+}
+
+// The picture as cairo reads it back.
+class Png {
+ public:
+  explicit Png(const std::filesystem::path& file)
+      : surface_(cairo_image_surface_create_from_png(file.c_str()), cairo_surface_destroy) {}
+
+  bool ok() const { return cairo_surface_status(surface_.get()) == CAIRO_STATUS_SUCCESS; }
+  int width() const { return cairo_image_surface_get_width(surface_.get()); }
+  int height() const { return cairo_image_surface_get_height(surface_.get()); }
+  Colour at(int x, int y) const {
+    const unsigned char* const line =
+        cairo_image_surface_get_data(surface_.get()) + y * cairo_image_surface_get_stride(surface_.get());
+    const std::uint32_t pixel = reinterpret_cast<const std::uint32_t*>(line)[x];
+    return {(pixel >> 16U & 0xFFU) / 255.0, (pixel >> 8U & 0xFFU) / 255.0, (pixel & 0xFFU) / 255.0};
+  }
+
+ private:
+  std::unique_ptr<cairo_surface_t, void (*)(cairo_surface_t*)> surface_;
+};
+
+Png drawn(const TemporaryFolder& folder, const std::vector<float>& samples, const FrontEndParameters& parameters) {
+  Audio audio;
+  audio.samples = samples;
+  audio.sample_rate = parameters.sample_rate;
+  OutputFile file(folder / "picture.png");
+  draw_features(file, "test", audio, parameters);
+  file.commit();
+  return Png(folder / "picture.png");
+}
+
+// A tone in the second half of a silence: the spectrogram is bright where and when the tone is, dark elsewhere.
+TEST(FeaturePicture, ShowsAToneAtItsTimeAndFrequency) {
+  const TemporaryFolder folder;
+  std::vector<float> samples(16000, 0.0F);
+  const auto sound = tone(1000.0, 16000, 8000);
+  std::copy(sound.begin(), sound.end(), samples.begin() + 8000);
+  const FrontEndParameters parameters = front_end_preset("mfcc");
+  const Png picture = drawn(folder, samples, parameters);
+  ASSERT_TRUE(picture.ok());
+  ASSERT_GT(picture.width(), 600);
+  ASSERT_GT(picture.height(), 400);
+
+  // The spectrogram panel is where the picture shows the dark end of the map at a quarter of its width.
+  const int quarter = picture.width() / 4;
+  const int three_quarters = picture.width() * 3 / 4;
+  int top = -1;
+  int bottom = -1;
+  for (int y = 0; y < picture.height(); ++y) {
+    if (lightness(picture.at(quarter, y)) < 0.05 &&
+        lightness(picture.at(quarter, std::min(y + 3, picture.height() - 1))) < 0.05) {
+      if (top < 0) top = y;
+      bottom = y;
+    }
+  }
+  ASSERT_GT(bottom - top, 100);
+  int brightest = top + 4;
+  for (int y = top + 4; y < bottom - 4; ++y) {
+    if (lightness(picture.at(three_quarters, y)) > lightness(picture.at(three_quarters, brightest))) brightest = y;
+  }
+  const auto mel = [](double frequency) { return std::log1p(frequency / 700.0); };
+  const double place = (mel(1000.0) - mel(20.0)) / (mel(8000.0) - mel(20.0));
+  EXPECT_NEAR(static_cast<double>(bottom - brightest) / (bottom - top), place, 0.06);
+  EXPECT_GT(lightness(picture.at(three_quarters, brightest)), 0.7);
+  EXPECT_LT(lightness(picture.at(quarter, brightest)), 0.05);
+}
+
+TEST(FeaturePicture, DrawsExtremesOfLengthAndShape) {
+  const TemporaryFolder folder;
+  FrontEndParameters parameters = front_end_preset("sphinx-en-us");
+  EXPECT_TRUE(drawn(folder, {1.0F}, parameters).ok()) << "one sample";
+  EXPECT_TRUE(drawn(folder, std::vector<float>(3000, 0.0F), parameters).ok()) << "silence";
+  parameters.cepstrum_count = 1;
+  EXPECT_TRUE(drawn(folder, noise(3000), parameters).ok()) << "no cepstra but c0";
+  parameters = front_end_preset("sphinx-en-us");
+  parameters.shift = 4;
+  EXPECT_TRUE(drawn(folder, noise(20000), parameters).ok()) << "more frames than an image has columns";
+}
+
+TEST(FeaturePicture, NameMustBeThatOfAPng) {
+  EXPECT_NO_THROW(check_picture_name("a.PNG"));
+  EXPECT_THROW(check_picture_name("a.jpg"), Fault);
+}
+
+}  // namespace
+}  // namespace kivsr::program::test

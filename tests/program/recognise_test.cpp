@@ -1,0 +1,162 @@
+// kivsr recognise through the program: the thirty spoken commands, both models, options and faults.
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "speech/models/model_bytes.h"
+#include "speech/support/command.h"
+#include "speech/support/signals.h"
+
+namespace kivsr::program::test {
+
+using namespace speech;
+using namespace speech::test;
+
+namespace {
+
+std::filesystem::path source_folder() {
+  const char* const folder = std::getenv("KIVSR_SOURCE");
+  if (folder == nullptr) throw std::runtime_error("KIVSR_SOURCE does not name the source folder");
+  return folder;
+}
+
+// Errors and words of the demonstration's last lines.
+std::pair<int, int> demonstration(const std::string& options) {
+  const CommandResult result =
+      run_command(quoted(source_folder() / "scripts" / "demo") + " \"$KIVSR_EXECUTABLE\" " + options);
+  EXPECT_EQ(result.status, 0) << result.errors;
+  int errors = -1;
+  int words = -1;
+  for (std::istringstream lines(result.output); lines;) {
+    std::string line;
+    std::getline(lines, line);
+    if (std::sscanf(line.c_str(), "%d errors of %d words", &errors, &words) == 2) break;
+  }
+  return {errors, words};
+}
+
+TEST(Recognise, ThirtyCommandsWithoutAnError) {
+  for (const char* const options : {"", "--arithmetic double", "--arithmetic 16s", "--arithmetic 16s --shortlist 8"}) {
+    EXPECT_EQ(demonstration(options), std::pair(0, 30)) << options;
+  }
+}
+
+TEST(Recognise, SingleGaussianModelStaysWithinEightErrors) {
+  for (const char* const options : {"", "--arithmetic 16s"}) {
+    const auto [errors, words] =
+        demonstration("--skip-unknown --model " + quoted(kTestData / "an4_ci_cont") + " " + options);
+    EXPECT_EQ(words, 30) << options;
+    EXPECT_GE(errors, 0) << options;
+    EXPECT_LE(errors, 8) << options;
+  }
+}
+
+TEST(Recognise, WordLoopAlignmentAndReference) {
+  const TemporaryFolder folder;
+  const auto words = folder.write("words", "go forward\nten meters backward one two");
+  const auto reference = folder.write("reference", "go forward two meters now (goforward)\n");
+  const CommandResult result = run_kivsr("recognise --alignment --words " + quoted(words) + " --reference " +
+                                         quoted(reference) + " " + quoted(kTestData / "goforward.raw"));
+  ASSERT_EQ(result.status, 0) << result.errors;
+  EXPECT_EQ(result.errors, "") << "no progress where there is no terminal";
+  EXPECT_NE(result.output.find("goforward.raw: go forward ten meters [score -"), std::string::npos) << result.output;
+  EXPECT_NE(result.output.find("2 errors of 5 words (1 substitutions, 1 deletions, 0 insertions)"), std::string::npos)
+      << result.output;
+  // times follow each other without a gap from 0 to the end of the recording
+  std::istringstream lines(result.output);
+  std::vector<std::string> aligned;
+  double last = 0.0;
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream fields(line);
+    double start = 0.0;
+    double end = 0.0;
+    std::string word;
+    if (line.starts_with("  ") && fields >> start >> end >> word) {
+      EXPECT_NEAR(start, last, 0.006);
+      EXPECT_GT(end, start);
+      last = end;
+      if (word != "<sil>") aligned.push_back(word);
+    }
+  }
+  EXPECT_EQ(aligned, (std::vector<std::string>{"go", "forward", "ten", "meters"}));
+  EXPECT_NEAR(last, 2.79, 0.03);
+}
+
+TEST(Recognise, CepstraFromAFileGiveTheScoreOfTheAudio) {
+  const TemporaryFolder folder;
+  const auto audio = kTestData / "goforward.raw";
+  const auto cepstra = folder / "goforward.mfc";
+  const CommandResult written = run_kivsr("features --preset sphinx-en-us " + quoted(audio) + " -o " + quoted(cepstra));
+  ASSERT_EQ(written.status, 0) << written.errors;
+  const std::string options = "recognise --format tsv --grammar " + quoted(kTestData / "goforward.gram") + " ";
+  const auto heard = [](const std::string& output) {  // words and score
+    const std::size_t start = output.find('\t', output.find('\n'));
+    return output.substr(start, output.find('\t', output.find('\t', start + 1) + 1) - start);
+  };
+  const CommandResult result = run_kivsr(options + quoted(cepstra));
+  ASSERT_EQ(result.status, 0) << result.errors;
+  EXPECT_EQ(heard(result.output), heard(run_kivsr(options + quoted(audio)).output));
+  EXPECT_EQ(heard(result.output).find("\tgo forward ten meters\t-"), 0U) << result.output;
+
+  std::string bytes = read_file(cepstra);
+  bytes.replace(4 + 4 * (13 * 7 + 2), 4, "\xff\xff\xff\x7f");
+  const auto damaged = folder.write("damaged.mfc", bytes);
+  EXPECT_NE(run_kivsr(options + quoted(damaged)).errors.find("damaged.mfc: frame 7, value 2 is not finite"),
+            std::string::npos);
+  const auto narrow = folder.write("narrow.csv", "time_s,c0,c1\n0,1,2\n0.01,3,4\n");
+  EXPECT_NE(run_kivsr(options + quoted(narrow)).errors.find("narrow.csv: rows of 2 values, 13 are needed"),
+            std::string::npos);
+}
+
+TEST(Recognise, WeightsOfAGrammarDecide) {
+  const TemporaryFolder folder;
+  const auto heard = [&](const std::string& rule, const std::string& options) {
+    const auto grammar = folder.write("g.gram", "#JSGF V1.0; grammar g; public <g> = go forward " + rule + " meters;");
+    return run_kivsr("recognise --format tsv " + options + " --grammar " + quoted(grammar) + " " +
+                     quoted(kTestData / "goforward.raw"))
+        .output;
+  };
+  EXPECT_NE(heard("(ten | two)", "").find("\tgo forward ten meters\t"), std::string::npos);
+  const std::string biased = "(/1e-30/ ten | /1/ two)";
+  EXPECT_NE(heard(biased, "--language-weight 20").find("\tgo forward two meters\t"), std::string::npos);
+  EXPECT_NE(heard(biased, "--language-weight 0").find("\tgo forward ten meters\t"), std::string::npos);
+}
+
+TEST(Recognise, FaultsAreOneLineAndStatusTwo) {
+  const TemporaryFolder folder;
+  const std::string audio = quoted(kTestData / "goforward.raw");
+  const std::string grammar = "--grammar " + quoted(kTestData / "goforward.gram") + " ";
+  const auto model = folder / "model";
+  std::filesystem::copy(kTestData / "an4_ci_cont", model);
+  const std::string means = read_file(model / "means");
+  std::ofstream(model / "means", std::ios::binary) << means.substr(0, means.size() / 2);
+  const auto bad_grammar = folder.write("bad.gram", "#JSGF V1.0;\ngrammar g;\npublic <g> = go (forward;\n");
+  const auto bad_word = folder.write("word.gram", "#JSGF V1.0;\ngrammar g;\npublic <g> = go frobnicate;\n");
+  const auto empty = folder.write("empty.wav", wav({}, 16000, 1));
+  const std::pair<std::string, std::string> cases[] = {
+      {audio, "--grammar or --words"},
+      {grammar + "--model no-such-model " + audio, "no-such-model"},
+      {grammar + "--model " + quoted(model) + " " + audio, "means: truncated"},
+      {"--grammar " + quoted(bad_grammar) + " " + audio, "bad.gram:3:25: "},
+      {"--grammar " + quoted(bad_word) + " " + audio,
+       "word.gram:3:17: the word \"frobnicate\" is not in the dictionary"},
+      {grammar + quoted(empty), "empty.wav"},
+      {grammar + quoted(folder / "none.wav"), "none.wav"},
+      {grammar + "--reference " + quoted(folder.write("r", "x (other)\n")) + " " + audio, "no utterance goforward"},
+      {grammar + "--dict " + quoted(folder / "none.dict") + " " + audio, "none.dict: no such file"},
+      {grammar + "--beam nonsense " + audio, "--beam"},
+      {grammar + "--arithmetic half " + audio, "--arithmetic"},
+      {grammar + "--shortlist -1 " + audio, "--shortlist"},
+  };
+  for (const auto& [arguments, expected] : cases) {
+    const CommandResult result = run_kivsr("recognise " + arguments);
+    EXPECT_EQ(result.status, 2) << arguments;
+    EXPECT_EQ(result.output, "") << arguments;
+    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+    EXPECT_NE(result.errors.find(expected), std::string::npos) << result.errors;
+  }
+}
+
+}  // namespace
+}  // namespace kivsr::program::test

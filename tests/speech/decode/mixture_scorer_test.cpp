@@ -1,0 +1,192 @@
+// State scores of every arithmetic and of shortlists, against mixture densities computed in double precision from the
+// parameter files.
+#include "kivsr/speech/decode/mixture_scorer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <numeric>
+#include <random>
+
+#include "kivsr/speech/front/dynamic_features.h"
+#include "kivsr/speech/io/audio_file.h"
+#include "kivsr/speech/models/s3_file.h"
+#include "kivsr/speech/models/sendump.h"
+#include "speech/models/model_bytes.h"
+
+namespace kivsr::speech::test {
+namespace {
+
+// Each arithmetic with what its scores may be off by: absolute, and relative to the score. 16 bits: an inverse variance
+// around the median is off by half of 1/256 at most, and errors of the thirty-nine features average out.
+struct Tolerance {
+  ScoreArithmetic arithmetic;
+  double absolute;
+  double relative;
+};
+constexpr Tolerance kTolerances[] = {{ScoreArithmetic::kSinglePrecision, 1e-4, 3e-6},
+                                     {ScoreArithmetic::kDoublePrecision, 1e-4, 1e-6},
+                                     {ScoreArithmetic::kSixteenBits, 0.03, 5e-4}};
+
+// log of the density of one stream of a frame
+double log_density(const float* means, const float* variances, int length, const float* frame) {
+  double result = 0.0;
+  for (int i = 0; i < length; ++i) {
+    const double variance = std::max(static_cast<double>(variances[i]), 1e-4);
+    const double distance = static_cast<double>(frame[i]) - means[i];
+    result -= 0.5 * (std::log(2.0 * std::acos(-1.0) * variance) + distance * distance / variance);
+  }
+  return result;
+}
+
+// The model en-us and its files.
+struct EnUs {
+  AcousticModel model = read_acoustic_model(kEnUs);
+  GaussianParameters means = read_gaussian_parameters(kEnUs / "means");
+  GaussianParameters variances = read_gaussian_parameters(kEnUs / "variances");
+  PackedWeights weights = read_sendump(kEnUs / "sendump");
+
+  // Score of a state by the Gaussians that are the likeliest `count` of their codebook at `centre`.
+  double score(int phone, int state, std::span<const float> frame, std::span<const float> centre, int count) const {
+    double result = 0.0;
+    for (int stream = 0; stream < 3; ++stream) {
+      const auto density = [&](std::span<const float> vector, int gaussian) {
+        return log_density(means.rows(phone, stream) + 13 * gaussian, variances.rows(phone, stream) + 13 * gaussian, 13,
+                           &vector[static_cast<std::size_t>(13 * stream)]);
+      };
+      std::vector<double> at_centre;
+      for (int gaussian = 0; gaussian < 128; ++gaussian) at_centre.push_back(density(centre, gaussian));
+      std::vector<double> sorted = at_centre;
+      std::sort(sorted.begin(), sorted.end(), std::greater<>());
+      double likelihood = 0.0;
+      for (int gaussian = 0; gaussian < 128; ++gaussian) {
+        if (at_centre[static_cast<std::size_t>(gaussian)] >= sorted[static_cast<std::size_t>(count - 1)]) {
+          likelihood += std::exp(weights.log_weight(stream, gaussian, state) + density(frame, gaussian));
+        }
+      }
+      result += std::log(likelihood);
+    }
+    return result;
+  }
+};
+
+TEST(MixtureScorer, PhoneticallyTiedMixtures) {
+  const EnUs files;
+  for (const auto& [arithmetic, absolute, relative] : kTolerances) {
+    const std::unique_ptr<Scorer> scorer = make_mixture_scorer(files.model, {arithmetic, 0});
+    std::mt19937 generator(3);
+    for (const int phone : {2, 32, 41}) {
+      // a frame near the Gaussians of the phone
+      std::vector<float> frame;
+      std::normal_distribution<float> normal(0.0F, 0.5F);
+      for (int stream = 0; stream < 3; ++stream) {
+        for (int i = 0; i < 13; ++i) frame.push_back(files.means.rows(phone, stream)[13 * 5 + i] + normal(generator));
+      }
+      std::vector<float> scores(126, 12345.0F);
+      const std::vector<int>& states = files.model.definition.phones[static_cast<std::size_t>(phone)].states;
+      scorer->score(frame, states, scores);
+      for (int state = 0; state < 126; ++state) {
+        if (std::find(states.begin(), states.end(), state) == states.end()) {
+          EXPECT_EQ(scores[static_cast<std::size_t>(state)], 12345.0F) << "not asked for";
+          continue;
+        }
+        const double expected = files.score(phone, state, frame, frame, 128);
+        EXPECT_NEAR(scores[static_cast<std::size_t>(state)], expected, absolute + relative * std::abs(expected));
+      }
+    }
+  }
+}
+
+// The first cell of each stream has the first mean of the stream as its centre.
+TEST(MixtureScorer, ShortlistsHoldTheLikeliestGaussiansOfTheCell) {
+  const EnUs files;
+  std::vector<float> centre;
+  for (int stream = 0; stream < 3; ++stream) {
+    centre.insert(centre.end(), files.means.rows(0, stream), files.means.rows(0, stream) + 13);
+  }
+  std::vector<float> frame = centre;
+  for (float& value : frame) value += 0.25F;
+  std::vector<int> states(126);
+  std::iota(states.begin(), states.end(), 0);
+  std::vector<float> scores(126);
+  const int counts[] = {1, 4, 30};
+  for (std::size_t i = 0; i < 3; ++i) {
+    const auto& [arithmetic, absolute, relative] = kTolerances[i];
+    make_mixture_scorer(files.model, {arithmetic, counts[i]})->score(frame, states, scores);
+    for (const int phone : {0, 20, 41}) {
+      for (const int state : files.model.definition.phones[static_cast<std::size_t>(phone)].states) {
+        const double expected = files.score(phone, state, frame, centre, counts[i]);
+        EXPECT_NEAR(scores[static_cast<std::size_t>(state)], expected, absolute + relative * std::abs(expected))
+            << counts[i] << " for phone " << phone;
+      }
+    }
+  }
+}
+
+// Over a recording: what scores lose by quantisation, and the best state of a frame by shortlists, on average.
+TEST(MixtureScorer, LossesOverSpeech) {
+  const AcousticModel model = read_acoustic_model(kEnUs);
+  const Audio audio = read_audio_at(kTestData / "goforward.raw", model.features.front_end.sample_rate, {});
+  const FeatureMatrix features = utterance_features(model.features.front_end, audio.samples);
+  std::vector<int> states(126);
+  std::iota(states.begin(), states.end(), 0);
+  const auto all_scores = [&](const ScorerOptions& options) {
+    const std::unique_ptr<Scorer> scorer = make_mixture_scorer(model, options);
+    std::vector<std::vector<float>> result;
+    for (int frame = 0; frame < features.height(); ++frame) {
+      result.emplace_back(126);
+      scorer->score(features.row(frame), states, result.back());
+    }
+    return result;
+  };
+  const auto exact = all_scores({ScoreArithmetic::kDoublePrecision, 0});
+  const auto quantised = all_scores({ScoreArithmetic::kSixteenBits, 0});
+  double squares = 0.0;
+  for (std::size_t frame = 0; frame < exact.size(); ++frame) {
+    for (std::size_t state = 0; state < 126; ++state) {
+      squares += std::pow(static_cast<double>(quantised[frame][state]) - static_cast<double>(exact[frame][state]), 2);
+    }
+  }
+  EXPECT_LT(std::sqrt(squares / static_cast<double>(126 * exact.size())), 0.01);
+
+  EXPECT_EQ(all_scores({ScoreArithmetic::kSinglePrecision, 128}), all_scores({}));
+  double last_loss = 4.0;
+  for (const int count : {4, 32}) {
+    const auto listed = all_scores({ScoreArithmetic::kSinglePrecision, count});
+    double loss = 0.0;
+    for (std::size_t frame = 0; frame < exact.size(); ++frame) {
+      for (std::size_t state = 0; state < 126; ++state) {
+        ASSERT_LE(listed[frame][state], exact[frame][state] + 1e-3F) << "a part of the mixture is above all of it";
+      }
+      loss += static_cast<double>(*std::max_element(exact[frame].begin(), exact[frame].end()) -
+                                  *std::max_element(listed[frame].begin(), listed[frame].end()));
+    }
+    loss /= static_cast<double>(exact.size());
+    EXPECT_LT(loss, last_loss / 1.3) << count;
+    last_loss = loss;
+  }
+  EXPECT_LT(last_loss, 0.4);
+}
+
+TEST(MixtureScorer, SingleGaussians) {
+  const std::filesystem::path folder = kTestData / "an4_ci_cont";
+  const AcousticModel model = read_acoustic_model(folder);
+  const GaussianParameters means = read_gaussian_parameters(folder / "means");
+  const GaussianParameters variances = read_gaussian_parameters(folder / "variances");
+  std::vector<float> frame(means.rows(17, 0), means.rows(17, 0) + 39);
+  frame[3] += 0.7F;
+  std::vector<float> scores(102);
+  const std::vector<int> states{0, 17, 101};
+  for (const auto& [arithmetic, absolute, relative] : kTolerances) {
+    const std::unique_ptr<Scorer> scorer = make_mixture_scorer(model, {arithmetic, 8});  // of one Gaussian
+    scorer->score(frame, states, scores);
+    for (const int state : states) {
+      const double expected = log_density(means.rows(state, 0), variances.rows(state, 0), 39, frame.data());
+      EXPECT_NEAR(scores[static_cast<std::size_t>(state)], expected, absolute + relative * std::abs(expected));
+    }
+    EXPECT_THROW(scorer->score(std::span(frame).first(13), states, scores), Fault);
+  }
+}
+
+}  // namespace
+}  // namespace kivsr::speech::test

@@ -1,0 +1,40 @@
+// Runs a program and catches what it prints.
+#pragma once
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+#include "speech/support/temporary_folder.h"
+
+namespace kivsr::speech::test {
+
+struct CommandResult {
+  int status;  // exit status, or minus the signal
+  std::string output;
+  std::string errors;
+};
+
+// command: a line of the shell.
+inline CommandResult run_command(const std::string& command) {
+  const TemporaryFolder folder;
+  const auto output = folder / "output";
+  const auto errors = folder / "errors";
+  const int result =
+      std::system(("{ " + command + "\n} > '" + output.string() + "' 2> '" + errors.string() + "'").c_str());
+  return {WIFEXITED(result) ? WEXITSTATUS(result) : -WTERMSIG(result), read_file(output), read_file(errors)};
+}
+
+inline std::string quoted(const std::filesystem::path& path) { return "'" + path.string() + "'"; }
+
+// The kivsr program with arguments of the shell.
+inline CommandResult run_kivsr(const std::string& arguments, const std::string& before = "") {
+  const char* const program = std::getenv("KIVSR_EXECUTABLE");
+  if (program == nullptr) throw std::runtime_error("KIVSR_EXECUTABLE does not name the kivsr program");
+  return run_command(before + quoted(program) + " " + arguments);
+}
+
+}  // namespace kivsr::speech::test
