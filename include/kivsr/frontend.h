@@ -7,6 +7,9 @@
 #include "frontend/delta.h"
 #include "frontend/linear_prediction.h"
 #include "frontend/mel_bank.h"
+#include "frontend/mel_bank_32s.h"
+#include "frontend/mel_bank_aurora.h"
+#include "frontend/mel_scale.h"
 #include "frontend/reflection.h"
 
 #endif

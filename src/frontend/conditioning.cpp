@@ -1,5 +1,5 @@
-// Conditioning of samples and log energies: normalisation of an energy column, offset compensation, sign changes and
-// normalisation into a range.
+// Conditioning of samples and log energies: normalisation of an energy column, offset compensation, sign changes,
+// normalisation into a range and padding with zeros.
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -221,6 +221,18 @@ KivStatus normalise_found(const S* src, D* dst, int len, float low_coef, float h
   });
 }
 
+// --- padding --------------------------------------------------------------------------------------------------------
+
+template <class T>
+KivStatus copy_with_padding(const T* src, int src_len, T* dst, int dst_len) {
+  return run(
+      first_failure(not_null(src, dst), positive(src_len, dst_len), require(dst_len >= src_len, kivStatusBadSize)),
+      [&] {
+        copy(dst, src, src_len);
+        zero(dst + src_len, std::ptrdiff_t{dst_len} - src_len);
+      });
+}
+
 }  // namespace
 }  // namespace kivsr
 
@@ -315,5 +327,12 @@ KivStatus kivsNormalizeInRange_16s_I(Kiv16s* pSrcDst, int len, Kiv32f lowCoef, K
 KivStatus kivsNormalizeInRange_16s8u(const Kiv16s* pSrc, Kiv8u* pDst, int len, Kiv32f lowCoef, Kiv32f highCoef,
                                      Kiv8u range) {
   return normalise_found(pSrc, pDst, len, lowCoef, highCoef, range);
+}
+
+KivStatus kivsCopyWithPadding_32f(const Kiv32f* pSrc, int lenSrc, Kiv32f* pDst, int lenDst) {
+  return copy_with_padding(pSrc, lenSrc, pDst, lenDst);
+}
+KivStatus kivsCopyWithPadding_16s(const Kiv16s* pSrc, int lenSrc, Kiv16s* pDst, int lenDst) {
+  return copy_with_padding(pSrc, lenSrc, pDst, lenDst);
 }
 }

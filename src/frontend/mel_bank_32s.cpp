@@ -7,7 +7,7 @@
 #include "frame/layout.h"
 #include "frame/row_matrix.h"
 #include "frame/status.h"
-#include "kivsr/frontend/mel_bank.h"
+#include "kivsr/frontend/mel_bank_32s.h"
 #include "mel_bank.h"
 #include "mel_bank_design.h"
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "frame/status.h"
+#include "kivsr/frontend/mel_bank_aurora.h"
 #include "mel_bank.h"
 #include "mel_bank_design.h"
 

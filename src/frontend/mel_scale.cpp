@@ -1,10 +1,8 @@
-// Conversion between hertz and mel, and frames padded with zeros.
-#include <cstddef>
+// Conversion between hertz and mel.
+#include "kivsr/frontend/mel_scale.h"
 
 #include "frame/elementary.h"
 #include "frame/status.h"
-#include "kivsr/frontend/mel_bank.h"
-#include "vector/copy.h"
 
 namespace kivsr {
 namespace {
@@ -13,16 +11,6 @@ namespace {
 KivStatus scale_check(const float* src, const float* dst, int len, float multiplier, float divisor) {
   return first_failure(not_null(src, dst), positive(len),
                        require(!(multiplier <= 0.0F) && !(divisor <= 0.0F), kivStatusBadSize));
-}
-
-template <class T>
-KivStatus copy_with_padding(const T* src, int src_len, T* dst, int dst_len) {
-  return run(
-      first_failure(not_null(src, dst), positive(src_len, dst_len), require(dst_len >= src_len, kivStatusBadSize)),
-      [&] {
-        copy(dst, src, src_len);
-        zero(dst + src_len, std::ptrdiff_t{dst_len} - src_len);
-      });
 }
 
 }  // namespace
@@ -45,11 +33,5 @@ KivStatus kivsMelToLinear_32f(const Kiv32f* pSrc, Kiv32f* pDst, int len, Kiv32f 
     const double reciprocal = 1.0 / melMul;
     for (int k = 0; k < len; ++k) pDst[k] = static_cast<Kiv32f>(melDiv * (exponential(pSrc[k] * reciprocal) - 1.0));
   });
-}
-KivStatus kivsCopyWithPadding_32f(const Kiv32f* pSrc, int lenSrc, Kiv32f* pDst, int lenDst) {
-  return copy_with_padding(pSrc, lenSrc, pDst, lenDst);
-}
-KivStatus kivsCopyWithPadding_16s(const Kiv16s* pSrc, int lenSrc, Kiv16s* pDst, int lenDst) {
-  return copy_with_padding(pSrc, lenSrc, pDst, lenDst);
 }
 }

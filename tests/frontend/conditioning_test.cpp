@@ -324,5 +324,20 @@ TEST(NormalizeInRange32f, HandlesWindowsWhoseReciprocalHasNoEstimate) {
   }
 }
 
+template <class T>
+void check_padding(KivStatus (*pad)(const T*, int, T*, int)) {
+  const Guarded<T> src(std::vector<T>{1, 2, 3});
+  Guarded<T> dst(7);
+  EXPECT_EQ(pad(src.data(), 3, dst.data(), 2), kivStatusBadSize);
+  EXPECT_EQ(pad(src.data(), 0, dst.data(), 7), kivStatusBadSize);
+  EXPECT_EQ(pad(nullptr, 0, dst.data(), 7), kivStatusNullPointer);
+  EXPECT_EQ(pad(src.data(), 3, dst.data(), 7), kivStatusOk);
+  expect_exact(dst, std::vector<T>{1, 2, 3, 0, 0, 0, 0});
+}
+TEST(Padding, AppendsZeros) {
+  check_padding(kivsCopyWithPadding_32f);
+  check_padding(kivsCopyWithPadding_16s);
+}
+
 }  // namespace
 }  // namespace kivsr::test

@@ -99,6 +99,12 @@ KIVSR_API KivStatus kivsNormalizeInRange_16s8u(const Kiv16s* pSrc, Kiv8u* pDst, 
                                                Kiv32f highCoef, Kiv8u range);
 /** @} */
 
+/** Copies lenSrc elements and appends zeros up to lenDst. pDst must not overlap pSrc.
+ *
+ * Statuses, in order: -8 null; -6 lenSrc < 1, lenDst < 1 or lenDst < lenSrc. */
+KIVSR_API KivStatus kivsCopyWithPadding_32f(const Kiv32f* pSrc, int lenSrc, Kiv32f* pDst, int lenDst);
+KIVSR_API KivStatus kivsCopyWithPadding_16s(const Kiv16s* pSrc, int lenSrc, Kiv16s* pDst, int lenDst);
+
 /** @} */
 
 KIVSR_END_DECLS

@@ -6,23 +6,6 @@
 
 KIVSR_BEGIN_DECLS
 
-/** @defgroup melscale Hertz and mel
- *
- *     mel(f) = melMul ln(1 + f / melDiv)        f = melDiv (exp(mel / melMul) - 1)
- *
- * kivsLinearToMel_32f and kivsMelToLinear_32f convert len values, from hertz to mel and back. pDst may be pSrc.
- * With melMul 1127 (or 2595 / ln 10) and melDiv 700 this is the usual mel scale; a different melMul scales the mel axis
- * without moving a filter.
- *
- * Accuracy: last-bit (1 unit of the exact value for the given constants). An argument below -melDiv gives NaN, a result
- * too large for a float infinity; both with status 0.
- *
- * Statuses, in order: -8 a null pointer; -6 len < 1, melMul <= 0 or melDiv <= 0 (a NaN constant passes).
- * @{ */
-KIVSR_API KivStatus kivsLinearToMel_32f(const Kiv32f* pSrc, Kiv32f* pDst, int len, Kiv32f melMul, Kiv32f melDiv);
-KIVSR_API KivStatus kivsMelToLinear_32f(const Kiv32f* pSrc, Kiv32f* pDst, int len, Kiv32f melMul, Kiv32f melDiv);
-/** @} */
-
 /** @defgroup melbank Mel filter bank
  *
  * Triangular filters over the bins of a spectrum, equally spaced in mel. With fftLen the smallest power of two that is
@@ -150,70 +133,6 @@ KIVSR_API KivStatus kivsEvalFBank_16s_Sfs(const Kiv16s* pSrc, Kiv16s* pDst, cons
                                           int scaleFactor);
 KIVSR_API KivStatus kivsEvalFBank_16s32s_Sfs(const Kiv16s* pSrc, Kiv32s* pDst, const KivsFBankState_16s* pFBank,
                                              int scaleFactor);
-/** @} */
-
-/** @defgroup melbank32s Mel filter bank for 32-bit integer spectra
- *
- * A bank of KIV_FBANK_BINWEIGHT weights with 30 fraction bits, in the caller's block. Frequencies are whole hertz,
- * melMul and melDiv fixed-point numbers with 16 fraction bits. Edges beyond fftLen/2 are moved there. The weights are
- * designed in double precision and truncated.
- *
- * Evaluation: each 64-bit product is shifted right by 8 and added to a 64-bit sum, which is shifted right (rounding
- * down) by scaleFactor or left (saturating) by -scaleFactor, then by 22 to nearest, halves up, and saturated.
- *
- * Statuses, in order:
- * - GetSize: -8 null pSize; -6 nFilter < 1, winLen < 32 or winLen > 8192; -70 mode other than 2; -6 nFilter >
- *   fftLen/2.
- * - Init: -8 null; -6 nFilter < 1, highFreq < 1, winLen as above; -70; -6 sampFreq outside 1 .. 48000; -6
- *   lowFreq < 0; -71 highFreq <= lowFreq or highFreq > 24000; -5 melDiv not in (8, 4096); -5 melMul not in
- *   (8, 16384); -6 nFilter > fftLen/2 + 1.
- * - Evaluation: -8 null; -5 scaleFactor outside -31 .. 31.
- * @{ */
-KIVSR_API KivStatus kivsMelFBankGetSize_32s(int winLen, int nFilter, Kiv32s mode, int* pSize);
-KIVSR_API KivStatus kivsMelFBankInit_32s(KivsFBankState_32s* pFBank, int* pFFTOrder, int winLen, Kiv32s sampFreq,
-                                         Kiv32s lowFreq, Kiv32s highFreq, int nFilter, Kiv32s melMul, Kiv32s melDiv,
-                                         Kiv32s mode);
-KIVSR_API KivStatus kivsEvalFBank_32s_Sfs(const Kiv32s* pSrc, Kiv32s* pDst, const KivsFBankState_32s* pFBank,
-                                          int scaleFactor);
-/** @} */
-
-/** @defgroup melbankaurora Filter banks of the advanced front end
- *
- * The two fixed banks of ETSI ES 202 050 (Advanced front-end feature extraction; mel filter bank): fftLen 128 at
- * 8000 Hz, mel(f) = 2595 ln(1 + f / 700), evaluated like any other bank over 65 spectrum values.
- *
- * - Low: 25 filters with centres at 24 equal mel steps from 1 Hz to 4000 Hz, from bin 0 to bin 64. The first is a half
- *   triangle that falls from bin 0, the last one rises to bin 64.
- * - High: 3 full triangles at 4 equal mel steps from 80 Hz to 4000 Hz.
- *
- * Positions are rounded to whole bins; triangles are linear in bins, 1 at the centre and 0 at both edges, and divided
- * by the sum of their weights. The 16s banks do this in integers with 14 fraction bits, truncating, so that their
- * weights add up to 1 or a little less.
- *
- * Statuses, in order: -8 null; InitAlloc: -9 no memory.
- * @{ */
-KIVSR_API KivStatus kivsMelFBankGetSizeLow_Aurora_32f(int* pSize);
-KIVSR_API KivStatus kivsMelFBankGetSizeLow_Aurora_16s(int* pSize);
-KIVSR_API KivStatus kivsMelFBankGetSizeHigh_Aurora_32f(int* pSize);
-KIVSR_API KivStatus kivsMelFBankGetSizeHigh_Aurora_16s(int* pSize);
-KIVSR_API KivStatus kivsMelFBankInitLow_Aurora_32f(KivsFBankState_32f* pFBank);
-KIVSR_API KivStatus kivsMelFBankInitLow_Aurora_16s(KivsFBankState_16s* pFBank);
-KIVSR_API KivStatus kivsMelFBankInitHigh_Aurora_32f(KivsFBankState_32f* pFBank);
-KIVSR_API KivStatus kivsMelFBankInitHigh_Aurora_16s(KivsFBankState_16s* pFBank);
-KIVSR_API KivStatus kivsMelFBankInitAllocLow_Aurora_32f(KivsFBankState_32f** ppFBank);
-KIVSR_API KivStatus kivsMelFBankInitAllocLow_Aurora_16s(KivsFBankState_16s** ppFBank);
-KIVSR_API KivStatus kivsMelFBankInitAllocHigh_Aurora_32f(KivsFBankState_32f** ppFBank);
-KIVSR_API KivStatus kivsMelFBankInitAllocHigh_Aurora_16s(KivsFBankState_16s** ppFBank);
-/** @} */
-
-/** @defgroup padding Frames padded with zeros
- *
- * Copies lenSrc elements and appends zeros up to lenDst. pDst must not overlap pSrc.
- *
- * Statuses, in order: -8 null; -6 lenSrc < 1, lenDst < 1 or lenDst < lenSrc.
- * @{ */
-KIVSR_API KivStatus kivsCopyWithPadding_32f(const Kiv32f* pSrc, int lenSrc, Kiv32f* pDst, int lenDst);
-KIVSR_API KivStatus kivsCopyWithPadding_16s(const Kiv16s* pSrc, int lenSrc, Kiv16s* pDst, int lenDst);
 /** @} */
 
 KIVSR_END_DECLS
