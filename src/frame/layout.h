@@ -38,7 +38,9 @@ class Layout {
       overflow_ = true;
       return {0};
     }
-    end_ = round_up(offset + count * sizeof(T), kPartAlignment);
+    const std::size_t bytes = count * sizeof(T);
+    end_ = round_up(offset + bytes, kPartAlignment);
+    apart_ += bytes + kPartAlignment;
     return {offset};
   }
 
@@ -47,6 +49,8 @@ class Layout {
   std::size_t bytes() const { return end_; }
   // From a block of any alignment.
   std::size_t bytes_from_any_start() const { return end_ + kPartAlignment - 1; }
+  // The parts counted with room to align each by itself: never less than from any start.
+  std::size_t bytes_apart() const { return apart_; }
   // Whether the size can be reported through an int.
   bool fits_int() const {
     return !overflow_ && bytes_from_any_start() <= static_cast<std::size_t>(std::numeric_limits<int>::max());
@@ -54,6 +58,7 @@ class Layout {
 
  private:
   std::size_t end_ = 0;
+  std::size_t apart_ = 0;
   bool overflow_ = false;
 };
 

@@ -80,39 +80,45 @@ constexpr KivStatus shape_check(int inputs, int coefficients) {
   return first_failure(positive(inputs, coefficients), require(inputs >= coefficients, kivStatusBadSize));
 }
 
-// Record, lifter, work area, row table and rows, with room to bring each part behind the record to a 32-byte boundary
-// wherever the block starts.
+// Everything behind the record: lifter, work area of 16s states, row table and rows.
 template <class State>
-std::size_t state_bytes(int inputs, int coefficients) {
-  constexpr std::size_t kVectors = kHasWork<State> ? 2 : 1;
-  const std::size_t rows = count(coefficients) + 1;
-  const std::size_t matrix = RowMatrix<float>::bytes(rows, count(inputs));
-  if (matrix > static_cast<std::size_t>(std::numeric_limits<int>::max())) return matrix;
-  return sizeof(State) + kVectors * rows * sizeof(float) + (kVectors + 1) * kPartAlignment + matrix;
-}
+struct Parts {
+  Layout layout;
+  Part<float> lifter;
+  Part<float> work{};
+  Part<char> matrix{};
 
-// The same parts counted with unpadded rows and 32 bytes to align each, which is a little more.
-std::size_t roomy_state_bytes(int inputs, int coefficients) {
-  const std::size_t rows = count(coefficients) + 1;
-  const std::size_t row = sizeof(float*) + kPartAlignment + count(inputs) * sizeof(float);
-  std::size_t matrix;
-  if (__builtin_mul_overflow(rows, row, &matrix)) return RowMatrix<float>::kTooLarge;
-  if (matrix > static_cast<std::size_t>(std::numeric_limits<int>::max())) return matrix;
-  return sizeof(KivsDCTLifterState_16s) + 2 * rows * sizeof(float) + 3 * kPartAlignment + matrix;
-}
+  Parts(int inputs, int coefficients)
+      : Parts(count(coefficients) + 1, RowMatrix<float>::bytes(count(coefficients) + 1, count(inputs))) {}
 
-constexpr KivStatus fits_int(std::size_t bytes) {
-  return require(bytes <= static_cast<std::size_t>(std::numeric_limits<int>::max()), kivStatusBadSize);
-}
+  // The matrix counted with unpadded rows and room to align each, which is a little more.
+  static Parts roomy(int inputs, int coefficients) {
+    const std::size_t rows = count(coefficients) + 1;
+    return Parts(rows, rows * (sizeof(float*) + kPartAlignment + count(inputs) * sizeof(float)));
+  }
 
-KivStatus report_size(std::size_t bytes, int* size) {
-  return run(fits_int(bytes), [&] { *size = static_cast<int>(bytes); });
+  std::size_t bytes() const { return sizeof(State) + layout.bytes_apart(); }
+  KivStatus check() const {
+    return require(layout.fits_int() && bytes() <= static_cast<std::size_t>(std::numeric_limits<int>::max()),
+                   kivStatusBadSize);
+  }
+
+ private:
+  Parts(std::size_t rows, std::size_t matrix_bytes) : lifter(layout.add<float>(rows)) {
+    if constexpr (kHasWork<State>) work = layout.add<float>(rows);
+    matrix = layout.add<char>(matrix_bytes);
+  }
+};
+
+template <class State>
+KivStatus report_size(const Parts<State>& parts, int* size) {
+  return run(parts.check(), [&] { *size = static_cast<int>(parts.bytes()); });
 }
 
 template <class State>
 KivStatus get_size(int inputs, int coefficients, int* size) {
-  return run(first_failure(not_null(size), shape_check(inputs, coefficients)),
-             [&] { return report_size(state_bytes<State>(inputs, coefficients), size); });
+  const KivStatus checks = first_failure(not_null(size), shape_check(inputs, coefficients));
+  return checks != kivStatusOk ? checks : report_size(Parts<State>(inputs, coefficients), size);
 }
 
 template <class State, class Lifter>
@@ -134,22 +140,17 @@ void fill(State& state, int inputs, int coefficients, bool with_c0, const Lifter
   }
 }
 
-// A state in the caller's block of state_bytes, the record at its start.
+// A state in the caller's block, the record at its start.
 template <class State, class Lifter>
 KivStatus initialise(State* state, int inputs, int coefficients, bool with_c0, const Lifter& lifter) {
-  return run(fits_int(state_bytes<State>(inputs, coefficients)), [&] {
-    const std::size_t rows = count(coefficients) + 1;
-    void* end = state + 1;
-    const auto next = [&] {
-      float* const part = static_cast<float*>(align_up(end));
-      end = part + rows;
-      return part;
-    };
-    state->lifter = next();
-    if constexpr (kHasWork<State>) state->work = next();
-    state->matrix = RowMatrix<float>::place(align_up(end), rows, count(inputs));
-    fill(*state, inputs, coefficients, with_c0, lifter);
-  });
+  const Parts<State> parts(inputs, coefficients);
+  if (const KivStatus status = parts.check(); status != kivStatusOk) return status;
+  void* const base = align_up(state + 1);
+  state->lifter = parts.lifter.in(base);
+  if constexpr (kHasWork<State>) state->work = parts.work.in(base);
+  state->matrix = RowMatrix<float>::place(parts.matrix.in(base), count(coefficients) + 1, count(inputs));
+  fill(*state, inputs, coefficients, with_c0, lifter);
+  return kivStatusOk;
 }
 
 template <class State>
@@ -301,8 +302,9 @@ KivStatus kivsDCTLifterGetSize_Mul_16s(int lenDCT, int lenCep, int* pSize) {
 }
 KivStatus kivsDCTLifterGetSize_MulC0_16s(int lenDCT, int lenCep, int* pSize) {
   constexpr int kLongest = 8192;
-  return run(first_failure(not_null(pSize), shape_check(lenDCT, lenCep), require(lenDCT <= kLongest, kivStatusBadSize)),
-             [&] { return report_size(roomy_state_bytes(lenDCT, lenCep), pSize); });
+  const KivStatus checks =
+      first_failure(not_null(pSize), shape_check(lenDCT, lenCep), require(lenDCT <= kLongest, kivStatusBadSize));
+  return checks != kivStatusOk ? checks : report_size(Parts<KivsDCTLifterState_16s>::roomy(lenDCT, lenCep), pSize);
 }
 
 KivStatus kivsDCTLifterInit_32f(KivsDCTLifterState_32f* pState, int lenDCT, int lenCep, int nLifter, Kiv32f scale) {

@@ -7,12 +7,13 @@
 #include <cmath>
 #include <cstdint>
 
+#include "frame/layout.h"
 #include "frame/scratch.h"
 #include "frame/status.h"
 #include "frame/transform.h"
 #include "kivsr/frontend/linear_prediction.h"
-#include "kivsr/vector/fft.h"
 #include "vector/copy.h"
+#include "vector/fft.h"
 
 namespace kivsr {
 namespace {
@@ -72,34 +73,31 @@ void direct_sums(float* r, const float* x, std::ptrdiff_t len, std::ptrdiff_t la
   }
 }
 
-// Releases the FFT object of a call on every path.
-struct FftSpec {
-  KivsFFTSpec_R_32f* object = nullptr;
-  ~FftSpec() {
-    if (object != nullptr) kivsFFTFree_R_32f(object);
-  }
-};
-
 // The inverse transform of the power spectrum, the frame padded with zeros to twice its length or more so that the
-// ends do not meet.
+// ends do not meet. One block of memory: the transform object, its work area (first the temporary memory of its
+// construction) and the padded frame.
 KivStatus fft_sums(float* r, const float* x, std::ptrdiff_t len, std::ptrdiff_t lags) {
   int order = 1;
   while ((std::int64_t{1} << order) < 2 * std::int64_t{len}) ++order;
-  FftSpec fft;
-  KivStatus status = kivsFFTInitAlloc_R_32f(&fft.object, order, kivFftScaleInverse, 0);
-  if (status != kivStatusOk) return status;
+  if (order > fft::kMaximumOrder) return kivStatusFftOrderError;
+  const fft::Sizes sizes = fft::sizes<KivsFFTSpec_R_32f>(order);
+  Layout layout;
+  const auto object = layout.add<char>(sizes.object);
+  const auto work = layout.add<char>(std::max(sizes.work, sizes.construction));
+  const auto frame = layout.add<float>(std::size_t{1} << order);
+  if (layout.overflow()) return kivStatusNoMemory;
+  Scratch<char> block(layout.bytes());
+  if (!block) return kivStatusNoMemory;
+  void* const area = work.in(block.data());
+  float* const buffer = frame.in(block.data());
+  const auto& transform = *fft::construct<KivsFFTSpec_R_32f>(object.in(block.data()), area, order, kivFftScaleInverse);
   const std::ptrdiff_t n = std::ptrdiff_t{1} << order;
-  Scratch<float, 1> buffer(static_cast<std::size_t>(n));
-  if (!buffer) return kivStatusNoMemory;
-  copy(buffer.data(), x, len);
-  zero(buffer.data() + len, n - len);
-  status = kivsFFTFwd_RToPack_32f(buffer.data(), buffer.data(), fft.object, nullptr);
-  if (status != kivStatusOk) return status;
-  status = kivsMulPackConj_32f_I(buffer.data(), buffer.data(), static_cast<int>(n));
-  if (status != kivStatusOk) return status;
-  status = kivsFFTInv_PackToR_32f(buffer.data(), buffer.data(), fft.object, nullptr);
-  if (status != kivStatusOk) return status;
-  copy(r, buffer.data(), lags);
+  copy(buffer, x, len);
+  zero(buffer + len, n - len);
+  fft::forward(buffer, buffer, transform, area, fft::Spectrum::kPack);
+  fft::multiply_pack_conjugate(buffer, buffer, n);
+  fft::inverse(buffer, buffer, transform, area);
+  copy(r, buffer, lags);
   return kivStatusOk;
 }
 
@@ -107,9 +105,8 @@ KivStatus autocorrelate(const float* x, std::ptrdiff_t len, float* r, std::ptrdi
   const std::ptrdiff_t computed = std::min(len, lags);
   if (computed < kFftLags) {
     direct_sums(r, x, len, computed);
-  } else {
-    const KivStatus status = fft_sums(r, x, len, computed);
-    if (status != kivStatusOk) return status;
+  } else if (const KivStatus status = fft_sums(r, x, len, computed); status != kivStatusOk) {
+    return status;
   }
   std::fill(r + computed, r + lags, 0.0F);
   return kivStatusOk;
@@ -168,15 +165,15 @@ KivStatus schur(const float* r, float* reflection, std::ptrdiff_t order, float* 
   if (!p) return kivStatusNoMemory;
   Scratch<float, 1024> v(count);
   if (!v) return kivStatusNoMemory;
-  Scratch<float, 1024> k(count);
-  if (!k) return kivStatusNoMemory;
   for (std::ptrdiff_t i = 1; i <= order; ++i) {
     p[i] = r[i];
     v[i] = r[i - 1];
   }
+  float left = 0.0F;  // the energy that prediction of order m leaves
   for (std::ptrdiff_t m = 1; m <= order; ++m) {
     const float km = (0.0F - p[m]) / v[m];
-    k[m] = km;
+    reflection[m - 1] = km;
+    left = p[m] * km + v[m];
     // Upward, with the old neighbours at hand, so that the next k is ready first.
     float p_before = p[m];
     float v_before = v[m];
@@ -189,29 +186,29 @@ KivStatus schur(const float* r, float* reflection, std::ptrdiff_t order, float* 
       v_before = v_old;
     }
   }
-  copy(reflection, k.data() + 1, order);
-  *error = p[order] * k[order] + v[order];
+  *error = left;
   return kivStatusOk;
 }
 
 // --- conversions ----------------------------------------------------------------------------------------------------
 
 KivStatus step_down(const float* a, float* reflection, std::ptrdiff_t order) {
-  const std::size_t count = static_cast<std::size_t>(order) + 1;
-  Scratch<float, 16> stage(count);
+  Scratch<float, 16> stage(static_cast<std::size_t>(order) + 1);
   if (!stage) return kivStatusNoMemory;
-  Scratch<float, 16> next(count);
-  if (!next) return kivStatusNoMemory;
-  float* old_a = stage.data();
-  float* new_a = next.data();
-  copy(old_a + 1, a, order);
+  float* const coefficients = stage.data();
+  copy(coefficients + 1, a, order);
   for (std::ptrdiff_t m = order; m >= 1; --m) {
-    const float k = 0.0F - old_a[m];
+    const float k = 0.0F - coefficients[m];
     const float s = 1.0F / (1.0F - k * k);
     if (k == 1.0F || k == -1.0F || std::isnan(k)) return kivStatusUnitReflection;
     reflection[m - 1] = k;
-    for (std::ptrdiff_t j = 1; j < m; ++j) new_a[j] = (old_a[m - j] * k + old_a[j]) * s;
-    std::swap(old_a, new_a);
+    // Coefficients j and m - j change places with each other's old values.
+    for (std::ptrdiff_t low = 1, high = m - 1; low <= high; ++low, --high) {
+      const float a_low = coefficients[low];
+      const float a_high = coefficients[high];
+      coefficients[low] = (a_high * k + a_low) * s;
+      coefficients[high] = (a_low * k + a_high) * s;
+    }
   }
   return kivStatusOk;
 }

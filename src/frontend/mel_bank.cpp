@@ -155,17 +155,15 @@ constexpr KivStatus mel_check(int window_length, const Frequencies& f, int filte
 template <class Bank>
 KivStatus initialise(Bank* bank, int* fft_order, int window_length, const Frequencies& f, int filters,
                      const MelScale& scale, Kiv32s mode) {
-  return run(first_failure(not_null(bank, fft_order), mel_check(window_length, f, filters, mode),
-                           window_check(window_length, kivStatusBadSize)),
-             [&] {
-               const BankShape shape(window_length, filters, mode);
-               float* m;
-               const KivStatus status = place_bank(bank, shape, &m);
-               if (status != kivStatusOk) return status;
-               design(*bank, Spacing(f, scale, filters), filters, m);
-               *fft_order = shape.fft_order;
-               return KivStatus{kivStatusOk};
-             });
+  const KivStatus checks = first_failure(not_null(bank, fft_order), mel_check(window_length, f, filters, mode),
+                                         window_check(window_length, kivStatusBadSize));
+  if (checks != kivStatusOk) return checks;
+  const BankShape shape(window_length, filters, mode);
+  float* m;
+  if (const KivStatus status = place_bank(bank, shape, &m); status != kivStatusOk) return status;
+  design(*bank, Spacing(f, scale, filters), filters, m);
+  *fft_order = shape.fft_order;
+  return kivStatusOk;
 }
 
 // An allocated bank goes through `finish`, and then to the caller.
@@ -243,20 +241,17 @@ void copy_centres(Kiv32s* dst, const Kiv32s* src, int filters) { copy(dst, src, 
 
 template <class Bank>
 KivStatus get_centres(const Bank* bank, Kiv32s* centres) {
-  return run(not_null(bank, centres), [&] {
-    return run(ready_check(*bank), [&] {
-      return run(centres_check(*bank, bank->centres), [&] { copy_centres(centres, bank->centres, bank->filters); });
-    });
-  });
+  if (const KivStatus status = not_null(bank, centres); status != kivStatusOk) return status;
+  if (const KivStatus status = ready_check(*bank); status != kivStatusOk) return status;
+  return run(centres_check(*bank, bank->centres), [&] { copy_centres(centres, bank->centres, bank->filters); });
 }
 
 template <class Bank>
 KivStatus set_centres(Bank* bank, const Kiv32s* centres) {
-  return run(not_null(bank, centres), [&] {
-    return run(centres_check(*bank, centres), [&] {
-      copy_centres(bank->centres, centres, bank->filters);
-      bank->ready = 1;
-    });
+  if (const KivStatus status = not_null(bank, centres); status != kivStatusOk) return status;
+  return run(centres_check(*bank, centres), [&] {
+    copy_centres(bank->centres, centres, bank->filters);
+    bank->ready = 1;
   });
 }
 
@@ -270,20 +265,24 @@ void visit_weights(const Bank& bank, int i, Visit visit) {
   for (Kiv32s k = 0; k < c[i + 1] - c[i]; ++k) visit(bank.falling[i - 1][k]);
 }
 
+// Filter 1 .. last of a bank that has centres.
+template <class Bank>
+KivStatus filter_check(const Bank& bank, int filter, std::int64_t last) {
+  return first_failure(ready_check(bank), require(filter >= 1 && filter <= last, kivStatusBadSize));
+}
+
 template <class Bank>
 KivStatus get_weights(const Bank* bank, int filter, Kiv32f* weights) {
-  return run(not_null(bank, weights), [&] {
-    return run(first_failure(ready_check(*bank), require(filter >= 1 && filter - 1 <= bank->filters, kivStatusBadSize)),
-               [&] { visit_weights(*bank, filter, [&](const auto& weight) { *weights++ = load_weight(weight); }); });
-  });
+  if (const KivStatus status = not_null(bank, weights); status != kivStatusOk) return status;
+  return run(filter_check(*bank, filter, std::int64_t{bank->filters} + 1),
+             [&] { visit_weights(*bank, filter, [&](const auto& weight) { *weights++ = load_weight(weight); }); });
 }
 
 template <class Bank>
 KivStatus set_weights(Bank* bank, int filter, const Kiv32f* weights) {
-  return run(not_null(bank, weights), [&] {
-    return run(first_failure(ready_check(*bank), require(filter >= 1 && filter <= bank->filters, kivStatusBadSize)),
-               [&] { visit_weights(*bank, filter, [&](auto& weight) { store_weight(&weight, *weights++); }); });
-  });
+  if (const KivStatus status = not_null(bank, weights); status != kivStatusOk) return status;
+  return run(filter_check(*bank, filter, bank->filters),
+             [&] { visit_weights(*bank, filter, [&](auto& weight) { store_weight(&weight, *weights++); }); });
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "frame/layout.h"
 #include "kivsr/frontend/mel_bank.h"
 
 namespace kivsr {
@@ -53,6 +54,12 @@ static_assert(offsetof(AnyFilterBank, mode) == 12 && offsetof(AnyFilterBank, mel
               offsetof(AnyFilterBank, ready) == 40 && offsetof(AnyFilterBank, fft) == 44);
 static_assert(sizeof(KivsFBankState_32f) == 52 && sizeof(KivsFBankState_16s) == 56);
 #endif
+
+// Behind the spectrum, on a 32-byte boundary: the work area of the transform, and then the magnitudes.
+template <class Bank>
+typename Bank::Weight* work_area(const Bank& bank) {
+  return static_cast<typename Bank::Weight*>(align_up(bank.fft_buffer + bank.fft_length + 2));
+}
 
 // What decides the memory of a bank.
 struct BankShape {

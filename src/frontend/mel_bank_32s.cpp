@@ -41,6 +41,8 @@ struct Parts {
       : centres(layout.add<Kiv32s>(shape.rows())),
         rising(layout.add<char>(RowMatrix<Kiv32s>::bytes(shape.rows(), shape.half() + 1))),
         falling(layout.add<char>(RowMatrix<Kiv32s>::bytes(shape.rows(), shape.half()))) {}
+
+  KivStatus check() const { return require(layout.fits_int(), kivStatusBadSize); }
 };
 
 constexpr KivStatus window_check(int window_length) {
@@ -75,7 +77,7 @@ void design(KivsFBankState_32s& bank, const BankShape& shape, const Frequencies&
 KivStatus initialise(KivsFBankState_32s* bank, int* fft_order, const BankShape& shape, const Frequencies& f,
                      const MelScale& scale) {
   const Parts parts(shape);
-  return run(require(parts.layout.fits_int(), kivStatusBadSize), [&] {
+  return run(parts.check(), [&] {
     void* const base = align_up(bank + 1);
     bank->centres = parts.centres.in(base);
     bank->rising = RowMatrix<Kiv32s>::place(parts.rising.in(base), shape.rows(), shape.half() + 1);
@@ -128,14 +130,13 @@ extern "C" {
 using namespace kivsr;
 
 KivStatus kivsMelFBankGetSize_32s(int winLen, int nFilter, Kiv32s mode, int* pSize) {
-  return run(first_failure(not_null(pSize), positive(nFilter), window_check(winLen), mode_check(mode)), [&] {
-    const BankShape shape(winLen, nFilter, mode);
-    return run(require(nFilter <= shape.fft_length / 2, kivStatusBadSize), [&] {
-      const Parts parts(shape);
-      return run(require(parts.layout.fits_int(), kivStatusBadSize),
-                 [&] { *pSize = static_cast<int>(sizeof(KivsFBankState_32s) + parts.layout.bytes_from_any_start()); });
-    });
-  });
+  const KivStatus checks = first_failure(not_null(pSize), positive(nFilter), window_check(winLen), mode_check(mode));
+  if (checks != kivStatusOk) return checks;
+  const BankShape shape(winLen, nFilter, mode);
+  if (nFilter > shape.fft_length / 2) return kivStatusBadSize;
+  const Parts parts(shape);
+  return run(parts.check(),
+             [&] { *pSize = static_cast<int>(sizeof(KivsFBankState_32s) + parts.layout.bytes_from_any_start()); });
 }
 
 KivStatus kivsMelFBankInit_32s(KivsFBankState_32s* pFBank, int* pFFTOrder, int winLen, Kiv32s sampFreq, Kiv32s lowFreq,
@@ -146,13 +147,11 @@ KivStatus kivsMelFBankInit_32s(KivsFBankState_32s* pFBank, int* pFFTOrder, int w
       require(sampFreq >= 1 && sampFreq <= 48000, kivStatusBadSize), require(lowFreq >= 0, kivStatusBadSize),
       require(highFreq > lowFreq && highFreq <= 24000, kivStatusBadFreqRange), within(melDiv, 8 * kOne, 4096 * kOne),
       within(melMul, 8 * kOne, 16384 * kOne));
-  return run(checks, [&] {
-    const BankShape shape(winLen, nFilter, mode);
-    const MelScale scale{static_cast<double>(melMul) / kOne, static_cast<double>(melDiv) / kOne};
-    return run(require(nFilter <= shape.fft_length / 2 + 1, kivStatusBadSize), [&] {
-      return initialise(pFBank, pFFTOrder, shape, {sampFreq, lowFreq, highFreq}, scale);
-    });
-  });
+  if (checks != kivStatusOk) return checks;
+  const BankShape shape(winLen, nFilter, mode);
+  if (nFilter > shape.fft_length / 2 + 1) return kivStatusBadSize;
+  const MelScale scale{static_cast<double>(melMul) / kOne, static_cast<double>(melDiv) / kOne};
+  return initialise(pFBank, pFFTOrder, shape, {sampFreq, lowFreq, highFreq}, scale);
 }
 
 KivStatus kivsEvalFBank_32s_Sfs(const Kiv32s* pSrc, Kiv32s* pDst, const KivsFBankState_32s* pFBank, int scaleFactor) {

@@ -100,23 +100,21 @@ KivStatus get_size(int* size) {
 
 template <class Band, class Bank>
 KivStatus initialise(Bank* bank) {
-  return run(not_null(bank), [&] {
-    float* unused;
-    const KivStatus status = place_bank(bank, shape_of<Band>(), &unused);
-    if (status == kivStatusOk) design<Band>(*bank);
-    return status;
-  });
+  if (const KivStatus status = not_null(bank); status != kivStatusOk) return status;
+  float* unused;
+  if (const KivStatus status = place_bank(bank, shape_of<Band>(), &unused); status != kivStatusOk) return status;
+  design<Band>(*bank);
+  return kivStatusOk;
 }
 
 template <class Band, class Bank>
 KivStatus create(Bank** handle) {
-  return run(not_null(handle), [&]() -> KivStatus {
-    Bank* const bank = allocate_bank<Bank>(shape_of<Band>());
-    if (bank == nullptr) return kivStatusNoMemory;
-    design<Band>(*bank);
-    *handle = bank;
-    return kivStatusOk;
-  });
+  if (const KivStatus status = not_null(handle); status != kivStatusOk) return status;
+  Bank* const bank = allocate_bank<Bank>(shape_of<Band>());
+  if (bank == nullptr) return kivStatusNoMemory;
+  design<Band>(*bank);
+  *handle = bank;
+  return kivStatusOk;
 }
 
 }  // namespace

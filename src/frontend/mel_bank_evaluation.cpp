@@ -1,26 +1,20 @@
 // Applying filter banks to spectra: the path that runs once per frame.
 #include <algorithm>
 
-#include "frame/layout.h"
 #include "frame/scale.h"
 #include "frame/status.h"
-#include "kivsr/vector/fft.h"
-#include "kivsr/vector/magnitude.h"
+
 #include "mel_bank.h"
+#include "vector/fft.h"
+#include "vector/magnitude.h"
 
 namespace kivsr {
 namespace {
 
 template <class Bank>
-KivStatus evaluation_check(const Bank* bank) {
+KivStatus evaluation_check(const void* src, const void* dst, const Bank* bank) {
+  if (const KivStatus status = not_null(src, dst, bank); status != kivStatusOk) return status;
   return first_failure(not_null(bank->centres), require(bank->ready != 0, kivStatusFBankNotReady));
-}
-
-// Behind the spectrum, on a 32-byte boundary: the work area of the transform, and then the magnitudes.
-template <class Bank>
-typename Bank::Weight* work_area(const Bank& bank) {
-  void* const end = bank.fft_buffer + bank.fft_length + 2;
-  return static_cast<typename Bank::Weight*>(align_up(end));
 }
 
 // --- floating point -----------------------------------------------------------
@@ -95,18 +89,13 @@ void apply(const KivsFBankState_32f& bank, const float* spectrum, float* dst) {
   for (; i < filters; ++i) dst[i] = simd::sum_lanes(walk.next());
 }
 
-KivStatus evaluate(const Kiv32f* src, Kiv32f* dst, const KivsFBankState_32f& bank) {
-  if ((bank.mode & KIV_FBANK_FFTINPUT) == 0) {
-    apply(bank, src, dst);
-    return kivStatusOk;
-  }
+void evaluate(const Kiv32f* src, Kiv32f* dst, const KivsFBankState_32f& bank) {
+  if ((bank.mode & KIV_FBANK_FFTINPUT) == 0) return apply(bank, src, dst);
   Kiv32f* const spectrum = bank.fft_buffer;
   Kiv32f* const magnitudes = work_area(bank);
-  const KivStatus status = kivsFFTFwd_RToCCS_32f(src, spectrum, bank.fft, reinterpret_cast<Kiv8u*>(magnitudes));
-  if (status != kivStatusOk) return status;
-  kivsMagnitude_32fc(reinterpret_cast<const Kiv32fc*>(spectrum), magnitudes, bank.fft_length / 2 + 1);
+  fft::forward(src, spectrum, *bank.fft, magnitudes, fft::Spectrum::kCcs);
+  magnitude(magnitudes, reinterpret_cast<const Kiv32fc*>(spectrum), bank.fft_length / 2 + 1);
   apply(bank, magnitudes, dst);
-  return kivStatusOk;
 }
 
 // --- fixed point --------------------------------------------------------------
@@ -148,28 +137,16 @@ void apply(const KivsFBankState_16s& bank, const S* spectrum, D* dst, std::int64
 }
 
 template <class D>
-KivStatus evaluate(const Kiv16s* src, D* dst, const KivsFBankState_16s& bank, int scale_factor) {
+void evaluate(const Kiv16s* src, D* dst, const KivsFBankState_16s& bank, int scale_factor) {
   const std::int64_t shift = std::int64_t{bank.weight_shift} + scale_factor;
-  if ((bank.mode & KIV_FBANK_FFTINPUT) == 0) {
-    apply<WholeProduct>(bank, src, dst, shift);
-    return kivStatusOk;
-  }
+  if ((bank.mode & KIV_FBANK_FFTINPUT) == 0) return apply<WholeProduct>(bank, src, dst, shift);
   // Three more bits of the spectrum and three of its magnitudes.
   constexpr int kHeadroom = 3;
   Kiv32s* const spectrum = bank.fft_buffer;
   Kiv32s* const magnitudes = work_area(bank);
-  const KivStatus status =
-      kivsFFTFwd_RToCCS_16s32s_Sfs(src, spectrum, bank.fft, reinterpret_cast<Kiv8u*>(magnitudes), -kHeadroom);
-  if (status != kivStatusOk) return status;
-  kivsMagnitude_32sc_Sfs(reinterpret_cast<const Kiv32sc*>(spectrum), magnitudes, bank.fft_length / 2 + 1, -kHeadroom);
+  fft::forward(src, spectrum, *bank.fft, magnitudes, -kHeadroom);
+  magnitude(magnitudes, reinterpret_cast<const Kiv32sc*>(spectrum), bank.fft_length / 2 + 1, -kHeadroom);
   apply<WrappedProduct>(bank, static_cast<const Kiv32s*>(magnitudes), dst, shift + 2 * kHeadroom);
-  return kivStatusOk;
-}
-
-template <class D>
-KivStatus evaluate_checked(const Kiv16s* src, D* dst, const KivsFBankState_16s* bank, int scale_factor) {
-  return run(not_null(src, dst, bank),
-             [&] { return run(evaluation_check(bank), [&] { return evaluate(src, dst, *bank, scale_factor); }); });
 }
 
 }  // namespace
@@ -179,14 +156,13 @@ extern "C" {
 using namespace kivsr;
 
 KivStatus kivsEvalFBank_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsFBankState_32f* pFBank) {
-  return run(not_null(pSrc, pDst, pFBank),
-             [&] { return run(evaluation_check(pFBank), [&] { return evaluate(pSrc, pDst, *pFBank); }); });
+  return run(evaluation_check(pSrc, pDst, pFBank), [&] { evaluate(pSrc, pDst, *pFBank); });
 }
 KivStatus kivsEvalFBank_16s_Sfs(const Kiv16s* pSrc, Kiv16s* pDst, const KivsFBankState_16s* pFBank, int scaleFactor) {
-  return evaluate_checked(pSrc, pDst, pFBank, scaleFactor);
+  return run(evaluation_check(pSrc, pDst, pFBank), [&] { evaluate(pSrc, pDst, *pFBank, scaleFactor); });
 }
 KivStatus kivsEvalFBank_16s32s_Sfs(const Kiv16s* pSrc, Kiv32s* pDst, const KivsFBankState_16s* pFBank,
                                    int scaleFactor) {
-  return evaluate_checked(pSrc, pDst, pFBank, scaleFactor);
+  return run(evaluation_check(pSrc, pDst, pFBank), [&] { evaluate(pSrc, pDst, *pFBank, scaleFactor); });
 }
 }

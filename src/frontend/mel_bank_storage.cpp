@@ -6,9 +6,9 @@
 #include "frame/layout.h"
 #include "frame/row_matrix.h"
 #include "frame/status.h"
-#include "kivsr/vector/fft.h"
 #include "mel_bank.h"
 #include "vector/copy.h"
+#include "vector/fft.h"
 
 namespace kivsr {
 
@@ -18,45 +18,15 @@ BankShape::BankShape(int window_length, int filter_count, Kiv32s mode_word) : fi
 
 namespace {
 
-// --- the transform of a bank, by the type of its input ----------------------------
-
-// Sizes in bytes: the transform object, the temporary memory of its construction, the work area of a transform.
-struct FftSizes {
-  int spec = 0;
-  int construction = 0;
-  int work = 0;
-};
-
-KivStatus fft_sizes(const KivsFFTSpec_R_32f*, int order, FftSizes* sizes) {
-  return kivsFFTGetSize_R_32f(order, kivFftScaleNone, 0, &sizes->spec, &sizes->construction, &sizes->work);
-}
-KivStatus fft_sizes(const KivsFFTSpec_R_16s32s*, int order, FftSizes* sizes) {
-  return kivsFFTGetSize_R_16s32s(order, kivFftScaleNone, 0, &sizes->spec, &sizes->construction, &sizes->work);
-}
-KivStatus place_fft(KivsFFTSpec_R_32f** spec, int order, Kiv8u* memory, Kiv8u* construction) {
-  return kivsFFTInit_R_32f(spec, order, kivFftScaleNone, 0, memory, construction);
-}
-KivStatus place_fft(KivsFFTSpec_R_16s32s** spec, int order, Kiv8u* memory, Kiv8u* construction) {
-  return kivsFFTInit_R_16s32s(spec, order, kivFftScaleNone, 0, memory, construction);
-}
-KivStatus allocate_fft(KivsFFTSpec_R_32f** spec, int order) {
-  return kivsFFTInitAlloc_R_32f(spec, order, kivFftScaleNone, 0);
-}
-KivStatus allocate_fft(KivsFFTSpec_R_16s32s** spec, int order) {
-  return kivsFFTInitAlloc_R_16s32s(spec, order, kivFftScaleNone, 0);
-}
-void release_fft(KivsFFTSpec_R_32f* spec) { kivsFFTFree_R_32f(spec); }
-void release_fft(KivsFFTSpec_R_16s32s* spec) { kivsFFTFree_R_16s32s(spec); }
-
 // --- layout ---------------------------------------------------------------------
 
-// The spectrum and behind it the work area of its transform, which then takes the magnitudes.
+// The spectrum, and the work area behind it: for the tables of the transform while it is constructed, for each
+// transform, and then for the magnitudes.
 template <class Bank>
-std::size_t buffer_bytes(const BankShape& shape, const FftSizes& fft) {
+std::size_t buffer_bytes(const BankShape& shape, const fft::Sizes& fft) {
   constexpr std::size_t kElement = sizeof(typename Bank::Weight);
   const std::size_t spectrum = (static_cast<std::size_t>(shape.fft_length) + 2) * kElement;
-  return round_up(spectrum, kPartAlignment) +
-         std::max(static_cast<std::size_t>(fft.work), (shape.half() + 1) * kElement);
+  return round_up(spectrum, kPartAlignment) + std::max({fft.work, fft.construction, (shape.half() + 1) * kElement});
 }
 
 // Everything behind the record.
@@ -70,9 +40,7 @@ struct BankParts {
   Part<char> rising;
   Part<char> falling;
   Part<Kiv8u> fft{};
-  Part<Kiv8u> construction{};
   Part<Kiv8u> buffer{};
-  bool possible = true;
 
   explicit BankParts(const BankShape& shape)
       : centres(layout.add<Kiv32s>(shape.rows())),
@@ -80,17 +48,15 @@ struct BankParts {
         rising(layout.add<char>(Matrix::bytes(shape.rows(), shape.half() + kLead))),
         falling(layout.add<char>(Matrix::bytes(shape.rows(), shape.half()))) {
     if (shape.transforms()) {
-      FftSizes sizes;
-      possible = fft_sizes(static_cast<typename Bank::Fft*>(nullptr), shape.fft_order, &sizes) == kivStatusOk;
-      fft = layout.add<Kiv8u>(static_cast<std::size_t>(sizes.spec));
-      construction = layout.add<Kiv8u>(static_cast<std::size_t>(sizes.construction));
+      const fft::Sizes sizes = fft::sizes<typename Bank::Fft>(shape.fft_order);
+      fft = layout.add<Kiv8u>(sizes.object);
       buffer = layout.add<Kiv8u>(buffer_bytes<Bank>(shape, sizes));
     }
   }
 
   bool fits_int() const {
     constexpr std::size_t kLargest = static_cast<std::size_t>(std::numeric_limits<int>::max());
-    return possible && layout.fits_int() && layout.bytes_from_any_start() <= kLargest - sizeof(Bank);
+    return layout.fits_int() && layout.bytes_from_any_start() <= kLargest - sizeof(Bank);
   }
 };
 
@@ -119,12 +85,13 @@ bool allocate_parts(Bank& bank, const BankShape& shape) {
   advance_rows(bank.rising, shape.rows());
   if ((bank.falling = Matrix::create(shape.rows(), shape.half())) == nullptr) return false;
   if (shape.transforms()) {
-    FftSizes sizes;
-    if (fft_sizes(bank.fft, shape.fft_order, &sizes) != kivStatusOk) return false;
-    if (allocate_fft(&bank.fft, shape.fft_order) != kivStatusOk) return false;
+    using Fft = typename Bank::Fft;
+    const fft::Sizes sizes = fft::sizes<Fft>(shape.fft_order);
     const std::size_t bytes = buffer_bytes<Bank>(shape, sizes);
-    bank.fft_buffer = static_cast<typename Bank::Weight*>(allocate_bytes(bytes));
-    if (bank.fft_buffer == nullptr) return false;
+    if ((bank.fft_buffer = static_cast<typename Bank::Weight*>(allocate_bytes(bytes))) == nullptr) return false;
+    void* const object = allocate_bytes(sizes.object);
+    if (object == nullptr) return false;
+    bank.fft = fft::construct<Fft>(object, work_area(bank), shape.fft_order, kivFftScaleNone);
     zero(bank.fft_buffer, shape.fft_length + 2);
   }
   return true;
@@ -153,7 +120,9 @@ KivStatus place_bank(Bank* bank, const BankShape& shape, float** edges) {
   if (!shape.transforms()) return kivStatusOk;
   bank->fft_buffer = reinterpret_cast<typename Bank::Weight*>(parts.buffer.in(base));
   zero(bank->fft_buffer, shape.fft_length + 2);
-  return place_fft(&bank->fft, shape.fft_order, parts.fft.in(base), parts.construction.in(base));
+  bank->fft =
+      fft::construct<typename Bank::Fft>(parts.fft.in(base), work_area(*bank), shape.fft_order, kivFftScaleNone);
+  return kivStatusOk;
 }
 
 template <class Bank>
@@ -177,7 +146,7 @@ void release_bank(Bank* bank) {
   bank->falling = nullptr;
   bank->ready = 0;
   release(bank->fft_buffer);
-  if (bank->fft != nullptr) release_fft(bank->fft);
+  release(bank->fft);
   release(bank);
 }
 

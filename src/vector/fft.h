@@ -17,6 +17,8 @@
 
 namespace kivsr::fft {
 
+inline constexpr int kMaximumOrder = 30;
+
 // Bytes, each enough from an address of any alignment; the largest size_t where that cannot hold them, which neither
 // the allocator nor Layout accepts.
 struct Sizes {
@@ -25,7 +27,7 @@ struct Sizes {
   std::size_t work;          // temporary memory of a transform; 0 below order 4
 };
 
-// Spec: KivsFFTSpec_R_32f or KivsFFTSpec_R_16s32s; order 0 .. 30.
+// Spec: KivsFFTSpec_R_32f or KivsFFTSpec_R_16s32s; order 0 .. kMaximumOrder.
 template <class Spec>
 Sizes sizes(int order);
 template <>

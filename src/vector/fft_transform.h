@@ -4,13 +4,12 @@
 #include <algorithm>
 #include <type_traits>
 
+#include "fft.h"
 #include "fft_real_pass.h"
 #include "fft_roots.h"
 #include "frame/layout.h"
 
 namespace kivsr::fft {
-
-inline constexpr int kMaximumOrder = 30;
 
 // Orders below this one are computed directly, without tables.
 inline constexpr int kFirstTableOrder = 4;
