@@ -55,6 +55,14 @@ constexpr float single_scale(int scale_factor) {
   return std::bit_cast<float>(std::uint32_t{1} << (149 - scale_factor));
 }
 
+// The same in double precision.
+constexpr double full_double_scale(int scale_factor) {
+  if (scale_factor > 1074) return 0.0;
+  if (scale_factor < -1023) return std::numeric_limits<double>::infinity();
+  if (scale_factor <= 1022) return power_of_two_64(-scale_factor);
+  return std::bit_cast<double>(std::uint64_t{1} << (1074 - scale_factor));
+}
+
 // The factor of integer-to-float conversions: scale factors clamped to the exponents of normal numbers.
 constexpr float integer_scale(int scale_factor) { return power_of_two(-std::clamp(scale_factor, -112, 126)); }
 

@@ -8,8 +8,8 @@
 #include "frame/scratch.h"
 #include "frame/status.h"
 #include "frame/transform.h"
-#include "gaussian.h"
 #include "gaussian_arithmetic.h"
+#include "gaussian_rows.h"
 #include "vector/logarithm.h"
 
 namespace kivsr {
@@ -23,30 +23,12 @@ KivStatus mahalanobis(const E* src, const E* mean, const E* var, int len, R* res
              [&] { *result = FloatingArithmetic<E, R>{}.distance(src, mean, var, len); });
 }
 
-template <class T>
-KivStatus mahalanobis_frames(const T* src, int step, const T* mean, const T* var, int len, T* dst, int height) {
-  return run(first_failure(step_covers(step, len), not_null(src, mean, var, dst), positive(len, height)), [&] {
-    FloatingArithmetic<T, T>{}.distances(dst, StepRows(src, step), OneRow<T>{mean}, OneRow<T>{var}, len, height);
-  });
-}
-template <class T>
-KivStatus mahalanobis_frames(const T** src, const T* mean, const T* var, int len, T* dst, int height) {
-  return run(first_failure(not_null(src, mean, var, dst), positive(len, height)), [&] {
-    FloatingArithmetic<T, T>{}.distances(dst, PointerRows(src), OneRow<T>{mean}, OneRow<T>{var}, len, height);
-  });
-}
-
-template <class T>
-KivStatus mahalanobis_gaussians(const T* mean, const T* var, int step, const T* src, int len, T* dst, int height) {
-  return run(first_failure(step_covers(step, len), not_null(mean, var, src, dst), positive(len, height)), [&] {
-    FloatingArithmetic<T, T>{}.distances(dst, OneRow<T>{src}, StepRows(mean, step), StepRows(var, step), len, height);
-  });
-}
-template <class T>
-KivStatus mahalanobis_gaussians(const T** mean, const T** var, const T* src, int len, T* dst, int height) {
-  return run(first_failure(not_null(mean, var, src, dst), positive(len, height)), [&] {
-    FloatingArithmetic<T, T>{}.distances(dst, OneRow<T>{src}, PointerRows(mean), PointerRows(var), len, height);
-  });
+// Many vectors and one Gaussian, or one vector and many Gaussians: the views tell.
+template <class X, class M, class T>
+KivStatus mahalanobis(X x, M mean, M var, int len, T* dst, int height) {
+  return run(
+      first_failure(step_covers(x, len), step_covers(mean, len), all_given(x, mean, var, dst), positive(len, height)),
+      [&] { FloatingArithmetic<T, T>{}.distances(dst, x, mean, var, len, height); });
 }
 
 // --- Bhattacharyya ---------------------------------------------------------------
@@ -137,7 +119,7 @@ KivStatus checked_distance(const TwoGaussians& g, int len, T* result, Argument a
       return special;
     }
     Scratch<T> arguments(static_cast<std::size_t>(len));
-    if (arguments.data() == nullptr) return kivStatusNoMemory;
+    if (!arguments) return kivStatusNoMemory;
     const T q = compare<T>(g, len, arguments.data(), argument);
     double logarithms;
     sum_of_logarithms(arguments.data(), len, &logarithms);
@@ -218,35 +200,35 @@ KivStatus kivsMahDistSingle_32f64f(const Kiv32f* pSrc, const Kiv32f* pMean, cons
 }
 KivStatus kivsMahDist_32f_D2(const Kiv32f* pSrc, int step, const Kiv32f* pMean, const Kiv32f* pVar, int len,
                              Kiv32f* pDst, int height) {
-  return mahalanobis_frames(pSrc, step, pMean, pVar, len, pDst, height);
+  return mahalanobis(StepRows{pSrc, step}, OneRow{pMean}, OneRow{pVar}, len, pDst, height);
 }
 KivStatus kivsMahDist_64f_D2(const Kiv64f* pSrc, int step, const Kiv64f* pMean, const Kiv64f* pVar, int len,
                              Kiv64f* pDst, int height) {
-  return mahalanobis_frames(pSrc, step, pMean, pVar, len, pDst, height);
+  return mahalanobis(StepRows{pSrc, step}, OneRow{pMean}, OneRow{pVar}, len, pDst, height);
 }
 KivStatus kivsMahDist_32f_D2L(const Kiv32f** ppSrc, const Kiv32f* pMean, const Kiv32f* pVar, int len, Kiv32f* pDst,
                               int height) {
-  return mahalanobis_frames(ppSrc, pMean, pVar, len, pDst, height);
+  return mahalanobis(PointerRows{ppSrc}, OneRow{pMean}, OneRow{pVar}, len, pDst, height);
 }
 KivStatus kivsMahDist_64f_D2L(const Kiv64f** ppSrc, const Kiv64f* pMean, const Kiv64f* pVar, int len, Kiv64f* pDst,
                               int height) {
-  return mahalanobis_frames(ppSrc, pMean, pVar, len, pDst, height);
+  return mahalanobis(PointerRows{ppSrc}, OneRow{pMean}, OneRow{pVar}, len, pDst, height);
 }
 KivStatus kivsMahDistMultiMix_32f_D2(const Kiv32f* pMean, const Kiv32f* pVar, int step, const Kiv32f* pSrc, int len,
                                      Kiv32f* pDst, int height) {
-  return mahalanobis_gaussians(pMean, pVar, step, pSrc, len, pDst, height);
+  return mahalanobis(OneRow{pSrc}, StepRows{pMean, step}, StepRows{pVar, step}, len, pDst, height);
 }
 KivStatus kivsMahDistMultiMix_64f_D2(const Kiv64f* pMean, const Kiv64f* pVar, int step, const Kiv64f* pSrc, int len,
                                      Kiv64f* pDst, int height) {
-  return mahalanobis_gaussians(pMean, pVar, step, pSrc, len, pDst, height);
+  return mahalanobis(OneRow{pSrc}, StepRows{pMean, step}, StepRows{pVar, step}, len, pDst, height);
 }
 KivStatus kivsMahDistMultiMix_32f_D2L(const Kiv32f** ppMean, const Kiv32f** ppVar, const Kiv32f* pSrc, int len,
                                       Kiv32f* pDst, int height) {
-  return mahalanobis_gaussians(ppMean, ppVar, pSrc, len, pDst, height);
+  return mahalanobis(OneRow{pSrc}, PointerRows{ppMean}, PointerRows{ppVar}, len, pDst, height);
 }
 KivStatus kivsMahDistMultiMix_64f_D2L(const Kiv64f** ppMean, const Kiv64f** ppVar, const Kiv64f* pSrc, int len,
                                       Kiv64f* pDst, int height) {
-  return mahalanobis_gaussians(ppMean, ppVar, pSrc, len, pDst, height);
+  return mahalanobis(OneRow{pSrc}, PointerRows{ppMean}, PointerRows{ppVar}, len, pDst, height);
 }
 
 KivStatus kivsBhatDist_32f(const Kiv32f* pMean1, const Kiv32f* pVar1, const Kiv32f* pMean2, const Kiv32f* pVar2,

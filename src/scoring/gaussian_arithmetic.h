@@ -5,6 +5,7 @@
 #include <type_traits>
 
 #include "frame/simd/vec.h"
+#include "frame/transform.h"
 
 namespace kivsr {
 

@@ -12,12 +12,9 @@
 #include "frame/scale.h"
 #include "frame/simd/vec.h"
 #include "frame/transform.h"
-#include "gaussian.h"
+#include "gaussian_rows.h"
 
 namespace kivsr {
-
-// 2^-exponent in single precision; it ends in 0 or in infinity.
-constexpr float clamped_scale(int exponent) { return single_scale(std::clamp(exponent, -128, 150)); }
 
 // A distance is summed in single precision by groups of eight elements, the lanes of a group first, then the groups in
 // their order, on every target alike. Differences saturate to 16 bits in whole groups; the elements behind the last
@@ -32,7 +29,7 @@ constexpr float clamped_scale(int exponent) { return single_scale(std::clamp(exp
 // The square of a difference is the same whether an exact integer is rounded to single precision or the product of two
 // floats is: both round the exact square once. Saturated differences and the others differ, squares do not.
 template <class R>
-class IntegerArithmetic {
+class WordArithmetic {
  public:
   using Element = Kiv16s;
   using Score = float;
@@ -42,7 +39,7 @@ class IntegerArithmetic {
   static constexpr int kGroups = simd::kWordRows * kGroup;
 
   // Scores are val - distance 2^-(scaleFactor + 1).
-  explicit IntegerArithmetic(int scale_factor) : scale_(clamped_scale(std::clamp(scale_factor, -200, 200) + 1)) {}
+  explicit WordArithmetic(int scale_factor) : scale_(single_scale(std::clamp(scale_factor, -200, 200) + 1)) {}
 
   template <class X, class M, class W>
   void distances(float* dst, X x, M m, W w, int len, int rows) const {
@@ -90,9 +87,9 @@ class IntegerArithmetic {
       }
       return sum;
     }
-    const auto xs = one_row(x);
-    const auto ms = one_row(m);
-    const auto ws = one_row(w);
+    const OneRow xs{x};
+    const OneRow ms{m};
+    const auto ws = weights(w);
     std::ptrdiff_t i = 0;
     if constexpr (!std::is_same_v<decltype(ws), const OneRow<float>>) {
       for (; i + kGroups <= len; i += kGroups) sum = simd::add_row_sums(sum, group<Of::kGroups>(xs, ms, ws, 0, i));
@@ -130,6 +127,12 @@ class IntegerArithmetic {
   }
 
  private:
+  template <class T>
+  static OneRow<T> weights(const T* w) {
+    return {w};
+  }
+  static UnitRows weights(std::nullptr_t) { return {}; }
+
   template <class W>
   static constexpr bool kUnit = std::is_null_pointer_v<decltype(std::declval<W>().row(0))>;
   template <class W>
@@ -228,10 +231,5 @@ class IntegerArithmetic {
   [[no_unique_address]] std::conditional_t<std::is_integral_v<R>, NearestRounding, std::monostate> nearest_;
   float scale_;
 };
-
-template <class R>
-using ScaledArithmetic = IntegerArithmetic<R>;
-template <class R>
-using LowArithmetic = IntegerArithmetic<R>;
 
 }  // namespace kivsr

@@ -64,10 +64,9 @@ inline long double log_add_extended(long double a, long double b) {
   const long double low = b > a ? a : b;
   const long double d = low - high;
   if (d < kLogCutOff) return high > kLogZero ? high : kLogZero;
-  const int interval = d > -2.55 ? 0 : d > -6.8 ? 1 : 2;
-  constexpr double kCentres[3] = {0.0, -2.55, -6.8};
+  const int interval = d > kCentres10[1] ? 0 : d > kCentres10[2] ? 1 : 2;
   const double* const c = kDegree10[interval];
-  const long double u = d - kCentres[interval];
+  const long double u = d - kCentres10[interval];
   const long double u2 = u * u;
   const long double even = ((((c[0] * u2 + c[2]) * u2 + c[4]) * u2 + c[6]) * u2 + c[8]) * u2 + c[10];
   const long double odd = (((c[1] * u2 + c[3]) * u2 + c[5]) * u2 + c[7]) * u2 + c[9];

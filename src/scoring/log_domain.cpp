@@ -19,14 +19,6 @@ namespace {
 
 constexpr int kBlock = 128;
 
-// 2^-scaleFactor in double precision; beyond the range of the type it is zero or infinite.
-double scale_multiplier(int scale_factor) {
-  const int exponent = -std::clamp(scale_factor, -1024, 1087);
-  if (exponent > 1023) return std::numeric_limits<double>::infinity();
-  if (exponent >= -1022) return power_of_two_64(exponent);
-  return exponent < -1074 ? 0.0 : std::bit_cast<double>(std::uint64_t{1} << (1074 + exponent));
-}
-
 template <class T>
 void to_real(float* dst, const T* src, int len, float multiplier) {
   const auto factor = simd::Vec<float>::broadcast(multiplier);
@@ -38,7 +30,7 @@ template <class T>
 void log_add_integers(T* src_dst, const T* src, int len, int scale_factor, KivLogAddHint hint) {
   const NearestRounding nearest;
   const NearestExtendedRounding nearest_extended;
-  const auto multiplier = static_cast<float>(scale_multiplier(scale_factor));
+  const auto multiplier = static_cast<float>(full_double_scale(scale_factor));
   const int back = -std::clamp(scale_factor, -2000, 2000);
   alignas(32) float a[kBlock];
   alignas(32) float b[kBlock];
@@ -93,7 +85,7 @@ T log_sum_integers(const T* src, int len, int scale_factor) {
   if (len == 1) return src[0];
   constexpr int kFew = 6;
   const NearestRounding nearest;
-  const double multiplier = scale_multiplier(scale_factor);
+  const double multiplier = full_double_scale(scale_factor);
   const float sum =
       len <= kFew ? log_sum_few(src, len, multiplier) : log_sum_blocks(src, len, static_cast<float>(multiplier));
   return truncated<T>(sum / multiplier);
@@ -135,7 +127,7 @@ KivStatus log_subtract(const T* src, T* src_dst, int len, int scale_factor) {
   if (const KivStatus s = first_failure(positive(len), not_null(src, src_dst)); s != kivStatusOk) return s;
   return run(all_above(src, src_dst, len), [&] {
     const NearestRounding nearest;
-    const double multiplier = scale_multiplier(scale_factor);
+    const double multiplier = full_double_scale(scale_factor);
     for (int i = 0; i < len; ++i) {
       const double x = src[i];
       const double difference = log_difference(x * multiplier, (src_dst[i] - x) * multiplier);

@@ -8,10 +8,12 @@
 #include <cstring>
 #include <utility>
 
+#include "frame/layout.h"
 #include "frame/scratch.h"
+#include "frame/status.h"
 #include "gaussian_arithmetic.h"
 #include "gaussian_arithmetic_16s.h"
-#include "gaussian_calls.h"
+#include "gaussian_rows.h"
 #include "log_add.h"
 
 namespace kivsr {
@@ -117,7 +119,7 @@ class Selection {
       weights_.set(k, w_, j);
       measured.vals[k] = vals_[j];
     }
-    arithmetic_.distances(measured.distances, one_row(x), means_.view(), weights_.view(), len_, selected_[f]);
+    arithmetic_.distances(measured.distances, OneRow{x}, means_.view(), weights_.view(), len_, selected_[f]);
   }
   void score(int place) {
     const int n = selected_[order_[place]];
@@ -155,14 +157,19 @@ class Selection {
   alignas(32) float scores_[kComponents][kRow];
 };
 
-// Components in their order for every frame.
+// Components in their order for every frame. The step is tested last.
 template <class A, class X, class M, class W>
 KivStatus score_selected(const A& arithmetic, X x, M m, W w, int len, const float* vals, const Kiv8u* sign,
                          int components, float* dst, int frames, float none_value) {
+  if (const KivStatus s =
+          first_failure(all_given(x, m, sign, w, vals, dst), positive(len, components, frames), step_covers(x, len));
+      s != kivStatusOk) {
+    return s;
+  }
   Scratch<std::int32_t> counts(static_cast<std::size_t>(frames));
-  if (counts.data() == nullptr) return kivStatusNoMemory;
+  if (!counts) return kivStatusNoMemory;
   std::fill_n(counts.data(), frames, 0);
-  std::fill_n(dst, frames, static_cast<float>(kLogZero));
+  std::fill_n(dst, frames, static_cast<float>(kivLogZero));
   const std::ptrdiff_t columns = components / 8 + (components % 8 != 0 ? 1 : 0);
   Selection<A, X, M, W> selection(arithmetic, x, m, w, len, vals);
   for (int f = 0; f < frames;) {
@@ -176,33 +183,13 @@ KivStatus score_selected(const A& arithmetic, X x, M m, W w, int len, const floa
     f += some_frames;
   }
   for (int f = 0; f < frames; ++f) {
-    if (counts.data()[f] == 0) dst[f] = none_value;
+    if (counts[f] == 0) dst[f] = none_value;
   }
   return kivStatusOk;
 }
 
-// The step is tested last.
-template <class A, class E, class W>
-KivStatus select(const A& arithmetic, const E* src, const E* mean, W var, int step, int len, const float* val,
-                 const Kiv8u* sign, int components, float* dst, int frames, float none_value) {
-  return run(first_failure(all_given(src, mean, sign, var, val, dst), positive(len, components, frames),
-                           step_covers(step, len)),
-             [&] {
-               return score_selected(arithmetic, step_rows(src, step), step_rows(mean, step), step_rows(var, step), len,
-                                     val, sign, components, dst, frames, none_value);
-             });
-}
-template <class A, class E, class W>
-KivStatus select(const A& arithmetic, const E** src, const E** mean, W var, int len, const float* val,
-                 const Kiv8u* sign, int components, float* dst, int frames, float none_value) {
-  return run(first_failure(all_given(src, mean, sign, var, val, dst), positive(len, components, frames)), [&] {
-    return score_selected(arithmetic, pointer_rows(src), pointer_rows(mean), pointer_rows(var), len, val, sign,
-                          components, dst, frames, none_value);
-  });
-}
-
 using Floats = FloatingArithmetic<float, float>;
-using Scaled = ScaledArithmetic<float>;
+using Words = WordArithmetic<float>;
 
 }  // namespace
 }  // namespace kivsr
@@ -213,44 +200,52 @@ using namespace kivsr;
 KivStatus kivsLogGaussMixture_Select_32f_D2(const Kiv32f* pSrc, const Kiv32f* pMean, const Kiv32f* pVar, int step,
                                             int len, const Kiv32f* pVal, const Kiv8u* pSign, int nMix, Kiv32f* pDst,
                                             int nFrames, Kiv32f noneValue) {
-  return select(Floats(), pSrc, pMean, pVar, step, len, pVal, pSign, nMix, pDst, nFrames, noneValue);
+  return score_selected(Floats(), StepRows{pSrc, step}, StepRows{pMean, step}, StepRows{pVar, step}, len, pVal, pSign,
+                        nMix, pDst, nFrames, noneValue);
 }
 KivStatus kivsLogGaussMixture_Select_32f_D2L(const Kiv32f** ppSrc, const Kiv32f** ppMean, const Kiv32f** ppVar, int len,
                                              const Kiv32f* pVal, const Kiv8u* pSign, int nMix, Kiv32f* pDst,
                                              int nFrames, Kiv32f noneValue) {
-  return select(Floats(), ppSrc, ppMean, ppVar, len, pVal, pSign, nMix, pDst, nFrames, noneValue);
+  return score_selected(Floats(), PointerRows{ppSrc}, PointerRows{ppMean}, PointerRows{ppVar}, len, pVal, pSign, nMix,
+                        pDst, nFrames, noneValue);
 }
 KivStatus kivsLogGaussMixture_SelectIdVar_32f_D2(const Kiv32f* pSrc, const Kiv32f* pMean, int step, int len,
                                                  const Kiv32f* pVal, const Kiv8u* pSign, int nMix, Kiv32f* pDst,
                                                  int nFrames, Kiv32f noneValue) {
-  return select(Floats(), pSrc, pMean, nullptr, step, len, pVal, pSign, nMix, pDst, nFrames, noneValue);
+  return score_selected(Floats(), StepRows{pSrc, step}, StepRows{pMean, step}, UnitRows(), len, pVal, pSign, nMix, pDst,
+                        nFrames, noneValue);
 }
 KivStatus kivsLogGaussMixture_SelectIdVar_32f_D2L(const Kiv32f** ppSrc, const Kiv32f** ppMean, int len,
                                                   const Kiv32f* pVal, const Kiv8u* pSign, int nMix, Kiv32f* pDst,
                                                   int nFrames, Kiv32f noneValue) {
-  return select(Floats(), ppSrc, ppMean, nullptr, len, pVal, pSign, nMix, pDst, nFrames, noneValue);
+  return score_selected(Floats(), PointerRows{ppSrc}, PointerRows{ppMean}, UnitRows(), len, pVal, pSign, nMix, pDst,
+                        nFrames, noneValue);
 }
 KivStatus kivsLogGaussMixture_SelectScaled_16s32f_D2(const Kiv16s* pSrc, const Kiv16s* pMean, const Kiv16s* pVar,
                                                      int step, int len, const Kiv32f* pVal, const Kiv8u* pSign,
                                                      int nMix, Kiv32f* pDst, int nFrames, Kiv32f noneValue,
                                                      int scaleFactor) {
-  return select(Scaled(scaleFactor), pSrc, pMean, pVar, step, len, pVal, pSign, nMix, pDst, nFrames, noneValue);
+  return score_selected(Words(scaleFactor), StepRows{pSrc, step}, StepRows{pMean, step}, StepRows{pVar, step}, len,
+                        pVal, pSign, nMix, pDst, nFrames, noneValue);
 }
 KivStatus kivsLogGaussMixture_SelectScaled_16s32f_D2L(const Kiv16s** ppSrc, const Kiv16s** ppMean, const Kiv16s** ppVar,
                                                       int len, const Kiv32f* pVal, const Kiv8u* pSign, int nMix,
                                                       Kiv32f* pDst, int nFrames, Kiv32f noneValue, int scaleFactor) {
-  return select(Scaled(scaleFactor), ppSrc, ppMean, ppVar, len, pVal, pSign, nMix, pDst, nFrames, noneValue);
+  return score_selected(Words(scaleFactor), PointerRows{ppSrc}, PointerRows{ppMean}, PointerRows{ppVar}, len, pVal,
+                        pSign, nMix, pDst, nFrames, noneValue);
 }
 KivStatus kivsLogGaussMixture_SelectIdVarScaled_16s32f_D2(const Kiv16s* pSrc, const Kiv16s* pMean, int step, int len,
                                                           const Kiv32f* pVal, const Kiv8u* pSign, int nMix,
                                                           Kiv32f* pDst, int nFrames, Kiv32f noneValue,
                                                           int scaleFactor) {
-  return select(Scaled(scaleFactor), pSrc, pMean, nullptr, step, len, pVal, pSign, nMix, pDst, nFrames, noneValue);
+  return score_selected(Words(scaleFactor), StepRows{pSrc, step}, StepRows{pMean, step}, UnitRows(), len, pVal, pSign,
+                        nMix, pDst, nFrames, noneValue);
 }
 KivStatus kivsLogGaussMixture_SelectIdVarScaled_16s32f_D2L(const Kiv16s** ppSrc, const Kiv16s** ppMean, int len,
                                                            const Kiv32f* pVal, const Kiv8u* pSign, int nMix,
                                                            Kiv32f* pDst, int nFrames, Kiv32f noneValue,
                                                            int scaleFactor) {
-  return select(Scaled(scaleFactor), ppSrc, ppMean, nullptr, len, pVal, pSign, nMix, pDst, nFrames, noneValue);
+  return score_selected(Words(scaleFactor), PointerRows{ppSrc}, PointerRows{ppMean}, UnitRows(), len, pVal, pSign, nMix,
+                        pDst, nFrames, noneValue);
 }
 }
