@@ -4,16 +4,18 @@ include(GNUInstallDirs)
 file(GLOB_RECURSE KIVSR_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.cpp)
 list(FILTER KIVSR_SOURCES EXCLUDE REGEX "/src/core/")
 
-# Rounding is part of the interface: no fused operations that the source does not name, SSE arithmetic on i386, whose
-# callers may not align the stack.
-add_library(kivsr_flags INTERFACE)
-target_compile_options(kivsr_flags INTERFACE -ffp-contract=off -fno-exceptions -fno-rtti -fno-threadsafe-statics
-  -fvisibility=hidden -fvisibility-inlines-hidden -fno-math-errno)
-if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-  target_compile_options(kivsr_flags INTERFACE -msse2 -mfpmath=sse -mstackrealign)
-endif()
-target_include_directories(kivsr_flags INTERFACE
+# Rounding is part of the interface: no fused operations that the source does not name, SSE arithmetic on i386.
+add_library(kivsr_arithmetic INTERFACE)
+target_compile_options(kivsr_arithmetic INTERFACE -ffp-contract=off -fno-math-errno
+  $<$<EQUAL:${CMAKE_SIZEOF_VOID_P},4>:-msse2 -mfpmath=sse>)
+target_include_directories(kivsr_arithmetic INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>)
+
+# The library throws nothing, needs no runtime of the language, and callers on i386 may not align the stack.
+add_library(kivsr_flags INTERFACE)
+target_link_libraries(kivsr_flags INTERFACE kivsr_arithmetic)
+target_compile_options(kivsr_flags INTERFACE -fno-exceptions -fno-rtti -fno-threadsafe-statics
+  -fvisibility=hidden -fvisibility-inlines-hidden $<$<EQUAL:${CMAKE_SIZEOF_VOID_P},4>:-mstackrealign>)
 
 # A shared library that needs libc and libm only: linked by the C driver, every symbol resolved.
 function(kivsr_shared target name)

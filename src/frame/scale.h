@@ -70,14 +70,15 @@ constexpr float integer_scale(int scale_factor) { return power_of_two(-std::clam
 // result already is zero or saturated.
 constexpr double double_scale(int scale_factor) { return power_of_two_64(-std::clamp(scale_factor, -1000, 1000)); }
 
-// A double to nearest (ties to even) and saturated; NaN gives the lowest value.
+// A double to nearest (ties to even) and saturated; NaN gives the lowest value. It rounds by the mode in force, towards
+// zero as downwards: callers whose results are integers pin the mode (rounding_mode.h).
 template <class Dst>
 inline Dst round_saturated(double x) {
   constexpr double kLow = std::numeric_limits<Dst>::min();
   constexpr double kHigh = std::numeric_limits<Dst>::max();
   if (!(x > kLow)) return std::numeric_limits<Dst>::min();
   if (x >= kHigh) return std::numeric_limits<Dst>::max();
-  // 1.5 * 2^52 leaves the integer in the low bits, rounded by the mode in force.
+  // 1.5 * 2^52 leaves the integer in the low bits.
   constexpr double kMagic = 6755399441055744.0;
   return static_cast<Dst>(std::bit_cast<std::int64_t>(x + kMagic) - std::bit_cast<std::int64_t>(kMagic));
 }

@@ -2,12 +2,23 @@
 // is a lambda over Vec<T>, called with full vectors only.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 #include "simd/vec.h"
 
 namespace kivsr {
+
+// Two arrays of len elements are the same or have nothing in common.
+template <class D, class S>
+inline bool same_or_apart(const D* dst, const S* src, std::ptrdiff_t len) {
+  const auto d = reinterpret_cast<std::uintptr_t>(dst);
+  const auto s = reinterpret_cast<std::uintptr_t>(src);
+  const auto n = static_cast<std::size_t>(len);
+  return d == s ? sizeof(D) <= sizeof(S) : d + n * sizeof(D) <= s || s + n * sizeof(S) <= d;
+}
 
 // dst[i] = op(src[i]...), computed in lanes of T; memory types convert on load and store (integers saturate).
 // A tail is computed as the last full vector, which overlaps the body and is loaded before the body writes, so that
@@ -17,6 +28,7 @@ template <class T, class D, class Op, class... S>
 inline void transform(std::ptrdiff_t len, Op op, D* dst, const S*... src) {
   using V = simd::Vec<T>;
   constexpr std::ptrdiff_t W = V::width;
+  assert(len >= 0 && (same_or_apart(dst, src, len) && ...));
   if (len < W) {
     for (std::ptrdiff_t i = 0; i < len; ++i) {
       simd::store_some(dst + i, op(V::broadcast(static_cast<T>(src[i]))...), 1);
@@ -92,6 +104,7 @@ inline T reduce_sum(std::ptrdiff_t len, Term term, const S*... src) {
   constexpr std::ptrdiff_t W = simd::Vec<T>::width;
   constexpr int A = RunningSums<T>::kCount;
   static_assert(A == 4 || A == 8);
+  assert(len >= 0);
   RunningSums<T> sums;
   std::ptrdiff_t i = 0;
   for (; i + A * W <= len; i += A * W) sums.template add<A, 0>(term, src + i...);

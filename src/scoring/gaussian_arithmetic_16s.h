@@ -11,6 +11,7 @@
 #include "frame/rounding_mode.h"
 #include "frame/scale.h"
 #include "frame/simd/vec.h"
+#include "frame/simd/word_rows.h"
 #include "frame/transform.h"
 #include "gaussian_rows.h"
 

@@ -1,4 +1,4 @@
-// SIMD wrapper, SSE2 backend: 128-bit registers. The only file, beside avx2.h, that names an intrinsic.
+// SIMD wrapper, SSE2 backend: 128-bit registers.
 // Read vec.h first: it documents the operations.
 #pragma once
 
@@ -425,42 +425,9 @@ inline void store_lane_sums(double* p, Vec<double> a, Vec<double> b, Vec<double>
   _mm_storeu_pd(p + 2, _mm_add_pd(_mm_unpacklo_pd(c.raw, d.raw), _mm_unpackhi_pd(c.raw, d.raw)));
 }
 
-// --- eight words of a row -------------------------------------------------------
+// --- rows of four lanes ---------------------------------------------------------
 
-inline constexpr int kWordRows = 1;
-struct Words {
-  __m128i raw;
-};
-struct Eight {
-  Vec<float> low, high;
-};
-
-inline Words same_words(const std::int16_t* p) { return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))}; }
-template <class Row>
-inline Words load_words(Row row) {
-  return same_words(row(0));
-}
-inline Words load_groups(const std::int16_t* p) { return same_words(p); }
-inline Eight same_eight(const float* p) { return {{_mm_loadu_ps(p)}, {_mm_loadu_ps(p + 4)}}; }
-inline Words subtract_saturated(Words a, Words b) { return {_mm_subs_epi16(a.raw, b.raw)}; }
-inline Eight to_eight(Words a) {
-  const __m128i zero = _mm_setzero_si128();
-  return {{_mm_cvtepi32_ps(_mm_unpacklo_epi16(zero, a.raw))}, {_mm_cvtepi32_ps(_mm_unpackhi_epi16(zero, a.raw))}};
-}
-inline void store_first(float* p, Eight a) {
-  store(p, a.low);
-  store(p + 4, a.high);
-}
-inline Vec<float> lane_sums(const Vec<float> (&v)[4]) {
-  const auto pairs = [](__m128 a, __m128 b) { return _mm_add_ps(_mm_unpacklo_ps(a, b), _mm_unpackhi_ps(a, b)); };
-  const __m128 ab = pairs(v[0].raw, v[1].raw);
-  const __m128 cd = pairs(v[2].raw, v[3].raw);
-  return {_mm_add_ps(_mm_movelh_ps(ab, cd), _mm_movehl_ps(cd, ab))};
-}
-inline Vec<float> add_group_sums(Vec<float> sums, const Vec<float> (&v)[1][4]) { return sums + lane_sums(v[0]); }
 inline void transpose_rows(Vec<float> (&v)[4]) { _MM_TRANSPOSE4_PS(v[0].raw, v[1].raw, v[2].raw, v[3].raw); }
 inline Vec<float> interleave_rows(Vec<float> a) { return a; }
-inline float add_row_sums(float sum, Vec<float> v) { return sum + sum_lanes(v); }
-inline float add_first_row_sum(float sum, Vec<float> v) { return sum + sum_lanes(v); }
 
 }  // namespace kivsr::simd
