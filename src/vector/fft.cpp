@@ -81,7 +81,14 @@ KivsFFTSpec_R_32f* construct(void* object, void* construction, int order, int fl
 
 void forward(const Kiv32f* src, Kiv32f* dst, const KivsFFTSpec_R_32f& spec, void* work, Spectrum spectrum) {
   with_spectrum(spectrum, [&]<Spectrum kSpectrum>() {
-    if (spec.order < kFirstTableOrder) return small_forward<kSpectrum>(src, dst, spec.order, forward_scale(spec));
+    const float scale = forward_scale(spec);
+    if (spec.order < kFirstTableOrder) return small_forward<kSpectrum>(src, dst, spec.order, scale);
+    if constexpr (in_registers<float>(kRegisterOrder)) {
+      if (spec.order == kRegisterOrder) {
+        return forward_in_registers<simd::Vec<float>, kSpectrum>(src, dst, spec.complex_tables, spec.real_tables,
+                                                                 0.5F * scale);
+      }
+    }
     with_lanes<float>(spec.order, [&]<class V>(V*) {
       forward_passes<V, kSpectrum>(src, dst, spec.order, tables_of(spec), area_in(work));
     });
@@ -91,6 +98,12 @@ void forward(const Kiv32f* src, Kiv32f* dst, const KivsFFTSpec_R_32f& spec, void
 void inverse(const Kiv32f* src, Kiv32f* dst, const KivsFFTSpec_R_32f& spec, void* work) {
   const float scale = inverse_scale(spec);
   if (spec.order < kFirstTableOrder) return small_inverse(src, dst, spec.order, scale);
+  if constexpr (in_registers<float>(kRegisterOrder)) {
+    if (spec.order == kRegisterOrder) {
+      return inverse_in_registers<simd::Vec<float>>(src, dst, spec.complex_tables, spec.real_tables,
+                                                    0.5F * forward_scale(spec), scale);
+    }
+  }
   with_lanes<float>(
       spec.order, [&]<class V>(V*) { inverse_passes<V>(src, dst, spec.order, tables_of(spec), area_in(work), scale); });
 }

@@ -9,8 +9,6 @@
 // backwards and corrects the gain as it reads.
 #pragma once
 
-#include <cstring>
-
 #include "fft.h"
 #include "fft_passes.h"
 
@@ -135,6 +133,9 @@ inline void inverse_middle_column(Complex<T> (&c)[4], T gain) {
   c[3] = {((e1.re - e0.re) - (e0.im + e1.im)) * turned, (v3 - v0) * twice};
 }
 
+template <Spectrum kSpectrum>
+inline constexpr std::ptrdiff_t kFirstPair = kSpectrum == Spectrum::kPack ? -1 : 0;
+
 // W bins in descending order; p points at the last and lowest.
 template <class V, class T>
 inline void store_pairs_descending(T* p, Complex<V> z) {
@@ -158,44 +159,70 @@ inline Complex<V> load_pairs_descending(const T* p) {
   }
 }
 
-template <Spectrum kSpectrum>
-inline constexpr std::ptrdiff_t kFirstPair = kSpectrum == Spectrum::kPack ? -1 : 0;
-
-// Bins 0 .. W - 1 and M .. M - W + 1, with the real bins at the edges.
+// The pairs at either edge of a spectrum of real bins 0 and M, as two vectors in memory order each: low of bins 0 ..
+// W - 1, high of M - W + 1 .. M. A vector that lacks a number is stored before its neighbour, which covers the gap.
 template <Spectrum kSpectrum, class V, class T>
-inline void store_edges(T* dst, std::ptrdiff_t count, Complex<V> low, Complex<V> high) {
+inline void store_edges(T* dst, std::ptrdiff_t count, const V (&low)[2], const V (&high)[2], T highest) {
   constexpr int W = V::width;
-  constexpr std::size_t kInnerBytes = (2 * W - 2) * sizeof(T);
-  T* const last = dst + 2 * (count - W + 1) + kFirstPair<kSpectrum>;
-  if constexpr (kSpectrum == Spectrum::kCcs) {
-    store_pairs(dst, low);
-    store_pairs_descending(last, high);
-    dst[1] = 0;
-    last[2 * W - 1] = 0;
+  T* const end = dst + 2 * count;
+  if constexpr (kSpectrum == Spectrum::kPack) {
+    store(dst, without_gap(low[0]));
+    store(dst + W - 1, low[1]);
+    store(end - W, moved_up(high[1]));
+    store(end - 2 * W + 1, high[0]);
   } else {
-    T lowest[2 * W], highest[2 * W];
-    store_pairs(lowest, low);
-    store_pairs_descending(highest, high);
-    dst[0] = lowest[0];
-    std::memcpy(dst + 2 + kFirstPair<kSpectrum>, lowest + 2, kInnerBytes);
-    std::memcpy(last, highest, kInnerBytes);
-    dst[kSpectrum == Spectrum::kPerm ? 1 : 2 * count - 1] = highest[2 * W - 2];
+    store(dst, low[0]);
+    store(dst + W, low[1]);
+    dst[1] = kSpectrum == Spectrum::kPerm ? highest : T{0};
+    if constexpr (kSpectrum == Spectrum::kPerm) {
+      store(end - W, moved_up(moved_up(high[1])));
+    } else {
+      store(end - W + 2, high[1]);
+      end[1] = 0;
+    }
+    store(end - 2 * W + 2, high[0]);
   }
 }
 
-// The same bins from Pack.
+// The same from Pack.
 template <class V, class T>
-inline void load_edges(const T* src, std::ptrdiff_t count, Complex<V>& low, Complex<V>& high) {
+inline void load_edges(const T* src, std::ptrdiff_t count, V (&low)[2], V (&high)[2]) {
   constexpr int W = V::width;
   const T* const end = src + 2 * count;
-  if constexpr (W == 1) {
-    low = {{src[0]}, {T{0}}};
-    high = {{end[-1]}, {T{0}}};
+  low[0] = with_gap(simd::load_as<V>(src));
+  low[1] = simd::load_as<V>(src + W - 1);
+  high[0] = simd::load_as<V>(end - 2 * W + 1);
+  high[1] = moved_down(simd::load_as<V>(end - W));
+}
+
+// Bins 0 .. W - 1 and M .. M - W + 1 in lanes.
+template <Spectrum kSpectrum, class V, class T>
+inline void store_edge_columns(T* dst, std::ptrdiff_t count, Complex<V> low, Complex<V> high) {
+  const T highest = high.re.first();
+  if constexpr (V::width == 1) {
+    dst[0] = low.re.first();
+    if constexpr (kSpectrum == Spectrum::kCcs) dst[1] = dst[2 * count + 1] = 0;
+    dst[kSpectrum == Spectrum::kPerm ? 1 : 2 * count + kFirstPair<kSpectrum>] = highest;
   } else {
-    low = {with_gap(simd::load_as<V>(src)), simd::load_as<V>(src + W - 1)};
-    deinterleave(low.re, low.im);
-    high = {reversed_pairs(moved_down(simd::load_as<V>(end - W))), reversed_pairs(simd::load_as<V>(end - 2 * W + 1))};
-    deinterleave(high.re, high.im);
+    interleave(low.re, low.im);
+    interleave(high.re, high.im);
+    store_edges<kSpectrum>(dst, count, {low.re, low.im}, {reversed_pairs(high.im), reversed_pairs(high.re)}, highest);
+  }
+}
+template <class V, class T>
+inline void load_edge_columns(const T* src, std::ptrdiff_t count, Complex<V>& low, Complex<V>& high) {
+  if constexpr (V::width == 1) {
+    low = {{src[0]}, {T{0}}};
+    high = {{src[2 * count - 1]}, {T{0}}};
+  } else {
+    V lows[2], highs[2];
+    load_edges(src, count, lows, highs);
+    deinterleave(lows[0], lows[1]);
+    V a = reversed_pairs(highs[1]);
+    V b = reversed_pairs(highs[0]);
+    deinterleave(a, b);
+    low = {lows[0], lows[1]};
+    high = {a, b};
   }
 }
 
@@ -217,7 +244,7 @@ template <class V, Spectrum kSpectrum, class T>
       m[k] = {mirrored(with_first(mirror.re, first)), mirrored(with_first(mirror.im, first + W))};
     });
     forward_column(y, m, load_factors<V>(factors + a * 2 * W * kColumnFactors, gains));
-    if constexpr (is_first) store_edges<kSpectrum>(dst, count, y[0], m[0]);
+    if constexpr (is_first) store_edge_columns<kSpectrum>(dst, count, y[0], m[0]);
     repeat<4>([&](auto p) {
       if constexpr (!is_first || p > 0) {
         store_pairs(dst + 2 * (a * W + p * row) + kOffset, y[p]);
@@ -253,7 +280,7 @@ template <class V, class T>
   const V factor = V::broadcast(scale);
   const auto columns = [&](std::ptrdiff_t a, auto is_first) {
     Complex<V> y[4], m[4];
-    if constexpr (is_first) load_edges(src, count, y[0], m[0]);
+    if constexpr (is_first) load_edge_columns(src, count, y[0], m[0]);
     repeat<4>([&](auto p) {
       if constexpr (!is_first || p > 0) {
         y[p] = load_pairs<V>(src + 2 * (a * W + p * row) + kOffset);

@@ -6,6 +6,7 @@
 
 #include "fft.h"
 #include "fft_real_pass.h"
+#include "fft_registers.h"
 #include "fft_roots.h"
 #include "frame/layout.h"
 
@@ -71,6 +72,7 @@ constexpr const Radices& radices(int order) {
 // Elements of the tables of the passes between the first and the last, and of the last.
 template <class T>
 constexpr std::uint64_t middle_table_count(int order) {
+  if (in_registers<T>(order)) return 2 * simd::Vec<T>::width * kRegisterMiddleBlocks;
   const Radices& r = radices<T>(order);
   std::uint64_t points = std::uint64_t{1} << r.first;
   std::uint64_t count = 0;
@@ -205,6 +207,12 @@ void build_tables_of(const Tables<T>& tables, int order, const Roots<Wave>& root
 // `construction`: memory for the quarter wave of the order, where that is not a constant of the library.
 template <class T>
 void build_tables(const Tables<T>& tables, int order, void* construction) {
+  if constexpr (std::is_same_v<T, float>) {
+    if (in_registers<T>(order)) {
+      const Roots roots(kFixedWave.values, kFixedOrder, order);
+      return build_register_tables(tables.middle, tables.last, static_cast<double>(tables.gain), roots);
+    }
+  }
   with_lanes<T>(order, [&]<class V>(V*) {
     if (order <= kFixedOrder) {
       build_tables_of<V::width>(tables, order, Roots(kFixedWave.values, kFixedOrder, order));

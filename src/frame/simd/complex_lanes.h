@@ -11,7 +11,16 @@
 //   reversed_pairs(v)      pairs in the opposite order
 //   with_gap(v)            v with a zero pushed in behind element 0 of memory order: v0, 0, v1, ... (W > 1)
 //   moved_down(v)          v1, v2, ... and a zero (W > 1)
+//   without_gap(v)         v without element 1: v0, v2, v3, ..., the last twice (W > 2; v itself for W = 2)
+//   moved_up(v)            v0 twice, then v1, v2, ... (W > 1)
 //   transpose(rows)        the W x W matrix of W vectors
+//
+// For vectors of eight lanes, whose halves are Quads:
+//
+//   joined<V>(low, high), low_half(v), high_half(v)
+//   exchanged_halves(v)    the high half, then the low one
+//   exchanged_pairs(v)     the two pairs of each half in the opposite order
+//   mirrored_in_order(v)   `mirrored` for elements in their natural order
 //
 // Besides Vec<float> and Vec<double> there are Quad, four floats in every build, and Single<T>, one lane.
 #pragma once
@@ -117,7 +126,13 @@ inline Quad with_gap(Quad v) {
   return {_mm_and_ps(_mm_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(2, 1, 0, 0)), kept)};
 }
 inline Quad moved_down(Quad v) { return {_mm_castsi128_ps(_mm_srli_si128(_mm_castps_si128(v.raw), 4))}; }
+inline Quad without_gap(Quad v) { return {_mm_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(3, 3, 2, 0))}; }
+inline Quad moved_up(Quad v) { return {_mm_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(2, 1, 0, 0))}; }
 inline void transpose(Quad (&rows)[4]) { _MM_TRANSPOSE4_PS(rows[0].raw, rows[1].raw, rows[2].raw, rows[3].raw); }
+
+// Defined where a vector is two Quads.
+template <class V>
+V joined(Quad low, Quad high);
 
 // --- loads and the order of lanes ------------------------------------------------
 
@@ -189,6 +204,23 @@ inline Vec<float> moved_down(Vec<float> v) {
   const __m256 moved = _mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(1, 2, 3, 4, 5, 6, 7, 7));
   return {_mm256_blend_ps(moved, _mm256_setzero_ps(), 0x80)};
 }
+inline Vec<float> without_gap(Vec<float> v) {
+  return {_mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(0, 2, 3, 4, 5, 6, 7, 7))};
+}
+inline Vec<float> moved_up(Vec<float> v) {
+  return {_mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6))};
+}
+template <>
+inline Vec<float> joined(Quad low, Quad high) {
+  return {_mm256_set_m128(high.raw, low.raw)};
+}
+inline Quad low_half(Vec<float> v) { return {_mm256_castps256_ps128(v.raw)}; }
+inline Quad high_half(Vec<float> v) { return {_mm256_extractf128_ps(v.raw, 1)}; }
+inline Vec<float> exchanged_halves(Vec<float> v) { return {_mm256_permute2f128_ps(v.raw, v.raw, 0x01)}; }
+inline Vec<float> exchanged_pairs(Vec<float> v) { return {_mm256_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(1, 0, 3, 2))}; }
+inline Vec<float> mirrored_in_order(Vec<float> v) {
+  return {_mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(0, 7, 6, 5, 4, 3, 2, 1))};
+}
 
 namespace detail {
 
@@ -239,6 +271,8 @@ inline Vec<double> with_gap(Vec<double> v) {
 inline Vec<double> moved_down(Vec<double> v) {
   return {_mm256_blend_pd(_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(3, 3, 2, 1)), _mm256_setzero_pd(), 0x8)};
 }
+inline Vec<double> without_gap(Vec<double> v) { return {_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(3, 3, 2, 0))}; }
+inline Vec<double> moved_up(Vec<double> v) { return {_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(2, 1, 0, 0))}; }
 inline void transpose(Vec<double> (&rows)[4]) {
   const __m256d a = _mm256_unpacklo_pd(rows[0].raw, rows[1].raw);
   const __m256d b = _mm256_unpackhi_pd(rows[0].raw, rows[1].raw);
@@ -269,6 +303,8 @@ inline Vec<double> with_first(Vec<double> v, const double* first) { return {_mm_
 inline Vec<double> reversed_pairs(Vec<double> v) { return v; }
 inline Vec<double> with_gap(Vec<double> v) { return {_mm_unpacklo_pd(v.raw, _mm_setzero_pd())}; }
 inline Vec<double> moved_down(Vec<double> v) { return {_mm_unpackhi_pd(v.raw, _mm_setzero_pd())}; }
+inline Vec<double> without_gap(Vec<double> v) { return v; }
+inline Vec<double> moved_up(Vec<double> v) { return {_mm_unpacklo_pd(v.raw, v.raw)}; }
 inline void transpose(Vec<double> (&rows)[2]) { deinterleave(rows[0], rows[1]); }
 
 #endif
