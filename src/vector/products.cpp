@@ -12,7 +12,7 @@ namespace {
 
 using simd::Vec;
 
-// 32-bit words: 2^31 products of 62 bits.
+// An exact sum of up to 2^31 products of 32-bit words, 62 bits each.
 struct WideSum {
   std::int64_t high = 0;
   std::uint64_t low = 0;
@@ -26,8 +26,6 @@ struct WideSum {
            static_cast<double>(static_cast<std::uint32_t>(low));
   }
 };
-
-double scale_of_wide_sums(int scale_factor) { return power_of_two_64(-std::clamp(scale_factor, -900, 1000)); }
 
 // --- matrix times vector ----------------------------------------------------------
 
@@ -113,7 +111,7 @@ template <class Rows>
 void matrix_times_vector(Rows matrix, const Kiv32s* vector, std::ptrdiff_t width, Kiv32s* dst, std::ptrdiff_t height,
                          int scale_factor) {
   const NearestRounding nearest;
-  const double scale = scale_of_wide_sums(scale_factor);
+  const double scale = double_scale(scale_factor);
   for (std::ptrdiff_t r = 0; r < height; ++r) {
     const Kiv32s* const row = matrix.row(r);
     WideSum sum;
@@ -186,7 +184,7 @@ void vector_times_matrix(const Kiv32s* vector, Rows matrix, std::ptrdiff_t heigh
                          int scale_factor) {
   constexpr std::ptrdiff_t kColumns = 256;
   const NearestRounding nearest;
-  const double scale = scale_of_wide_sums(scale_factor);
+  const double scale = double_scale(scale_factor);
   for (std::ptrdiff_t first = 0; first < width; first += kColumns) {
     const std::ptrdiff_t count = std::min(kColumns, width - first);
     WideSum sums[kColumns];
@@ -202,16 +200,14 @@ void vector_times_matrix(const Kiv32s* vector, Rows matrix, std::ptrdiff_t heigh
 
 template <class Rows, class T, class D, class... Scale>
 KivStatus matrix_vector(Rows matrix, const T* vector, int width, D* dst, int height, Scale... scale) {
-  return run(
-      first_failure(not_null(array_of(matrix), vector, dst), positive(width, height), step_covers(matrix, width)),
-      [&] { matrix_times_vector(matrix, vector, width, dst, height, scale...); });
+  return run(matrix_checks(matrix, height, width, vector, dst),
+             [&] { matrix_times_vector(matrix, vector, width, dst, height, scale...); });
 }
 
 template <class Rows, class T, class D, class... Scale>
 KivStatus vector_matrix(const T* vector, Rows matrix, int height, D* dst, int width, Scale... scale) {
-  return run(
-      first_failure(not_null(vector, array_of(matrix), dst), positive(width, height), step_covers(matrix, width)),
-      [&] { vector_times_matrix(vector, matrix, height, dst, width, scale...); });
+  return run(matrix_checks(matrix, height, width, vector, dst),
+             [&] { vector_times_matrix(vector, matrix, height, dst, width, scale...); });
 }
 
 }  // namespace

@@ -5,15 +5,18 @@
 // block of rows small enough for the first-level cache is finished before the next one is touched, a strip of columns
 // at a time with its sums in registers.
 //
-// A policy says what is summed:
-//   using Lanes       float or double: the type that is added
-//   kSums             sums per column
-//   kStripVectors     vectors of columns summed in registers at a time
-//   kPaired           rows come in pairs from the top, a last single row by itself
-//   add(sums, r, x)   row r, x a vector of its elements;  paired: add_pair(sums, r, x0, x1) for rows r and r + 1
+// From an export: sum_columns (panels) -> ColumnPanel::add_rows (blocks and strips) -> add_strips (rows and vectors) ->
+// add of a policy, which says what is summed:
+//   using Lanes           float or double: the type that is added
+//   kSums                 sums per column
+//   kStripVectors         vectors of columns summed in registers at a time
+//   kPaired               rows come in pairs from the top, a last single row by itself
+//   add(sums, r, x)       row r, x a vector of its elements
+//   add(sums, r, x0, x1)  paired: rows r and r + 1
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -65,9 +68,9 @@ struct ValuesAndSquares : Values<T> {
   }
 };
 
-// Base of the policies that take rows in pairs. The two products of a pair are added first, then the pair to the sum.
-template <class T, class Term>
-struct WeightedPairs {
+// Weighted rows: the two terms of a pair are added first, then the pair to the sum.
+template <class T>
+struct WeightedValues {
   using Lanes = T;
   static constexpr int kSums = 1;
   static constexpr bool kPaired = true;
@@ -75,31 +78,30 @@ struct WeightedPairs {
   const T* weights;
   template <class V>
   void add(V* sums, std::ptrdiff_t r, V x) const {
-    sums[0] = sums[0] + Term::of(x, V::broadcast(weights[r]));
+    sums[0] = sums[0] + x * V::broadcast(weights[r]);
   }
   template <class V>
-  void add_pair(V* sums, std::ptrdiff_t r, V x0, V x1) const {
-    sums[0] = sums[0] + (Term::of(x0, V::broadcast(weights[r])) + Term::of(x1, V::broadcast(weights[r + 1])));
-  }
-};
-
-struct WeightedValue {
-  template <class V>
-  static V of(V x, V weight) {
-    return x * weight;
-  }
-};
-struct WeightedSquare {
-  template <class V>
-  static V of(V x, V weight) {
-    return x * weight * x;
+  void add(V* sums, std::ptrdiff_t r, V x0, V x1) const {
+    sums[0] = sums[0] + (x0 * V::broadcast(weights[r]) + x1 * V::broadcast(weights[r + 1]));
   }
 };
 
 template <class T>
-using WeightedValues = WeightedPairs<T, WeightedValue>;
-template <class T>
-using WeightedSquares = WeightedPairs<T, WeightedSquare>;
+struct WeightedSquares {
+  using Lanes = T;
+  static constexpr int kSums = 1;
+  static constexpr bool kPaired = true;
+  static constexpr int kStripVectors = kStrip;
+  const T* weights;
+  template <class V>
+  void add(V* sums, std::ptrdiff_t r, V x) const {
+    sums[0] = sums[0] + x * V::broadcast(weights[r]) * x;
+  }
+  template <class V>
+  void add(V* sums, std::ptrdiff_t r, V x0, V x1) const {
+    sums[0] = sums[0] + (x0 * V::broadcast(weights[r]) * x0 + x1 * V::broadcast(weights[r + 1]) * x1);
+  }
+};
 
 template <class T>
 struct WeightedValuesAndSquares {
@@ -108,15 +110,10 @@ struct WeightedValuesAndSquares {
   static constexpr bool kPaired = true;
   static constexpr int kStripVectors = kStrip;
   const T* weights;
-  template <class V>
-  void add(V* sums, std::ptrdiff_t r, V x) const {
-    WeightedValues<T>{weights}.add(sums, r, x);
-    WeightedSquares<T>{weights}.add(sums + 1, r, x);
-  }
-  template <class V>
-  void add_pair(V* sums, std::ptrdiff_t r, V x0, V x1) const {
-    WeightedValues<T>{weights}.add_pair(sums, r, x0, x1);
-    WeightedSquares<T>{weights}.add_pair(sums + 1, r, x0, x1);
+  template <class V, class... Rows>
+  void add(V* sums, std::ptrdiff_t r, Rows... x) const {
+    WeightedValues<T>{weights}.add(sums, r, x...);
+    WeightedSquares<T>{weights}.add(sums + 1, r, x...);
   }
 };
 
@@ -135,13 +132,22 @@ struct Products {
     sums[0] = mul_add(x, V::broadcast(static_cast<T>(vector[r])), sums[0]);
   }
   template <class V>
-  void add_pair(V* sums, std::ptrdiff_t r, V x0, V x1) const {
+  void add(V* sums, std::ptrdiff_t r, V x0, V x1) const {
     add(sums, r, x0);
     sums[kSums - 1] = mul_add(x1, V::broadcast(static_cast<T>(vector[r + 1])), sums[kSums - 1]);
   }
 };
 
 // --- the loops --------------------------------------------------------------
+
+// f of count as a constant, 1 <= count <= kMost.
+template <int kMost, class F>
+inline void with_constant(std::ptrdiff_t count, F f) {
+  if constexpr (kMost > 1) {
+    if (count < kMost) return with_constant<kMost - 1>(count, f);
+  }
+  f(std::integral_constant<int, kMost>{});
+}
 
 template <class Policy>
 struct ColumnPanel {
@@ -160,82 +166,77 @@ struct ColumnPanel {
     for (auto& row : sums) std::memset(row, 0, static_cast<std::size_t>(count / W + 1) * W * sizeof(T));
   }
 
+  // Adds rows begin .. end - 1, a block at a time, to strips of equal width but for the last one.
   template <class Rows>
   void add_rows(const Policy& policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end) {
+    assert(count > 0 && count <= kPanelColumns && (!Policy::kPaired || begin % 2 == 0));
     spread_last_columns();
-    constexpr std::ptrdiff_t kBlockBytes = 8192;
-    const auto row_bytes = count * static_cast<std::ptrdiff_t>(sizeof(*rows.row(0)));
-    // Even, so that a block does not cut a pair.
-    const std::ptrdiff_t block = std::clamp<std::ptrdiff_t>(kBlockBytes / row_bytes, 4, 256) / 2 * 2;
-    for (std::ptrdiff_t r = begin; r < end; r += block) add_block(policy, rows, r, std::min(r + block, end));
-    gather_last_columns();
-  }
-
- private:
-  // Strips of equal width but for the last one.
-  template <class Rows>
-  void add_block(const Policy& policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end) {
-    if (count < W) return add_strips<1, true>(policy, rows, begin, end, 0, 1);
     const std::ptrdiff_t vectors = (count + W - 1) / W;
     const std::ptrdiff_t strips = (vectors + kMaxVectors - 1) / kMaxVectors;
     const std::ptrdiff_t width = (vectors + strips - 1) / strips;
     const std::ptrdiff_t whole = vectors / width * width;
-    add_strips_of(width, policy, rows, begin, end, 0, whole);
-    if (whole < vectors) add_strips_of(vectors - whole, policy, rows, begin, end, whole, vectors);
-  }
-
-  template <int kVectors = kMaxVectors, class Rows>
-  void add_strips_of(std::ptrdiff_t width, const Policy& policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end,
-                     std::ptrdiff_t slot, std::ptrdiff_t stop) {
-    if constexpr (kVectors > 1) {
-      if (width < kVectors) return add_strips_of<kVectors - 1>(width, policy, rows, begin, end, slot, stop);
+    const std::ptrdiff_t block = rows_of_block(sizeof(*rows.row(0)));
+    for (std::ptrdiff_t r = begin; r < end; r += block) {
+      const std::ptrdiff_t stop = std::min(r + block, end);
+      if (count < W) {
+        add_strips<1, true>(policy, rows, r, stop, 0, 1);
+        continue;
+      }
+      with_constant<kMaxVectors>(width, [&](auto n) { add_strips<n, false>(policy, rows, r, stop, 0, whole); });
+      if (whole == vectors) continue;
+      with_constant<kMaxVectors>(vectors - whole,
+                                 [&](auto n) { add_strips<n, false>(policy, rows, r, stop, whole, vectors); });
     }
-    add_strips<kVectors, false>(policy, rows, begin, end, slot, stop);
+    gather_last_columns();
   }
 
-  // The vectors slot .. stop - 1 of the panel, kVectors at a time.
+ private:
+  // So many rows fit the first-level cache; even, so that a block does not cut a pair.
+  std::ptrdiff_t rows_of_block(std::size_t element_bytes) const {
+    constexpr std::ptrdiff_t kBlockBytes = 8192;
+    const std::ptrdiff_t row_bytes = count * static_cast<std::ptrdiff_t>(element_bytes);
+    return std::clamp<std::ptrdiff_t>(kBlockBytes / row_bytes, 4, 256) / 2 * 2;
+  }
+
+  // The vectors slot .. stop - 1 of the panel, kVectors at a time; kNarrow: one vector that its columns do not fill.
   template <int kVectors, bool kNarrow, class Rows>
   [[gnu::noinline]] void add_strips(Policy policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end,
                                     std::ptrdiff_t slot, std::ptrdiff_t stop) {
-    for (; slot < stop; slot += kVectors) add_strip<kVectors, kNarrow>(policy, rows, begin, end, slot);
-  }
-
-  template <int kVectors, bool kNarrow, class Rows>
-  [[gnu::always_inline]] void add_strip(Policy policy, Rows rows, std::ptrdiff_t begin, std::ptrdiff_t end,
-                                        std::ptrdiff_t slot) {
-    const std::ptrdiff_t column = first + slot * W;
-    const std::ptrdiff_t last = first + (kNarrow ? 0 : std::min((slot + kVectors) * W, count) - W);
-    const auto at = [&](const auto* row, int v) __attribute__((always_inline)) {
-      if constexpr (kNarrow) {
-        return simd::load_some<T>(row + last, static_cast<int>(count));
-      } else {
-        return simd::load<T>(row + (v + 1 < kVectors ? column + v * W : last));
-      }
-    };
-    V held[kVectors][Policy::kSums];
+    for (; slot < stop; slot += kVectors) {
+      const std::ptrdiff_t column = first + slot * W;
+      const std::ptrdiff_t last = first + (kNarrow ? 0 : std::min((slot + kVectors) * W, count) - W);
+      const auto at = [&](const auto* row, int v) __attribute__((always_inline)) {
+        if constexpr (kNarrow) {
+          return simd::load_some<T>(row + last, static_cast<int>(count));
+        } else {
+          return simd::load<T>(row + (v + 1 < kVectors ? column + v * W : last));
+        }
+      };
+      V held[kVectors][Policy::kSums];
 #pragma GCC unroll 8
-    for (int v = 0; v < kVectors; ++v) {
+      for (int v = 0; v < kVectors; ++v) {
 #pragma GCC unroll 2
-      for (int m = 0; m < Policy::kSums; ++m) held[v][m] = simd::load<T>(&sums[m][(slot + v) * W]);
-    }
-    std::ptrdiff_t r = begin;
-    if constexpr (Policy::kPaired) {
-      for (; r + 1 < end; r += 2) {
-        const auto* row0 = rows.row(r);
-        const auto* row1 = rows.row(r + 1);
-#pragma GCC unroll 8
-        for (int v = 0; v < kVectors; ++v) policy.add_pair(held[v], r, at(row0, v), at(row1, v));
+        for (int m = 0; m < Policy::kSums; ++m) held[v][m] = simd::load<T>(&sums[m][(slot + v) * W]);
       }
-    }
-    for (; r < end; ++r) {
-      const auto* row = rows.row(r);
+      std::ptrdiff_t r = begin;
+      if constexpr (Policy::kPaired) {
+        for (; r + 1 < end; r += 2) {
+          const auto* row0 = rows.row(r);
+          const auto* row1 = rows.row(r + 1);
 #pragma GCC unroll 8
-      for (int v = 0; v < kVectors; ++v) policy.add(held[v], r, at(row, v));
-    }
+          for (int v = 0; v < kVectors; ++v) policy.add(held[v], r, at(row0, v), at(row1, v));
+        }
+      }
+      for (; r < end; ++r) {
+        const auto* row = rows.row(r);
 #pragma GCC unroll 8
-    for (int v = 0; v < kVectors; ++v) {
+        for (int v = 0; v < kVectors; ++v) policy.add(held[v], r, at(row, v));
+      }
+#pragma GCC unroll 8
+      for (int v = 0; v < kVectors; ++v) {
 #pragma GCC unroll 2
-      for (int m = 0; m < Policy::kSums; ++m) simd::store(&sums[m][(slot + v) * W], held[v][m]);
+        for (int m = 0; m < Policy::kSums; ++m) simd::store(&sums[m][(slot + v) * W], held[v][m]);
+      }
     }
   }
 
@@ -246,9 +247,8 @@ struct ColumnPanel {
   void gather_last_columns() {
     const std::ptrdiff_t rest = count % W;
     if (rest == 0 || count < W) return;
-    T* dst;
     for (auto& row : sums) {
-      dst = row + count / W * W;
+      T* const dst = row + count / W * W;
       std::memmove(dst, dst + W - rest, static_cast<std::size_t>(rest) * sizeof(T));
     }
   }

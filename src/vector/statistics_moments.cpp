@@ -3,10 +3,10 @@
 #include "arithmetic.h"
 #include "conversion.h"
 #include "copy.h"
-#include "frame/allocator.h"
 #include "frame/matrix_checks.h"
 #include "frame/rounding_mode.h"
 #include "frame/scale.h"
+#include "frame/scratch.h"
 #include "kivsr/vector/statistics.h"
 #include "statistics_column_sums.h"
 
@@ -80,7 +80,7 @@ KivStatus mean_variance(Rows rows, int height, Kiv32f* mean, Kiv32f* variance, i
 template <class T, class Rows>
 KivStatus weighted_mean(Rows rows, const T* weights, int height, T* dst, int width) {
   return run(pointers_then_step_then_sizes(rows, height, width, weights, dst), [&] {
-    sum_columns(WeightedValues<T>{{weights}}, rows, height, width, FromZero{},
+    sum_columns(WeightedValues<T>{weights}, rows, height, width, FromZero{},
                 [&](auto first, auto count, const auto* sum) { copy(dst + first, sum, count); });
   });
 }
@@ -90,7 +90,7 @@ constexpr auto kMinusSquareOfMean = [](auto squares, auto m) { return squares - 
 template <class T, class Rows>
 KivStatus weighted_variance(Rows rows, const T* weights, int height, const T* mean, T* dst, int width) {
   return run(pointers_then_step_then_sizes(rows, height, width, weights, mean, dst), [&] {
-    sum_columns(WeightedSquares<T>{{weights}}, rows, height, width, FromZero{},
+    sum_columns(WeightedSquares<T>{weights}, rows, height, width, FromZero{},
                 [&](auto first, auto count, const auto* squares) {
                   transform<T>(count, kMinusSquareOfMean, dst + first, squares, mean + first);
                 });
@@ -113,26 +113,24 @@ KivStatus weighted_mean_variance(Rows rows, const T* weights, int height, T* mea
 template <class Rows>
 KivStatus mean_16_bit(Rows rows, int height, Kiv16s* dst, int width) {
   return run(step_then_pointers_then_sizes(rows, height, 1, width, dst), [&] {
-    float* const work = allocate<float>(static_cast<std::size_t>(width) + 8);
-    if (work == nullptr) return kivStatusNoMemory;
+    Scratch<float> means(static_cast<std::size_t>(width) + 8);
+    if (!means) return kivStatusNoMemory;
     const NearestRounding nearest;
     const float factor = 1.0F / static_cast<float>(height);
-    sum_columns(Values<float>{}, rows, height, width, FromZero{},
-                [&](auto first, auto count, auto* sum) { multiply_by_constant(work + first, sum, factor, count); });
-    convert_to_integer(dst, work, width, kivRndNear, 0);
-    release(work);
+    sum_columns(Values<float>{}, rows, height, width, FromZero{}, [&](auto first, auto count, auto* sum) {
+      multiply_by_constant(means.data() + first, sum, factor, count);
+    });
+    convert_to_integer(dst, means.data(), width, kivRndNear, 0);
     return kivStatusOk;
   });
 }
-
-double scale_of_integers(int scale_factor) { return power_of_two_64(-std::clamp(scale_factor, -900, 900)); }
 
 // The variance about the caller's mean: an exact integer, divided once.
 template <class Rows>
 KivStatus variance_16_bit(Rows rows, int height, const Kiv16s* mean, Kiv16s* dst, int width, int scale_factor) {
   return run(step_then_pointers_then_sizes(rows, height, 2, width, mean, dst), [&] {
     const NearestRounding nearest;
-    const double scale = scale_of_integers(scale_factor);
+    const double scale = double_scale(scale_factor);
     sum_columns_exactly(Squares<double>{}, rows, height, width,
                         [&](auto first, auto count, const std::int64_t* squares) {
                           for (std::ptrdiff_t c = 0; c < count; ++c) {
@@ -158,7 +156,7 @@ KivStatus mean_variance_16_bit(Rows rows, int height, Mean* mean, Variance* vari
   return run(pointers_then_sizes_then_step(rows, height, width, mean, variance), [&] {
     const NearestRounding nearest;
     const double mean_factor = 1.0 / height;
-    const double variance_factor = 1.0 / (height - 1) * scale_of_integers(scale_factor);
+    const double variance_factor = 1.0 / (height - 1) * double_scale(scale_factor);
     sum_columns_exactly(ValuesAndSquares<double>{}, rows, height, width,
                         [&](auto first, auto count, const std::int64_t* sum, const std::int64_t* squares) {
                           for (std::ptrdiff_t c = 0; c < count; ++c) {
