@@ -135,16 +135,16 @@ KivStatus kivsAccCovarianceMatrix_32f64f_D2(const Kiv32f* pSrc, int srcStep, int
                                             Kiv64f* pSrcDst, int width, int dstStep, Kiv64f factor) {
   return accumulate(StepRows{pSrc, srcStep}, height, pMean, StepRows{pSrcDst, dstStep}, width, factor);
 }
-KivStatus kivsAccCovarianceMatrix_32f64f_D2L(const Kiv32f** ppSrc, int height, const Kiv32f* pMean, Kiv64f** ppSrcDst,
-                                             int width, Kiv64f factor) {
+KivStatus kivsAccCovarianceMatrix_32f64f_D2L(const Kiv32f* const* ppSrc, int height, const Kiv32f* pMean,
+                                             Kiv64f** ppSrcDst, int width, Kiv64f factor) {
   return accumulate(PointerRows{ppSrc}, height, pMean, PointerRows{ppSrcDst}, width, factor);
 }
 KivStatus kivsAccCovarianceMatrix_16s64f_D2(const Kiv16s* pSrc, int srcStep, int height, const Kiv16s* pMean,
                                             Kiv64f* pSrcDst, int width, int dstStep, Kiv64f factor) {
   return accumulate(StepRows{pSrc, srcStep}, height, pMean, StepRows{pSrcDst, dstStep}, width, factor);
 }
-KivStatus kivsAccCovarianceMatrix_16s64f_D2L(const Kiv16s** ppSrc, int height, const Kiv16s* pMean, Kiv64f** ppSrcDst,
-                                             int width, Kiv64f factor) {
+KivStatus kivsAccCovarianceMatrix_16s64f_D2L(const Kiv16s* const* ppSrc, int height, const Kiv16s* pMean,
+                                             Kiv64f** ppSrcDst, int width, Kiv64f factor) {
   return accumulate(PointerRows{ppSrc}, height, pMean, PointerRows{ppSrcDst}, width, factor);
 }
 }

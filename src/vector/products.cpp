@@ -220,7 +220,7 @@ KivStatus kivsMatVecMul_32f_D2(const Kiv32f* pSrcMatrix, int step, const Kiv32f*
                                int height) {
   return matrix_vector(StepRows{pSrcMatrix, step}, pSrcVec, width, pDst, height);
 }
-KivStatus kivsMatVecMul_32f_D2L(const Kiv32f** ppSrcMatrix, const Kiv32f* pSrcVec, int width, Kiv32f* pDst,
+KivStatus kivsMatVecMul_32f_D2L(const Kiv32f* const* ppSrcMatrix, const Kiv32f* pSrcVec, int width, Kiv32f* pDst,
                                 int height) {
   return matrix_vector(PointerRows{ppSrcMatrix}, pSrcVec, width, pDst, height);
 }
@@ -228,7 +228,7 @@ KivStatus kivsMatVecMul_16s_D2Sfs(const Kiv16s* pSrcMatrix, int step, const Kiv1
                                   int height, int scaleFactor) {
   return matrix_vector(StepRows{pSrcMatrix, step}, pSrcVec, width, pDst, height, scaleFactor);
 }
-KivStatus kivsMatVecMul_16s_D2LSfs(const Kiv16s** ppSrcMatrix, const Kiv16s* pSrcVec, int width, Kiv16s* pDst,
+KivStatus kivsMatVecMul_16s_D2LSfs(const Kiv16s* const* ppSrcMatrix, const Kiv16s* pSrcVec, int width, Kiv16s* pDst,
                                    int height, int scaleFactor) {
   return matrix_vector(PointerRows{ppSrcMatrix}, pSrcVec, width, pDst, height, scaleFactor);
 }
@@ -236,7 +236,7 @@ KivStatus kivsMatVecMul_16s32s_D2Sfs(const Kiv16s* pSrcMatrix, int step, const K
                                      int height, int scaleFactor) {
   return matrix_vector(StepRows{pSrcMatrix, step}, pSrcVec, width, pDst, height, scaleFactor);
 }
-KivStatus kivsMatVecMul_16s32s_D2LSfs(const Kiv16s** ppSrcMatrix, const Kiv16s* pSrcVec, int width, Kiv32s* pDst,
+KivStatus kivsMatVecMul_16s32s_D2LSfs(const Kiv16s* const* ppSrcMatrix, const Kiv16s* pSrcVec, int width, Kiv32s* pDst,
                                       int height, int scaleFactor) {
   return matrix_vector(PointerRows{ppSrcMatrix}, pSrcVec, width, pDst, height, scaleFactor);
 }
@@ -244,7 +244,7 @@ KivStatus kivsMatVecMul_32s_D2Sfs(const Kiv32s* pSrcMatrix, int step, const Kiv3
                                   int height, int scaleFactor) {
   return matrix_vector(StepRows{pSrcMatrix, step}, pSrcVec, width, pDst, height, scaleFactor);
 }
-KivStatus kivsMatVecMul_32s_D2LSfs(const Kiv32s** ppSrcMatrix, const Kiv32s* pSrcVec, int width, Kiv32s* pDst,
+KivStatus kivsMatVecMul_32s_D2LSfs(const Kiv32s* const* ppSrcMatrix, const Kiv32s* pSrcVec, int width, Kiv32s* pDst,
                                    int height, int scaleFactor) {
   return matrix_vector(PointerRows{ppSrcMatrix}, pSrcVec, width, pDst, height, scaleFactor);
 }
@@ -253,7 +253,7 @@ KivStatus kivsVecMatMul_32f_D2(const Kiv32f* pSrcVec, const Kiv32f* pSrcMatrix, 
                                int width) {
   return vector_matrix(pSrcVec, StepRows{pSrcMatrix, step}, height, pDst, width);
 }
-KivStatus kivsVecMatMul_32f_D2L(const Kiv32f* pSrcVec, const Kiv32f** ppSrcMatrix, int height, Kiv32f* pDst,
+KivStatus kivsVecMatMul_32f_D2L(const Kiv32f* pSrcVec, const Kiv32f* const* ppSrcMatrix, int height, Kiv32f* pDst,
                                 int width) {
   return vector_matrix(pSrcVec, PointerRows{ppSrcMatrix}, height, pDst, width);
 }
@@ -261,7 +261,7 @@ KivStatus kivsVecMatMul_16s_D2Sfs(const Kiv16s* pSrcVec, const Kiv16s* pSrcMatri
                                   int width, int scaleFactor) {
   return vector_matrix(pSrcVec, StepRows{pSrcMatrix, step}, height, pDst, width, scaleFactor);
 }
-KivStatus kivsVecMatMul_16s_D2LSfs(const Kiv16s* pSrcVec, const Kiv16s** ppSrcMatrix, int height, Kiv16s* pDst,
+KivStatus kivsVecMatMul_16s_D2LSfs(const Kiv16s* pSrcVec, const Kiv16s* const* ppSrcMatrix, int height, Kiv16s* pDst,
                                    int width, int scaleFactor) {
   return vector_matrix(pSrcVec, PointerRows{ppSrcMatrix}, height, pDst, width, scaleFactor);
 }
@@ -269,7 +269,7 @@ KivStatus kivsVecMatMul_16s32s_D2Sfs(const Kiv16s* pSrcVec, const Kiv16s* pSrcMa
                                      Kiv32s* pDst, int width, int scaleFactor) {
   return vector_matrix(pSrcVec, StepRows{pSrcMatrix, step}, height, pDst, width, scaleFactor);
 }
-KivStatus kivsVecMatMul_16s32s_D2LSfs(const Kiv16s* pSrcVec, const Kiv16s** ppSrcMatrix, int height, Kiv32s* pDst,
+KivStatus kivsVecMatMul_16s32s_D2LSfs(const Kiv16s* pSrcVec, const Kiv16s* const* ppSrcMatrix, int height, Kiv32s* pDst,
                                       int width, int scaleFactor) {
   return vector_matrix(pSrcVec, PointerRows{ppSrcMatrix}, height, pDst, width, scaleFactor);
 }
@@ -277,7 +277,7 @@ KivStatus kivsVecMatMul_32s_D2Sfs(const Kiv32s* pSrcVec, const Kiv32s* pSrcMatri
                                   int width, int scaleFactor) {
   return vector_matrix(pSrcVec, StepRows{pSrcMatrix, step}, height, pDst, width, scaleFactor);
 }
-KivStatus kivsVecMatMul_32s_D2LSfs(const Kiv32s* pSrcVec, const Kiv32s** ppSrcMatrix, int height, Kiv32s* pDst,
+KivStatus kivsVecMatMul_32s_D2LSfs(const Kiv32s* pSrcVec, const Kiv32s* const* ppSrcMatrix, int height, Kiv32s* pDst,
                                    int width, int scaleFactor) {
   return vector_matrix(pSrcVec, PointerRows{ppSrcMatrix}, height, pDst, width, scaleFactor);
 }

@@ -177,13 +177,13 @@ using namespace kivsr;
 KivStatus kivsMeanColumn_32f_D2(const Kiv32f* pSrc, int height, int step, Kiv32f* pDstMean, int width) {
   return mean(StepRows{pSrc, step}, height, pDstMean, width);
 }
-KivStatus kivsMeanColumn_32f_D2L(const Kiv32f** ppSrc, int height, Kiv32f* pDstMean, int width) {
+KivStatus kivsMeanColumn_32f_D2L(const Kiv32f* const* ppSrc, int height, Kiv32f* pDstMean, int width) {
   return mean(PointerRows{ppSrc}, height, pDstMean, width);
 }
 KivStatus kivsMeanColumn_16s_D2(const Kiv16s* pSrc, int height, int step, Kiv16s* pDstMean, int width) {
   return mean_16_bit(StepRows{pSrc, step}, height, pDstMean, width);
 }
-KivStatus kivsMeanColumn_16s_D2L(const Kiv16s** ppSrc, int height, Kiv16s* pDstMean, int width) {
+KivStatus kivsMeanColumn_16s_D2L(const Kiv16s* const* ppSrc, int height, Kiv16s* pDstMean, int width) {
   return mean_16_bit(PointerRows{ppSrc}, height, pDstMean, width);
 }
 
@@ -191,15 +191,16 @@ KivStatus kivsVarColumn_32f_D2(const Kiv32f* pSrc, int height, int step, const K
                                int width) {
   return variance(StepRows{pSrc, step}, height, pSrcMean, pDstVar, width);
 }
-KivStatus kivsVarColumn_32f_D2L(const Kiv32f** ppSrc, int height, const Kiv32f* pSrcMean, Kiv32f* pDstVar, int width) {
+KivStatus kivsVarColumn_32f_D2L(const Kiv32f* const* ppSrc, int height, const Kiv32f* pSrcMean, Kiv32f* pDstVar,
+                                int width) {
   return variance(PointerRows{ppSrc}, height, pSrcMean, pDstVar, width);
 }
 KivStatus kivsVarColumn_16s_D2Sfs(const Kiv16s* pSrc, int height, int step, const Kiv16s* pSrcMean, Kiv16s* pDstVar,
                                   int width, int scaleFactor) {
   return variance_16_bit(StepRows{pSrc, step}, height, pSrcMean, pDstVar, width, scaleFactor);
 }
-KivStatus kivsVarColumn_16s_D2LSfs(const Kiv16s** ppSrc, int height, const Kiv16s* pSrcMean, Kiv16s* pDstVar, int width,
-                                   int scaleFactor) {
+KivStatus kivsVarColumn_16s_D2LSfs(const Kiv16s* const* ppSrc, int height, const Kiv16s* pSrcMean, Kiv16s* pDstVar,
+                                   int width, int scaleFactor) {
   return variance_16_bit(PointerRows{ppSrc}, height, pSrcMean, pDstVar, width, scaleFactor);
 }
 
@@ -207,22 +208,23 @@ KivStatus kivsMeanVarColumn_32f_D2(const Kiv32f* pSrc, int height, int step, Kiv
                                    int width) {
   return mean_variance(StepRows{pSrc, step}, height, pDstMean, pDstVar, width);
 }
-KivStatus kivsMeanVarColumn_32f_D2L(const Kiv32f** ppSrc, int height, Kiv32f* pDstMean, Kiv32f* pDstVar, int width) {
+KivStatus kivsMeanVarColumn_32f_D2L(const Kiv32f* const* ppSrc, int height, Kiv32f* pDstMean, Kiv32f* pDstVar,
+                                    int width) {
   return mean_variance(PointerRows{ppSrc}, height, pDstMean, pDstVar, width);
 }
 KivStatus kivsMeanVarColumn_16s_D2Sfs(const Kiv16s* pSrc, int height, int step, Kiv16s* pDstMean, Kiv16s* pDstVar,
                                       int width, int scaleFactor) {
   return mean_variance_16_bit(StepRows{pSrc, step}, height, pDstMean, pDstVar, width, scaleFactor);
 }
-KivStatus kivsMeanVarColumn_16s_D2LSfs(const Kiv16s** ppSrc, int height, Kiv16s* pDstMean, Kiv16s* pDstVar, int width,
-                                       int scaleFactor) {
+KivStatus kivsMeanVarColumn_16s_D2LSfs(const Kiv16s* const* ppSrc, int height, Kiv16s* pDstMean, Kiv16s* pDstVar,
+                                       int width, int scaleFactor) {
   return mean_variance_16_bit(PointerRows{ppSrc}, height, pDstMean, pDstVar, width, scaleFactor);
 }
 KivStatus kivsMeanVarColumn_16s32s_D2Sfs(const Kiv16s* pSrc, int height, int step, Kiv32s* pDstMean, Kiv32s* pDstVar,
                                          int width, int scaleFactor) {
   return mean_variance_16_bit(StepRows{pSrc, step}, height, pDstMean, pDstVar, width, scaleFactor);
 }
-KivStatus kivsMeanVarColumn_16s32s_D2LSfs(const Kiv16s** ppSrc, int height, Kiv32s* pDstMean, Kiv32s* pDstVar,
+KivStatus kivsMeanVarColumn_16s32s_D2LSfs(const Kiv16s* const* ppSrc, int height, Kiv32s* pDstMean, Kiv32s* pDstVar,
                                           int width, int scaleFactor) {
   return mean_variance_16_bit(PointerRows{ppSrc}, height, pDstMean, pDstVar, width, scaleFactor);
 }
@@ -230,7 +232,7 @@ KivStatus kivsMeanVarColumn_16s16s32s_D2(const Kiv16s* pSrc, int height, int ste
                                          int width) {
   return mean_variance_16_bit(StepRows{pSrc, step}, height, pDstMean, pDstVar, width, 0);
 }
-KivStatus kivsMeanVarColumn_16s16s32s_D2L(const Kiv16s** ppSrc, int height, Kiv16s* pDstMean, Kiv32s* pDstVar,
+KivStatus kivsMeanVarColumn_16s16s32s_D2L(const Kiv16s* const* ppSrc, int height, Kiv16s* pDstMean, Kiv32s* pDstVar,
                                           int width) {
   return mean_variance_16_bit(PointerRows{ppSrc}, height, pDstMean, pDstVar, width, 0);
 }
@@ -239,7 +241,7 @@ KivStatus kivsWeightedMeanColumn_32f_D2(const Kiv32f* pSrc, int step, const Kiv3
                                         int width) {
   return weighted_mean(StepRows{pSrc, step}, pWgt, height, pDstMean, width);
 }
-KivStatus kivsWeightedMeanColumn_32f_D2L(const Kiv32f** ppSrc, const Kiv32f* pWgt, int height, Kiv32f* pDstMean,
+KivStatus kivsWeightedMeanColumn_32f_D2L(const Kiv32f* const* ppSrc, const Kiv32f* pWgt, int height, Kiv32f* pDstMean,
                                          int width) {
   return weighted_mean(PointerRows{ppSrc}, pWgt, height, pDstMean, width);
 }
@@ -247,7 +249,7 @@ KivStatus kivsWeightedMeanColumn_64f_D2(const Kiv64f* pSrc, int step, const Kiv6
                                         int width) {
   return weighted_mean(StepRows{pSrc, step}, pWgt, height, pDstMean, width);
 }
-KivStatus kivsWeightedMeanColumn_64f_D2L(const Kiv64f** ppSrc, const Kiv64f* pWgt, int height, Kiv64f* pDstMean,
+KivStatus kivsWeightedMeanColumn_64f_D2L(const Kiv64f* const* ppSrc, const Kiv64f* pWgt, int height, Kiv64f* pDstMean,
                                          int width) {
   return weighted_mean(PointerRows{ppSrc}, pWgt, height, pDstMean, width);
 }
@@ -256,16 +258,16 @@ KivStatus kivsWeightedVarColumn_32f_D2(const Kiv32f* pSrc, int step, const Kiv32
                                        const Kiv32f* pSrcMean, Kiv32f* pDstVar, int width) {
   return weighted_variance(StepRows{pSrc, step}, pWgt, height, pSrcMean, pDstVar, width);
 }
-KivStatus kivsWeightedVarColumn_32f_D2L(const Kiv32f** ppSrc, const Kiv32f* pWgt, int height, const Kiv32f* pSrcMean,
-                                        Kiv32f* pDstVar, int width) {
+KivStatus kivsWeightedVarColumn_32f_D2L(const Kiv32f* const* ppSrc, const Kiv32f* pWgt, int height,
+                                        const Kiv32f* pSrcMean, Kiv32f* pDstVar, int width) {
   return weighted_variance(PointerRows{ppSrc}, pWgt, height, pSrcMean, pDstVar, width);
 }
 KivStatus kivsWeightedVarColumn_64f_D2(const Kiv64f* pSrc, int step, const Kiv64f* pWgt, int height,
                                        const Kiv64f* pSrcMean, Kiv64f* pDstVar, int width) {
   return weighted_variance(StepRows{pSrc, step}, pWgt, height, pSrcMean, pDstVar, width);
 }
-KivStatus kivsWeightedVarColumn_64f_D2L(const Kiv64f** ppSrc, const Kiv64f* pWgt, int height, const Kiv64f* pSrcMean,
-                                        Kiv64f* pDstVar, int width) {
+KivStatus kivsWeightedVarColumn_64f_D2L(const Kiv64f* const* ppSrc, const Kiv64f* pWgt, int height,
+                                        const Kiv64f* pSrcMean, Kiv64f* pDstVar, int width) {
   return weighted_variance(PointerRows{ppSrc}, pWgt, height, pSrcMean, pDstVar, width);
 }
 
@@ -273,16 +275,16 @@ KivStatus kivsWeightedMeanVarColumn_32f_D2(const Kiv32f* pSrc, int step, const K
                                            Kiv32f* pDstMean, Kiv32f* pDstVar, int width) {
   return weighted_mean_variance(StepRows{pSrc, step}, pWgt, height, pDstMean, pDstVar, width);
 }
-KivStatus kivsWeightedMeanVarColumn_32f_D2L(const Kiv32f** ppSrc, const Kiv32f* pWgt, int height, Kiv32f* pDstMean,
-                                            Kiv32f* pDstVar, int width) {
+KivStatus kivsWeightedMeanVarColumn_32f_D2L(const Kiv32f* const* ppSrc, const Kiv32f* pWgt, int height,
+                                            Kiv32f* pDstMean, Kiv32f* pDstVar, int width) {
   return weighted_mean_variance(PointerRows{ppSrc}, pWgt, height, pDstMean, pDstVar, width);
 }
 KivStatus kivsWeightedMeanVarColumn_64f_D2(const Kiv64f* pSrc, int step, const Kiv64f* pWgt, int height,
                                            Kiv64f* pDstMean, Kiv64f* pDstVar, int width) {
   return weighted_mean_variance(StepRows{pSrc, step}, pWgt, height, pDstMean, pDstVar, width);
 }
-KivStatus kivsWeightedMeanVarColumn_64f_D2L(const Kiv64f** ppSrc, const Kiv64f* pWgt, int height, Kiv64f* pDstMean,
-                                            Kiv64f* pDstVar, int width) {
+KivStatus kivsWeightedMeanVarColumn_64f_D2L(const Kiv64f* const* ppSrc, const Kiv64f* pWgt, int height,
+                                            Kiv64f* pDstMean, Kiv64f* pDstVar, int width) {
   return weighted_mean_variance(PointerRows{ppSrc}, pWgt, height, pDstMean, pDstVar, width);
 }
 }

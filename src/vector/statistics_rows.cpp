@@ -148,15 +148,15 @@ KivStatus kivsCopyColumn_Indirect_16s_D2(const Kiv16s* pSrc, int srcWidth, int s
                                          const Kiv32s* pIndx, int dstWidth, int dstStep, int height) {
   return gather_columns(StepRows{pSrc, srcStep}, srcWidth, StepRows{pDst, dstStep}, pIndx, dstWidth, height);
 }
-KivStatus kivsCopyColumn_Indirect_32f_D2L(const Kiv32f** ppSrc, int srcWidth, Kiv32f** ppDst, const Kiv32s* pIndx,
+KivStatus kivsCopyColumn_Indirect_32f_D2L(const Kiv32f* const* ppSrc, int srcWidth, Kiv32f** ppDst, const Kiv32s* pIndx,
                                           int dstWidth, int height) {
   return gather_columns(PointerRows{ppSrc}, srcWidth, PointerRows{ppDst}, pIndx, dstWidth, height);
 }
-KivStatus kivsCopyColumn_Indirect_64f_D2L(const Kiv64f** ppSrc, int srcWidth, Kiv64f** ppDst, const Kiv32s* pIndx,
+KivStatus kivsCopyColumn_Indirect_64f_D2L(const Kiv64f* const* ppSrc, int srcWidth, Kiv64f** ppDst, const Kiv32s* pIndx,
                                           int dstWidth, int height) {
   return gather_columns(PointerRows{ppSrc}, srcWidth, PointerRows{ppDst}, pIndx, dstWidth, height);
 }
-KivStatus kivsCopyColumn_Indirect_16s_D2L(const Kiv16s** ppSrc, int srcWidth, Kiv16s** ppDst, const Kiv32s* pIndx,
+KivStatus kivsCopyColumn_Indirect_16s_D2L(const Kiv16s* const* ppSrc, int srcWidth, Kiv16s** ppDst, const Kiv32s* pIndx,
                                           int dstWidth, int height) {
   return gather_columns(PointerRows{ppSrc}, srcWidth, PointerRows{ppDst}, pIndx, dstWidth, height);
 }

@@ -129,51 +129,52 @@ using namespace kivsr;
 KivStatus kivsSumColumn_32f_D2(const Kiv32f* pSrc, int step, int height, Kiv32f* pDst, int width) {
   return sum_column(StepRows{pSrc, step}, height, pDst, width);
 }
-KivStatus kivsSumColumn_32f_D2L(const Kiv32f** ppSrc, int height, Kiv32f* pDst, int width) {
+KivStatus kivsSumColumn_32f_D2L(const Kiv32f* const* ppSrc, int height, Kiv32f* pDst, int width) {
   return sum_column(PointerRows{ppSrc}, height, pDst, width);
 }
 KivStatus kivsSumColumn_64f_D2(const Kiv64f* pSrc, int step, int height, Kiv64f* pDst, int width) {
   return sum_column(StepRows{pSrc, step}, height, pDst, width);
 }
-KivStatus kivsSumColumn_64f_D2L(const Kiv64f** ppSrc, int height, Kiv64f* pDst, int width) {
+KivStatus kivsSumColumn_64f_D2L(const Kiv64f* const* ppSrc, int height, Kiv64f* pDst, int width) {
   return sum_column(PointerRows{ppSrc}, height, pDst, width);
 }
 KivStatus kivsSumColumn_16s32f_D2(const Kiv16s* pSrc, int step, int height, Kiv32f* pDst, int width) {
   return sum_column(StepRows{pSrc, step}, height, pDst, width);
 }
-KivStatus kivsSumColumn_16s32f_D2L(const Kiv16s** ppSrc, int height, Kiv32f* pDst, int width) {
+KivStatus kivsSumColumn_16s32f_D2L(const Kiv16s* const* ppSrc, int height, Kiv32f* pDst, int width) {
   return sum_column(PointerRows{ppSrc}, height, pDst, width);
 }
 KivStatus kivsSumColumn_16s32s_D2Sfs(const Kiv16s* pSrc, int step, int height, Kiv32s* pDst, int width,
                                      int scaleFactor) {
   return sum_column_scaled(StepRows{pSrc, step}, height, pDst, width, scaleFactor);
 }
-KivStatus kivsSumColumn_16s32s_D2LSfs(const Kiv16s** ppSrc, int height, Kiv32s* pDst, int width, int scaleFactor) {
+KivStatus kivsSumColumn_16s32s_D2LSfs(const Kiv16s* const* ppSrc, int height, Kiv32s* pDst, int width,
+                                      int scaleFactor) {
   return sum_column_scaled(PointerRows{ppSrc}, height, pDst, width, scaleFactor);
 }
 
 KivStatus kivsSumRow_32f_D2(const Kiv32f* pSrc, int width, int step, Kiv32f* pDst, int height) {
   return sum_row(StepRows{pSrc, step}, width, pDst, height);
 }
-KivStatus kivsSumRow_32f_D2L(const Kiv32f** ppSrc, int width, Kiv32f* pDst, int height) {
+KivStatus kivsSumRow_32f_D2L(const Kiv32f* const* ppSrc, int width, Kiv32f* pDst, int height) {
   return sum_row(PointerRows{ppSrc}, width, pDst, height);
 }
 KivStatus kivsSumRow_64f_D2(const Kiv64f* pSrc, int width, int step, Kiv64f* pDst, int height) {
   return sum_row(StepRows{pSrc, step}, width, pDst, height);
 }
-KivStatus kivsSumRow_64f_D2L(const Kiv64f** ppSrc, int width, Kiv64f* pDst, int height) {
+KivStatus kivsSumRow_64f_D2L(const Kiv64f* const* ppSrc, int width, Kiv64f* pDst, int height) {
   return sum_row(PointerRows{ppSrc}, width, pDst, height);
 }
 KivStatus kivsSumRow_16s32f_D2(const Kiv16s* pSrc, int width, int step, Kiv32f* pDst, int height) {
   return sum_row(StepRows{pSrc, step}, width, pDst, height);
 }
-KivStatus kivsSumRow_16s32f_D2L(const Kiv16s** ppSrc, int width, Kiv32f* pDst, int height) {
+KivStatus kivsSumRow_16s32f_D2L(const Kiv16s* const* ppSrc, int width, Kiv32f* pDst, int height) {
   return sum_row(PointerRows{ppSrc}, width, pDst, height);
 }
 KivStatus kivsSumRow_16s32s_D2Sfs(const Kiv16s* pSrc, int width, int step, Kiv32s* pDst, int height, int scaleFactor) {
   return sum_row_scaled(StepRows{pSrc, step}, width, pDst, height, scaleFactor);
 }
-KivStatus kivsSumRow_16s32s_D2LSfs(const Kiv16s** ppSrc, int width, Kiv32s* pDst, int height, int scaleFactor) {
+KivStatus kivsSumRow_16s32s_D2LSfs(const Kiv16s* const* ppSrc, int width, Kiv32s* pDst, int height, int scaleFactor) {
   return sum_row_scaled(PointerRows{ppSrc}, width, pDst, height, scaleFactor);
 }
 
@@ -205,7 +206,7 @@ KivStatus kivsSumMeanVar_16s32s_ISfs(const Kiv16s* pSrc, int step, int height, K
 KivStatus kivsAddAllRowSum_32f_D2(const Kiv32f* pSrc, int step, int height, Kiv32f* pSrcDst, int width) {
   return add_all_rows(StepRows{pSrc, step}, height, pSrcDst, width);
 }
-KivStatus kivsAddAllRowSum_32f_D2L(const Kiv32f** ppSrc, int height, Kiv32f* pSrcDst, int width) {
+KivStatus kivsAddAllRowSum_32f_D2L(const Kiv32f* const* ppSrc, int height, Kiv32f* pSrcDst, int width) {
   return add_all_rows(PointerRows{ppSrc}, height, pSrcDst, width);
 }
 
