@@ -43,6 +43,11 @@ class Layout {
     apart_ += bytes + kPartAlignment;
     return {offset};
   }
+  template <class T>
+  Part<T> add(std::size_t rows, std::size_t columns) {
+    const std::size_t most = std::numeric_limits<std::size_t>::max();
+    return add<T>(columns != 0 && rows > most / columns ? most : rows * columns);
+  }
 
   bool overflow() const { return overflow_; }
   // From a block that starts on a 32-byte boundary.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 
 #include "allocator.h"
 
@@ -42,6 +43,8 @@ class Scratch<T, 0> {
   T* data() { return data_; }
   const T* data() const { return data_; }
   T& operator[](std::ptrdiff_t i) { return data_[i]; }
+  // Hands the memory to a state object, which releases it.
+  T* take() { return std::exchange(data_, nullptr); }
 
  private:
   T* data_;

@@ -9,11 +9,9 @@ namespace kivsr::vq {
 FullIndexLayout::FullIndexLayout(Layout& layout, int width, int count) : has_centred_(count >= kLeastCentred) {
   const auto lanes = static_cast<std::size_t>(tiles_of(count) * kLanes);
   const auto columns = static_cast<std::size_t>(width);
-  const std::size_t cells =
-      lanes > static_cast<std::size_t>(-1) / columns ? static_cast<std::size_t>(-1) : lanes * columns;
-  values_ = layout.add<float>(cells);
+  values_ = layout.add<float>(lanes, columns);
   weights_ = layout.add<float>(columns);
-  centred_ = layout.add<float>(has_centred_ ? cells : 0);
+  centred_ = layout.add<float>(has_centred_ ? lanes : 0, columns);
   half_norms_ = layout.add<float>(has_centred_ ? lanes : 0);
   mean_ = layout.add<float>(has_centred_ ? columns : 0);
 }
@@ -87,8 +85,7 @@ CandidateListsLayout::CandidateListsLayout(Layout& layout, std::ptrdiff_t lists,
   first_tile_ = layout.add<Kiv32s>(static_cast<std::size_t>(lists));
   sizes_ = layout.add<Kiv32s>(static_cast<std::size_t>(lists));
   codewords_ = layout.add<Kiv32s>(lanes);
-  values_ = layout.add<float>(lanes > static_cast<std::size_t>(-1) / columns ? static_cast<std::size_t>(-1)
-                                                                             : lanes * columns);
+  values_ = layout.add<float>(lanes, columns);
 }
 
 CandidateLists CandidateListsLayout::in(void* block) const {

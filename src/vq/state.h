@@ -15,6 +15,7 @@ namespace kivsr::vq {
 inline constexpr int kLargestBook = 16383;
 inline constexpr Kiv32s kGridFlag = 1;
 inline constexpr Kiv32s kWeightedFlag = 2;
+inline constexpr Kiv32s kLibraryFlag = 4;  // the record is a LibraryCodebook
 
 // One node of the cluster tree of a trained book.
 struct Cluster {
@@ -43,7 +44,7 @@ struct Codebook {
   KivCdbkHint hint;
   T* codewords;
   Cluster* tree;      // root, or null
-  Kiv32s flags;       // kGridFlag, kWeightedFlag
+  Kiv32s flags;       // kGridFlag, kWeightedFlag, kLibraryFlag
   T* weights;         // width elements
   Grid* grid;         // lists of candidates by cell, or null
   Kiv32s index_bits;  // of an index in a packed row
@@ -56,18 +57,13 @@ static_assert(sizeof(Cluster) == 44 && sizeof(Codebook<Kiv32f>) == 48 && sizeof(
 
 // A book in library memory carries its search index behind the record; one in caller memory has no room for it.
 template <class T>
-struct HeapCodebook : Codebook<T> {
+struct LibraryCodebook : Codebook<T> {
   SearchIndex* index;
-  char reserved[3 * kPartAlignment];  // no other block starts where caller memory would have its codewords
 };
 
-// In caller memory the codewords are at the first 32-byte boundary behind the record; for a book in library memory that
-// address lies inside the block of the record.
 template <class T>
 const SearchIndex* stored_index(const Codebook<T>& book) {
-  const auto behind = reinterpret_cast<std::uintptr_t>(&book) + sizeof book;
-  const bool caller_memory = reinterpret_cast<std::uintptr_t>(book.codewords) == round_up(behind, kPartAlignment);
-  return caller_memory ? nullptr : static_cast<const HeapCodebook<T>&>(book).index;
+  return (book.flags & kLibraryFlag) != 0 ? static_cast<const LibraryCodebook<T>&>(book).index : nullptr;
 }
 
 template <class T>

@@ -20,28 +20,24 @@ float distance_of(std::uint64_t key) { return std::bit_cast<float>(static_cast<s
 }  // namespace
 
 template <class T>
-KivStatus Training::prepare(const T* src, std::ptrdiff_t step, int width, int height, int clusters, const T* weights,
-                            bool weighted) {
+bool Training::prepare(const T* src, std::ptrdiff_t step, int width, int height, int clusters, const T* weights) {
   width_ = width;
   height_ = height;
   wanted_ = clusters;
-  if (width > (1 << 30) - V::width) return kivStatusNoMemory;
+  if (width > (1 << 30) - V::width) return false;
   padded_ = (width + V::width - 1) / V::width * V::width;
   margin_ = 2e-5F + static_cast<float>(width) * 1.2e-7F;
 
   const auto n = static_cast<std::size_t>(height);
   const auto k = static_cast<std::size_t>(clusters);
   const auto columns = static_cast<std::size_t>(padded_);
-  const auto cells = [columns](std::size_t rows) {
-    return rows > static_cast<std::size_t>(-1) / columns ? static_cast<std::size_t>(-1) : rows * columns;
-  };
   const auto lanes = static_cast<std::size_t>(tiles_of(clusters) * kLanes);
   Layout layout;
-  const auto vectors = layout.add<float>(cells(n));
+  const auto vectors = layout.add<float>(n, columns);
   const auto weight_row = layout.add<float>(columns);
-  const auto centroids = layout.add<float>(cells(k));
-  const auto tiles = layout.add<float>(cells(lanes));
-  const auto big_tile = layout.add<float>(cells(kLanes));
+  const auto centroids = layout.add<float>(k, columns);
+  const auto tiles = layout.add<float>(lanes, columns);
+  const auto big_tile = layout.add<float>(kLanes, columns);
   const auto scratch = layout.add<float>(std::max(columns, lanes));
   const auto stored = layout.add<float>(n);
   const auto upper = layout.add<float>(n);
@@ -54,7 +50,7 @@ KivStatus Training::prepare(const T* src, std::ptrdiff_t step, int width, int he
   const auto bounds = layout.add<ClusterBounds>(k);
   const auto nodes = layout.add<SplitNode>(2 * k);
   block_ = layout.overflow() ? nullptr : allocate_bytes(layout.bytes());
-  if (block_ == nullptr) return kivStatusNoMemory;
+  if (block_ == nullptr) return false;
   vectors_ = vectors.in(block_);
   centroids_ = centroids.in(block_);
   tiles_ = tiles.in(block_);
@@ -75,16 +71,16 @@ KivStatus Training::prepare(const T* src, std::ptrdiff_t step, int width, int he
     float* const row = vectors_ + static_cast<std::ptrdiff_t>(i) * padded_;
     for (int j = 0; j < padded_; ++j) row[j] = j < width ? static_cast<float>(src[i * step + j]) : 0.0F;
   }
-  if (weighted) {
+  if (weights != nullptr) {
     weights_ = weight_row.in(block_);
     for (int j = 0; j < padded_; ++j) weights_[j] = j < width ? static_cast<float>(weights[j]) : 0.0F;
   }
   clear_lanes(tiles_, weights_, width_, 0, static_cast<std::ptrdiff_t>(lanes));
-  return kivStatusOk;
+  return true;
 }
 
-template KivStatus Training::prepare(const Kiv32f*, std::ptrdiff_t, int, int, int, const Kiv32f*, bool);
-template KivStatus Training::prepare(const Kiv16s*, std::ptrdiff_t, int, int, int, const Kiv16s*, bool);
+template bool Training::prepare(const Kiv32f*, std::ptrdiff_t, int, int, int, const Kiv32f*);
+template bool Training::prepare(const Kiv16s*, std::ptrdiff_t, int, int, int, const Kiv16s*);
 
 Training::~Training() { release(block_); }
 

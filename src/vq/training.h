@@ -17,10 +17,10 @@ struct SplitNode {
 // The training vectors as floats, and the clusters made of them. Rows are padded with zeros to whole vectors.
 class Training {
  public:
-  // Places everything that height vectors and `clusters` clusters need in one block.
+  // Places everything that height vectors and `clusters` clusters need in one block; weights null: all 1. False: memory
+  // ran out.
   template <class T>
-  KivStatus prepare(const T* src, std::ptrdiff_t step, int width, int height, int clusters, const T* weights,
-                    bool weighted);
+  bool prepare(const T* src, std::ptrdiff_t step, int width, int height, int clusters, const T* weights);
   // Splits until `clusters` are made (kivStatusOk) or none can be split (kivStatusCdbkSizeWarning).
   // kivStatusBadArgument: the halves of a cluster could not be told apart.
   KivStatus run(KivCdbkHint hint);

@@ -189,14 +189,13 @@ Cluster* build_tree(const Training& training) {
   const auto leaves = static_cast<std::size_t>(training.made());
   const std::size_t nodes = 2 * leaves - 1;
   const auto width = static_cast<std::size_t>(training.width());
-  const std::size_t cells = nodes > static_cast<std::size_t>(-1) / width ? static_cast<std::size_t>(-1) : nodes * width;
   Layout layout;
   const auto records = layout.add<Cluster>(nodes);
-  const auto centroids = layout.add<float>(cells);
+  const auto centroids = layout.add<float>(nodes, width);
   const auto pointers = layout.add<Cluster*>(leaves);
   if (layout.overflow()) return nullptr;
   Scratch<int, 256> first(nodes);
-  Scratch<double, 256> sums(cells);
+  Scratch<double, 256> sums(nodes * width);
   if (!first || !sums) return nullptr;
   void* const block = allocate_bytes(layout.bytes());
   if (block == nullptr) return nullptr;
@@ -234,8 +233,7 @@ bool build_groups(const Training& training, const Tiles& all, const Cluster& roo
   const auto group_lanes = static_cast<std::size_t>(tiles_of(count) * kLanes);
   Layout layout;
   const auto header = layout.add<Groups>(1);
-  const auto centroids =
-      layout.add<float>(width > static_cast<std::size_t>(-1) / group_lanes ? ~std::size_t{0} : width * group_lanes);
+  const auto centroids = layout.add<float>(group_lanes, width);
   const CandidateListsLayout parts(layout, count, tiles, all.width);
   Scratch<float, 1024> scratch(group_lanes + width);
   void* const block = layout.overflow() || !scratch ? nullptr : allocate_bytes(layout.bytes());
