@@ -206,12 +206,12 @@ KivStatus kivsMahDist_64f_D2(const Kiv64f* pSrc, int step, const Kiv64f* pMean, 
                              Kiv64f* pDst, int height) {
   return mahalanobis(StepRows{pSrc, step}, OneRow{pMean}, OneRow{pVar}, len, pDst, height);
 }
-KivStatus kivsMahDist_32f_D2L(const Kiv32f** ppSrc, const Kiv32f* pMean, const Kiv32f* pVar, int len, Kiv32f* pDst,
-                              int height) {
+KivStatus kivsMahDist_32f_D2L(const Kiv32f* const* ppSrc, const Kiv32f* pMean, const Kiv32f* pVar, int len,
+                              Kiv32f* pDst, int height) {
   return mahalanobis(PointerRows{ppSrc}, OneRow{pMean}, OneRow{pVar}, len, pDst, height);
 }
-KivStatus kivsMahDist_64f_D2L(const Kiv64f** ppSrc, const Kiv64f* pMean, const Kiv64f* pVar, int len, Kiv64f* pDst,
-                              int height) {
+KivStatus kivsMahDist_64f_D2L(const Kiv64f* const* ppSrc, const Kiv64f* pMean, const Kiv64f* pVar, int len,
+                              Kiv64f* pDst, int height) {
   return mahalanobis(PointerRows{ppSrc}, OneRow{pMean}, OneRow{pVar}, len, pDst, height);
 }
 KivStatus kivsMahDistMultiMix_32f_D2(const Kiv32f* pMean, const Kiv32f* pVar, int step, const Kiv32f* pSrc, int len,
@@ -222,12 +222,12 @@ KivStatus kivsMahDistMultiMix_64f_D2(const Kiv64f* pMean, const Kiv64f* pVar, in
                                      Kiv64f* pDst, int height) {
   return mahalanobis(OneRow{pSrc}, StepRows{pMean, step}, StepRows{pVar, step}, len, pDst, height);
 }
-KivStatus kivsMahDistMultiMix_32f_D2L(const Kiv32f** ppMean, const Kiv32f** ppVar, const Kiv32f* pSrc, int len,
-                                      Kiv32f* pDst, int height) {
+KivStatus kivsMahDistMultiMix_32f_D2L(const Kiv32f* const* ppMean, const Kiv32f* const* ppVar, const Kiv32f* pSrc,
+                                      int len, Kiv32f* pDst, int height) {
   return mahalanobis(OneRow{pSrc}, PointerRows{ppMean}, PointerRows{ppVar}, len, pDst, height);
 }
-KivStatus kivsMahDistMultiMix_64f_D2L(const Kiv64f** ppMean, const Kiv64f** ppVar, const Kiv64f* pSrc, int len,
-                                      Kiv64f* pDst, int height) {
+KivStatus kivsMahDistMultiMix_64f_D2L(const Kiv64f* const* ppMean, const Kiv64f* const* ppVar, const Kiv64f* pSrc,
+                                      int len, Kiv64f* pDst, int height) {
   return mahalanobis(OneRow{pSrc}, PointerRows{ppMean}, PointerRows{ppVar}, len, pDst, height);
 }
 

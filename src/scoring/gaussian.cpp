@@ -14,10 +14,10 @@ using namespace kivsr;
     return score_frames<keep>(FloatingArithmetic<E, R>(), StepRows{pSrc, step}, OneRow{pMean}, OneRow{pVar}, len,  \
                               pSrcDst, height, val);                                                               \
   }
-#define FRAMES_D2L(name, E, R, keep)                                                                            \
-  KivStatus name(const E** ppSrc, const E* pMean, const E* pVar, int len, R* pSrcDst, int height, R val) {      \
-    return score_frames<keep>(FloatingArithmetic<E, R>(), PointerRows{ppSrc}, OneRow{pMean}, OneRow{pVar}, len, \
-                              pSrcDst, height, val);                                                            \
+#define FRAMES_D2L(name, E, R, keep)                                                                             \
+  KivStatus name(const E* const* ppSrc, const E* pMean, const E* pVar, int len, R* pSrcDst, int height, R val) { \
+    return score_frames<keep>(FloatingArithmetic<E, R>(), PointerRows{ppSrc}, OneRow{pMean}, OneRow{pVar}, len,  \
+                              pSrcDst, height, val);                                                             \
   }
 #define FRAMES_IDVAR_D2(name, E, R, keep)                                                                       \
   KivStatus name(const E* pSrc, int step, const E* pMean, int len, R* pSrcDst, int height, R val) {             \
@@ -25,7 +25,7 @@ using namespace kivsr;
                               pSrcDst, height, val);                                                            \
   }
 #define FRAMES_IDVAR_D2L(name, E, R, keep)                                                                             \
-  KivStatus name(const E** ppSrc, const E* pMean, int len, R* pSrcDst, int height, R val) {                            \
+  KivStatus name(const E* const* ppSrc, const E* pMean, int len, R* pSrcDst, int height, R val) {                      \
     return score_frames<keep>(FloatingArithmetic<E, R>(), PointerRows{ppSrc}, OneRow{pMean}, UnitRows(), len, pSrcDst, \
                               height, val);                                                                            \
   }
@@ -35,10 +35,11 @@ using namespace kivsr;
     return score_gaussians<keep>(FloatingArithmetic<E, R>(), OneRow{pSrc}, StepRows{pMean, step},            \
                                  StepRows{pVar, step}, len, pVal, pSrcDst, height);                          \
   }
-#define GAUSSIANS_D2L(name, E, R, keep)                                                                              \
-  KivStatus name(const E** ppMean, const E** ppVar, const E* pSrc, int len, const R* pVal, R* pSrcDst, int height) { \
-    return score_gaussians<keep>(FloatingArithmetic<E, R>(), OneRow{pSrc}, PointerRows{ppMean}, PointerRows{ppVar},  \
-                                 len, pVal, pSrcDst, height);                                                        \
+#define GAUSSIANS_D2L(name, E, R, keep)                                                                             \
+  KivStatus name(const E* const* ppMean, const E* const* ppVar, const E* pSrc, int len, const R* pVal, R* pSrcDst,  \
+                 int height) {                                                                                      \
+    return score_gaussians<keep>(FloatingArithmetic<E, R>(), OneRow{pSrc}, PointerRows{ppMean}, PointerRows{ppVar}, \
+                                 len, pVal, pSrcDst, height);                                                       \
   }
 #define GAUSSIANS_IDVAR_D2(name, E, R, keep)                                                                       \
   KivStatus name(const E* pMean, int step, const E* pSrc, int len, const R* pVal, R* pSrcDst, int height) {        \
@@ -46,7 +47,7 @@ using namespace kivsr;
                                  pVal, pSrcDst, height);                                                           \
   }
 #define GAUSSIANS_IDVAR_D2L(name, E, R, keep)                                                                          \
-  KivStatus name(const E** ppMean, const E* pSrc, int len, const R* pVal, R* pSrcDst, int height) {                    \
+  KivStatus name(const E* const* ppMean, const E* pSrc, int len, const R* pVal, R* pSrcDst, int height) {              \
     return score_gaussians<keep>(FloatingArithmetic<E, R>(), OneRow{pSrc}, PointerRows{ppMean}, UnitRows(), len, pVal, \
                                  pSrcDst, height);                                                                     \
   }
@@ -139,8 +140,8 @@ KivStatus kivsLogGaussMultiMix_32f_D2(const Kiv32f* pMean, const Kiv32f* pVar, i
   return score_gaussians<Keep::kScore>(FloatingArithmetic<Kiv32f, Kiv32f>(), OneRow{pSrc}, StepRows{pMean, step},
                                        StepRows{pVar, step}, len, pSrcDst, pSrcDst, height);
 }
-KivStatus kivsLogGaussMultiMix_32f_D2L(const Kiv32f** ppMean, const Kiv32f** ppVar, const Kiv32f* pSrc, int len,
-                                       Kiv32f* pSrcDst, int height) {
+KivStatus kivsLogGaussMultiMix_32f_D2L(const Kiv32f* const* ppMean, const Kiv32f* const* ppVar, const Kiv32f* pSrc,
+                                       int len, Kiv32f* pSrcDst, int height) {
   return score_gaussians<Keep::kScore>(FloatingArithmetic<Kiv32f, Kiv32f>(), OneRow{pSrc}, PointerRows{ppMean},
                                        PointerRows{ppVar}, len, pSrcDst, pSrcDst, height);
 }
@@ -149,7 +150,7 @@ KivStatus kivsLogGaussMultiMix_IdVar_32f_D2(const Kiv32f* pMean, int step, const
   return score_gaussians<Keep::kScore>(FloatingArithmetic<Kiv32f, Kiv32f>(), OneRow{pSrc}, StepRows{pMean, step},
                                        UnitRows(), len, pSrcDst, pSrcDst, height);
 }
-KivStatus kivsLogGaussMultiMix_IdVar_32f_D2L(const Kiv32f** ppMean, const Kiv32f* pSrc, int len, Kiv32f* pSrcDst,
+KivStatus kivsLogGaussMultiMix_IdVar_32f_D2L(const Kiv32f* const* ppMean, const Kiv32f* pSrc, int len, Kiv32f* pSrcDst,
                                              int height) {
   return score_gaussians<Keep::kScore>(FloatingArithmetic<Kiv32f, Kiv32f>(), OneRow{pSrc}, PointerRows{ppMean},
                                        UnitRows(), len, pSrcDst, pSrcDst, height);
@@ -159,8 +160,8 @@ KivStatus kivsLogGaussMultiMix_64f_D2(const Kiv64f* pMean, const Kiv64f* pVar, i
   return score_gaussians<Keep::kScore>(FloatingArithmetic<Kiv64f, Kiv64f>(), OneRow{pSrc}, StepRows{pMean, step},
                                        StepRows{pVar, step}, len, pSrcDst, pSrcDst, height);
 }
-KivStatus kivsLogGaussMultiMix_64f_D2L(const Kiv64f** ppMean, const Kiv64f** ppVar, const Kiv64f* pSrc, int len,
-                                       Kiv64f* pSrcDst, int height) {
+KivStatus kivsLogGaussMultiMix_64f_D2L(const Kiv64f* const* ppMean, const Kiv64f* const* ppVar, const Kiv64f* pSrc,
+                                       int len, Kiv64f* pSrcDst, int height) {
   return score_gaussians<Keep::kScore>(FloatingArithmetic<Kiv64f, Kiv64f>(), OneRow{pSrc}, PointerRows{ppMean},
                                        PointerRows{ppVar}, len, pSrcDst, pSrcDst, height);
 }
@@ -169,7 +170,7 @@ KivStatus kivsLogGaussMultiMix_IdVar_64f_D2(const Kiv64f* pMean, int step, const
   return score_gaussians<Keep::kScore>(FloatingArithmetic<Kiv64f, Kiv64f>(), OneRow{pSrc}, StepRows{pMean, step},
                                        UnitRows(), len, pSrcDst, pSrcDst, height);
 }
-KivStatus kivsLogGaussMultiMix_IdVar_64f_D2L(const Kiv64f** ppMean, const Kiv64f* pSrc, int len, Kiv64f* pSrcDst,
+KivStatus kivsLogGaussMultiMix_IdVar_64f_D2L(const Kiv64f* const* ppMean, const Kiv64f* pSrc, int len, Kiv64f* pSrcDst,
                                              int height) {
   return score_gaussians<Keep::kScore>(FloatingArithmetic<Kiv64f, Kiv64f>(), OneRow{pSrc}, PointerRows{ppMean},
                                        UnitRows(), len, pSrcDst, pSrcDst, height);
@@ -179,8 +180,8 @@ KivStatus kivsLogGaussMultiMix_32f64f_D2(const Kiv32f* pMean, const Kiv32f* pVar
   return score_gaussians<Keep::kScore>(FloatingArithmetic<Kiv32f, Kiv64f>(), OneRow{pSrc}, StepRows{pMean, step},
                                        StepRows{pVar, step}, len, pSrcDst, pSrcDst, height);
 }
-KivStatus kivsLogGaussMultiMix_32f64f_D2L(const Kiv32f** ppMean, const Kiv32f** ppVar, const Kiv32f* pSrc, int len,
-                                          Kiv64f* pSrcDst, int height) {
+KivStatus kivsLogGaussMultiMix_32f64f_D2L(const Kiv32f* const* ppMean, const Kiv32f* const* ppVar, const Kiv32f* pSrc,
+                                          int len, Kiv64f* pSrcDst, int height) {
   return score_gaussians<Keep::kScore>(FloatingArithmetic<Kiv32f, Kiv64f>(), OneRow{pSrc}, PointerRows{ppMean},
                                        PointerRows{ppVar}, len, pSrcDst, pSrcDst, height);
 }
@@ -189,8 +190,8 @@ KivStatus kivsLogGaussMultiMix_IdVar_32f64f_D2(const Kiv32f* pMean, int step, co
   return score_gaussians<Keep::kScore>(FloatingArithmetic<Kiv32f, Kiv64f>(), OneRow{pSrc}, StepRows{pMean, step},
                                        UnitRows(), len, pSrcDst, pSrcDst, height);
 }
-KivStatus kivsLogGaussMultiMix_IdVar_32f64f_D2L(const Kiv32f** ppMean, const Kiv32f* pSrc, int len, Kiv64f* pSrcDst,
-                                                int height) {
+KivStatus kivsLogGaussMultiMix_IdVar_32f64f_D2L(const Kiv32f* const* ppMean, const Kiv32f* pSrc, int len,
+                                                Kiv64f* pSrcDst, int height) {
   return score_gaussians<Keep::kScore>(FloatingArithmetic<Kiv32f, Kiv64f>(), OneRow{pSrc}, PointerRows{ppMean},
                                        UnitRows(), len, pSrcDst, pSrcDst, height);
 }
@@ -200,8 +201,8 @@ KivStatus kivsLogGaussMixture_32f_D2(const Kiv32f* pSrc, const Kiv32f* pMean, co
   return score_mixture(FloatingArithmetic<Kiv32f, Kiv32f>(), OneRow{pSrc}, StepRows{pMean, step}, StepRows{pVar, step},
                        height, len, pVal, pResult);
 }
-KivStatus kivsLogGaussMixture_32f_D2L(const Kiv32f* pSrc, const Kiv32f** ppMean, const Kiv32f** ppVar, int height,
-                                      int len, const Kiv32f* pVal, Kiv32f* pResult) {
+KivStatus kivsLogGaussMixture_32f_D2L(const Kiv32f* pSrc, const Kiv32f* const* ppMean, const Kiv32f* const* ppVar,
+                                      int height, int len, const Kiv32f* pVal, Kiv32f* pResult) {
   return score_mixture(FloatingArithmetic<Kiv32f, Kiv32f>(), OneRow{pSrc}, PointerRows{ppMean}, PointerRows{ppVar},
                        height, len, pVal, pResult);
 }
@@ -210,7 +211,7 @@ KivStatus kivsLogGaussMixture_IdVar_32f_D2(const Kiv32f* pSrc, const Kiv32f* pMe
   return score_mixture(FloatingArithmetic<Kiv32f, Kiv32f>(), OneRow{pSrc}, StepRows{pMean, step}, UnitRows(), height,
                        len, pVal, pResult);
 }
-KivStatus kivsLogGaussMixture_IdVar_32f_D2L(const Kiv32f* pSrc, const Kiv32f** ppMean, int height, int len,
+KivStatus kivsLogGaussMixture_IdVar_32f_D2L(const Kiv32f* pSrc, const Kiv32f* const* ppMean, int height, int len,
                                             const Kiv32f* pVal, Kiv32f* pResult) {
   return score_mixture(FloatingArithmetic<Kiv32f, Kiv32f>(), OneRow{pSrc}, PointerRows{ppMean}, UnitRows(), height, len,
                        pVal, pResult);
@@ -220,8 +221,8 @@ KivStatus kivsLogGaussMixture_64f_D2(const Kiv64f* pSrc, const Kiv64f* pMean, co
   return score_mixture(FloatingArithmetic<Kiv64f, Kiv64f>(), OneRow{pSrc}, StepRows{pMean, step}, StepRows{pVar, step},
                        height, len, pVal, pResult);
 }
-KivStatus kivsLogGaussMixture_64f_D2L(const Kiv64f* pSrc, const Kiv64f** ppMean, const Kiv64f** ppVar, int height,
-                                      int len, const Kiv64f* pVal, Kiv64f* pResult) {
+KivStatus kivsLogGaussMixture_64f_D2L(const Kiv64f* pSrc, const Kiv64f* const* ppMean, const Kiv64f* const* ppVar,
+                                      int height, int len, const Kiv64f* pVal, Kiv64f* pResult) {
   return score_mixture(FloatingArithmetic<Kiv64f, Kiv64f>(), OneRow{pSrc}, PointerRows{ppMean}, PointerRows{ppVar},
                        height, len, pVal, pResult);
 }
@@ -230,7 +231,7 @@ KivStatus kivsLogGaussMixture_IdVar_64f_D2(const Kiv64f* pSrc, const Kiv64f* pMe
   return score_mixture(FloatingArithmetic<Kiv64f, Kiv64f>(), OneRow{pSrc}, StepRows{pMean, step}, UnitRows(), height,
                        len, pVal, pResult);
 }
-KivStatus kivsLogGaussMixture_IdVar_64f_D2L(const Kiv64f* pSrc, const Kiv64f** ppMean, int height, int len,
+KivStatus kivsLogGaussMixture_IdVar_64f_D2L(const Kiv64f* pSrc, const Kiv64f* const* ppMean, int height, int len,
                                             const Kiv64f* pVal, Kiv64f* pResult) {
   return score_mixture(FloatingArithmetic<Kiv64f, Kiv64f>(), OneRow{pSrc}, PointerRows{ppMean}, UnitRows(), height, len,
                        pVal, pResult);
@@ -240,8 +241,8 @@ KivStatus kivsLogGaussMixture_32f64f_D2(const Kiv32f* pSrc, const Kiv32f* pMean,
   return score_mixture(FloatingArithmetic<Kiv32f, Kiv64f>(), OneRow{pSrc}, StepRows{pMean, step}, StepRows{pVar, step},
                        height, len, pVal, pResult);
 }
-KivStatus kivsLogGaussMixture_32f64f_D2L(const Kiv32f* pSrc, const Kiv32f** ppMean, const Kiv32f** ppVar, int height,
-                                         int len, const Kiv64f* pVal, Kiv64f* pResult) {
+KivStatus kivsLogGaussMixture_32f64f_D2L(const Kiv32f* pSrc, const Kiv32f* const* ppMean, const Kiv32f* const* ppVar,
+                                         int height, int len, const Kiv64f* pVal, Kiv64f* pResult) {
   return score_mixture(FloatingArithmetic<Kiv32f, Kiv64f>(), OneRow{pSrc}, PointerRows{ppMean}, PointerRows{ppVar},
                        height, len, pVal, pResult);
 }
@@ -250,7 +251,7 @@ KivStatus kivsLogGaussMixture_IdVar_32f64f_D2(const Kiv32f* pSrc, const Kiv32f* 
   return score_mixture(FloatingArithmetic<Kiv32f, Kiv64f>(), OneRow{pSrc}, StepRows{pMean, step}, UnitRows(), height,
                        len, pVal, pResult);
 }
-KivStatus kivsLogGaussMixture_IdVar_32f64f_D2L(const Kiv32f* pSrc, const Kiv32f** ppMean, int height, int len,
+KivStatus kivsLogGaussMixture_IdVar_32f64f_D2L(const Kiv32f* pSrc, const Kiv32f* const* ppMean, int height, int len,
                                                const Kiv64f* pVal, Kiv64f* pResult) {
   return score_mixture(FloatingArithmetic<Kiv32f, Kiv64f>(), OneRow{pSrc}, PointerRows{ppMean}, UnitRows(), height, len,
                        pVal, pResult);
@@ -259,22 +260,22 @@ KivStatus kivsLogGaussMixture_IdVar_32f64f_D2L(const Kiv32f* pSrc, const Kiv32f*
 KivStatus kivsLogGaussSingle_IdVar_32f(const Kiv32f* pSrc, const Kiv32f* pMean, int len, Kiv32f* pResult, Kiv32f val) {
   return score_identity(FloatingArithmetic<Kiv32f, Kiv32f>(), pSrc, pMean, len, pResult, val);
 }
-KivStatus kivsLogGaussSingle_BlockDVar_32f(const Kiv32f* pSrc, const Kiv32f* pMean, const Kiv32f** pBlockDVar, int len,
-                                           Kiv32f* pResult, Kiv32f val) {
+KivStatus kivsLogGaussSingle_BlockDVar_32f(const Kiv32f* pSrc, const Kiv32f* pMean, const Kiv32f* const* pBlockDVar,
+                                           int len, Kiv32f* pResult, Kiv32f val) {
   return score_block(FloatingArithmetic<Kiv32f, Kiv32f>(), pSrc, pMean, pBlockDVar, len, pResult, val);
 }
 KivStatus kivsLogGaussSingle_IdVar_64f(const Kiv64f* pSrc, const Kiv64f* pMean, int len, Kiv64f* pResult, Kiv64f val) {
   return score_identity(FloatingArithmetic<Kiv64f, Kiv64f>(), pSrc, pMean, len, pResult, val);
 }
-KivStatus kivsLogGaussSingle_BlockDVar_64f(const Kiv64f* pSrc, const Kiv64f* pMean, const Kiv64f** pBlockDVar, int len,
-                                           Kiv64f* pResult, Kiv64f val) {
+KivStatus kivsLogGaussSingle_BlockDVar_64f(const Kiv64f* pSrc, const Kiv64f* pMean, const Kiv64f* const* pBlockDVar,
+                                           int len, Kiv64f* pResult, Kiv64f val) {
   return score_block(FloatingArithmetic<Kiv64f, Kiv64f>(), pSrc, pMean, pBlockDVar, len, pResult, val);
 }
 KivStatus kivsLogGaussSingle_IdVar_32f64f(const Kiv32f* pSrc, const Kiv32f* pMean, int len, Kiv64f* pResult,
                                           Kiv64f val) {
   return score_identity(FloatingArithmetic<Kiv32f, Kiv64f>(), pSrc, pMean, len, pResult, val);
 }
-KivStatus kivsLogGaussSingle_BlockDVar_32f64f(const Kiv32f* pSrc, const Kiv32f* pMean, const Kiv32f** pBlockDVar,
+KivStatus kivsLogGaussSingle_BlockDVar_32f64f(const Kiv32f* pSrc, const Kiv32f* pMean, const Kiv32f* const* pBlockDVar,
                                               int len, Kiv64f* pResult, Kiv64f val) {
   return score_block(FloatingArithmetic<Kiv32f, Kiv64f>(), pSrc, pMean, pBlockDVar, len, pResult, val);
 }

@@ -31,11 +31,11 @@ using namespace kivsr;
     return score_frames<keep>(WordArithmetic<R>(scaleFactor), StepRows{pSrc, step}, OneRow{pMean}, OneRow{pVar}, len, \
                               pSrcDst, height, val);                                                                  \
   }
-#define FRAMES_D2L(name, R, keep)                                                                                   \
-  KivStatus name(const Kiv16s** ppSrc, const Kiv16s* pMean, const Kiv16s* pVar, int len, R* pSrcDst, int height,    \
-                 R val, int scaleFactor) {                                                                          \
-    return score_frames<keep>(WordArithmetic<R>(scaleFactor), PointerRows{ppSrc}, OneRow{pMean}, OneRow{pVar}, len, \
-                              pSrcDst, height, val);                                                                \
+#define FRAMES_D2L(name, R, keep)                                                                                      \
+  KivStatus name(const Kiv16s* const* ppSrc, const Kiv16s* pMean, const Kiv16s* pVar, int len, R* pSrcDst, int height, \
+                 R val, int scaleFactor) {                                                                             \
+    return score_frames<keep>(WordArithmetic<R>(scaleFactor), PointerRows{ppSrc}, OneRow{pMean}, OneRow{pVar}, len,    \
+                              pSrcDst, height, val);                                                                   \
   }
 #define FRAMES_IDVAR_D2(name, R, keep)                                                                              \
   KivStatus name(const Kiv16s* pSrc, int step, const Kiv16s* pMean, int len, R* pSrcDst, int height, R val,         \
@@ -43,10 +43,11 @@ using namespace kivsr;
     return score_frames<keep>(WordArithmetic<R>(scaleFactor), StepRows{pSrc, step}, OneRow{pMean}, UnitRows(), len, \
                               pSrcDst, height, val);                                                                \
   }
-#define FRAMES_IDVAR_D2L(name, R, keep)                                                                                \
-  KivStatus name(const Kiv16s** ppSrc, const Kiv16s* pMean, int len, R* pSrcDst, int height, R val, int scaleFactor) { \
-    return score_frames<keep>(WordArithmetic<R>(scaleFactor), PointerRows{ppSrc}, OneRow{pMean}, UnitRows(), len,      \
-                              pSrcDst, height, val);                                                                   \
+#define FRAMES_IDVAR_D2L(name, R, keep)                                                                           \
+  KivStatus name(const Kiv16s* const* ppSrc, const Kiv16s* pMean, int len, R* pSrcDst, int height, R val,         \
+                 int scaleFactor) {                                                                               \
+    return score_frames<keep>(WordArithmetic<R>(scaleFactor), PointerRows{ppSrc}, OneRow{pMean}, UnitRows(), len, \
+                              pSrcDst, height, val);                                                              \
   }
 #define SINGLE(name, R, score)                                                                            \
   KivStatus name(const Kiv16s* pSrc, const Kiv16s* pMean, const Kiv16s* pVar, int len, R* pResult, R val, \
@@ -116,8 +117,9 @@ KivStatus kivsLogGaussMultiMix_Scaled_16s32f_D2(const Kiv16s* pMean, const Kiv16
   return score_gaussians<Keep::kScore>(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, StepRows{pMean, step},
                                        StepRows{pVar, step}, len, pSrcDst, pSrcDst, height);
 }
-KivStatus kivsLogGaussMultiMix_Scaled_16s32f_D2L(const Kiv16s** ppMean, const Kiv16s** ppVar, const Kiv16s* pSrc,
-                                                 int len, Kiv32f* pSrcDst, int height, int scaleFactor) {
+KivStatus kivsLogGaussMultiMix_Scaled_16s32f_D2L(const Kiv16s* const* ppMean, const Kiv16s* const* ppVar,
+                                                 const Kiv16s* pSrc, int len, Kiv32f* pSrcDst, int height,
+                                                 int scaleFactor) {
   return score_gaussians<Keep::kScore>(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, PointerRows{ppMean},
                                        PointerRows{ppVar}, len, pSrcDst, pSrcDst, height);
 }
@@ -126,8 +128,9 @@ KivStatus kivsLogGaussMultiMix_16s32s_D2Sfs(const Kiv16s* pMean, const Kiv16s* p
   return score_gaussians<Keep::kScore>(WordArithmetic<Kiv32s>(scaleFactor), OneRow{pSrc}, StepRows{pMean, step},
                                        StepRows{pVar, step}, len, pSrcDst, pSrcDst, height);
 }
-KivStatus kivsLogGaussMultiMix_16s32s_D2LSfs(const Kiv16s** ppMean, const Kiv16s** ppVar, const Kiv16s* pSrc, int len,
-                                             Kiv32s* pSrcDst, int height, int scaleFactor) {
+KivStatus kivsLogGaussMultiMix_16s32s_D2LSfs(const Kiv16s* const* ppMean, const Kiv16s* const* ppVar,
+                                             const Kiv16s* pSrc, int len, Kiv32s* pSrcDst, int height,
+                                             int scaleFactor) {
   return score_gaussians<Keep::kScore>(WordArithmetic<Kiv32s>(scaleFactor), OneRow{pSrc}, PointerRows{ppMean},
                                        PointerRows{ppVar}, len, pSrcDst, pSrcDst, height);
 }
@@ -137,9 +140,9 @@ KivStatus kivsLogGaussMaxMultiMix_Scaled_16s32f_D2(const Kiv16s* pMean, const Ki
   return score_gaussians<Keep::kMaximum>(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, StepRows{pMean, step},
                                          StepRows{pVar, step}, len, pVal, pSrcDst, height);
 }
-KivStatus kivsLogGaussMaxMultiMix_Scaled_16s32f_D2L(const Kiv16s** ppMean, const Kiv16s** ppVar, const Kiv16s* pSrc,
-                                                    int len, const Kiv32f* pVal, Kiv32f* pSrcDst, int height,
-                                                    int scaleFactor) {
+KivStatus kivsLogGaussMaxMultiMix_Scaled_16s32f_D2L(const Kiv16s* const* ppMean, const Kiv16s* const* ppVar,
+                                                    const Kiv16s* pSrc, int len, const Kiv32f* pVal, Kiv32f* pSrcDst,
+                                                    int height, int scaleFactor) {
   return score_gaussians<Keep::kMaximum>(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, PointerRows{ppMean},
                                          PointerRows{ppVar}, len, pVal, pSrcDst, height);
 }
@@ -149,9 +152,9 @@ KivStatus kivsLogGaussMaxMultiMix_16s32s_D2Sfs(const Kiv16s* pMean, const Kiv16s
   return score_gaussians<Keep::kMaximum>(WordArithmetic<Kiv32s>(scaleFactor), OneRow{pSrc}, StepRows{pMean, step},
                                          StepRows{pVar, step}, len, pVal, pSrcDst, height);
 }
-KivStatus kivsLogGaussMaxMultiMix_16s32s_D2LSfs(const Kiv16s** ppMean, const Kiv16s** ppVar, const Kiv16s* pSrc,
-                                                int len, const Kiv32s* pVal, Kiv32s* pSrcDst, int height,
-                                                int scaleFactor) {
+KivStatus kivsLogGaussMaxMultiMix_16s32s_D2LSfs(const Kiv16s* const* ppMean, const Kiv16s* const* ppVar,
+                                                const Kiv16s* pSrc, int len, const Kiv32s* pVal, Kiv32s* pSrcDst,
+                                                int height, int scaleFactor) {
   return score_gaussians<Keep::kMaximum>(WordArithmetic<Kiv32s>(scaleFactor), OneRow{pSrc}, PointerRows{ppMean},
                                          PointerRows{ppVar}, len, pVal, pSrcDst, height);
 }
@@ -161,9 +164,9 @@ KivStatus kivsLogGaussAddMultiMix_Scaled_16s32f_D2(const Kiv16s* pMean, const Ki
   return score_gaussians<Keep::kLogSum>(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, StepRows{pMean, step},
                                         StepRows{pVar, step}, len, pVal, pSrcDst, height);
 }
-KivStatus kivsLogGaussAddMultiMix_Scaled_16s32f_D2L(const Kiv16s** ppMean, const Kiv16s** ppVar, const Kiv16s* pSrc,
-                                                    int len, const Kiv32f* pVal, Kiv32f* pSrcDst, int height,
-                                                    int scaleFactor) {
+KivStatus kivsLogGaussAddMultiMix_Scaled_16s32f_D2L(const Kiv16s* const* ppMean, const Kiv16s* const* ppVar,
+                                                    const Kiv16s* pSrc, int len, const Kiv32f* pVal, Kiv32f* pSrcDst,
+                                                    int height, int scaleFactor) {
   return score_gaussians<Keep::kLogSum>(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, PointerRows{ppMean},
                                         PointerRows{ppVar}, len, pVal, pSrcDst, height);
 }
@@ -173,9 +176,9 @@ KivStatus kivsLogGaussAddMultiMix_LowScaled_16s32f_D2(const Kiv16s* pMean, const
   return score_gaussians<Keep::kLogSum>(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, StepRows{pMean, step},
                                         StepRows{pVar, step}, len, pVal, pSrcDst, height);
 }
-KivStatus kivsLogGaussAddMultiMix_LowScaled_16s32f_D2L(const Kiv16s** ppMean, const Kiv16s** ppVar, const Kiv16s* pSrc,
-                                                       int len, const Kiv32f* pVal, Kiv32f* pSrcDst, int height,
-                                                       int scaleFactor) {
+KivStatus kivsLogGaussAddMultiMix_LowScaled_16s32f_D2L(const Kiv16s* const* ppMean, const Kiv16s* const* ppVar,
+                                                       const Kiv16s* pSrc, int len, const Kiv32f* pVal, Kiv32f* pSrcDst,
+                                                       int height, int scaleFactor) {
   return score_gaussians<Keep::kLogSum>(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, PointerRows{ppMean},
                                         PointerRows{ppVar}, len, pVal, pSrcDst, height);
 }
@@ -185,9 +188,9 @@ KivStatus kivsLogGaussMixture_Scaled_16s32f_D2(const Kiv16s* pSrc, const Kiv16s*
   return score_mixture(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, StepRows{pMean, step}, StepRows{pVar, step},
                        height, len, pVal, pResult);
 }
-KivStatus kivsLogGaussMixture_Scaled_16s32f_D2L(const Kiv16s* pSrc, const Kiv16s** ppMean, const Kiv16s** ppVar,
-                                                int height, int len, const Kiv32f* pVal, Kiv32f* pResult,
-                                                int scaleFactor) {
+KivStatus kivsLogGaussMixture_Scaled_16s32f_D2L(const Kiv16s* pSrc, const Kiv16s* const* ppMean,
+                                                const Kiv16s* const* ppVar, int height, int len, const Kiv32f* pVal,
+                                                Kiv32f* pResult, int scaleFactor) {
   return score_mixture(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, PointerRows{ppMean}, PointerRows{ppVar},
                        height, len, pVal, pResult);
 }
@@ -197,9 +200,9 @@ KivStatus kivsLogGaussMixture_LowScaled_16s32f_D2(const Kiv16s* pSrc, const Kiv1
   return score_mixture(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, StepRows{pMean, step}, StepRows{pVar, step},
                        height, len, pVal, pResult);
 }
-KivStatus kivsLogGaussMixture_LowScaled_16s32f_D2L(const Kiv16s* pSrc, const Kiv16s** ppMean, const Kiv16s** ppVar,
-                                                   int height, int len, const Kiv32f* pVal, Kiv32f* pResult,
-                                                   int scaleFactor) {
+KivStatus kivsLogGaussMixture_LowScaled_16s32f_D2L(const Kiv16s* pSrc, const Kiv16s* const* ppMean,
+                                                   const Kiv16s* const* ppVar, int height, int len, const Kiv32f* pVal,
+                                                   Kiv32f* pResult, int scaleFactor) {
   return score_mixture(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, PointerRows{ppMean}, PointerRows{ppVar},
                        height, len, pVal, pResult);
 }
@@ -208,8 +211,8 @@ KivStatus kivsLogGaussMixture_IdVarScaled_16s32f_D2(const Kiv16s* pSrc, const Ki
   return score_mixture(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, StepRows{pMean, step}, UnitRows(), height,
                        len, pVal, pResult);
 }
-KivStatus kivsLogGaussMixture_IdVarScaled_16s32f_D2L(const Kiv16s* pSrc, const Kiv16s** ppMean, int height, int len,
-                                                     const Kiv32f* pVal, Kiv32f* pResult, int scaleFactor) {
+KivStatus kivsLogGaussMixture_IdVarScaled_16s32f_D2L(const Kiv16s* pSrc, const Kiv16s* const* ppMean, int height,
+                                                     int len, const Kiv32f* pVal, Kiv32f* pResult, int scaleFactor) {
   return score_mixture(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, PointerRows{ppMean}, UnitRows(), height, len,
                        pVal, pResult);
 }
@@ -218,8 +221,8 @@ KivStatus kivsLogGaussMixture_IdVarLowScaled_16s32f_D2(const Kiv16s* pSrc, const
   return score_mixture(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, StepRows{pMean, step}, UnitRows(), height,
                        len, pVal, pResult);
 }
-KivStatus kivsLogGaussMixture_IdVarLowScaled_16s32f_D2L(const Kiv16s* pSrc, const Kiv16s** ppMean, int height, int len,
-                                                        const Kiv32f* pVal, Kiv32f* pResult, int scaleFactor) {
+KivStatus kivsLogGaussMixture_IdVarLowScaled_16s32f_D2L(const Kiv16s* pSrc, const Kiv16s* const* ppMean, int height,
+                                                        int len, const Kiv32f* pVal, Kiv32f* pResult, int scaleFactor) {
   return score_mixture(WordArithmetic<Kiv32f>(scaleFactor), OneRow{pSrc}, PointerRows{ppMean}, UnitRows(), height, len,
                        pVal, pResult);
 }
@@ -231,8 +234,9 @@ KivStatus kivsLogGaussSingle_IdVarLowScaled_16s32f(const Kiv16s* pSrc, const Kiv
                                                    Kiv32f val, int scaleFactor) {
   return score_identity(WordArithmetic<Kiv32f>(scaleFactor), pSrc, pMean, len, pResult, val);
 }
-KivStatus kivsLogGaussSingle_BlockDVarScaled_16s32f(const Kiv16s* pSrc, const Kiv16s* pMean, const Kiv16s** pBlockDVar,
-                                                    int len, Kiv32f* pResult, Kiv32f val, int scaleFactor) {
+KivStatus kivsLogGaussSingle_BlockDVarScaled_16s32f(const Kiv16s* pSrc, const Kiv16s* pMean,
+                                                    const Kiv16s* const* pBlockDVar, int len, Kiv32f* pResult,
+                                                    Kiv32f val, int scaleFactor) {
   return score_block(WordArithmetic<Kiv32f>(scaleFactor), pSrc, pMean, pBlockDVar, len, pResult, val);
 }
 KivStatus kivsLogGaussSingle_IdVar_16s32s_Sfs(const Kiv16s* pSrc, const Kiv16s* pMean, int len, Kiv32s* pResult,
@@ -243,8 +247,9 @@ KivStatus kivsLogGaussSingle_IdVarLow_16s32s_Sfs(const Kiv16s* pSrc, const Kiv16
                                                  Kiv32s val, int scaleFactor) {
   return score_identity(WordArithmetic<Kiv32s>(scaleFactor), pSrc, pMean, len, pResult, val);
 }
-KivStatus kivsLogGaussSingle_BlockDVar_16s32s_Sfs(const Kiv16s* pSrc, const Kiv16s* pMean, const Kiv16s** pBlockDVar,
-                                                  int len, Kiv32s* pResult, Kiv32s val, int scaleFactor) {
+KivStatus kivsLogGaussSingle_BlockDVar_16s32s_Sfs(const Kiv16s* pSrc, const Kiv16s* pMean,
+                                                  const Kiv16s* const* pBlockDVar, int len, Kiv32s* pResult, Kiv32s val,
+                                                  int scaleFactor) {
   return score_block(WordArithmetic<Kiv32s>(scaleFactor), pSrc, pMean, pBlockDVar, len, pResult, val);
 }
 

@@ -203,9 +203,10 @@ KivStatus kivsLogGaussMixture_Select_32f_D2(const Kiv32f* pSrc, const Kiv32f* pM
   return score_selected(Floats(), StepRows{pSrc, step}, StepRows{pMean, step}, StepRows{pVar, step}, len, pVal, pSign,
                         nMix, pDst, nFrames, noneValue);
 }
-KivStatus kivsLogGaussMixture_Select_32f_D2L(const Kiv32f** ppSrc, const Kiv32f** ppMean, const Kiv32f** ppVar, int len,
-                                             const Kiv32f* pVal, const Kiv8u* pSign, int nMix, Kiv32f* pDst,
-                                             int nFrames, Kiv32f noneValue) {
+KivStatus kivsLogGaussMixture_Select_32f_D2L(const Kiv32f* const* ppSrc, const Kiv32f* const* ppMean,
+                                             const Kiv32f* const* ppVar, int len, const Kiv32f* pVal,
+                                             const Kiv8u* pSign, int nMix, Kiv32f* pDst, int nFrames,
+                                             Kiv32f noneValue) {
   return score_selected(Floats(), PointerRows{ppSrc}, PointerRows{ppMean}, PointerRows{ppVar}, len, pVal, pSign, nMix,
                         pDst, nFrames, noneValue);
 }
@@ -215,7 +216,7 @@ KivStatus kivsLogGaussMixture_SelectIdVar_32f_D2(const Kiv32f* pSrc, const Kiv32
   return score_selected(Floats(), StepRows{pSrc, step}, StepRows{pMean, step}, UnitRows(), len, pVal, pSign, nMix, pDst,
                         nFrames, noneValue);
 }
-KivStatus kivsLogGaussMixture_SelectIdVar_32f_D2L(const Kiv32f** ppSrc, const Kiv32f** ppMean, int len,
+KivStatus kivsLogGaussMixture_SelectIdVar_32f_D2L(const Kiv32f* const* ppSrc, const Kiv32f* const* ppMean, int len,
                                                   const Kiv32f* pVal, const Kiv8u* pSign, int nMix, Kiv32f* pDst,
                                                   int nFrames, Kiv32f noneValue) {
   return score_selected(Floats(), PointerRows{ppSrc}, PointerRows{ppMean}, UnitRows(), len, pVal, pSign, nMix, pDst,
@@ -228,9 +229,10 @@ KivStatus kivsLogGaussMixture_SelectScaled_16s32f_D2(const Kiv16s* pSrc, const K
   return score_selected(Words(scaleFactor), StepRows{pSrc, step}, StepRows{pMean, step}, StepRows{pVar, step}, len,
                         pVal, pSign, nMix, pDst, nFrames, noneValue);
 }
-KivStatus kivsLogGaussMixture_SelectScaled_16s32f_D2L(const Kiv16s** ppSrc, const Kiv16s** ppMean, const Kiv16s** ppVar,
-                                                      int len, const Kiv32f* pVal, const Kiv8u* pSign, int nMix,
-                                                      Kiv32f* pDst, int nFrames, Kiv32f noneValue, int scaleFactor) {
+KivStatus kivsLogGaussMixture_SelectScaled_16s32f_D2L(const Kiv16s* const* ppSrc, const Kiv16s* const* ppMean,
+                                                      const Kiv16s* const* ppVar, int len, const Kiv32f* pVal,
+                                                      const Kiv8u* pSign, int nMix, Kiv32f* pDst, int nFrames,
+                                                      Kiv32f noneValue, int scaleFactor) {
   return score_selected(Words(scaleFactor), PointerRows{ppSrc}, PointerRows{ppMean}, PointerRows{ppVar}, len, pVal,
                         pSign, nMix, pDst, nFrames, noneValue);
 }
@@ -241,8 +243,8 @@ KivStatus kivsLogGaussMixture_SelectIdVarScaled_16s32f_D2(const Kiv16s* pSrc, co
   return score_selected(Words(scaleFactor), StepRows{pSrc, step}, StepRows{pMean, step}, UnitRows(), len, pVal, pSign,
                         nMix, pDst, nFrames, noneValue);
 }
-KivStatus kivsLogGaussMixture_SelectIdVarScaled_16s32f_D2L(const Kiv16s** ppSrc, const Kiv16s** ppMean, int len,
-                                                           const Kiv32f* pVal, const Kiv8u* pSign, int nMix,
+KivStatus kivsLogGaussMixture_SelectIdVarScaled_16s32f_D2L(const Kiv16s* const* ppSrc, const Kiv16s* const* ppMean,
+                                                           int len, const Kiv32f* pVal, const Kiv8u* pSign, int nMix,
                                                            Kiv32f* pDst, int nFrames, Kiv32f noneValue,
                                                            int scaleFactor) {
   return score_selected(Words(scaleFactor), PointerRows{ppSrc}, PointerRows{ppMean}, UnitRows(), len, pVal, pSign, nMix,

@@ -343,7 +343,7 @@ TEST(Gaussian16, VariancesAndBlocks) {
     for (const Words& row : rows) pointers.push_back(row.data());
     Kiv16s** matrix = nullptr;
     ASSERT_EQ(kivsBlockDMatrixInitAlloc_16s(&matrix, pointers.data(), sizes, blocks), kivStatusOk);
-    const auto block = const_cast<const Kiv16s**>(matrix);
+    const Kiv16s* const* const block = matrix;
     const float expected = -7 - static_cast<float>(form) / 64;
     EXPECT_EQ(kivsLogGaussSingle_BlockDVarScaled_16s32f(x.data(), m.data(), block, len, &f, -7, 5), kivStatusOk);
     EXPECT_EQ(f, expected);

@@ -408,14 +408,13 @@ void all_blocks(Model& p) {
   ASSERT_EQ(kivsBlockDMatrixInitAlloc_32f(&matrixf, pointersf.data(), sizes, blocks), kivStatusOk);
   std::vector<float> scaled(1), floats(1);
   std::vector<Kiv32s> integers(1);
-  EXPECT_EQ(kivsLogGaussSingle_BlockDVarScaled_16s32f(p.x.data(), p.m.data(), const_cast<const Kiv16s**>(matrix), p.len,
-                                                      scaled.data(), p.valsf[0], p.scale_factor),
+  EXPECT_EQ(kivsLogGaussSingle_BlockDVarScaled_16s32f(p.x.data(), p.m.data(), matrix, p.len, scaled.data(), p.valsf[0],
+                                                      p.scale_factor),
             kivStatusOk);
-  EXPECT_EQ(kivsLogGaussSingle_BlockDVar_16s32s_Sfs(p.x.data(), p.m.data(), const_cast<const Kiv16s**>(matrix), p.len,
-                                                    integers.data(), p.vals[0], p.scale_factor),
+  EXPECT_EQ(kivsLogGaussSingle_BlockDVar_16s32s_Sfs(p.x.data(), p.m.data(), matrix, p.len, integers.data(), p.vals[0],
+                                                    p.scale_factor),
             kivStatusOk);
-  EXPECT_EQ(kivsLogGaussSingle_BlockDVar_32f(p.xf.data(), p.mf.data(), const_cast<const Kiv32f**>(matrixf), p.len,
-                                             floats.data(), p.valsf[0]),
+  EXPECT_EQ(kivsLogGaussSingle_BlockDVar_32f(p.xf.data(), p.mf.data(), matrixf, p.len, floats.data(), p.valsf[0]),
             kivStatusOk);
   kivsBlockDMatrixFree_16s(matrix);
   kivsBlockDMatrixFree_32f(matrixf);

@@ -338,7 +338,7 @@ TYPED_TEST(Gaussian, BlockDiagonalWeights) {
     cells.fill([&] { return random.value<E>(-1, 1); });
     E** matrix = nullptr;
     ASSERT_EQ(init_blocks(&matrix, cells.const_rows(), sizes.data(), static_cast<int>(sizes.size())), kivStatusOk);
-    const E** const handle = const_cast<const E**>(matrix);
+    const E* const* const handle = matrix;
     long double form = 0;
     long double magnitude = 0;
     int first = 0;

@@ -20,7 +20,7 @@ KIVSR_BEGIN_DECLS
  * Kiv32f** precision;
  * Kiv32f score;
  * assert(kivsBlockDMatrixInitAlloc_32f(&precision, rows, sizes, 2) == kivStatusOk);
- * kivsLogGaussSingle_BlockDVar_32f(frame, mean, (const Kiv32f**)precision, 3, &score, 0);
+ * kivsLogGaussSingle_BlockDVar_32f(frame, mean, (const Kiv32f* const*)precision, 3, &score, 0);
  * assert(score == -2.5F);  // -1/2 (2 + 1 + 0.5 + 0.5 + 1)
  * kivsBlockDMatrixFree_32f(precision);
  * @endcode
