@@ -4,7 +4,7 @@ MAKEFLAGS += --no-print-directory
 SHELL := /bin/bash
 .SHELLFLAGS := -o pipefail -c
 
-.PHONY: demo test bench docs install format clean
+.PHONY: demo test check bench docs install format clean
 
 demo:
 	@scripts/setup
@@ -22,6 +22,19 @@ test:
 	  cmake --preset $$preset >/dev/null && cmake --build --preset $$preset -j$(JOBS) | scripts/progress && \
 	  ctest --test-dir build/$$preset --output-on-failure -j$(JOBS) || exit 1; \
 	done
+
+# What the test command does not cover: another compiler, threads, static analysis, the reference.
+check:
+	@scripts/setup check docs
+	@for preset in clang tsan; do \
+	  echo "== $$preset"; \
+	  cmake --preset $$preset >/dev/null && cmake --build --preset $$preset -j$(JOBS) | scripts/progress && \
+	  ctest --test-dir build/$$preset --output-on-failure -j$(JOBS) || exit 1; \
+	done
+	@echo "== clang-tidy"
+	@scripts/tidy build/clang $(JOBS)
+	@echo "== doxygen"
+	@mkdir -p build && doxygen docs/Doxyfile
 
 bench:
 	@scripts/setup bench

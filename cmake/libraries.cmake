@@ -6,16 +6,21 @@ list(FILTER KIVSR_SOURCES EXCLUDE REGEX "/src/core/")
 
 # Rounding is part of the interface: no fused operations that the source does not name, SSE arithmetic on i386.
 add_library(kivsr_arithmetic INTERFACE)
-target_compile_options(kivsr_arithmetic INTERFACE -ffp-contract=off -fno-math-errno
-  $<$<EQUAL:${CMAKE_SIZEOF_VOID_P},4>:-msse2 -mfpmath=sse>)
+target_compile_options(kivsr_arithmetic INTERFACE -ffp-contract=off -fno-math-errno)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_options(kivsr_arithmetic INTERFACE -msse2 -mfpmath=sse)
+endif()
 target_include_directories(kivsr_arithmetic INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>)
 
 # The library throws nothing, needs no runtime of the language, and callers on i386 may not align the stack.
 add_library(kivsr_flags INTERFACE)
 target_link_libraries(kivsr_flags INTERFACE kivsr_arithmetic)
-target_compile_options(kivsr_flags INTERFACE -fno-exceptions -fno-rtti -fno-threadsafe-statics
-  -fvisibility=hidden -fvisibility-inlines-hidden $<$<EQUAL:${CMAKE_SIZEOF_VOID_P},4>:-mstackrealign>)
+target_compile_options(kivsr_flags INTERFACE -fno-exceptions -fno-rtti -fno-threadsafe-statics -fvisibility=hidden
+  -fvisibility-inlines-hidden)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_options(kivsr_flags INTERFACE -mstackrealign)
+endif()
 
 # A shared library that needs libc and libm only: linked by the C driver, every symbol resolved.
 function(kivsr_shared target name)
