@@ -7,6 +7,7 @@
 #include "kivsr/vector/covariance.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "frame/matrix_checks.h"
 #include "frame/transform.h"
@@ -43,6 +44,7 @@ struct PanelPair {
 
   template <int kVectors>
   void add_tile(std::ptrdiff_t i, std::ptrdiff_t j, std::ptrdiff_t rows) {
+    assert(i + kTile <= kPanel && j + kVectors * V::width <= kPanel && rows <= kBlockRows);
     V held[kTile][kVectors];
     V m[kVectors];
 #pragma GCC unroll 2

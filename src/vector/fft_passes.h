@@ -10,48 +10,56 @@
 // Inverse: the transposed passes in the opposite order. Both use the same tables.
 #pragma once
 
+#include <cassert>
+
 #include "fft_butterfly.h"
 
 namespace kivsr::fft {
 
+// Step i of a pass in the transforms of group g, t the factors of k = 1 .. R - 1.
+template <class V, int R, bool kInverse, class T>
+inline void pass_step(const T* from, T* to, std::ptrdiff_t stride, std::ptrdiff_t sub, std::ptrdiff_t g,
+                      std::ptrdiff_t i, const Complex<V> (&t)[R]) {
+  const std::ptrdiff_t apart = g * sub + i;         // inputs of the forward pass, M / R apart
+  const std::ptrdiff_t together = g * R * sub + i;  // its outputs, L apart
+  Complex<V> c[R];
+  if constexpr (kInverse) {
+    repeat<R>([&](auto k) { c[k] = load_block<V>(from, together + k * sub); });
+    butterfly<true>(c);
+    repeat<R - 1>([&](auto k) { c[k + 1] = rotated<true>(c[k + 1], t[k + 1]); });
+    repeat<R>([&](auto k) { store_block(to, apart + k * stride, c[k]); });
+  } else {
+    repeat<R>([&](auto k) { c[k] = load_block<V>(from, apart + k * stride); });
+    repeat<R - 1>([&](auto k) { c[k + 1] = rotated<false>(c[k + 1], t[k + 1]); });
+    butterfly<false>(c);
+    repeat<R>([&](auto k) { store_block(to, together + k * sub, c[k]); });
+  }
+}
+
 // A pass between work areas of `blocks` vectors; `sub` = L / W vectors in a finished transform. Factors: for each i,
-// those of k = 1 .. R - 1.
+// those of k = 1 .. R - 1. They are kept over the groups where the steps of a group are few.
 template <class V, int R, bool kInverse, class T>
 [[gnu::flatten, gnu::noinline]] void complex_pass(const T* __restrict from, T* __restrict to, std::ptrdiff_t blocks,
                                                   std::ptrdiff_t sub, const T* __restrict twiddles) {
+  assert(sub > 0 && blocks % (R * sub) == 0);
   const std::ptrdiff_t stride = blocks / R;
   const std::ptrdiff_t groups = stride / sub;
   const auto load_twiddles = [&](std::ptrdiff_t i, Complex<V>(&t)[R]) {
     repeat<R - 1>([&](auto k) { t[k + 1] = load_block<V>(twiddles, (R - 1) * i + k); });
   };
-  const auto step = [&](std::ptrdiff_t g, std::ptrdiff_t i, const Complex<V>(&t)[R]) {
-    const std::ptrdiff_t apart = g * sub + i;         // inputs of the forward pass, M / R apart
-    const std::ptrdiff_t together = g * R * sub + i;  // its outputs, L apart
-    Complex<V> c[R];
-    if constexpr (kInverse) {
-      repeat<R>([&](auto k) { c[k] = load_block<V>(from, together + k * sub); });
-      butterfly<true>(c);
-      repeat<R - 1>([&](auto k) { c[k + 1] = rotated<true>(c[k + 1], t[k + 1]); });
-      repeat<R>([&](auto k) { store_block(to, apart + k * stride, c[k]); });
-    } else {
-      repeat<R>([&](auto k) { c[k] = load_block<V>(from, apart + k * stride); });
-      repeat<R - 1>([&](auto k) { c[k + 1] = rotated<false>(c[k + 1], t[k + 1]); });
-      butterfly<false>(c);
-      repeat<R>([&](auto k) { store_block(to, together + k * sub, c[k]); });
-    }
-  };
-  if (sub < 16) {
+  constexpr std::ptrdiff_t kFewSteps = 16;
+  if (sub < kFewSteps) {
     for (std::ptrdiff_t i = 0; i < sub; ++i) {
       Complex<V> t[R];
       load_twiddles(i, t);
-      for (std::ptrdiff_t g = 0; g < groups; ++g) step(g, i, t);
+      for (std::ptrdiff_t g = 0; g < groups; ++g) pass_step<V, R, kInverse>(from, to, stride, sub, g, i, t);
     }
   } else {
     for (std::ptrdiff_t g = 0; g < groups; ++g) {
       for (std::ptrdiff_t i = 0; i < sub; ++i) {
         Complex<V> t[R];
         load_twiddles(i, t);
-        step(g, i, t);
+        pass_step<V, R, kInverse>(from, to, stride, sub, g, i, t);
       }
     }
   }
@@ -105,6 +113,7 @@ inline void columns_and_blocks(Complex<V> (&c)[R], T* area) {
 template <class V, int R, class S, class T>
 [[gnu::flatten, gnu::noinline]] void first_pass(const S* __restrict pairs, T* __restrict to, std::ptrdiff_t count) {
   const std::ptrdiff_t columns = count / R;
+  assert(columns % V::width == 0);
   for (std::ptrdiff_t j = 0; j < columns; j += V::width) {
     Complex<V> c[R];
     repeat<R>([&](auto k) { c[k] = load_pairs<V>(pairs + 2 * (j + k * columns)); });
@@ -117,6 +126,7 @@ template <class V, int R, class S, class T>
 template <class V, int R, class T>
 [[gnu::flatten, gnu::noinline]] void last_inverse_pass(T* __restrict from, T* __restrict pairs, std::ptrdiff_t count) {
   const std::ptrdiff_t columns = count / R;
+  assert(columns % V::width == 0);
   for (std::ptrdiff_t j = 0; j < columns; j += V::width) {
     Complex<V> c[R];
     columns_and_blocks<V, R, false>(c, from + 2 * j * R);

@@ -9,6 +9,8 @@
 // backwards and corrects the gain as it reads.
 #pragma once
 
+#include <cassert>
+
 #include "fft.h"
 #include "fft_passes.h"
 
@@ -226,6 +228,40 @@ inline void load_edge_columns(const T* src, std::ptrdiff_t count, Complex<V>& lo
   }
 }
 
+// The middle column of either pass, in the first lane of its block.
+template <class V, Spectrum kSpectrum, class T>
+inline void forward_middle_pass(const T* from, T* dst, std::ptrdiff_t count, T gain) {
+  constexpr int W = V::width;
+  const std::ptrdiff_t row = count / 4;
+  Complex<T> middle[4];
+  repeat<4>([&](auto k) {
+    const T* const block = from + 2 * (k * row + row / 2);
+    middle[k] = {block[0], block[W]};
+  });
+  forward_middle_column(middle, gain);
+  repeat<4>([&](auto p) {
+    T* const pair = dst + 2 * (row / 2 + p * row) + kFirstPair<kSpectrum>;
+    pair[0] = middle[p].re;
+    pair[1] = middle[p].im;
+  });
+}
+template <class V, class T>
+inline void inverse_middle_pass(const T* src, T* to, std::ptrdiff_t count, T gain, T scale) {
+  constexpr int W = V::width;
+  const std::ptrdiff_t row = count / 4;
+  Complex<T> middle[4];
+  repeat<4>([&](auto p) {
+    const T* const pair = src + 2 * (row / 2 + p * row) + kFirstPair<Spectrum::kPack>;
+    middle[p] = {pair[0] * scale, pair[1] * scale};
+  });
+  inverse_middle_column(middle, gain);
+  repeat<4>([&](auto k) {
+    T* const block = to + 2 * (k * row + row / 2);
+    block[0] = middle[k].re;
+    block[W] = middle[k].im;
+  });
+}
+
 // Forward: `count` = M numbers in blocks to the spectrum.
 template <class V, Spectrum kSpectrum, class T>
 [[gnu::flatten, gnu::noinline]] void forward_real_pass(const T* __restrict from, T* __restrict dst,
@@ -235,6 +271,7 @@ template <class V, Spectrum kSpectrum, class T>
   constexpr std::ptrdiff_t kOffset = kFirstPair<kSpectrum>;
   const std::ptrdiff_t row = count / 4;
   const std::ptrdiff_t blocks = row / W;
+  assert(row % (2 * W) == 0);
   const auto columns = [&](std::ptrdiff_t a, auto is_first) {
     Complex<V> y[4], m[4];
     repeat<4>([&](auto k) {
@@ -254,18 +291,7 @@ template <class V, Spectrum kSpectrum, class T>
   };
   columns(0, std::true_type{});
   for (std::ptrdiff_t a = 1; a < blocks / 2; ++a) columns(a, std::false_type{});
-
-  Complex<T> middle[4];
-  repeat<4>([&](auto k) {
-    const T* const p = from + (k * blocks + blocks / 2) * 2 * W;
-    middle[k] = {p[0], p[W]};
-  });
-  forward_middle_column(middle, gain);
-  repeat<4>([&](auto p) {
-    T* const pair = dst + 2 * (row / 2 + p * row) + kOffset;
-    pair[0] = middle[p].re;
-    pair[1] = middle[p].im;
-  });
+  forward_middle_pass<V, kSpectrum>(from, dst, count, gain);
 }
 
 // Inverse: a Pack spectrum, scaled, to numbers in blocks.
@@ -277,6 +303,7 @@ template <class V, class T>
   constexpr std::ptrdiff_t kOffset = kFirstPair<Spectrum::kPack>;
   const std::ptrdiff_t row = count / 4;
   const std::ptrdiff_t blocks = row / W;
+  assert(row % (2 * W) == 0);
   const V factor = V::broadcast(scale);
   const auto columns = [&](std::ptrdiff_t a, auto is_first) {
     Complex<V> y[4], m[4];
@@ -304,18 +331,7 @@ template <class V, class T>
   };
   columns(0, std::true_type{});
   for (std::ptrdiff_t a = 1; a < blocks / 2; ++a) columns(a, std::false_type{});
-
-  Complex<T> middle[4];
-  repeat<4>([&](auto p) {
-    const T* const pair = src + 2 * (row / 2 + p * row) + kOffset;
-    middle[p] = {pair[0] * scale, pair[1] * scale};
-  });
-  inverse_middle_column(middle, gain);
-  repeat<4>([&](auto k) {
-    T* const open = to + (k * blocks + blocks / 2) * 2 * W;
-    open[0] = middle[k].re;
-    open[W] = middle[k].im;
-  });
+  inverse_middle_pass<V>(src, to, count, gain, scale);
 }
 
 }  // namespace kivsr::fft

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <type_traits>
 
 #include "fft.h"
@@ -248,6 +249,7 @@ inline Areas<T> areas(T* work, T* dst, std::ptrdiff_t count, int order) {
 
 template <class V, Spectrum kSpectrum, class S, class T>
 void forward_passes(const S* src, T* dst, int order, const Tables<T>& tables, T* work) {
+  assert(order >= kFirstTableOrder && order <= kMaximumOrder && V::width == lanes<T>(order));
   const Radices& r = radices<T>(order);
   const std::ptrdiff_t count = std::ptrdiff_t{1} << (order - 1);
   const std::ptrdiff_t blocks = count / V::width;
@@ -273,6 +275,7 @@ void forward_passes(const S* src, T* dst, int order, const Tables<T>& tables, T*
 
 template <class V, class T>
 void inverse_passes(const T* src, T* dst, int order, const Tables<T>& tables, T* work, T scale) {
+  assert(order >= kFirstTableOrder && order <= kMaximumOrder && V::width == lanes<T>(order));
   const Radices& r = radices<T>(order);
   const std::ptrdiff_t count = std::ptrdiff_t{1} << (order - 1);
   const std::ptrdiff_t blocks = count / V::width;

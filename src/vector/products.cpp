@@ -1,5 +1,8 @@
 // Products of a matrix with a vector on either side.
 #include "kivsr/vector/products.h"
+
+#include <cassert>
+
 #include "copy.h"
 #include "dot_product.h"
 #include "frame/matrix_checks.h"
@@ -34,6 +37,7 @@ template <int kRows, class Rows>
 void dot_rows(Rows rows, std::ptrdiff_t r, const float* vector, std::ptrdiff_t width, float* dst) {
   using V = Vec<float>;
   constexpr std::ptrdiff_t W = V::width;
+  assert(r >= 0 && width > 0);
   const float* row[kRows];
   V even[kRows];
   V odd[kRows];

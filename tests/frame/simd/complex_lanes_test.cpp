@@ -72,6 +72,8 @@ TYPED_TEST(ComplexLanes, Exchanges) {
     for (std::size_t l = 0; l < W; ++l) {
       EXPECT_EQ(lanes(with_gap(v))[l], l == 0 ? 1 : l == 1 ? 0 : l) << l;
       EXPECT_EQ(lanes(moved_down(v))[l], l + 1 == W ? 0 : l + 2) << l;
+      EXPECT_EQ(lanes(without_gap(v))[l], l == 0 ? 1 : std::min(l + 2, W)) << l;
+      EXPECT_EQ(lanes(moved_up(v))[l], l == 0 ? 1 : l) << l;
     }
   }
   V rows[W];
@@ -79,6 +81,19 @@ TYPED_TEST(ComplexLanes, Exchanges) {
   transpose(rows);
   for (std::size_t r = 0; r < W; ++r) {
     for (std::size_t l = 0; l < W; ++l) EXPECT_EQ(lanes(rows[r])[l], 100 * l + r);
+  }
+}
+
+TYPED_TEST(ComplexLanes, HalvesOfEightLanes) {
+  using V = TypeParam;
+  if constexpr (V::width == 8) {
+    const V v = counting<V>(0);
+    const auto expect = [](V actual, std::array<float, 8> expected) { EXPECT_EQ(lanes(actual), expected); };
+    expect(simd::joined<V>(counting<simd::Quad>(7), counting<simd::Quad>(20)), {7, 8, 9, 10, 20, 21, 22, 23});
+    expect(simd::joined<V>(high_half(v), low_half(v)), {4, 5, 6, 7, 0, 1, 2, 3});
+    expect(exchanged_halves(v), {4, 5, 6, 7, 0, 1, 2, 3});
+    expect(exchanged_pairs(v), {2, 3, 0, 1, 6, 7, 4, 5});
+    expect(mirrored_in_order(v), {0, 7, 6, 5, 4, 3, 2, 1});
   }
 }
 
