@@ -15,18 +15,14 @@ void equalise(const float* reference, float* cepstrum, float* bias, int len, flo
   const float loudness = energy > 3.296875F ? std::min(energy - 3.296875F, 1.0F) : 0.0F;
   const float step = loudness * 0.0087890625F;
   using V = simd::Vec<float>;
-  int i = 0;
-  for (; i + V::width <= len; i += V::width) {
-    const V b = simd::load<float>(bias + i);
-    const V c = simd::load<float>(cepstrum + i) - b;
-    store(cepstrum + i, c);
-    store(bias + i, b + V::broadcast(step) * (c - simd::load<float>(reference + i)));
-  }
-  for (; i < len; ++i) {
-    const float c = cepstrum[i] - bias[i];
-    cepstrum[i] = c;
-    bias[i] = bias[i] + step * (c - reference[i]);
-  }
+  const V mu = V::broadcast(step);
+  transform_together<float>(
+      len,
+      [=](V target, V& c, V& b) {
+        c = c - b;
+        b = b + mu * (c - target);
+      },
+      reference, cepstrum, bias);
 }
 
 // Energy in steps of 1/64, step in steps of 2^-16; the unsaturated difference moves the bias.

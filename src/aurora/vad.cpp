@@ -1,6 +1,7 @@
 // Voice activity detection of the advanced front end (ETSI ES 202 050, annex A): three detectors with adaptive floors,
 // a history of seven decisions and two hangovers.
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstring>
 #include <limits>
@@ -16,9 +17,8 @@ namespace {
 constexpr int kFrame = 64;
 constexpr int kBands = 25;
 constexpr int kHistory = 7;
-constexpr int kLongHangover = 40;
-
-enum Result { kSpeech = 1, kNoSpeech = 2, kUndecided = 4 };
+constexpr int kFirstDecision = 11;  // frames are counted from 1
+constexpr int kStartFrames = 15;    // below this count floors follow their maxima
 
 // The caller's 64 bytes. T: float, or Kiv32s in the 16-bit form.
 template <class T>
@@ -78,11 +78,17 @@ void count_frame(State<T>& s) {
 template <class T>
 void load_hangover(State<T>& s) {
   s.hangover = s.hangover_length;
-  if (s.frames < 36) s.hangover_length = kLongHangover;
+  if (s.frames < 36) s.hangover_length = 40;
 }
 
-// --- the arithmetic of the two forms: measures, floors and comparisons
-// --------------------------------------------------
+// --- the arithmetic of the two forms: measures, floors and comparisons ----------------------------------------------
+
+// A factor as the annex has it, and to the nearest 1/32 for the 16-bit form.
+struct Factor {
+  float value;
+  Kiv32s in_32nds;
+  constexpr Factor(double x) : value(static_cast<float>(x)), in_32nds(static_cast<Kiv32s>(x * 32 + 0.5)) {}
+};
 
 struct FloatArithmetic {
   using Value = float;
@@ -102,22 +108,16 @@ struct FloatArithmetic {
     return sum * sum - 3.0F;
   }
   static float band(const float* bands) { return (bands[1] + bands[2] + bands[3]) / 3.0F; }
-  static float smoothed(float now, float before) { return 0.75F * now + 0.25F * before; }
   static float next_mean(float mean, float energy, int count) {
     return (static_cast<float>(count - 1) * mean + energy) * 1.1F / static_cast<float>(count);
   }
   static bool far_above(float energy, float mean) { return energy / mean > 2.5F; }
-  // floor times k/32 for the stated fraction
-  template <int k32>
-  static float part(float floor, float fraction) {
-    return fraction * floor;
-  }
-  static float fast(float floor, float x) { return 0.8F * floor + 0.2F * x; }
-  static float slow(float floor, float x) { return 0.97F * floor + 0.03F * x; }
+  static float times(Factor k, float x) { return k.value * x; }
+  static float mix(Factor a, float x, Factor b, float y) { return a.value * x + b.value * y; }
   static float stored(float x) { return x; }
 };
 
-// Fractions are multiples of 1/32; everything in 64 bits, stored values saturate.
+// Everything in 64 bits; stored values saturate.
 struct WordArithmetic {
   using Value = std::int64_t;
 
@@ -136,7 +136,6 @@ struct WordArithmetic {
     return sum * sum - 3;
   }
   static Value band(const Kiv16s* bands) { return (Value{bands[1]} + bands[2] + bands[3]) / 3; }
-  static Value smoothed(Value now, Value before) { return (24 * now + 8 * before) >> 5; }
   static Value next_mean(Value mean, Value energy, int count) {
     return (((count - 1) * mean + energy) * 141 >> 7) / count;
   }
@@ -145,58 +144,73 @@ struct WordArithmetic {
     if (mean == 0) return energy > 0;
     return mean > 0 ? 2 * energy > 5 * mean : 2 * energy < 5 * mean;
   }
-  template <int k32>
-  static Value part(Value floor, float) {
-    return (k32 * floor) >> 5;
-  }
-  static Value fast(Value floor, Value x) { return (26 * floor + 6 * x) >> 5; }
-  static Value slow(Value floor, Value x) { return (31 * floor + x) >> 5; }
+  static Value times(Factor k, Value x) { return (k.in_32nds * x) >> 5; }
+  static Value mix(Factor a, Value x, Factor b, Value y) { return (a.in_32nds * x + b.in_32nds * y) >> 5; }
   static Kiv32s stored(Value x) { return saturate<Kiv32s>(x); }
 };
 
-// One adaptive floor: fast towards values near it, slowly towards much lower ones.
-template <class A, class T, int kNear32, int kLow32, bool kLowInclusive>
-void adapt(T& floor, typename A::Value x, float near, float low) {
-  using Value = typename A::Value;
-  if (x < A::template part<48>(floor, 1.5F) && x > A::template part<kNear32>(floor, near)) {
-    floor = A::stored(A::fast(floor, x));
-  }
-  const Value bound = A::template part<kLow32>(floor, low);
-  if (kLowInclusive ? x <= bound : x < bound) floor = A::stored(A::slow(floor, x));
+// --- one frame ------------------------------------------------------------------------------------------------------
+
+// How a floor follows its measure x: by 0.8 and 0.2 where near F < x < 1.5 F, by 0.97 and 0.03 below low F (at it, too,
+// where low_inclusive), and what fires.
+struct FloorRules {
+  Factor near;
+  Factor low;
+  bool low_inclusive;
+  Factor active;
+};
+constexpr FloorRules kVarianceRules = {0.85, 0.25, false, 1.65};
+constexpr FloorRules kEnergyRules = {0.75, 0.5, true, 1.65};
+constexpr FloorRules kBandRules = {0.75, 0.5, true, 3.25};
+
+template <class A, class T>
+void raise(T& floor, typename A::Value x) {
+  if (x > typename A::Value{floor}) floor = A::stored(x);
 }
 
+// Moves the floor; whether the measure is above it by the factor that fires.
+template <class A, class T>
+bool fires(const FloorRules& rules, T& floor, typename A::Value x) {
+  if (x < A::times(1.5, floor) && x > A::times(rules.near, floor)) floor = A::stored(A::mix(0.8, floor, 0.2, x));
+  const typename A::Value low = A::times(rules.low, floor);
+  if (rules.low_inclusive ? x <= low : x < low) floor = A::stored(A::mix(0.97, floor, 0.03, x));
+  return x > A::times(rules.active, floor);
+}
+
+// The three detectors.
 template <class A, class T, class E>
-int decide(const E* bands, const E* frame, int activity, State<T>& s) {
+void measure(const E* bands, const E* frame, State<T>& s) {
   using Value = typename A::Value;
-  count_frame(s);
   const int c = s.frames;
-  const bool starting = c < 15;
-  const auto raise = [&](T& floor, Value x) { floor = x > Value{floor} ? A::stored(x) : floor; };
+  const bool starting = c < kStartFrames;
 
   const Value variance = A::variance(frame);
-  if (starting) raise(s.variance_floor, variance);
-  adapt<A, T, 27, 8, false>(s.variance_floor, variance, 0.85F, 0.25F);
-  s.variance_flag = variance > A::template part<53>(s.variance_floor, 1.65F);
+  if (starting) raise<A>(s.variance_floor, variance);
+  s.variance_flag = fires<A>(kVarianceRules, s.variance_floor, variance);
 
   const Value energy = A::energy(bands);
   if (c == 1) s.energy_floor = A::stored(energy);
   if (starting) {
     s.energy_mean = A::stored(A::next_mean(s.energy_mean, energy, c));
     if (A::far_above(energy, s.energy_mean)) s.early_speech = 1;
-    if (s.early_speech == 0) raise(s.energy_floor, energy);
+    if (s.early_speech == 0) raise<A>(s.energy_floor, energy);
   }
-  adapt<A, T, 24, 16, true>(s.energy_floor, energy, 0.75F, 0.5F);
-  s.energy_flag = energy > A::template part<53>(s.energy_floor, 1.65F);
+  s.energy_flag = fires<A>(kEnergyRules, s.energy_floor, energy);
 
   const Value band = A::band(bands);
-  const Value smooth = A::smoothed(band, s.previous_band);
+  const Value smooth = A::mix(0.75, band, 0.25, s.previous_band);
   s.previous_band = s.current_band = A::stored(band);
-  if (starting) raise(s.band_floor, smooth);
-  adapt<A, T, 24, 16, true>(s.band_floor, smooth, 0.75F, 0.5F);
-  s.band_flag = smooth > A::template part<104>(s.band_floor, 3.25F);
+  if (starting) raise<A>(s.band_floor, smooth);
+  s.band_flag = fires<A>(kBandRules, s.band_floor, smooth);
+}
 
-  if (c < 11) return kUndecided;
+template <class A, class T, class E>
+int decide(const E* bands, const E* frame, int activity, State<T>& s) {
+  count_frame(s);
+  measure<A>(bands, frame, s);
+  if (s.frames < kFirstDecision) return kivVadUndecided;
 
+  assert(s.newest >= 0 && s.newest < kHistory);
   s.newest = (s.newest + 1) % kHistory;
   s.history[s.newest] = s.energy_flag != 0 || s.band_flag != 0 || s.variance_flag != 0 || activity >= 5 ? 1 : 0;
   const int run_length = longest_run(s);
@@ -207,7 +221,7 @@ int decide(const E* bands, const E* frame, int activity, State<T>& s) {
     if (s.hangover != 0) --s.hangover;
     if (s.short_hangover > 0) --s.short_hangover;
   }
-  return s.short_hangover == 0 && s.hangover == 0 && run_length < 3 ? kNoSpeech : kSpeech;
+  return s.short_hangover == 0 && s.hangover == 0 && run_length < 3 ? kivVadNoSpeech : kivVadSpeech;
 }
 
 // One frame of the drain. The newest position advances over the unchanged history, so that the oldest entry becomes the
@@ -217,9 +231,9 @@ int flush(State<T>& s) {
   count_frame(s);
   if (s.flush_marker == -1) s.flush_marker = s.newest;
   const Kiv32s next = (s.newest + 1) % kHistory;
-  if (next == s.flush_marker) return kUndecided;
+  if (next == s.flush_marker) return kivVadUndecided;
   s.newest = next;
-  if (s.frames < 11) return kUndecided;
+  if (s.frames < kFirstDecision) return kivVadUndecided;
   const int run_length = longest_run(s);
   if (run_length >= 4) load_hangover(s);
   --s.hangover;
@@ -228,7 +242,7 @@ int flush(State<T>& s) {
   } else {
     --s.short_hangover;
   }
-  return s.short_hangover < 1 && s.hangover < 1 && run_length < 3 ? kNoSpeech : kSpeech;
+  return s.short_hangover < 1 && s.hangover < 1 && run_length < 3 ? kivVadNoSpeech : kivVadSpeech;
 }
 
 KivStatus report_size(int* size) {

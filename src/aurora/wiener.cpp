@@ -17,7 +17,7 @@ namespace {
 constexpr int kFrame = 80;
 constexpr int kTaps = 17;
 
-// --- smoothed power spectrum: two bins into one; bin 0 is real, the real last bin stands at element 1 ---------------
+// --- smoothed power spectrum: two bins into one; bin 0 is real, the real last bin stands at element 1 ----------------
 
 // many() does what it can of the elements 1 .. last - 1 in vectors and returns the first one that it leaves.
 struct FloatPower {
@@ -85,8 +85,7 @@ KivStatus smooth(const T* src, T* dst, int len, Power power) {
   });
 }
 
-// --- noise spectrum update
-// --------------------------------------------------------------------------------------------
+// --- noise spectrum update -------------------------------------------------------------------------------------------
 
 // b (0.1 r (b/t + 1) + 0.9), r = a / (a + b), t = 0.1 a + b, with the processor's estimates for both quotients; lanes
 // where a sum vanishes are zero.
@@ -157,8 +156,7 @@ KivStatus update_checked(const T* power, const T* noise, T* dst, int len, Update
   return run(first_failure(not_null(power, noise, dst), positive(len)), update);
 }
 
-// --- Wiener gain
-// ------------------------------------------------------------------------------------------------------
+// --- Wiener gain -----------------------------------------------------------------------------------------------------
 
 // Two passes of eta / (eta + 1) on the a-priori signal-to-noise ratio, the second above -22 dB. 1/N is the processor's
 // estimate.
@@ -180,32 +178,56 @@ void design(const float* power, const float* noise, const float* previous, float
       dst, power, noise, previous);
 }
 
-// Gains in Q14; shares in Q12; 1301 is -22 dB in Q14 and 1206 the gain that follows from it.
-Kiv16s design(std::int64_t p, std::int64_t n, std::int64_t s) {
-  constexpr Kiv16s kFlooredGain = 1206;
-  if (n == 0) return kFlooredGain;
-  const std::int64_t d = p > n ? p - n : 0;
-  const std::int64_t r = 16384 / n;
-  const std::int64_t eta1 = ((82 * d + 4014 * s) * r) >> 14;
-  if (eta1 == -4096) return kFlooredGain;  // only from a negative spectrum
-  const std::int64_t h1 = eta1 * 16384 / (eta1 + 4096);
-  const std::int64_t eta2 = std::max<std::int64_t>(((p * h1) >> 14) * r, 1301);
-  return static_cast<Kiv16s>(eta2 * 128 / ((eta2 >> 7) + 128));
+// The 16-bit form: gains in Q14, shares in Q12; 1301 is -22 dB in Q14 and 1206 the gain that follows from it. Integers
+// held in doubles: products stay below 2^50 and quotients of integers below 2^52 lie farther from the next integer than
+// they are rounded, so that every step is exact in every rounding mode. Lanes of a zero divisor are replaced at the
+// end.
+simd::Vec<double> design(simd::Vec<double> p, simd::Vec<double> n, simd::Vec<double> s, simd::Vec<double> r) {
+  using D = simd::Vec<double>;
+  const D unit = D::broadcast(16384.0);
+  const D per_unit = D::broadcast(1.0 / 16384.0);
+  const D d = max(p - n, D::zero());
+  const D eta1 = floor((D::broadcast(82.0) * d + D::broadcast(4014.0) * s) * r * per_unit);
+  const D divisor = eta1 + D::broadcast(4096.0);
+  const D quotient = eta1 * unit / divisor;
+  const D h1 = floor(abs(quotient)) | (quotient & D::broadcast(-0.0));  // toward zero
+  const D eta2 = max(floor(p * h1 * per_unit) * r, D::broadcast(1301.0));
+  const D one_q7 = D::broadcast(128.0);
+  const D gain = floor(eta2 * one_q7 / (floor(eta2 * D::broadcast(1.0 / 128.0)) + one_q7));
+  return select((n == D::zero()) | (divisor == D::zero()), D::broadcast(1206.0), gain);
 }
 
-// --- filter taps and residual filter
-// ----------------------------------------------------------------------------------
+void design(const Kiv16s* power, const Kiv16s* noise, const Kiv16s* previous, Kiv16s* dst, int len) {
+  using V = simd::Vec<float>;
+  transform<float>(
+      len,
+      [](V p, V n, V s) {
+        const V r = to_float(truncate_to_integer(V::broadcast(16384.0F) / n));
+        return truncate_to_integer(narrow(design(widen_low(p), widen_low(n), widen_low(s), widen_low(r)),
+                                          design(widen_high(p), widen_high(n), widen_high(s), widen_high(r))));
+      },
+      dst, power, noise, previous);
+}
 
 template <class T>
-KivStatus make_taps(const T* src, T* taps) {
-  return run(not_null(src, taps), [&] {
-    constexpr int kCentre = kTaps / 2;
-    taps[kCentre] = src[0];
-    for (int k = 1; k <= kCentre; ++k) {
-      taps[kCentre - k] = src[k];
-      taps[kCentre + k] = src[k + 1];
-    }
-  });
+KivStatus design_checked(const T* power, const T* noise, const T* previous, T* dst, int len) {
+  return run(first_failure(not_null(power, noise, previous, dst), positive(len)),
+             [&] { design(power, noise, previous, dst, len); });
+}
+
+// --- filter taps and residual filter ---------------------------------------------------------------------------------
+
+// The left half in reverse order, then the right half, both in vectors; words widen on their way.
+template <class Lane, class T>
+void make_taps(const T* src, T* taps) {
+  constexpr int kCentre = kTaps / 2;
+  constexpr int kWidth = simd::Vec<Lane>::width;
+  static_assert(kCentre % kWidth == 0);
+  taps[kCentre] = src[0];
+  for (int k = 0; k < kCentre; k += kWidth) {
+    store(taps + kCentre - kWidth - k, reverse(simd::load<Lane>(src + 1 + k)));
+    store(taps + kCentre + 1 + k, simd::load<Lane>(src + 2 + k));
+  }
 }
 
 // Five vectors at a time share each tap.
@@ -232,59 +254,83 @@ void filter(const float* src, float* dst, const float* taps) {
   }
 }
 
-// Pairs of products in 32 bits that wrap, pairs added exactly: in 32 bits too where the taps are small enough for it,
-// else their upper and lower halves by themselves. Lane j of a vector belongs to output n + 2 j.
-using TapPairs = Kiv32s[kTaps / 2 + 1][simd::Vec<Kiv32s>::width];
+// The 16-bit form adds pairs of products in 32 bits that wrap. Lane j of a vector belongs to output n + 2 j.
+using Words = simd::Vec<Kiv32s>;
+using TapPairs = Kiv32s[kTaps / 2 + 1][Words::width];
+static_assert(kFrame % (2 * Words::width) == 0);
 
-template <bool kSmallTaps>
-void filter(const Kiv16s* src, Kiv16s* dst, const TapPairs& pairs, double factor) {
-  using V = simd::Vec<Kiv32s>;
+// The pair k of the output in lane 0 at `start`. The last tap is the second of its pair, so that nothing behind the
+// samples is read.
+Words products(const Kiv16s* start, const TapPairs& pairs, int k) {
+  return simd::products_of_pairs(start + (k < kTaps / 2 ? 2 * k : kTaps - 2),
+                                 reinterpret_cast<const Kiv16s*>(pairs[k]));
+}
+
+// Taps whose sums fit 32 bits: integers throughout. scaled(sum) is the result in 32 bits, to be saturated.
+template <class Scaled>
+void filter_small(const Kiv16s* src, Kiv16s* dst, const TapPairs& pairs, Scaled scaled) {
+  const Words most = Words::broadcast(32767);
+  const Words least = Words::broadcast(-32768);
+  const Words low_half = Words::broadcast(0xFFFF);
+  for (int n = 0; n < kFrame; n += 2 * Words::width) {
+    Words even = products(src + n, pairs, 0);
+    Words odd = products(src + n + 1, pairs, 0);
+    for (int k = 1; k <= kTaps / 2; ++k) {
+      even = even + products(src + n, pairs, k);
+      odd = odd + products(src + n + 1, pairs, k);
+    }
+    even = max(min(scaled(even), most), least);
+    odd = max(min(scaled(odd), most), least);
+    store(reinterpret_cast<Kiv32s*>(dst + n), (even & low_half) | simd::shift_left(odd, 16));
+  }
+}
+
+// Any taps: the upper and the lower halves of the pairs are added by themselves, then as doubles.
+void filter_large(const Kiv16s* src, Kiv16s* dst, const TapPairs& pairs, double factor) {
   using D = simd::Vec<double>;
-  static_assert(kFrame % (2 * V::width) == 0);
-  const D scale = D::broadcast(factor);
-  const V low_half = V::broadcast(0xFFFF);
-  for (int n = 0; n < kFrame; n += 2 * V::width) {
+  for (int n = 0; n < kFrame; n += 2 * Words::width) {
     for (int odd = 0; odd < 2; ++odd) {
-      const Kiv16s* const start = src + n + odd;
-      V high = V::zero();
-      V low = V::zero();
+      Words high = Words::zero();
+      Words low = Words::zero();
       for (int k = 0; k <= kTaps / 2; ++k) {
-        // The last tap is the second of its pair, so that nothing behind the samples is read.
-        const V pair = simd::products_of_pairs(start + (k < kTaps / 2 ? 2 * k : kTaps - 2),
-                                               reinterpret_cast<const Kiv16s*>(pairs[k]));
-        low = low + (kSmallTaps ? pair : pair & low_half);
-        if constexpr (!kSmallTaps) high = high + shift_right(pair, 16);
+        const Words pair = products(src + n + odd, pairs, k);
+        low = low + (pair & Words::broadcast(0xFFFF));
+        high = high + shift_right(pair, 16);
       }
-      Kiv32s halves[2][V::width];
+      Kiv32s halves[2][Words::width];
       store(halves[0], low);
       store(halves[1], high);
-      Kiv32s rounded[V::width];
-      for (int j = 0; j < V::width; j += D::width) {
-        D sum = simd::load<double>(halves[0] + j);
-        if constexpr (!kSmallTaps) sum = sum + simd::load<double>(halves[1] + j) * D::broadcast(65536.0);
-        store_rounded(rounded + j, max(min(sum * scale, D::broadcast(32767.0)), D::broadcast(-32768.0)));
+      for (int j = 0; j < Words::width; j += D::width) {
+        const D sum = simd::load<double>(halves[0] + j) + simd::load<double>(halves[1] + j) * D::broadcast(65536.0);
+        Kiv16s rounded[D::width];
+        store_rounded(rounded, max(min(sum * D::broadcast(factor), D::broadcast(32767.0)), D::broadcast(-32768.0)));
+        for (int lane = 0; lane < D::width; ++lane) dst[n + odd + 2 * (j + lane)] = rounded[lane];
       }
-      for (int j = 0; j < V::width; ++j) dst[n + odd + 2 * j] = static_cast<Kiv16s>(rounded[j]);
     }
   }
 }
 
 void filter(const Kiv16s* src, Kiv16s* dst, const Kiv16s* taps, int scale_factor) {
   TapPairs pairs;
+  int sum = 0;
   for (int k = 0; k <= kTaps / 2; ++k) {
     const Kiv16s first = k < kTaps / 2 ? taps[2 * k] : Kiv16s{0};
     const Kiv16s second = taps[std::min(2 * k + 1, kTaps - 1)];
-    store(pairs[k], simd::Vec<Kiv32s>::broadcast(second * 65536 + static_cast<std::uint16_t>(first)));
+    store(pairs[k], Words::broadcast(second * 65536 + static_cast<std::uint16_t>(first)));
+    sum += std::abs(Kiv32s{first}) + std::abs(Kiv32s{second});
   }
-  int sum = 0;
-  for (int k = 0; k < kTaps; ++k) sum += std::abs(Kiv32s{taps[k]});
-  const NearestRounding nearest;
-  // Beyond 2^+-64 every sum saturates or vanishes.
-  const double factor = double_scale(std::clamp(scale_factor, -64, 64));
-  if (sum <= 65535)
-    filter<true>(src, dst, pairs, factor);
-  else
-    filter<false>(src, dst, pairs, factor);
+  if (sum > 65535) {
+    const NearestRounding nearest;
+    // Beyond 2^+-64 every sum saturates or vanishes.
+    filter_large(src, dst, pairs, double_scale(std::clamp(scale_factor, -64, 64)));
+  } else if (scale_factor > 31) {
+    std::fill_n(dst, kFrame, Kiv16s{0});
+  } else if (scale_factor > 0) {
+    filter_small(src, dst, pairs, [=](Words x) { return shift_right_rounded(x, scale_factor); });
+  } else {
+    const int shift = -std::max(scale_factor, -15);
+    filter_small(src, dst, pairs, [=](Words x) { return shift_left_for_16_bits(x, shift); });
+  }
 }
 
 }  // namespace
@@ -317,18 +363,19 @@ KivStatus kivsNoiseSpectrumUpdate_Aurora_32s_Sfs(const Kiv32s* pSrc, const Kiv32
 
 KivStatus kivsWienerFilterDesign_Aurora_32f(const Kiv32f* pSrc, const Kiv32f* pNoise, const Kiv32f* pPrev, Kiv32f* pDst,
                                             int len) {
-  return run(first_failure(not_null(pSrc, pNoise, pPrev, pDst), positive(len)),
-             [&] { design(pSrc, pNoise, pPrev, pDst, len); });
+  return design_checked(pSrc, pNoise, pPrev, pDst, len);
 }
 KivStatus kivsWienerFilterDesign_Aurora_16s(const Kiv16s* pSrc, const Kiv16s* pNoise, const Kiv16s* pPrev, Kiv16s* pDst,
                                             int len) {
-  return run(first_failure(not_null(pSrc, pNoise, pPrev, pDst), positive(len)), [&] {
-    for (int i = 0; i < len; ++i) pDst[i] = design(pSrc[i], pNoise[i], pPrev[i]);
-  });
+  return design_checked(pSrc, pNoise, pPrev, pDst, len);
 }
 
-KivStatus kivsTabsCalculation_Aurora_32f(const Kiv32f* pSrc, Kiv32f* pTaps) { return make_taps(pSrc, pTaps); }
-KivStatus kivsTabsCalculation_Aurora_16s(const Kiv16s* pSrc, Kiv16s* pTaps) { return make_taps(pSrc, pTaps); }
+KivStatus kivsTabsCalculation_Aurora_32f(const Kiv32f* pSrc, Kiv32f* pTaps) {
+  return run(not_null(pSrc, pTaps), [&] { make_taps<Kiv32f>(pSrc, pTaps); });
+}
+KivStatus kivsTabsCalculation_Aurora_16s(const Kiv16s* pSrc, Kiv16s* pTaps) {
+  return run(not_null(pSrc, pTaps), [&] { make_taps<Kiv32s>(pSrc, pTaps); });
+}
 
 KivStatus kivsResidualFilter_Aurora_32f(const Kiv32f* pSrc, Kiv32f* pDst, const Kiv32f* pTaps) {
   return run(not_null(pSrc, pDst, pTaps), [&] { filter(pSrc, pDst, pTaps); });

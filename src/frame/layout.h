@@ -32,15 +32,22 @@ class Layout {
  public:
   template <class T>
   Part<T> add(std::size_t count) {
+    const Part<T> part = append<T>(count);
+    end_ = round_up(end_, kPartAlignment);
+    return part;
+  }
+
+  // Right behind the part before it, for records whose places are laid down; the block starts where the caller says.
+  template <class T>
+  Part<T> append(std::size_t count) {
     const std::size_t offset = end_;
     const std::size_t room = std::numeric_limits<std::size_t>::max() - 2 * kPartAlignment - offset;
     if (overflow_ || count > room / sizeof(T)) {
       overflow_ = true;
       return {0};
     }
-    const std::size_t bytes = count * sizeof(T);
-    end_ = round_up(offset + bytes, kPartAlignment);
-    apart_ += bytes + kPartAlignment;
+    end_ = offset + count * sizeof(T);
+    apart_ += count * sizeof(T) + kPartAlignment;
     return {offset};
   }
   template <class T>
@@ -50,7 +57,7 @@ class Layout {
   }
 
   bool overflow() const { return overflow_; }
-  // From a block that starts on a 32-byte boundary.
+  // From a block that starts on a 32-byte boundary, or of appended parts only.
   std::size_t bytes() const { return end_; }
   // From a block of any alignment.
   std::size_t bytes_from_any_start() const { return end_ + kPartAlignment - 1; }

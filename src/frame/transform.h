@@ -1,10 +1,12 @@
-// The two loops of the library. They own the vector body and the tail, so that the two cannot drift apart: an operation
+// The loops of the library. They own the vector body and the tail, so that the two cannot drift apart: an operation
 // is a lambda over Vec<T>, called with full vectors only.
 #pragma once
 
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include "simd/vec.h"
@@ -48,6 +50,28 @@ inline void transform(std::ptrdiff_t len, Op op, D* dst, const S*... src) {
   }
   for (; i + W <= len; i += W) simd::store(dst + i, op(simd::load<T>(src + i)...));
   if (has_tail) simd::store(dst + last, tail);
+}
+
+// Arrays that change together, element by element: op gets a vector of each, by reference, and what it leaves in those
+// of arrays that are not const is stored. Lanes behind the last element are zero.
+template <class T, class Op, class... D>
+inline void transform_together(std::ptrdiff_t len, Op op, D*... arrays) {
+  constexpr std::ptrdiff_t W = simd::Vec<T>::width;
+  const auto change = [&](auto vectors, auto store) {
+    std::apply(op, vectors);
+    const auto keep = [&](auto* p, auto v) {
+      if constexpr (!std::is_const_v<std::remove_pointer_t<decltype(p)>>) store(p, v);
+    };
+    std::apply([&](auto... v) { (keep(arrays, v), ...); }, vectors);
+  };
+  std::ptrdiff_t i = 0;
+  for (; i + W <= len; i += W) {
+    change(std::make_tuple(simd::load<T>(arrays + i)...), [=](auto* p, auto v) { simd::store(p + i, v); });
+  }
+  if (const int rest = static_cast<int>(len - i); rest > 0) {
+    change(std::make_tuple(simd::load_some<T>(arrays + i, rest)...),
+           [=](auto* p, auto v) { simd::store_some(p + i, v, rest); });
+  }
 }
 
 // The running vectors of a reduction. Their indices are constants everywhere, which keeps them in registers.

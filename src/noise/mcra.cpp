@@ -1,11 +1,13 @@
 // Noise power by minima-controlled recursive averaging (I. Cohen, B. Berdugo: Noise estimation by minima controlled
 // recursive averaging for robust speech enhancement, 2002).
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <limits>
 
 #include "frame/elementary.h"
+#include "frame/layout.h"
 #include "frame/rounding_mode.h"
 #include "frame/scale.h"
 #include "frame/status.h"
@@ -41,7 +43,6 @@ static_assert(sizeof(State<float>) == 64, "sixteen words on i386");
 
 constexpr int kLeastLength = 8;
 constexpr int kMostLength = 8192;
-constexpr std::size_t kHeader = sizeof(State<float>) + 4;  // one spare word behind the record
 
 constexpr int bins(int fft_length) { return fft_length / 2 + 1; }
 
@@ -49,9 +50,27 @@ constexpr KivStatus valid_length(int fft_length) {
   return require(fft_length >= kLeastLength && fft_length <= kMostLength, kivStatusBadSize);
 }
 
+// The caller's block: the record, a spare word, the arrays, nothing between them.
+template <class T>
+struct Places {
+  Part<State<T>> record;
+  Part<T> presence, power, minimum, window_minimum;
+  std::size_t bytes;
+
+  explicit Places(int fft_length) {
+    const auto count = static_cast<std::size_t>(bins(fft_length));
+    Layout layout;
+    record = layout.append<State<T>>(1);
+    layout.append<Kiv32s>(1);
+    for (Part<T>* const part : {&presence, &power, &minimum, &window_minimum}) *part = layout.append<T>(count);
+    bytes = layout.bytes();
+  }
+};
+
+template <class T>
 KivStatus get_size(int fft_length, int* size) {
   return run(first_failure(not_null(size), valid_length(fft_length)),
-             [&] { *size = static_cast<int>(kHeader) + 4 * (4 * (fft_length / 2) + 4); });
+             [&] { *size = static_cast<int>(Places<T>(fft_length).bytes); });
 }
 
 // base^T, T the hop in units of 8 ms.
@@ -66,8 +85,10 @@ void store_threshold(float* threshold) { *threshold = 5.0F; }
 void store_threshold(Kiv32s* threshold) { *threshold = 5 << 15; }
 
 template <class T>
-void initialise(State<T>& s, int sample_rate, int fft_length, int hop, int window_hop, int order) {
+void initialise(void* block, int sample_rate, int fft_length, int hop, int window_hop, int order) {
   const NearestRounding nearest;
+  const Places<T> places(fft_length);
+  State<T>& s = *places.record.in(block);
   s.sample_rate = sample_rate;
   s.fft_length = fft_length;
   s.order = order;
@@ -79,10 +100,10 @@ void initialise(State<T>& s, int sample_rate, int fft_length, int hop, int windo
   store_factor(&s.presence_smoothing, time_constant(0.2, sample_rate, hop));
   store_factor(&s.power_smoothing, time_constant(0.8, sample_rate, hop));
   store_threshold(&s.threshold);
-  s.presence = reinterpret_cast<T*>(reinterpret_cast<char*>(&s) + kHeader);
-  s.power = s.presence + bins(fft_length);
-  s.minimum = s.power + bins(fft_length);
-  s.window_minimum = s.minimum + bins(fft_length);
+  s.presence = places.presence.in(block);
+  s.power = places.power.in(block);
+  s.minimum = places.minimum.in(block);
+  s.window_minimum = places.window_minimum.in(block);
 }
 
 constexpr int halvings(int fft_length) {
@@ -100,7 +121,7 @@ template <class T, class Opaque>
 KivStatus init(int sample_rate, int fft_length, Opaque* state) {
   return run(first_failure(not_null(state), valid_rate(sample_rate), valid_length(fft_length)), [&] {
     const int order = halvings(fft_length);
-    initialise(*reinterpret_cast<State<T>*>(state), sample_rate, fft_length, fft_length / 2, 1 << (order - 1), order);
+    initialise<T>(state, sample_rate, fft_length, fft_length / 2, 1 << (order - 1), order);
   });
 }
 
@@ -109,15 +130,11 @@ template <class T, class Opaque>
 KivStatus init_with_hop(int sample_rate, int fft_length, int hop, Opaque* state) {
   return run(first_failure(not_null(state), valid_rate(sample_rate),
                            require(hop >= 1 && hop <= fft_length / 2, kivStatusOutOfRange), valid_length(fft_length)),
-             [&] {
-               initialise(*reinterpret_cast<State<T>*>(state), sample_rate, fft_length, hop, hop, halvings(fft_length));
-             });
+             [&] { initialise<T>(state, sample_rate, fft_length, hop, hop, halvings(fft_length)); });
 }
 
-// --- one frame
-// --------------------------------------------------------------------------------------------------------
+// --- one frame ------------------------------------------------------------------------------------------------------
 
-// All arrays at bin k, as vectors or one by one through the same code.
 template <bool kWindowEnds>
 void update_bins(State<float>& s, const float* power, float* noise) {
   using V = simd::Vec<float>;
@@ -129,35 +146,18 @@ void update_bins(State<float>& s, const float* power, float* noise) {
   const V a_d = V::broadcast(s.noise_smoothing);
   const V b_d = V::broadcast(1.0F - s.noise_smoothing);
   const V delta = V::broadcast(s.threshold);
-  // Pointers of their own: the record could change with every store, for all the compiler knows.
-  float* const all_power = s.power;
-  float* const all_minimum = s.minimum;
-  float* const all_window_minimum = s.window_minimum;
-  float* const all_presence = s.presence;
-  const auto step = [&](auto load, auto keep) {
-    const V x = load(power);
-    const V smoothed = a_s * load(all_power) + b_s * x;
-    const V minimum = min(load(kWindowEnds ? all_window_minimum : all_minimum), smoothed);
-    const V window_minimum = kWindowEnds ? smoothed : min(load(all_window_minimum), smoothed);
-    const V decayed = a_p * load(all_presence);
-    const V presence = select(smoothed > delta * minimum, decayed + b_p, decayed);
-    const V a = a_d + b_d * presence;
-    const V estimate = a * load(noise) + (one - a) * x;
-    keep(all_power, smoothed);
-    keep(all_minimum, minimum);
-    keep(all_window_minimum, window_minimum);
-    keep(all_presence, presence);
-    keep(noise, estimate);
-  };
-  const int count = bins(s.fft_length);
-  int k = 0;
-  for (; k + V::width <= count; k += V::width) {
-    step([&](const float* p) { return simd::load<float>(p + k); }, [&](float* p, V v) { store(p + k, v); });
-  }
-  if (const int rest = count - k; rest > 0) {
-    step([&](const float* p) { return simd::load_some<float>(p + k, rest); },
-         [&](float* p, V v) { simd::store_some(p + k, v, rest); });
-  }
+  transform_together<float>(
+      bins(s.fft_length),
+      [=](V x, V& smoothed, V& minimum, V& window_minimum, V& presence, V& estimate) {
+        smoothed = a_s * smoothed + b_s * x;
+        minimum = min(kWindowEnds ? window_minimum : minimum, smoothed);
+        window_minimum = kWindowEnds ? smoothed : min(window_minimum, smoothed);
+        // Adding zero where speech is absent leaves a probability, which is not negative, as it is.
+        presence = a_p * presence + keep_where(smoothed > delta * minimum, b_p);
+        const V a = a_d + b_d * presence;
+        estimate = a * estimate + (one - a) * x;
+      },
+      power, s.power, s.minimum, s.window_minimum, s.presence, noise);
 }
 
 // (x a + y (2^31 - 1 - a)) / 2^31 in double precision. With a in 0 .. 2^31 - 1 it stays within 32 bits.
@@ -220,6 +220,7 @@ KivStatus update(const T* power, Opaque* opaque, T* noise) {
   return run(not_null(power, opaque, noise), [&] {
     State<T>& s = *reinterpret_cast<State<T>*>(opaque);
     const int count = bins(s.fft_length);
+    assert(valid_length(s.fft_length) == kivStatusOk && s.counter >= 0 && s.counter <= s.window);
     if (s.first_frame != 0) {
       std::fill_n(s.presence, count, T{0});
       for (T* const array : {s.power, s.minimum, s.window_minimum, noise}) std::copy_n(power, count, array);
@@ -240,8 +241,8 @@ KivStatus update(const T* power, Opaque* opaque, T* noise) {
 extern "C" {
 using namespace kivsr;
 
-KivStatus kivsGetSizeMCRA_32f(int fftLen, int* pSize) { return get_size(fftLen, pSize); }
-KivStatus kivsGetSizeMCRA_32s(int fftLen, int* pSize) { return get_size(fftLen, pSize); }
+KivStatus kivsGetSizeMCRA_32f(int fftLen, int* pSize) { return get_size<Kiv32f>(fftLen, pSize); }
+KivStatus kivsGetSizeMCRA_32s(int fftLen, int* pSize) { return get_size<Kiv32s>(fftLen, pSize); }
 KivStatus kivsInitMCRA_32f(int sampleRate, int fftLen, KivsMCRAState_32f* pState) {
   return init<Kiv32f>(sampleRate, fftLen, pState);
 }

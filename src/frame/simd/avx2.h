@@ -137,6 +137,7 @@ inline Vec<float> load_some(const float* p, int n) { return {_mm256_maskload_ps(
 inline Vec<double> load_some(const double* p, int n) { return {_mm256_maskload_pd(p, detail::first_lanes_64(n))}; }
 
 inline void store(float* p, Vec<float> v) { _mm256_storeu_ps(p, v.raw); }
+inline void store_some(float* p, Vec<float> v, int n) { _mm256_maskstore_ps(p, detail::first_lanes_32(n), v.raw); }
 inline void store(double* p, Vec<double> v) { _mm256_storeu_pd(p, v.raw); }
 inline void store(std::int32_t* p, Vec<std::int32_t> v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v.raw); }
 inline void store(std::int16_t* p, Vec<std::int32_t> v) {
@@ -183,6 +184,7 @@ inline Vec<double> max(Vec<double> a, Vec<double> b) { return {_mm256_max_pd(a.r
 inline Vec<double> min(Vec<double> a, Vec<double> b) { return {_mm256_min_pd(a.raw, b.raw)}; }
 inline Vec<float> sqrt(Vec<float> a) { return {_mm256_sqrt_ps(a.raw)}; }
 inline Vec<double> sqrt(Vec<double> a) { return {_mm256_sqrt_pd(a.raw)}; }
+inline Vec<double> floor(Vec<double> a) { return {_mm256_floor_pd(a.raw)}; }
 inline Vec<float> reciprocal_estimate(Vec<float> a) { return {_mm256_rcp_ps(a.raw)}; }
 inline Vec<float> reciprocal_sqrt_estimate(Vec<float> a) { return {_mm256_rsqrt_ps(a.raw)}; }
 
@@ -214,6 +216,15 @@ inline Vec<std::int32_t> shift_right(Vec<std::int32_t> a, int n) {
 }
 inline Vec<std::int32_t> multiply_words(Vec<std::int32_t> a, Vec<std::int32_t> b) {
   return {_mm256_madd_epi16(_mm256_and_si256(a.raw, _mm256_set1_epi32(0xFFFF)), b.raw)};
+}
+
+template <int kShift>
+inline Vec<std::int32_t> product_shifted(Vec<std::int32_t> a, Vec<std::int32_t> b, std::int64_t offset = 0) {
+  const __m256i added = _mm256_set1_epi64x(offset);
+  const __m256i even = _mm256_add_epi64(_mm256_mul_epu32(a.raw, b.raw), added);
+  const __m256i odd =
+      _mm256_add_epi64(_mm256_mul_epu32(_mm256_srli_epi64(a.raw, 32), _mm256_srli_epi64(b.raw, 32)), added);
+  return {_mm256_blend_epi32(_mm256_srli_epi64(even, kShift), _mm256_slli_epi64(odd, 32 - kShift), 0xAA)};
 }
 
 // --- comparison and selection -------------------------------------------------
@@ -431,6 +442,20 @@ inline void transpose_rows(Vec<float> (&v)[4]) {
   v[1].raw = _mm256_shuffle_ps(a, b, 0xEE);
   v[2].raw = _mm256_shuffle_ps(c, d, 0x44);
   v[3].raw = _mm256_shuffle_ps(c, d, 0xEE);
+}
+inline Vec<float> reverse(Vec<float> a) {
+  return {_mm256_permutevar8x32_ps(a.raw, _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0))};
+}
+inline Vec<std::int32_t> reverse(Vec<std::int32_t> a) {
+  return {_mm256_permutevar8x32_epi32(a.raw, _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0))};
+}
+inline Vec<std::int32_t> lookup(const std::int32_t (&table)[24], Vec<std::int32_t> index) {
+  const auto third = [&](int first) {
+    return _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(table + first)), index.raw);
+  };
+  const __m256i beyond_7 = _mm256_cmpgt_epi32(index.raw, _mm256_set1_epi32(7));
+  const __m256i beyond_15 = _mm256_cmpgt_epi32(index.raw, _mm256_set1_epi32(15));
+  return {_mm256_blendv_epi8(_mm256_blendv_epi8(third(0), third(8), beyond_7), third(16), beyond_15)};
 }
 inline Vec<float> interleave_rows(Vec<float> a) {
   return {_mm256_permutevar8x32_ps(a.raw, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7))};

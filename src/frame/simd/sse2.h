@@ -205,6 +205,12 @@ inline Vec<double> max(Vec<double> a, Vec<double> b) { return {_mm_max_pd(a.raw,
 inline Vec<double> min(Vec<double> a, Vec<double> b) { return {_mm_min_pd(a.raw, b.raw)}; }
 inline Vec<float> sqrt(Vec<float> a) { return {_mm_sqrt_ps(a.raw)}; }
 inline Vec<double> sqrt(Vec<double> a) { return {_mm_sqrt_pd(a.raw)}; }
+inline Vec<double> floor(Vec<double> a) {
+  // Adding 1.5 * 2^52 leaves a neighbouring integer, whichever rounding mode is in force.
+  const __m128d magic = _mm_set1_pd(6755399441055744.0);
+  const __m128d near = _mm_sub_pd(_mm_add_pd(a.raw, magic), magic);
+  return {_mm_sub_pd(near, _mm_and_pd(_mm_cmpgt_pd(near, a.raw), _mm_set1_pd(1.0)))};
+}
 inline Vec<float> reciprocal_estimate(Vec<float> a) { return {_mm_rcp_ps(a.raw)}; }
 inline Vec<float> reciprocal_sqrt_estimate(Vec<float> a) { return {_mm_rsqrt_ps(a.raw)}; }
 
@@ -230,6 +236,16 @@ inline Vec<std::int32_t> shift_right(Vec<std::int32_t> a, int n) {
 }
 inline Vec<std::int32_t> multiply_words(Vec<std::int32_t> a, Vec<std::int32_t> b) {
   return {_mm_madd_epi16(_mm_and_si128(a.raw, _mm_set1_epi32(0xFFFF)), b.raw)};
+}
+
+template <int kShift>
+inline Vec<std::int32_t> product_shifted(Vec<std::int32_t> a, Vec<std::int32_t> b, std::int64_t offset = 0) {
+  const __m128i added = _mm_set1_epi64x(offset);
+  const __m128i even = _mm_add_epi64(_mm_mul_epu32(a.raw, b.raw), added);
+  const __m128i odd = _mm_add_epi64(_mm_mul_epu32(_mm_srli_epi64(a.raw, 32), _mm_srli_epi64(b.raw, 32)), added);
+  const __m128i low = _mm_set_epi32(0, -1, 0, -1);
+  return {_mm_or_si128(_mm_and_si128(_mm_srli_epi64(even, kShift), low),
+                       _mm_andnot_si128(low, _mm_slli_epi64(odd, 32 - kShift)))};
 }
 
 // --- comparison and selection -------------------------------------------------
@@ -428,6 +444,13 @@ inline void store_lane_sums(double* p, Vec<double> a, Vec<double> b, Vec<double>
 // --- rows of four lanes ---------------------------------------------------------
 
 inline void transpose_rows(Vec<float> (&v)[4]) { _MM_TRANSPOSE4_PS(v[0].raw, v[1].raw, v[2].raw, v[3].raw); }
+inline Vec<float> reverse(Vec<float> a) { return {_mm_shuffle_ps(a.raw, a.raw, 0x1B)}; }
+inline Vec<std::int32_t> reverse(Vec<std::int32_t> a) { return {_mm_shuffle_epi32(a.raw, 0x1B)}; }
+inline Vec<std::int32_t> lookup(const std::int32_t (&table)[24], Vec<std::int32_t> index) {
+  std::int32_t lanes[4];
+  store(lanes, index);
+  return {_mm_setr_epi32(table[lanes[0]], table[lanes[1]], table[lanes[2]], table[lanes[3]])};
+}
 inline Vec<float> interleave_rows(Vec<float> a) { return a; }
 
 }  // namespace kivsr::simd

@@ -14,6 +14,9 @@
 //   neg_mul_add(a, b, c)  c - a * b, in the same way
 //   max(a, b), min(a, b)  the SSE rule: b unless a is strictly greater (less), so b for a NaN on either side
 //   reciprocal_estimate, reciprocal_sqrt_estimate   the processor's 12 bits
+//   floor(v)              of doubles below 2^51, whichever rounding mode is in force
+//   product_shifted<n>(a, b, c)   (a b + c) >> n of 32-bit lanes read as unsigned numbers; 0 < n < 32, and the result
+//                         fits 32 bits
 //   multiply_words(a, b)  products of the low 16-bit halves of the lanes, read as signed numbers
 //   products_of_pairs(p, q)   a0 b0 + a1 b1, ... of 2 * width 16-bit elements; only four -32768 wrap, to INT32_MIN
 //   product_error(a, b, p)    a b - p exactly, p the rounded product, where nothing overflows or underflows
@@ -47,6 +50,8 @@
 //   store_lane_sums(p, a, b, c, d)   the four sum_lanes
 //   sum_pairs(a, b)       a0 + a1, a2 + a3, ..., b0 + b1, ...
 //   transpose_rows(v[4])  four by four, in each group of four lanes: lane k + 4 h of v[j] becomes lane j + 4 h of v[k]
+//   reverse(v)            lanes in reverse order, of floats and integers
+//   lookup(table, v)      lane by lane an element of a table of 24 integers
 //   interleave_rows(v)    lane j of group h becomes lane j * groups + h
 //   add_unsigned(sums, x) 64-bit sums plus the lanes of x read as unsigned numbers
 //
