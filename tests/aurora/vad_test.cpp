@@ -18,6 +18,7 @@ struct FloatForm {
   static constexpr auto decide = kivsVADDecision_Aurora_32f;
   static constexpr auto flush = kivsVADFlush_Aurora_32f;
   static constexpr auto size = kivsVADGetBufSize_Aurora_32f;
+  static constexpr double unit = 1;
 };
 struct WordForm {
   using Element = Kiv16s;
@@ -25,6 +26,7 @@ struct WordForm {
   static constexpr auto decide = kivsVADDecision_Aurora_16s;
   static constexpr auto flush = kivsVADFlush_Aurora_16s;
   static constexpr auto size = kivsVADGetBufSize_Aurora_16s;
+  static constexpr double unit = 1024;
 };
 
 template <class Form>
@@ -106,6 +108,57 @@ TYPED_TEST(Vad, FlushDrainsTheHistoryOnce) {
   EXPECT_EQ(TypeParam::flush(&result, nullptr), kivStatusNullPointer);
   EXPECT_EQ(TypeParam::decide(nullptr, nullptr, 0, &result, early.state()), kivStatusNullPointer);
   EXPECT_EQ(result, 7);
+}
+
+// Gains of a Wiener filter: at their floor in digital silence, scattered above it in noise, near 1 in the bands of
+// speech.
+TYPED_TEST(Vad, JudgesTheGainsOfTheWienerFilter) {
+  Random random(11);
+  const auto judge = [&](Detector<TypeParam>& detector, double low, double spread, int bands_of_speech) {
+    std::vector<double> bands(25), gains(64);
+    const auto gain = [&](bool speech) {
+      return std::floor((speech ? 0.9 : low + spread * random.uniform(0, 1)) * TypeParam::unit * 4096) / 4096;
+    };
+    for (int i = 0; i < 25; ++i) bands[static_cast<std::size_t>(i)] = gain(i < bands_of_speech);
+    for (int i = 0; i < 64; ++i) gains[static_cast<std::size_t>(i)] = gain(i < 2 * bands_of_speech);
+    return detector.decide(bands, gains);
+  };
+  const double floor = 0.07943282 / 1.07943282;
+  Detector<TypeParam> silence, noise;
+  for (int c = 1; c <= 200; ++c) {
+    EXPECT_EQ(judge(silence, floor, 0, 0), c <= 10 ? kivVadUndecided : kivVadNoSpeech) << c;
+    EXPECT_EQ(judge(noise, floor, 0.05, 0), c <= 10 ? kivVadUndecided : kivVadNoSpeech) << c;
+  }
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(judge(silence, floor, 0, 12), i < 2 ? kivVadNoSpeech : kivVadSpeech) << i;
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(judge(noise, floor, 0.05, 12), i < 2 ? kivVadNoSpeech : kivVadSpeech) << i;
+
+  // Bands that are no gains: a sum of zero is below the bias of 3, and every frame counts as active.
+  Detector<FloatForm> misused;
+  int speech = 0;
+  for (int c = 0; c < 200; ++c) speech += misused.decide(std::vector<double>(25, 0), std::vector<double>(64, 0)) == 1;
+  EXPECT_EQ(speech, 200 - 10 - 2);
+}
+
+// The result of a call is about the frame of six calls before: the seven frames from there on are what it looks at.
+TYPED_TEST(Vad, DecidesSixCallsLater) {
+  constexpr int kFrames = 80, kFirst = 60;
+  Detector<TypeParam> detector;
+  std::vector<int> results;
+  for (int frame = 1; frame <= kFrames; ++frame) {
+    results.push_back(detector.quiet(frame >= kFirst && frame < kFirst + 3 ? 5 : 0));
+  }
+  for (int i = 0; i < 6; ++i) results.push_back(detector.flush());
+  EXPECT_EQ(detector.flush(), kivVadUndecided);
+  std::vector<int> of_frame(1 + kFrames, kivVadUndecided);  // from frame 1
+  for (int frame = 5; frame <= kFrames; ++frame) {
+    of_frame[static_cast<std::size_t>(frame)] = results[static_cast<std::size_t>(frame + 6 - 1)];
+  }
+  for (int i = 0; i < 10; ++i) EXPECT_EQ(results[static_cast<std::size_t>(i)], kivVadUndecided) << i;
+  for (int frame = 5; frame <= kFrames; ++frame) {
+    // Speech as soon as all three are among the seven, while they all are, and for a short hangover of four more.
+    const bool speech = frame >= kFirst - 4 && frame <= kFirst + 4;
+    EXPECT_EQ(of_frame[static_cast<std::size_t>(frame)], speech ? kivVadSpeech : kivVadNoSpeech) << frame;
+  }
 }
 
 TEST(Vad, BothFormsFindBurstsInNoise) {

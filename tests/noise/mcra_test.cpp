@@ -1,6 +1,7 @@
 // MCRA noise tracking against its recursion and its promises.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "support/accuracy.h"
 #include "support/guarded.h"
 #include "support/random.h"
+#include "support/rounding_modes.h"
 
 namespace kivsr::test {
 namespace {
@@ -114,43 +116,95 @@ TYPED_TEST(Mcra, ConvergesAndFollowsAStep) {
   for (std::size_t k = 0; k < 5; ++k) EXPECT_NEAR(same[k], expected[k], 1e-6 * expected[k]);
 }
 
-TEST(McraForms, FloatMatchesTheRecursionAndTheIntegerForm) {
+// Calls frame(t, power, window ends) for frames of noise with bursts, the flag by the definition of the window.
+template <class Frame>
+void for_frames(std::size_t bins, int window, int frames, Frame frame) {
   Random random(9);
-  for (const int length : {8, 30, 64, 400}) {
+  int counter = 0;
+  for (int t = 0; t < frames; ++t) {
+    std::vector<double> power(bins);
+    for (double& p : power) p = std::round(1e7 * random.uniform(0.2, 2) * (t % 300 < 40 ? 60 : 1));
+    const bool ends = t > 0 && counter == window;
+    frame(t, power, ends);
+    counter = ends ? 1 : counter + 1;
+  }
+}
+
+// Every bin of the float form bit for bit: the recursion, rounded after each operation.
+TEST(McraForms, FloatIsExact) {
+  for (const int length : {8, 14, 30, 64, 400}) {
     const std::size_t bins = static_cast<std::size_t>(length / 2 + 1);
-    Tracker<FloatForm> floats(8000, length, 4);
-    Tracker<WordForm> words(8000, length, 4);
+    Tracker<FloatForm> tracker(8000, length, 4);
     Guarded<Kiv32f> noise(bins);
-    Guarded<Kiv32s> noise32(bins);
-    std::vector<double> s(bins), least(bins), window(bins), presence(bins, 0), estimate(bins);
-    const double as = std::pow(0.8, 0.0625), ap = std::pow(0.2, 0.0625), ad = std::pow(0.7, 0.0625);
-    int counter = 0, near = 0, total = 0;
-    const int window_frames = floats.word<Kiv32s>(5);
-    for (int t = 0; t < 2300; ++t) {
-      std::vector<double> power(bins);
-      for (double& p : power) p = std::round(1e7 * random.uniform(0.2, 2) * (t % 300 < 40 ? 60 : 1));
-      floats.update(power, noise);
-      words.update(power, noise32);
-      const bool ends = t > 0 && counter == window_frames;
+    const float ad = tracker.word<float>(8), ap = tracker.word<float>(9), as = tracker.word<float>(10);
+    std::vector<float> s(bins), least(bins), window(bins), presence(bins, 0), estimate(bins);
+    int present = 0;
+    for_frames(bins, tracker.word<Kiv32s>(5), 2300, [&](int t, const std::vector<double>& power, bool ends) {
+      tracker.update(power, noise);
       for (std::size_t k = 0; k < bins; ++k) {
+        const float x = static_cast<float>(power[k]);
         if (t == 0) {
-          s[k] = least[k] = window[k] = estimate[k] = power[k];
+          s[k] = least[k] = window[k] = estimate[k] = x;
           continue;
         }
-        s[k] = as * s[k] + (1 - as) * power[k];
+        s[k] = as * s[k] + (1 - as) * x;
         least[k] = std::min(ends ? window[k] : least[k], s[k]);
         window[k] = ends ? s[k] : std::min(window[k], s[k]);
         presence[k] = ap * presence[k] + (s[k] > 5 * least[k] ? 1 - ap : 0);
-        const double a = ad + (1 - ad) * presence[k];
-        estimate[k] = a * estimate[k] + (1 - a) * power[k];
-        near += std::abs(10 * std::log10(noise[k] / estimate[k])) < 0.1 &&
-                std::abs(10 * std::log10(noise32[k] / static_cast<double>(noise[k]))) < 0.1;
-        ++total;
+        present += s[k] > 5 * least[k] ? 1 : 0;
+        const float a = ad + (1 - ad) * presence[k];
+        estimate[k] = a * estimate[k] + (1 - a) * x;
       }
-      counter = ends ? 1 : counter + 1;
-    }
-    EXPECT_GT(near, total * 0.999) << length;  // a presence decision on the edge may fall either way
+      expect_exact(noise, estimate, "noise");
+    });
+    EXPECT_GT(present, 1000);
   }
+}
+
+// The integer form: the smoothed power and its minima on integers, presence and noise to nearest. The reference goes on
+// from the tracker's own noise, so that only the rounding of one frame is between them.
+TEST(McraForms, IntegersAreRoundedToNearest) {
+  constexpr Kiv64s kOne = 2147483647;
+  for (const int length : {8, 14, 64, 400}) {
+    const std::size_t bins = static_cast<std::size_t>(length / 2 + 1);
+    Tracker<WordForm> tracker(8000, length, 4);
+    Guarded<Kiv32s> noise(bins);
+    const Kiv64s ad = tracker.word<Kiv32s>(8), ap = tracker.word<Kiv32s>(9), as = tracker.word<Kiv32s>(10);
+    std::vector<Kiv64s> s(bins), least(bins), window(bins), presence(bins, 0);
+    for_frames(bins, tracker.word<Kiv32s>(5), 2300, [&](int t, const std::vector<double>& power, bool ends) {
+      const std::vector<Kiv32s> before = noise.values();
+      tracker.update(power, noise);
+      for (std::size_t k = 0; k < bins; ++k) {
+        const Kiv64s x = static_cast<Kiv64s>(power[k]);
+        if (t == 0) {
+          s[k] = least[k] = window[k] = x;
+          ASSERT_EQ(noise[k], x);
+          continue;
+        }
+        s[k] = (s[k] * as + x * (kOne - as)) / (kOne + 1);
+        least[k] = std::min(ends ? window[k] : least[k], s[k]);
+        window[k] = ends ? s[k] : std::min(window[k], s[k]);
+        const Kiv64s p = presence[k] * ap + (s[k] > 5 * least[k] ? kOne * (kOne - ap) : 0);
+        presence[k] = (p + (kOne + 1) / 2) / (kOne + 1);
+        const long double unit = 2147483648.0L;
+        const long double a = ad + (kOne - ad) * static_cast<long double>(presence[k]) / unit;
+        const long double exact = (before[k] * a + x * (kOne - a)) / unit;
+        ASSERT_NEAR(noise[k], static_cast<double>(exact), 0.501) << "bin " << k << " of frame " << t;
+      }
+    });
+  }
+}
+
+TEST(McraForms, IntegersIgnoreTheCallersRoundingMode) {
+  Random random;
+  const auto frames = random.values<Kiv32s>(5 * 33, 0, 1000000);
+  const auto results = under_rounding_modes([&] {
+    Tracker<WordForm> tracker(8000, 64, 32);
+    std::vector<Kiv32s> noise(33);
+    for (int f = 0; f < 5; ++f) kivsUpdateNoisePSDMCRA_32s_I(frames.data() + 33 * f, tracker.state(), noise.data());
+    return noise;
+  });
+  for (const auto& result : results) EXPECT_EQ(result, results[0]);
 }
 
 TYPED_TEST(Mcra, ChecksInOrder) {
