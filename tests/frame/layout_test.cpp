@@ -36,6 +36,16 @@ TEST(Layout, PartsFillTheBlockFromAnyStart) {
   }
 }
 
+TEST(Layout, AppendedPartsLeaveNoGaps) {
+  Layout layout;
+  EXPECT_EQ(layout.append<char>(5).offset, 0U);
+  EXPECT_EQ(layout.append<float>(2).offset, 5U);
+  EXPECT_EQ(layout.append<char>(1).offset, 13U);
+  EXPECT_EQ(layout.bytes(), 14U);
+  layout.append<double>(kMost / 8);
+  EXPECT_TRUE(layout.overflow());
+}
+
 TEST(Layout, OverflowStays) {
   for (const std::size_t count : {kMost, kMost / 8, kMost / 8 - 4}) {
     Layout layout;

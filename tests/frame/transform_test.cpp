@@ -1,4 +1,4 @@
-// The two loops of the library: every length, any alignment, nothing beyond the arrays.
+// The loops of the library: every length, any alignment, nothing beyond the arrays.
 #include "frame/transform.h"
 
 #include <gtest/gtest.h>
@@ -64,6 +64,32 @@ TYPED_TEST(Transform, EveryLengthAtEitherGuard) {
         Guarded<D> other(b, guard);
         transform<T>(len, add, other.data(), first.data(), other.data());
         expect_exact<D>(other, expected, "in place of the second");
+      }
+    }
+  }
+}
+
+TEST(TransformTogether, ChangesEachElementOnce) {
+  Random random(4);
+  for (int len = 0; len <= 3 * Vec<float>::width + 1; ++len) {
+    const auto n = static_cast<std::size_t>(len);
+    const auto a = random.values<float>(n, -9, 9), b = random.values<float>(n, -9, 9),
+               c = random.values<float>(n, -9, 9);
+    for (const GuardAt guard : {GuardAt::kEnd, GuardAt::kStart}) {
+      const Guarded<float> source(a, guard);
+      Guarded<float> sum(b, guard), difference(c, guard);
+      transform_together<float>(
+          len,
+          [](Vec<float>& x, Vec<float>& y, Vec<float>& z) {
+            z = z - y;
+            y = y + x;
+            x = y;  // of a const array: not stored
+          },
+          source.data(), sum.data(), difference.data());
+      for (std::size_t i = 0; i < n; ++i) {
+        ASSERT_EQ(source[i], a[i]);
+        ASSERT_EQ(sum[i], b[i] + a[i]);
+        ASSERT_EQ(difference[i], c[i] - b[i]);
       }
     }
   }

@@ -106,6 +106,27 @@ TEST(Lanes, WidenAndNarrow) {
 using V = Vec<float>;
 constexpr std::size_t kRows = V::width / 4;
 
+TEST(Lanes, ReverseAndLookup) {
+  using I = simd::Vec<std::int32_t>;
+  std::int32_t table[24], index[I::width];
+  for (int i = 0; i < 24; ++i) table[i] = 1000 * i - 7;
+  for (int first = 0; first < 24; ++first) {
+    float values[I::width];
+    for (int l = 0; l < I::width; ++l) {
+      index[l] = (first + 5 * l) % 24;
+      values[l] = static_cast<float>(index[l]);
+    }
+    const auto found = lanes(simd::lookup(table, vector_of<I>(index)));
+    const auto turned = lanes(reverse(vector_of<I>(index)));
+    const auto turned_floats = lanes(reverse(vector_of<simd::Vec<float>>(values)));
+    for (std::size_t l = 0; l < I::width; ++l) {
+      EXPECT_EQ(found[l], table[index[l]]);
+      EXPECT_EQ(turned[l], index[I::width - 1 - l]);
+      EXPECT_EQ(turned_floats[l], values[I::width - 1 - l]);
+    }
+  }
+}
+
 TEST(Lanes, RowsOfFour) {
   Random random(7);
   V v[4];

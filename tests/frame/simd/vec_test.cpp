@@ -137,6 +137,37 @@ TEST(Vec, ReciprocalEstimatesHaveTwelveBits) {
   EXPECT_EQ(reciprocal_sqrt_estimate(V::zero()).first(), std::numeric_limits<float>::infinity());
 }
 
+TEST(Vec, FloorInEveryRoundingMode) {
+  using V = Vec<double>;
+  std::vector<double> pool = {
+      0.0, -0.0, 0.5, -0.5, 1.0, -1.0, 1e-300, -1e-300, 2251799813685247.5, -2251799813685247.5};
+  for (const double x : edge_values<double>()) {
+    if (std::abs(x) < std::ldexp(1.0, 51)) pool.push_back(x);
+  }
+  const auto results = under_rounding_modes([&] {
+    std::vector<double> floors;
+    for (const double x : pool) floors.push_back(floor(V::broadcast(x)).first());
+    return floors;
+  });
+  for (const auto& floors : results) {
+    for (std::size_t i = 0; i < pool.size(); ++i) EXPECT_EQ(floors[i], std::floor(pool[i])) << pool[i];
+  }
+}
+
+TEST(Vec, ProductsShiftedRight) {
+  expect_lanewise<2, Word>(
+      "23 by 32 bits", [](I a, I b) { return simd::product_shifted<29>(a & I::broadcast(0x7FFFFF), b); },
+      [](Word a, Word b) {
+        return wrapped(static_cast<std::uint32_t>((std::uint64_t{u(a)} & 0x7FFFFF) * u(b) >> 29));
+      });
+  expect_lanewise<2, Word>(
+      "16 by 16 bits, rounded up",
+      [](I a, I b) { return simd::product_shifted<3>(a & I::broadcast(0xFFFF), b & I::broadcast(0xFFFF), 7); },
+      [](Word a, Word b) {
+        return wrapped(static_cast<std::uint32_t>(((u(a) & 0xFFFFULL) * (u(b) & 0xFFFFULL) + 7) >> 3));
+      });
+}
+
 TEST(Vec, IntegerLanes) {
   expect_lanewise<2, Word>(
       "+", [](I a, I b) { return a + b; }, [](Word a, Word b) { return wrapped(u(a) + u(b)); });
