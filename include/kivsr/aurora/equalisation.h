@@ -39,6 +39,8 @@ KIVSR_BEGIN_DECLS
  * @endcode
  * @{ */
 
+/** @name Equalisation
+ * @{ */
 /** Corrects a cepstrum in place and moves the bias.
  * @param[in] pRef len coefficients, the cepstrum of the reference channel
  * @param[in,out] pSrcDst len coefficients of the frame
@@ -50,6 +52,8 @@ KIVSR_API KivStatus kivsBlindEqualization_Aurora_32f(const Kiv32f* pRef, Kiv32f*
                                                      Kiv32f energy);
 KIVSR_API KivStatus kivsBlindEqualization_Aurora_16s(const Kiv16s* pRef, Kiv16s* pSrcDst, Kiv16s* pBias, int len,
                                                      int energy);
+/** @} */
+
 /** @} */
 
 KIVSR_END_DECLS

@@ -57,7 +57,7 @@ KIVSR_BEGIN_DECLS
  * @endcode
  * @{ */
 
-/** @name State
+/** @name Size
  * @{ */
 /** The size of the state, which the caller provides: 64 bytes, aligned to 4. One state serves one stream; calls on
  * different states may run at once.
@@ -65,6 +65,10 @@ KIVSR_BEGIN_DECLS
  * @return kivStatusNullPointer */
 KIVSR_API KivStatus kivsVADGetBufSize_Aurora_32f(int* pSize);
 KIVSR_API KivStatus kivsVADGetBufSize_Aurora_16s(int* pSize);
+/** @} */
+
+/** @name Initialisation
+ * @{ */
 /** Makes the state ready for a new stream. A state serves the form that initialised it, 32f or 16s.
  * @param[out] pState 64 bytes
  * @return kivStatusNullPointer */
