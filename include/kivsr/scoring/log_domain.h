@@ -54,7 +54,7 @@ KIVSR_BEGIN_DECLS
  *
  * The hint selects the evaluation of the 32-bit and the integer forms: kivLogAddHintAc in double precision (error half
  * a unit in the last place and 5e-9), kivLogAddHintSp in single precision (two units in the last place of the larger
- * term, or of 1 if that is larger; about twice as fast), kivLogAddHintFpu in extended precision, last element first.
+ * term, or of 1 if that is larger; two to three times as fast), kivLogAddHintFpu in extended precision, last element first.
  * The 64-bit form evaluates in double precision for all three. With any other hint nothing is computed and the status
  * is kivStatusOk: the floating-point forms leave pSrcDst as it is, the integer forms write back what became of it on
  * the way to single precision and back.
