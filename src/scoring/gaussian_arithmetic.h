@@ -1,6 +1,7 @@
 // Floating-point arithmetics of Gaussian scoring. Drivers: gaussian.h.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <type_traits>
 
@@ -21,6 +22,7 @@ class FloatingArithmetic {
 
   template <class X, class M, class W>
   void distances(S* dst, X x, M m, W w, int len, int rows) const {
+    assert(len >= 1 && rows >= 1);
     int r = 0;
     for (; r + 4 <= rows; r += 4) some_distances<4>(dst + r, x.from(r), m.from(r), w.from(r), len);
     switch (rows - r) {

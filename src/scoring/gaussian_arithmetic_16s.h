@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -44,6 +45,7 @@ class WordArithmetic {
 
   template <class X, class M, class W>
   void distances(float* dst, X x, M m, W w, int len, int rows) const {
+    assert(len >= 1 && rows >= 0);
     constexpr int kAtOnce = V::width;
     int r = 0;
     if (len >= kGroup) {
@@ -186,6 +188,7 @@ class WordArithmetic {
 
   template <class X, class M, class W>
   static V some_distances(X x, M m, W w, int len) {
+    assert(len >= kGroup);
     V sums = V::zero();
     std::ptrdiff_t i = 0;
     for (; i + kGroups <= len; i += kGroups) {
@@ -207,6 +210,7 @@ class WordArithmetic {
   // The last elements of eight, in their order.
   template <class X, class M, class W>
   static V add_rest(V sums, X x, M m, W w, std::ptrdiff_t i, int rest) {
+    assert(i >= 0 && rest >= 1 && rest < kGroup);
     V low[4];
     V high[4];
 #pragma GCC unroll 4

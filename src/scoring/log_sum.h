@@ -10,6 +10,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <limits>
@@ -112,6 +113,7 @@ template <class T>
 inline T exponentials(T* terms, const T* src, int len, T maximum) {
   using V = simd::Vec<T>;
   constexpr int W = V::width;
+  assert(len >= 1 && len <= kBlock);
   alignas(32) T copy[kBlock];
   src = padded(copy, src, len, -std::numeric_limits<T>::infinity());
   const V largest = V::broadcast(maximum);
@@ -130,6 +132,7 @@ template <class T>
 inline T add_block(T sum, const T* terms, int len, T total) {
   using V = simd::Vec<T>;
   constexpr T kFactor = LogSumSet<T>::cut_off_factor;
+  assert(sum > 0 && len >= 1);
   // Terms below the first limit are dropped wherever they stand; terms above the second one nowhere.
   const V dropped_below = V::broadcast(sum * kFactor);
   const V kept_from = V::broadcast((sum + total) * kFactor);
@@ -156,6 +159,7 @@ inline T add_block(T sum, const T* terms, int len, T total) {
 template <class T>
 inline T log_sum(const T* src, std::ptrdiff_t len) {
   using namespace log_sum_detail;
+  assert(len >= 1);
   if (len == 1) return src[0];
   T maximum;
   if (!regular_maximum(src, len, &maximum)) return running_log_sum(src, len);

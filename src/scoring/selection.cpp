@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -70,6 +71,7 @@ class Selection {
   // belong to the first frame, the table to both.
   void add(int first, int frames, int component, int components, const Kiv8u* table, std::ptrdiff_t columns, float* dst,
            std::int32_t* counts) {
+    assert(frames <= kFrames && components <= kComponents && component % 8 == 0);
     const int most = sort(frames, components, table, columns);
     int n = frames;
     while (n > 0 && selected_[order_[n - 1]] == 0) --n;

@@ -191,8 +191,14 @@ TEST(Gaussian16, GaussiansBitForBit) {
            [&](int j, float v, float old) { return log_add_once(score(v, d(j)), old); });
     merged("Add low", vals, kivsLogGaussAddMultiMix_LowScaled_16s32f_D2, kivsLogGaussAddMultiMix_LowScaled_16s32f_D2L,
            [&](int j, float v, float old) { return log_add_once(score(v, d(j, true)), old); });
+  });
+}
 
-    // Mixtures: the log-sum of scores, block behind block.
+// The log-sum of scores, block behind block.
+TEST(Gaussian16, MixturesBitForBit) {
+  for_each_problem([](Problem&& p) {
+    const Kiv16s* const x = p.x.row(0);
+    const auto vals = Random(5).values<float>(static_cast<std::size_t>(p.height), -2e7, 2e7);
     const auto mixture = [&](bool low, bool weighted, auto d2, auto d2l) {
       std::vector<float> scores;
       float sum = 0;

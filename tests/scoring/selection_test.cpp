@@ -1,6 +1,7 @@
 // Mixture scores of selected components, against single scores added one after the other.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <vector>
@@ -51,69 +52,94 @@ class Selection : public ::testing::Test {};
 using Members = ::testing::Types<Floats, Integers>;
 TYPED_TEST_SUITE(Selection, Members);
 
-TYPED_TEST(Selection, AddsTheSelectedComponentsInOrder) {
-  using M = TypeParam;
+// Frames with every component, some, one and none.
+bool selected(int f, int j, int components) {
+  switch (f % 4) {
+    case 0: return true;
+    case 1: return (f * 7 + j * j) % 3 == 0;
+    case 2: return j == f % components;
+    default: return false;
+  }
+}
+
+template <class M>
+struct Problem {
   using E = typename M::E;
+  Problem(int frames_, int components_, int len_, unsigned seed)
+      : frames(frames_),
+        components(components_),
+        len(len_),
+        step(len_ + static_cast<int>(seed % 2)),
+        x(frames, len, step),
+        m(components, len, step),
+        w(components, len, step),
+        vals(static_cast<std::size_t>(components)),
+        sign(static_cast<std::size_t>(frames) * static_cast<std::size_t>((components + 7) / 8)) {
+    Random random(seed);
+    x.fill([&] { return random.value<E>(-M::kRange, M::kRange); });
+    m.fill([&] { return random.value<E>(-M::kRange, M::kRange); });
+    w.fill([&] { return random.value<E>(0, 3); });
+    for (float& v : vals) v = random.value<float>(-9, 9);
+    const int bytes = (components + 7) / 8;
+    for (int f = 0; f < frames; ++f) {
+      Kiv8u* const row = sign.data() + bytes * f;
+      std::fill_n(row, bytes, Kiv8u{0});
+      for (int j = 0; j < bytes * 8; ++j) {  // padding bits are set
+        if (j >= components || selected(f, j, components)) row[j / 8] = static_cast<Kiv8u>(row[j / 8] | 0x80 >> j % 8);
+      }
+    }
+  }
+  // Single scores, added one after the other.
+  float truth(int f, bool weighted) {
+    float sum = kNone;
+    bool first = true;
+    for (int j = 0; j < components; ++j) {
+      if (!selected(f, j, components)) continue;
+      const float val = vals[static_cast<std::size_t>(j)];
+      float s = 0;
+      weighted ? M::call(M::single, x.row(f), m.row(j), w.row(j), len, &s, val)
+               : M::call(M::single_identity, x.row(f), m.row(j), len, &s, val);
+      if (first) sum = s;
+      if (!first) kivsLogAdd_32f(&s, &sum, 1, kivLogAddHintAc);
+      first = false;
+    }
+    return sum;
+  }
+  int frames, components, len, step;
+  GuardedMatrix<E> x, m, w;
+  Guarded<float> vals;
+  Guarded<Kiv8u> sign;
+};
+
+template <class M>
+void expect_truth(Problem<M>& p, bool weighted) {
+  std::vector<float> truth;
+  for (int f = 0; f < p.frames; ++f) truth.push_back(p.truth(f, weighted));
+  Guarded<float> a(truth.size()), b(truth.size());
+  const float* const vals = p.vals.data();
+  const Kiv8u* const sign = p.sign.data();
+  ASSERT_EQ(weighted ? M::call(M::d2, p.x.data(), p.m.data(), p.w.data(), p.step, p.len, vals, sign, p.components,
+                               a.data(), p.frames, kNone)
+                     : M::call(M::identity_d2, p.x.data(), p.m.data(), p.step, p.len, vals, sign, p.components,
+                               a.data(), p.frames, kNone),
+            kivStatusOk);
+  ASSERT_EQ(weighted ? M::call(M::d2l, p.x.const_rows(), p.m.const_rows(), p.w.const_rows(), p.len, vals, sign,
+                               p.components, b.data(), p.frames, kNone)
+                     : M::call(M::identity_d2l, p.x.const_rows(), p.m.const_rows(), p.len, vals, sign, p.components,
+                               b.data(), p.frames, kNone),
+            kivStatusOk);
+  expect_exact(a, truth, "D2");
+  expect_exact(b, truth, "D2L");
+}
+
+TYPED_TEST(Selection, AddsTheSelectedComponentsInOrder) {
   unsigned seed = 1;
   for (const int components : {1, 7, 8, 9, 16, 20, 21, 150}) {
     for (const int frames : {1, 2, 20, 21, 64, 65, 130}) {
       for (const int len : {3, 8, 13}) {
-        Random random(seed++);
-        const int step = len + static_cast<int>(seed % 2);
-        GuardedMatrix<E> x(frames, len, step), m(components, len, step), w(components, len, step);
-        x.fill([&] { return random.value<E>(-M::kRange, M::kRange); });
-        m.fill([&] { return random.value<E>(-M::kRange, M::kRange); });
-        w.fill([&] { return random.value<E>(0, 3); });
-        const Guarded<float> vals(random.values<float>(static_cast<std::size_t>(components), -9, 9));
-        // Frames with every component, some, one and none; padding bits are set.
-        const auto bytes = static_cast<std::size_t>((components + 7) / 8);
-        Guarded<Kiv8u> sign(bytes * static_cast<std::size_t>(frames));
-        const auto selected = [&](int f, int j) {
-          switch (f % 4) {
-            case 0: return true;
-            case 1: return (f * 7 + j * j) % 3 == 0;
-            case 2: return j == f % components;
-            default: return false;
-          }
-        };
-        for (int f = 0; f < frames; ++f) {
-          Kiv8u* const row = sign.data() + bytes * static_cast<std::size_t>(f);
-          for (std::size_t k = 0; k < bytes; ++k) row[k] = 0;
-          for (int j = 0; j < static_cast<int>(bytes) * 8; ++j) {
-            if (j >= components || selected(f, j)) row[j / 8] = static_cast<Kiv8u>(row[j / 8] | 0x80 >> j % 8);
-          }
-        }
-        for (const bool weighted : {true, false}) {
-          std::vector<float> truth;
-          for (int f = 0; f < frames; ++f) {
-            float sum = kNone;
-            bool first = true;
-            for (int j = 0; j < components; ++j) {
-              if (!selected(f, j)) continue;
-              const float val = vals[static_cast<std::size_t>(j)];
-              float s = 0;
-              weighted ? M::call(M::single, x.row(f), m.row(j), w.row(j), len, &s, val)
-                       : M::call(M::single_identity, x.row(f), m.row(j), len, &s, val);
-              if (first) sum = s;
-              if (!first) kivsLogAdd_32f(&s, &sum, 1, kivLogAddHintAc);
-              first = false;
-            }
-            truth.push_back(sum);
-          }
-          Guarded<float> a(truth.size()), b(truth.size());
-          ASSERT_EQ(weighted ? M::call(M::d2, x.data(), m.data(), w.data(), step, len, vals.data(), sign.data(),
-                                       components, a.data(), frames, kNone)
-                             : M::call(M::identity_d2, x.data(), m.data(), step, len, vals.data(), sign.data(),
-                                       components, a.data(), frames, kNone),
-                    kivStatusOk);
-          ASSERT_EQ(weighted ? M::call(M::d2l, x.const_rows(), m.const_rows(), w.const_rows(), len, vals.data(),
-                                       sign.data(), components, b.data(), frames, kNone)
-                             : M::call(M::identity_d2l, x.const_rows(), m.const_rows(), len, vals.data(), sign.data(),
-                                       components, b.data(), frames, kNone),
-                    kivStatusOk);
-          expect_exact(a, truth, "D2");
-          expect_exact(b, truth, "D2L");
-        }
+        Problem<TypeParam> p(frames, components, len, seed++);
+        for (const bool weighted : {true, false}) expect_truth(p, weighted);
+        if (this->HasFatalFailure()) return;
       }
     }
   }
@@ -159,6 +185,11 @@ TYPED_TEST(Selection, FirstFailureWins) {
   EXPECT_EQ(M::call(M::d2, cells, cells, cells, 1, 2, vals, sign, 1, dst, 1, kNone), kivStatusBadStep);
   EXPECT_EQ(M::call(M::identity_d2, cells, cells, 1, 2, vals, sign, 1, dst, 1, kNone), kivStatusBadStep);
   EXPECT_EQ(dst[0], 6.0F);
+  {
+    const AllocationWatch watch;
+    EXPECT_EQ(M::call(M::d2, cells, cells, cells, 2, 2, vals, sign, 1, dst, 1, kNone), kivStatusOk);
+    EXPECT_EQ(AllocationWatch::calls(), 1) << "the counters";
+  }
   expect_survives_failed_allocations([&] {
     dst[0] = 6;
     const KivStatus status = M::call(M::d2, cells, cells, cells, 2, 2, vals, sign, 1, dst, 1, kNone);
