@@ -1,7 +1,9 @@
-// Delta and acceleration coefficients: the exports. The computation is in delta.h.
-#include "delta.h"
-
+// Delta and acceleration coefficients: the exports. Next: delta_windows.h.
 #include "kivsr/frontend/delta.h"
+
+#include "delta_matrix.h"
+#include "delta_stream.h"
+#include "frame/status.h"
 
 namespace kivsr::delta {
 namespace {
