@@ -224,6 +224,23 @@ TEST(DctLifter, ConstantInputHasOnlyAZerothCoefficientAndItIsTheLast) {
   free_state(given_state);
 }
 
+TEST(DctLifter, OfLengthOneWeighsEveryCoefficientAlike) {
+  constexpr int kCoefficients = 40;
+  const std::vector<float> ones(kCoefficients, 2.5F);
+  F* sine_state = nullptr;
+  F* given_state = nullptr;
+  ASSERT_EQ(kivsDCTLifterInitAlloc_C0_32f(&sine_state, kCoefficients, kCoefficients, 1, 2.5F), kivStatusOk);
+  ASSERT_EQ(kivsDCTLifterInitAlloc_MulC0_32f(&given_state, kCoefficients, ones.data(), kCoefficients), kivStatusOk);
+  const auto x = Random(3).values<float>(kCoefficients, -5, 5);
+  std::vector<float> sine(kCoefficients + 1);
+  std::vector<float> given(kCoefficients + 1);
+  kivsDCTLifter_32f(x.data(), sine.data(), sine_state);
+  kivsDCTLifter_32f(x.data(), given.data(), given_state);
+  expect_exact(sine, given);
+  free_state(sine_state);
+  free_state(given_state);
+}
+
 template <class State>
 void check_construction(const std::vector<Variant<State>>& variants) {
   const std::vector<float> lifter(16, 1.0F);

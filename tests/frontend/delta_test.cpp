@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <functional>
 #include <limits>
 #include <string>
@@ -85,68 +87,89 @@ std::vector<StreamingForm<Kiv16s>> streaming_forms(Kiv16s) {
 }
 #undef PARAMETERS
 
-// Reference arithmetic: floats as written; integers in a type that holds every sum and product, rounded once.
-template <class T>
-using Wide = std::conditional_t<std::is_floating_point_v<T>, float, long double>;
+// --- the formulas in double precision --------------------------------------------------------------------------------
 
-float finish(float x, int) { return x; }
-Kiv16s finish(long double x, int scale) {
-  const long double scaled = std::nearbyint(std::ldexp(x, -scale));
-  return static_cast<Kiv16s>(std::clamp(scaled, -32768.0L, 32767.0L));
+// The weight of the frame k later: the slope of a regression line, order 0, or the curvature of a parabola, to six
+// decimals, order 1.
+double weight(int reach, int order, int k) {
+  if (reach != kAurora) return k;
+  return order == 0 ? k / 4.0 : std::round(1e6 * (3 * k * k - 20) / 28) / 1e6;
 }
 
-// The window over x(k); `order` 0 a slope, 1 a curvature.
-template <class N, class X>
-N window(int reach, int order, X x) {
-  if (reach == 1) return x(1) - x(-1);
-  if (reach == 2) {
-    const N e = x(2) - x(-2);
-    return x(1) - x(-1) + e + e;
+// A sum and the sum of the magnitudes of its terms.
+struct Reference {
+  double value = 0;
+  double magnitudes = 0;
+  void add(double term) {
+    value += term;
+    magnitudes += std::abs(term);
   }
-  const float slope[] = {-1, -0.75F, -0.5F, -0.25F, 0, 0.25F, 0.5F, 0.75F, 1};
-  const float curvature[] = {1, 0.25F, -0.285714F, -0.607143F, -0.714286F, -0.607143F, -0.285714F, 0.25F, 1};
-  N sum = 0;
-  for (int k = -4; k <= 4; ++k) sum += x(k) * N((order == 0 ? slope : curvature)[k + 4]);
-  return sum;
+  Reference times(double factor) const { return {value * factor, magnitudes * std::abs(factor)}; }
+};
+
+// terms: how many roundings a float may have seen.
+void expect_value(Kiv32f actual, const Reference& truth, int, int terms, bool, const std::string& what) {
+  ASSERT_TRUE(within_reduction<Kiv32f>(actual, truth.value, truth.magnitudes, static_cast<std::size_t>(terms))) << what;
+}
+// exact: the terms are multiples of 1; otherwise the weights are decimals that no number holds.
+void expect_value(Kiv16s actual, const Reference& truth, int scale, int, bool exact, const std::string& what) {
+  const double scaled = std::clamp(std::ldexp(truth.value, -scale), -32768.0, 32767.0);
+  if (exact) {
+    ASSERT_EQ(actual, std::nearbyint(scaled)) << what;
+  } else {
+    ASSERT_NEAR(actual, scaled, 0.5 + std::ldexp(1e-7 * truth.magnitudes, -scale)) << what;
+  }
 }
 
-// All rows of an utterance of n frames, [static | delta | acceleration] without padding.
 template <class T>
-std::vector<std::vector<T>> expected_rows(const StreamingForm<T>& form, const std::vector<T>& frames,
-                                          const std::vector<T>& val, int width, int scale) {
-  using N = Wide<T>;
-  const int frame_width = form.frame_width(width);
-  const int n = static_cast<int>(frames.size()) / frame_width;
-  std::vector<std::vector<T>> rows(static_cast<std::size_t>(n),
-                                   std::vector<T>(static_cast<std::size_t>(form.blocks() * width)));
-  const auto at = [&](int t, int c) -> T& {
-    return rows[static_cast<std::size_t>(std::clamp(t, 0, n - 1))][static_cast<std::size_t>(c)];
-  };
-  const auto factor = [&](int block, int i) {
-    if (form.per_column) return N(val[static_cast<std::size_t>(block * width + i)]);
-    return form.reach == kAurora ? N(1) : N(val[static_cast<std::size_t>(block * width)]);
+using Rows = std::vector<std::vector<T>>;
+
+// The static of column i: a frame of the nine-frame form ends with c0 and the log energy.
+template <class T>
+Reference static_of(const StreamingForm<T>& form, const T* frame, int i) {
+  Reference r;
+  if (form.reach == kAurora && i == 12) {
+    r.add(frame[12] * 0.6 / 23);
+    r.add(frame[13] * 0.4);
+  } else {
+    r.add(frame[i]);
+  }
+  return r;
+}
+
+// All rows of an utterance: statics by the frames, deltas by the statics and accelerations by the deltas as they are
+// stored.
+template <class T>
+void expect_rows(const Rows<T>& rows, const StreamingForm<T>& form, const std::vector<T>& frames,
+                 const std::vector<T>& val, int width, int scale) {
+  const int n = static_cast<int>(rows.size());
+  const bool scales = form.per_column || form.reach != kAurora;
+  const auto factor = [&](int block, int i) -> double {
+    if (form.per_column) return val[static_cast<std::size_t>(block * width + i)];
+    return scales && block > 0 ? val[static_cast<std::size_t>(block * width)] : 1;
   };
   for (int t = 0; t < n; ++t) {
-    const T* const x = frames.data() + t * frame_width;
-    for (int i = 0; i < width; ++i) {
-      N value = x[i];
-      if (form.reach == kAurora && i == 12) {
-        value = std::is_integral_v<T> ? static_cast<N>((3 * N(x[12]) + 46 * N(x[13])) / 115)
-                                      : static_cast<N>((x[12] * 0.6F) / 23.0F + x[13] * 0.4F);
+    const auto& row = rows[static_cast<std::size_t>(t)];
+    for (int c = 0; c < form.blocks() * width; ++c) {
+      const int block = c / width;
+      const int i = c % width;
+      const std::string what = std::string(form.name) + " width " + std::to_string(width) + " row " +
+                               std::to_string(t) + " column " + std::to_string(c);
+      Reference truth;
+      if (block == 0) {
+        truth = static_of(form, frames.data() + t * form.frame_width(width), i);
+      } else {
+        const int source = block == 2 && form.reach != kAurora ? width : 0;
+        for (int k = -form.reach; k <= form.reach; ++k) {
+          const auto r = static_cast<std::size_t>(std::clamp(t + k, 0, n - 1));
+          truth.add(weight(form.reach, block - 1, k) * rows[r][static_cast<std::size_t>(source + i)]);
+        }
       }
-      at(t, i) = form.per_column ? finish(value * factor(0, i), scale) : finish(value, 0);
+      ASSERT_NO_FATAL_FAILURE(expect_value(row[static_cast<std::size_t>(c)], truth.times(factor(block, i)),
+                                           block > 0 || form.per_column ? scale : 0, 2 * form.reach + 2,
+                                           form.reach != kAurora || block == 0, what));
     }
   }
-  for (int block = 1; block < form.blocks(); ++block) {
-    const int source = block == 2 && form.reach != kAurora ? width : 0;
-    for (int t = 0; t < n; ++t) {
-      for (int i = 0; i < width; ++i) {
-        const N value = window<N>(form.reach, block - 1, [&](int k) { return N(at(t + k, source + i)); });
-        at(t, block * width + i) = finish(value * factor(block, i), scale);
-      }
-    }
-  }
-  return rows;
 }
 
 template <class T>
@@ -169,15 +192,14 @@ TYPED_TEST_SUITE(Deltas, Elements);
 // Runs an utterance in blocks of the given heights, the rows of the destination moved up between the calls as callers
 // do, and returns the last state of every row. The padding of the rows must stay as it was.
 template <class T>
-std::vector<std::vector<T>> run_blocks(const StreamingForm<T>& form, const std::vector<T>& frames,
-                                       const std::vector<T>& val, int width, int scale,
-                                       const std::vector<int>& heights) {
+Rows<T> run_blocks(const StreamingForm<T>& form, const std::vector<T>& frames, const std::vector<T>& val, int width,
+                   int scale, const std::vector<int>& heights) {
   const int frame_width = form.frame_width(width);
   const int columns = form.blocks() * width;
   const int history = form.history();
-  std::vector<std::vector<T>> rows(frames.size() / static_cast<std::size_t>(frame_width));
+  Rows<T> rows(frames.size() / static_cast<std::size_t>(frame_width));
   const Guarded<T> multipliers(std::vector<T>(val.begin(), val.begin() + (form.per_column ? columns : 2 * width + 1)));
-  std::vector<std::vector<T>> kept;
+  Rows<T> kept;
   int done = 0;
   for (std::size_t b = 0; b < heights.size(); ++b) {
     const int height = heights[b];
@@ -209,8 +231,9 @@ TYPED_TEST(Deltas, FollowTheFormulasForEveryCuttingIntoBlocks) {
       const auto frames = this->frames(kFrames * form.frame_width(width));
       const auto val = this->factors(3 * width);
       const int scale = this->random_.integer(-1, 7);
-      const auto expected = expected_rows(form, frames, val, width, scale);
-      std::vector<std::vector<int>> cuttings = {{kFrames}, {kFrames, 0}, {form.history(), kFrames - form.history()}};
+      const auto expected = run_blocks(form, frames, val, width, scale, {kFrames});
+      ASSERT_NO_FATAL_FAILURE(expect_rows(expected, form, frames, val, width, scale));
+      std::vector<std::vector<int>> cuttings = {{kFrames, 0}, {form.history(), kFrames - form.history()}};
       for (int trial = 0; trial < 6; ++trial) {
         std::vector<int> heights = {this->random_.integer(form.history(), kFrames)};
         for (int left = kFrames - heights[0]; left > 0; left -= heights.back()) {
@@ -220,13 +243,8 @@ TYPED_TEST(Deltas, FollowTheFormulasForEveryCuttingIntoBlocks) {
         cuttings.push_back(heights);
       }
       for (const auto& heights : cuttings) {
-        const auto actual = run_blocks(form, frames, val, width, scale, heights);
-        for (int t = 0; t < kFrames; ++t) {
-          const std::string what = std::string(form.name) + " width " + std::to_string(width) + " blocks " +
-                                   std::to_string(heights.size()) + " row " + std::to_string(t);
-          ASSERT_NO_FATAL_FAILURE(expect_exact<T>(actual[static_cast<std::size_t>(t)],
-                                                  expected[static_cast<std::size_t>(t)], what.c_str()));
-        }
+        EXPECT_EQ(run_blocks(form, frames, val, width, scale, heights), expected)
+            << form.name << " width " << width << " blocks " << heights.size();
       }
     }
   }
@@ -242,7 +260,8 @@ TYPED_TEST(Deltas, KeepThePaddingOfTheRowsAndShortUtterances) {
     const int step = form.blocks() * width + 2;
     std::vector<T> matrix(static_cast<std::size_t>(n * step), T{77});
     ASSERT_EQ(form.call(frames.data(), val.data(), width, matrix.data(), step, n, kBegin | kEnd, 0), kivStatusOk);
-    const auto expected = expected_rows(form, frames, val, width, 0);
+    const auto expected = run_blocks(form, frames, val, width, 0, {n});
+    ASSERT_NO_FATAL_FAILURE(expect_rows(expected, form, frames, val, width, 0));
     for (int t = 0; t < n; ++t) {
       auto row = expected[static_cast<std::size_t>(t)];
       row.insert(row.end(), {T{77}, T{77}});
@@ -302,39 +321,61 @@ KivStatus evaluate(T* m, int height, int step, const T* val, bool per_column, in
   }
 }
 
+struct MatrixShape {
+  bool per_column;
+  int reach, height, width;
+  int offset() const { return width % 3; }
+  int columns() const { return offset() + 2 * width; }
+};
+std::vector<MatrixShape> matrix_shapes() {
+  std::vector<MatrixShape> shapes;
+  for (const int reach : {1, 2, 3, 5}) {
+    for (const int height : {2 * reach, 2 * reach + 1, 17}) {
+      for (const int width : {1, 3, 4, 7, 13, 16}) {
+        for (const bool per_column : {false, true}) shapes.push_back({per_column, reach, height, width});
+      }
+    }
+  }
+  return shapes;
+}
+
+// Element (t, c) of the matrix `after` the call by the one `before`: columns that are no deltas stay.
+template <class T>
+void expect_matrix_element(const Rows<T>& before, T after, const MatrixShape& shape, const std::vector<T>& val, int t,
+                           int c) {
+  const std::string what = "reach " + std::to_string(shape.reach) + " row " + std::to_string(t) + " column " +
+                           std::to_string(c) + " of " + std::to_string(shape.columns());
+  const int i = c - shape.offset() - shape.width;
+  if (i < 0) {
+    ASSERT_EQ(after, before[static_cast<std::size_t>(t)][static_cast<std::size_t>(c)]) << what;
+    return;
+  }
+  Reference truth;
+  const auto add = [&](int r, double factor) {
+    truth.add(factor * before[static_cast<std::size_t>(r)][static_cast<std::size_t>(shape.offset() + i)]);
+  };
+  for (int k = 1; k <= shape.reach; ++k) {
+    add(t >= shape.height - shape.reach ? shape.height - 1 : t + k, k);
+    add(t < shape.reach ? 0 : t - k, -k);
+  }
+  const double factor = val[shape.per_column ? static_cast<std::size_t>(i) : 0];
+  expect_value(after, truth.times(factor), shape.reach, 2 * shape.reach + 2, true, what);
+}
+
 TYPED_TEST(Deltas, OfAMatrixReplaceThePastByTheFirstRowAndTheFutureByTheLast) {
   using T = TypeParam;
-  using N = Wide<T>;
-  for (const bool per_column : {false, true}) {
-    for (int reach : {1, 2, 3, 5}) {
-      for (int height : {2 * reach, 2 * reach + 1, 17}) {
-        for (int width : {1, 3, 4, 7, 13, 16}) {
-          const int offset = width % 3;
-          const int step = offset + 2 * width + width % 2;
-          const int scale = reach;
-          GuardedMatrix<T> matrix(height, offset + 2 * width, step);
-          matrix.fill([&] { return this->frames(1)[0]; });
-          const auto val = this->factors(width);
-          auto expected = std::vector<std::vector<T>>();
-          for (int t = 0; t < height; ++t) {
-            expected.emplace_back(matrix.row(t), matrix.row(t) + offset + 2 * width);
-            for (int i = 0; i < width; ++i) {
-              const auto x = [&](int r) { return N(matrix.at(r, offset + i)); };
-              N sum = 0;
-              for (int k = 1; k <= reach; ++k) {
-                sum += static_cast<N>(k) * (x(t >= height - reach ? height - 1 : t + k) - x(t < reach ? 0 : t - k));
-              }
-              expected.back()[static_cast<std::size_t>(offset + width + i)] =
-                  finish(sum * N(val[per_column ? static_cast<std::size_t>(i) : 0]), scale);
-            }
-          }
-          ASSERT_EQ(evaluate(matrix.data(), height, step, val.data(), per_column, width, offset, reach, scale),
-                    kivStatusOk);
-          for (int t = 0; t < height; ++t) {
-            ASSERT_NO_FATAL_FAILURE(expect_exact<T>(std::vector<T>(matrix.row(t), matrix.row(t) + offset + 2 * width),
-                                                    expected[static_cast<std::size_t>(t)]));
-          }
-        }
+  for (const MatrixShape& shape : matrix_shapes()) {
+    GuardedMatrix<T> matrix(shape.height, shape.columns(), shape.columns() + shape.width % 2);
+    matrix.fill([&] { return this->frames(1)[0]; });
+    const auto val = this->factors(shape.width);
+    Rows<T> before;
+    for (int t = 0; t < shape.height; ++t) before.emplace_back(matrix.row(t), matrix.row(t) + shape.columns());
+    ASSERT_EQ(evaluate(matrix.data(), shape.height, static_cast<int>(matrix.step()), val.data(), shape.per_column,
+                       shape.width, shape.offset(), shape.reach, shape.reach),
+              kivStatusOk);
+    for (int t = 0; t < shape.height; ++t) {
+      for (int c = 0; c < shape.columns(); ++c) {
+        ASSERT_NO_FATAL_FAILURE(expect_matrix_element(before, matrix.at(t, c), shape, val, t, c));
       }
     }
   }
@@ -378,6 +419,23 @@ TEST(Deltas16s, RoundToEvenSaturateAndTakeAnyScaleFactor) {
   EXPECT_EQ(deltas(-32768, 16), (std::vector<Kiv16s>{-2, -4, 2, -32768}));
   EXPECT_EQ(deltas(1, std::numeric_limits<int>::max()), (std::vector<Kiv16s>{0, 0, 0, 0}));
   EXPECT_EQ(deltas(1, std::numeric_limits<int>::min()), (std::vector<Kiv16s>{32767, 32767, -32768, 32767}));
+}
+
+// One frame of ones among zeros gives the weights themselves, from the latest frame to the earliest.
+TEST(DeltasAurora, OfAnImpulseAreTheWeights) {
+  std::vector<Kiv32f> frames(12 * 14);
+  std::fill_n(frames.begin() + 5 * 14, 12, 1.0F);
+  std::vector<Kiv32f> rows(12 * 39);
+  ASSERT_EQ(kivsDeltaDelta_Aurora_32f_D2(frames.data(), rows.data(), 39, 12, kBegin | kEnd), kivStatusOk);
+  const auto constant = [](std::uint32_t pattern) { return std::bit_cast<Kiv32f>(pattern); };
+  const Kiv32f a = constant(0xBE92491BU);  // -0.285714
+  const Kiv32f b = constant(0xBF1B6DB9U);  // -0.607143
+  const Kiv32f curvature[] = {1, 0.25F, a, b, constant(0xBF36DB73U), b, a, 0.25F, 1};
+  for (int k = -4; k <= 4; ++k) {
+    const auto row = rows.begin() + (5 - k) * 39;
+    EXPECT_EQ(row[13], static_cast<Kiv32f>(k) / 4) << k;
+    EXPECT_EQ(row[26], curvature[k + 4]) << k;
+  }
 }
 
 TEST(DeltasAurora, OfAConstantVanishUpToTheRoundingOfTheWeights) {

@@ -136,6 +136,53 @@ TYPED_TEST(MelBank, CentresAndWeightsFollowTheirDefinition) {
   }
 }
 
+// Whether each filter of a bank weighs nothing, and that its edges tell.
+std::vector<bool> empty_filters(const Description& d, Kiv32s mode) {
+  KivsFBankState_32f* bank = nullptr;
+  int order = 0;
+  EXPECT_EQ(kivsMelFBankInitAlloc_32f(&bank, &order, d.window, d.sampling, d.low, d.high, d.filters, d.multiplier,
+                                      d.divisor, mode),
+            kivStatusOk);
+  const std::vector<float> flat(static_cast<std::size_t>(1 << order) / 2 + 1, 1.0F);
+  std::vector<float> bands(static_cast<std::size_t>(d.filters));
+  std::vector<Kiv32s> c(bands.size() + 2);
+  EXPECT_EQ(kivsEvalFBank_32f(flat.data(), bands.data(), bank), kivStatusOk);
+  EXPECT_EQ(kivsFBankGetCenters_32f(bank, c.data()), kivStatusOk);
+  EXPECT_EQ(c[0] == 0, mode == KIV_FBANK_MELWEIGHT ? d.low < d.sampling / static_cast<float>(1 << order)
+                                                   : d.low <= 0.5F * d.sampling / static_cast<float>(1 << order));
+  std::vector<bool> empty;
+  for (std::size_t i = 0; i < bands.size(); ++i) {
+    empty.push_back(bands[i] == 0.0F);
+    if (mode == KIV_FBANK_MELWEIGHT) {
+      EXPECT_EQ(empty[i], c[i] == c[i + 2]) << d.window << " filter " << i + 1;
+    }
+  }
+  EXPECT_EQ(kivsFBankFree_32f(bank), kivStatusOk);
+  return empty;
+}
+
+TEST(MelBankFilters, AreEmptyOnlyWhereTwoStepsStayWithinABin) {
+  int with_empty_filters = 0;
+  for (const int window : {32, 64, 128, 256, 512}) {
+    for (const int filters : {5, 20, 23, 40, 60, 80}) {
+      for (const float low : {1.0F, 31.0F, 64.0F, 300.0F}) {
+        const Description d{window, 8000, low, 4000, filters, 1127, 700, 0};
+        const auto empty = empty_filters(d, KIV_FBANK_MELWEIGHT);
+        const bool any = std::find(empty.begin(), empty.end(), true) != empty.end();
+        with_empty_filters += any ? 1 : 0;
+        const double step = (mel(d, d.high) - mel(d, low)) / (filters + 1);
+        const double reach = (low + d.divisor) * (std::exp(2 * step / d.multiplier) - 1);
+        if (reach >= static_cast<double>(d.sampling) / window) {
+          EXPECT_FALSE(any) << window << " " << filters;
+        }
+        const auto never = empty_filters(d, KIV_FBANK_BINWEIGHT);
+        EXPECT_EQ(std::count(never.begin(), never.end(), true), 0);
+      }
+    }
+  }
+  EXPECT_GT(with_empty_filters, 10);
+}
+
 TYPED_TEST(MelBank, DesignIgnoresTheRoundingMode) {
   using A = TypeParam;
   for (const auto& d : kDescriptions) {

@@ -90,6 +90,27 @@ TEST(Reflection, FollowsTheFormulas) {
   }
 }
 
+// An undefined quotient carries the processor's own NaN, whose sign bit is set: wherever it is among the elements, all
+// such NaNs become infinite, the caller's as well.
+TEST(Reflection, NaNsWithTheSignBitSetBecomeInfiniteBesideAnUndefinedQuotient) {
+  const Kiv32f negative = std::copysign(kNan, -1.0F);
+  for (std::size_t n = 4; n < 40; ++n) {
+    std::vector<Kiv32f> k(n, 0.5F);
+    k[1] = kNan;
+    k[2] = negative;
+    std::vector<Kiv32f> ratios(n);
+    EXPECT_EQ(kivsReflectionToAR_32f(k.data(), ratios.data(), static_cast<int>(n)), kivStatusOk);
+    EXPECT_TRUE(std::isnan(ratios[1]) && std::isnan(ratios[2])) << n;
+    for (const Kiv32f undefined : {-1.0F, kInfinity, -kInfinity}) {
+      k[n - 1] = undefined;
+      EXPECT_EQ(kivsReflectionToAR_32f(k.data(), ratios.data(), static_cast<int>(n)), kivStatusDivByZero);
+      EXPECT_TRUE(std::isnan(ratios[1])) << n;
+      EXPECT_EQ(ratios[2], kInfinity) << n;
+      EXPECT_EQ(ratios[n - 1], kInfinity) << n;
+    }
+  }
+}
+
 TEST(Reflection, GivesItsValuesAtTheEdges) {
   const std::vector<Kiv32f> k = {0, 1, -1, 0.5F};
   std::vector<Kiv32f> dst(4);
