@@ -183,7 +183,7 @@ KivStatus init_alloc_weighted(State<T>** result, const Source<T>& source, const 
   if (!std::all_of(weights, end, [](T w) { return w >= T{0}; })) return kivStatusBadArgument;
   Scratch<T> copy(static_cast<std::size_t>(source.width));
   if (!copy) return kivStatusNoMemory;
-  std::copy(weights, end, copy.data());
+  for (int i = 0; i < source.width; ++i) copy[i] = weights[i];
   return make_book(result, source, copy, !std::all_of(weights, end, [](T w) { return w == T{1}; }));
 }
 
