@@ -87,7 +87,7 @@ inline Dst round_saturated(double x) {
 inline simd::Vec<std::int32_t> shift_right_rounded(simd::Vec<std::int32_t> x, int shift) {
   using V = simd::Vec<std::int32_t>;
   const V quotient = simd::shift_right(x, shift);
-  const V rest = x - simd::shift_left(quotient, shift);
+  const V rest = x & V::broadcast(static_cast<std::int32_t>((std::uint32_t{1} << shift) - 1));
   const V half = V::broadcast(static_cast<std::int32_t>(std::uint32_t{1} << (shift - 1)));
   // rest > half, or rest == half and an odd quotient; the mask is -1 where true.
   const V odd = quotient & V::broadcast(1);
@@ -98,6 +98,24 @@ inline simd::Vec<std::int32_t> shift_right_rounded(simd::Vec<std::int32_t> x, in
 inline simd::Vec<std::int32_t> shift_left_for_16_bits(simd::Vec<std::int32_t> x, int shift) {
   using V = simd::Vec<std::int32_t>;
   return simd::shift_left(simd::max(simd::min(x, V::broadcast(32767)), V::broadcast(-32768)), shift);
+}
+
+// The scale-factor rule for exact 32-bit lanes that a store saturates to 16 bits: apply(scale) is called once, scale a
+// function of vectors.
+template <class Apply>
+inline void scale_to_16_bits(int scale_factor, Apply apply) {
+  using V = simd::Vec<std::int32_t>;
+  if (scale_factor > 31) {
+    apply([](V) { return V::zero(); });
+  } else if (scale_factor > 0) {
+    apply([=](V x) { return shift_right_rounded(x, scale_factor); });
+  } else if (scale_factor == 0) {
+    apply([](V x) { return x; });
+  } else {
+    // 15 places take every number but zero to the bounds or beyond.
+    const int shift = -std::max(scale_factor, -15);
+    apply([=](V x) { return shift_left_for_16_bits(x, shift); });
+  }
 }
 
 }  // namespace kivsr

@@ -27,7 +27,7 @@ inline bool same_or_apart(const D* dst, const S* src, std::ptrdiff_t len) {
 // sources may be the destination itself; below one vector every element passes through a broadcast vector.
 // An operation that collects flags must not mind seeing an element twice.
 template <class T, class D, class Op, class... S>
-inline void transform(std::ptrdiff_t len, Op op, D* dst, const S*... src) {
+[[gnu::always_inline]] inline void transform(std::ptrdiff_t len, Op op, D* dst, const S*... src) {
   using V = simd::Vec<T>;
   constexpr std::ptrdiff_t W = V::width;
   assert(len >= 0 && (same_or_apart(dst, src, len) && ...));
@@ -42,13 +42,13 @@ inline void transform(std::ptrdiff_t len, Op op, D* dst, const S*... src) {
   decltype(op(simd::load<T>(src)...)) tail{};
   if (has_tail) tail = op(simd::load<T>(src + last)...);
   std::ptrdiff_t i = 0;
-  for (; i + 4 * W <= len; i += 4 * W) {
+  for (const std::ptrdiff_t end = len & (-4 * W); i != end; i += 4 * W) {
     simd::store(dst + i, op(simd::load<T>(src + i)...));
     simd::store(dst + i + W, op(simd::load<T>(src + i + W)...));
     simd::store(dst + i + 2 * W, op(simd::load<T>(src + i + 2 * W)...));
     simd::store(dst + i + 3 * W, op(simd::load<T>(src + i + 3 * W)...));
   }
-  for (; i + W <= len; i += W) simd::store(dst + i, op(simd::load<T>(src + i)...));
+  for (const std::ptrdiff_t end = len & -W; i != end; i += W) simd::store(dst + i, op(simd::load<T>(src + i)...));
   if (has_tail) simd::store(dst + last, tail);
 }
 
@@ -124,14 +124,15 @@ class RunningSums {
 // turn; a half, a quarter, ... of them for what is left, the last one for less than a vector; then the running vectors
 // folded in halves, and lanes by sum_lanes.
 template <class T, class Term, class... S>
-inline T reduce_sum(std::ptrdiff_t len, Term term, const S*... src) {
+[[gnu::always_inline]] inline T reduce_sum(std::ptrdiff_t len, Term term, const S*... src) {
   constexpr std::ptrdiff_t W = simd::Vec<T>::width;
   constexpr int A = RunningSums<T>::kCount;
   static_assert(A == 4 || A == 8);
   assert(len >= 0);
   RunningSums<T> sums;
   std::ptrdiff_t i = 0;
-  for (; i + A * W <= len; i += A * W) sums.template add<A, 0>(term, src + i...);
+  for (const std::ptrdiff_t end = len & (-A * W); i != end; i += A * W) sums.template add<A, 0>(term, src + i...);
+  if (i == len) return sums.total();
   if constexpr (A == 8) {
     if (((len - i) & (4 * W)) != 0) {
       sums.template add<4, 0>(term, src + i...);

@@ -1,8 +1,6 @@
 // Sums, differences, products and extrema of two vectors: the exports and their one-line operations.
 #include "arithmetic.h"
 
-#include <algorithm>
-
 #include "copy.h"
 #include "frame/scale.h"
 #include "frame/status.h"
@@ -34,27 +32,12 @@ KivStatus multiply_constant_in_place(T val, T* src_dst, int len) {
   return run(first_failure(not_null(src_dst), positive(len)), [&] { scale_in_place(src_dst, val, len); });
 }
 
-// 16-bit products: exact in 32 bits, then the scale-factor rule.
+// Products are exact in 32 bits.
 void multiply_words(Kiv16s* dst, const Kiv16s* a, const Kiv16s* b, int len, int scale_factor) {
-  const auto apply = [&](auto scale) {
+  scale_to_16_bits(scale_factor, [&](auto scale) {
     transform<Kiv32s>(
         len, [&](auto x, auto y) { return scale(simd::multiply_words(x, y)); }, dst, a, b);
-  };
-  if (scale_factor > 30) {
-    zero(dst, len);
-  } else if (scale_factor > 0) {
-    apply([=](auto product) { return shift_right_rounded(product, scale_factor); });
-  } else if (scale_factor == 0) {
-    apply([](auto product) { return product; });
-  } else {
-    // 16 places take every product but zero out of range.
-    const int shift = std::min(-std::max(scale_factor, -16), 15);
-    const bool once_more = scale_factor < -15;
-    apply([=](auto product) {
-      const auto shifted = shift_left_for_16_bits(product, shift);
-      return once_more ? shifted + shifted : shifted;
-    });
-  }
+  });
 }
 
 }  // namespace

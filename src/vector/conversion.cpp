@@ -106,18 +106,12 @@ KivStatus convert_to_integer_checked(const S* src, D* dst, int len, int rounding
              [&] { convert_to_integer(dst, src, len, rounding, scale_factor); });
 }
 
+// Shifts to the right end at 31 places, which leave the sign of large numbers.
 void rescale(Kiv16s* dst, const Kiv32s* src, int len, int scale_factor) {
-  const int shift = std::clamp(scale_factor, -15, 31);
-  if (shift > 0) {
+  scale_to_16_bits(std::min(scale_factor, 31), [&](auto scale) {
     transform<Kiv32s>(
-        len, [=](auto x) { return shift_right_rounded(x, shift); }, dst, src);
-  } else if (shift < 0) {
-    transform<Kiv32s>(
-        len, [=](auto x) { return shift_left_for_16_bits(x, -shift); }, dst, src);
-  } else {
-    transform<Kiv32s>(
-        len, [](auto x) { return x; }, dst, src);
-  }
+        len, [&](auto x) { return scale(x); }, dst, src);
+  });
 }
 
 }  // namespace

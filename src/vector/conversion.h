@@ -11,7 +11,7 @@ namespace kivsr {
 
 // Exact or nearest conversion times 2^-scaleFactor.
 template <class T, class S>
-inline void convert_scaled(T* dst, const S* src, std::ptrdiff_t len, int scale_factor) {
+[[gnu::always_inline]] inline void convert_scaled(T* dst, const S* src, std::ptrdiff_t len, int scale_factor) {
   const auto factor = simd::Vec<T>::broadcast(integer_scale(scale_factor));
   transform<T>(
       len, [=](auto x) { return x * factor; }, dst, src);

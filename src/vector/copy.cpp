@@ -47,8 +47,7 @@ KivStatus kivsCopy_32f(const Kiv32f* pSrc, Kiv32f* pDst, int len) { return copy_
 KivStatus kivsCopy_64f(const Kiv64f* pSrc, Kiv64f* pDst, int len) { return copy_checked(pSrc, pDst, len); }
 
 KivStatus kivsMove_32f(const Kiv32f* pSrc, Kiv32f* pDst, int len) {
-  return run(first_failure(not_null(pSrc, pDst), positive(len)),
-             [&] { std::memmove(pDst, pSrc, static_cast<std::size_t>(len) * sizeof(Kiv32f)); });
+  return run(first_failure(not_null(pSrc, pDst), positive(len)), [&] { move(pDst, pSrc, len); });
 }
 
 KivStatus kivsSet_8u(Kiv8u val, Kiv8u* pDst, int len) { return fill(val, pDst, len); }

@@ -1,4 +1,4 @@
-// Copies and fills of arrays that do not overlap. Exports: copy.cpp.
+// Copies and fills. Exports: copy.cpp.
 #pragma once
 
 #include <cstddef>
@@ -6,9 +6,16 @@
 
 namespace kivsr {
 
+// The arrays do not overlap.
 template <class T>
 inline void copy(T* dst, const T* src, std::ptrdiff_t len) {
   std::memcpy(dst, src, static_cast<std::size_t>(len) * sizeof(T));
+}
+
+// The arrays may overlap. In place nothing is written: the memory may be read-only, or shared with readers.
+template <class T>
+inline void move(T* dst, const T* src, std::ptrdiff_t len) {
+  if (dst != src) std::memmove(dst, src, static_cast<std::size_t>(len) * sizeof(T));
 }
 
 template <class T>

@@ -1,6 +1,5 @@
 // Entropies.
 #include <algorithm>
-#include <cmath>
 #include <limits>
 
 #include "frame/constants.h"
@@ -64,7 +63,7 @@ KivStatus entropy(const Kiv16s* src, std::ptrdiff_t len, Kiv32s* result, int sca
     }
     if (src[i] > 0) total += src[i] * binary_log(src[i] / kOne);
   }
-  *result = round_saturated<Kiv32s>(std::ldexp(total / kOne, -std::clamp(scale_factor, -1000, 1000)));
+  *result = round_saturated<Kiv32s>(total / kOne * double_scale(scale_factor));
   return kivStatusOk;
 }
 

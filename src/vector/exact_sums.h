@@ -9,20 +9,22 @@
 
 namespace kivsr {
 
-// The sum of the lanes of vectors(0), vectors(1), ... vectors(count - 1). Lanes x + bias are taken as unsigned numbers;
-// the biases come off at the end.
-template <class Vectors>
-inline std::int64_t sum_lanes_exactly(std::ptrdiff_t count, Kiv32u bias, Vectors vectors) {
+// The sum of the lanes of vectors(i) for i = 0, kElements, 2 kElements, ... of the whole groups of kElements in len.
+// Lanes x + bias are taken as unsigned numbers; the biases come off at the end.
+template <std::ptrdiff_t kElements, class Vectors>
+inline std::int64_t sum_lanes_exactly(std::ptrdiff_t len, Kiv32u bias, Vectors vectors) {
+  constexpr std::ptrdiff_t kElementsInLane = kElements / simd::Vec<Kiv32s>::width;
   const auto offset = simd::Vec<Kiv32s>::broadcast(static_cast<Kiv32s>(bias));
+  const std::ptrdiff_t whole = len & -kElements;
   auto even = simd::Vec<std::int64_t>::zero();
   auto odd = even;
   std::ptrdiff_t i = 0;
-  for (; i + 2 <= count; i += 2) {
+  for (const std::ptrdiff_t end = len & (-2 * kElements); i != end; i += 2 * kElements) {
     even = add_unsigned(even, vectors(i) + offset);
-    odd = add_unsigned(odd, vectors(i + 1) + offset);
+    odd = add_unsigned(odd, vectors(i + kElements) + offset);
   }
-  if (i < count) even = add_unsigned(even, vectors(i) + offset);
-  const auto biases = static_cast<std::uint64_t>(count * simd::Vec<Kiv32s>::width) * bias;
+  if (i != whole) even = add_unsigned(even, vectors(i) + offset);
+  const auto biases = static_cast<std::uint64_t>(whole) / kElementsInLane * bias;
   return static_cast<std::int64_t>(static_cast<std::uint64_t>(sum_lanes(even + odd)) - biases);
 }
 

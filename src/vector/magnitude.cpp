@@ -45,7 +45,7 @@ std::uint64_t integer_root(std::uint64_t n) {
   return root;
 }
 
-// sqrt(re^2 + im^2) 2^-scaleFactor, -32 <= scaleFactor <= 33, decided on integers.
+// sqrt(re^2 + im^2) 2^-scaleFactor, decided on integers.
 Kiv32s exact_magnitude(Kiv32sc z, int scale_factor) {
   const auto square = [](std::int64_t x) { return static_cast<std::uint64_t>(x * x); };
   std::uint64_t n = square(z.re) + square(z.im);  // at most 2^63
@@ -100,8 +100,7 @@ void magnitude(float* dst, const Kiv32fc* src, std::ptrdiff_t len) {
 void magnitude(Kiv32s* dst, const Kiv32sc* src, std::ptrdiff_t len, int scale_factor) {
   using V = Vec<double>;
   const NearestRounding nearest;
-  const int sf = std::clamp(scale_factor, -32, 33);
-  const V factor = V::broadcast(power_of_two_64(-sf));
+  const V factor = V::broadcast(double_scale(scale_factor));
   const V limit = V::broadcast(std::numeric_limits<Kiv32s>::max());
   const V to_integers = V::broadcast(6755399441055744.0);  // 1.5 2^52
   // A result in range is off by less than 2^-20 before rounding: only those near the middle of two integers are in
@@ -121,7 +120,7 @@ void magnitude(Kiv32s* dst, const Kiv32sc* src, std::ptrdiff_t len, int scale_fa
     simd::store(parts + V::width, second);
     for (int k = 0; k < V::width; ++k) {
       const Kiv32sc z = {static_cast<Kiv32s>(parts[2 * k]), static_cast<Kiv32s>(parts[2 * k + 1])};
-      if (((doubtful >> k) & 1) != 0) to[k] = exact_magnitude(z, sf);
+      if (((doubtful >> k) & 1) != 0) to[k] = exact_magnitude(z, scale_factor);
     }
   });
 }

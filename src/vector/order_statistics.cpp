@@ -36,11 +36,10 @@ template <class T>
 KivStatus nth_maximum(const T* src, int len, int place, T* result) {
   const bool inside = place >= 0 && place < len;
   return run(first_failure(not_null(src, result), positive(len), require(inside, kivStatusBadArgument)), [&] {
-    T* const work = allocate<T>(static_cast<std::size_t>(len));
-    if (work == nullptr) return kivStatusNoMemory;
-    copy(work, src, len);
-    *result = select_descending(work, work + len, place);
-    release(work);
+    Scratch<T> work(static_cast<std::size_t>(len));
+    if (!work) return kivStatusNoMemory;
+    copy(work.data(), src, len);
+    *result = select_descending(work.data(), work.data() + len, place);
     return kivStatusOk;
   });
 }

@@ -41,22 +41,11 @@ KivStatus normalize_scaled(Rows rows, int height, const Kiv16s* mean, const Kiv1
                            int scale_factor) {
   return run(matrix_checks(rows, height, width, mean, factor), [&] {
     // |x - m| * |f| <= 65535 * 32768 fits 32 bits, and so do the two products of 16-bit words that make it.
-    const auto apply = [&](auto scale) {
+    scale_to_16_bits(scale_factor, [&](auto scale) {
       transform_rows<Kiv32s>(
           rows, height, width,
           [&](auto x, auto m, auto f) { return scale(multiply_words(x, f) - multiply_words(m, f)); }, mean, factor);
-    };
-    if (scale_factor > 31) {
-      apply([](auto) { return Vec<Kiv32s>::zero(); });
-    } else if (scale_factor > 0) {
-      apply([=](auto product) { return shift_right_rounded(product, scale_factor); });
-    } else if (scale_factor == 0) {
-      apply([](auto product) { return product; });
-    } else {
-      // 15 places take every product but zero to the bounds or beyond.
-      const int shift = -std::max(scale_factor, -15);
-      apply([=](auto product) { return shift_left_for_16_bits(product, shift); });
-    }
+    });
   });
 }
 

@@ -13,8 +13,8 @@ template <class S>
 std::int64_t sum_integers(const S* src, std::ptrdiff_t len) {
   constexpr std::ptrdiff_t W = simd::Vec<Kiv32s>::width;
   std::int64_t total =
-      sum_lanes_exactly(len / W, 0x80000000, [=](std::ptrdiff_t i) { return simd::load<Kiv32s>(src + i * W); });
-  for (std::ptrdiff_t i = len - len % W; i < len; ++i) total += src[i];
+      sum_lanes_exactly<W>(len, 0x80000000, [=](std::ptrdiff_t i) { return simd::load<Kiv32s>(src + i); });
+  for (std::ptrdiff_t i = len & -W; i < len; ++i) total += src[i];
   return total;
 }
 

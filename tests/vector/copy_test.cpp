@@ -1,5 +1,7 @@
 // Copies, moves and fills.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <vector>
@@ -44,6 +46,17 @@ TEST(Copies, MoveIsCorrectForOverlappingArrays) {
       ASSERT_EQ(data, expected);
     }
   }
+}
+
+TEST(Copies, MoveInPlaceWritesNothing) {
+  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  void* const memory = mmap(nullptr, page, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(memory, MAP_FAILED);
+  float* const read_only = static_cast<float*>(memory);
+  for (int n : {1, 7, 64, static_cast<int>(page / sizeof(float))}) {
+    EXPECT_EQ(kivsMove_32f(read_only, read_only, n), kivStatusOk);
+  }
+  munmap(memory, page);
 }
 
 TEST(Copies, ChecksNullPointersThenSizes) {

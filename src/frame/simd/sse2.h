@@ -294,6 +294,25 @@ inline Vec<double> select(Mask<double> m, Vec<double> a, Vec<double> b) {
 inline Vec<std::int32_t> select(Mask<std::int32_t> m, Vec<std::int32_t> a, Vec<std::int32_t> b) {
   return {_mm_or_si128(_mm_and_si128(m.raw, a.raw), _mm_andnot_si128(m.raw, b.raw))};
 }
+
+// n (r (1 + e + e^2)) with r the estimate of 1/d and e = 1 - d r. Where r is zero, infinite or NaN (zero, subnormal,
+// huge and infinite divisors) e is not finite or not small and the lane is divided exactly. The correction multiplies
+// r, not n r, which may overflow where the quotient does not.
+inline bool quotients(Vec<float> n, Vec<float> d, Vec<float>* q) {
+  const Vec<float> one = Vec<float>::broadcast(1.0F);
+  const Vec<float> r = reciprocal_estimate(d);
+  const Vec<float> e = one - d * r;
+  const Vec<float> e2 = e * e;
+  *q = n * (r * (one + e + e2));
+  const Mask<float> regular = e2 < Vec<float>::broadcast(0.25F);
+  if (bit_mask(regular) == 0xF) [[likely]] {
+    return true;
+  }
+  const bool zero_met = bit_mask(d == Vec<float>::zero()) != 0;
+  *q = zero_met ? n / d : select(regular, *q, n / d);
+  return !zero_met;
+}
+
 // v where the mask is true, zero elsewhere.
 inline Vec<float> keep_where(Mask<float> m, Vec<float> v) { return {_mm_and_ps(m.raw, v.raw)}; }
 inline Vec<double> keep_where(Mask<double> m, Vec<double> v) { return {_mm_and_pd(m.raw, v.raw)}; }

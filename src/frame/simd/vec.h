@@ -17,6 +17,9 @@
 //   floor(v)              of doubles below 2^51, whichever rounding mode is in force
 //   product_shifted<n>(a, b, c)   (a b + c) >> n of 32-bit lanes read as unsigned numbers; 0 < n < 32, and the result
 //                         fits 32 bits
+//   quotients(n, d, &q)   n / d; false if a divisor is zero. Exact, but for floats in the baseline, which correct the
+//                         estimate of 1/d once; lanes whose estimate is of no use are exact there, and so is a group of
+//                         four with a zero divisor
 //   multiply_words(a, b)  products of the low 16-bit halves of the lanes, read as signed numbers
 //   products_of_pairs(p, q)   a0 b0 + a1 b1, ... of 2 * width 16-bit elements; only four -32768 wrap, to INT32_MIN
 //   product_error(a, b, p)    a b - p exactly, p the rounded product, where nothing overflows or underflows
@@ -107,6 +110,13 @@ inline bool any(Mask<T> m) {
 template <class T>
 inline bool all(Mask<T> m) {
   return bit_mask(m) == (1U << Vec<T>::width) - 1;
+}
+
+// Exact; a backend may overload it.
+template <class T>
+inline bool quotients(Vec<T> n, Vec<T> d, Vec<T>* q) {
+  *q = n / d;
+  return !any(d == Vec<T>::zero());
 }
 
 }  // namespace kivsr::simd
