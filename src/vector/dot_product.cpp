@@ -38,7 +38,7 @@ KivStatus kivsDotProd_16s32f(const Kiv16s* pSrc1, const Kiv16s* pSrc2, int len, 
   return product(pSrc1, pSrc2, len, pDp, [](auto... of) { return exact_dot_product(of...); });
 }
 
-KivStatus kivsDotProdColumn_64f_D2L(const Kiv64f** ppSrc, int column1, int column2, int height, Kiv64f* pDp) {
+KivStatus kivsDotProdColumn_64f_D2L(const Kiv64f* const* ppSrc, int column1, int column2, int height, Kiv64f* pDp) {
   const bool columns = column1 >= 0 && column2 >= 0;
   return run(first_failure(not_null(ppSrc, pDp), positive(height), require(columns, kivStatusBadArgument)), [&] {
     double total = 0.0;

@@ -41,7 +41,7 @@ KivStatus row_sum(const double* src, int len, double* result, Term term) {
 
 // Sum over the rows of term(element of the column), in the order of the rows.
 template <class Term>
-KivStatus column_sum(const double** rows, int column, int height, double* result, Term term) {
+KivStatus column_sum(const double* const* rows, int column, int height, double* result, Term term) {
   return run(first_failure(not_null(rows, result), positive(height), require(column >= 0, kivStatusBadArgument)), [&] {
     double total = 0.0;
     for (int r = 0; r < height; ++r) total += term(rows[r][column]);
@@ -71,10 +71,10 @@ KivStatus kivsSumRowAbs_64f(const Kiv64f* pSrc, int len, Kiv64f* pSum) {
 KivStatus kivsSumRowSqr_64f(const Kiv64f* pSrc, int len, Kiv64f* pSum) {
   return row_sum(pSrc, len, pSum, [](auto x) { return x * x; });
 }
-KivStatus kivsSumColumnAbs_64f_D2L(const Kiv64f** ppSrc, int column, int height, Kiv64f* pSum) {
+KivStatus kivsSumColumnAbs_64f_D2L(const Kiv64f* const* ppSrc, int column, int height, Kiv64f* pSum) {
   return column_sum(ppSrc, column, height, pSum, [](double x) { return x < 0.0 ? -x : x; });
 }
-KivStatus kivsSumColumnSqr_64f_D2L(const Kiv64f** ppSrc, int column, int height, Kiv64f* pSum) {
+KivStatus kivsSumColumnSqr_64f_D2L(const Kiv64f* const* ppSrc, int column, int height, Kiv64f* pSum) {
   return column_sum(ppSrc, column, height, pSum, [](double x) { return x * x; });
 }
 }
