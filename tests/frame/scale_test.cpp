@@ -107,5 +107,16 @@ TEST(Scale, LanesRoundAndShiftAsOneElementDoes) {
   }
 }
 
+TEST(Scale, LanesScaledTo16Bits) {
+  using V = simd::Vec<Word>;
+  for (const int scale : {INT_MIN, -40, -16, -15, -14, -1, 0, 1, 2, 15, 16, 30, 31, 32, 33, INT_MAX}) {
+    scale_to_16_bits(scale, [&](auto scale_lanes) {
+      expect_lanewise<1, Word>(
+          "scale_to_16_bits", [&](V x) { return max(min(scale_lanes(x), V::broadcast(32767)), V::broadcast(-32768)); },
+          [&](Word x) { return Word{scaled<std::int16_t>(x, scale)}; });
+    });
+  }
+}
+
 }  // namespace
 }  // namespace kivsr::test

@@ -118,6 +118,42 @@ TYPED_TEST(FloatLanes, AnyAndAll) {
   }
 }
 
+// Exact, but for floats where the estimate of the reciprocal is corrected; then a unit of the smallest subnormal too.
+template <class T>
+bool is_quotient(T actual, T n, T d) {
+#if !defined(__AVX2__)
+  if (sizeof(T) == sizeof(float) && std::isfinite(n / d)) {
+    return std::abs(actual - n / d) <= kCorrectedTolerance * std::abs(n / d) + std::numeric_limits<T>::denorm_min();
+  }
+#endif
+  return same_bits(actual, n / d);
+}
+
+TYPED_TEST(FloatLanes, QuotientsTellOfZeroDivisors) {
+  using T = TypeParam;
+  using V = Vec<T>;
+  const std::vector<T> values = edge_values<T>();
+  for (const T n : values) {
+    for (const T d : values) {
+      V divisors = V::broadcast(d);
+      V q;
+      ASSERT_EQ(quotients(V::broadcast(n), divisors, &q), d != 0);
+      if (d != 0) {
+        ASSERT_TRUE(is_quotient(q.first(), n, d)) << q.first() << " in place of " << n << " / " << d;
+      }
+      // One zero among the divisors: all of its group are exact.
+      T with_zero[V::width];
+      store(with_zero, divisors);
+      with_zero[1] = 0;
+      divisors = simd::load<T>(with_zero);
+      ASSERT_FALSE(quotients(V::broadcast(n), divisors, &q));
+      if (d != 0) {
+        ASSERT_TRUE(same_bits(q.first(), n / d));
+      }
+    }
+  }
+}
+
 TEST(Vec, ReciprocalEstimatesHaveTwelveBits) {
   using V = Vec<float>;
   for (const float x : edge_values<float>()) {
