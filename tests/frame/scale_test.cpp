@@ -84,11 +84,14 @@ TEST(Scale, PowersOfTwo) {
 TEST(Scale, FactorsOfScaleFactors) {
   for (int scale = -1200; scale <= 1200; ++scale) {
     EXPECT_EQ(single_scale(scale), std::ldexp(1.0F, -scale)) << scale;
+    EXPECT_EQ(full_double_scale(scale), std::ldexp(1.0, -scale)) << scale;
     EXPECT_EQ(integer_scale(scale), std::ldexp(1.0F, std::clamp(-scale, -126, 112))) << scale;
     EXPECT_EQ(double_scale(scale), std::ldexp(1.0, std::clamp(-scale, -1000, 1000))) << scale;
   }
   EXPECT_EQ(single_scale(INT_MAX), 0.0F);
   EXPECT_EQ(single_scale(INT_MIN), std::numeric_limits<float>::infinity());
+  EXPECT_EQ(full_double_scale(INT_MAX), 0.0);
+  EXPECT_EQ(full_double_scale(INT_MIN), std::numeric_limits<double>::infinity());
   EXPECT_EQ(integer_scale(INT_MIN), std::ldexp(1.0F, 112));
   EXPECT_EQ(double_scale(INT_MAX), std::ldexp(1.0, -1000));
 }
