@@ -20,7 +20,7 @@ struct Range {
 };
 
 float element(const Tiles& all, std::ptrdiff_t i, int j) {
-  return lane(const_cast<float*>(all.values), all.width, i)[static_cast<std::ptrdiff_t>(j) * kLanes];
+  return lane(all.values, all.width, i)[static_cast<std::ptrdiff_t>(j) * kLanes];
 }
 
 Range range_of(const Tiles& all, int j) {
@@ -104,29 +104,35 @@ class CellCandidates {
   const Grid& grid_;
 };
 
-// Places the lists: interior cells hold their candidates, unless those are most of the book; outer cells stay empty.
-bool build_lists(const Tiles& all, Grid layout_of_cells, Kiv32s* sizes, Grid** grid) {
-  const CellCandidates candidates(all, layout_of_cells);
-  const int columns = layout_of_cells.axes[0].cells;
-  const int rows = layout_of_cells.width == 1 ? 1 : layout_of_cells.axes[1].cells;
-  const int step = layout_of_cells.width == 1 ? 1 : rows + 2;
-  const int first = layout_of_cells.width == 1 ? 0 : 1;
-  const std::ptrdiff_t lists = static_cast<std::ptrdiff_t>(columns + 2) * step;
-  const auto list_of = [&](int column, int row) {
-    return static_cast<std::ptrdiff_t>(column + 1) * step + row + first;
-  };
+// The interior cells of a grid: visit(column, row, place of the list).
+template <class Visit>
+void each_cell(const Grid& grid, Visit visit) {
+  const bool line = grid.width == 1;
+  const int rows = line ? 1 : grid.axes[1].cells;
+  const std::ptrdiff_t step = line ? 1 : rows + 2;
+  const int first = line ? 0 : 1;
+  for (int column = 0; column < grid.axes[0].cells; ++column) {
+    for (int row = 0; row < rows; ++row) visit(column, row, (column + 1) * step + row + first);
+  }
+}
 
+std::ptrdiff_t lists_of(const Grid& grid) {
+  const std::ptrdiff_t columns = grid.axes[0].cells + 2;
+  return grid.width == 1 ? columns : columns * (grid.axes[1].cells + 2);
+}
+
+// Places the lists: interior cells hold their candidates, unless those are most of the book; outer cells stay empty.
+bool build_lists(const Tiles& all, const Grid& cells, Kiv32s* sizes, Grid** grid) {
+  const CellCandidates candidates(all, cells);
+  const std::ptrdiff_t lists = lists_of(cells);
   std::fill_n(sizes, lists, 0);
   std::ptrdiff_t tiles = 0;
-  for (int column = 0; column < columns; ++column) {
-    for (int row = 0; row < rows; ++row) {
-      Kiv32s size = 0;
-      candidates.each(column, row, [&size](int) { ++size; });
-      if (size > all.count / 2) size = 0;
-      sizes[list_of(column, row)] = size;
-      tiles += tiles_of(size);
-    }
-  }
+  each_cell(cells, [&](int column, int row, std::ptrdiff_t k) {
+    Kiv32s size = 0;
+    candidates.each(column, row, [&size](int) { ++size; });
+    sizes[k] = size > all.count / 2 ? 0 : size;
+    tiles += tiles_of(sizes[k]);
+  });
 
   Layout layout;
   const auto header = layout.add<Grid>(1);
@@ -134,67 +140,71 @@ bool build_lists(const Tiles& all, Grid layout_of_cells, Kiv32s* sizes, Grid** g
   void* const block = layout.overflow() ? nullptr : allocate_bytes(layout.bytes());
   if (block == nullptr) return false;
   Grid* const result = header.in(block);
-  *result = layout_of_cells;
+  *result = cells;
   result->lists = parts.in(block);
-  std::copy_n(sizes, lists, result->lists.sizes);
-  Kiv32s tile = 0;
-  for (std::ptrdiff_t k = 0; k < lists; ++k) {
-    result->lists.first_tile[k] = tile;
-    tile += static_cast<Kiv32s>(tiles_of(sizes[k]));
-  }
-  for (int column = 0; column < columns; ++column) {
-    for (int row = 0; row < rows; ++row) {
-      const std::ptrdiff_t k = list_of(column, row);
-      if (sizes[k] == 0) continue;
-      int n = 0;
-      candidates.each(column, row, [&](int i) { result->lists.set(all, k, n++, i); });
-      result->lists.finish(all, k);
-    }
-  }
+  result->lists.set_sizes(sizes, lists);
+  each_cell(cells, [&](int column, int row, std::ptrdiff_t k) {
+    if (sizes[k] == 0) return;
+    int n = 0;
+    candidates.each(column, row, [&](int i) { result->lists.set(all, k, n++, i); });
+    result->lists.finish(all, k);
+  });
   *grid = result;
   return true;
+}
+
+// The grid of the first choice of cells; false if the codewords allow none.
+bool first_cells(const Tiles& all, Range* ranges, Grid& grid) {
+  grid = {};
+  grid.width = all.width;
+  ranges[0] = range_of(all, 0);
+  ranges[1] = all.width == 2 ? range_of(all, 1) : Range{0.0F, 1.0F};
+  grid.axes[0] = axis_of(ranges[0], kFirstCells);
+  grid.axes[1] = axis_of(ranges[1], all.width == 2 ? kFirstCells : 1);
+  for (int j = 0; j < all.width; ++j) {
+    const GridAxis& axis = grid.axes[j];
+    const bool usable = std::isfinite(ranges[j].high - ranges[j].low) && std::isfinite(axis.cell_width) &&
+                        std::isfinite(axis.lower) && axis.cell_width > 0.0F;
+    if (!usable) return false;
+  }
+  return true;
+}
+
+// One more cell along one axis, the better one. Returns the occupancy, infinite where no list is left for it.
+double add_cells(const Tiles& all, const Range* ranges, Grid& grid, Kiv32s* counts) {
+  const Grid before = grid;
+  double least_measure = std::numeric_limits<double>::infinity();
+  for (int j = 0; j < all.width; ++j) {
+    Grid candidate = before;
+    candidate.axes[j] = axis_of(ranges[j], before.axes[j].cells + 1);
+    if ((candidate.axes[0].cells + 2) * (candidate.axes[1].cells + 2) > kMostLists) continue;
+    const double m = occupancy(all, candidate, counts);
+    if (j == 0 || tolerant_less(m, least_measure)) {
+      least_measure = m;
+      grid = candidate;
+    }
+  }
+  return least_measure;
 }
 
 }  // namespace
 
 bool build_grid(const Tiles& all, Grid** grid) {
   if (all.width > 2 || all.count < kLeastVectors) return true;
-  const int width = all.width;
-  Range ranges[2] = {range_of(all, 0), {0.0F, 1.0F}};
-  if (width == 2) ranges[1] = range_of(all, 1);
-  Grid chosen{};
-  chosen.width = width;
-  chosen.axes[0] = axis_of(ranges[0], kFirstCells);
-  chosen.axes[1] = axis_of(ranges[1], width == 2 ? kFirstCells : 1);
-  for (int j = 0; j < width; ++j) {
-    const GridAxis& axis = chosen.axes[j];
-    const bool usable = std::isfinite(ranges[j].high - ranges[j].low) && std::isfinite(axis.cell_width) &&
-                        std::isfinite(axis.lower) && axis.cell_width > 0.0F;
-    if (!usable) return true;
-  }
-
+  Range ranges[2];
+  Grid chosen;
+  if (!first_cells(all, ranges, chosen)) return true;
   // Cells are added while that lowers the measure by more than 5 %: 20 to 60 an axis.
   Kiv32s counts[kMostLists];
-  const auto lists_of = [](const Grid& g) { return (g.axes[0].cells + 2) * (g.axes[1].cells + 2); };
   double measure = occupancy(all, chosen, counts);
   for (;;) {
-    Grid best = chosen;
-    double least_measure = std::numeric_limits<double>::infinity();
-    for (int j = 0; j < width; ++j) {
-      Grid candidate = chosen;
-      candidate.axes[j] = axis_of(ranges[j], chosen.axes[j].cells + 1);
-      if (lists_of(candidate) > kMostLists) continue;
-      const double m = occupancy(all, candidate, counts);
-      if (j == 0 || tolerant_less(m, least_measure)) {
-        least_measure = m;
-        best = candidate;
-      }
-    }
-    if (!(measure - least_measure > 0.05 * measure)) break;
-    chosen = best;
-    measure = least_measure;
+    Grid next = chosen;
+    const double next_measure = add_cells(all, ranges, next, counts);
+    if (!(measure - next_measure > 0.05 * measure)) break;
+    chosen = next;
+    measure = next_measure;
   }
-  const double limit = all.count / (width == 1 ? 5.0 : 10.0);
+  const double limit = all.count / (all.width == 1 ? 5.0 : 10.0);
   if (!(tolerant_less(measure, limit) || tolerant_equal(measure, limit))) return true;
   return build_lists(all, chosen, counts, grid);
 }

@@ -30,6 +30,7 @@ class FullIndexLayout {
   FullIndex fill(void* block, const Codebook<T>& book) const;
 
  private:
+  void fill_centred(void* block, FullIndex& index) const;
   Part<float> values_, weights_, centred_, half_norms_, mean_;
   bool has_centred_;
 };
@@ -48,6 +49,8 @@ struct CandidateLists {
     return static_cast<std::ptrdiff_t>(first_tile[list]) * kLanes + lane;
   }
   Kiv32s codeword(std::ptrdiff_t list, int lane) const { return codewords[slot(list, lane)]; }
+  // Places the lists one after the other; the tiles of each are then filled by set and finish.
+  void set_sizes(const Kiv32s* list_sizes, std::ptrdiff_t lists);
   // Copies codeword `index` of the book into a lane of a list.
   void set(const Tiles& all, std::ptrdiff_t list, int lane, Kiv32s index);
   // Marks the lanes behind the end of a list as unused.

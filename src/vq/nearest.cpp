@@ -2,6 +2,7 @@
 #include "nearest.h"
 
 #include <bit>
+#include <cassert>
 
 namespace kivsr::vq {
 
@@ -24,12 +25,44 @@ float centre(const FullIndex& index, const float* x, float* differences) {
   return norm;
 }
 
+namespace {
+
+// The expanded form of N vectors for the codewords of one tile: h less x' p.
+template <int N>
+inline void add_tile_products(const float* p, const float* differences, std::ptrdiff_t width, V (&low)[N],
+                              V (&high)[N]) {
+  for (std::ptrdiff_t j = 0; j < width; ++j, p += kLanes) {
+    const V p0 = simd::load<float>(p);
+    const V p1 = simd::load<float>(p + V::width);
+#pragma GCC unroll 8
+    for (int n = 0; n < N; ++n) {
+      const V x = V::broadcast(differences[n * width + j]);
+      low[n] = neg_mul_add(x, p0, low[n]);
+      high[n] = neg_mul_add(x, p1, high[n]);
+    }
+  }
+}
+
+// The lane of the least value, or -1 if another comes within rounding of it. Also for a limit that is infinite or NaN.
+int clear_minimum(const LaneMinimum& minimum, float rounding) {
+  const V limit = V::broadcast(least_lane(minimum.best) + rounding);
+  const unsigned close = bit_mask(minimum.best <= limit);
+  const unsigned second_close = bit_mask(minimum.second <= limit);
+  if (second_close != 0 || !std::has_single_bit(close)) return -1;
+  float tags[V::width];
+  store(tags, minimum.tag);
+  const int k = std::countr_zero(close);
+  return static_cast<int>(tags[k]) + k;
+}
+
+}  // namespace
+
 template <int N>
 void nearest_centred(const FullIndex& index, const float* differences, const float* norms, int* nearest) {
+  assert(index.centred != nullptr);
   const std::ptrdiff_t width = index.all.width;
   const std::ptrdiff_t tiles = index.all.size();
   LaneMinimum minimum[N];
-  const float* p = index.centred;
   for (std::ptrdiff_t t = 0; t < tiles; ++t) {
     V low[N];
     V high[N];
@@ -40,47 +73,15 @@ void nearest_centred(const FullIndex& index, const float* differences, const flo
       low[n] = h0;
       high[n] = h1;
     }
-    for (std::ptrdiff_t j = 0; j < width; ++j, p += kLanes) {
-      const V p0 = simd::load<float>(p);
-      const V p1 = simd::load<float>(p + V::width);
-#pragma GCC unroll 8
-      for (int n = 0; n < N; ++n) {
-        const V x = V::broadcast(differences[n * width + j]);
-        low[n] = neg_mul_add(x, p0, low[n]);
-        high[n] = neg_mul_add(x, p1, high[n]);
-      }
-    }
-    // Both halves of the tile share a lane of the minimum: the lesser one goes in, the other can only be second.
+    add_tile_products<N>(index.centred + t * width * kLanes, differences, width, low, high);
     const V tag = V::broadcast(static_cast<float>(t * kLanes));
     const V tag_high = V::broadcast(static_cast<float>(t * kLanes + V::width));
 #pragma GCC unroll 8
-    for (int n = 0; n < N; ++n) {
-      LaneMinimum& m = minimum[n];
-      const auto second_half = high[n] < low[n];
-      const V lesser = min(high[n], low[n]);
-      const V greater = max(low[n], high[n]);
-      const auto less = lesser < m.best;
-      m.second = min(m.second, min(greater, max(lesser, m.best)));
-      m.tag = select(less, select(second_half, tag_high, tag), m.tag);
-      m.best = min(lesser, m.best);
-    }
+    for (int n = 0; n < N; ++n) minimum[n].add_pair(low[n], tag, high[n], tag_high);
   }
   // Rounding of both forms, for both of two codewords: see the bound on sum |x' p| <= (|x'|^2 + |c'|^2) / 2.
   const float factor = 8.0F * static_cast<float>(width + 4) * 0x1p-24F;
-  for (int n = 0; n < N; ++n) {
-    const float least = least_lane(minimum[n].best);
-    const V limit = V::broadcast(least + factor * (norms[n] + index.largest_norm) + 1e-36F);
-    const unsigned close = bit_mask(minimum[n].best <= limit);
-    const unsigned second_close = bit_mask(minimum[n].second <= limit);
-    nearest[n] = -1;
-    // False for a limit that is infinite or NaN, too.
-    if (second_close == 0 && std::has_single_bit(close)) {
-      float tags[V::width];
-      store(tags, minimum[n].tag);
-      const int k = std::countr_zero(close);
-      nearest[n] = static_cast<int>(tags[k]) + k;
-    }
-  }
+  for (int n = 0; n < N; ++n) nearest[n] = clear_minimum(minimum[n], factor * (norms[n] + index.largest_norm) + 1e-36F);
 }
 
 template void nearest_centred<1>(const FullIndex&, const float*, const float*, int*);

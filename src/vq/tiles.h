@@ -5,6 +5,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <limits>
 
@@ -29,7 +30,11 @@ struct Tiles {
   Tiles from(std::ptrdiff_t t, int codewords) const { return {tile(t), weights, width, codewords}; }
 };
 
+// Element 0 of codeword i; element j stands j * kLanes behind it.
 inline float* lane(float* values, int width, std::ptrdiff_t i) {
+  return values + i / kLanes * width * kLanes + i % kLanes;
+}
+inline const float* lane(const float* values, int width, std::ptrdiff_t i) {
   return values + i / kLanes * width * kLanes + i % kLanes;
 }
 
@@ -41,6 +46,7 @@ void set_lane(float* values, int width, std::ptrdiff_t i, const T* codeword) {
 
 // Elements of weight 0 are finite: 0 times infinity would be no distance at all.
 inline void clear_lanes(float* values, const float* weights, int width, std::ptrdiff_t first, std::ptrdiff_t last) {
+  assert(first <= last);
   for (std::ptrdiff_t i = first; i < last; ++i) {
     float* const p = lane(values, width, i);
     for (std::ptrdiff_t j = 0; j < width; ++j)
@@ -111,6 +117,16 @@ struct LaneMinimum {
     best = select(less, d, best);
     tag = select(less, d_tag, tag);
   }
+  // Both share a lane: the lesser one goes in, the other can only be second.
+  void add_pair(V a, V a_tag, V b, V b_tag) {
+    const auto b_less = b < a;
+    const V lesser = min(b, a);
+    const V greater = max(a, b);
+    const auto less = lesser < best;
+    second = min(second, min(greater, max(lesser, best)));
+    tag = select(less, select(b_less, b_tag, a_tag), tag);
+    best = min(lesser, best);
+  }
 };
 
 inline float least_lane(V v) {
@@ -154,6 +170,7 @@ inline void add_nearest(const Tiles& tiles, const float* x, std::ptrdiff_t first
 }
 
 inline Nearest nearest(const Tiles& tiles, const float* x) {
+  assert(tiles.width >= 1 && tiles.count >= 0);
   LaneMinimum lanes;
   add_nearest(tiles, x, 0, lanes);
   return least_of(lanes);
@@ -170,6 +187,7 @@ inline void add_tile(const Tiles& tiles, std::ptrdiff_t t, const float* x, V (&s
 
 // The distance of x to one codeword of the tiles.
 inline float distance(const Tiles& tiles, std::ptrdiff_t i, const float* x) {
+  assert(i >= 0 && i < tiles.count);
   V sums[2] = {V::zero(), V::zero()};
   add_tile(tiles, i / kLanes, x, sums);
   float lanes[kLanes];

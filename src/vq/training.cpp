@@ -2,6 +2,7 @@
 // The passes of the k-means refinement are in refinement.cpp.
 #include "training.h"
 
+#include <cassert>
 #include <cmath>
 #include <type_traits>
 
@@ -19,63 +20,58 @@ float distance_of(std::uint64_t key) { return std::bit_cast<float>(static_cast<s
 
 }  // namespace
 
+// visit(array, rows, columns) for each array of a training.
+template <class Visit>
+void Training::each_array(Visit visit) {
+  const auto n = static_cast<std::size_t>(height_);
+  const auto k = static_cast<std::size_t>(wanted_);
+  const auto columns = static_cast<std::size_t>(padded_);
+  const auto lanes = static_cast<std::size_t>(tiles_of(wanted_) * kLanes);
+  visit(vectors_, n, columns);
+  visit(weights_, 1, columns);
+  visit(centroids_, k, columns);
+  visit(tiles_, lanes, columns);
+  visit(big_tile_, kLanes, columns);
+  visit(scratch_, 1, std::max(columns, lanes));
+  visit(stored_, n, 1);
+  visit(upper_, n, 1);
+  visit(lower_, n, 1);
+  visit(labels_, n, 1);
+  visit(targets_, n, 1);
+  visit(members_, n, 1);
+  visit(starts_, k + 1, 1);
+  visit(keys_, 2, std::max(n, k));
+  visit(clusters_, k, 1);
+  visit(nodes_, k, 2);
+}
+
 template <class T>
 bool Training::prepare(const T* src, std::ptrdiff_t step, int width, int height, int clusters, const T* weights) {
+  if (width > (1 << 30) - V::width) return false;
   width_ = width;
+  padded_ = (width + V::width - 1) / V::width * V::width;
   height_ = height;
   wanted_ = clusters;
-  if (width > (1 << 30) - V::width) return false;
-  padded_ = (width + V::width - 1) / V::width * V::width;
   margin_ = 2e-5F + static_cast<float>(width) * 1.2e-7F;
-
-  const auto n = static_cast<std::size_t>(height);
-  const auto k = static_cast<std::size_t>(clusters);
-  const auto columns = static_cast<std::size_t>(padded_);
-  const auto lanes = static_cast<std::size_t>(tiles_of(clusters) * kLanes);
-  Layout layout;
-  const auto vectors = layout.add<float>(n, columns);
-  const auto weight_row = layout.add<float>(columns);
-  const auto centroids = layout.add<float>(k, columns);
-  const auto tiles = layout.add<float>(lanes, columns);
-  const auto big_tile = layout.add<float>(kLanes, columns);
-  const auto scratch = layout.add<float>(std::max(columns, lanes));
-  const auto stored = layout.add<float>(n);
-  const auto upper = layout.add<float>(n);
-  const auto lower = layout.add<float>(n);
-  const auto labels = layout.add<int>(n);
-  const auto targets = layout.add<int>(n);
-  const auto members = layout.add<int>(n);
-  const auto starts = layout.add<int>(k + 1);
-  const auto keys = layout.add<std::uint64_t>(2 * std::max(n, k));
-  const auto bounds = layout.add<ClusterBounds>(k);
-  const auto nodes = layout.add<SplitNode>(2 * k);
-  block_ = layout.overflow() ? nullptr : allocate_bytes(layout.bytes());
+  Layout size;
+  each_array([&]<class A>(A*&, std::size_t rows, std::size_t columns) { size.add<A>(rows, columns); });
+  block_ = size.overflow() ? nullptr : allocate_bytes(size.bytes());
   if (block_ == nullptr) return false;
-  vectors_ = vectors.in(block_);
-  centroids_ = centroids.in(block_);
-  tiles_ = tiles.in(block_);
-  big_tile_ = big_tile.in(block_);
-  scratch_ = scratch.in(block_);
-  stored_ = stored.in(block_);
-  upper_ = upper.in(block_);
-  lower_ = lower.in(block_);
-  labels_ = labels.in(block_);
-  targets_ = targets.in(block_);
-  members_ = members.in(block_);
-  starts_ = starts.in(block_);
-  keys_ = keys.in(block_);
-  clusters_ = bounds.in(block_);
-  nodes_ = nodes.in(block_);
+  Layout layout;
+  each_array([&]<class A>(A*& array, std::size_t rows, std::size_t columns) {
+    array = layout.add<A>(rows, columns).in(block_);
+  });
 
-  for (int i = 0; i < height; ++i) {
-    float* const row = vectors_ + static_cast<std::ptrdiff_t>(i) * padded_;
-    for (int j = 0; j < padded_; ++j) row[j] = j < width ? static_cast<float>(src[i * step + j]) : 0.0F;
+  const auto pad = [&](float* to, const T* from) {
+    for (int j = 0; j < padded_; ++j) to[j] = j < width ? static_cast<float>(from[j]) : 0.0F;
+  };
+  for (std::ptrdiff_t i = 0; i < height; ++i) pad(vectors_ + i * padded_, src + i * step);
+  if (weights == nullptr) {
+    weights_ = nullptr;
+  } else {
+    pad(weights_, weights);
   }
-  if (weights != nullptr) {
-    weights_ = weight_row.in(block_);
-    for (int j = 0; j < padded_; ++j) weights_[j] = j < width ? static_cast<float>(weights[j]) : 0.0F;
-  }
-  clear_lanes(tiles_, weights_, width_, 0, static_cast<std::ptrdiff_t>(lanes));
+  clear_lanes(tiles_, weights_, width_, 0, tiles_of(clusters) * kLanes);
   return true;
 }
 
@@ -205,7 +201,7 @@ int Training::choose(KivCdbkHint hint) const {
   int chosen = -1;
   double most = 0.0;
   for (int k = 0; k < made_; ++k) {
-    const ClusterBounds& cluster = clusters_[k];
+    const ClusterState& cluster = clusters_[k];
     const double spread = static_cast<double>(cluster.spread);
     if (!tolerant_greater(spread, 0.0)) continue;
     const double value = hint == kivCdbkSplitWidest ? spread : static_cast<double>(cluster.members);
@@ -218,10 +214,9 @@ int Training::choose(KivCdbkHint hint) const {
 
 // Half of the members leave for a new cluster: one by one the nearest to the centroid, of nearly equal ones the first.
 // keys_ holds the members by distance; those within the tolerance of the nearest wait in a heap ordered by index.
-void Training::split(int cluster) {
-  const int fresh = made_;
+void Training::take_nearest_half(int cluster) {
+  const int fresh = made_ - 1;
   const int n = clusters_[cluster].members;
-  group_members();
   const int* const vectors = members_of(cluster);
   for (int i = 0; i < n; ++i) keys_[i] = sort_key(stored_[vectors[i]], vectors[i]);
   std::sort(keys_, keys_ + n);
@@ -241,27 +236,33 @@ void Training::split(int cluster) {
     std::pop_heap(heap, heap + heap_size, first_index);
     labels_[static_cast<int>(heap[--heap_size] >> 32)] = fresh;
   }
+}
 
-  ++made_;
-  SplitNode& parent = nodes_[clusters_[cluster].node];
+// Makes a new cluster of half of the members of another.
+void Training::split(int cluster) {
+  const int fresh = made_++;
+  ClusterState& old = clusters_[cluster];
+  assert(old.members >= 2 && made_ <= wanted_);
+  group_members();
+  take_nearest_half(cluster);
+  for (int i = 0; i < old.members; ++i) lower_[members_of(cluster)[i]] = 0.0F;
   const int first_node = 2 * fresh - 1;
-  nodes_[first_node] = {-1, -1, clusters_[cluster].node, cluster, parent.depth + 1};
-  nodes_[first_node + 1] = {-1, -1, clusters_[cluster].node, fresh, parent.depth + 1};
+  SplitNode& parent = nodes_[old.node];
+  nodes_[first_node] = {-1, -1, old.node, cluster, parent.depth + 1};
+  nodes_[first_node + 1] = {-1, -1, old.node, fresh, parent.depth + 1};
   parent.left = first_node;
   parent.right = first_node + 1;
   depth_ = std::max(depth_, parent.depth + 1);
   clusters_[fresh] = {};
   clusters_[fresh].node = first_node + 1;
-  clusters_[fresh].members = n / 2;
-  clusters_[fresh].drift = kInfinity;
-  clusters_[cluster].node = first_node;
-  clusters_[cluster].members = n - n / 2;
+  clusters_[fresh].members = old.members / 2;
+  old.node = first_node;
+  old.members -= old.members / 2;
   for (const int k : {cluster, fresh}) {
     clusters_[k].dirty = true;
     clusters_[k].pending = 0.0F;
     clusters_[k].cap = kInfinity;
   }
-  for (int i = 0; i < n; ++i) lower_[vectors[i]] = 0.0F;
 }
 
 // The halves of a split whose centroids coincide: the new one moves towards a member until the members see a

@@ -44,7 +44,7 @@ class Training {
 
  private:
   // What the passes know of a cluster. Bounds and radii are square roots of distances.
-  struct ClusterBounds {
+  struct ClusterState {
     float spread;
     int members;
     int node;
@@ -57,6 +57,8 @@ class Training {
     double sum;     // of the distances of the members
   };
 
+  template <class Visit>
+  void each_array(Visit visit);
   float distance(const float* x, const float* c) const;
   void distances_to(const float* c, const int* vectors, int n, float* dst) const;
   void mean_of(int cluster, float* dst) const;
@@ -64,15 +66,22 @@ class Training {
   void first_cluster();
   int choose(KivCdbkHint hint) const;
   void split(int cluster);
-  KivStatus refine(int kept);
+  void take_nearest_half(int cluster);
   KivStatus separate(int kept, int members);
-  float measure_drifts();
+  KivStatus refine(int kept);
+  KivStatus move_centroids(int kept, int split_members, bool first_pass);
+  float collect_big_moves();
+  float nearest_big_move(int cluster) const;
+  double assign_all(float rest);
   void look_at_members(int cluster, float lower_cut, float cap, float big_distance);
-  Nearest assign(const float* x, float* second);
+  void look_at(int vector, int cluster, float own, float lower, float big_distance, const float* penalty);
+  Nearest assign(const float* x);
   int move_vectors(double* sum);
+  void measure_spreads();
   void set_centroid(int cluster, const float* values);
   const int* members_of(int cluster) const { return members_ + starts_[cluster]; }
   Tiles centroid_tiles() const { return {tiles_, weights_, width_, made_}; }
+  Tiles big_moves() const { return {big_tile_, weights_, width_, big_count_}; }
 
   void* block_ = nullptr;
   int width_ = 0, padded_ = 0, height_ = 0, wanted_ = 0, made_ = 0, depth_ = 1;
@@ -93,7 +102,7 @@ class Training {
   int* members_ = nullptr;  // vectors by cluster, in index order
   int* starts_ = nullptr;
   std::uint64_t* keys_ = nullptr;
-  ClusterBounds* clusters_ = nullptr;
+  ClusterState* clusters_ = nullptr;
   SplitNode* nodes_ = nullptr;
 };
 

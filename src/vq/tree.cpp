@@ -219,51 +219,42 @@ Cluster* build_tree(const Training& training) {
 }
 
 bool build_groups(const Training& training, const Tiles& all, const Cluster& root, Groups** groups) {
-  const Cluster* const records = &root;
-  const int nodes = 2 * all.count - 1;
+  const Cluster* ends[kMostGroups];  // the nodes at which the two-way levels end
+  Kiv32s sizes[kMostGroups];
   int count = 0;
   std::ptrdiff_t tiles = 0;
-  for (int i = 0; i < nodes; ++i) {
-    if (records[i].entries == 0) continue;
-    ++count;
-    tiles += tiles_of(records[i].entries);
+  for (const Cluster* node = &root; node != &root + 2 * all.count - 1; ++node) {
+    if (node->entries == 0) continue;
+    if (count == kMostGroups) return true;
+    ends[count] = node;
+    sizes[count++] = node->entries;
+    tiles += tiles_of(node->entries);
   }
-  if (count > kMostGroups) return true;
-  const auto width = static_cast<std::size_t>(all.width);
   const auto group_lanes = static_cast<std::size_t>(tiles_of(count) * kLanes);
   Layout layout;
   const auto header = layout.add<Groups>(1);
-  const auto centroids = layout.add<float>(group_lanes, width);
+  const auto centroids = layout.add<float>(group_lanes, static_cast<std::size_t>(all.width));
   const CandidateListsLayout parts(layout, count, tiles, all.width);
-  Scratch<float, 1024> scratch(group_lanes + width);
-  void* const block = layout.overflow() || !scratch ? nullptr : allocate_bytes(layout.bytes());
-  if (block == nullptr) return false;
+  if (layout.overflow()) return false;
+  Scratch<float, 1024> scratch(group_lanes + static_cast<std::size_t>(all.width));
+  Scratch<char> block(layout.bytes());
+  if (!scratch || !block) return false;
 
-  Groups* const result = header.in(block);
-  float* const values = centroids.in(block);
-  *result = {{values, all.weights, all.width, count}, parts.in(block), count, 1.0F};
-  clear_lanes(values, all.weights, all.width, 0, static_cast<std::ptrdiff_t>(group_lanes));
-  Kiv32s tile = 0;
-  int group = 0;
-  for (int i = 0; i < nodes; ++i) {
-    const Cluster& record = records[i];
-    if (record.entries == 0) continue;
-    set_lane(values, all.width, group, record.centroid);
-    result->lists.first_tile[group] = tile;
-    result->lists.sizes[group] = record.entries;
-    tile += static_cast<Kiv32s>(tiles_of(record.entries));
-    for (int leaf = 0; leaf < record.entries; ++leaf) {
-      result->lists.set(all, group, leaf, record.list[record.entries - 1 - leaf]->codeword);
-    }
+  Groups* const result = header.in(block.data());
+  float* const values = centroids.in(block.data());
+  *result = {{values, all.weights, all.width, count}, parts.in(block.data()), count, 1.0F};
+  result->lists.set_sizes(sizes, count);
+  clear_lanes(values, all.weights, all.width, count, static_cast<std::ptrdiff_t>(group_lanes));
+  for (int group = 0; group < count; ++group) {
+    const Cluster& node = *ends[group];
+    set_lane(values, all.width, group, node.centroid);
+    for (int leaf = 0; leaf < node.entries; ++leaf)
+      result->lists.set(all, group, leaf, node.list[node.entries - 1 - leaf]->codeword);
     result->lists.finish(all, group);
-    ++group;
   }
-
-  if (count > 1 && !calibrate(training, all, *result, scratch.data())) {
-    release(block);
-    return true;
-  }
+  if (count > 1 && !calibrate(training, all, *result, scratch.data())) return true;
   *groups = result;
+  block.take();
   return true;
 }
 

@@ -316,7 +316,10 @@ TYPED_TEST(CodebookTest, Statuses) {
   EXPECT_EQ(V::get_codebook(state, out, 1), kivStatusBadSize);
   // Word 4 of the record is the hint.
   Kiv32s* const words = reinterpret_cast<Kiv32s*>(state);
+  EXPECT_EQ(words[0], 16382);
   EXPECT_EQ(words[1], 16383);
+  EXPECT_EQ(words[2], 2);
+  EXPECT_EQ(words[3], 2);
   words[4] = 0;
   EXPECT_EQ(V::free(state), kivStatusInternalError);
   words[4] = 1;

@@ -18,7 +18,7 @@ KIVSR_BEGIN_DECLS
  * | all within a radius          | VQSingle_Thresh: 32f, 16s | VQDistSingle_Thresh: 32f, 16s32s_Sfs    |
  *
  * A full-search book gives the codeword of least D, of equal ones the lowest index (the grid included). A trained book
- * of 64 codewords or less, and any that is searched whole, gives the nearest codeword, of nearly equal ones the one
+ * of fewer than 32 codewords, and any that is searched whole, gives the nearest codeword, of nearly equal ones the one
  * farther right in the tree of clusters for small books; a larger one looks into the groups of codewords whose common
  * centroids are near, as far out as brings the mean D over the training vectors within 2 % of the least. A vector
  * without a distance below infinity (NaN, overflow) gets index 0. Accuracy of distances: reduction(width).
