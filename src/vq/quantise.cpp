@@ -14,15 +14,18 @@ namespace {
 
 // Where the root of a distance goes.
 struct NoDistances {
+  KivStatus check() const { return kivStatusOk; }
   void put(std::ptrdiff_t, float) const {}
 };
 struct FloatDistances {
   Kiv32f* dst;
+  KivStatus check() const { return not_null(dst); }
   void put(std::ptrdiff_t i, float squared) const { dst[i] = std::sqrt(squared); }
 };
 class ScaledDistances {
  public:
   ScaledDistances(Kiv32s* dst, int scale_factor) : dst_(dst), scale_(single_scale(scale_factor)) {}
+  KivStatus check() const { return not_null(dst_); }
   void put(std::ptrdiff_t i, float squared) const {
     dst_[i] = round_saturated<Kiv32s>(static_cast<double>(std::sqrt(squared) * scale_));
   }
@@ -35,9 +38,8 @@ template <class D>
 inline constexpr bool kWanted = !std::is_same_v<D, NoDistances>;
 
 template <class T, class D>
-KivStatus quantise(const T* src, int step, Kiv32s* indices, int height, const Codebook<T>* book, const void* distances,
-                   D destination) {
-  const KivStatus checks = first_failure(not_null(book, src, indices, distances), positive(step, height));
+KivStatus quantise(const T* src, int step, Kiv32s* indices, int height, const Codebook<T>* book, D destination) {
+  const KivStatus checks = first_failure(not_null(book, src, indices), destination.check(), positive(step, height));
   if (checks != kivStatusOk) return checks;
   return run(require(step >= book->width, kivStatusBadSize), [&] {
     SearchMemory memory(*book);
@@ -87,9 +89,8 @@ class RankedDistances {
 };
 
 template <class T, class D>
-KivStatus nearest_few(const T* src, Kiv32s* indices, const Codebook<T>* book, int num, const void* distances,
-                      D destination) {
-  const KivStatus null = not_null(src, indices, book, distances);
+KivStatus nearest_few(const T* src, Kiv32s* indices, const Codebook<T>* book, int num, D destination) {
+  const KivStatus null = first_failure(not_null(src, indices, book), destination.check());
   if (null != kivStatusOk) return null;
   return run(require(num >= 1 && num <= book->count, kivStatusBadSize), [&] {
     SearchMemory memory(*book);
@@ -106,32 +107,29 @@ KivStatus nearest_few(const T* src, Kiv32s* indices, const Codebook<T>* book, in
 
 template <class T, class D>
 KivStatus within_radius(const T* src, Kiv32s* indices, const Codebook<T>* book, float relative, int* count,
-                        const void* distances, D destination) {
-  return run(
-      first_failure(not_null(src, indices, book, count, distances), require(relative >= 1.0F, kivStatusBadArgument)),
-      [&] {
-        SearchMemory memory(*book);
-        RankedDistances ranked(static_cast<std::size_t>(book->count));
-        if (!memory || !ranked) return kivStatusNoMemory;
-        Searcher<T> searcher(*book, memory);
-        const float* const x = searcher.as_floats(src);
-        const int best = searcher.nearest_codeword(x);
-        const auto d = static_cast<double>(std::sqrt(distance(searcher.all(), best, x)));
-        const double radius = d * d * static_cast<double>(relative) * static_cast<double>(relative);
-        ranked.fill(searcher.all(), x);
-        std::uint64_t* const keys = ranked.keys();
-        std::uint64_t* const end = std::partition(keys, keys + book->count, [radius](std::uint64_t key) {
-          return !tolerant_greater(static_cast<double>(RankedDistances::distance(key)), radius);
-        });
-        std::sort(keys, end);
-        *count = static_cast<int>(end - keys);
-        ranked.write(end - keys, indices, destination);
-        return kivStatusOk;
-      });
+                        D destination) {
+  return run(first_failure(not_null(src, indices, book, count), destination.check(),
+                           require(relative >= 1.0F, kivStatusBadArgument)),
+             [&] {
+               SearchMemory memory(*book);
+               RankedDistances ranked(static_cast<std::size_t>(book->count));
+               if (!memory || !ranked) return kivStatusNoMemory;
+               Searcher<T> searcher(*book, memory);
+               const float* const x = searcher.as_floats(src);
+               const int best = searcher.nearest_codeword(x);
+               const auto d = static_cast<double>(std::sqrt(distance(searcher.all(), best, x)));
+               const double radius = d * d * static_cast<double>(relative) * static_cast<double>(relative);
+               ranked.fill(searcher.all(), x);
+               std::uint64_t* const keys = ranked.keys();
+               std::uint64_t* const end = std::partition(keys, keys + book->count, [radius](std::uint64_t key) {
+                 return !tolerant_greater(static_cast<double>(RankedDistances::distance(key)), radius);
+               });
+               std::sort(keys, end);
+               *count = static_cast<int>(end - keys);
+               ranked.write(end - keys, indices, destination);
+               return kivStatusOk;
+             });
 }
-
-// The null test of functions without distances: any pointer that is not null.
-constexpr const void* no_pointer_to_check() { return &kWeightedFlag; }
 
 }  // namespace
 }  // namespace kivsr::vq
@@ -140,50 +138,50 @@ extern "C" {
 using namespace kivsr::vq;
 
 KivStatus kivsVQ_32f(const Kiv32f* pSrc, int step, Kiv32s* pIndx, int height, const KivsCdbkState_32f* pCdbk) {
-  return quantise<Kiv32f>(pSrc, step, pIndx, height, pCdbk, no_pointer_to_check(), NoDistances{});
+  return quantise<Kiv32f>(pSrc, step, pIndx, height, pCdbk, NoDistances{});
 }
 KivStatus kivsVQ_16s(const Kiv16s* pSrc, int step, Kiv32s* pIndx, int height, const KivsCdbkState_16s* pCdbk) {
-  return quantise<Kiv16s>(pSrc, step, pIndx, height, pCdbk, no_pointer_to_check(), NoDistances{});
+  return quantise<Kiv16s>(pSrc, step, pIndx, height, pCdbk, NoDistances{});
 }
 KivStatus kivsVQDist_32f(const Kiv32f* pSrc, int step, Kiv32s* pIndx, Kiv32f* pDist, int height,
                          const KivsCdbkState_32f* pCdbk) {
-  return quantise<Kiv32f>(pSrc, step, pIndx, height, pCdbk, pDist, FloatDistances{pDist});
+  return quantise<Kiv32f>(pSrc, step, pIndx, height, pCdbk, FloatDistances{pDist});
 }
 KivStatus kivsVQDist_16s32s_Sfs(const Kiv16s* pSrc, int step, Kiv32s* pIndx, Kiv32s* pDist, int height,
                                 const KivsCdbkState_16s* pCdbk, int scaleFactor) {
-  return quantise<Kiv16s>(pSrc, step, pIndx, height, pCdbk, pDist, ScaledDistances(pDist, scaleFactor));
+  return quantise<Kiv16s>(pSrc, step, pIndx, height, pCdbk, ScaledDistances(pDist, scaleFactor));
 }
 
 KivStatus kivsVQSingle_Sort_32f(const Kiv32f* pSrc, Kiv32s* pIndx, const KivsCdbkState_32f* pCdbk, int num) {
-  return nearest_few<Kiv32f>(pSrc, pIndx, pCdbk, num, no_pointer_to_check(), NoDistances{});
+  return nearest_few<Kiv32f>(pSrc, pIndx, pCdbk, num, NoDistances{});
 }
 KivStatus kivsVQSingle_Sort_16s(const Kiv16s* pSrc, Kiv32s* pIndx, const KivsCdbkState_16s* pCdbk, int num) {
-  return nearest_few<Kiv16s>(pSrc, pIndx, pCdbk, num, no_pointer_to_check(), NoDistances{});
+  return nearest_few<Kiv16s>(pSrc, pIndx, pCdbk, num, NoDistances{});
 }
 KivStatus kivsVQDistSingle_Sort_32f(const Kiv32f* pSrc, Kiv32s* pIndx, Kiv32f* pDist, const KivsCdbkState_32f* pCdbk,
                                     int num) {
-  return nearest_few<Kiv32f>(pSrc, pIndx, pCdbk, num, pDist, FloatDistances{pDist});
+  return nearest_few<Kiv32f>(pSrc, pIndx, pCdbk, num, FloatDistances{pDist});
 }
 KivStatus kivsVQDistSingle_Sort_16s32s_Sfs(const Kiv16s* pSrc, Kiv32s* pIndx, Kiv32s* pDist,
                                            const KivsCdbkState_16s* pCdbk, int num, int scaleFactor) {
-  return nearest_few<Kiv16s>(pSrc, pIndx, pCdbk, num, pDist, ScaledDistances(pDist, scaleFactor));
+  return nearest_few<Kiv16s>(pSrc, pIndx, pCdbk, num, ScaledDistances(pDist, scaleFactor));
 }
 
 KivStatus kivsVQSingle_Thresh_32f(const Kiv32f* pSrc, Kiv32s* pIndx, const KivsCdbkState_32f* pCdbk, Kiv32f relThresh,
                                   int* pCount) {
-  return within_radius<Kiv32f>(pSrc, pIndx, pCdbk, relThresh, pCount, no_pointer_to_check(), NoDistances{});
+  return within_radius<Kiv32f>(pSrc, pIndx, pCdbk, relThresh, pCount, NoDistances{});
 }
 KivStatus kivsVQSingle_Thresh_16s(const Kiv16s* pSrc, Kiv32s* pIndx, const KivsCdbkState_16s* pCdbk, Kiv32f relThresh,
                                   int* pCount) {
-  return within_radius<Kiv16s>(pSrc, pIndx, pCdbk, relThresh, pCount, no_pointer_to_check(), NoDistances{});
+  return within_radius<Kiv16s>(pSrc, pIndx, pCdbk, relThresh, pCount, NoDistances{});
 }
 KivStatus kivsVQDistSingle_Thresh_32f(const Kiv32f* pSrc, Kiv32s* pIndx, Kiv32f* pDist, const KivsCdbkState_32f* pCdbk,
                                       Kiv32f relThresh, int* pCount) {
-  return within_radius<Kiv32f>(pSrc, pIndx, pCdbk, relThresh, pCount, pDist, FloatDistances{pDist});
+  return within_radius<Kiv32f>(pSrc, pIndx, pCdbk, relThresh, pCount, FloatDistances{pDist});
 }
 KivStatus kivsVQDistSingle_Thresh_16s32s_Sfs(const Kiv16s* pSrc, Kiv32s* pIndx, Kiv32s* pDist,
                                              const KivsCdbkState_16s* pCdbk, Kiv32f relThresh, int* pCount,
                                              int scaleFactor) {
-  return within_radius<Kiv16s>(pSrc, pIndx, pCdbk, relThresh, pCount, pDist, ScaledDistances(pDist, scaleFactor));
+  return within_radius<Kiv16s>(pSrc, pIndx, pCdbk, relThresh, pCount, ScaledDistances(pDist, scaleFactor));
 }
 }
