@@ -1,6 +1,7 @@
 // Sums of 32-bit lanes that cannot overflow: the kernel under integer sums and dot products of words.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -13,6 +14,7 @@ namespace kivsr {
 // Lanes x + bias are taken as unsigned numbers; the biases come off at the end.
 template <std::ptrdiff_t kElements, class Vectors>
 inline std::int64_t sum_lanes_exactly(std::ptrdiff_t len, Kiv32u bias, Vectors vectors) {
+  assert(len >= 0);
   constexpr std::ptrdiff_t kElementsInLane = kElements / simd::Vec<Kiv32s>::width;
   const auto offset = simd::Vec<Kiv32s>::broadcast(static_cast<Kiv32s>(bias));
   const std::ptrdiff_t whole = len & -kElements;

@@ -1,5 +1,6 @@
 // Extrema and their places.
 #include <bit>
+#include <cassert>
 
 #include "frame/simd/vec.h"
 #include "frame/status.h"
@@ -44,6 +45,7 @@ template <class Order, class T>
 std::ptrdiff_t index_of_best(const T* src, std::ptrdiff_t len) {
   using V = simd::Vec<T>;
   constexpr std::ptrdiff_t W = V::width;
+  assert(len >= 1);
   if (src[0] != src[0]) return 0;
   if (len < W) {
     std::ptrdiff_t index = 0;

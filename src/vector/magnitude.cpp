@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <cmath>
 #include <limits>
 
@@ -20,6 +21,7 @@ using simd::Vec;
 // The last vector overlaps the one before it; a short array is padded with zeros.
 template <class T, class D, class Complex, class Store>
 void for_each_vector(D* dst, const Complex* src, std::ptrdiff_t len, Store store_magnitudes) {
+  assert(len >= 1);
   constexpr std::ptrdiff_t W = Vec<T>::width;
   const auto compute = [&](D* to, const Complex* from) {
     store_magnitudes(to, simd::load<T>(&from->re), simd::load<T>(&from[W / 2].re));

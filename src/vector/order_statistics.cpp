@@ -1,5 +1,6 @@
 // The N-th largest element.
 #include <algorithm>
+#include <cassert>
 #include <functional>
 #include <type_traits>
 
@@ -26,6 +27,7 @@ T* separate_nan(T* first, T* last) {
 // The element at position `place` of [first, last) in decreasing order; the range is reordered. NaN sorts last.
 template <class T>
 T select_descending(T* first, T* last, int place) {
+  assert(place >= 0 && place < last - first);
   T* const end = separate_nan(first, last);
   T* const wanted = first + place;
   if (wanted < end) std::nth_element(first, wanted, end, std::greater<T>());
