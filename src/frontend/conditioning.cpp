@@ -2,6 +2,7 @@
 // normalisation into a range and padding with zeros.
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -27,6 +28,7 @@ using V = Vec<float>;
 constexpr float kNepersPerDecibel = std::bit_cast<float>(0x3E6BC904U);
 
 float column_maximum(const float* column, std::ptrdiff_t step, std::ptrdiff_t height) {
+  assert(step >= 1 && height >= 1);
   constexpr int kRows = 8;
   float largest[kRows];
   std::fill_n(largest, kRows, -std::numeric_limits<float>::max());
@@ -101,6 +103,7 @@ template <class L, class T, class Change>
 int count_pairs(const T* x, std::ptrdiff_t len, Change change) {
   using I = Vec<std::int32_t>;
   constexpr int W = I::width;
+  assert(len >= 1);
   const std::ptrdiff_t pairs = len - 1;
   I count = I::zero();
   std::ptrdiff_t i = 0;
@@ -182,6 +185,7 @@ KivStatus normalise(const S* src, D* dst, std::ptrdiff_t len, Extent extent, flo
     return kivStatusNoOperation;
   }
   [[maybe_unused]] const std::conditional_t<std::is_floating_point_v<D>, std::monostate, NearestRounding> nearest;
+  assert(low_coef < high_coef);
   const float d = extent.high - extent.low;
   const V hi = V::broadcast(high_coef * d + extent.low);
   const V lo = V::broadcast(d * low_coef + extent.low);

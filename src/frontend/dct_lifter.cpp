@@ -1,4 +1,5 @@
 // Cosine transform of log filter-bank energies, weighted by a lifter.
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <limits>
@@ -224,6 +225,7 @@ void transform_frame(float* dst, const S* src, const State& state) {
   constexpr int W = V::width;
   const int inputs = state.inputs;
   const int coefficients = state.coefficients;
+  assert(coefficients >= 1 && coefficients <= inputs);
   const int whole = inputs - inputs % W;
   const float* const* const rows = state.matrix;
   for (int k = 1; k <= coefficients; k += 4) {

@@ -13,36 +13,29 @@
 
 namespace kivsr::delta {
 
-// What a frame of the source contributes to the static columns.
+// What a frame of the source contributes to the static columns: it is copied, but for a last column of its own.
 struct PlainFrames {
+  static constexpr bool kCombines = false;
   static constexpr int kExtra = 0;
   static std::ptrdiff_t width(int width) { return width; }
-  template <class T>
-  struct Statics {
-    const T* frame;
-    explicit Statics(const T* source) : frame(source) {}
-  };
 };
 // c1 .. c12, c0, log energy: the last two are combined into column 12. ETSI ES 202 050.
 struct AuroraFrames {
+  static constexpr bool kCombines = true;
   static constexpr int kWidth = 13;
   static constexpr int kExtra = 1;
   static std::integral_constant<std::ptrdiff_t, kWidth> width(int) { return {}; }
   template <class T>
-  struct Statics {
-    Number<T> frame[kWidth];
-    explicit Statics(const T* source) {
-      using N = Number<T>;
-      std::copy_n(source, kWidth - 1, frame);
-      const N c0 = source[12];
-      const N log_energy = source[13];
-      if constexpr (std::is_floating_point_v<T>) {
-        frame[12] = (c0 * 0.6F) / 23.0F + log_energy * 0.4F;
-      } else {
-        frame[12] = (3 * c0 + 46 * log_energy) / 115;  // the same with one rounding
-      }
+  static Number<T> combined(const T* frame) {
+    using N = Number<T>;
+    const N c0 = frame[12];
+    const N log_energy = frame[13];
+    if constexpr (std::is_floating_point_v<T>) {
+      return (c0 * 0.6F) / 23.0F + log_energy * 0.4F;
+    } else {
+      return (3 * c0 + 46 * log_energy) / 115;  // the same with one rounding
     }
-  };
+  }
 };
 
 struct NoWindow {
@@ -126,8 +119,16 @@ class Stream {
  private:
   template <class S>
   void put_statics(std::ptrdiff_t r, S scale) const {
-    const typename Frames::template Statics<T> statics(frames_ + (r - first_) * (width_ + Frames::kExtra));
-    for_columns(width_, rows_.row(r), [&](auto at) { return scale(at(statics.frame), at); });
+    const T* const frame = frames_ + (r - first_) * (width_ + Frames::kExtra);
+    const auto copied = [&](auto at) { return scale(at(frame), at); };
+    if constexpr (Frames::kCombines) {
+      const std::ptrdiff_t last = width_ - 1;
+      for_columns(last, rows_.row(r), copied);
+      const auto combined = Lanes<T>::broadcast(Frames::combined(frame));
+      for_column(last, rows_.row(r), [&](auto at) { return scale(combined, at); });
+    } else {
+      for_columns(width_, rows_.row(r), copied);
+    }
   }
 
   // visit(t, row) for the rows t = begin .. end - 1 of those that exist, where row(k) is block kFrom of the row k rows

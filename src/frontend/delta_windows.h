@@ -58,6 +58,14 @@ inline void for_columns(Width width, T* dst, Value value) {
   for_columns<T>(width, [=](auto at, auto put_columns) { put_columns(dst, value(at)); });
 }
 
+// dst[i] = value(at) for one column.
+template <class T, class Value>
+inline void for_column(std::ptrdiff_t i, T* dst, Value value) {
+  T columns[Lanes<T>::width];
+  put(columns, value([=](const auto* p) { return simd::load_some<Number<T>>(p + i, 1); }));
+  dst[i] = columns[0];
+}
+
 // --- windows: x(k) is the row k frames later -----------------------------------------------------------------------
 
 struct Window1 {

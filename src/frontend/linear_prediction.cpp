@@ -4,6 +4,7 @@
 // Prediction-error filter A(z) = 1 + a1 z^-1 + ... + ap z^-p throughout.
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 
@@ -34,6 +35,7 @@ constexpr int kStreams = simd::kAccumulators / kTile;
 // tile that it lies in alone, not on how many lags are wanted.
 template <int kLags>
 void lag_sums(float* r, const float* x, std::ptrdiff_t len, std::ptrdiff_t lag) {
+  assert(lag >= 0 && lag + kLags <= len);
   V sums[kStreams][kLags];
   for (auto& stream : sums) std::fill(stream, stream + kLags, V::zero());
   const std::ptrdiff_t common = len - lag - (kTile - 1);
@@ -131,6 +133,7 @@ float dot(const float* a, const float* b, std::ptrdiff_t n) {
 
 // The coefficients of every completed stage are in a, also when the error stops being positive.
 KivStatus levinson_durbin(const float* r, float* a, std::ptrdiff_t order, float* error) {
+  assert(order >= 1);
   // The lags from rp down to r1, so that the sum of a stage runs forward through both arrays.
   Scratch<float, 64> lags_down(static_cast<std::size_t>(order) + 1);
   if (!lags_down) return kivStatusNoMemory;
@@ -160,6 +163,7 @@ KivStatus levinson_durbin(const float* r, float* a, std::ptrdiff_t order, float*
 // --- Schur ----------------------------------------------------------------------------------------------------------
 
 KivStatus schur(const float* r, float* reflection, std::ptrdiff_t order, float* error) {
+  assert(order >= 1);
   const std::size_t count = static_cast<std::size_t>(order) + 1;
   Scratch<float, 1024> p(count);
   if (!p) return kivStatusNoMemory;
@@ -193,6 +197,7 @@ KivStatus schur(const float* r, float* reflection, std::ptrdiff_t order, float* 
 // --- conversions ----------------------------------------------------------------------------------------------------
 
 KivStatus step_down(const float* a, float* reflection, std::ptrdiff_t order) {
+  assert(order >= 1);
   Scratch<float, 16> stage(static_cast<std::size_t>(order) + 1);
   if (!stage) return kivStatusNoMemory;
   float* const coefficients = stage.data();

@@ -141,9 +141,9 @@ void design(Bank& bank, const Spacing& spacing, int linear, float* m) {
 
 template <class Bank>
 KivStatus get_size(int window_length, int filters, Kiv32s mode, int* size) {
-  return run(first_failure(not_null(size), positive(window_length, filters), mode_check(mode),
-                           window_check(window_length, kivStatusBadSize)),
-             [&] { return bank_size<Bank>(BankShape(window_length, filters, mode), size); });
+  const KivStatus checks = first_failure(not_null(size), positive(window_length, filters), mode_check(mode),
+                                         window_check(window_length, kivStatusBadSize));
+  return checks != kivStatusOk ? checks : bank_size<Bank>(BankShape(window_length, filters, mode), size);
 }
 
 constexpr KivStatus mel_check(int window_length, const Frequencies& f, int filters, Kiv32s mode) {

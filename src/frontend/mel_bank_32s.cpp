@@ -1,5 +1,6 @@
 // The filter bank for 32-bit integer spectra: weights with 30 fraction bits, in the caller's memory.
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -103,6 +104,7 @@ Kiv32s scaled_sum(std::int64_t sum, int scale_factor) {
   if (scale_factor >= 0) {
     sum >>= scale_factor;
   } else {
+    assert(scale_factor >= -31);
     // Saturates long before the shift can overflow.
     constexpr std::int64_t kRange = std::int64_t{1} << (31 + kSumShift);
     const std::int64_t limit = kRange >> -scale_factor;

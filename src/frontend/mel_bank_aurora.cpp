@@ -95,7 +95,8 @@ void design(Bank& bank) {
 
 template <class Bank, class Band>
 KivStatus get_size(int* size) {
-  return run(not_null(size), [&] { return bank_size<Bank>(shape_of<Band>(), size); });
+  if (const KivStatus status = not_null(size); status != kivStatusOk) return status;
+  return bank_size<Bank>(shape_of<Band>(), size);
 }
 
 template <class Band, class Bank>

@@ -1,5 +1,6 @@
 // Applying filter banks to spectra: the path that runs once per frame.
 #include <algorithm>
+#include <cassert>
 
 #include "frame/scale.h"
 #include "frame/status.h"
@@ -61,6 +62,7 @@ class Walk {
   [[gnu::always_inline]] void advance(const float* falling_weights, V& falling_sum) {
     const float* const bins = spectrum_ + centre_[0];
     const std::ptrdiff_t count = std::ptrdiff_t{centre_[1]} - centre_[0];
+    assert(count >= 0);
     const float* const rising_weights = *rising_++;
     V rising_sum = V::in_first_lane(bins[0] * rising_weights[0]);
     add_span(bins + 1, count, falling_weights, rising_weights + 1, falling_sum, rising_sum);
@@ -125,6 +127,7 @@ D shifted(std::int64_t sum, std::int64_t shift) {
 
 template <class Product, class S, class D>
 void apply(const KivsFBankState_16s& bank, const S* spectrum, D* dst, std::int64_t shift) {
+  assert(bank.ready != 0);
   const Product product;
   const Kiv32s* const c = bank.centres;
   for (std::ptrdiff_t i = 1; i <= bank.filters; ++i) {

@@ -336,6 +336,11 @@ TYPED_TEST(MelBank, ChecksItsDescriptionInOrder) {
     EXPECT_EQ(A::init_alloc(nullptr, &order, 0, 0, 0, 0, 0, 1, 1, 0), kivStatusNullPointer);
     EXPECT_EQ(A::mel_lin(&bank, nullptr, 0, 0, 0, 0, 0, 0, 0, 1, 1, 0), kivStatusNullPointer);
   }
+}
+
+TYPED_TEST(MelBank, ChecksItsOtherMakesInOrder) {
+  using A = TypeParam;
+  typename A::Bank* bank = nullptr;
   int order = -1;
   const auto mixed = [&](float linear_high, int linear, Kiv32s mode) {
     return A::mel_lin(&bank, &order, 256, 8000, 64, 4000, 5, linear_high, linear, 1127, 700, mode);
@@ -352,9 +357,7 @@ TYPED_TEST(MelBank, ChecksItsDescriptionInOrder) {
   EXPECT_EQ(A::get_size(1, 1, 3, &size), kivStatusBadMelMode);
   EXPECT_EQ(A::get_size(1 << 30, 10, 2, &size), kivStatusBadSize);
   EXPECT_EQ(A::get_size(INT32_MAX, INT32_MAX, 2, &size), kivStatusBadSize);
-  for (int window : {INT32_MAX}) {
-    EXPECT_EQ(A::init_alloc(&bank, &order, window, 8000, 64, 4000, 3, 1127, 700, 1), kivStatusNoMemory);
-  }
+  EXPECT_EQ(A::init_alloc(&bank, &order, INT32_MAX, 8000, 64, 4000, 3, 1127, 700, 1), kivStatusNoMemory);
   EXPECT_EQ(size, -1);
   EXPECT_EQ(order, -1);
   EXPECT_EQ(bank, nullptr);
