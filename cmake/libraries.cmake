@@ -22,6 +22,10 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   target_compile_options(kivsr_flags INTERFACE -mstackrealign)
 endif()
 
+if(KIVSR_WERROR)
+  target_compile_options(kivsr_flags INTERFACE -Wshadow -Wconversion)
+endif()
+
 # A shared library that needs libc and libm only: linked by the C driver, every symbol resolved.
 function(kivsr_shared target name)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:kivsr_flags>)

@@ -18,8 +18,10 @@
  * @endcode
  * @{ */
 
+/** One of the values below. */
 typedef int32_t KivStatus;
 
+/** Values of KivStatus. */
 enum {
   kivStatusOk = 0, /**< success */
 

@@ -31,25 +31,25 @@
  * 2^-scaleFactor, I an operation in place.
  * @{ */
 
-typedef uint8_t Kiv8u;
-typedef int16_t Kiv16s;
-typedef uint16_t Kiv16u;
-typedef int32_t Kiv32s;
-typedef uint32_t Kiv32u;
-typedef int64_t Kiv64s;
-typedef float Kiv32f;
-typedef double Kiv64f;
+typedef uint8_t Kiv8u;   /**< code 8u */
+typedef int16_t Kiv16s;  /**< code 16s */
+typedef uint16_t Kiv16u; /**< code 16u */
+typedef int32_t Kiv32s;  /**< code 32s */
+typedef uint32_t Kiv32u; /**< code 32u */
+typedef int64_t Kiv64s;  /**< code 64s */
+typedef float Kiv32f;    /**< code 32f */
+typedef double Kiv64f;   /**< code 64f */
 
-/** A complex number: real part, then imaginary part. */
+/** A complex number, code 32fc. */
 typedef struct Kiv32fc {
-  Kiv32f re;
-  Kiv32f im;
+  Kiv32f re; /**< real part */
+  Kiv32f im; /**< imaginary part */
 } Kiv32fc;
 
-/** A complex integer: real part, then imaginary part. */
+/** A complex integer, code 32sc. */
 typedef struct Kiv32sc {
-  Kiv32s re;
-  Kiv32s im;
+  Kiv32s re; /**< real part */
+  Kiv32s im; /**< imaginary part */
 } Kiv32sc;
 
 /** Rounding of float-to-integer conversions: 0 truncates, any other value rounds to nearest, ties to even. */
@@ -102,6 +102,9 @@ enum {
   kivCdbkSplitLargest = 3 /**< trained; the cluster of the most members is split next */
 };
 
+/** @name State objects
+ * @{ */
+/** The record of a state object; its size is a number of bytes that a function of its family reports. */
 typedef struct KivsFFTSpec_R_32f KivsFFTSpec_R_32f;
 typedef struct KivsFFTSpec_R_16s32s KivsFFTSpec_R_16s32s;
 typedef struct KivsFBankState_32f KivsFBankState_32f;
@@ -114,11 +117,12 @@ typedef struct KivsCdbkState_16s KivsCdbkState_16s;
 typedef struct KivsVADState_Aurora KivsVADState_Aurora;
 typedef struct KivsMCRAState_32f KivsMCRAState_32f;
 typedef struct KivsMCRAState_32s KivsMCRAState_32s;
-
 /** @} */
 
 KIVSR_BEGIN_DECLS
 
+/** @name Special results
+ * @{ */
 /** Infinities and quiet NaN, written as the special results of warnings. From libkivcore. */
 extern KIVSR_API const Kiv32f kivConstantOfINF_32f;
 extern KIVSR_API const Kiv32f kivConstantOfINF_NEG_32f;
@@ -126,6 +130,9 @@ extern KIVSR_API const Kiv32f kivConstantOfNAN_32f;
 extern KIVSR_API const Kiv64f kivConstantOfINF_64f;
 extern KIVSR_API const Kiv64f kivConstantOfINF_NEG_64f;
 extern KIVSR_API const Kiv64f kivConstantOfNAN_64f;
+/** @} */
+
+/** @} */
 
 KIVSR_END_DECLS
 

@@ -31,14 +31,14 @@ KIVSR_BEGIN_DECLS
  * @{ */
 
 /** @name Construction
- * Copies the first b elements of each source row, b the size of the block that the row belongs to.
+ * @{ */
+/** Copies the first b elements of each source row, b the size of the block that the row belongs to.
  * @param[out] pMatrix the handle; unchanged on failure
  * @param[in] pSrc N row pointers
  * @param[in] pBlockSizes nBlocks numbers of rows
  * @param[in] nBlocks number of blocks
  * @return kivStatusNullPointer; kivStatusBadSize: nBlocks < 1 or a block size < 1; kivStatusNoMemory: the object would
- * be larger than int can count, or has more than 65535 rows or blocks, or allocation failed
- * @{ */
+ * be larger than int can count, or has more than 65535 rows or blocks, or allocation failed */
 KIVSR_API KivStatus kivsBlockDMatrixInitAlloc_16s(Kiv16s*** pMatrix, const Kiv16s* const* pSrc, const int* pBlockSizes,
                                                   int nBlocks);
 KIVSR_API KivStatus kivsBlockDMatrixInitAlloc_32f(Kiv32f*** pMatrix, const Kiv32f* const* pSrc, const int* pBlockSizes,
@@ -48,9 +48,10 @@ KIVSR_API KivStatus kivsBlockDMatrixInitAlloc_64f(Kiv64f*** pMatrix, const Kiv64
 /** @} */
 
 /** @name Release
- * @param[in] pMatrix a handle
- * @return kivStatusNullPointer
  * @{ */
+/** Releases a matrix.
+ * @param[in] pMatrix the handle
+ * @return kivStatusNullPointer */
 KIVSR_API KivStatus kivsBlockDMatrixFree_16s(Kiv16s** pMatrix);
 KIVSR_API KivStatus kivsBlockDMatrixFree_32f(Kiv32f** pMatrix);
 KIVSR_API KivStatus kivsBlockDMatrixFree_64f(Kiv64f** pMatrix);
