@@ -6,7 +6,9 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -25,11 +27,11 @@ namespace kivsr::program {
 
 namespace {
 
-std::string describe(const AudioChannels& audio) {
+std::string describe(const AudioReader& reader) {
   char text[96];
-  std::snprintf(text, sizeof text, "%.2f s at %d Hz, %zu channel%s",
-                static_cast<double>(audio.channels.front().size()) / audio.sample_rate, audio.sample_rate,
-                audio.channels.size(), audio.channels.size() == 1 ? "" : "s");
+  std::snprintf(text, sizeof text, "%.2f s at %d Hz, %d channel%s",
+                static_cast<double>(reader.samples()) / reader.sample_rate(), reader.sample_rate(), reader.channels(),
+                reader.channels() == 1 ? "" : "s");
   return text;
 }
 
@@ -44,6 +46,7 @@ struct EnhanceCommand {
   RawFormat raw;
 
  private:
+  std::vector<std::unique_ptr<Enhancer>> enhancers(const AudioReader& reader) const;
   AudioChannels reference_for(const AudioChannels& audio) const;
 };
 
@@ -77,34 +80,62 @@ double mean_segmental_snr(const AudioChannels& reference, const AudioChannels& a
   return count == 0 ? std::numeric_limits<double>::quiet_NaN() : sum / count;
 }
 
-void EnhanceCommand::run() const {
-  check_audio_name(output_file);
-  if (!picture_file.empty()) check_picture_name(picture_file);
-  const AudioChannels audio = read_audio_channels(input_file, raw);
-  std::optional<AudioChannels> reference;
-  if (!reference_file.empty()) reference = reference_for(audio);
-  const double before = reference ? mean_segmental_snr(*reference, audio) : 0.0;
-  if (std::isnan(before)) throw Fault(reference_file + ": is silent");
-
-  std::unique_ptr<Enhancer> enhancer;
+std::vector<std::unique_ptr<Enhancer>> EnhanceCommand::enhancers(const AudioReader& reader) const {
+  std::vector<std::unique_ptr<Enhancer>> result;
   try {
-    enhancer = make_enhancer(method, audio.sample_rate);
+    for (int i = 0; i < reader.channels(); ++i) result.push_back(make_enhancer(method, reader.sample_rate()));
   } catch (const Fault& fault) {
     throw Fault(input_file + ": " + fault.what());
   }
-  AudioChannels enhanced = audio;
-  NoiseTrack noise;
-  if (!picture_file.empty()) enhancer->record_noise(&noise);
-  for (auto& channel : enhanced.channels) {
-    channel = enhancer->run(channel);
-    enhancer->record_noise(nullptr);  // the picture shows the first channel
+  return result;
+}
+
+void append(std::span<const std::vector<float>> block, AudioChannels& audio) {
+  audio.channels.resize(block.size());
+  for (std::size_t channel = 0; channel < block.size(); ++channel) {
+    audio.channels[channel].insert(audio.channels[channel].end(), block[channel].begin(), block[channel].end());
   }
+}
+
+// Block by block; only a reference and a picture need the whole sound at once.
+void EnhanceCommand::run() const {
+  check_audio_name(output_file);
+  if (!picture_file.empty()) check_picture_name(picture_file);
+  AudioReader reader(input_file, raw);
+  const auto channels = enhancers(reader);
+  NoiseTrack noise;
+  if (!picture_file.empty()) channels.front()->record_noise(&noise);  // the picture shows the first channel
+  const bool keep = !picture_file.empty() || !reference_file.empty();
+  AudioChannels audio{{}, reader.sample_rate(), reader.sample_format()};
+  AudioChannels enhanced = audio;
 
   // Both files are complete before either gets its name.
   OutputFile output(output_file);
+  AudioWriter writer(output, output_file, reader.sample_rate(), reader.channels(), reader.sample_format());
+  std::vector<std::vector<float>> block(channels.size());
+  const auto pass_on = [&] {
+    writer.append(block);
+    if (keep) append(block, enhanced);
+    for (auto& samples : block) samples.clear();
+  };
+  for (auto input = reader.read(); !input.empty(); input = reader.read()) {
+    for (std::size_t i = 0; i < channels.size(); ++i) channels[i]->push(input[i], block[i]);
+    if (keep) append(input, audio);
+    pass_on();
+  }
+  for (std::size_t i = 0; i < channels.size(); ++i) channels[i]->finish(block[i]);
+  pass_on();
+  writer.finish();
+
+  const std::string description = describe(reader) + ", " + method;
+  std::optional<AudioChannels> reference;
+  double before = 0.0;
+  if (!reference_file.empty()) {
+    reference = reference_for(audio);
+    before = mean_segmental_snr(*reference, audio);
+    if (std::isnan(before)) throw Fault(reference_file + ": is silent");
+  }
   std::optional<OutputFile> picture;
-  write_audio(output, output_file, enhanced);
-  const std::string description = describe(audio) + ", " + method;
   if (!picture_file.empty()) {
     draw_enhancement(picture.emplace(picture_file),
                      std::filesystem::path(input_file).filename().string() + ":  " + description,

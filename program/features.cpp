@@ -1,4 +1,4 @@
-// kivsr features: an audio file to rows of features, and to a picture of them.
+// kivsr features: an audio file to the rows of a recipe, and to a picture of them.
 #include <cctype>
 #include <cstdio>
 #include <filesystem>
@@ -11,18 +11,17 @@
 #include <CLI/CLI.hpp>
 
 #include "kivsr/speech/front/column_statistics.h"
-#include "kivsr/speech/front/feature_chain.h"
 #include "kivsr/speech/front/feature_file.h"
-#include "kivsr/speech/front/feature_input.h"
+#include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_reader.h"
 #include "kivsr/speech/io/output_file.h"
-#include "program/feature_options.h"
 #include "program/moments_file.h"
 #include "program/picture/feature_picture.h"
 #include "program/progress.h"
 #include "program/raw_options.h"
+#include "program/recipe_options.h"
 #include "program/subcommands.h"
 
 namespace kivsr::program {
@@ -30,14 +29,15 @@ namespace kivsr::program {
 namespace {
 
 struct FeaturesCommand {
-  explicit FeaturesCommand(CLI::App& command) : features(command) {}
+  explicit FeaturesCommand(CLI::App& command) : recipe(command, "sphinx-en-us") {}
 
   void run() const;
   void write_rows() const;
   void write_statistics() const;
   std::vector<std::string> all_files() const;
+  FeatureMatrix rows_of(const std::string& file, FeatureChain& chain) const;
 
-  FeatureOptions features;
+  RecipeOptions recipe;
   std::vector<std::string> files;
   std::string list_file;
   std::string output_file;
@@ -64,25 +64,26 @@ std::vector<std::string> FeaturesCommand::all_files() const {
   return all;
 }
 
+FeatureMatrix FeaturesCommand::rows_of(const std::string& file, FeatureChain& chain) const {
+  if (!is_feature_file(file)) return load_utterance(file, chain, raw, block).features;
+  FeatureMatrix rows = read_feature_file(file, feature_width > 0 ? feature_width : chain.recipe().width());
+  require_finite(rows, file);
+  return rows;
+}
+
 void FeaturesCommand::write_statistics() const {
   if (output_file.empty()) throw Fault("features: nothing to write, give --output");
   if (!picture_file.empty()) throw Fault("features: there is no picture of statistics");
   const MomentsFormat format = moments_format(output_file);
-  FeatureChain chain(features.parameters());
+  FeatureChain chain(recipe.recipe());
   const std::vector<std::string> all = all_files();
   ColumnStatistics sums;
   bool computed = false;
   Progress progress("statistics", static_cast<int>(all.size()));
   for (const std::string& file : all) {
     progress.step(file);
-    FeatureMatrix rows;
-    if (is_feature_file(file)) {
-      rows = read_feature_file(file, feature_width > 0 ? feature_width : chain.row_width());
-    } else {
-      rows = chain.run(read_audio_at(file, chain.parameters().front_end.sample_rate, raw).samples, block);
-      computed = true;
-    }
-    require_finite(rows, file);
+    const FeatureMatrix rows = rows_of(file, chain);
+    computed = computed || !is_feature_file(file);
     if (sums.width() != 0 && rows.width != sums.width()) {
       throw Fault(file + ": rows of " + std::to_string(rows.width) + " values, the files before it have " +
                   std::to_string(sums.width()));
@@ -92,7 +93,7 @@ void FeaturesCommand::write_statistics() const {
   progress.clear();
   if (sums.frames() < 2) throw Fault("features: statistics need at least two frames");
   ColumnMoments moments = sums.moments();
-  if (computed) moments.columns = chain.parameters().column_names();
+  if (computed) moments.columns = chain.recipe().column_names();
 
   OutputFile output(output_file);
   write_moments(output, format, moments);
@@ -104,36 +105,40 @@ void FeaturesCommand::write_statistics() const {
 void FeaturesCommand::write_rows() const {
   const std::vector<std::string> all = all_files();
   if (all.size() > 1) throw Fault("features: several files are for --stats only");
-  const std::string& audio_file = all[0];
+  const std::string& file = all[0];
   if (output_file.empty() && picture_file.empty()) {
     throw Fault("features: nothing to write, give --output or --picture");
   }
-  const FeatureParameters parameters = features.parameters();
-  const FrontEndParameters& front_end = parameters.front_end;
+  FeatureChain chain(recipe.recipe());
+  const FrontEndParameters& front_end = chain.recipe().front_end;
   const auto format = output_file.empty() ? FeatureFormat::kNpy : feature_format(output_file);
-  if (!picture_file.empty()) check_picture_name(picture_file);
-
-  const Audio audio = read_audio_at(audio_file, front_end.sample_rate, raw);
-  const FeatureMatrix rows = FeatureChain(parameters).run(audio.samples, block);
-  if (rows.height() == 0) {
-    throw Fault(audio_file + ": shorter than one frame (" + std::to_string(audio.samples.size()) + " samples of " +
-                std::to_string(front_end.window_length) + ")");
+  if (!picture_file.empty()) {
+    check_picture_name(picture_file);
+    if (is_feature_file(file)) throw Fault(file + ": a picture shows audio, not features");
   }
 
   // Both files are complete before either gets its name.
   std::optional<OutputFile> output;
   std::optional<OutputFile> picture;
-  if (!output_file.empty()) write_features(output.emplace(output_file), format, rows, parameters);
+  std::optional<FeatureWriter> writer;
+  if (!output_file.empty()) writer.emplace(output.emplace(output_file), format, chain.recipe());
+  const auto write = [&](const FeatureMatrix& rows) {
+    if (writer) writer->append(rows);
+  };
+  const UtteranceInfo info = stream_utterance(file, chain, raw, write, block);
+  if (writer) writer->finish();
   if (!picture_file.empty()) {
-    draw_features(picture.emplace(picture_file), std::filesystem::path(audio_file).filename(), audio, front_end);
+    draw_features(picture.emplace(picture_file), std::filesystem::path(file).filename(),
+                  read_audio_at(file, front_end.sample_rate, raw), front_end);
   }
   if (output) output->commit();
   if (picture) picture->commit();
 
-  std::printf("%s: %.2f s, %d frames of %d values", audio_file.c_str(), audio.seconds(), rows.height(), rows.width);
-  if (audio.file_channels > 1) std::printf(", %d channels mixed down", audio.file_channels);
-  if (audio.file_sample_rate != audio.sample_rate) {
-    std::printf(", resampled from %d to %d Hz", audio.file_sample_rate, audio.sample_rate);
+  std::printf("%s: %.2f s, %lld frames of %d values", file.c_str(), info.seconds, static_cast<long long>(info.frames),
+              chain.recipe().width());
+  if (info.file_channels > 1) std::printf(", %d channels mixed down", info.file_channels);
+  if (info.file_sample_rate != 0 && info.file_sample_rate != front_end.sample_rate) {
+    std::printf(", resampled from %d to %d Hz", info.file_sample_rate, front_end.sample_rate);
   }
   std::printf("\n");
 }
@@ -143,7 +148,8 @@ void FeaturesCommand::write_rows() const {
 void add_features(CLI::App& program) {
   CLI::App* const command = program.add_subcommand("features", "Compute cepstra or log mel energies of an audio file");
   const auto options = std::make_shared<FeaturesCommand>(*command);
-  command->add_option("audio", options->files, "WAV, FLAC, ... or .raw (16-bit, one channel)");
+  command->add_option("audio", options->files,
+                      "WAV, FLAC, ... or .raw (16-bit, one channel); or rows of the front end in a feature file");
   command->add_option("-o,--output", options->output_file,
                       "File to write: .npy, .htk, .mfc or .csv; of statistics .npy, .csv or .json");
   command->add_option("--picture", options->picture_file, "PNG with waveform, mel spectrogram and cepstra");

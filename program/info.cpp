@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <string>
 
 #include <dlfcn.h>
@@ -11,6 +12,8 @@
 #endif
 
 #include "kivsr.h"
+#include "kivsr/speech/front/presets.h"
+#include "program/speech_names.h"
 #include "program/subcommands.h"
 
 namespace kivsr::program {
@@ -87,8 +90,15 @@ void print_info() {
 }  // namespace
 
 void add_info(CLI::App& program) {
-  program.add_subcommand("info", "Print the library's version and file and the processor's features")
-      ->callback(print_info);
+  CLI::App* const command =
+      program.add_subcommand("info", "Print the library's version and file and the processor's features");
+  const auto preset_name = std::make_shared<std::string>();
+  command->add_option("--preset", *preset_name,
+                      "Print the recipe of that name instead, for --recipe of other commands");
+  command->callback([preset_name] {
+    if (preset_name->empty()) return print_info();
+    std::fputs(preset(*preset_name).text().c_str(), stdout);
+  });
 }
 
 }  // namespace kivsr::program

@@ -10,45 +10,32 @@
 #include <CLI/CLI.hpp>
 
 #include "kivsr/speech/front/feature_file.h"
-#include "kivsr/speech/front/feature_input.h"
-#include "kivsr/speech/front/front_end.h"
+#include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/quantise/distortion.h"
 #include "kivsr/speech/quantise/quantised_stream.h"
 #include "kivsr/speech/quantise/split_codebook.h"
-#include "program/front_end_options.h"
 #include "program/progress.h"
 #include "program/raw_options.h"
+#include "program/recipe_options.h"
 #include "program/subcommands.h"
 
 namespace kivsr::program {
 
 namespace {
 
-// Audio or feature files, and the front end that the audio goes through.
+// Audio or feature files, and the recipe that the audio goes through.
 struct Inputs {
-  explicit Inputs(CLI::App& command);
-  FeatureMatrix read(const std::string& file, const FrontEndParameters& parameters) const;
+  explicit Inputs(CLI::App& command) : recipe(command, "sphinx-en-us") {
+    command.add_option("input", files, "Audio (WAV, FLAC, ..., .raw) or features (.npy, .htk, .mfc, .csv)")->required();
+    add_raw_options(command, raw);
+  }
 
-  FrontEndOptions front_end;
+  RecipeOptions recipe;
   std::vector<std::string> files;
   RawFormat raw;
 };
-
-Inputs::Inputs(CLI::App& command) : front_end(command) {
-  command.add_option("input", files, "Audio (WAV, FLAC, ..., .raw) or features (.npy, .htk, .mfc, .csv)")->required();
-  add_raw_options(command, raw);
-}
-
-FeatureMatrix Inputs::read(const std::string& file, const FrontEndParameters& parameters) const {
-  FeatureMatrix rows = is_feature_file(file)
-                           ? read_front_end_rows(file, parameters)
-                           : FrontEnd(parameters).run(read_audio_at(file, parameters.sample_rate, raw).samples);
-  if (rows.height() == 0) throw Fault(file + ": not a single frame");
-  require_finite(rows, file);
-  return rows;
-}
 
 // Names of the files to write: the one that was given, or one in the folder for each input.
 std::vector<std::filesystem::path> output_names(const std::vector<std::string>& inputs, const std::string& file,
@@ -118,8 +105,8 @@ std::vector<float> TrainCommand::distance_weights(const FeatureMatrix& rows) con
 }
 
 void TrainCommand::run() const {
-  const FrontEndParameters parameters = inputs.front_end.parameters();
-  const int width = parameters.row_width();
+  FeatureChain chain(inputs.recipe.recipe());
+  const int width = chain.recipe().width();
   const Split groups = split.empty() ? default_split(width) : parse_split(split, width);
   FeatureMatrix rows;
   rows.width = width;
@@ -127,7 +114,7 @@ void TrainCommand::run() const {
     Progress progress("features", static_cast<int>(inputs.files.size()));
     for (const std::string& file : inputs.files) {
       progress.step(file);
-      const FeatureMatrix more = inputs.read(file, parameters);
+      const FeatureMatrix more = load_utterance(file, chain, inputs.raw).features;
       rows.values.insert(rows.values.end(), more.values.begin(), more.values.end());
     }
   }
@@ -141,7 +128,7 @@ void TrainCommand::run() const {
           train_group(rows, group, distance, rule == "widest" ? SplitRule::kWidest : SplitRule::kLargest));
     }
   }
-  const SplitCodebook book(RowKind(parameters), std::move(trained));
+  const SplitCodebook book(chain.recipe(), std::move(trained));
   OutputFile output(output_file);
   book.write(output);
   Distortion distortion(width);
@@ -169,16 +156,13 @@ struct EncodeCommand {
 void EncodeCommand::run() const {
   const auto names = output_names(inputs.files, output_file, output_folder, ".kvs");
   const SplitCodebook book = SplitCodebook::read(book_file);
-  const FrontEndParameters parameters = inputs.front_end.parameters();
-  if (RowKind(parameters) != book.kind() || parameters.row_width() != book.width()) {
-    throw Fault(book_file + ": made for rows of " + std::to_string(book.width()) + " values every " +
-                std::to_string(book.kind().frame_seconds()) + " s, the front end gives other ones");
-  }
+  if (inputs.recipe.given()) require_same(book.recipe(), inputs.recipe.recipe(), book_file);
+  FeatureChain chain(book.recipe());
   Distortion distortion(book.width());
   Progress progress("encode", static_cast<int>(inputs.files.size()));
   for (std::size_t i = 0; i < names.size(); ++i) {
     progress.step(inputs.files[i]);
-    const FeatureMatrix rows = inputs.read(inputs.files[i], parameters);
+    const FeatureMatrix rows = load_utterance(inputs.files[i], chain, inputs.raw).features;
     const QuantisedStream stream{rows.height(), book.encode(rows)};
     OutputFile output(names[i]);
     const std::int64_t bytes = write_quantised(output, stream, book);
@@ -187,7 +171,7 @@ void EncodeCommand::run() const {
     progress.clear();
     std::printf("%s: %d frames, %lld bytes, %.0f bit/s with the header\n", names[i].string().c_str(), stream.frames,
                 static_cast<long long>(bytes),
-                8.0 * static_cast<double>(bytes) / (stream.frames * book.kind().frame_seconds()));
+                8.0 * static_cast<double>(bytes) / (stream.frames * book.recipe().frame_seconds()));
   }
   progress.clear();
   print_distortion(book, distortion);
@@ -212,8 +196,7 @@ void DecodeCommand::run() const {
     progress.step(files[i]);
     const QuantisedStream stream = read_quantised(files[i], book);
     OutputFile output(names[i]);
-    write_features(output, written, book.decode(stream.bits, stream.frames, files[i]),
-                   book.kind().parameters(book.width()));
+    write_features(output, written, book.decode(stream.bits, stream.frames, files[i]), book.recipe());
     output.commit();
     progress.clear();
     std::printf("%s: %d frames of %d values\n", names[i].string().c_str(), stream.frames, book.width());

@@ -16,10 +16,8 @@
 #include "kivsr/speech/decode/search_network.h"
 #include "kivsr/speech/decode/viterbi_search.h"
 #include "kivsr/speech/decode/word_errors.h"
-#include "kivsr/speech/front/equalisation_stage.h"
-#include "kivsr/speech/front/feature_input.h"
-#include "kivsr/speech/front/front_end.h"
-#include "kivsr/speech/front/noise_reduction.h"
+#include "kivsr/speech/front/recipe_fields.h"
+#include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
@@ -45,7 +43,7 @@ struct RecogniseCommand {
   std::string words;
   std::string reference_file;
   std::string format = "text";
-  std::string noise_reduction = "none";
+  std::string noise_reduction;  // empty: as the model's recipe says
   bool alignment = false;
   bool skip_unknown = false;
   bool equalise = false;
@@ -57,6 +55,15 @@ struct RecogniseCommand {
   ScorerOptions scoring;
 
  private:
+  struct Task {
+    WordNetwork words;
+    AcousticModel model;
+    Dictionary dictionary;
+  };
+  Task task() const;
+  Recipe recipe_of(const AcousticModel& model) const;
+  RecognisedUtterance recognise(const std::string& file, const SearchNetwork& network, ViterbiSearch& search,
+                                FeatureChain& chain) const;
   WordNetwork word_network() const;
   Dictionary dictionary(const AcousticModel& model, const WordNetwork& network) const;
 };
@@ -102,81 +109,87 @@ std::vector<std::string> spoken_words(const Hypothesis& hypothesis, const Search
   return result;
 }
 
+// The words that are allowed, the model and how its words are pronounced.
+RecogniseCommand::Task RecogniseCommand::task() const {
+  if (!is_word_model_file(model_name)) {
+    WordNetwork words_allowed = word_network();
+    AcousticModel model = read_acoustic_model(find_model_folder(model_name), floors);
+    Dictionary pronunciations = dictionary(model, words_allowed);
+    return {std::move(words_allowed), std::move(model), std::move(pronunciations)};
+  }
+  WordRecogniser word_model = word_recogniser(read_word_model(model_name), model_name);
+  WordNetwork words_allowed =
+      grammar_file.empty() && words.empty() ? word_loop(word_model.words, model_name) : word_network();
+  Dictionary pronunciations =
+      dictionary_file.empty() ? std::move(word_model.dictionary) : dictionary(word_model.acoustic, words_allowed);
+  return {std::move(words_allowed), std::move(word_model.acoustic), std::move(pronunciations)};
+}
+
+// The model's own, with what the command line adds for a difficult channel.
+Recipe RecogniseCommand::recipe_of(const AcousticModel& model) const {
+  Recipe recipe = model.recipe;
+  if (!noise_reduction.empty()) read_field(noise_reduction, recipe.noise_reduction.method);
+  if (equalise) {
+    if (recipe.source == Source::kFeatures) {
+      throw Fault("recognise: --equalise needs a model of cepstra, " + model_name + " was trained from features");
+    }
+    recipe.equalisation = Equalisation::kFromMean;
+  }
+  return recipe;
+}
+
+RecognisedUtterance RecogniseCommand::recognise(const std::string& file, const SearchNetwork& network,
+                                                ViterbiSearch& search, FeatureChain& chain) const {
+  const auto start = std::chrono::steady_clock::now();
+  const auto follow = [&](const FeatureMatrix& rows) {
+    for (int frame = 0; frame < rows.height(); ++frame) search.push(rows.row(frame));
+  };
+  const UtteranceInfo info = stream_utterance(file, chain, raw, follow);
+  const Hypothesis hypothesis = search.finish();
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+
+  RecognisedUtterance utterance;
+  utterance.file = file;
+  utterance.words = spoken_words(hypothesis, network);
+  utterance.score = hypothesis.score;
+  utterance.complete = hypothesis.complete;
+  utterance.audio_seconds = info.seconds;
+  utterance.elapsed_seconds = elapsed.count();
+  if (alignment) {
+    const double seconds = chain.recipe().frame_seconds();
+    for (const HypothesisWord& word : hypothesis.words) {
+      utterance.alignment.push_back({network.labels[static_cast<std::size_t>(word.label)].word,
+                                     word.first_frame * seconds, (word.last_frame + 1) * seconds});
+    }
+  }
+  return utterance;
+}
+
 void RecogniseCommand::run() const {
   if (alignment && format == "tsv") throw Fault("recognise: --alignment is for the format text");
-  std::optional<WordRecogniser> word_model;
-  if (is_word_model_file(model_name)) word_model = word_recogniser(read_word_model(model_name), model_name);
-  WordNetwork words_allowed =
-      word_model && grammar_file.empty() && words.empty() ? word_loop(word_model->words, model_name) : word_network();
-  const AcousticModel model =
-      word_model ? word_model->acoustic : read_acoustic_model(find_model_folder(model_name), floors);
-  const Dictionary pronunciations =
-      word_model && dictionary_file.empty() ? word_model->dictionary : dictionary(model, words_allowed);
+  Task given = task();
   std::optional<References> references;
   if (!reference_file.empty()) {
     references = References::read(reference_file);
     for (const std::string& file : audio_files) references->find(file);
   }
   if (skip_unknown) {
-    for (const std::string& word : remove_unpronounceable(words_allowed, pronunciations, model)) {
+    for (const std::string& word : remove_unpronounceable(given.words, given.dictionary, given.model)) {
       std::fprintf(stderr, "kivsr: the word \"%s\" cannot be pronounced and is left out\n", word.c_str());
     }
   }
-
-  std::optional<NoiseReduction> reduction;
-  if (noise_reduction != "none") reduction.emplace(model.features.front_end, noise_reduction_settings(noise_reduction));
-  const SearchNetwork network = build_search_network(words_allowed, pronunciations, model, weights);
-  const std::unique_ptr<Scorer> scorer = make_mixture_scorer(model, scoring);
-  if (equalise && !model.feature_steps.front_end) {
-    throw Fault("recognise: --equalise needs a model of cepstra, " + model_name + " was trained from features");
-  }
-  ViterbiSearch search(network, model, *scorer, beams);
+  const SearchNetwork network = build_search_network(given.words, given.dictionary, given.model, weights);
+  const std::unique_ptr<Scorer> scorer = make_mixture_scorer(given.model, scoring);
+  FeatureChain chain(recipe_of(given.model));
+  ViterbiSearch search(network, given.model, *scorer, beams);
   RecogniseReport report(format == "tsv" ? ReportFormat::kTsv : ReportFormat::kText, references.has_value());
   Progress progress("recognise", static_cast<int>(audio_files.size()));
   for (const std::string& file : audio_files) {
     progress.step(file);
-    const bool from_features = is_feature_file(file);
-    if (from_features && reduction) throw Fault(file + ": noise is reduced in audio, not in features");
-    Audio audio;
-    FeatureMatrix cepstra;
-    if (from_features) {
-      cepstra = read_front_end_rows(file, model.features.front_end);
-    } else if (!model.feature_steps.front_end) {
-      throw Fault(file + ": the model " + model_name + " was trained from features, not from audio");
-    } else {
-      audio = read_audio_at(file, model.features.front_end.sample_rate, raw);
-    }
-    const auto start = std::chrono::steady_clock::now();
-    if (reduction) {
-      cepstra = reduction->run(audio.samples);
-    } else if (!from_features) {
-      cepstra = FrontEnd(model.features.front_end).run(audio.samples);
-    }
-    if (equalise) equalise_utterance(cepstra, model.features.front_end);
-    const FeatureMatrix features = model.feature_steps.apply(cepstra);
-    if (features.height() == 0) throw Fault(file + ": shorter than one frame");
-    for (int frame = 0; frame < features.height(); ++frame) search.push(features.row(frame));
-    const Hypothesis hypothesis = search.finish();
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-
-    Utterance utterance;
-    utterance.file = file;
-    utterance.words = spoken_words(hypothesis, network);
-    utterance.score = hypothesis.score;
-    utterance.complete = hypothesis.complete;
-    utterance.audio_seconds =
-        from_features ? cepstra.height() * model.features.front_end.frame_seconds() : audio.seconds();
-    utterance.elapsed_seconds = elapsed.count();
+    RecognisedUtterance utterance = recognise(file, network, search, chain);
     if (references) {
       utterance.reference = references->find(file);
       utterance.errors = count_word_errors(utterance.reference, utterance.words);
-    }
-    if (alignment) {
-      const double seconds = model.features.front_end.frame_seconds();
-      for (const HypothesisWord& word : hypothesis.words) {
-        utterance.alignment.push_back({network.labels[static_cast<std::size_t>(word.label)].word,
-                                       word.first_frame * seconds, (word.last_frame + 1) * seconds});
-      }
     }
     progress.clear();
     report.add(utterance);
@@ -211,9 +224,10 @@ void add_recognise(CLI::App& program) {
                       "Transcriptions, lines \"words (utterance-id)\", to count word errors");
   command->add_flag("--equalise", options->equalise,
                     "Follow a channel that changes within an utterance (blind equalisation)");
-  command->add_option("--noise-reduction", options->noise_reduction, "none, mcra-wiener or mcra-emns")
-      ->check(CLI::IsMember({"none", "mcra-wiener", "mcra-emns"}))
-      ->capture_default_str();
+  command
+      ->add_option("--noise-reduction", options->noise_reduction,
+                   "none, mcra-wiener or mcra-emns (default: as the model's recipe says)")
+      ->check(CLI::IsMember({"none", "mcra-wiener", "mcra-emns"}));
   command->add_flag("--alignment", options->alignment, "Print start and end of each word in seconds");
   command->add_option("--format", options->format, "text or tsv")
       ->check(CLI::IsMember({"text", "tsv"}))

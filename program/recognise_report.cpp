@@ -28,7 +28,7 @@ RecogniseReport::RecogniseReport(ReportFormat format, bool with_reference)
   std::printf("\n");
 }
 
-void RecogniseReport::add_text(const Utterance& utterance) const {
+void RecogniseReport::add_text(const RecognisedUtterance& utterance) const {
   std::printf("%s: %s [score %.1f, %.2f s, real-time factor %.4f", utterance.file.c_str(),
               joined(utterance.words).c_str(), utterance.score, utterance.audio_seconds,
               ratio(utterance.elapsed_seconds, utterance.audio_seconds));
@@ -42,7 +42,7 @@ void RecogniseReport::add_text(const Utterance& utterance) const {
   }
 }
 
-void RecogniseReport::add_tsv(const Utterance& utterance) const {
+void RecogniseReport::add_tsv(const RecognisedUtterance& utterance) const {
   std::printf("%s\t%s\t%.3f\t%.4f\t%.5f\t%d", utterance.file.c_str(), joined(utterance.words).c_str(), utterance.score,
               utterance.audio_seconds, ratio(utterance.elapsed_seconds, utterance.audio_seconds),
               utterance.complete ? 1 : 0);
@@ -54,7 +54,7 @@ void RecogniseReport::add_tsv(const Utterance& utterance) const {
   std::printf("\n");
 }
 
-void RecogniseReport::add(const Utterance& utterance) {
+void RecogniseReport::add(const RecognisedUtterance& utterance) {
   ++utterances_;
   audio_seconds_ += utterance.audio_seconds;
   elapsed_seconds_ += utterance.elapsed_seconds;

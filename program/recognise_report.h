@@ -15,7 +15,7 @@ struct AlignedWord {
   double end = 0.0;
 };
 
-struct Utterance {
+struct RecognisedUtterance {
   std::string file;
   std::vector<std::string> words;
   double score = 0.0;
@@ -32,12 +32,12 @@ enum class ReportFormat { kText, kTsv };
 class RecogniseReport {
  public:
   RecogniseReport(ReportFormat format, bool with_reference);
-  void add(const Utterance& utterance);
+  void add(const RecognisedUtterance& utterance);
   void finish() const;
 
  private:
-  void add_text(const Utterance& utterance) const;
-  void add_tsv(const Utterance& utterance) const;
+  void add_text(const RecognisedUtterance& utterance) const;
+  void add_tsv(const RecognisedUtterance& utterance) const;
 
   ReportFormat format_;
   bool with_reference_;

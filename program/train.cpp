@@ -9,15 +9,16 @@
 
 #include <CLI/CLI.hpp>
 
-#include "kivsr/speech/front/feature_input.h"
+#include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/feature_format.h"
 #include "kivsr/speech/io/feature_reader.h"
 #include "kivsr/speech/models/word_model_file.h"
 #include "kivsr/speech/train/start_model.h"
 #include "kivsr/speech/train/trainer.h"
-#include "program/front_end_options.h"
 #include "program/progress.h"
 #include "program/raw_options.h"
+#include "program/recipe_options.h"
 #include "program/subcommands.h"
 
 namespace kivsr::program {
@@ -25,11 +26,11 @@ namespace kivsr::program {
 namespace {
 
 struct TrainCommand {
-  explicit TrainCommand(CLI::App& command) : front_end(command) {}
+  explicit TrainCommand(CLI::App& command) : recipe(command, "sphinx-39") {}
 
   void run();
 
-  FrontEndOptions front_end;
+  RecipeOptions recipe;
   TrainingListFiles list;
   std::string model_file;
   bool plain_mixture = false;
@@ -41,17 +42,16 @@ struct TrainCommand {
   std::string statistics_file;
   std::vector<std::string> sum_files;
   RawFormat raw;
-  ModelFeatures features;
+  int source_width = 13;  // of .mfc files
   std::string method = "baum-welch";
   std::string start = "codebook";
   TrainingSettings settings;
   // Says of each setting given on the command line whether it is the stored one.
   std::vector<std::function<void(const TrainingSettings&)>> comparisons;
-  CLI::Option* normalise_option = nullptr;
-  CLI::Option* dynamics_option = nullptr;
 
  private:
   void read_model();
+  Recipe recipe_for(Source source, int width) const;
   void begin(const std::vector<TrainingItem>& items);
   void train(const std::vector<TrainingItem>& items);
   void write_part(const std::vector<TrainingItem>& items);
@@ -80,11 +80,8 @@ void TrainCommand::read_model() {
   model_ = read_word_model(model_file);
   const TrainingSettings stored = stored_settings(model_.training, model_file, pass_);
   for (const auto& compare : comparisons) compare(stored);
-  const auto other = [&](const std::string& name) { return Fault(model_file + ": was begun with another --" + name); };
-  if (normalise_option->count() > 0 && features.normalisation != model_.features.normalisation) {
-    throw other("normalise");
-  }
-  if (dynamics_option->count() > 0 && features.dynamics != model_.features.dynamics) throw other("dynamics");
+  if (recipe.given())
+    require_same(model_.recipe, recipe_for(model_.recipe.source, model_.recipe.source_width), model_file);
   if (plain_mixture && !model_.plain_mixture) throw Fault(model_file + ": is a model of words, not a plain mixture");
   settings = stored;
 }
@@ -95,15 +92,26 @@ void check_list(const std::vector<TrainingItem>& items, const TrainingSettings& 
   }
 }
 
+// Of rows of features only what follows the front end.
+Recipe TrainCommand::recipe_for(Source source, int width) const {
+  const Recipe whole = recipe.recipe();
+  if (source == Source::kAudio) return whole;
+  Recipe result = Recipe::of_features(width);
+  result.normalisation = whole.normalisation;
+  result.normalisation_frames = whole.normalisation_frames;
+  result.dynamics = whole.dynamics;
+  result.regression_window = whole.regression_window;
+  result.validate();
+  return result;
+}
+
 void TrainCommand::begin(const std::vector<TrainingItem>& items) {
   settings.list_checksum = static_cast<double>(list_checksum(items));
   const auto is_audio = [](const TrainingItem& item) { return !is_feature_file(item.file); };
-  if (std::any_of(items.begin(), items.end(), is_audio)) {
-    features.front_end = front_end.parameters();
-    features.width = features.front_end->row_width();
-  } else {
-    features.width = read_feature_file(items.front().file, features.width).width;
-  }
+  const bool audio = std::any_of(items.begin(), items.end(), is_audio);
+  const Recipe features =
+      audio ? recipe_for(Source::kAudio, 0)
+            : recipe_for(Source::kFeatures, read_feature_file(items.front().file, source_width).width);
   std::optional<Aligner> aligner;
   if (!aligner_file.empty()) aligner = Aligner{read_word_model(aligner_file), frames_per_state};
   model_ = model_shape(features, items, plain_mixture, settings, aligner ? &*aligner : nullptr);
@@ -284,21 +292,7 @@ void add_train(CLI::App& program) {
   command->add_option("--part", options->part_text, "Only add up part i of n of the list for the next pass: i/n");
   command->add_option("--statistics", options->statistics_file, "File for the sums of --part");
   command->add_option("--sum", options->sum_files, "Files of all parts: finish the pass with them");
-  const std::vector<std::pair<std::string, UtteranceNormalisation>> normalisations{
-      {"none", UtteranceNormalisation::kNone},
-      {"mean", UtteranceNormalisation::kMean},
-      {"mean-variance", UtteranceNormalisation::kMeanVariance}};
-  const std::vector<std::pair<std::string, UtteranceDynamics>> dynamics{
-      {"none", UtteranceDynamics::kNone}, {"differences", UtteranceDynamics::kDifferences}};
-  options->normalise_option =
-      command
-          ->add_option("--normalise", options->features.normalisation, "Of each utterance: none, mean or mean-variance")
-          ->transform(CLI::Transformer(normalisations))
-          ->default_str("mean");
-  options->dynamics_option = command->add_option("--dynamics", options->features.dynamics, "none or differences")
-                                 ->transform(CLI::Transformer(dynamics))
-                                 ->default_str("differences");
-  command->add_option("--mfc-width", options->features.width, "Values of a frame in .mfc files")
+  command->add_option("--mfc-width", options->source_width, "Values of a frame in .mfc files")
       ->check(CLI::Range(1, 10000))
       ->capture_default_str();
   add_raw_options(*command, options->raw);

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "kivsr/speech/front/front_end.h"
-#include "kivsr/speech/front/spectrum_filter.h"
 #include "kivsr/speech/io/fault.h"
 #include "program/picture/plot.h"
 
@@ -47,15 +46,13 @@ FeatureMatrix spectrogram(std::span<const float> samples, int sample_rate, int& 
   parameters.filter_count = parameters.cepstrum_count = 4;
   parameters.low_frequency = 0.05F * static_cast<float>(sample_rate);
   parameters.high_frequency = 0.45F * static_cast<float>(sample_rate);
-  SpectrumRecorder recorder;
-  FrontEnd(parameters, &recorder).run(samples);
   constexpr float kMeanSquaredWindow = 0.375F;
-  FeatureMatrix& power = recorder.spectra;
+  FeatureMatrix power = FrontEnd(parameters).spectra(samples);
   check(kivsMulC_32f_I(1.0F / (kMeanSquaredWindow * static_cast<float>(parameters.fft_length)), power.values.data(),
                        count_of(power)),
         "kivsMulC_32f_I");
   to_decibels(power);
-  return std::move(power);
+  return power;
 }
 
 class EnhancementPicture {

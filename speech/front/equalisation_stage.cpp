@@ -78,26 +78,23 @@ void EqualisationStage::push(const FeatureMatrix& rows, FeatureMatrix& result) {
 
 void EqualisationStage::finish(FeatureMatrix&) { bias_ = first_bias_; }
 
-void EqualisationStage::run(FeatureMatrix& rows) {
-  FeatureMatrix result{rows.width, {}};
-  push(rows, result);
-  finish(result);
-  rows = std::move(result);
-}
-
-std::unique_ptr<RowStage> make_equalisation_stage(const FeatureParameters& parameters) {
-  if (!parameters.equalise) return nullptr;
-  return std::make_unique<EqualisationStage>(parameters.front_end, parameters.equalisation_reference);
-}
-
-void equalise_utterance(FeatureMatrix& cepstra, const FrontEndParameters& parameters) {
-  if (cepstra.height() == 0) return;
-  std::vector<float> mean(static_cast<std::size_t>(cepstra.width));
-  check(kivsMeanColumn_32f_D2(cepstra.values.data(), cepstra.height(), cepstra.width, mean.data(), cepstra.width),
-        "kivsMeanColumn_32f_D2");
-  const auto first = mean.begin() + first_equalised(parameters);
-  const auto count = static_cast<std::ptrdiff_t>(equalised_count(parameters));
-  EqualisationStage(parameters, {}, {first, first + count}).run(cepstra);
+std::unique_ptr<RowStage> make_equalisation_stage(const Recipe& recipe) {
+  const FrontEndParameters& parameters = recipe.front_end;
+  if (recipe.equalisation == Equalisation::kNone) return nullptr;
+  if (recipe.equalisation == Equalisation::kFromZero) {
+    return std::make_unique<EqualisationStage>(parameters, recipe.reference_cepstrum);
+  }
+  return std::make_unique<WholeUtterance>(
+      parameters.row_width(), [parameters, reference = recipe.reference_cepstrum](FeatureMatrix& cepstra) {
+        std::vector<float> mean(static_cast<std::size_t>(cepstra.width));
+        check(kivsMeanColumn_32f_D2(cepstra.values.data(), cepstra.height(), cepstra.width, mean.data(), cepstra.width),
+              "kivsMeanColumn_32f_D2");
+        const auto first = mean.begin() + first_equalised(parameters);
+        const auto count = static_cast<std::ptrdiff_t>(equalised_count(parameters));
+        FeatureMatrix equalised{cepstra.width, {}};
+        EqualisationStage(parameters, reference, {first, first + count}).push(cepstra, equalised);
+        cepstra = std::move(equalised);
+      });
 }
 
 std::vector<float> aurora_reference_cepstrum() {

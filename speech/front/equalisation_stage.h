@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "kivsr/speech/front/feature_parameters.h"
+#include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/front/row_stage.h"
 
 namespace kivsr::speech {
@@ -23,8 +23,6 @@ class EqualisationStage : public RowStage {
 
   void push(const FeatureMatrix& rows, FeatureMatrix& result) override;
   void finish(FeatureMatrix& result) override;
-  // A whole utterance in place.
-  void run(FeatureMatrix& rows);
 
  private:
   float log_energy(std::span<const float> row) const;
@@ -35,12 +33,9 @@ class EqualisationStage : public RowStage {
   std::vector<float> bias_;
 };
 
-// The stage that the parameters ask for, null for none.
-std::unique_ptr<RowStage> make_equalisation_stage(const FeatureParameters& parameters);
-
-// Equalises the cepstra of an utterance for a model whose training took the mean out of them: such a model's reference
-// is zero, and the bias starts at the utterance's mean.
-void equalise_utterance(FeatureMatrix& cepstra, const FrontEndParameters& parameters);
+// The stage that the recipe asks for, null for none. From the mean: the bias starts at the mean of the utterance, which
+// suits a model whose training took the mean out, with a reference of zeros.
+std::unique_ptr<RowStage> make_equalisation_stage(const Recipe& recipe);
 
 // c1 .. c12 of the standard's own features.
 std::vector<float> aurora_reference_cepstrum();

@@ -4,8 +4,7 @@
 #include <bit>
 #include <climits>
 #include <cmath>
-#include <cstdint>
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "kivsr/speech/io/fault.h"
@@ -17,125 +16,141 @@ namespace {
 
 enum class ByteOrder { kLittle, kBig };
 
-// Collects numbers as bytes of a given order, whatever the order of the machine.
-class Bytes {
- public:
-  explicit Bytes(ByteOrder order) : order_(order) {}
-
-  void put_16(std::uint32_t value) { put(value, 2); }
-  void put_32(std::uint32_t value) { put(value, 4); }
-  void put_float(float value) { put(std::bit_cast<std::uint32_t>(value), 4); }
-  std::string_view text() const { return bytes_; }
-
- private:
-  void put(std::uint32_t value, unsigned count) {
-    for (unsigned i = 0; i < count; ++i) {
-      const unsigned shift = 8 * (order_ == ByteOrder::kLittle ? i : count - 1 - i);
-      bytes_.push_back(static_cast<char>(value >> shift & 0xFFU));
-    }
+void put(std::uint32_t value, unsigned count, ByteOrder order, std::string& bytes) {
+  for (unsigned i = 0; i < count; ++i) {
+    const unsigned shift = 8 * (order == ByteOrder::kLittle ? i : count - 1 - i);
+    bytes.push_back(static_cast<char>(value >> shift & 0xFFU));
   }
+}
 
-  ByteOrder order_;
-  std::string bytes_;
-};
+void put(std::span<const float> values, ByteOrder order, std::string& bytes) {
+  for (const float value : values) put(std::bit_cast<std::uint32_t>(value), 4, order, bytes);
+}
 
-void write_npy(OutputFile& file, const FeatureMatrix& rows) {
-  std::string header = "{'descr': '<f4', 'fortran_order': False, 'shape': (" + std::to_string(rows.height()) + ", " +
-                       std::to_string(rows.width) + "), }";
-  // Magic, version and length take 10 bytes; the data starts at a multiple of 64, the header ends with a line feed.
+// 128 bytes for any number of rows. Magic, version and length take 10 of them; the data starts at a multiple of 64, the
+// header ends with a line feed.
+std::string npy_header(std::int64_t frames, int width) {
+  std::string header = "{'descr': '<f4', 'fortran_order': False, 'shape': (" + std::to_string(frames) + ", " +
+                       std::to_string(width) + "), }";
   header.append(63 - (10 + header.size()) % 64, ' ');
   header.push_back('\n');
-  Bytes bytes(ByteOrder::kLittle);
-  bytes.put_16(static_cast<std::uint32_t>(header.size()));
-  for (const float value : rows.values) bytes.put_float(value);
-  file.write(std::string_view("\x93NUMPY\x01\x00", 8));
-  file.write(bytes.text().substr(0, 2));
-  file.write(header);
-  file.write(bytes.text().substr(2));
+  std::string bytes("\x93NUMPY\x01\x00", 8);
+  put(static_cast<std::uint32_t>(header.size()), 2, ByteOrder::kLittle, bytes);
+  return bytes + header;
 }
 
 // The base kind in the low six bits, then the qualifiers.
-std::uint32_t htk_kind(const FeatureParameters& parameters) {
+std::uint32_t htk_kind(const Recipe& recipe) {
   constexpr std::uint32_t kLpCepstra = 3;
   constexpr std::uint32_t kMfcc = 6;
   constexpr std::uint32_t kFilterBank = 7;
+  constexpr std::uint32_t kUser = 9;
   constexpr std::uint32_t kWithEnergy = 0100;
   constexpr std::uint32_t kWithDeltas = 0400;
   constexpr std::uint32_t kWithAccelerations = 01000;
   constexpr std::uint32_t kZeroMean = 04000;
   constexpr std::uint32_t kWithZeroth = 020000;
-  const FrontEndParameters& front_end = parameters.front_end;
+  const FrontEndParameters& front_end = recipe.front_end;
+  if (recipe.source == Source::kFeatures) return kUser;
   std::uint32_t kind = kMfcc;
   if (front_end.output == Output::kLogMel) kind = kFilterBank;
   if (front_end.output == Output::kLpcCepstra) kind = kLpCepstra;
   if (front_end.energy) kind |= kWithEnergy;
-  if (parameters.delta != Delta::kNone) kind |= kWithDeltas | kWithAccelerations;
-  if (parameters.normalisation == Normalisation::kMean || parameters.normalisation == Normalisation::kMeanVariance) {
+  if (recipe.dynamics != Dynamics::kNone) kind |= kWithDeltas | kWithAccelerations;
+  if (recipe.normalisation == Normalisation::kMean || recipe.normalisation == Normalisation::kMeanVariance) {
     kind |= kZeroMean;
   }
-  // The aurora deltas put c0 and the log energy into one column, which stands where the energy does.
+  // The aurora dynamics put c0 and the log energy into one column, which stands where the energy does.
   if (front_end.output == Output::kCepstra && front_end.zeroth != ZerothCepstrum::kNone &&
-      parameters.delta != Delta::kAurora) {
+      recipe.dynamics != Dynamics::kAurora) {
     kind |= kWithZeroth;
   }
   return kind;
 }
 
-void write_htk(OutputFile& file, const FeatureMatrix& rows, const FeatureParameters& parameters) {
+std::string htk_header(std::int64_t frames, const Recipe& recipe) {
   constexpr double kUnitsASecond = 1e7;
-  if (rows.width * 4 > SHRT_MAX) {
-    throw Fault("rows of " + std::to_string(rows.width) + " values are too wide for the HTK format");
-  }
-  const FrontEndParameters& front_end = parameters.front_end;
-  Bytes bytes(ByteOrder::kBig);
-  bytes.put_32(static_cast<std::uint32_t>(rows.height()));
-  bytes.put_32(static_cast<std::uint32_t>(std::lround(front_end.frame_seconds() * kUnitsASecond)));
-  bytes.put_16(static_cast<std::uint32_t>(rows.width) * 4);
-  bytes.put_16(htk_kind(parameters));
-  const bool move_zeroth = front_end.output == Output::kCepstra && front_end.zeroth == ZerothCepstrum::kFirst;
+  std::string bytes;
+  put(static_cast<std::uint32_t>(frames), 4, ByteOrder::kBig, bytes);
+  put(static_cast<std::uint32_t>(std::lround(recipe.frame_seconds() * kUnitsASecond)), 4, ByteOrder::kBig, bytes);
+  put(static_cast<std::uint32_t>(recipe.width()) * 4, 2, ByteOrder::kBig, bytes);
+  put(htk_kind(recipe), 2, ByteOrder::kBig, bytes);
+  return bytes;
+}
+
+// HTK wants c0 behind the other cepstra, in the statics and in each of their derivatives.
+void put_htk_rows(const FeatureMatrix& rows, const Recipe& recipe, std::string& bytes) {
+  const FrontEndParameters& front_end = recipe.front_end;
+  const bool move_zeroth = recipe.source == Source::kAudio && front_end.output == Output::kCepstra &&
+                           front_end.zeroth == ZerothCepstrum::kFirst;
   std::vector<float> ordered(static_cast<std::size_t>(rows.width));
   for (int t = 0; t < rows.height(); ++t) {
     const auto row = rows.row(t);
     std::copy(row.begin(), row.end(), ordered.begin());
-    for (auto group = ordered.begin(); move_zeroth && group != ordered.end(); group += parameters.static_width()) {
+    for (auto group = ordered.begin(); move_zeroth && group != ordered.end(); group += recipe.static_width()) {
       std::rotate(group, group + 1, group + front_end.cepstrum_count);
     }
-    for (const float value : ordered) bytes.put_float(value);
+    put(ordered, ByteOrder::kBig, bytes);
   }
-  file.write(bytes.text());
 }
 
-void write_mfc(OutputFile& file, const FeatureMatrix& rows) {
-  if (rows.values.size() > INT_MAX) throw Fault("too many values for the Sphinx format");
-  Bytes bytes(ByteOrder::kLittle);
-  bytes.put_32(static_cast<std::uint32_t>(rows.values.size()));
-  for (const float value : rows.values) bytes.put_float(value);
-  file.write(bytes.text());
-}
-
-void write_csv(OutputFile& file, const FeatureMatrix& rows, const FeatureParameters& parameters) {
-  std::string line = "time_s";
-  for (const std::string& name : parameters.column_names()) line += "," + name;
-  line += '\n';
-  file.write(line);
+void put_csv_rows(const FeatureMatrix& rows, std::int64_t first, double frame_seconds, std::string& text) {
   for (int t = 0; t < rows.height(); ++t) {
-    line = number_text(t * parameters.front_end.frame_seconds(), 9);
-    for (const float value : rows.row(t)) line += "," + number_text(value, 9);
-    line += '\n';
-    file.write(line);
+    text += number_text(static_cast<double>(first + t) * frame_seconds, 9);
+    for (const float value : rows.row(t)) text += "," + number_text(value, 9);
+    text += '\n';
   }
 }
 
 }  // namespace
 
-void write_features(OutputFile& file, FeatureFormat format, const FeatureMatrix& rows,
-                    const FeatureParameters& parameters) {
-  switch (format) {
-    case FeatureFormat::kNpy: return write_npy(file, rows);
-    case FeatureFormat::kHtk: return write_htk(file, rows, parameters);
-    case FeatureFormat::kMfc: return write_mfc(file, rows);
-    case FeatureFormat::kCsv: return write_csv(file, rows, parameters);
+FeatureWriter::FeatureWriter(OutputFile& file, FeatureFormat format, const Recipe& recipe)
+    : file_(file), format_(format), recipe_(recipe) {
+  if (format == FeatureFormat::kHtk && recipe.width() * 4 > SHRT_MAX) {
+    throw Fault("rows of " + std::to_string(recipe.width()) + " values are too wide for the HTK format");
   }
+  file_.write(header());
+}
+
+std::string FeatureWriter::header() const {
+  std::string bytes;
+  switch (format_) {
+    case FeatureFormat::kNpy: return npy_header(frames_, recipe_.width());
+    case FeatureFormat::kHtk: return htk_header(frames_, recipe_);
+    case FeatureFormat::kMfc:
+      put(static_cast<std::uint32_t>(frames_ * recipe_.width()), 4, ByteOrder::kLittle, bytes);
+      return bytes;
+    case FeatureFormat::kCsv: break;
+  }
+  bytes = "time_s";
+  for (const std::string& name : recipe_.column_names()) bytes += "," + name;
+  return bytes + '\n';
+}
+
+void FeatureWriter::append(const FeatureMatrix& rows) {
+  std::string bytes;
+  switch (format_) {
+    case FeatureFormat::kNpy:
+    case FeatureFormat::kMfc: put(rows.values, ByteOrder::kLittle, bytes); break;
+    case FeatureFormat::kHtk: put_htk_rows(rows, recipe_, bytes); break;
+    case FeatureFormat::kCsv: put_csv_rows(rows, frames_, recipe_.frame_seconds(), bytes); break;
+  }
+  file_.write(bytes);
+  frames_ += rows.height();
+}
+
+void FeatureWriter::finish() {
+  if (format_ == FeatureFormat::kHtk && frames_ > INT_MAX) throw Fault("too many rows for the HTK format");
+  if (format_ == FeatureFormat::kMfc && frames_ * recipe_.width() > INT_MAX) {
+    throw Fault("too many values for the Sphinx format");
+  }
+  if (format_ != FeatureFormat::kCsv) file_.overwrite(0, header());
+}
+
+void write_features(OutputFile& file, FeatureFormat format, const FeatureMatrix& rows, const Recipe& recipe) {
+  FeatureWriter writer(file, format, recipe);
+  writer.append(rows);
+  writer.finish();
 }
 
 }  // namespace kivsr::speech

@@ -41,8 +41,8 @@ std::vector<float> lifter_weights(int lifter, int count, double scale = 1.0) {
 
 }  // namespace
 
-FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters, SpectrumFilter* filter)
-    : parameters_(parameters), filter_(filter), window_(window_samples(parameters.window, parameters.window_length)) {
+FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters)
+    : parameters_(parameters), window_(window_samples(parameters.window, parameters.window_length)) {
   const int order = std::countr_zero(static_cast<unsigned>(parameters_.fft_length));
   KivsFFTSpec_R_32f* fft = nullptr;
   check(kivsFFTInitAlloc_R_32f(&fft, order, kivFftScaleNone, 0), "kivsFFTInitAlloc_R_32f");
@@ -52,7 +52,6 @@ FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters, SpectrumFilte
   fft_work_.resize(size_of(std::max(work, 1)));
 
   lifter_ = lifter_weights(parameters_.lifter, parameters_.prediction_order);
-  lags_.resize(size_of(parameters_.prediction_order) + 1);
   predictor_.resize(size_of(parameters_.prediction_order));
   lpc_cepstra_.resize(size_of(parameters_.prediction_order));
   frame_.resize(size_of(parameters_.window_length));
@@ -63,11 +62,15 @@ FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters, SpectrumFilte
   make_transform();
   const int bins = parameters_.fft_length / 2 + 1;
   bins_.resize(size_of(bins));
-  spectrum_.resize(size_of(bins));
   bands_.resize(size_of(parameters_.filter_count));
   energies_.resize(size_of(parameters_.filter_count));
   floor_.assign(size_of(parameters_.filter_count), std::max(parameters_.log_floor, kSmallestEnergy));
   transformed_.resize(size_of(parameters_.cepstrum_count) + 1);
+}
+
+int FrameAnalysis::spectrum_width() const {
+  if (parameters_.output == Output::kLpcCepstra) return parameters_.prediction_order + 1;
+  return parameters_.fft_length / 2 + 1;
 }
 
 void FrameAnalysis::make_filters() {
@@ -173,19 +176,19 @@ float FrameAnalysis::log_energy(std::span<const float> frame) {
   return energy;
 }
 
-void FrameAnalysis::make_spectrum() {
+void FrameAnalysis::make_spectrum(std::span<float> spectrum) {
   auto* const bins = reinterpret_cast<Kiv32f*>(bins_.data());
   check(kivsFFTFwd_RToCCS_32f(samples_.data(), bins, fft_.get(), fft_work_.data()), "kivsFFTFwd_RToCCS_32f");
   if (parameters_.spectrum == Spectrum::kMagnitude) {
-    check(kivsMagnitude_32fc(bins_.data(), spectrum_.data(), static_cast<int>(bins_.size())), "kivsMagnitude_32fc");
+    check(kivsMagnitude_32fc(bins_.data(), spectrum.data(), static_cast<int>(bins_.size())), "kivsMagnitude_32fc");
   } else {
-    std::transform(bins_.begin(), bins_.end(), spectrum_.begin(),
+    std::transform(bins_.begin(), bins_.end(), spectrum.begin(),
                    [](Kiv32fc bin) { return bin.re * bin.re + bin.im * bin.im; });
   }
 }
 
-void FrameAnalysis::make_log_mel() {
-  check(kivsEvalFBank_32f(spectrum_.data(), bands_.data(), filters_.get()), "kivsEvalFBank_32f");
+void FrameAnalysis::make_log_mel(std::span<const float> spectrum) {
+  check(kivsEvalFBank_32f(spectrum.data(), bands_.data(), filters_.get()), "kivsEvalFBank_32f");
   check(kivsAddC_32f(bands_.data(), parameters_.log_offset, energies_.data(), parameters_.filter_count),
         "kivsAddC_32f");
   check(kivsMaxEvery_32f_I(floor_.data(), energies_.data(), parameters_.filter_count), "kivsMaxEvery_32f_I");
@@ -205,27 +208,34 @@ void FrameAnalysis::cepstra_of_energies(std::span<float> row) {
 
 // Of the synthesis filter 1 / A(z). A frame that prediction cannot do more for keeps the stages done so far and zeros
 // for the others: digital silence has zeros only.
-void FrameAnalysis::cepstra_of_prediction(std::span<float> row) {
+void FrameAnalysis::cepstra_of_prediction(std::span<const float> lags, std::span<float> row) {
   const int order = parameters_.prediction_order;
-  check(kivsAutoCorr_32f(samples_.data(), parameters_.window_length, lags_.data(), order + 1), "kivsAutoCorr_32f");
   std::fill(predictor_.begin(), predictor_.end(), 0.0F);
   float error = 0.0F;
-  const KivStatus status = kivsDurbin_32f(lags_.data(), predictor_.data(), order, &error);
+  const KivStatus status = kivsDurbin_32f(lags.data(), predictor_.data(), order, &error);
   if (status != kivStatusNonPositiveError) check(status, "kivsDurbin_32f");
   check(kivsLPToCepstrum_32f(predictor_.data(), lpc_cepstra_.data(), order), "kivsLPToCepstrum_32f");
   check(kivsMul_32f(lpc_cepstra_.data(), lifter_.data(), row.data(), order), "kivsMul_32f");
 }
 
-void FrameAnalysis::run(std::span<const float> samples, std::span<float> row) {
+float FrameAnalysis::spectrum_of(std::span<const float> samples, std::span<float> spectrum) {
+  window_frame(samples);
+  if (parameters_.output == Output::kLpcCepstra) {
+    check(kivsAutoCorr_32f(samples_.data(), parameters_.window_length, spectrum.data(), spectrum_width()),
+          "kivsAutoCorr_32f");
+  } else {
+    make_spectrum(spectrum);
+  }
+  return parameters_.energy ? log_energy(samples.subspan(1)) : 0.0F;
+}
+
+void FrameAnalysis::row_of(std::span<const float> spectrum, float log_energy, std::span<float> row) {
   if (parameters_.energy) {
-    row.back() = log_energy(samples.subspan(1));
+    row.back() = log_energy;
     row = row.first(row.size() - 1);
   }
-  window_frame(samples);
-  if (parameters_.output == Output::kLpcCepstra) return cepstra_of_prediction(row);
-  make_spectrum();
-  if (filter_ != nullptr) filter_->run(spectrum_);
-  make_log_mel();
+  if (parameters_.output == Output::kLpcCepstra) return cepstra_of_prediction(spectrum, row);
+  make_log_mel(spectrum);
   if (parameters_.output == Output::kLogMel) {
     std::copy(energies_.begin(), energies_.end(), row.begin());
   } else {

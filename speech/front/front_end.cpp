@@ -1,22 +1,28 @@
 #include "kivsr/speech/front/front_end.h"
 
 #include <algorithm>
+#include <cmath>
+#include <utility>
 
 #include "kivsr/speech/front/frame_analysis.h"
+#include "kivsr/speech/front/noise_reduction.h"
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
 
 namespace {
 
-constexpr std::size_t kBlock = 1 << 16;  // samples pushed at a time by a whole utterance: bounds the work areas
+constexpr std::size_t kBlock = 1 << 16;  // samples looked at together: bounds the work areas
 
 }  // namespace
 
-FrontEnd::FrontEnd(const FrontEndParameters& parameters, SpectrumFilter* filter)
-    : parameters_(parameters), filter_(filter) {
+FrontEnd::FrontEnd(const FrontEndParameters& parameters, const NoiseReductionParameters& noise)
+    : parameters_(parameters) {
   parameters_.validate();
-  analysis_ = std::make_unique<FrameAnalysis>(parameters_, filter_);
+  analysis_ = std::make_unique<FrameAnalysis>(parameters_);
+  if (noise.method != NoiseMethod::kNone) reduction_ = std::make_unique<NoiseReduction>(parameters_, noise);
+  spectrum_.resize(static_cast<std::size_t>(analysis_->spectrum_width()));
+  spectra_.width = analysis_->spectrum_width();
   start();
 }
 
@@ -27,16 +33,25 @@ FrontEnd& FrontEnd::operator=(FrontEnd&&) noexcept = default;
 void FrontEnd::start() {
   pending_.assign(1, 0.0F);
   skip_ = 0;
+  spectra_.values.clear();
+  log_energies_.clear();
 }
 
-void FrontEnd::emit(std::span<const float> samples, FeatureMatrix& rows) {
+void FrontEnd::add_row(std::span<const float> spectrum, float log_energy, FeatureMatrix& rows) {
   const auto width = static_cast<std::size_t>(row_width());
   rows.values.resize(rows.values.size() + width);
-  analysis_->run(samples, std::span(rows.values).last(width));
+  analysis_->row_of(spectrum, log_energy, std::span(rows.values).last(width));
 }
 
-void FrontEnd::push(std::span<const float> samples, FeatureMatrix& rows) {
-  rows.width = row_width();
+// The row of a frame, or, without rows, its spectrum for later.
+void FrontEnd::emit(std::span<const float> samples, FeatureMatrix* rows) {
+  const float log_energy = analysis_->spectrum_of(samples, spectrum_);
+  if (rows != nullptr) return add_row(spectrum_, log_energy, *rows);
+  spectra_.values.insert(spectra_.values.end(), spectrum_.begin(), spectrum_.end());
+  log_energies_.push_back(log_energy);
+}
+
+void FrontEnd::cut(std::span<const float> samples, FeatureMatrix* rows) {
   const auto length = static_cast<std::size_t>(parameters_.window_length) + 1;
   const auto shift = static_cast<std::size_t>(parameters_.shift);
   while (!samples.empty()) {
@@ -60,10 +75,24 @@ void FrontEnd::push(std::span<const float> samples, FeatureMatrix& rows) {
   }
 }
 
+void FrontEnd::cut_last(FeatureMatrix* rows) {
+  if (parameters_.pad_last_frame && pending_.size() > 1) emit(pending_, rows);
+}
+
+void FrontEnd::push(std::span<const float> samples, FeatureMatrix& rows) {
+  rows.width = row_width();
+  cut(samples, reduction_ ? nullptr : &rows);
+}
+
 void FrontEnd::finish(FeatureMatrix& rows) {
   rows.width = row_width();
-  if (parameters_.pad_last_frame && pending_.size() > 1) emit(pending_, rows);
-  if (filter_ != nullptr) filter_->restart();
+  cut_last(reduction_ ? nullptr : &rows);
+  if (reduction_) {
+    reduction_->run(spectra_);
+    for (int t = 0; t < spectra_.height(); ++t) {
+      add_row(spectra_.row(t), log_energies_[static_cast<std::size_t>(t)], rows);
+    }
+  }
   start();
 }
 
@@ -72,6 +101,15 @@ FeatureMatrix FrontEnd::run(std::span<const float> samples) {
   push(samples, rows);
   finish(rows);
   return rows;
+}
+
+FeatureMatrix FrontEnd::spectra(std::span<const float> samples) {
+  start();
+  cut(samples, nullptr);
+  cut_last(nullptr);
+  FeatureMatrix result{spectra_.width, std::exchange(spectra_.values, {})};
+  start();
+  return result;
 }
 
 }  // namespace kivsr::speech

@@ -1,5 +1,6 @@
 // From samples to rows of cepstra or log mel energies, in blocks of any size.
-// The stages are framing (this class) and the analysis of one frame (frame_analysis.h).
+// The stages are framing (this class), the spectrum of one frame, the noise reduction of all of them
+// (noise_reduction.h) and the row of one spectrum (frame_analysis.h).
 #pragma once
 
 #include <cstddef>
@@ -7,20 +8,19 @@
 #include <span>
 #include <vector>
 
-#include "kivsr/speech/front/front_end_parameters.h"
-#include "kivsr/speech/front/spectrum_filter.h"
+#include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/io/feature_matrix.h"
 
 namespace kivsr::speech {
 
 class FrameAnalysis;
+class NoiseReduction;
 
 // One utterance after the other: push samples as they come, then finish, which leaves it ready for the next.
-// The rows are the same bits however the samples are cut into blocks.
+// The rows are the same bits however the samples are cut into blocks; with noise reduction they come at the end.
 class FrontEnd {
  public:
-  // The filter changes the spectrum of each frame; it may be null, and the caller keeps it.
-  explicit FrontEnd(const FrontEndParameters& parameters, SpectrumFilter* filter = nullptr);
+  explicit FrontEnd(const FrontEndParameters& parameters, const NoiseReductionParameters& noise = {});
   ~FrontEnd();
   FrontEnd(FrontEnd&&) noexcept;
   FrontEnd& operator=(FrontEnd&&) noexcept;
@@ -30,20 +30,26 @@ class FrontEnd {
 
   // Appends the rows that these samples complete. rows.width is set.
   void push(std::span<const float> samples, FeatureMatrix& rows);
-  // Ends the utterance: appends the padded last frame, if the parameters ask for one.
   void finish(FeatureMatrix& rows);
-  // A whole utterance at once.
   FeatureMatrix run(std::span<const float> samples);
+  // The spectra that the filters of a whole utterance see, power or magnitude as the parameters say.
+  FeatureMatrix spectra(std::span<const float> samples);
 
  private:
   void start();
-  void emit(std::span<const float> samples, FeatureMatrix& rows);
+  void cut(std::span<const float> samples, FeatureMatrix* rows);
+  void cut_last(FeatureMatrix* rows);
+  void emit(std::span<const float> samples, FeatureMatrix* rows);
+  void add_row(std::span<const float> spectrum, float log_energy, FeatureMatrix& rows);
 
   FrontEndParameters parameters_;
-  SpectrumFilter* filter_;
   std::unique_ptr<FrameAnalysis> analysis_;
-  std::vector<float> pending_;  // the sample before the next frame, then those of the frame and behind it
-  std::size_t skip_ = 0;        // samples to drop before those
+  std::unique_ptr<NoiseReduction> reduction_;  // null for none
+  std::vector<float> pending_;                 // the sample before the next frame, then its samples so far
+  std::size_t skip_ = 0;                       // samples to drop before the next frame
+  std::vector<float> spectrum_;                // of one frame
+  FeatureMatrix spectra_;                      // of an utterance, where they must wait for its end
+  std::vector<float> log_energies_;            // the same
 };
 
 }  // namespace kivsr::speech

@@ -1,10 +1,6 @@
-// Everything that decides what the front end computes. Next: front_end.h, which computes it.
+// Everything that decides what the front end computes: the first part of a recipe (recipe.h).
+// Next: front_end.h, which computes it.
 #pragma once
-
-#include <filesystem>
-#include <map>
-#include <string>
-#include <vector>
 
 namespace kivsr::speech {
 
@@ -23,6 +19,8 @@ enum class Transform {
 };
 enum class Output { kCepstra, kLogMel, kLpcCepstra };
 enum class ZerothCepstrum { kFirst, kLast, kNone };
+
+inline constexpr int kLongestFrame = 1 << 20;  // samples, of windows, shifts and transforms
 
 struct FrontEndParameters {
   int sample_rate = 16000;      // Hz
@@ -53,26 +51,13 @@ struct FrontEndParameters {
   int prediction_order = 12;  // of linear prediction, and its cepstra c1, c2, ...
   bool energy = false;        // rows end with the logarithm of the sum of squares of the frame as it came
 
+  bool operator==(const FrontEndParameters&) const = default;
+
   // Values of one row.
   int row_width() const;
   double frame_seconds() const { return static_cast<double>(shift) / sample_rate; }
   // Throws Fault for values that contradict each other.
   void validate() const;
 };
-
-// "sphinx-en-us", "sphinx" (what Sphinx computes when told nothing), "mfcc", "htk-like", "lpc-cepstrum" or "aurora";
-// throws Fault for another name.
-FrontEndParameters front_end_preset(const std::string& name);
-std::vector<std::string> front_end_preset_names();
-
-// A model's feat.params: the front end, and all entries by name without the dash ("feat", "svspec", "cmn", ...).
-struct ModelFeatureParameters {
-  FrontEndParameters front_end;
-  std::map<std::string, std::string> entries;
-};
-
-// Entries that are absent keep the values of Sphinx. Throws Fault for a file that cannot be read and for an entry
-// that changes the signal in a way that the front end does not offer.
-ModelFeatureParameters read_feature_parameters(const std::filesystem::path& file);
 
 }  // namespace kivsr::speech

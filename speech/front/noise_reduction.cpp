@@ -4,10 +4,9 @@
 #include <cmath>
 #include <cstddef>
 
-#include "kivsr/speech/front/front_end.h"
-#include "kivsr/speech/front/spectrum_filter.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/noise/mcra_noise.h"
+#include "kivsr/speech/noise/suppression_gain.h"
 
 namespace kivsr::speech {
 
@@ -56,15 +55,7 @@ void average_neighbours(std::span<float> values, std::span<float> work) {
 
 }  // namespace
 
-NoiseReductionSettings noise_reduction_settings(const std::string& method) {
-  if (method == "mcra-wiener") return {.gain = {.rule = GainRule::kWiener, .memory = 0.75F, .floor = 0.1F}};
-  if (method == "mcra-emns") return {.gain = {.rule = GainRule::kEmns, .memory = 0.75F, .floor = 0.1F}};
-  throw Fault("no method '" + method + "' of noise reduction");
-}
-
-std::vector<std::string> noise_reduction_methods() { return {"mcra-wiener", "mcra-emns"}; }
-
-NoiseReduction::NoiseReduction(const FrontEndParameters& parameters, const NoiseReductionSettings& settings)
+NoiseReduction::NoiseReduction(const FrontEndParameters& parameters, const NoiseReductionParameters& settings)
     : parameters_(parameters), settings_(settings) {
   McraNoise(parameters.sample_rate, parameters.fft_length, parameters.shift);  // for its faults
   int order = 0;
@@ -137,7 +128,8 @@ void NoiseReduction::reduce(FeatureMatrix& power) const {
   const FeatureMatrix bands = bands_of(power);
   FeatureMatrix noise = smoothed(bands_of(noise_of(power)));
   const int count = bands.width;
-  SuppressionGain suppression(count, settings_.gain);
+  const GainRule rule = settings_.method == NoiseMethod::kMcraWiener ? GainRule::kWiener : GainRule::kEmns;
+  SuppressionGain suppression(count, {.rule = rule, .memory = settings_.memory, .floor = settings_.floor});
   std::vector<float> gains(static_cast<std::size_t>(count));
   std::vector<float> neighbours(gains.size());
   std::vector<float> divisor(gains.size());
@@ -159,22 +151,11 @@ void NoiseReduction::reduce(FeatureMatrix& power) const {
   }
 }
 
-FeatureMatrix NoiseReduction::run(std::span<const float> samples) const {
-  SpectrumRecorder recorder;
-  FrontEnd(parameters_, &recorder).run(samples);
-  FeatureMatrix& spectra = recorder.spectra;
-  const bool magnitudes = parameters_.spectrum == Spectrum::kMagnitude;
-  if (magnitudes) {
-    std::transform(spectra.values.begin(), spectra.values.end(), spectra.values.begin(),
-                   [](float magnitude) { return magnitude * magnitude; });
-  }
+void NoiseReduction::run(FeatureMatrix& spectra) const {
+  if (parameters_.spectrum == Spectrum::kPower) return reduce(spectra);
+  for (float& magnitude : spectra.values) magnitude *= magnitude;
   reduce(spectra);
-  if (magnitudes) {
-    std::transform(spectra.values.begin(), spectra.values.end(), spectra.values.begin(),
-                   [](float power) { return std::sqrt(power); });
-  }
-  SpectrumPlayer player(spectra);
-  return FrontEnd(parameters_, &player).run(samples);
+  for (float& power : spectra.values) power = std::sqrt(power);
 }
 
 }  // namespace kivsr::speech

@@ -1,7 +1,6 @@
 #include "kivsr/speech/front/normalisation_stage.h"
 
 #include <algorithm>
-#include <functional>
 #include <utility>
 
 #include "kivsr/speech/io/fault.h"
@@ -12,48 +11,32 @@ namespace {
 
 constexpr float kSmallestVariance = 1e-10F;  // and the factor of a column whose variance is not above it
 
-class WholeUtterance : public RowStage {
- public:
-  WholeUtterance(int width, std::function<void(FeatureMatrix&)> act) : rows_{width, {}}, act_(std::move(act)) {}
-
-  void push(const FeatureMatrix& rows, FeatureMatrix&) override { append_rows(rows.values, rows_); }
-  void finish(FeatureMatrix& result) override {
-    if (rows_.height() > 0) act_(rows_);
-    append_rows(rows_.values, result);
-    rows_.values.clear();
-  }
-
- private:
-  FeatureMatrix rows_;
-  std::function<void(FeatureMatrix&)> act_;
-};
-
 class EnergyBelowKnownMaximum : public RowStage {
  public:
-  explicit EnergyBelowKnownMaximum(const FeatureParameters& parameters) : parameters_(parameters) {}
+  explicit EnergyBelowKnownMaximum(const Recipe& recipe) : recipe_(recipe) {}
 
   void push(const FeatureMatrix& rows, FeatureMatrix& result) override {
     for (int t = 0; t < rows.height(); ++t) {
       append_rows(rows.row(t), result);
-      check(kivsNormEnergy_RT_32f(&result.values.back(), 1, 1, parameters_.silence_floor, *parameters_.energy_maximum,
-                                  parameters_.energy_scale),
+      check(kivsNormEnergy_RT_32f(&result.values.back(), 1, 1, recipe_.silence_floor, *recipe_.energy_maximum,
+                                  recipe_.energy_scale),
             "kivsNormEnergy_RT_32f");
     }
   }
   void finish(FeatureMatrix&) override {}
 
  private:
-  FeatureParameters parameters_;
+  Recipe recipe_;
 };
 
 // With n(t) = min(t + 1, N): m += (x - m) / n, v += ((x - m before) (x - m) - v) / n. Over the first N frames m and v
 // are mean and variance of all frames so far; from then on a frame counts less the older it is.
 class RunningNormalisation : public RowStage {
  public:
-  explicit RunningNormalisation(const FeatureParameters& parameters)
-      : frames_(parameters.normalisation_frames),
-        with_variance_(parameters.normalisation == Normalisation::kRunningMeanVariance),
-        width_(parameters.front_end.row_width()) {
+  explicit RunningNormalisation(const Recipe& recipe)
+      : frames_(recipe.normalisation_frames),
+        with_variance_(recipe.normalisation == Normalisation::kRunningMeanVariance),
+        width_(recipe.input_width()) {
     for (auto* vector : {&mean_, &variance_, &before_, &after_, &step_}) {
       vector->resize(static_cast<std::size_t>(width_));
     }
@@ -123,27 +106,27 @@ void normalise_utterance(FeatureMatrix& rows, bool variance) {
         "kivsNormalizeColumn_32f_D2");
 }
 
-std::unique_ptr<RowStage> make_energy_stage(const FeatureParameters& parameters) {
-  if (!parameters.normalise_energy) return nullptr;
-  if (parameters.energy_maximum) return std::make_unique<EnergyBelowKnownMaximum>(parameters);
-  const auto act = [parameters](FeatureMatrix& rows) {
-    check(kivsNormEnergy_32f(rows.values.data() + rows.width - 1, rows.width, rows.height(), parameters.silence_floor,
-                             parameters.energy_scale),
+std::unique_ptr<RowStage> make_energy_stage(const Recipe& recipe) {
+  if (!recipe.normalise_energy) return nullptr;
+  if (recipe.energy_maximum) return std::make_unique<EnergyBelowKnownMaximum>(recipe);
+  const auto act = [recipe](FeatureMatrix& rows) {
+    check(kivsNormEnergy_32f(rows.values.data() + rows.width - 1, rows.width, rows.height(), recipe.silence_floor,
+                             recipe.energy_scale),
           "kivsNormEnergy_32f");
   };
-  return std::make_unique<WholeUtterance>(parameters.front_end.row_width(), act);
+  return std::make_unique<WholeUtterance>(recipe.input_width(), act);
 }
 
-std::unique_ptr<RowStage> make_normalisation_stage(const FeatureParameters& parameters) {
+std::unique_ptr<RowStage> make_normalisation_stage(const Recipe& recipe) {
   const auto whole = [&](bool variance) {
-    return std::make_unique<WholeUtterance>(parameters.front_end.row_width(),
+    return std::make_unique<WholeUtterance>(recipe.input_width(),
                                             [variance](FeatureMatrix& rows) { normalise_utterance(rows, variance); });
   };
-  switch (parameters.normalisation) {
+  switch (recipe.normalisation) {
     case Normalisation::kNone: return nullptr;
     case Normalisation::kMean: return whole(false);
     case Normalisation::kMeanVariance: return whole(true);
-    default: return std::make_unique<RunningNormalisation>(parameters);
+    default: return std::make_unique<RunningNormalisation>(recipe);
   }
 }
 

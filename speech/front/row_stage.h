@@ -1,5 +1,8 @@
-// A step between the rows of the front end and the rows that are written.
+// A step between the rows of the front end and the rows that come out of a recipe.
 #pragma once
+
+#include <functional>
+#include <utility>
 
 #include "kivsr/speech/io/feature_matrix.h"
 
@@ -18,5 +21,27 @@ class RowStage {
 inline void append_rows(std::span<const float> rows, FeatureMatrix& result) {
   result.values.insert(result.values.end(), rows.begin(), rows.end());
 }
+
+// Keeps the rows of an utterance until it ends, changes them all at once and passes them on.
+class WholeUtterance : public RowStage {
+ public:
+  // act gets at least one row; it may make the rows wider.
+  WholeUtterance(int width, std::function<void(FeatureMatrix&)> act) : width_(width), act_(std::move(act)) {
+    rows_.width = width_;
+  }
+
+  void push(const FeatureMatrix& rows, FeatureMatrix&) override { append_rows(rows.values, rows_); }
+  void finish(FeatureMatrix& result) override {
+    if (rows_.height() > 0) act_(rows_);
+    append_rows(rows_.values, result);
+    rows_.width = width_;
+    rows_.values.clear();
+  }
+
+ private:
+  int width_;
+  FeatureMatrix rows_;
+  std::function<void(FeatureMatrix&)> act_;
+};
 
 }  // namespace kivsr::speech

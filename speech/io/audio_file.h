@@ -1,8 +1,11 @@
-// Audio files as the front end wants them: one channel, float samples in units of a 16-bit integer (-32768 to 32767).
+// Whole audio files as the front end wants them: one channel, float samples in units of a 16-bit integer (-32768 to
+// 32767).
 #pragma once
 
 #include <filesystem>
 #include <vector>
+
+#include "kivsr/speech/io/audio_reader.h"
 
 namespace kivsr::speech {
 
@@ -20,14 +23,6 @@ struct AudioChannels {
   std::vector<std::vector<float>> channels;  // at least one, all of one length
   int sample_rate = 0;
   int sample_format = 0;  // SF_FORMAT_SUBMASK of libsndfile: how the file keeps its samples
-};
-
-// How to read files without a header: 16-bit samples, one channel.
-struct RawFormat {
-  // 0: only names that end in .raw are headerless, at 16000 Hz. Above 0: their rate, and the rate of any file whose
-  // format libsndfile does not recognise.
-  int sample_rate = 0;
-  bool big_endian = false;
 };
 
 // Reads any file that libsndfile can read, or a headerless one, and averages its channels.

@@ -18,11 +18,6 @@ namespace {
 
 constexpr float kIntegerUnit = 32768.0F;
 
-struct CloseSound {
-  void operator()(SNDFILE* sound) const { sf_close(sound); }
-};
-using Sound = std::unique_ptr<SNDFILE, CloseSound>;
-
 int container(const std::filesystem::path& file) {
   const std::string extension = lower_extension(file);
   if (extension == ".wav") return SF_FORMAT_WAV;
@@ -48,39 +43,61 @@ float rounded(float sample, float step) { return step > 0.0F ? std::nearbyint(sa
 
 void check_audio_name(const std::filesystem::path& file) { container(file); }
 
-void write_audio(OutputFile& file, const std::filesystem::path& name, const AudioChannels& audio) {
+struct AudioWriter::Sound {
+  explicit Sound(SNDFILE* file) : file(file) {}
+  Sound(const Sound&) = delete;
+  Sound& operator=(const Sound&) = delete;
+  ~Sound() { sf_close(file); }
+  SNDFILE* file;
+};
+
+AudioWriter::AudioWriter(OutputFile& file, const std::filesystem::path& name, int sample_rate, int channels,
+                         int sample_format)
+    : name_(name) {
   SF_INFO info{};
-  info.samplerate = audio.sample_rate;
-  info.channels = static_cast<int>(audio.channels.size());
-  for (const int sample_format : {audio.sample_format, static_cast<int>(SF_FORMAT_PCM_24)}) {
-    info.format = container(name) | sample_format;
+  info.samplerate = sample_rate;
+  info.channels = channels;
+  for (const int candidate : {sample_format, static_cast<int>(SF_FORMAT_PCM_24)}) {
+    info.format = container(name) | candidate;
     if (sf_format_check(&info) != 0) break;
   }
   if (sf_format_check(&info) == 0) {
     throw Fault(name.string() + ": this format does not take " + std::to_string(info.channels) + " channels at " +
                 std::to_string(info.samplerate) + " Hz");
   }
-  const Sound sound(sf_open_fd(file.descriptor(), SFM_WRITE, &info, SF_FALSE));
-  if (!sound) throw Fault(name.string() + ": cannot be written: " + sf_strerror(nullptr));
-  sf_command(sound.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
+  SNDFILE* const sound = sf_open_fd(file.descriptor(), SFM_WRITE, &info, SF_FALSE);
+  if (sound == nullptr) throw Fault(name.string() + ": cannot be written: " + sf_strerror(nullptr));
+  sound_ = std::make_unique<Sound>(sound);
+  sf_command(sound, SFC_SET_CLIPPING, nullptr, SF_TRUE);
+  step_ = step_of(info.format & SF_FORMAT_SUBMASK);
+}
 
-  const std::size_t channels = audio.channels.size();
-  const std::size_t length = audio.channels.front().size();
-  const float step = step_of(info.format & SF_FORMAT_SUBMASK);
-  std::vector<float> block;
+AudioWriter::~AudioWriter() = default;
+
+void AudioWriter::append(std::span<const std::vector<float>> channels) {
+  const std::size_t length = channels.front().size();
   constexpr std::size_t kFrames = 4096;
   for (std::size_t begin = 0; begin < length; begin += kFrames) {
     const std::size_t count = std::min(kFrames, length - begin);
-    block.resize(count * channels);
-    for (std::size_t channel = 0; channel < channels; ++channel) {
+    block_.resize(count * channels.size());
+    for (std::size_t channel = 0; channel < channels.size(); ++channel) {
       for (std::size_t i = 0; i < count; ++i) {
-        block[i * channels + channel] = rounded(audio.channels[channel][begin + i], step) / kIntegerUnit;
+        block_[i * channels.size() + channel] = rounded(channels[channel][begin + i], step_) / kIntegerUnit;
       }
     }
-    if (sf_writef_float(sound.get(), block.data(), static_cast<sf_count_t>(count)) != static_cast<sf_count_t>(count)) {
-      throw Fault(name.string() + ": cannot be written: " + sf_strerror(sound.get()));
+    const auto frames = static_cast<sf_count_t>(count);
+    if (sf_writef_float(sound_->file, block_.data(), frames) != frames) {
+      throw Fault(name_.string() + ": cannot be written: " + sf_strerror(sound_->file));
     }
   }
+}
+
+void AudioWriter::finish() { sound_.reset(); }
+
+void write_audio(OutputFile& file, const std::filesystem::path& name, const AudioChannels& audio) {
+  AudioWriter writer(file, name, audio.sample_rate, static_cast<int>(audio.channels.size()), audio.sample_format);
+  writer.append(audio.channels);
+  writer.finish();
 }
 
 }  // namespace kivsr::speech

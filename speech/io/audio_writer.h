@@ -2,6 +2,9 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
+#include <span>
+#include <vector>
 
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/output_file.h"
@@ -11,9 +14,29 @@ namespace kivsr::speech {
 // Throws Fault for a name that does not end in .wav or .flac.
 void check_audio_name(const std::filesystem::path& file);
 
-// Writes audio in the format of `name` into the file and leaves the commit to the caller. Samples are in units of a
-// 16-bit integer; beyond the range of the sample format they are clipped. The sample format is that of the audio where
-// the file format knows it, else the nearest that loses nothing (FLAC: 24 bits).
+// Writes samples as they come in the format of `name` into the file and leaves the commit to the caller. Samples are in
+// units of a 16-bit integer; beyond the range of the sample format they are clipped. The sample format is that of the
+// audio where the file format knows it, else the nearest that loses nothing (FLAC: 24 bits).
+class AudioWriter {
+ public:
+  AudioWriter(OutputFile& file, const std::filesystem::path& name, int sample_rate, int channels, int sample_format);
+  ~AudioWriter();
+
+  // One vector a channel, all of one length.
+  void append(std::span<const std::vector<float>> channels);
+  // Completes the file.
+  void finish();
+
+ private:
+  struct Sound;
+
+  std::filesystem::path name_;
+  std::unique_ptr<Sound> sound_;
+  float step_;  // the distance of neighbouring values; 0: left to libsndfile
+  std::vector<float> block_;
+};
+
+// All of it.
 void write_audio(OutputFile& file, const std::filesystem::path& name, const AudioChannels& audio);
 
 }  // namespace kivsr::speech

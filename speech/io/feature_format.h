@@ -16,4 +16,7 @@ enum class FeatureFormat {
 // By the extension of the name; throws Fault for any other.
 FeatureFormat feature_format(const std::filesystem::path& file);
 
+// Whether the extension is that of a feature file; anything else is audio.
+bool is_feature_file(const std::filesystem::path& file);
+
 }  // namespace kivsr::speech

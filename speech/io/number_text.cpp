@@ -1,6 +1,7 @@
 #include "kivsr/speech/io/number_text.h"
 
 #include <charconv>
+#include <cmath>
 
 namespace kivsr::speech {
 
@@ -16,7 +17,7 @@ template <class Value>
 bool read(const std::string& text, Value& value) {
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, value);
-  return error == std::errc() && stop == end;
+  return error == std::errc() && stop == end && std::isfinite(static_cast<double>(value));
 }
 
 }  // namespace

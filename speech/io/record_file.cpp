@@ -22,7 +22,8 @@ RecordWriter::RecordWriter(std::string_view kind) {
 }
 
 void RecordWriter::line(std::string_view name, std::string_view value) {
-  for (const std::string_view part : {name, std::string_view(" "), value, std::string_view("\n")}) bytes_.put_text(part);
+  for (const std::string_view part : {name, std::string_view(" "), value, std::string_view("\n")})
+    bytes_.put_text(part);
 }
 
 void RecordWriter::end_header() { bytes_.put_text("end\n"); }

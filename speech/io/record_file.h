@@ -44,6 +44,7 @@ class RecordReader {
   void require_numbers(std::uint64_t bytes, std::string_view what) const;
   // Throws Fault unless all numbers were read.
   void finish();
+  std::string name() const { return file_.name(); }
   [[noreturn]] void fail(const std::string& message) const { file_.fail(message); }
 
  private:

@@ -5,10 +5,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
+#include <limits>
 #include <numbers>
 #include <numeric>
 #include <string>
+#include <utility>
 
 #include "kivsr/speech/io/fault.h"
 
@@ -78,28 +79,64 @@ PolyphaseFilter design(int from_rate, int to_rate) {
 
 }  // namespace
 
-std::vector<float> resample(std::span<const float> samples, int from_rate, int to_rate) {
+Resampler::Resampler(int from_rate, int to_rate) : same_(from_rate == to_rate), phases_(1), step_(1) {
   if (from_rate < 1 || to_rate < 1) throw Fault("a sampling rate must be above 0 Hz");
-  if (from_rate == to_rate || samples.empty()) return {samples.begin(), samples.end()};
-  const PolyphaseFilter filter = design(from_rate, to_rate);
+  if (same_) return;
+  PolyphaseFilter filter = design(from_rate, to_rate);
+  phases_ = filter.phases;
+  step_ = filter.step;
+  half_ = filter.half;
+  taps_ = std::move(filter.taps);
+  // Zeros in front, and behind when the signal ends, so that every output is one dot product of full length.
+  first_ = -half_;
+  pending_.assign(static_cast<std::size_t>(half_), 0.0F);
+}
 
-  // Zeros in front and behind, so that every output is one dot product of full length.
-  const std::size_t margin = static_cast<std::size_t>(filter.half);
-  std::vector<float> padded(samples.size() + 2 * margin, 0.0F);
-  std::copy(samples.begin(), samples.end(), padded.begin() + static_cast<std::ptrdiff_t>(margin));
-
-  const auto input_count = static_cast<std::int64_t>(samples.size());
-  const std::int64_t output_count = (input_count * filter.phases + filter.step - 1) / filter.step;
-  std::vector<float> output(static_cast<std::size_t>(output_count));
-  for (std::int64_t n = 0; n < output_count; ++n) {
-    const std::int64_t position = n * filter.step;
-    const std::int64_t index = position / filter.phases;
-    const std::int64_t phase = position % filter.phases;
-    // Input index - half + 1 stands at padded index + 1.
-    check(kivsDotProd_32f(padded.data() + index + 1, filter.taps.data() + phase * filter.length(), filter.length(),
-                          &output[static_cast<std::size_t>(n)]),
+// All outputs below end whose input is there.
+void Resampler::emit(std::int64_t end, std::vector<float>& output) {
+  const int length = 2 * half_;
+  const std::int64_t known = first_ + static_cast<std::int64_t>(pending_.size());
+  for (; emitted_ < end; ++emitted_) {
+    const std::int64_t position = emitted_ * step_;
+    const std::int64_t begin = position / phases_ - half_ + 1;
+    if (begin + length > known) break;
+    float& sample = output.emplace_back();
+    check(kivsDotProd_32f(pending_.data() + (begin - first_), taps_.data() + position % phases_ * length, length,
+                          &sample),
           "kivsDotProd_32f");
   }
+  const std::int64_t next = emitted_ * step_ / phases_ - half_ + 1;
+  const std::int64_t done = std::clamp<std::int64_t>(next - first_, 0, static_cast<std::int64_t>(pending_.size()));
+  pending_.erase(pending_.begin(), pending_.begin() + done);
+  first_ += done;
+}
+
+void Resampler::push(std::span<const float> samples, std::vector<float>& output) {
+  received_ += static_cast<std::int64_t>(samples.size());
+  if (same_) {
+    output.insert(output.end(), samples.begin(), samples.end());
+    return;
+  }
+  constexpr std::size_t kBlock = 1 << 16;  // bounds the work area
+  while (!samples.empty()) {
+    const auto block = samples.first(std::min(samples.size(), kBlock));
+    samples = samples.subspan(block.size());
+    pending_.insert(pending_.end(), block.begin(), block.end());
+    emit(std::numeric_limits<std::int64_t>::max(), output);
+  }
+}
+
+void Resampler::finish(std::vector<float>& output) {
+  if (same_) return;
+  pending_.insert(pending_.end(), static_cast<std::size_t>(half_), 0.0F);
+  emit((received_ * phases_ + step_ - 1) / step_, output);
+}
+
+std::vector<float> resample(std::span<const float> samples, int from_rate, int to_rate) {
+  Resampler resampler(from_rate, to_rate);
+  std::vector<float> output;
+  resampler.push(samples, output);
+  resampler.finish(output);
   return output;
 }
 

@@ -6,6 +6,7 @@
 #include <numeric>
 #include <span>
 
+#include "kivsr/speech/front/feat_params.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/models/s3_file.h"
 #include "kivsr/speech/models/sendump.h"
@@ -192,14 +193,8 @@ std::filesystem::path find_model_dictionary(const std::filesystem::path& folder)
 AcousticModel read_acoustic_model(const std::filesystem::path& folder, const ModelFloors& floors) {
   AcousticModel model;
   model.folder = folder;
-  model.features = read_feature_parameters(folder / "feat.params");
-  const auto kind = model.features.entries.find("feat");
-  if (kind != model.features.entries.end() && kind->second != "1s_c_d_dd") {
-    throw Fault((folder / "feat.params").string() + ": features " + kind->second +
-                " are not supported, only 1s_c_d_dd");
-  }
-  model.feature_steps.width = model.features.front_end.row_width();
-  model.feature_steps.front_end = model.features.front_end;
+  const std::filesystem::path features = folder / "feat.params";
+  model.recipe = read_feat_params(features).recipe(features);
   model.definition = read_model_definition(folder / "mdef");
   model.fillers = Dictionary::read(folder / "noisedict");
 
@@ -214,7 +209,7 @@ AcousticModel read_acoustic_model(const std::filesystem::path& folder, const Mod
   read_weights(model, floors.mixture_weight);
   read_transitions(model, floors.transition);
 
-  const int width = 3 * model.features.front_end.row_width();
+  const int width = model.recipe.width();
   if (width != model.dimension) {
     throw Fault((folder / "means").string() + ": Gaussians of " + std::to_string(model.dimension) +
                 " dimensions do not fit the " + std::to_string(width) + " of feat.params");

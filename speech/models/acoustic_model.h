@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "kivsr/speech/front/front_end_parameters.h"
-#include "kivsr/speech/front/model_features.h"
+#include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/models/dictionary.h"
 #include "kivsr/speech/models/model_definition.h"
 
@@ -36,8 +35,7 @@ struct ModelStream {
 
 struct AcousticModel {
   std::filesystem::path folder;
-  ModelFeatureParameters features;
-  ModelFeatures feature_steps;  // what follows the front end
+  Recipe recipe;  // of the features that it was trained from
   ModelDefinition definition;
   Dictionary fillers;  // noisedict: silence and noises
   int dimension = 0;   // of the feature vector

@@ -42,12 +42,7 @@ WordRecogniser word_recogniser(const WordModel& model, const std::filesystem::pa
   WordRecogniser result;
   AcousticModel& acoustic = result.acoustic;
   acoustic.folder = file;
-  acoustic.feature_steps = model.features;
-  if (model.features.front_end) {
-    acoustic.features.front_end = *model.features.front_end;
-  } else {
-    acoustic.features.front_end.cepstrum_count = model.features.width;
-  }
+  acoustic.recipe = model.recipe;
   acoustic.dimension = model.dimension();
   acoustic.codebooks = static_cast<int>(model.states.size());
   for (const MixtureState& state : model.states) acoustic.densities = std::max(acoustic.densities, state.components());

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "kivsr/speech/front/model_features.h"
+#include "kivsr/speech/front/recipe.h"
 
 namespace kivsr::speech {
 
@@ -32,14 +32,14 @@ struct WordUnit {
 };
 
 struct WordModel {
-  ModelFeatures features;
+  Recipe recipe;  // of the features that it was trained from
   bool plain_mixture = false;
   std::vector<WordUnit> units;
   std::vector<MixtureState> states;
   std::vector<float> variance_floor;            // [dimension]
   std::map<std::string, std::string> training;  // record of the training, for going on with it
 
-  int dimension() const { return features.dimension(); }
+  int dimension() const { return recipe.width(); }
   // Index of a unit, -1 if there is none.
   int find_unit(std::string_view name) const;
   // The unit of silence, -1 if there is none.

@@ -1,86 +1,23 @@
 #include "kivsr/speech/models/word_model_file.h"
 
-#include <cmath>
-#include <cstdlib>
-#include <set>
 #include <sstream>
 
 #include "kivsr/speech/io/fault.h"
-#include "kivsr/speech/io/number_text.h"
 #include "kivsr/speech/io/record_file.h"
 
 namespace kivsr::speech {
 
 namespace {
 
-constexpr const char* kKind = "kivsr-word-model 1";
+constexpr const char* kKind = "kivsr-word-model 2";
+constexpr const char* kRecipe = "recipe";
 constexpr int kMostComponents = 16383;
-
-// Names of the values of an enumeration, in their order.
-constexpr const char* kNormalisations[] = {"none", "mean", "mean-variance"};
-constexpr const char* kDynamics[] = {"none", "differences"};
-
-// Every parameter of the front end with its name in the file.
-template <class Parameters, class Visit>
-void visit_front_end(Parameters& p, Visit visit) {
-  visit("sample-rate", p.sample_rate);
-  visit("pre-emphasis", p.pre_emphasis);
-  visit("frame-emphasis", p.frame_emphasis);
-  visit("window-length", p.window_length);
-  visit("shift", p.shift);
-  visit("fft-length", p.fft_length);
-  visit("window", p.window);
-  visit("remove-offset", p.remove_offset);
-  visit("pad-last-frame", p.pad_last_frame);
-  visit("spectrum", p.spectrum);
-  visit("filters", p.filters);
-  visit("unit-area", p.unit_area);
-  visit("round-filters", p.round_filters);
-  visit("filter-count", p.filter_count);
-  visit("low-frequency", p.low_frequency);
-  visit("high-frequency", p.high_frequency);
-  visit("mel-multiplier", p.mel_multiplier);
-  visit("mel-divisor", p.mel_divisor);
-  visit("log-floor", p.log_floor);
-  visit("log-offset", p.log_offset);
-  visit("transform", p.transform);
-  visit("cepstrum-count", p.cepstrum_count);
-  visit("lifter", p.lifter);
-  visit("zeroth", p.zeroth);
-  visit("output", p.output);
-  visit("prediction-order", p.prediction_order);
-  visit("energy", p.energy);
-}
-
-double number(const RecordReader& file, const std::string& name) {
-  const std::string& text = file.value(name);
-  char* end = nullptr;
-  const double value = std::strtod(text.c_str(), &end);
-  if (text.empty() || *end != '\0' || !std::isfinite(value) || std::abs(value) > 1e9) {
-    file.fail("the line " + name + " holds no number");
-  }
-  return value;
-}
-
-template <class Value, std::size_t Count>
-Value choice(const RecordReader& file, const std::string& name, const char* const (&names)[Count]) {
-  for (std::size_t i = 0; i < Count; ++i) {
-    if (file.value(name) == names[i]) return static_cast<Value>(i);
-  }
-  file.fail("the line " + name + " is of an unknown kind: " + file.value(name));
-}
 
 RecordWriter encode(const WordModel& model) {
   RecordWriter file(kKind);
   file.line("kind", model.plain_mixture ? "mixture" : "words");
-  file.line("width", std::to_string(model.features.width));
-  file.line("normalisation", kNormalisations[static_cast<int>(model.features.normalisation)]);
-  file.line("dynamics", kDynamics[static_cast<int>(model.features.dynamics)]);
-  if (model.features.front_end) {
-    visit_front_end(*model.features.front_end, [&](const std::string& name, auto value) {
-      file.line("front-end-" + name, exact_text(static_cast<double>(value)));
-    });
-  }
+  std::istringstream recipe(model.recipe.text());
+  for (std::string line; std::getline(recipe, line);) file.line(kRecipe, line);
   for (const auto& [name, value] : model.training) file.line("training-" + name, value);
   for (const WordUnit& unit : model.units) {
     std::string components;
@@ -100,28 +37,12 @@ RecordWriter encode(const WordModel& model) {
   return file;
 }
 
-ModelFeatures read_features(const RecordReader& file) {
-  ModelFeatures features;
-  const double width = number(file, "width");
-  if (width < 1.0 || width > 10000.0 || width != std::floor(width)) file.fail("impossible width");
-  features.width = static_cast<int>(width);
-  features.normalisation = choice<UtteranceNormalisation>(file, "normalisation", kNormalisations);
-  features.dynamics = choice<UtteranceDynamics>(file, "dynamics", kDynamics);
-  bool from_audio = false;
-  for (const auto& line : file.lines()) from_audio = from_audio || line.first.starts_with("front-end-");
-  if (!from_audio) return features;
-  FrontEndParameters& parameters = features.front_end.emplace();
-  visit_front_end(parameters, [&]<class Value>(const std::string& name, Value& value) {
-    const double stored = number(file, "front-end-" + name);
-    if constexpr (std::is_enum_v<Value>) {
-      value = static_cast<Value>(static_cast<int>(std::max(0.0, std::min(stored, 3.0))));
-    } else {
-      value = static_cast<Value>(stored);
-    }
-  });
-  parameters.validate();
-  if (parameters.row_width() != features.width) file.fail("the front end gives rows of another width");
-  return features;
+Recipe read_recipe(const RecordReader& file) {
+  std::string text;
+  for (const auto& [name, value] : file.lines()) {
+    if (name == kRecipe) text += value + "\n";
+  }
+  return Recipe::parse(text, file.name());
 }
 
 void add_unit(WordModel& model, const RecordReader& file, const std::string& text, bool filler) {
@@ -172,7 +93,7 @@ WordModel read_word_model(const std::filesystem::path& path) {
   RecordReader file(path, kKind);
   WordModel model;
   model.plain_mixture = file.value("kind") == "mixture";
-  model.features = read_features(file);
+  model.recipe = read_recipe(file);
   const std::string training = "training-";
   for (const auto& [name, value] : file.lines()) {
     if (name == "word" || name == "filler") add_unit(model, file, value, name == "filler");

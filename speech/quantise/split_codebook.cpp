@@ -15,7 +15,7 @@ namespace kivsr::speech {
 namespace {
 
 constexpr std::string_view kMagic = "KVQB";
-constexpr std::uint32_t kVersion = 1;
+constexpr std::uint32_t kVersion = 2;
 constexpr int kMostCodewords = 1 << kMostSplitBits;
 constexpr int kMostColumns = 65535;  // the header of a stream has 16 bits for them
 // Rows are packed a block at a time; blocks of a multiple of eight rows start on a byte.
@@ -56,29 +56,8 @@ std::vector<float> read_floats(BinaryFile& file, std::int64_t count, const char*
 
 }  // namespace
 
-RowKind::RowKind(const FrontEndParameters& parameters)
-    : sample_rate(parameters.sample_rate),
-      shift(parameters.shift),
-      output(parameters.output),
-      zeroth(parameters.zeroth),
-      energy(parameters.energy) {}
-
-FrontEndParameters RowKind::parameters(int width) const {
-  FrontEndParameters result;
-  result.sample_rate = sample_rate;
-  result.shift = shift;
-  result.output = output;
-  result.zeroth = zeroth;
-  result.energy = energy;
-  const int values = energy ? width - 1 : width;
-  result.filter_count = values;
-  result.prediction_order = values;
-  result.cepstrum_count = zeroth == ZerothCepstrum::kNone ? values + 1 : values;
-  return result;
-}
-
-SplitCodebook::SplitCodebook(const RowKind& kind, std::vector<GroupCodebook> groups)
-    : kind_(kind), groups_(std::move(groups)) {
+SplitCodebook::SplitCodebook(const Recipe& recipe, std::vector<GroupCodebook> groups)
+    : recipe_(recipe), groups_(std::move(groups)) {
   for (GroupCodebook& group : groups_) {
     group.group.bits = index_bits(group.count());
     row_bits_ += group.group.bits;
@@ -93,19 +72,17 @@ SplitCodebook::SplitCodebook(const RowKind& kind, std::vector<GroupCodebook> gro
   }
   if (width_ > kMostColumns) throw Fault("codebooks: more than " + std::to_string(kMostColumns) + " columns");
   row_bits_ = std::max(row_bits_, static_cast<int>(groups_.size()));
-  const std::string bytes = content();
-  identity_ = checksum_32({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+  identity_ = checksum_32(content());
 }
 
 std::string SplitCodebook::content() const {
   LittleEndianBytes bytes;
   bytes.put_text(kMagic);
-  for (const std::uint32_t word : {kVersion, static_cast<std::uint32_t>(kind_.sample_rate),
-                                   static_cast<std::uint32_t>(kind_.shift), static_cast<std::uint32_t>(kind_.output),
-                                   static_cast<std::uint32_t>(kind_.zeroth), static_cast<std::uint32_t>(kind_.energy),
-                                   static_cast<std::uint32_t>(width_), static_cast<std::uint32_t>(groups_.size())}) {
-    bytes.put_32(word);
-  }
+  const std::string recipe = recipe_.text();
+  bytes.put_32(kVersion);
+  bytes.put_32(static_cast<std::uint32_t>(recipe.size()));
+  bytes.put_text(recipe);
+  bytes.put_32(static_cast<std::uint32_t>(groups_.size()));
   for (const GroupCodebook& group : groups_) {
     bytes.put_32(static_cast<std::uint32_t>(group.width()));
     bytes.put_32(static_cast<std::uint32_t>(group.count()));
@@ -128,22 +105,12 @@ SplitCodebook SplitCodebook::read(const std::filesystem::path& name) {
   const auto magic = file.read_bytes(static_cast<std::int64_t>(kMagic.size()), "magic");
   if (!std::equal(magic.begin(), magic.end(), kMagic.begin())) file.fail("not a codebook of kivsr quantise");
   const std::uint32_t version = file.read_word("version");
-  if (version != kVersion) file.fail("codebook of version " + std::to_string(version) + ", this program reads 1");
-  RowKind kind;
-  kind.sample_rate = file.read_count("sampling rate");
-  kind.shift = file.read_count("shift");
-  const int output = file.read_count("kind of rows");
-  const int zeroth = file.read_count("place of c0");
-  const int energy = file.read_count("log energy");
-  const int width = file.read_count("width");
+  if (version != kVersion) file.fail("codebook of version " + std::to_string(version) + ", this program reads 2");
+  const auto text = file.read_bytes(file.read_count("length of the recipe"), "recipe");
+  const Recipe recipe = Recipe::parse({text.begin(), text.end()}, name.string());
+  const int width = recipe.width();
   const int group_count = file.read_count("number of groups");
-  if (kind.sample_rate < 1 || kind.shift < 1 || output > 2 || zeroth > 2 || energy > 1 || group_count < 1 ||
-      width < group_count) {
-    file.fail("a field of the header is out of range");
-  }
-  kind.output = static_cast<Output>(output);
-  kind.zeroth = static_cast<ZerothCepstrum>(zeroth);
-  kind.energy = energy == 1;
+  if (group_count < 1 || width < group_count) file.fail("the number of groups is out of range");
   // Every column takes some bytes, so the file bounds what is allocated.
   file.require(8 * static_cast<std::int64_t>(width), "columns");
   std::vector<bool> used(static_cast<std::size_t>(width), false);
@@ -169,7 +136,7 @@ SplitCodebook SplitCodebook::read(const std::filesystem::path& name) {
   if (columns != width) file.fail("the groups do not cover the columns");
   const std::uint32_t checksum = file.read_word("checksum");
   file.expect_end();
-  SplitCodebook book(kind, std::move(groups));
+  SplitCodebook book(recipe, std::move(groups));
   if (book.identity() != checksum) file.fail("damaged: the checksum does not fit the content");
   return book;
 }
@@ -180,8 +147,7 @@ std::vector<std::uint8_t> SplitCodebook::encode(const FeatureMatrix& rows) const
   for (int first = 0; first < height; first += kBlockRows) {
     const FeatureMatrix block = gather(rows, order_, first, std::min(kBlockRows, height - first));
     check(kivsSplitVQ_32f1u(block.values.data(), width_, bits.data() + encoded_bytes(first, row_bits_), row_bits_,
-                            block.height(), handles_.data(),
-                            static_cast<int>(handles_.size())),
+                            block.height(), handles_.data(), static_cast<int>(handles_.size())),
           "kivsSplitVQ_32f1u");
   }
   return bits;
@@ -196,9 +162,9 @@ FeatureMatrix SplitCodebook::decode(std::span<const std::uint8_t> bits, int rows
   for (int first = 0; first < rows; first += kBlockRows) {
     const int count = std::min(kBlockRows, rows - first);
     block.values.assign(static_cast<std::size_t>(count) * static_cast<std::size_t>(width_), 0.0F);
-    const KivStatus status = kivsFormVectorVQ_1u32f(
-        bits.data() + encoded_bytes(first, row_bits_), row_bits_, block.values.data(), width_, count,
-        handles_.data(), static_cast<int>(handles_.size()));
+    const KivStatus status =
+        kivsFormVectorVQ_1u32f(bits.data() + encoded_bytes(first, row_bits_), row_bits_, block.values.data(), width_,
+                               count, handles_.data(), static_cast<int>(handles_.size()));
     if (status == kivStatusBadSize) throw Fault(source + ": damaged: an index that names no codeword");
     check(status, "kivsFormVectorVQ_1u32f");
     scatter(block, order_, decoded);

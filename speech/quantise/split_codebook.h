@@ -8,29 +8,13 @@
 #include <string>
 #include <vector>
 
-#include "kivsr/speech/front/front_end_parameters.h"
+#include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/io/feature_matrix.h"
 #include "kivsr/speech/io/library_object.h"
 #include "kivsr/speech/io/output_file.h"
 #include "kivsr/speech/quantise/split.h"
 
 namespace kivsr::speech {
-
-// What the rows are, as far as decoded features need it to be written again.
-struct RowKind {
-  int sample_rate = 16000;
-  int shift = 160;
-  Output output = Output::kCepstra;
-  ZerothCepstrum zeroth = ZerothCepstrum::kFirst;
-  bool energy = false;
-
-  RowKind() = default;
-  explicit RowKind(const FrontEndParameters& parameters);
-  double frame_seconds() const { return static_cast<double>(shift) / sample_rate; }
-  // Parameters that write_features names the columns and times of rows of this width by.
-  FrontEndParameters parameters(int width) const;
-  bool operator==(const RowKind&) const = default;
-};
 
 // The codebook of one group of columns. bits is what its indices take.
 struct GroupCodebook {
@@ -45,17 +29,18 @@ struct GroupCodebook {
 class SplitCodebook {
  public:
   // groups as trained or read; group.bits is set from the number of codewords.
-  SplitCodebook(const RowKind& kind, std::vector<GroupCodebook> groups);
+  SplitCodebook(const Recipe& recipe, std::vector<GroupCodebook> groups);
 
   static SplitCodebook read(const std::filesystem::path& file);
   void write(OutputFile& file) const;
 
-  const RowKind& kind() const { return kind_; }
+  // Of the rows that it was trained from.
+  const Recipe& recipe() const { return recipe_; }
   const std::vector<GroupCodebook>& groups() const { return groups_; }
   int width() const { return width_; }
   // Bits of an encoded row: the sum of the groups' bits, but at least one a group.
   int row_bits() const { return row_bits_; }
-  double bits_per_second() const { return row_bits_ / kind_.frame_seconds(); }
+  double bits_per_second() const { return row_bits_ / recipe_.frame_seconds(); }
   // Checksum of the content; a stream names the book it was made with by it.
   std::uint32_t identity() const { return identity_; }
 
@@ -70,7 +55,7 @@ class SplitCodebook {
 
   using Book = LibraryObject<KivsCdbkState_32f, kivsCdbkFree_32f>;
 
-  RowKind kind_;
+  Recipe recipe_;
   std::vector<GroupCodebook> groups_;
   std::vector<Book> books_;
   std::vector<const KivsCdbkState_32f*> handles_;

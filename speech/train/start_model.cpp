@@ -102,16 +102,17 @@ std::vector<float> total_variance(const WordModel& model, const std::vector<Trai
   const std::vector<double> zero(static_cast<std::size_t>(dimension));
   std::vector<double> first(zero);
   std::vector<double> second(zero);
+  std::vector<double> frame;
   double frames = 0.0;
   for (const TrainingUtterance& utterance : utterances) {
     for (int t = 0; t < utterance.features.height(); ++t, frames += 1.0) {
       const auto row = utterance.features.row(t);
-      const std::vector<double> frame(row.begin(), row.end());
+      frame.assign(row.begin(), row.end());
       check(kivsMeanVarAcc_64f(frame.data(), zero.data(), first.data(), second.data(), dimension, 1.0),
             "kivsMeanVarAcc_64f");
     }
   }
-  if (frames == 0.0) throw Fault("train: there is no frame to train from");
+  if (frames == 0.0) throw Fault("there is no frame to train from");
   std::vector<double> variance(zero);
   check(kivsUpdateVar_64f(first.data(), second.data(), zero.data(), variance.data(), dimension, frames, frames),
         "kivsUpdateVar_64f");
@@ -150,11 +151,11 @@ Codebook make_codebook(const std::vector<float>& rows, int width, int height, co
 }  // namespace
 
 void Aligner::check_fits(const WordModel& other) const {
-  if (model.plain_mixture) throw Fault("train: the model to align with is a plain mixture");
-  if (model.dimension() != other.dimension()) throw Fault("train: the model to align with has other features");
+  if (model.plain_mixture) throw Fault("the model to align with is a plain mixture");
+  require_same(model.recipe, other.recipe, "the model to align with");
   for (const WordUnit& unit : other.units) {
     if (!unit.filler && model.find_unit(unit.name) < 0) {
-      throw Fault("train: the model to align with does not have the word \"" + unit.name + "\"");
+      throw Fault("the model to align with does not have the word \"" + unit.name + "\"");
     }
   }
 }
@@ -172,10 +173,10 @@ std::optional<int> Aligner::states(const std::string& word) const {
   return static_cast<int>(std::lround(std::clamp(frames / frames_per_state, kLeastStates, kMostStates)));
 }
 
-WordModel model_shape(const ModelFeatures& features, const std::vector<TrainingItem>& items, bool plain_mixture,
+WordModel model_shape(const Recipe& recipe, const std::vector<TrainingItem>& items, bool plain_mixture,
                       const TrainingSettings& settings, const Aligner* aligner) {
   WordModel model;
-  model.features = features;
+  model.recipe = recipe;
   model.plain_mixture = plain_mixture;
   const auto add = [&](const std::string& name, bool filler, int states) {
     model.units.push_back({name, filler, static_cast<int>(model.states.size()), states});
@@ -188,7 +189,7 @@ WordModel model_shape(const ModelFeatures& features, const std::vector<TrainingI
   if (settings.silence_states > 0) add("<sil>", true, settings.silence_states);
   std::set<std::string> words;
   for (const TrainingItem& item : items) words.insert(item.words.begin(), item.words.end());
-  if (words.empty()) throw Fault("train: no word is said in the whole list");
+  if (words.empty()) throw Fault("no word is said in the whole list");
   for (const std::string& word : words) {
     const std::optional<int> states = aligner == nullptr ? std::nullopt : aligner->states(word);
     add(word, false, states.value_or(settings.states));
@@ -211,7 +212,7 @@ void start_model(WordModel& model, const std::vector<TrainingUtterance>& utteran
       aligner == nullptr ? spread_evenly(model, utterances) : align(model, aligner->model, utterances);
   for (const WordUnit& unit : model.units) {
     if (segmentation.frames[static_cast<std::size_t>(unit.first_state)].empty()) {
-      throw Fault("train: no utterance with \"" + unit.name + "\" has as many frames as states");
+      throw Fault("no utterance with \"" + unit.name + "\" has as many frames as states");
     }
   }
 

@@ -23,7 +23,7 @@ struct Aligner {
 };
 
 // The units and states of a model, without numbers. aligner: may be null.
-WordModel model_shape(const ModelFeatures& features, const std::vector<TrainingItem>& items, bool plain_mixture,
+WordModel model_shape(const Recipe& recipe, const std::vector<TrainingItem>& items, bool plain_mixture,
                       const TrainingSettings& settings, const Aligner* aligner);
 
 // Fills in the numbers. Throws Fault for a word that is in no utterance with enough frames. With an aligner the frames

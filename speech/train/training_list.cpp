@@ -71,9 +71,9 @@ std::uint32_t list_checksum(const std::vector<TrainingItem>& items) {
 }
 
 std::vector<TrainingUtterance> load_utterances(const std::vector<TrainingItem>& items, const WordModel& model,
-                                               const RawFormat& raw, const FileListener& begin, int part,
- int parts) {
+                                               const RawFormat& raw, const FileListener& begin, int part, int parts) {
   std::vector<TrainingUtterance> utterances;
+  FeatureChain chain(model.recipe);
   for (std::size_t i = static_cast<std::size_t>(part); i < items.size(); i += static_cast<std::size_t>(parts)) {
     TrainingUtterance utterance;
     utterance.file = items[i].file;
@@ -86,7 +86,7 @@ std::vector<TrainingUtterance> load_utterances(const std::vector<TrainingItem>& 
         }
       }
     }
-    utterance.features = load_utterance(utterance.file, model.features, raw).features;
+    utterance.features = load_utterance(utterance.file, chain, raw).features;
     utterances.push_back(std::move(utterance));
   }
   return utterances;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "kivsr/speech/front/model_features.h"
+#include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/models/word_model.h"
 
@@ -43,6 +43,6 @@ using FileListener = std::function<void(const std::filesystem::path& file)>;
 // Loads every parts-th item from part on. Throws Fault for a word that the model does not have.
 std::vector<TrainingUtterance> load_utterances(const std::vector<TrainingItem>& items, const WordModel& model,
                                                const RawFormat& raw, const FileListener& begin = {}, int part = 0,
- int parts = 1);
+                                               int parts = 1);
 
 }  // namespace kivsr::speech

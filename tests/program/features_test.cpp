@@ -6,7 +6,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "kivsr/speech/front/feat_params.h"
 #include "kivsr/speech/front/feature_chain.h"
+#include "kivsr/speech/front/presets.h"
 #include "speech/support/command.h"
 #include "speech/support/signals.h"
 #include "speech/support/temporary_folder.h"
@@ -33,9 +35,7 @@ class FeaturesCommandTest : public ::testing::Test {
     if (!found.empty()) std::memcpy(found.data(), bytes.data() + 4, 4 * found.size());
     return found;
   }
-  std::vector<float> expected(const FeatureParameters& parameters) const {
-    return FeatureChain(parameters).run(samples_).values;
-  }
+  std::vector<float> expected(const Recipe& parameters) const { return FeatureChain(parameters).run(samples_).values; }
 
   TemporaryFolder folder_;
   std::vector<float> samples_;
@@ -43,10 +43,10 @@ class FeaturesCommandTest : public ::testing::Test {
 };
 
 TEST_F(FeaturesCommandTest, WritesWhatTheFrontEndComputes) {
-  EXPECT_EQ(values(""), expected(front_end_preset("sphinx-en-us")));
-  EXPECT_EQ(values("--preset mfcc"), expected(front_end_preset("mfcc")));
+  EXPECT_EQ(values(""), expected(preset("sphinx-en-us").front_end));
+  EXPECT_EQ(values("--preset mfcc"), expected(preset("mfcc").front_end));
   const auto file = folder_.write("feat.params", "-nfilt 30 -upperf 7000\n");
-  EXPECT_EQ(values("--feat-params " + quoted(file)), expected(read_feature_parameters(file).front_end));
+  EXPECT_EQ(values("--feat-params " + quoted(file)), expected(read_feat_params(file).front_end));
 }
 
 TEST_F(FeaturesCommandTest, EveryOptionReachesItsParameter) {
@@ -86,23 +86,24 @@ TEST_F(FeaturesCommandTest, EveryOptionReachesItsParameter) {
       {"--output-kind log-mel", [](P& p) { p.output = Output::kLogMel; }},
   };
   for (const auto& [options, change] : cases) {
-    FrontEndParameters parameters = front_end_preset("sphinx-en-us");
+    FrontEndParameters parameters = preset("sphinx-en-us").front_end;
     change(parameters);
     EXPECT_EQ(values(options), expected(parameters)) << options;
   }
 }
 
 TEST_F(FeaturesCommandTest, EveryOptionBehindTheFrontEndReachesItsParameter) {
-  using P = FeatureParameters;
+  using P = Recipe;
   const std::pair<std::string, void (*)(P&)> cases[] = {
       {"", [](P&) {}},
       {"--block 1", [](P&) {}},
       {"--block 999", [](P&) {}},
-      {"--delta none", [](P& p) { p.delta = Delta::kNone; }},
-      {"--delta win1", [](P& p) { p.delta = Delta::kWin1; }},
-      {"--delta regression", [](P& p) { p.delta = Delta::kRegression; }},
-      {"--delta regression --delta-window 4", [](P& p) { p.delta = Delta::kRegression, p.delta_window = 4; }},
-      {"--delta aurora", [](P& p) { p.delta = Delta::kAurora, p.front_end.zeroth = ZerothCepstrum::kLast; }},
+      {"--dynamics none", [](P& p) { p.dynamics = Dynamics::kNone; }},
+      {"--dynamics win1", [](P& p) { p.dynamics = Dynamics::kWin1; }},
+      {"--dynamics regression", [](P& p) { p.dynamics = Dynamics::kRegression; }},
+      {"--dynamics regression --regression-window 4",
+       [](P& p) { p.dynamics = Dynamics::kRegression, p.regression_window = 4; }},
+      {"--dynamics aurora", [](P& p) { p.dynamics = Dynamics::kAurora, p.front_end.zeroth = ZerothCepstrum::kLast; }},
       {"--no-normalise-energy", [](P& p) { p.normalise_energy = false; }},
       {"--no-energy", [](P& p) { p.normalise_energy = p.front_end.energy = false; }},
       {"--silence-floor 20", [](P& p) { p.silence_floor = 20.0F; }},
@@ -115,7 +116,7 @@ TEST_F(FeaturesCommandTest, EveryOptionBehindTheFrontEndReachesItsParameter) {
        [](P& p) { p.normalisation = Normalisation::kRunningMeanVariance, p.normalisation_frames = 5; }},
   };
   for (const auto& [options, change] : cases) {
-    FeatureParameters parameters = feature_preset("htk-like");
+    Recipe parameters = preset("htk-like");
     change(parameters);
     EXPECT_EQ(values("--preset htk-like " + options), expected(parameters)) << options;
   }
@@ -134,8 +135,8 @@ TEST_F(FeaturesCommandTest, StatisticsOfAudioAndFeatureFilesTogether) {
   EXPECT_EQ(json["files"], 2);
   EXPECT_EQ(json["frames"], 71);
   EXPECT_EQ(json["columns"][12], "c12");
-  const FeatureMatrix first = FeatureChain(feature_preset("mfcc")).run(samples_);
-  const FeatureMatrix other = FeatureChain(feature_preset("mfcc")).run(noise(4000, 2));
+  const FeatureMatrix first = FeatureChain(preset("mfcc")).run(samples_);
+  const FeatureMatrix other = FeatureChain(preset("mfcc")).run(noise(4000, 2));
   double mean = 0.0;
   for (const auto* rows : {&first, &other}) {
     for (int t = 0; t < rows->height(); ++t) mean += rows->row(t)[3] / 71.0;
@@ -185,8 +186,8 @@ TEST_F(FeaturesCommandTest, AFaultIsOneLineAndStatusTwoAndLeavesNothing) {
       {"features " + quoted(audio_) + output + " --shift 99999999999999999999", "--shift"},
       {"features", "audio"},
       {"features " + quoted(audio_) + " " + quoted(audio_) + output, "several files"},
-      {"features " + quoted(audio_) + output + " --delta five", "--delta"},
-      {"features " + quoted(audio_) + output + " --delta aurora --cepstrum-count 12", "aurora deltas need 13"},
+      {"features " + quoted(audio_) + output + " --dynamics five", "--dynamics"},
+      {"features " + quoted(audio_) + output + " --dynamics aurora --cepstrum-count 12", "aurora dynamics need 13"},
       {"features " + quoted(audio_) + output + " --normalise-energy", "without the log energy"},
       {"features --stats " + quoted(audio_), "nothing to write"},
       {"features --stats " + output, "no audio file"},

@@ -155,7 +155,7 @@ TEST(Train, FromAudioWithItsFrontEndAndAsAMixture) {
   const CommandResult trained = run_kivsr("train --list " + quoted(list) + " --model " + quoted(folder / "model") +
                                           " --states 4 --iterations 3 --preset mfcc --filter-count 20");
   ASSERT_EQ(trained.status, 0) << trained.errors;
-  EXPECT_EQ(read_word_model(folder / "model").features.front_end->filter_count, 20);
+  EXPECT_EQ(read_word_model(folder / "model").recipe.front_end.filter_count, 20);
   const CommandResult heard =
       run_kivsr("recognise --model " + quoted(folder / "model") + " " + quoted(kTestData / "goforward.raw"));
   ASSERT_EQ(heard.status, 0) << heard.errors;
@@ -209,7 +209,8 @@ TEST(Train, FaultsNameTheirPlaceAndLeaveNoModel) {
   EXPECT_NE(used.errors.find("good.mfc has an empty transcript and is left out"), std::string::npos) << used.errors;
   const CommandResult audio =
       run_kivsr("recognise --model " + quoted(folder / "model") + " " + quoted(kTestData / "goforward.raw"));
-  EXPECT_NE(audio.errors.find("was trained from features, not from audio"), std::string::npos) << audio.errors;
+  EXPECT_NE(audio.errors.find("not a file of features, and the recipe starts from features"), std::string::npos)
+      << audio.errors;
 }
 
 }  // namespace

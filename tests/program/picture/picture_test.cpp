@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "kivsr/speech/front/presets.h"
 #include "kivsr/speech/io/fault.h"
 #include "program/picture/colour_map.h"
 #include "program/picture/feature_picture.h"
@@ -88,7 +89,7 @@ TEST(FeaturePicture, ShowsAToneAtItsTimeAndFrequency) {
   std::vector<float> samples(16000, 0.0F);
   const auto sound = tone(1000.0, 16000, 8000);
   std::copy(sound.begin(), sound.end(), samples.begin() + 8000);
-  const FrontEndParameters parameters = front_end_preset("mfcc");
+  const FrontEndParameters parameters = preset("mfcc").front_end;
   const Png picture = drawn(folder, samples, parameters);
   ASSERT_TRUE(picture.ok());
   ASSERT_GT(picture.width(), 600);
@@ -120,12 +121,12 @@ TEST(FeaturePicture, ShowsAToneAtItsTimeAndFrequency) {
 
 TEST(FeaturePicture, DrawsExtremesOfLengthAndShape) {
   const TemporaryFolder folder;
-  FrontEndParameters parameters = front_end_preset("sphinx-en-us");
+  FrontEndParameters parameters = preset("sphinx-en-us").front_end;
   EXPECT_TRUE(drawn(folder, {1.0F}, parameters).ok()) << "one sample";
   EXPECT_TRUE(drawn(folder, std::vector<float>(3000, 0.0F), parameters).ok()) << "silence";
   parameters.cepstrum_count = 1;
   EXPECT_TRUE(drawn(folder, noise(3000), parameters).ok()) << "no cepstra but c0";
-  parameters = front_end_preset("sphinx-en-us");
+  parameters = preset("sphinx-en-us").front_end;
   parameters.shift = 4;
   EXPECT_TRUE(drawn(folder, noise(20000), parameters).ok()) << "more frames than an image has columns";
 }

@@ -8,7 +8,7 @@
 #include <numeric>
 #include <random>
 
-#include "kivsr/speech/front/dynamic_features.h"
+#include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/models/s3_file.h"
 #include "kivsr/speech/models/sendump.h"
@@ -126,8 +126,8 @@ TEST(MixtureScorer, ShortlistsHoldTheLikeliestGaussiansOfTheCell) {
 // Over a recording: what scores lose by quantisation, and the best state of a frame by shortlists, on average.
 TEST(MixtureScorer, LossesOverSpeech) {
   const AcousticModel model = read_acoustic_model(kEnUs);
-  const Audio audio = read_audio_at(kTestData / "goforward.raw", model.features.front_end.sample_rate, {});
-  const FeatureMatrix features = utterance_features(model.features.front_end, audio.samples);
+  FeatureChain chain(model.recipe);
+  const FeatureMatrix features = load_utterance(kTestData / "goforward.raw", chain).features;
   std::vector<int> states(126);
   std::iota(states.begin(), states.end(), 0);
   const auto all_scores = [&](const ScorerOptions& options) {

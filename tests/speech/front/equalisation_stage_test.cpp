@@ -1,12 +1,12 @@
 // Blind equalisation of the front end's rows: on real speech a fixed filter is taken out again, in streams as in one
 // piece, by the program as by the classes.
 #include "kivsr/speech/front/equalisation_stage.h"
+#include "kivsr/speech/front/presets.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 
-#include "kivsr/speech/front/dynamic_features.h"
 #include "kivsr/speech/front/feature_chain.h"
 #include "kivsr/speech/io/fault.h"
 #include "speech/support/command.h"
@@ -51,23 +51,23 @@ double distance(const FeatureMatrix& a, const FeatureMatrix& b, int first, int l
 
 TEST(EqualisationStageTest, TakesAFixedFilterOutOfSpeech) {
   if (read_sentences().empty()) GTEST_SKIP() << "the recordings are not installed";
-  for (const std::string preset : {"sphinx-en-us", "mfcc", "aurora", "htk-like"}) {
-    FeatureParameters parameters = feature_preset(preset);
-    parameters.delta = Delta::kNone;
+  for (const char* const name : {"sphinx-en-us", "mfcc", "aurora", "htk-like"}) {
+    Recipe parameters = preset(name);
+    parameters.dynamics = Dynamics::kNone;
     const int first = parameters.front_end.zeroth == ZerothCepstrum::kFirst ? 1 : 0;
     const int last = first + parameters.front_end.cepstrum_count - 1;
     const auto clean = speech(parameters.front_end.sample_rate);
     const auto rows = [&](const std::vector<float>& samples, bool equalise) {
-      parameters.equalise = equalise;
+      parameters.equalisation = equalise ? Equalisation::kFromZero : Equalisation::kNone;
       return FeatureChain(parameters).run(samples);
     };
     const double before = distance(rows(clean, false), rows(filtered(clean), false), first, last);
     const auto equalised = rows(clean, true);
     const double after = distance(equalised, rows(filtered(clean), true), first, last);
-    std::printf("%s: distance of a filtered recording %.2f, equalised %.2f\n", preset.c_str(), before, after);
-    EXPECT_LT(after, 0.4 * before) << preset;
+    std::printf("%s: distance of a filtered recording %.2f, equalised %.2f\n", name, before, after);
+    EXPECT_LT(after, 0.4 * before) << name;
     // The mean comes near the reference; c0 and the log energy stay.
-    std::vector<float> reference = parameters.equalisation_reference;
+    std::vector<float> reference = parameters.reference_cepstrum;
     reference.resize(static_cast<std::size_t>(last - first));
     const auto plain = rows(clean, false);
     for (int k = 0; k < plain.width; ++k) {
@@ -89,7 +89,7 @@ TEST(EqualisationStageTest, TakesAFixedFilterOutOfSpeech) {
 }
 
 TEST(EqualisationStageTest, FollowsSpeechAndNotSilence) {
-  FrontEndParameters parameters = front_end_preset("sphinx-en-us");
+  FrontEndParameters parameters = preset("sphinx-en-us").front_end;
   const auto bias_after = [&](const FrontEndParameters& front_end, float level) {
     FeatureMatrix rows = FrontEnd(front_end).run(noise(16000));
     for (float& x : rows.values) x = 1.0F;
@@ -97,8 +97,8 @@ TEST(EqualisationStageTest, FollowsSpeechAndNotSilence) {
       rows.row(t)[0] = front_end.energy ? 1.0F : level * 5.0F;  // sqrt(25) times the mean of the logarithms
       if (front_end.energy) rows.row(t)[rows.row(t).size() - 1] = level;
     }
-    FeatureMatrix equalised = rows;
-    EqualisationStage(front_end, {}).run(equalised);
+    FeatureMatrix equalised{rows.width, {}};
+    EqualisationStage(front_end, {}).push(rows, equalised);
     return 1.0F - equalised.row(rows.height() - 1)[1];
   };
   for (const bool energy : {false, true}) {
@@ -114,16 +114,16 @@ TEST(EqualisationStageTest, FollowsSpeechAndNotSilence) {
 TEST(EqualisationStageTest, BlocksUtterancesAndTheProgram) {
   const TemporaryFolder folder;
   const auto samples = noise(20000);
-  FeatureParameters parameters = feature_preset("sphinx-en-us");
-  parameters.equalise = true;
-  parameters.equalisation_reference = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+  Recipe parameters = preset("sphinx-en-us");
+  parameters.equalisation = Equalisation::kFromZero;
+  parameters.reference_cepstrum = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
   FeatureChain chain(parameters);
   const FeatureMatrix rows = chain.run(samples);
   EXPECT_EQ(chain.run(samples, 777).values, rows.values) << "blocks, and a second utterance";
   const auto audio = folder.write("a.wav", wav(whole(samples), 16000, 1));
   const auto output = folder / "a.mfc";
   const std::string reference = " --reference-cepstrum 1,2,3,4,5,6,7,8,9,10,11,12";
-  const std::string command = "features --equalise " + quoted(audio) + " -o " + quoted(output);
+  const std::string command = "features --equalise from-zero " + quoted(audio) + " -o " + quoted(output);
   ASSERT_EQ(run_kivsr(command + reference).status, 0);
   const std::string bytes = read_file(output);
   ASSERT_EQ(bytes.size(), 4 + 4 * rows.values.size());
@@ -139,15 +139,14 @@ TEST(EqualisationStageTest, BlocksUtterancesAndTheProgram) {
 // A channel that changes in the middle: the mean of an utterance misses it, the equalisation follows.
 TEST(EqualisationStageTest, FollowsAChangeWithinAnUtterance) {
   if (read_sentences().empty()) GTEST_SKIP() << "the recordings are not installed";
-  const FrontEndParameters parameters = front_end_preset("sphinx-en-us");
-  const auto clean = speech(parameters.sample_rate);
+  const auto clean = speech(16000);
   auto changed = filtered(clean);
   std::copy_n(clean.begin(), clean.size() / 4, changed.begin());
   const auto rows = [&](const std::vector<float>& samples, bool equalise) {
-    FeatureMatrix cepstra = FrontEnd(parameters).run(samples);
-    if (equalise) equalise_utterance(cepstra, parameters);
-    subtract_utterance_mean(cepstra);
-    return cepstra;
+    Recipe recipe = preset("sphinx-en-us");
+    if (equalise) recipe.equalisation = Equalisation::kFromMean;
+    recipe.normalisation = Normalisation::kMean;
+    return FeatureChain(recipe).run(samples);
   };
   const double with_mean = distance(rows(clean, false), rows(changed, false), 1, 13);
   const double equalised = distance(rows(clean, true), rows(changed, true), 1, 13);

@@ -6,15 +6,16 @@
 #include <cmath>
 #include <random>
 
-#include "kivsr/speech/front/dynamic_features.h"
 #include "kivsr/speech/front/normalisation_stage.h"
+#include "kivsr/speech/front/presets.h"
 #include "kivsr/speech/io/fault.h"
 #include "speech/support/signals.h"
 
 namespace kivsr::speech::test {
 namespace {
 
-constexpr Delta kDeltas[] = {Delta::kNone, Delta::kWin1, Delta::kWin2, Delta::kRegression, Delta::kAurora};
+constexpr Dynamics kDynamics[] = {Dynamics::kNone,       Dynamics::kWin1,   Dynamics::kWin2,
+                                  Dynamics::kRegression, Dynamics::kAurora, Dynamics::kDifferences};
 constexpr Normalisation kNormalisations[] = {Normalisation::kNone, Normalisation::kMean, Normalisation::kMeanVariance,
                                              Normalisation::kRunningMean, Normalisation::kRunningMeanVariance};
 
@@ -31,12 +32,12 @@ FeatureMatrix in_blocks(FeatureChain& chain, std::span<const float> samples, con
 
 TEST(FeatureChain, BlocksOfEverySizeGiveTheSameBitsForEveryPreset) {
   const auto samples = noise(2500);
-  for (const std::string& name : front_end_preset_names()) {
-    FeatureParameters parameters = feature_preset(name);
+  for (const std::string& name : preset_names()) {
+    const Recipe parameters = preset(name);
     FeatureChain chain(parameters);
     const FeatureMatrix batch = chain.run(samples);
     ASSERT_GT(batch.height(), 10) << name;
-    ASSERT_EQ(batch.width, parameters.row_width()) << name;
+    ASSERT_EQ(batch.width, parameters.width()) << name;
     for (std::size_t size = 1; size <= samples.size(); size += size < 450 ? 1 : 397) {
       ASSERT_EQ(chain.run(samples, size).values, batch.values) << name << " in blocks of " << size;
     }
@@ -47,13 +48,13 @@ TEST(FeatureChain, BlocksOfEverySizeGiveTheSameBitsForEveryPreset) {
 TEST(FeatureChain, RandomBlocksGiveTheSameBitsForEveryStage) {
   const auto samples = noise(4000);
   std::mt19937 generator(5);
-  for (const Delta delta : kDeltas) {
+  for (const Dynamics dynamics : kDynamics) {
     for (const Normalisation normalisation : kNormalisations) {
       for (const bool known_maximum : {false, true}) {
-        FeatureParameters parameters = feature_preset("htk-like");
+        Recipe parameters = preset("htk-like");
         parameters.front_end.zeroth = ZerothCepstrum::kLast;
-        parameters.delta = delta;
-        parameters.delta_window = 3;
+        parameters.dynamics = dynamics;
+        parameters.regression_window = 3;
         parameters.normalisation = normalisation;
         parameters.normalisation_frames = 7;
         if (known_maximum) parameters.energy_maximum = 20.0F;
@@ -63,11 +64,44 @@ TEST(FeatureChain, RandomBlocksGiveTheSameBitsForEveryStage) {
         for (const int largest : {1, 300, 1000}) {
           std::uniform_int_distribution<std::size_t> size(1, static_cast<std::size_t>(largest));
           ASSERT_EQ(in_blocks(chain, samples, [&] { return size(generator); }).values, batch.values)
-              << static_cast<int>(delta) << ' ' << static_cast<int>(normalisation);
+              << static_cast<int>(dynamics) << ' ' << static_cast<int>(normalisation);
         }
       }
     }
   }
+}
+
+// What waits for the whole utterance must not mind how it came; the equalisation and the noise reduction included.
+TEST(FeatureChain, RandomBlocksGiveTheSameBitsBehindNoiseReductionAndEqualisation) {
+  const auto samples = noise(12000);
+  std::mt19937 generator(6);
+  for (const NoiseMethod method : {NoiseMethod::kNone, NoiseMethod::kMcraWiener, NoiseMethod::kMcraEmns}) {
+    for (const Equalisation equalisation : {Equalisation::kFromZero, Equalisation::kFromMean}) {
+      Recipe recipe = preset("sphinx-39");
+      recipe.front_end.energy = true;
+      recipe.noise_reduction.method = method;
+      recipe.equalisation = equalisation;
+      FeatureChain chain(recipe);
+      const FeatureMatrix batch = chain.run(samples);
+      ASSERT_EQ(batch.height(), 74);
+      std::uniform_int_distribution<std::size_t> size(1, 700);
+      ASSERT_EQ(in_blocks(chain, samples, [&] { return size(generator); }).values, batch.values);
+    }
+  }
+}
+
+// Rows of the front end that come from a file give what the chain gives for the audio.
+TEST(FeatureChain, RowsOfTheFrontEndGoOnWhereSamplesWouldHave) {
+  const auto samples = noise(9000);
+  for (const std::string& name : preset_names()) {
+    const Recipe recipe = preset(name);
+    FeatureChain chain(recipe);
+    EXPECT_EQ(chain.run_rows(FrontEnd(recipe.front_end).run(samples)).values, chain.run(samples).values) << name;
+  }
+  FeatureChain chain(Recipe::of_features(3));
+  EXPECT_EQ(chain.run_rows({3, {1, 2, 3, 4, 5, 6}}).values, (std::vector<float>{1, 2, 3, 4, 5, 6}));
+  EXPECT_THROW(chain.run_rows({2, {1, 2}}), Fault);
+  EXPECT_THROW(chain.run(samples), Fault) << "it starts from features";
 }
 
 // The statics of the result, frames beyond either end repeated, in double precision.
@@ -92,11 +126,11 @@ class Regression {
   std::size_t column_;
 };
 
-TEST(FeatureChain, DeltasAreRegressionsWithTheEndsRepeated) {
+TEST(FeatureChain, DynamicsAreRegressionsWithTheEndsRepeated) {
   const auto samples = noise(5000);
-  for (const auto& [delta, window] : {std::pair(Delta::kWin1, 1), std::pair(Delta::kWin2, 2)}) {
-    FeatureParameters parameters = feature_preset("mfcc");
-    parameters.delta = delta;
+  for (const auto& [dynamics, window] : {std::pair(Dynamics::kWin1, 1), std::pair(Dynamics::kWin2, 2)}) {
+    Recipe parameters = preset("mfcc");
+    parameters.dynamics = dynamics;
     const FeatureMatrix rows = FeatureChain(parameters).run(samples);
     ASSERT_EQ(rows.width, 39);
     for (int column = 0; column < 26; ++column) {
@@ -110,9 +144,9 @@ TEST(FeatureChain, DeltasAreRegressionsWithTheEndsRepeated) {
 
 // Inside the utterance; the library's rule for its ends is another.
 TEST(FeatureChain, WideRegression) {
-  FeatureParameters parameters = feature_preset("mfcc");
-  parameters.delta = Delta::kRegression;
-  parameters.delta_window = 4;
+  Recipe parameters = preset("mfcc");
+  parameters.dynamics = Dynamics::kRegression;
+  parameters.regression_window = 4;
   const FeatureMatrix rows = FeatureChain(parameters).run(noise(5000));
   for (int column = 0; column < 26; ++column) {
     for (int t = 4; t < rows.height() - 4; ++t) {
@@ -123,16 +157,16 @@ TEST(FeatureChain, WideRegression) {
 
 // Even the shortest utterance has rows; where the window fits it must not matter what would have come after it.
 TEST(FeatureChain, ShortUtterancesHaveAllTheirRows) {
-  for (const Delta delta : kDeltas) {
+  for (const Dynamics dynamics : kDynamics) {
     for (int frames = 0; frames <= 9; ++frames) {
-      FeatureParameters parameters = feature_preset("aurora");
-      parameters.delta = delta;
-      parameters.delta_window = 4;
+      Recipe parameters = preset("aurora");
+      parameters.dynamics = dynamics;
+      parameters.regression_window = 4;
       FeatureChain chain(parameters);
       const FeatureMatrix rows = chain.run(noise(frames == 0 ? 100 : 200 + 80 * (frames - 1)));
-      ASSERT_EQ(rows.height(), frames) << static_cast<int>(delta);
+      ASSERT_EQ(rows.height(), frames) << static_cast<int>(dynamics);
       for (const float value : rows.values) ASSERT_TRUE(std::isfinite(value));
-      if (delta == Delta::kNone || frames != 1) continue;
+      if (dynamics == Dynamics::kNone || frames != 1) continue;
       const auto row = rows.row(0).subspan(static_cast<std::size_t>(parameters.static_width()));
       for (const float slope : row) EXPECT_NEAR(slope, 0.0F, 1e-4) << "one frame has none";
     }
@@ -141,7 +175,7 @@ TEST(FeatureChain, ShortUtterancesHaveAllTheirRows) {
 
 TEST(FeatureChain, AuroraStaticsMixC0AndLogEnergy) {
   const auto samples = noise(3000);
-  const FeatureParameters parameters = feature_preset("aurora");
+  const Recipe parameters = preset("aurora");
   const FeatureMatrix rows = FeatureChain(parameters).run(samples);
   const FeatureMatrix statics = FrontEnd(parameters.front_end).run(samples);
   ASSERT_EQ(rows.width, 39);
@@ -155,8 +189,8 @@ TEST(FeatureChain, AuroraStaticsMixC0AndLogEnergy) {
 TEST(FeatureChain, EnergyIsMeasuredFromItsMaximum) {
   auto samples = noise(8000);
   std::fill(samples.begin() + 3000, samples.begin() + 5000, 0.0F);
-  FeatureParameters parameters = feature_preset("htk-like");
-  parameters.delta = Delta::kNone;
+  Recipe parameters = preset("htk-like");
+  parameters.dynamics = Dynamics::kNone;
   const FeatureMatrix plain = FrontEnd(parameters.front_end).run(samples);
   double maximum = -1e30;
   for (int t = 0; t < plain.height(); ++t) maximum = std::max<double>(maximum, plain.row(t)[12]);
@@ -196,7 +230,7 @@ TEST(FeatureChain, UtteranceIsNormalisedWhateverItsLevel) {
 // While fewer frames than the memory holds have passed, mean and variance are those of all frames so far.
 TEST(FeatureChain, RunningNormalisationIsThatOfTheFramesSoFar) {
   const auto samples = noise(12000);
-  FeatureParameters parameters = feature_preset("mfcc");
+  Recipe parameters = preset("mfcc");
   const FeatureMatrix plain = FeatureChain(parameters).run(samples);
   parameters.normalisation_frames = 1000;
   parameters.normalisation = Normalisation::kRunningMean;
@@ -220,7 +254,7 @@ TEST(FeatureChain, RunningNormalisationIsThatOfTheFramesSoFar) {
 
 // After a step the running mean forgets the old level: 1 - 1/N is left of it at each frame.
 TEST(FeatureChain, RunningMeanForgets) {
-  FeatureParameters parameters;
+  Recipe parameters;
   parameters.front_end.cepstrum_count = 1;
   parameters.normalisation = Normalisation::kRunningMean;
   parameters.normalisation_frames = 20;
@@ -236,18 +270,18 @@ TEST(FeatureChain, RunningMeanForgets) {
 }
 
 TEST(FeatureChain, ContradictionsAreFaults) {
-  const std::pair<const char*, void (*)(FeatureParameters&)> cases[] = {
-      {"energy", [](FeatureParameters& p) { p.normalise_energy = true; }},
-      {"aurora", [](FeatureParameters& p) { p.delta = Delta::kAurora; }},
-      {"window", [](FeatureParameters& p) { p.delta_window = 0; }},
-      {"two frames", [](FeatureParameters& p) { p.normalisation_frames = 1; }},
-      {"silence floor", [](FeatureParameters& p) { p.silence_floor = -1.0F; }},
-      {"scale", [](FeatureParameters& p) { p.energy_scale = NAN; }},
-      {"maximum", [](FeatureParameters& p) { p.energy_maximum = INFINITY; }},
-      {"prediction order", [](FeatureParameters& p) { p.front_end.prediction_order = 0; }},
+  const std::pair<const char*, void (*)(Recipe&)> cases[] = {
+      {"energy", [](Recipe& p) { p.normalise_energy = true; }},
+      {"aurora", [](Recipe& p) { p.dynamics = Dynamics::kAurora; }},
+      {"window", [](Recipe& p) { p.regression_window = 0; }},
+      {"two frames", [](Recipe& p) { p.normalisation_frames = 1; }},
+      {"silence floor", [](Recipe& p) { p.silence_floor = -1.0F; }},
+      {"scale", [](Recipe& p) { p.energy_scale = NAN; }},
+      {"maximum", [](Recipe& p) { p.energy_maximum = INFINITY; }},
+      {"prediction order", [](Recipe& p) { p.front_end.prediction_order = 0; }},
   };
   for (const auto& [word, change] : cases) {
-    FeatureParameters parameters;
+    Recipe parameters;
     change(parameters);
     try {
       FeatureChain chain(parameters);

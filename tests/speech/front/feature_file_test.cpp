@@ -1,5 +1,6 @@
 // Each format is read back by a reader of its own, written from the format's description.
 #include "kivsr/speech/front/feature_file.h"
+#include "kivsr/speech/front/presets.h"
 
 #include <gtest/gtest.h>
 
@@ -50,7 +51,7 @@ class FeatureFileTest : public ::testing::Test {
 
   TemporaryFolder folder_;
   FeatureMatrix rows_;
-  FeatureParameters parameters_;
+  Recipe parameters_;
 };
 
 TEST_F(FeatureFileTest, Npy) {
@@ -99,18 +100,18 @@ TEST_F(FeatureFileTest, Htk) {
 TEST_F(FeatureFileTest, HtkQualifiers) {
   parameters_.front_end.energy = true;
   parameters_.front_end.cepstrum_count = 3;
-  parameters_.delta = Delta::kWin2;
+  parameters_.dynamics = Dynamics::kWin2;
   parameters_.normalisation = Normalisation::kMean;
   rows_ = {12, {0, 1, 2, 9, 10, 11, 12, 19, 20, 21, 22, 29}};
   std::string bytes = written("a.htk");
   EXPECT_EQ(number(bytes, 10, 2, true), 6U + 020000U + 0100U + 0400U + 01000U + 04000U) << "MFCC_0_E_D_A_Z";
   EXPECT_EQ(floats(bytes, 12, true), (std::vector<float>{1, 2, 0, 9, 11, 12, 10, 19, 21, 22, 20, 29}));
-  parameters_ = feature_preset("htk-like");
+  parameters_ = preset("htk-like");
   rows_ = {39, std::vector<float>(39)};
   EXPECT_EQ(number(written("b.htk"), 10, 2, true), 6U + 0100U + 0400U + 01000U) << "MFCC_E_D_A";
-  parameters_ = feature_preset("aurora");
+  parameters_ = preset("aurora");
   EXPECT_EQ(number(written("c.htk"), 10, 2, true), 6U + 0100U + 0400U + 01000U) << "c0 and energy are one column";
-  parameters_ = feature_preset("lpc-cepstrum");
+  parameters_ = preset("lpc-cepstrum");
   rows_ = {12, noise(12)};
   bytes = written("d.htk");
   EXPECT_EQ(number(bytes, 10, 2, true), 3U) << "LPCEPSTRA";
@@ -121,19 +122,19 @@ TEST_F(FeatureFileTest, ColumnNames) {
   using Names = std::vector<std::string>;
   parameters_.front_end.cepstrum_count = 2;
   parameters_.front_end.energy = true;
-  parameters_.delta = Delta::kRegression;
+  parameters_.dynamics = Dynamics::kRegression;
   EXPECT_EQ(parameters_.column_names(),
             (Names{"c0", "c1", "energy", "c0_d", "c1_d", "energy_d", "c0_a", "c1_a", "energy_a"}));
-  parameters_.delta = Delta::kNone;
+  parameters_.dynamics = Dynamics::kNone;
   parameters_.front_end.output = Output::kLogMel;
   parameters_.front_end.filter_count = 2;
   EXPECT_EQ(parameters_.column_names(), (Names{"mel1", "mel2", "energy"}));
   parameters_.front_end.output = Output::kLpcCepstra;
   parameters_.front_end.prediction_order = 1;
   EXPECT_EQ(parameters_.column_names(), (Names{"c1", "energy"}));
-  for (const std::string& name : front_end_preset_names()) {
-    parameters_ = feature_preset(name);
-    EXPECT_EQ(static_cast<int>(parameters_.column_names().size()), parameters_.row_width()) << name;
+  for (const std::string& name : preset_names()) {
+    parameters_ = preset(name);
+    EXPECT_EQ(static_cast<int>(parameters_.column_names().size()), parameters_.width()) << name;
   }
 }
 

@@ -7,6 +7,7 @@
 #include <complex>
 #include <numbers>
 
+#include "kivsr/speech/front/presets.h"
 #include "kivsr/speech/io/fault.h"
 #include "speech/support/signals.h"
 
@@ -14,7 +15,7 @@ namespace kivsr::speech::test {
 namespace {
 
 FrontEndParameters sparse_frames() {
-  FrontEndParameters parameters = front_end_preset("mfcc");
+  FrontEndParameters parameters = preset("mfcc").front_end;
   parameters.shift = 700;  // beyond the window: samples that no frame reads
   parameters.remove_offset = true;
   return parameters;
@@ -22,8 +23,8 @@ FrontEndParameters sparse_frames() {
 
 TEST(FrontEnd, BlocksOfEverySizeGiveTheSameBits) {
   const auto samples = noise(4097);
-  for (const FrontEndParameters& parameters : {front_end_preset("sphinx-en-us"), front_end_preset("mfcc"),
-                                               front_end_preset("lpc-cepstrum"), sparse_frames()}) {
+  for (const FrontEndParameters& parameters : {preset("sphinx-en-us").front_end, preset("mfcc").front_end,
+                                               preset("lpc-cepstrum").front_end, sparse_frames()}) {
     FrontEnd front_end(parameters);
     const FeatureMatrix batch = front_end.run(samples);
     ASSERT_GT(batch.height(), 4);
@@ -39,7 +40,7 @@ TEST(FrontEnd, BlocksOfEverySizeGiveTheSameBits) {
 }
 
 TEST(FrontEnd, GivesRowsAsSoonAsTheirSamplesAreThere) {
-  const FrontEndParameters parameters = front_end_preset("sphinx-en-us");
+  const FrontEndParameters parameters = preset("sphinx-en-us").front_end;
   FrontEnd front_end(parameters);
   const auto samples = noise(1000);
   FeatureMatrix rows;
@@ -54,7 +55,7 @@ TEST(FrontEnd, GivesRowsAsSoonAsTheirSamplesAreThere) {
 }
 
 TEST(FrontEnd, CountsFrames) {
-  FrontEndParameters parameters = front_end_preset("mfcc");
+  FrontEndParameters parameters = preset("mfcc").front_end;
   FrontEnd whole_frames(parameters);
   parameters.pad_last_frame = true;
   FrontEnd padded(parameters);
@@ -110,7 +111,7 @@ std::vector<double> reference_mfcc(std::span<const float> samples, int start) {
 
 TEST(FrontEnd, MfccPresetAgreesWithItsDefinition) {
   const auto samples = noise(16000);
-  const FeatureMatrix rows = FrontEnd(front_end_preset("mfcc")).run(samples);
+  const FeatureMatrix rows = FrontEnd(preset("mfcc").front_end).run(samples);
   for (const int t : {0, 7, rows.height() - 1}) {
     const auto expected = reference_mfcc(samples, 160 * t);
     for (int k = 0; k < 13; ++k) {
@@ -159,7 +160,7 @@ std::vector<double> reference_htk(std::span<const float> samples) {
 
 TEST(FrontEnd, HtkLikePresetAgreesWithItsDefinition) {
   const auto samples = noise(2000);
-  const FeatureMatrix rows = FrontEnd(front_end_preset("htk-like")).run(samples);
+  const FeatureMatrix rows = FrontEnd(preset("htk-like").front_end).run(samples);
   ASSERT_EQ(rows.width, 13);
   for (const int t : {0, 1, rows.height() - 1}) {
     const auto expected = reference_htk(std::span(samples).subspan(static_cast<std::size_t>(160 * t)));
@@ -177,7 +178,7 @@ TEST(FrontEnd, LpcCepstrumIsThatOfTheFilterBehindTheSignal) {
     for (std::size_t k = 1; k <= 4 && k <= n; ++k) value -= a[k - 1] * static_cast<double>(response[n - k]);
     response[n] = static_cast<float>(value);
   }
-  FrontEndParameters parameters = front_end_preset("lpc-cepstrum");
+  FrontEndParameters parameters = preset("lpc-cepstrum").front_end;
   parameters.pre_emphasis = 0.0F;
   parameters.window = Window::kRectangular;
   const FeatureMatrix rows = FrontEnd(parameters).run(response);
@@ -199,7 +200,7 @@ TEST(FrontEnd, LpcCepstrumIsThatOfTheFilterBehindTheSignal) {
 
 // For 16-bit samples times 10: power rises by 20 dB, magnitude by half, in every band; cepstra but c0 do not change.
 TEST(FrontEnd, LevelMovesOnlyTheZerothCepstrum) {
-  FrontEndParameters parameters = front_end_preset("sphinx-en-us");
+  FrontEndParameters parameters = preset("sphinx-en-us").front_end;
   parameters.log_offset = 0.0F;
   const auto samples = noise(1600);
   std::vector<float> louder = samples;
@@ -224,7 +225,7 @@ TEST(FrontEnd, LevelMovesOnlyTheZerothCepstrum) {
 }
 
 TEST(FrontEnd, PlacesTheZerothCepstrum) {
-  FrontEndParameters parameters = front_end_preset("sphinx-en-us");
+  FrontEndParameters parameters = preset("sphinx-en-us").front_end;
   const auto samples = noise(410);
   const FeatureMatrix first = FrontEnd(parameters).run(samples);
   parameters.zeroth = ZerothCepstrum::kLast;
@@ -239,8 +240,8 @@ TEST(FrontEnd, PlacesTheZerothCepstrum) {
 
 TEST(FrontEnd, SilenceHasFiniteFeatures) {
   const std::vector<float> silence(2000, 0.0F);
-  for (const std::string& name : front_end_preset_names()) {
-    FrontEndParameters parameters = front_end_preset(name);
+  for (const std::string& name : preset_names()) {
+    FrontEndParameters parameters = preset(name).front_end;
     parameters.log_floor = 0.0F;
     parameters.log_offset = 0.0F;
     for (const float value : FrontEnd(parameters).run(silence).values) ASSERT_TRUE(std::isfinite(value)) << name;

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "kivsr/speech/front/front_end.h"
+#include "kivsr/speech/front/presets.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/noise_mixer.h"
@@ -25,21 +26,21 @@ double distance(const FeatureMatrix& a, const FeatureMatrix& b) {
   return sum / static_cast<double>(a.values.size());
 }
 
-class EveryReduction : public testing::TestWithParam<const char*> {
+class EveryReduction : public testing::TestWithParam<NoiseMethod> {
  protected:
-  FrontEndParameters parameters_ = front_end_preset("sphinx-en-us");
+  FrontEndParameters parameters_ = preset("sphinx-en-us").front_end;
 };
 
 TEST_P(EveryReduction, BringsNoisyBandEnergiesNearerToTheCleanOnes) {
   parameters_.output = Output::kLogMel;
-  const NoiseReduction reduction(parameters_, noise_reduction_settings(GetParam()));
+  FrontEnd reduced(parameters_, {.method = GetParam()});
   const auto clean = recording();
   const FeatureMatrix wanted = FrontEnd(parameters_).run(clean);
   for (const double snr : {20.0, 5.0}) {
     AudioChannels noisy{{clean}, 16000, 0};
     mix_noise(noisy, white_noise(clean.size(), 7), snr);
     const FeatureMatrix before = FrontEnd(parameters_).run(noisy.channels[0]);
-    const FeatureMatrix after = reduction.run(noisy.channels[0]);
+    const FeatureMatrix after = reduced.run(noisy.channels[0]);
     ASSERT_EQ(after.values.size(), wanted.values.size());
     EXPECT_LT(distance(after, wanted), 0.7 * distance(before, wanted)) << snr;
   }
@@ -47,60 +48,56 @@ TEST_P(EveryReduction, BringsNoisyBandEnergiesNearerToTheCleanOnes) {
 
 // A stationary noise is attenuated in every band, and to the floor in the mean.
 TEST_P(EveryReduction, TakesStationaryNoiseDownToTheFloor) {
-  NoiseReductionSettings settings = noise_reduction_settings(GetParam());
-  settings.residual = 0.0F;
-  SpectrumRecorder before;
+  const NoiseReductionParameters settings{.method = GetParam(), .residual = 0.0F};
   std::vector<float> samples = white_noise(32000, 3);
   for (float& sample : samples) sample *= 1000.0F;
-  FrontEnd(parameters_, &before).run(samples);
-  FeatureMatrix after = before.spectra;
-  NoiseReduction(parameters_, settings).reduce(after);
+  const FeatureMatrix before = FrontEnd(parameters_).spectra(samples);
+  FeatureMatrix after = before;
+  NoiseReduction(parameters_, settings).run(after);
   double power_before = 0.0;
   double power_after = 0.0;
   for (std::size_t i = 0; i < after.values.size(); ++i) {
-    ASSERT_LE(after.values[i], before.spectra.values[i] * 1.0001F);
-    ASSERT_GE(after.values[i], before.spectra.values[i] * 0.0099F);
-    power_before += before.spectra.values[i];
+    ASSERT_LE(after.values[i], before.values[i] * 1.0001F);
+    ASSERT_GE(after.values[i], before.values[i] * 0.0099F);
+    power_before += before.values[i];
     power_after += after.values[i];
   }
   EXPECT_LT(power_after, 0.1 * power_before);
 }
 
 TEST_P(EveryReduction, ScalesWithTheSignalAndSurvivesSilence) {
-  const NoiseReduction reduction(parameters_, noise_reduction_settings(GetParam()));
-  std::vector<float> samples = recording();
-  SpectrumRecorder recorder;
-  FrontEnd(parameters_, &recorder).run(samples);
-  FeatureMatrix louder = recorder.spectra;
+  const NoiseReduction reduction(parameters_, {.method = GetParam()});
+  FeatureMatrix spectra = FrontEnd(parameters_).spectra(recording());
+  FeatureMatrix louder = spectra;
   for (float& power : louder.values) power *= 16.0F;
-  reduction.reduce(recorder.spectra);
-  reduction.reduce(louder);
+  reduction.run(spectra);
+  reduction.run(louder);
   for (std::size_t i = 0; i < louder.values.size(); ++i) {
-    ASSERT_NEAR(louder.values[i], 16.0F * recorder.spectra.values[i], 1e-3F * louder.values[i]);
+    ASSERT_NEAR(louder.values[i], 16.0F * spectra.values[i], 1e-3F * louder.values[i]);
   }
 
   for (const int length : {0, 1, 500, 8000}) {
-    for (const float value : reduction.run(std::vector<float>(static_cast<std::size_t>(length), 0.0F)).values) {
+    FrontEnd reduced(parameters_, {.method = GetParam()});
+    for (const float value : reduced.run(std::vector<float>(static_cast<std::size_t>(length), 0.0F)).values) {
       ASSERT_TRUE(std::isfinite(value));
     }
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(NoiseReduction, EveryReduction, testing::Values("mcra-wiener", "mcra-emns"),
-                         [](const auto& info) { return std::string(info.param).substr(5); });
+INSTANTIATE_TEST_SUITE_P(NoiseReduction, EveryReduction,
+                         testing::Values(NoiseMethod::kMcraWiener, NoiseMethod::kMcraEmns));
 
 // The same reduction of powers, whichever the front end computes.
 TEST(NoiseReduction, TakesMagnitudesForTheRootsOfPowers) {
-  FrontEndParameters parameters = front_end_preset("sphinx-en-us");
+  FrontEndParameters parameters = preset("sphinx-en-us").front_end;
   parameters.output = Output::kLogMel;
   parameters.filter_count = 60;
   parameters.round_filters = false;
-  const auto settings = noise_reduction_settings("mcra-emns");
   const auto samples = recording();
   const auto gain = [&](Spectrum spectrum) {
     parameters.spectrum = spectrum;
     const FeatureMatrix before = FrontEnd(parameters).run(samples);
-    FeatureMatrix after = NoiseReduction(parameters, settings).run(samples);
+    FeatureMatrix after = FrontEnd(parameters, {.method = NoiseMethod::kMcraEmns}).run(samples);
     for (std::size_t i = 0; i < after.values.size(); ++i) after.values[i] -= before.values[i];
     return after;
   };
@@ -114,8 +111,7 @@ TEST(NoiseReduction, TakesMagnitudesForTheRootsOfPowers) {
 }
 
 TEST(NoiseReduction, RefusesWhatTheEstimateCannotDo) {
-  EXPECT_THROW((void)noise_reduction_settings("wiener"), Fault);
-  FrontEndParameters parameters = front_end_preset("sphinx-en-us");
+  FrontEndParameters parameters = preset("sphinx-en-us").front_end;
   parameters.shift = 300;
   EXPECT_THROW(NoiseReduction(parameters, {}), Fault);
   parameters.shift = 160;

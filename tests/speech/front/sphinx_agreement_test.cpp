@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "kivsr/speech/front/feat_params.h"
 #include "kivsr/speech/front/front_end.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "speech/support/command.h"
@@ -38,7 +39,7 @@ struct Agreement {
 
 Agreement compare(const std::filesystem::path& audio, const std::filesystem::path& feature_parameters) {
   const auto expected = sphinx_cepstra(audio, feature_parameters);
-  const FrontEndParameters parameters = read_feature_parameters(feature_parameters).front_end;
+  const FrontEndParameters parameters = read_feat_params(feature_parameters).front_end;
   const auto values = FrontEnd(parameters).run(read_audio(audio).samples).values;
   EXPECT_FALSE(expected.empty());
   EXPECT_EQ(values.size(), expected.size()) << audio;

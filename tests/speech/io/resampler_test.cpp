@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "kivsr/speech/io/fault.h"
@@ -86,6 +87,26 @@ TEST(Resampler, WorksOnSignalsShorterThanItsFilters) {
 TEST(Resampler, RefusesRatesWithoutACommonMeasure) {
   EXPECT_THROW(resample(noise(100), 767999, 16000), Fault);
   EXPECT_THROW(resample(noise(100), 0, 16000), Fault);
+}
+
+TEST(Resampler, TheCutsDoNotMatter) {
+  const auto samples = noise(5000);
+  for (const auto& [from, to] : {std::pair(44100, 16000), std::pair(8000, 16000), std::pair(16000, 16000)}) {
+    const std::vector<float> whole = resample(samples, from, to);
+    Resampler resampler(from, to);
+    for (const std::size_t block : {std::size_t{1}, std::size_t{7}, std::size_t{1000}}) {
+      resampler = Resampler(from, to);
+      std::vector<float> output;
+      std::span<const float> left = samples;
+      while (!left.empty()) {
+        const auto part = left.first(std::min(block, left.size()));
+        resampler.push(part, output);
+        left = left.subspan(part.size());
+      }
+      resampler.finish(output);
+      ASSERT_EQ(output, whole) << from << " to " << to << " in blocks of " << block;
+    }
+  }
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // The file of a word model gives every number back, and is refused when it is damaged or contradicts itself.
 #include "kivsr/speech/models/word_model_file.h"
+#include "kivsr/speech/front/presets.h"
 
 #include <cmath>
 #include <functional>
@@ -14,11 +15,10 @@ namespace {
 TEST(WordModelFile, EveryNumberComesBack) {
   const TemporaryFolder folder;
   WordModel model = small_model();
-  FrontEndParameters parameters = front_end_preset("mfcc");
-  parameters.low_frequency = 64.3F;
-  parameters.cepstrum_count = 3;
-  model.features.front_end = parameters;
-  model.features.normalisation = UtteranceNormalisation::kMeanVariance;
+  model.recipe = preset("mfcc");
+  model.recipe.front_end.low_frequency = 64.3F;
+  model.recipe.front_end.cepstrum_count = 3;
+  model.recipe.normalisation = Normalisation::kMeanVariance;
   model.training["states"] = "3";
   write_word_model(folder / "model", model);
   ASSERT_TRUE(is_word_model_file(folder / "model"));
@@ -37,13 +37,7 @@ TEST(WordModelFile, EveryNumberComesBack) {
   EXPECT_EQ(read.units[2].first_state, 3);
   EXPECT_EQ(read.silence(), 0);
   EXPECT_EQ(read.training, model.training);
-  EXPECT_EQ(read.features.normalisation, UtteranceNormalisation::kMeanVariance);
-  EXPECT_EQ(read.features.dynamics, UtteranceDynamics::kNone);
-  ASSERT_TRUE(read.features.front_end.has_value());
-  EXPECT_EQ(read.features.front_end->low_frequency, 64.3F);
-  EXPECT_EQ(read.features.front_end->filters, Filters::kMel);
-  EXPECT_EQ(read.features.front_end->pad_last_frame, false);
-  EXPECT_EQ(read.features.front_end->window_length, 400);
+  EXPECT_EQ(read.recipe, model.recipe);
 }
 
 TEST(WordModelFile, DamageIsAFault) {
@@ -74,12 +68,12 @@ TEST(WordModelFile, ContradictionsAreFaults) {
   refuse([](WordModel& model) { model.states[0].stay = 1.0F; });
   refuse([](WordModel& model) { model.states[1].weights[1] = -0.5F; });
   refuse([](WordModel& model) { model.units[2].name = "aye"; });
-  refuse([](WordModel& model) { model.features.width = 4; });
+  refuse([](WordModel& model) { model.recipe = Recipe::of_features(4); });
   refuse([](WordModel& model) {
     model.states.pop_back(), model.units.back().states = 2;
     model.states[4].means.pop_back();
   });
-  refuse([](WordModel& model) { model.features.front_end = FrontEndParameters(); });
+  refuse([](WordModel& model) { model.recipe = preset("mfcc"); });
 }
 
 }  // namespace

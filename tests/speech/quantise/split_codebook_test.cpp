@@ -5,6 +5,7 @@
 #include <limits>
 #include <random>
 
+#include "kivsr/speech/front/presets.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/quantise/distortion.h"
 #include "kivsr/speech/quantise/quantised_stream.h"
@@ -30,7 +31,7 @@ SplitCodebook trained(const FeatureMatrix& rows, const std::string& split, const
   for (const SplitGroup& group : parse_split(split, rows.width)) {
     groups.push_back(train_group(rows, group, weights, SplitRule::kWidest));
   }
-  return {RowKind(), groups};
+  return {Recipe::of_features(rows.width), groups};
 }
 
 // The index of each group of a row, by comparing every codeword.
@@ -131,7 +132,7 @@ TEST(SplitCodebook, FilesRoundTripAndDamageIsNoticed) {
 
   const SplitCodebook again = SplitCodebook::read(book_file);
   EXPECT_EQ(again.identity(), book.identity());
-  EXPECT_EQ(again.kind(), book.kind());
+  EXPECT_EQ(again.recipe(), book.recipe());
   const QuantisedStream read = read_quantised(stream_file, again);
   EXPECT_EQ(read.bits, stream.bits);
   EXPECT_EQ(again.decode(read.bits, read.frames, "").values, book.decode(stream.bits, 100, "").values);
@@ -156,16 +157,6 @@ TEST(SplitCodebook, FilesRoundTripAndDamageIsNoticed) {
   };
   each_damage(book_file, [](const std::filesystem::path& file) { return SplitCodebook::read(file); });
   each_damage(stream_file, [&](const std::filesystem::path& file) { return read_quantised(file, book); });
-}
-
-TEST(RowKind, KeepsWhatTheWritersOfFeaturesNeed) {
-  for (const std::string& name : front_end_preset_names()) {
-    const FrontEndParameters parameters = front_end_preset(name);
-    const FrontEndParameters kept = RowKind(parameters).parameters(parameters.row_width());
-    EXPECT_EQ(kept.row_width(), parameters.row_width()) << name;
-    EXPECT_EQ(kept.frame_seconds(), parameters.frame_seconds()) << name;
-    EXPECT_EQ(RowKind(kept), RowKind(parameters)) << name;
-  }
 }
 
 TEST(Distortion, IsThatOfDirectSums) {

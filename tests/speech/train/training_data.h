@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/feature_matrix.h"
 #include "kivsr/speech/models/word_model.h"
 
 namespace kivsr::speech::test {
@@ -15,9 +16,7 @@ namespace kivsr::speech::test {
 // Silence of one state and the words "aye" of two and "no" of three states; statics of width 3 and nothing else.
 inline WordModel small_model(std::vector<int> components_of_state = {1, 2, 1, 1, 3, 1}) {
   WordModel model;
-  model.features.width = 3;
-  model.features.dynamics = UtteranceDynamics::kNone;
-  model.features.normalisation = UtteranceNormalisation::kNone;
+  model.recipe = Recipe::of_features(3);
   model.units = {{"<sil>", true, 0, 1}, {"aye", false, 1, 2}, {"no", false, 3, 3}};
   model.variance_floor = {0.01F, 0.02F, 0.03F};
   std::mt19937 generator(5);

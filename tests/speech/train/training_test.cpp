@@ -2,6 +2,7 @@
 #include <cmath>
 #include <numeric>
 
+#include "kivsr/speech/front/presets.h"
 #include "kivsr/speech/io/feature_reader.h"
 #include "kivsr/speech/models/word_model_file.h"
 #include "kivsr/speech/train/start_model.h"
@@ -62,9 +63,10 @@ struct ReferenceMixture {
 
 std::vector<TrainingUtterance> tidigits(const std::vector<std::string>& names, const WordModel& model) {
   std::vector<TrainingUtterance> utterances;
+  FeatureChain chain(model.recipe);
   for (const std::string& name : names) {
     const auto file = kTestData / "tidigits" / (name + ".mfc");
-    utterances.push_back({file, {}, load_utterance(file, model.features).features});
+    utterances.push_back({file, {}, load_utterance(file, chain).features});
   }
   return utterances;
 }
@@ -75,7 +77,7 @@ TEST(Training, MixtureFollowsExpectationMaximisation) {
   settings.iterations = 10;
   settings.least_occupation = 1.0;
   settings.weight_floor = 0.0;
-  WordModel model = model_shape({}, {}, true, settings, nullptr);
+  WordModel model = model_shape(preset("sphinx-39"), {}, true, settings, nullptr);
   const auto utterances = tidigits({"man.ah.111a", "man.ah.35oa", "woman.ak.334a", "woman.ak.ooa"}, model);
   start_model(model, utterances, settings, nullptr);
   const MixtureState& state = model.states.front();
@@ -230,7 +232,7 @@ TEST(Training, FewDifferentFrames) {
     rows.width = 39;
     rows.values.assign(39 * 20, 1.5F);
     std::fill_n(rows.values.begin(), 39 * 5, -0.5F);
-    WordModel model = model_shape({}, {}, true, settings, nullptr);
+    WordModel model = model_shape(preset("sphinx-39"), {}, true, settings, nullptr);
     const std::vector<TrainingUtterance> utterances{{"x", {}, rows}};
     start_model(model, utterances, settings, nullptr);
     for (int pass = 0; pass < 3; ++pass) finish_pass(model, collect(model, utterances, settings), settings, pass);

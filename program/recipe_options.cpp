@@ -1,0 +1,135 @@
+#include "program/recipe_options.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+
+#include <CLI/CLI.hpp>
+
+#include "kivsr/speech/front/feat_params.h"
+#include "kivsr/speech/front/presets.h"
+#include "kivsr/speech/front/recipe_fields.h"
+#include "kivsr/speech/io/binary_file.h"
+
+namespace kivsr::program {
+
+namespace {
+
+constexpr const char* kGroup = "Recipe";
+
+std::string join(const auto& names) {
+  std::string text;
+  for (const auto& name : names) text.append(text.empty() ? "" : ", ").append(name);
+  return text;
+}
+
+// What the help calls the values of a field.
+template <class Value>
+std::string type_name() {
+  if constexpr (std::is_enum_v<Value>) return "NAME";
+  if constexpr (std::is_same_v<Value, int>) return "INT";
+  if constexpr (std::is_same_v<Value, std::vector<float>>) return "FLOAT,...";
+  return "FLOAT";
+}
+
+template <class Value>
+std::string fault_of(const std::string& text) {
+  Value value{};
+  if (read_field(text, value)) return "";
+  if constexpr (std::is_enum_v<Value>) return text + " is none of " + join(names_of(value));
+  return text + (std::is_same_v<Value, int> ? " is not a whole number" : " is not a number");
+}
+
+template <class Value>
+CLI::Option* add_field(CLI::App& command, const RecipeField& field, std::string& text) {
+  const std::string name(field.name);
+  std::string help(field.help);
+  CLI::Option* option = nullptr;
+  if constexpr (std::is_same_v<Value, bool>) {
+    const auto set = [&text](std::int64_t count) { text = field_text(count > 0); };
+    option = command.add_flag_function("--" + name + ",!--no-" + name, set, help);
+  } else {
+    if constexpr (std::is_enum_v<Value>) help += ": " + join(names_of(Value{}));
+    option = command.add_option("--" + name, text, help)->type_name(type_name<Value>())->check(fault_of<Value>);
+  }
+  return option->group(std::string(field.group));
+}
+
+}  // namespace
+
+RecipeOptions::RecipeOptions(CLI::App& command, const std::string& preset) : command_(command), preset_(preset) {
+  CLI::Option* const by_name =
+      command.add_option("--preset", preset_, "Recipe to start from: " + join(preset_names()))->capture_default_str();
+  CLI::Option* const by_file =
+      command.add_option("--recipe", recipe_file_, "File of a recipe to start from, as kivsr info --preset prints it");
+  CLI::Option* const by_model =
+      command.add_option("--feat-params", feat_params_, "A model's feat.params to start from: its front end");
+  for (CLI::Option* const option : {by_name, by_file, by_model}) option->group(kGroup);
+  by_file->excludes(by_name);
+  by_model->excludes(by_name)->excludes(by_file);
+  Recipe shape;
+  visit_fields(shape, [&]<class Value>(const RecipeField& field, Value&) {
+    std::string& text = texts_.emplace_back();
+    const bool option = !field.name.starts_with("source");  // what the files are says it
+    options_.push_back(option ? add_field<Value>(command, field, text) : nullptr);
+  });
+}
+
+Recipe RecipeOptions::start() const {
+  if (!recipe_file_.empty()) {
+    const auto bytes = read_whole_file(recipe_file_);
+    return Recipe::parse({bytes.begin(), bytes.end()}, recipe_file_);
+  }
+  return feat_params_.empty() ? preset(preset_) : Recipe(read_feat_params(feat_params_).front_end);
+}
+
+bool RecipeOptions::given(const std::string& name) const { return command_.get_option("--" + name)->count() > 0; }
+
+bool RecipeOptions::given() const {
+  const auto counts = [](const CLI::Option* option) { return option != nullptr && option->count() > 0; };
+  return given("preset") || given("recipe") || given("feat-params") ||
+         std::any_of(options_.begin(), options_.end(), counts);
+}
+
+void RecipeOptions::fit_lengths(const Recipe& start, Recipe& recipe) const {
+  FrontEndParameters& front_end = recipe.front_end;
+  if (front_end.sample_rate != start.front_end.sample_rate && front_end.sample_rate > 0) {
+    const double ratio = static_cast<double>(front_end.sample_rate) / start.front_end.sample_rate;
+    const auto scaled = [&](int length) { return static_cast<int>(std::lround(length * ratio)); };
+    if (!given("window-length")) front_end.window_length = scaled(start.front_end.window_length);
+    if (!given("shift")) front_end.shift = scaled(start.front_end.shift);
+    if (!given("high-frequency")) {
+      front_end.high_frequency = std::min(front_end.high_frequency, 0.5F * static_cast<float>(front_end.sample_rate));
+    }
+  }
+  if (!given("fft-length") && front_end.window_length > front_end.fft_length &&
+      front_end.window_length <= kLongestFrame) {
+    front_end.fft_length = static_cast<int>(std::bit_ceil(static_cast<unsigned>(front_end.window_length)));
+  }
+}
+
+Recipe RecipeOptions::recipe() const {
+  const Recipe from = start();
+  Recipe recipe = from;
+  std::size_t index = 0;
+  visit_fields(recipe, [&]<class Value>(const RecipeField&, Value& value) {
+    const CLI::Option* const option = options_[index];
+    const std::string& text = texts_[index++];
+    if (option == nullptr || option->count() == 0) return;
+    read_field(text, value);
+  });
+  fit_lengths(from, recipe);
+  if (!given("normalise-energy") && !recipe.front_end.energy) {
+    recipe.normalise_energy = false;  // --no-energy undoes what the preset asked for
+  }
+  // These derivatives read c1 .. c12, c0 and the log energy, whatever the front end would give by itself.
+  if (recipe.dynamics == Dynamics::kAurora) {
+    recipe.front_end.zeroth = ZerothCepstrum::kLast;
+    recipe.front_end.energy = true;
+  }
+  recipe.validate();
+  return recipe;
+}
+
+}  // namespace kivsr::program

@@ -1,0 +1,44 @@
+// Every field of a recipe as a command-line option, over a preset, a recipe in a file or a model's feat.params.
+#pragma once
+
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "kivsr/speech/front/recipe.h"
+#include "program/speech_names.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
+
+namespace kivsr::program {
+
+class RecipeOptions {
+ public:
+  // preset: where the recipe starts when the command line names nothing else.
+  RecipeOptions(CLI::App& command, const std::string& preset);
+  RecipeOptions(const RecipeOptions&) = delete;
+  RecipeOptions& operator=(const RecipeOptions&) = delete;
+
+  // After the command line was read: the start with the options applied, checked.
+  // Another sampling rate alone keeps the window and the shift in seconds and the band within half the rate.
+  Recipe recipe() const;
+  // Whether the command line says anything about the recipe.
+  bool given() const;
+
+ private:
+  Recipe start() const;
+  bool given(const std::string& name) const;
+  void fit_lengths(const Recipe& start, Recipe& recipe) const;
+
+  CLI::App& command_;
+  std::string preset_;
+  std::string recipe_file_;
+  std::string feat_params_;
+  std::deque<std::string> texts_;      // of the fields in their order
+  std::vector<CLI::Option*> options_;  // the same; null for fields that are no options
+};
+
+}  // namespace kivsr::program

@@ -1,0 +1,187 @@
+#include "kivsr/speech/front/dynamics_stage.h"
+
+#include <algorithm>
+
+#include "kivsr/speech/io/fault.h"
+
+namespace kivsr::speech {
+
+namespace {
+
+std::size_t size_of(int count) { return static_cast<std::size_t>(count); }
+
+// 1 / (2 sum of k^2), k = 1 .. window: the regression then gives the slope in units a frame.
+float slope_factor(int window) {
+  double sum = 0.0;
+  for (int k = 1; k <= window; ++k) sum += static_cast<double>(k) * k;
+  return static_cast<float>(0.5 / sum);
+}
+
+void repeat_last_row(FeatureMatrix& rows, int height) {
+  const int missing = height - rows.height();
+  for (int i = 0; i < missing; ++i) {
+    rows.values.insert(rows.values.end(), rows.values.end() - rows.width, rows.values.end());
+  }
+}
+
+// The library completes rows as soon as the frames behind them are there. The matrix begins with the last `history`
+// rows of the call before, of which the last `pending` are not complete yet.
+struct StreamingWindow {
+  int history;
+  int pending;
+  KivStatus (*run)(const float* rows, int width, float* matrix, int step, int height, int mode);
+};
+
+StreamingWindow streaming_window(Dynamics dynamics) {
+  switch (dynamics) {
+    case Dynamics::kWin1:
+      return {3, 2, [](const float* rows, int width, float* matrix, int step, int height, int mode) {
+                return kivsDeltaDelta_Win1_32f_D2(rows, width, matrix, step, height, slope_factor(1), slope_factor(1),
+                                                  mode);
+              }};
+    case Dynamics::kAurora:
+      return {8, 4, [](const float* rows, int, float* matrix, int step, int height, int mode) {
+                return kivsDeltaDelta_Aurora_32f_D2(rows, matrix, step, height, mode);
+              }};
+    default:
+      return {6, 4, [](const float* rows, int width, float* matrix, int step, int height, int mode) {
+                return kivsDeltaDelta_Win2_32f_D2(rows, width, matrix, step, height, slope_factor(2), slope_factor(2),
+                                                  mode);
+              }};
+  }
+}
+
+class StreamingDynamics : public RowStage {
+ public:
+  explicit StreamingDynamics(const Recipe& recipe) : window_(streaming_window(recipe.dynamics)) {
+    matrix_.width = recipe.width();
+    waiting_.width = recipe.input_width();
+  }
+
+  void push(const FeatureMatrix& rows, FeatureMatrix& result) override {
+    if (begun_) return advance(rows, result);
+    append_rows(rows.values, waiting_);
+    if (waiting_.height() < window_.history) return;
+    advance(waiting_, result);
+    waiting_.values.clear();
+  }
+
+  void finish(FeatureMatrix& result) override {
+    const int height = waiting_.height();
+    if (begun_) {
+      run(window_.history, matrix_, 0, KIV_DELTA_END);
+      emit(window_.history - window_.pending, window_.history, result);
+    } else if (height > 0) {
+      repeat_last_row(waiting_, window_.history);
+      run(window_.history, waiting_, window_.history, KIV_DELTA_BEGIN | KIV_DELTA_END);
+      emit(0, height, result);
+    }
+    begun_ = false;
+    waiting_.values.clear();
+  }
+
+ private:
+  void advance(const FeatureMatrix& rows, FeatureMatrix& result) {
+    const int first = begun_ ? window_.history - window_.pending : 0;
+    const int end = (begun_ ? window_.history : 0) + rows.height();
+    run(end, rows, rows.height(), begun_ ? 0 : KIV_DELTA_BEGIN);
+    emit(first, end - window_.pending, result);
+    // The last rows become the history of the next call.
+    std::copy(matrix_.values.end() - window_.history * matrix_.width, matrix_.values.end(), matrix_.values.begin());
+    begun_ = true;
+  }
+  void run(int matrix_height, const FeatureMatrix& rows, int height, int mode) {
+    matrix_.values.resize(size_of(matrix_height) * size_of(matrix_.width));
+    check(window_.run(rows.values.data(), waiting_.width, matrix_.values.data(), matrix_.width, height, mode),
+          "the library's streaming deltas");
+  }
+  void emit(int first, int end, FeatureMatrix& result) const {
+    const std::size_t width = size_of(matrix_.width);
+    append_rows(std::span(matrix_.values).subspan(size_of(first) * width, size_of(end - first) * width), result);
+  }
+
+  StreamingWindow window_;
+  FeatureMatrix matrix_;   // statics, first and second derivatives
+  FeatureMatrix waiting_;  // the first statics of an utterance, fewer than the library begins with
+  bool begun_ = false;
+};
+
+// "1s_c_d_dd": [c, d, dd] with d(t) = c(t+2) - c(t-2) and dd(t) = (c(t+3) - c(t-1)) - (c(t+1) - c(t-3)); frames beyond
+// either end repeat the first or the last.
+class DifferencesStage : public RowStage {
+ public:
+  explicit DifferencesStage(int width) : width_(width), earlier_(size_of(width)) { frames_.width = width; }
+
+  void push(const FeatureMatrix& rows, FeatureMatrix& result) override {
+    if (frames_.values.empty()) {
+      for (int i = 0; i < kReach; ++i) append_rows(rows.row(0), frames_);
+    }
+    append_rows(rows.values, frames_);
+    emit(result);
+  }
+
+  void finish(FeatureMatrix& result) override {
+    if (!frames_.values.empty()) repeat_last_row(frames_, frames_.height() + kReach);
+    emit(result);
+    frames_.values.clear();
+  }
+
+ private:
+  static constexpr int kReach = 3;  // frames that a second difference looks ahead and back
+
+  // All frames that have kReach others on both sides; the last 2 kReach stay for the next call.
+  void emit(FeatureMatrix& result) {
+    const int complete = std::max(0, frames_.height() - 2 * kReach);
+    for (int t = 0; t < complete; ++t) {
+      const auto frame = [&](int offset) { return frames_.row(t + kReach + offset).data(); };
+      append_rows(frames_.row(t + kReach), result);
+      result.values.resize(result.values.size() + 2 * size_of(width_));
+      float* const first = result.row(result.height() - 1).data() + width_;
+      float* const second = first + width_;
+      subtract(frame(2), frame(-2), first);
+      subtract(frame(3), frame(-1), second);
+      subtract(frame(1), frame(-3), earlier_.data());
+      check(kivsSub_32f_I(earlier_.data(), second, width_), "kivsSub_32f_I");
+    }
+    frames_.values.erase(frames_.values.begin(), frames_.values.begin() + complete * width_);
+  }
+  void subtract(const float* later, const float* earlier, float* difference) const {
+    check(kivsCopy_32f(later, difference, width_), "kivsCopy_32f");
+    check(kivsSub_32f_I(earlier, difference, width_), "kivsSub_32f_I");
+  }
+
+  int width_;
+  FeatureMatrix frames_;
+  std::vector<float> earlier_;
+};
+
+// The statics become the left third of a matrix whose other two the library fills.
+void append_regression(FeatureMatrix& rows, int window) {
+  const int height = rows.height();
+  repeat_last_row(rows, 2 * window);
+  FeatureMatrix matrix{3 * rows.width, std::vector<float>(3 * rows.values.size())};
+  for (int t = 0; t < rows.height(); ++t) std::copy(rows.row(t).begin(), rows.row(t).end(), matrix.row(t).begin());
+  for (const int offset : {0, rows.width}) {
+    check(kivsEvalDelta_32f_D2(matrix.values.data(), matrix.height(), matrix.width, rows.width, offset, window,
+                               slope_factor(window)),
+          "kivsEvalDelta_32f_D2");
+  }
+  matrix.values.resize(size_of(height) * size_of(matrix.width));
+  rows = std::move(matrix);
+}
+
+}  // namespace
+
+std::unique_ptr<RowStage> make_dynamics_stage(const Recipe& recipe) {
+  switch (recipe.dynamics) {
+    case Dynamics::kNone: return nullptr;
+    case Dynamics::kDifferences: return std::make_unique<DifferencesStage>(recipe.input_width());
+    case Dynamics::kRegression:
+      return std::make_unique<WholeUtterance>(
+          recipe.input_width(),
+          [window = recipe.regression_window](FeatureMatrix& rows) { append_regression(rows, window); });
+    default: return std::make_unique<StreamingDynamics>(recipe);
+  }
+}
+
+}  // namespace kivsr::speech

@@ -1,0 +1,17 @@
+// First and second derivatives: by the library's streaming functions, by its regression over a whole utterance, or the
+// differences that Sphinx models are trained with.
+#pragma once
+
+#include <memory>
+
+#include "kivsr/speech/front/recipe.h"
+#include "kivsr/speech/front/row_stage.h"
+
+namespace kivsr::speech {
+
+// The stage that the recipe asks for, null for Dynamics::kNone. Rows come some frames later than their statics, those
+// of the regression when the utterance ends. An utterance shorter than the window needs is computed as if its last
+// frame went on.
+std::unique_ptr<RowStage> make_dynamics_stage(const Recipe& recipe);
+
+}  // namespace kivsr::speech

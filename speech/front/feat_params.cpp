@@ -1,0 +1,155 @@
+#include "kivsr/speech/front/feat_params.h"
+
+#include <algorithm>
+#include <bit>
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+
+#include "kivsr/speech/io/fault.h"
+
+namespace kivsr::speech {
+
+namespace {
+
+// One entry of a feat.params file, with the fault that names it.
+class Entry {
+ public:
+  Entry(const std::filesystem::path& file, const std::string& name, const std::string& value)
+      : file_(file), name_(name), value_(value) {}
+
+  double number() const {
+    char* end = nullptr;
+    const double result = std::strtod(value_.c_str(), &end);
+    if (value_.empty() || *end != '\0' || !std::isfinite(result) || std::abs(result) > 1e9) fail("is not a number");
+    return result;
+  }
+  int integer() const {
+    const double result = number();
+    if (result != std::floor(result)) fail("is not a whole number");
+    return static_cast<int>(result);
+  }
+  bool yes() const {
+    const char first = value_.empty() ? ' ' : value_[0];
+    if (std::strchr("yYtT1", first) != nullptr) return true;
+    if (std::strchr("nNfF0", first) != nullptr) return false;
+    fail("is neither yes nor no");
+  }
+  Transform transform() const {
+    if (value_ == "dct") return Transform::kDct;
+    if (value_ == "legacy") return Transform::kLegacy;
+    if (value_ == "htk") return Transform::kHtk;
+    fail("is not dct, legacy or htk");
+  }
+  void accept_only(const std::string& offered) const {
+    if (value_ != offered) fail("is not offered, only " + offered);
+  }
+  [[noreturn]] void fail(const std::string& what) const {
+    throw Fault(file_.string() + ": -" + name_ + " " + value_ + ": " + what);
+  }
+
+ private:
+  const std::filesystem::path& file_;
+  const std::string& name_;
+  const std::string& value_;
+};
+
+// What the entries say in units that the front end does not have.
+struct Durations {
+  double window_seconds = 0.025625;
+  double frames_a_second = 100.0;
+  int fft_length = 0;  // 0: as long as the window needs
+};
+
+struct EntryRule {
+  const char* name;
+  void (*apply)(const Entry& entry, FrontEndParameters& to, Durations& durations);
+};
+
+constexpr EntryRule kRules[] = {
+    {"samprate", [](const Entry& e, auto& to, auto&) { to.sample_rate = static_cast<int>(std::lround(e.number())); }},
+    {"alpha", [](const Entry& e, auto& to, auto&) { to.pre_emphasis = static_cast<float>(e.number()); }},
+    {"wlen", [](const Entry& e, auto&, auto& durations) { durations.window_seconds = e.number(); }},
+    {"frate", [](const Entry& e, auto&, auto& durations) { durations.frames_a_second = e.number(); }},
+    {"nfft", [](const Entry& e, auto&, auto& durations) { durations.fft_length = e.integer(); }},
+    {"nfilt", [](const Entry& e, auto& to, auto&) { to.filter_count = e.integer(); }},
+    {"lowerf", [](const Entry& e, auto& to, auto&) { to.low_frequency = static_cast<float>(e.number()); }},
+    {"upperf", [](const Entry& e, auto& to, auto&) { to.high_frequency = static_cast<float>(e.number()); }},
+    {"ncep", [](const Entry& e, auto& to, auto&) { to.cepstrum_count = e.integer(); }},
+    {"lifter", [](const Entry& e, auto& to, auto&) { to.lifter = e.integer(); }},
+    {"transform", [](const Entry& e, auto& to, auto&) { to.transform = e.transform(); }},
+    {"round_filters", [](const Entry& e, auto& to, auto&) { to.round_filters = e.yes(); }},
+    {"unit_area", [](const Entry& e, auto& to, auto&) { to.unit_area = e.yes(); }},
+    {"remove_dc", [](const Entry& e, auto& to, auto&) { to.remove_offset = e.yes(); }},
+    {"doublebw", [](const Entry& e, auto&, auto&) { e.accept_only("no"); }},
+    {"varnorm", [](const Entry& e, auto&, auto&) { e.accept_only("no"); }},
+    {"agc", [](const Entry& e, auto&, auto&) { e.accept_only("none"); }},
+    {"warp_params", [](const Entry& e, auto&, auto&) { e.fail("frequency warping is not offered"); }},
+};
+
+std::map<std::string, std::string> read_entries(const std::filesystem::path& file) {
+  std::ifstream stream(file);
+  if (!stream || std::filesystem::is_directory(file)) {
+    throw Fault(file.string() + ": cannot be read: " + std::strerror(errno));
+  }
+  std::map<std::string, std::string> entries;
+  std::string name;
+  std::string value;
+  while (stream >> name) {
+    if (name.size() < 2 || name[0] != '-') throw Fault(file.string() + ": '" + name + "' is not the name of an entry");
+    if (!(stream >> value)) throw Fault(file.string() + ": truncated: " + name + " has no value");
+    entries[name.substr(1)] = value;
+  }
+  if (entries.empty()) throw Fault(file.string() + ": holds no entries");
+  return entries;
+}
+
+void set_lengths(const Durations& durations, const std::filesystem::path& file, FrontEndParameters& to) {
+  constexpr int kShortestTransform = 512;
+  const double shift = to.sample_rate / durations.frames_a_second + 0.5;
+  const double window = durations.window_seconds * to.sample_rate + 0.5;
+  if (!(shift >= 1.0 && shift < kLongestFrame && window >= 1.0 && window < kLongestFrame)) {
+    throw Fault(file.string() + ": -wlen and -frate give no frames of a sensible length");
+  }
+  to.shift = static_cast<int>(shift);
+  to.window_length = static_cast<int>(window);
+  to.fft_length =
+      durations.fft_length > 0
+          ? durations.fft_length
+          : std::max(kShortestTransform, static_cast<int>(std::bit_ceil(static_cast<unsigned>(to.window_length))));
+}
+
+}  // namespace
+
+Recipe FeatParams::recipe(const std::filesystem::path& file) const {
+  const auto kind = entries.find("feat");
+  if (kind != entries.end() && kind->second != "1s_c_d_dd") {
+    throw Fault(file.string() + ": features " + kind->second + " are not supported, only 1s_c_d_dd");
+  }
+  Recipe recipe = front_end;
+  recipe.normalisation = Normalisation::kMean;
+  recipe.dynamics = Dynamics::kDifferences;
+  return recipe;
+}
+
+FeatParams read_feat_params(const std::filesystem::path& file) {
+  FeatParams result;
+  result.entries = read_entries(file);
+  Durations durations;
+  for (const auto& [name, value] : result.entries) {
+    for (const EntryRule& rule : kRules) {
+      if (name == rule.name) rule.apply(Entry(file, name, value), result.front_end, durations);
+    }
+  }
+  set_lengths(durations, file, result.front_end);
+  try {
+    result.front_end.validate();
+  } catch (const Fault& fault) {
+    throw Fault(file.string() + ": " + fault.what());
+  }
+  return result;
+}
+
+}  // namespace kivsr::speech

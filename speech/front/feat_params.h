@@ -1,0 +1,25 @@
+// feat.params, the file beside a Sphinx model that says what features it was trained from.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <string>
+
+#include "kivsr/speech/front/recipe.h"
+
+namespace kivsr::speech {
+
+struct FeatParams {
+  FrontEndParameters front_end;
+  std::map<std::string, std::string> entries;  // all, by name without the dash ("feat", "svspec", "cmn", ...)
+
+  // The static cepstra less their mean over the utterance, and differences. Throws Fault, which names the file, for
+  // features other than 1s_c_d_dd.
+  Recipe recipe(const std::filesystem::path& file) const;
+};
+
+// Entries that are absent keep the values of Sphinx. Throws Fault for a file that cannot be read and for an entry
+// that changes the signal in a way that the front end does not offer.
+FeatParams read_feat_params(const std::filesystem::path& file);
+
+}  // namespace kivsr::speech

@@ -1,0 +1,115 @@
+#include "kivsr/speech/front/recipe.h"
+
+#include <cmath>
+
+#include "kivsr/speech/front/equalisation_stage.h"
+#include "kivsr/speech/io/fault.h"
+
+namespace kivsr::speech {
+
+namespace {
+
+constexpr int kLongestWindow = 1000;     // frames
+constexpr int kWidestSource = 10000;     // values
+constexpr float kLongestSpan = 3600.0F;  // s
+
+std::vector<std::string> static_names(const Recipe& recipe) {
+  const FrontEndParameters& front_end = recipe.front_end;
+  std::vector<std::string> names;
+  const auto add = [&](const char* word, int first, int last) {
+    for (int number = first; number <= last; ++number) names.push_back(word + std::to_string(number));
+  };
+  if (recipe.dynamics == Dynamics::kAurora) {
+    add("c", 1, 12);
+    names.emplace_back("c0_energy");
+    return names;
+  }
+  if (recipe.source == Source::kFeatures) {
+    add("x", 1, recipe.source_width);
+    return names;
+  }
+  if (front_end.output == Output::kLogMel) {
+    add("mel", 1, front_end.filter_count);
+  } else if (front_end.output == Output::kLpcCepstra) {
+    add("c", 1, front_end.prediction_order);
+  } else {
+    if (front_end.zeroth == ZerothCepstrum::kFirst) add("c", 0, 0);
+    add("c", 1, front_end.cepstrum_count - 1);
+    if (front_end.zeroth == ZerothCepstrum::kLast) add("c", 0, 0);
+  }
+  if (front_end.energy) names.emplace_back("energy");
+  return names;
+}
+
+void validate(const NoiseReductionParameters& noise, const FrontEndParameters& front_end) {
+  const auto within = [](float value, float least, float most, const char* message) {
+    if (!(value >= least && value <= most)) throw Fault(std::string("noise reduction: ") + message);
+  };
+  within(noise.memory, 0.0F, 1.0F, "the memory must lie between 0 and 1");
+  within(noise.floor, 0.0F, 1.0F, "the smallest gain must lie between 0 and 1");
+  within(noise.residual, 0.0F, 1.0F, "the residual must lie between 0 and 1");
+  within(noise.first_seconds, 0.0F, kLongestSpan, "its beginning must be 0 to 3600 s");
+  within(noise.smoothing_seconds, 0.0F, kLongestSpan, "its smoothing must be 0 to 3600 s");
+  if (noise.method != NoiseMethod::kNone && front_end.output == Output::kLpcCepstra) {
+    throw Fault("noise reduction: linear prediction has no filters, whose bands it works on");
+  }
+}
+
+}  // namespace
+
+Recipe Recipe::of_features(int width) {
+  Recipe recipe;
+  recipe.source = Source::kFeatures;
+  recipe.source_width = width;
+  return recipe;
+}
+
+int Recipe::input_width() const { return source == Source::kFeatures ? source_width : front_end.row_width(); }
+
+std::vector<std::string> Recipe::column_names() const {
+  const std::vector<std::string> statics = static_names(*this);
+  std::vector<std::string> names = statics;
+  if (dynamics == Dynamics::kNone) return names;
+  for (const char* ending : {"_d", "_a"}) {
+    for (const std::string& name : statics) names.push_back(name + ending);
+  }
+  return names;
+}
+
+std::string Recipe::needs_whole_utterance() const {
+  if (noise_reduction.method != NoiseMethod::kNone) return "the noise is estimated from both ends of the utterance";
+  if (equalisation == Equalisation::kFromMean) return "the equalisation starts from the mean of the utterance";
+  if (normalise_energy && !energy_maximum) return "the energy is taken relative to its maximum in the utterance";
+  if (normalisation == Normalisation::kMean || normalisation == Normalisation::kMeanVariance) {
+    return "the columns are normalised by their mean over the utterance";
+  }
+  if (dynamics == Dynamics::kRegression) return "the regression is computed over the whole utterance";
+  return "";
+}
+
+void Recipe::validate() const {
+  const auto require = [](bool holds, const char* message) {
+    if (!holds) throw Fault(std::string("features: ") + message);
+  };
+  front_end.validate();
+  speech::validate(noise_reduction, front_end);
+  require(source_width >= 1 && source_width <= kWidestSource, "the rows of the source must have 1 to 10000 values");
+  if (source == Source::kFeatures) {
+    require(front_end == FrontEndParameters() && noise_reduction == NoiseReductionParameters() &&
+                equalisation == Equalisation::kNone && !normalise_energy && dynamics != Dynamics::kAurora,
+            "rows of features as the source go through no front end and nothing that needs to know their columns");
+  }
+  if (equalisation != Equalisation::kNone) EqualisationStage(front_end, reference_cepstrum);
+  require(!normalise_energy || front_end.energy, "without the log energy there is none to normalise");
+  require(std::isfinite(silence_floor) && silence_floor > 0.0F, "the silence floor must be above 0 dB");
+  require(std::isfinite(energy_scale) && energy_scale > 0.0F, "the scale of the energy must be above 0");
+  require(!energy_maximum || std::isfinite(*energy_maximum), "the maximum of the energy is not a number");
+  require(normalisation_frames >= 2, "a running normalisation must remember at least two frames");
+  require(regression_window >= 1 && regression_window <= kLongestWindow,
+          "the window of the regression must be 1 to 1000 frames");
+  require(dynamics != Dynamics::kAurora || (front_end.output == Output::kCepstra && front_end.cepstrum_count == 13 &&
+                                            front_end.energy && front_end.zeroth == ZerothCepstrum::kLast),
+          "the aurora dynamics need 13 cepstra with c0 last and the log energy");
+}
+
+}  // namespace kivsr::speech

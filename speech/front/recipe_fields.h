@@ -1,0 +1,135 @@
+// The one list of the fields of a recipe: text, comparison and command-line options are made from it.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "kivsr/speech/front/recipe.h"
+
+namespace kivsr::speech {
+
+struct RecipeField {
+  std::string_view name;
+  std::string_view help;
+  std::string_view group;
+};
+
+// Names of the values of an enumeration, in their order.
+std::span<const std::string_view> names_of(Source);
+std::span<const std::string_view> names_of(Window);
+std::span<const std::string_view> names_of(Spectrum);
+std::span<const std::string_view> names_of(Filters);
+std::span<const std::string_view> names_of(Transform);
+std::span<const std::string_view> names_of(Output);
+std::span<const std::string_view> names_of(ZerothCepstrum);
+std::span<const std::string_view> names_of(NoiseMethod);
+std::span<const std::string_view> names_of(Equalisation);
+std::span<const std::string_view> names_of(Normalisation);
+std::span<const std::string_view> names_of(Dynamics);
+
+// visit(field, value) for each field in the order of the stages. R: Recipe or const Recipe. The values are of type
+// bool, int, float, optional<float>, vector<float> and of the enumerations above.
+template <class R, class Visit>
+void visit_fields(R& recipe, Visit&& visit) {
+  constexpr std::string_view kSource = "Source";
+  visit(RecipeField{"source", "What the rows are made from", kSource}, recipe.source);
+  visit(RecipeField{"source-width", "Values of a row of features as the source", kSource}, recipe.source_width);
+
+  constexpr std::string_view kFront = "Front end";
+  auto& front = recipe.front_end;
+  visit(RecipeField{"sample-rate", "Hz; audio of another rate is resampled", kFront}, front.sample_rate);
+  visit(RecipeField{"pre-emphasis", "a of y(n) = x(n) - a x(n-1)", kFront}, front.pre_emphasis);
+  visit(RecipeField{"frame-emphasis", "Pre-emphasis that starts anew in each frame", kFront}, front.frame_emphasis);
+  visit(RecipeField{"window-length", "samples", kFront}, front.window_length);
+  visit(RecipeField{"shift", "samples from frame to frame", kFront}, front.shift);
+  visit(RecipeField{"fft-length", "a power of two", kFront}, front.fft_length);
+  visit(RecipeField{"window", "Shape of the window", kFront}, front.window);
+  visit(RecipeField{"remove-offset", "Subtract the mean of each frame", kFront}, front.remove_offset);
+  visit(RecipeField{"pad-last-frame", "Fill the last frame with zeros instead of dropping it", kFront},
+        front.pad_last_frame);
+  visit(RecipeField{"spectrum", "What the filters sum", kFront}, front.spectrum);
+  visit(RecipeField{"filters", "Scale on which the sides of the triangles are straight", kFront}, front.filters);
+  visit(RecipeField{"unit-area", "Hertz triangles of equal area instead of equal height", kFront}, front.unit_area);
+  visit(RecipeField{"round-filters", "Hertz triangles with edges on FFT bins", kFront}, front.round_filters);
+  visit(RecipeField{"filter-count", "Filters", kFront}, front.filter_count);
+  visit(RecipeField{"low-frequency", "Hz, lower edge of the first filter", kFront}, front.low_frequency);
+  visit(RecipeField{"high-frequency", "Hz, upper edge of the last filter", kFront}, front.high_frequency);
+  visit(RecipeField{"mel-multiplier", "m of mel = m ln(1 + f / d)", kFront}, front.mel_multiplier);
+  visit(RecipeField{"mel-divisor", "d of mel = m ln(1 + f / d), Hz", kFront}, front.mel_divisor);
+  visit(RecipeField{"log-floor", "Smaller energies are raised to it", kFront}, front.log_floor);
+  visit(RecipeField{"log-offset", "Added to energies before the logarithm", kFront}, front.log_offset);
+  visit(RecipeField{"transform", "Cosine transform", kFront}, front.transform);
+  visit(RecipeField{"cepstrum-count", "Cepstra, c0 counted", kFront}, front.cepstrum_count);
+  visit(RecipeField{"lifter", "Length of the sine lifter; 0: none", kFront}, front.lifter);
+  visit(RecipeField{"zeroth", "Place of c0 in the row", kFront}, front.zeroth);
+  visit(RecipeField{"output-kind", "What the rows hold", kFront}, front.output);
+  visit(RecipeField{"prediction-order", "Order of linear prediction, and number of its cepstra", kFront},
+        front.prediction_order);
+  visit(RecipeField{"energy", "Append the log energy of the frame as it came", kFront}, front.energy);
+
+  constexpr std::string_view kNoise = "Noise reduction (waits for the whole utterance)";
+  auto& noise = recipe.noise_reduction;
+  visit(RecipeField{"noise-reduction", "In the spectra, before the filters", kNoise}, noise.method);
+  visit(RecipeField{"noise-memory", "Share of the previous frame in the signal-to-noise ratio", kNoise}, noise.memory);
+  visit(RecipeField{"noise-floor", "Smallest gain", kNoise}, noise.floor);
+  visit(RecipeField{"noise-residual", "Share of the noise's power that stays", kNoise}, noise.residual);
+  visit(RecipeField{"noise-first", "s, whose mean power the noise estimate begins with", kNoise}, noise.first_seconds);
+  visit(RecipeField{"noise-smoothing", "s on either side, over which the noise is averaged", kNoise},
+        noise.smoothing_seconds);
+
+  constexpr std::string_view kBehind = "Behind the front end";
+  visit(RecipeField{"equalise",
+                    "Take a fixed channel out of c1, c2, ..., the bias starting from-zero or from-mean, that "
+                    "of the whole utterance (blind equalisation)",
+                    kBehind},
+        recipe.equalisation);
+  visit(
+      RecipeField{"reference-cepstrum", "c1, c2, ... without a channel, for the equalisation; nothing: zeros", kBehind},
+      recipe.reference_cepstrum);
+  visit(RecipeField{"normalise-energy",
+                    "Log energy against its maximum, which becomes 1; without --energy-maximum "
+                    "waits for the whole utterance",
+                    kBehind},
+        recipe.normalise_energy);
+  visit(RecipeField{"silence-floor", "dB below the maximum, where the log energy ends", kBehind}, recipe.silence_floor);
+  visit(RecipeField{"energy-scale", "Factor of the normalised log energy", kBehind}, recipe.energy_scale);
+  visit(RecipeField{"energy-maximum", "Known maximum of the log energy", kBehind}, recipe.energy_maximum);
+  visit(RecipeField{"normalise", "Of the columns, by the whole utterance or, running, along with it", kBehind},
+        recipe.normalisation);
+  visit(RecipeField{"normalise-frames", "Memory of the running forms", kBehind}, recipe.normalisation_frames);
+  visit(RecipeField{"dynamics", "Derivatives behind the statics; regression waits for the whole utterance", kBehind},
+        recipe.dynamics);
+  visit(RecipeField{"regression-window", "Frames on either side that the regression sees", kBehind},
+        recipe.regression_window);
+}
+
+// A value as the text form has it.
+std::string field_text(bool value);
+std::string field_text(int value);
+std::string field_text(float value);
+std::string field_text(const std::optional<float>& value);
+std::string field_text(const std::vector<float>& values);
+template <class Choice>
+requires std::is_enum_v<Choice> std::string field_text(Choice value) {
+  return std::string(names_of(value)[static_cast<std::size_t>(value)]);
+}
+
+// The value of such a text; false for a text that is none.
+bool read_field(const std::string& text, bool& value);
+bool read_field(const std::string& text, int& value);
+bool read_field(const std::string& text, float& value);
+bool read_field(const std::string& text, std::optional<float>& value);
+bool read_field(const std::string& text, std::vector<float>& values);
+template <class Choice>
+requires std::is_enum_v<Choice>
+bool read_field(const std::string& text, Choice& value) {
+  const auto names = names_of(Choice{});
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (names[i] != text) continue;
+    value = static_cast<Choice>(i);
+    return true;
+  }
+  return false;
+}
+
+}  // namespace kivsr::speech

@@ -1,0 +1,160 @@
+#include <array>
+#include <sstream>
+#include <utility>
+
+#include "kivsr/speech/front/recipe.h"
+#include "kivsr/speech/front/recipe_fields.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/number_text.h"
+
+namespace kivsr::speech {
+
+namespace {
+
+using Name = std::string_view;
+constexpr Name kFirstLine = "kivsr-recipe 1";
+constexpr Name kUtterance = "utterance";  // of a maximum that is not known before
+
+constexpr std::array<Name, 2> kSources{"audio", "features"};
+constexpr std::array<Name, 3> kWindows{"hamming", "hann", "rectangular"};
+constexpr std::array<Name, 2> kSpectra{"power", "magnitude"};
+constexpr std::array<Name, 3> kFilters{"hertz", "mel", "bins"};
+constexpr std::array<Name, 4> kTransforms{"dct", "legacy", "htk", "plain"};
+constexpr std::array<Name, 3> kOutputs{"cepstra", "log-mel", "lpc-cepstra"};
+constexpr std::array<Name, 3> kZeroths{"first", "last", "none"};
+constexpr std::array<Name, 3> kNoiseMethods{"none", "mcra-wiener", "mcra-emns"};
+constexpr std::array<Name, 3> kEqualisations{"none", "from-zero", "from-mean"};
+constexpr std::array<Name, 5> kNormalisations{"none", "mean", "mean-variance", "running-mean", "running-mean-variance"};
+constexpr std::array<Name, 6> kDynamics{"none", "win1", "win2", "regression", "aurora", "differences"};
+
+// "name = value" without the blanks around both.
+std::pair<std::string, std::string> split_line(const std::string& line) {
+  const auto trimmed = [](const std::string& text) {
+    const std::size_t first = text.find_first_not_of(" \t\r");
+    return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(" \t\r") + 1 - first);
+  };
+  const std::size_t equals = line.find('=');
+  if (equals == std::string::npos) return {};
+  return {trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1))};
+}
+
+struct Given {
+  std::string name;
+  std::string value;
+  std::string line;
+  bool used = false;
+};
+
+}  // namespace
+
+std::span<const Name> names_of(Source) { return kSources; }
+std::span<const Name> names_of(Window) { return kWindows; }
+std::span<const Name> names_of(Spectrum) { return kSpectra; }
+std::span<const Name> names_of(Filters) { return kFilters; }
+std::span<const Name> names_of(Transform) { return kTransforms; }
+std::span<const Name> names_of(Output) { return kOutputs; }
+std::span<const Name> names_of(ZerothCepstrum) { return kZeroths; }
+std::span<const Name> names_of(NoiseMethod) { return kNoiseMethods; }
+std::span<const Name> names_of(Equalisation) { return kEqualisations; }
+std::span<const Name> names_of(Normalisation) { return kNormalisations; }
+std::span<const Name> names_of(Dynamics) { return kDynamics; }
+
+std::string field_text(bool value) { return value ? "yes" : "no"; }
+std::string field_text(int value) { return std::to_string(value); }
+std::string field_text(float value) { return exact_text(value); }
+std::string field_text(const std::optional<float>& value) {
+  return value ? exact_text(*value) : std::string(kUtterance);
+}
+std::string field_text(const std::vector<float>& values) {
+  std::string text;
+  for (const float value : values) text += (text.empty() ? "" : ",") + exact_text(value);
+  return text;
+}
+
+bool read_field(const std::string& text, bool& value) {
+  value = text == "yes";
+  return value || text == "no";
+}
+bool read_field(const std::string& text, int& value) { return read_number(text, value); }
+bool read_field(const std::string& text, float& value) { return read_number(text, value); }
+bool read_field(const std::string& text, std::optional<float>& value) {
+  value.reset();
+  return text == kUtterance || read_number(text, value.emplace());
+}
+bool read_field(const std::string& text, std::vector<float>& values) {
+  values.clear();
+  std::istringstream numbers(text);
+  for (std::string number; std::getline(numbers, number, ',');) {
+    if (!read_number(number, values.emplace_back())) return false;
+  }
+  return true;
+}
+
+std::string Recipe::text() const {
+  std::string text(kFirstLine);
+  text += '\n';
+  visit_fields(*this, [&](const RecipeField& field, const auto& value) {
+    text.append(field.name).append(" = ").append(field_text(value)).append("\n");
+  });
+  return text;
+}
+
+Recipe Recipe::parse(const std::string& text, const std::string& origin) {
+  const auto fail = [&](const std::string& what) { throw Fault(origin + ": " + what); };
+  std::istringstream lines(text);
+  std::string line;
+  std::getline(lines, line);
+  if (line != kFirstLine) fail("the recipe starts with \"" + line + "\", not with \"" + std::string(kFirstLine) + "\"");
+  std::vector<Given> all;
+  for (int number = 2; std::getline(lines, line); ++number) {
+    if (line.empty() || line.front() == '#') continue;
+    const std::string place = "line " + std::to_string(number) + " of the recipe, \"" + line + "\", ";
+    const auto [name, value] = split_line(line);
+    if (name.empty()) fail(place + "is not like \"name = value\"");
+    for (const Given& given : all) {
+      if (given.name == name) fail(place + "is there twice");
+    }
+    all.push_back({name, value, place});
+  }
+  Recipe recipe;
+  visit_fields(recipe, [&](const RecipeField& field, auto& value) {
+    for (Given& given : all) {
+      if (given.name != field.name) continue;
+      if (!read_field(given.value, value)) fail(given.line + "has a value that is none of this field");
+      given.used = true;
+      return;
+    }
+    fail("the recipe does not say \"" + std::string(field.name) + "\"");
+  });
+  for (const Given& given : all) {
+    if (!given.used) fail(given.line + "is not a field");
+  }
+  try {
+    recipe.validate();
+  } catch (const Fault& fault) {
+    fail(fault.what());
+  }
+  return recipe;
+}
+
+std::vector<std::string> differences(const Recipe& a, const Recipe& b) {
+  std::vector<std::string> values;
+  visit_fields(b, [&](const RecipeField&, const auto& value) { values.push_back(field_text(value)); });
+  std::vector<std::string> result;
+  std::size_t index = 0;
+  visit_fields(a, [&](const RecipeField& field, const auto& value) {
+    const std::string& other = values[index++];
+    if (const std::string text = field_text(value); text != other) {
+      result.push_back(std::string(field.name) + ": " + text + ", not " + other);
+    }
+  });
+  return result;
+}
+
+void require_same(const Recipe& stored, const Recipe& given, const std::string& what) {
+  std::string list;
+  for (const std::string& difference : differences(stored, given)) list += (list.empty() ? "" : "; ") + difference;
+  if (!list.empty()) throw Fault(what + " was made with another recipe: " + list);
+}
+
+}  // namespace kivsr::speech

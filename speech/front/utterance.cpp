@@ -1,0 +1,122 @@
+#include "kivsr/speech/front/utterance.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include "kivsr/speech/front/row_stage.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/feature_format.h"
+#include "kivsr/speech/io/feature_reader.h"
+
+namespace kivsr::speech {
+
+namespace {
+
+// Passes what the chain gives on as it comes.
+class RowPump {
+ public:
+  RowPump(const std::filesystem::path& file, FeatureChain& chain, const RowTaker& take)
+      : file_(file), chain_(chain), take_(take) {}
+
+  void samples(std::span<const float> samples) {
+    chain_.push(samples, rows_);
+    pass_on();
+  }
+  std::int64_t finish() {
+    chain_.finish(rows_);
+    pass_on();
+    return frames_;
+  }
+  void rows(const FeatureMatrix& input) {
+    chain_.push_rows(input, rows_);
+    pass_on();
+  }
+
+ private:
+  void pass_on() {
+    if (rows_.height() == 0) return;
+    require_finite(rows_, file_, frames_);
+    frames_ += rows_.height();
+    take_(rows_);
+    rows_.values.clear();
+  }
+
+  const std::filesystem::path& file_;
+  FeatureChain& chain_;
+  const RowTaker& take_;
+  FeatureMatrix rows_;
+  std::int64_t frames_ = 0;
+};
+
+UtteranceInfo stream(const std::filesystem::path& file, FeatureChain& chain, const RawFormat& raw, const RowTaker& take,
+                     std::size_t block) {
+  const Recipe& recipe = chain.recipe();
+  UtteranceInfo info;
+  RowPump stages(file, chain, take);
+  if (is_feature_file(file)) {
+    const FeatureMatrix input = read_feature_file(file, recipe.input_width());
+    if (input.width != recipe.input_width()) {
+      throw Fault(file.string() + ": rows of " + std::to_string(input.width) + " values, " +
+                  std::to_string(recipe.input_width()) + " are needed");
+    }
+    if (recipe.noise_reduction.method != NoiseMethod::kNone) {
+      throw Fault(file.string() + ": noise is reduced in audio, not in features");
+    }
+    require_finite(input, file);
+    stages.rows(input);
+    info.frames = stages.finish();
+    info.seconds = input.height() * recipe.frame_seconds();
+  } else {
+    if (recipe.source != Source::kAudio) {
+      throw Fault(file.string() + ": not a file of features, and the recipe starts from features, not from audio");
+    }
+    MonoReader reader(file, recipe.front_end.sample_rate, raw);
+    std::vector<float> samples;
+    for (; reader.read(samples); samples.clear()) {
+      std::span<const float> left = samples;
+      while (!left.empty()) {
+        const auto part = left.first(block == 0 ? left.size() : std::min(block, left.size()));
+        stages.samples(part);
+        left = left.subspan(part.size());
+      }
+    }
+    info = {.seconds = static_cast<double>(reader.samples()) / recipe.front_end.sample_rate,
+            .frames = stages.finish(),
+            .file_channels = reader.file().channels(),
+            .file_sample_rate = reader.file().sample_rate()};
+  }
+  if (info.frames == 0) throw Fault(file.string() + ": shorter than one frame");
+  return info;
+}
+
+}  // namespace
+
+UtteranceInfo stream_utterance(const std::filesystem::path& file, FeatureChain& chain, const RawFormat& raw,
+                               const RowTaker& take, std::size_t block) {
+  try {
+    return stream(file, chain, raw, take, block);
+  } catch (...) {
+    chain = FeatureChain(chain.recipe());  // what it holds of this utterance is not for the next
+    throw;
+  }
+}
+
+Utterance load_utterance(const std::filesystem::path& file, FeatureChain& chain, const RawFormat& raw,
+                         std::size_t block) {
+  Utterance result;
+  result.features.width = chain.recipe().width();
+  const auto take = [&](const FeatureMatrix& rows) { append_rows(rows.values, result.features); };
+  result.info = stream_utterance(file, chain, raw, take, block);
+  return result;
+}
+
+void require_finite(const FeatureMatrix& rows, const std::filesystem::path& file, std::int64_t first_frame) {
+  const auto bad = std::find_if_not(rows.values.begin(), rows.values.end(), [](float v) { return std::isfinite(v); });
+  if (bad == rows.values.end()) return;
+  const auto place = static_cast<std::int64_t>(bad - rows.values.begin());
+  throw Fault(file.string() + ": frame " + std::to_string(first_frame + place / rows.width) + ", value " +
+              std::to_string(place % rows.width) + " is not finite");
+}
+
+}  // namespace kivsr::speech

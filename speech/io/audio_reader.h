@@ -1,0 +1,66 @@
+// Audio files block by block, in units of a 16-bit integer (-32768 to 32767). Memory does not grow with the length.
+// Next: audio_file.h, whole files.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "kivsr/speech/io/resampler.h"
+
+namespace kivsr::speech {
+
+// How to read files without a header: 16-bit samples, one channel.
+struct RawFormat {
+  // 0: only names that end in .raw are headerless, at 16000 Hz. Above 0: their rate, and the rate of any file whose
+  // format libsndfile does not recognise.
+  int sample_rate = 0;
+  bool big_endian = false;
+};
+
+// Any file that libsndfile can read, or a headerless one. What is wrong with a file is a Fault that names it: missing,
+// not audio, empty, truncated, byte-swapped, not a number; the last four may show at the end only.
+class AudioReader {
+ public:
+  explicit AudioReader(const std::filesystem::path& file, const RawFormat& raw = {});
+  ~AudioReader();
+  AudioReader(AudioReader&&) noexcept;
+  AudioReader& operator=(AudioReader&&) noexcept;
+
+  int sample_rate() const;
+  int channels() const;
+  int sample_format() const;  // SF_FORMAT_SUBMASK of libsndfile: how the file keeps its samples
+
+  // The next samples, one span a channel, all of one length; empty behind the last. They stay until the next call.
+  std::span<const std::vector<float>> read();
+  std::int64_t samples() const;  // of each channel, so far
+
+ private:
+  class Source;
+  class RawSource;
+  class SoundSource;
+  std::unique_ptr<Source> source_;
+};
+
+// One channel at one rate, as the front end wants it: the mean of the file's channels, resampled.
+class MonoReader {
+ public:
+  // sample_rate: 0 for that of the file.
+  MonoReader(const std::filesystem::path& file, int sample_rate, const RawFormat& raw = {});
+
+  // Appends the next samples; false behind the last, when nothing was appended.
+  bool read(std::vector<float>& samples);
+  const AudioReader& file() const { return reader_; }
+  std::int64_t samples() const { return samples_; }  // so far
+
+ private:
+  AudioReader reader_;
+  Resampler resampler_;
+  std::vector<float> mean_;
+  std::int64_t samples_ = 0;
+  bool ended_ = false;
+};
+
+}  // namespace kivsr::speech

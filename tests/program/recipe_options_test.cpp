@@ -1,0 +1,99 @@
+// One preset means the same in every command, and what was made with one recipe refuses another.
+#include "program/recipe_options.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include <nlohmann/json.hpp>
+
+#include "kivsr/speech/front/presets.h"
+#include "kivsr/speech/models/word_model_file.h"
+#include "speech/support/command.h"
+#include "speech/support/signals.h"
+#include "speech/support/temporary_folder.h"
+
+namespace kivsr::program::test {
+
+using namespace speech;
+using namespace speech::test;
+
+namespace {
+
+class RecipeOptionsTest : public ::testing::Test {
+ protected:
+  RecipeOptionsTest() : audio_(folder_.write("a.wav", wav(whole(noise(32000)), 16000, 1))) {}
+
+  CommandResult run(const std::string& command) const { return run_kivsr(command); }
+
+  TemporaryFolder folder_;
+  std::filesystem::path audio_;
+};
+
+TEST_F(RecipeOptionsTest, APresetHasTheSameMomentsInFeaturesAndInTraining) {
+  const auto list = folder_.write("list", audio_.string() + "\n");
+  for (const std::string& name : preset_names()) {
+    const auto statistics = folder_ / (name + ".json");
+    const auto model = folder_ / name;
+    ASSERT_EQ(run("features --stats --preset " + name + " " + quoted(audio_) + " -o " + quoted(statistics)).status, 0);
+    const CommandResult trained = run("train --mixture --components 1 --start-components 1 --iterations 1 --preset " +
+                                      name + " --list " + quoted(list) + " --model " + quoted(model));
+    ASSERT_EQ(trained.status, 0) << trained.errors;
+    const auto json = nlohmann::json::parse(read_file(statistics));
+    const WordModel read = read_word_model(model);
+    EXPECT_EQ(read.recipe, preset(name));
+    ASSERT_EQ(json["mean"].size(), static_cast<std::size_t>(read.dimension())) << name;
+    const double frames = json["frames"];
+    for (std::size_t k = 0; k < json["mean"].size(); ++k) {
+      const double deviation = std::sqrt(json["variance"][k].get<double>());
+      EXPECT_NEAR(read.states[0].means[k], json["mean"][k].get<double>(), 1e-3 * deviation + 1e-6) << name << ' ' << k;
+      EXPECT_NEAR(read.states[0].variances[k], json["variance"][k].get<double>() * (frames - 1.0) / frames,
+                  1e-3 * deviation * deviation + 1e-4)
+          << name << ' ' << k;
+    }
+  }
+}
+
+TEST_F(RecipeOptionsTest, ACodebookRefusesAnotherRecipeAndNamesTheDifference) {
+  const auto book = folder_ / "book";
+  ASSERT_EQ(run("quantise train --lifter 20 " + quoted(audio_) + " -o " + quoted(book)).status, 0);
+  const std::string encode = "quantise encode --book " + quoted(book) + " " + quoted(audio_) + " -o ";
+  EXPECT_EQ(run(encode + quoted(folder_ / "a.kvs")).status, 0) << "the recipe is that of the book";
+  EXPECT_EQ(run(encode + quoted(folder_ / "b.kvs") + " --lifter 20").status, 0);
+  EXPECT_EQ(read_file(folder_ / "a.kvs"), read_file(folder_ / "b.kvs"));
+  const CommandResult refused = run(encode + quoted(folder_ / "c.kvs") + " --preset mfcc");
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_NE(refused.errors.find("book was made with another recipe: window-length: 410, not 400; "), std::string::npos)
+      << refused.errors;
+  EXPECT_NE(refused.errors.find("lifter: 20, not 22"), std::string::npos) << refused.errors;
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "c.kvs"));
+}
+
+TEST_F(RecipeOptionsTest, ATrainingGoesOnWithItsRecipeOnly) {
+  const auto list = folder_.write("list", audio_.string() + "\n");
+  const std::string train = "train --mixture --components 1 --start-components 1 --passes 0 --list " + quoted(list) +
+                            " --model " + quoted(folder_ / "model");
+  ASSERT_EQ(run(train + " --preset mfcc").status, 0);
+  EXPECT_EQ(run(train + " --resume").status, 0);
+  EXPECT_EQ(run(train + " --resume --preset mfcc").status, 0);
+  const CommandResult refused = run(train + " --resume --preset mfcc --dynamics win1");
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_NE(refused.errors.find("model was made with another recipe: dynamics: none, not win1"), std::string::npos)
+      << refused.errors;
+}
+
+TEST_F(RecipeOptionsTest, ARecipeInAFileIsAPreset) {
+  const auto file = folder_ / "recipe";
+  ASSERT_EQ(run("info --preset htk-like > " + quoted(file)).status, 0);
+  EXPECT_EQ(read_file(file), preset("htk-like").text());
+  ASSERT_EQ(run("features " + quoted(audio_) + " --preset htk-like -o " + quoted(folder_ / "a.npy")).status, 0);
+  ASSERT_EQ(run("features " + quoted(audio_) + " --recipe " + quoted(file) + " -o " + quoted(folder_ / "b.npy")).status,
+            0);
+  EXPECT_EQ(read_file(folder_ / "a.npy"), read_file(folder_ / "b.npy"));
+  for (const char* wrong : {" --recipe none", " --window kaiser", " --shift 1.5", " --log-floor x", " --preset none"}) {
+    EXPECT_EQ(run("features " + quoted(audio_) + wrong + " -o " + quoted(folder_ / "c.npy")).status, 2) << wrong;
+  }
+}
+
+}  // namespace
+}  // namespace kivsr::program::test

@@ -1,0 +1,121 @@
+#include "kivsr/speech/front/recipe.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "kivsr/speech/front/presets.h"
+#include "kivsr/speech/front/recipe_fields.h"
+#include "kivsr/speech/io/fault.h"
+
+namespace kivsr::speech::test {
+namespace {
+
+// Another value that the field can have.
+void change(bool& value) { value = !value; }
+void change(int& value) { value += 1; }
+void change(float& value) { value = 0.1F * value + 1.0F / 3.0F; }
+void change(std::optional<float>& value) { value = value.value_or(0.0F) + 1e-7F; }
+void change(std::vector<float>& values) { values.push_back(-1.0F / 3.0F); }
+template <class Choice>
+requires std::is_enum_v<Choice>
+void change(Choice& value) {
+  value = static_cast<Choice>((static_cast<std::size_t>(value) + 1) % names_of(value).size());
+}
+
+// The recipe with its field of that number changed, and the name of the field; empty behind the last.
+std::string change_field(Recipe& recipe, int number) {
+  std::string name;
+  visit_fields(recipe, [&](const RecipeField& field, auto& value) {
+    if (number-- != 0) return;
+    change(value);
+    name = field.name;
+  });
+  return name;
+}
+
+std::string fault_of(const auto& action) {
+  try {
+    action();
+  } catch (const Fault& fault) {
+    return fault.what();
+  }
+  return "no fault";
+}
+
+TEST(Recipe, TextGivesEveryPresetBack) {
+  for (const std::string& name : preset_names()) {
+    EXPECT_EQ(Recipe::parse(preset(name).text(), name), preset(name));
+    EXPECT_TRUE(differences(preset(name), preset(name)).empty());
+  }
+  EXPECT_EQ(Recipe::parse(Recipe::of_features(7).text(), "of features"), Recipe::of_features(7));
+  EXPECT_NE(fault_of([] { (void)preset("none"); }).find("sphinx-en-us"), std::string::npos)
+      << "names those that there are";
+}
+
+// A field that the list forgets would be lost in files and would not tell two recipes apart: the value knows it, the
+// text does not.
+TEST(Recipe, EveryFieldIsToldApartWrittenAndRead) {
+  const Recipe before = preset("htk-like");
+  int fields = 0;
+  for (;; ++fields) {
+    Recipe changed = before;
+    const std::string name = change_field(changed, fields);
+    if (name.empty()) break;
+    EXPECT_NE(changed, before) << name;
+    const auto found = differences(before, changed);
+    ASSERT_EQ(found.size(), 1U) << name;
+    EXPECT_EQ(found[0].find(name + ": "), 0U) << found[0];
+    try {
+      changed.validate();
+    } catch (const Fault&) {
+      continue;  // not without another field
+    }
+    EXPECT_EQ(Recipe::parse(changed.text(), name), changed) << name;
+  }
+  // As many as the value has: a member more needs a field more.
+  constexpr int kFields = 45;
+  EXPECT_EQ(fields, kFields);
+}
+
+TEST(Recipe, FaultsOfTheTextNameOriginAndLine) {
+  const std::string text = preset("mfcc").text();
+  const auto with = [&](const std::string& old, const std::string& replacement) {
+    std::string changed = text;
+    changed.replace(changed.find(old), old.size(), replacement);
+    return fault_of([&] { (void)Recipe::parse(changed, "a.recipe"); });
+  };
+  EXPECT_EQ(with("lifter = 22", "lifter = many"),
+            "a.recipe: line 26 of the recipe, \"lifter = many\", has a value that is none of this field");
+  EXPECT_NE(with("lifter = 22", "lifting = 22").find("the recipe does not say \"lifter\""), std::string::npos);
+  EXPECT_NE(with("lifter = 22\n", "lifter = 22\ncolour = red\n").find("\"colour = red\", is not a field"),
+            std::string::npos);
+  EXPECT_NE(with("lifter = 22\n", "lifter = 22\nlifter = 22\n").find("is there twice"), std::string::npos);
+  EXPECT_NE(with("lifter = 22", "lifter 22").find("is not like"), std::string::npos);
+  EXPECT_NE(with("lifter = 22", "lifter = -1").find("the lifter must not be negative"), std::string::npos);
+  EXPECT_NE(with("window = hamming", "window = kaiser").find("none of this field"), std::string::npos);
+  EXPECT_NE(with("log-floor = 1", "log-floor = inf").find("none of this field"), std::string::npos);
+  EXPECT_NE(with("kivsr-recipe 1", "kivsr-recipe 2").find("starts with"), std::string::npos);
+}
+
+TEST(Recipe, AnotherRecipeIsRefusedByName) {
+  EXPECT_EQ(fault_of([] { require_same(preset("sphinx-en-us"), preset("sphinx-39"), "book"); }),
+            "book was made with another recipe: normalise: none, not mean; dynamics: none, not differences");
+  EXPECT_NO_THROW(require_same(preset("mfcc"), preset("mfcc"), "book"));
+}
+
+TEST(Recipe, SaysWhatNeedsTheWholeUtterance) {
+  EXPECT_EQ(preset("mfcc").needs_whole_utterance(), "");
+  EXPECT_EQ(preset("aurora").needs_whole_utterance(), "");
+  EXPECT_NE(preset("sphinx-39").needs_whole_utterance().find("mean"), std::string::npos);
+  EXPECT_NE(preset("htk-like").needs_whole_utterance().find("maximum"), std::string::npos);
+  Recipe recipe = preset("mfcc");
+  recipe.noise_reduction.method = NoiseMethod::kMcraEmns;
+  EXPECT_NE(recipe.needs_whole_utterance().find("noise"), std::string::npos);
+  recipe = preset("mfcc");
+  recipe.dynamics = Dynamics::kRegression;
+  EXPECT_NE(recipe.needs_whole_utterance().find("regression"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace kivsr::speech::test
