@@ -169,6 +169,11 @@ inline Vec<double> load_some(const double* p, int n) {
 }
 
 inline void store(float* p, Vec<float> v) { _mm_storeu_ps(p, v.raw); }
+inline void store_some(float* p, Vec<float> v, int n) {
+  if (n >= 2) _mm_storel_pi(reinterpret_cast<__m64*>(p), v.raw);
+  if (n == 1) _mm_store_ss(p, v.raw);
+  if (n == 3) _mm_store_ss(p + 2, _mm_movehl_ps(v.raw, v.raw));
+}
 inline void store(double* p, Vec<double> v) { _mm_storeu_pd(p, v.raw); }
 inline void store(std::int32_t* p, Vec<std::int32_t> v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v.raw); }
 inline void store(std::int16_t* p, Vec<std::int32_t> v) {
