@@ -84,7 +84,8 @@ KIVSR_API KivStatus kivsVADInit_Aurora_16s(KivsVADState_Aurora* pState);
  * multiplies and compares in 64 bits and saturates what it stores; the variance is kept 4096-fold. Stored floors end at
  * 2147483647: a frame of a standard deviation above 932 or a sum of bands above 59640 is active whatever went before.
  * Q10 gains (1024 = 1.0) stay below that; the 3 is subtracted in their units all the same and vanishes, which leaves
- * the squared sum a less sensitive measure than in the 32f form.
+ * the squared sum a less sensitive measure than in the 32f form. Who wants its sensitivity lowers band 0, which only
+ * the sum reads, until the sum of all is sqrt(sum^2 - 3 * 1024^2).
  *
  * @param[in] pBands 25 values: the gains of the first Wiener stage smoothed by its mel bank (clause 5.1.7), bands 0 to
  * 24
