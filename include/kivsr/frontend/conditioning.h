@@ -64,7 +64,8 @@ KIVSR_API KivStatus kivsNormEnergy_RT_32f(Kiv32f* pSrcDst, int step, int height,
  * Q15: (x[n] - x[n-1]) * 2^15 + y[n-1] * val is formed in 64 bits, divided by 2^15 with truncation toward zero and
  * saturated; the saturated value is the y[n-1] of the next step. Exact.
  * @{ */
-/** @{ */
+/** @name One frame
+ * @{ */
 /** One frame.
  * @param[in] pSrc len samples
  * @param[out] pDst len samples
@@ -78,7 +79,8 @@ KIVSR_API KivStatus kivsCompensateOffset_32f(const Kiv32f* pSrc, Kiv32f* pDst, i
 KIVSR_API KivStatus kivsCompensateOffsetQ15_16s(const Kiv16s* pSrc, Kiv16s* pDst, int len, Kiv16s* pAddPrevFrameSample,
                                                 Kiv16s prevFrameOut, Kiv16s val);
 /** @} */
-/** @{ */
+/** @name One frame in place
+ * @{ */
 /** One frame in place.
  * @param[in,out] pSrcDst len samples
  * @param[in] len number of samples, Q15 at most 65535
@@ -93,7 +95,8 @@ KIVSR_API KivStatus kivsCompensateOffsetQ15_16s_I(Kiv16s* pSrcDst, int len, Kiv1
 /** @} */
 /** @} */
 
-/** @{ */
+/** @name Changes of sign
+ * @{ */
 /** Number of neighbours x[i], x[i+1] in a frame with a change of sign. 16s: a negative product; zero is no change.
  * 32f: a single-precision product that is not >= 0, so that NaN counts and an underflow to -0 does not. Exact.
  * @param[in] pSrc len samples
@@ -118,13 +121,14 @@ KIVSR_API KivStatus kivsSignChangeRate_32f(const Kiv32f* pSrc, int len, Kiv32f* 
  * | the caller's: MinMax     | _32f, _32f_I  | _32f16s    | _32f8u    | _16s, _16s_I  | _16s8u    |
  * | those of pSrc            | _32f, _32f_I  | _32f16s    | _32f8u    | _16s, _16s_I  | _16s8u    |
  * @{ */
-/** @{ */
+/** @name With the caller's extrema
+ * @{ */
 /** With the caller's extrema.
  * @param[in] pSrc len values
  * @param[out] pDst len results
  * @param[in] len number of values
- * @param[in] valMin, valMax the extrema of the values, in the type of the source
- * @param[in] lowCoef, highCoef the window as fractions of the extrema, 0 <= lowCoef < highCoef <= 1
+ * @param[in] valMin,valMax the extrema of the values, in the type of the source
+ * @param[in] lowCoef,highCoef the window as fractions of the extrema, 0 <= lowCoef < highCoef <= 1
  * @param[in] range the result of the upper bound, at least 0, in the type of the destination
  * @return kivStatusNullPointer; kivStatusBadSize: len < 1; kivStatusBadArgument: the coefficients, range or valMin >
  * valMax; warning kivStatusNoOperation: an empty range */
@@ -139,12 +143,13 @@ KIVSR_API KivStatus kivsNormalizeInRangeMinMax_16s(const Kiv16s* pSrc, Kiv16s* p
 KIVSR_API KivStatus kivsNormalizeInRangeMinMax_16s8u(const Kiv16s* pSrc, Kiv8u* pDst, int len, Kiv16s valMin,
                                                      Kiv16s valMax, Kiv32f lowCoef, Kiv32f highCoef, Kiv8u range);
 /** @} */
-/** @{ */
+/** @name With the caller's extrema, in place
+ * @{ */
 /** With the caller's extrema, in place.
  * @param[in,out] pSrcDst len values
  * @param[in] len number of values
- * @param[in] valMin, valMax the extrema of the values, in the type of the source
- * @param[in] lowCoef, highCoef the window as fractions of the extrema, 0 <= lowCoef < highCoef <= 1
+ * @param[in] valMin,valMax the extrema of the values, in the type of the source
+ * @param[in] lowCoef,highCoef the window as fractions of the extrema, 0 <= lowCoef < highCoef <= 1
  * @param[in] range the result of the upper bound, at least 0, in the type of the destination
  * @return kivStatusNullPointer; kivStatusBadSize: len < 1; kivStatusBadArgument: the coefficients, range or valMin >
  * valMax; warning kivStatusNoOperation: an empty range */
@@ -153,13 +158,14 @@ KIVSR_API KivStatus kivsNormalizeInRangeMinMax_32f_I(Kiv32f* pSrcDst, int len, K
 KIVSR_API KivStatus kivsNormalizeInRangeMinMax_16s_I(Kiv16s* pSrcDst, int len, Kiv16s valMin, Kiv16s valMax,
                                                      Kiv32f lowCoef, Kiv32f highCoef, Kiv16s range);
 /** @} */
-/** @{ */
+/** @name With the extrema of the source
+ * @{ */
 /** With the extrema of pSrc (a NaN is passed over). scale is formed by a reciprocal estimate with one correction: the
  * results may differ from those of MinMax in the last bits.
  * @param[in] pSrc len values
  * @param[out] pDst len results
  * @param[in] len number of values
- * @param[in] lowCoef, highCoef the window as fractions of the extrema, 0 <= lowCoef < highCoef <= 1
+ * @param[in] lowCoef,highCoef the window as fractions of the extrema, 0 <= lowCoef < highCoef <= 1
  * @param[in] range the result of the upper bound, at least 0, in the type of the destination
  * @return kivStatusNullPointer; kivStatusBadSize: len < 1; kivStatusBadArgument: the coefficients, range;
  * warning kivStatusNoOperation: an empty range */
@@ -174,11 +180,12 @@ KIVSR_API KivStatus kivsNormalizeInRange_16s(const Kiv16s* pSrc, Kiv16s* pDst, i
 KIVSR_API KivStatus kivsNormalizeInRange_16s8u(const Kiv16s* pSrc, Kiv8u* pDst, int len, Kiv32f lowCoef,
                                                Kiv32f highCoef, Kiv8u range);
 /** @} */
-/** @{ */
+/** @name With the extrema of the values, in place; as the forms with a destination
+ * @{ */
 /** With the extrema of the values, in place; as the forms with a destination.
  * @param[in,out] pSrcDst len values
  * @param[in] len number of values
- * @param[in] lowCoef, highCoef the window as fractions of the extrema, 0 <= lowCoef < highCoef <= 1
+ * @param[in] lowCoef,highCoef the window as fractions of the extrema, 0 <= lowCoef < highCoef <= 1
  * @param[in] range the result of the upper bound, at least 0, in the type of the destination
  * @return kivStatusNullPointer; kivStatusBadSize: len < 1; kivStatusBadArgument: the coefficients, range;
  * warning kivStatusNoOperation: an empty range */
@@ -187,7 +194,8 @@ KIVSR_API KivStatus kivsNormalizeInRange_16s_I(Kiv16s* pSrcDst, int len, Kiv32f 
 /** @} */
 /** @} */
 
-/** @{ */
+/** @name Copies a frame and appends zeros
+ * @{ */
 /** Copies a frame and appends zeros.
  * @param[in] pSrc lenSrc elements
  * @param[in] lenSrc number of elements

@@ -52,7 +52,8 @@ KIVSR_BEGIN_DECLS
  * @endcode
  * @{ */
 
-/** @{ */
+/** @name Bytes of a state
+ * @{ */
 /** Bytes of a state.
  * @param[in] lenDCT number of log energies
  * @param[in] lenCep number of coefficients without the zeroth, at most lenDCT
@@ -69,7 +70,8 @@ KIVSR_API KivStatus kivsDCTLifterGetSize_Mul_16s(int lenDCT, int lenCep, int* pS
 KIVSR_API KivStatus kivsDCTLifterGetSize_MulC0_16s(int lenDCT, int lenCep, int* pSize);
 /** @} */
 
-/** @{ */
+/** @name A state with a sine lifter in the caller's block
+ * @{ */
 /** A state with a sine lifter in the caller's block.
  * @param[out] pState a block of the bytes of GetSize
  * @param[in] lenDCT number of log energies
@@ -87,7 +89,8 @@ KIVSR_API KivStatus kivsDCTLifterInit_C0_16s(KivsDCTLifterState_16s* pState, int
                                              Kiv32f scale);
 /** @} */
 
-/** @{ */
+/** @name A state with the caller's weights in the caller's block
+ * @{ */
 /** A state with the caller's weights in the caller's block.
  * @param[out] pState a block of the bytes of GetSize
  * @param[in] lenDCT number of log energies
@@ -104,7 +107,8 @@ KIVSR_API KivStatus kivsDCTLifterInit_MulC0_16s(KivsDCTLifterState_16s* pState, 
                                                 int lenCep);
 /** @} */
 
-/** @{ */
+/** @name A state with a sine lifter from the allocator
+ * @{ */
 /** A state with a sine lifter from the allocator.
  * @param[out] ppState the state; unchanged on a failure
  * @param[in] lenDCT number of log energies
@@ -123,7 +127,8 @@ KIVSR_API KivStatus kivsDCTLifterInitAlloc_C0_16s(KivsDCTLifterState_16s** ppSta
                                                   Kiv32f scale);
 /** @} */
 
-/** @{ */
+/** @name A state with the caller's weights from the allocator
+ * @{ */
 /** A state with the caller's weights from the allocator.
  * @param[out] ppState the state; unchanged on a failure
  * @param[in] lenDCT number of log energies
@@ -141,7 +146,8 @@ KIVSR_API KivStatus kivsDCTLifterInitAlloc_MulC0_16s(KivsDCTLifterState_16s** pp
                                                      const Kiv32f* pLifter, int lenCep);
 /** @} */
 
-/** @{ */
+/** @name Releases a state from the allocator
+ * @{ */
 /** Releases a state from the allocator.
  * @param[in] pState the state
  * @return kivStatusNullPointer */
@@ -163,7 +169,8 @@ KIVSR_API KivStatus kivsDCTLifterFree_16s(KivsDCTLifterState_16s* pState);
  * @return kivStatusNullPointer */
 KIVSR_API KivStatus kivsDCTLifter_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsDCTLifterState_32f* pState);
 
-/** @{ */
+/** @name Of integers
+ * @{ */
 /** Of integers: the input converted to float, the results times 2^-scaleFactor to the nearest integer (ties to even),
  * saturated.
  * @param[in] pSrc lenDCT log energies

@@ -131,7 +131,8 @@ KIVSR_API KivStatus kivsEvalDeltaMul_16s_D2Sfs(Kiv16s* pSrcDst, int height, int 
  *
  * Columns beyond those of the row are not touched.
  * @{ */
-/** @{ */
+/** @name Deltas
+ * @{ */
 /** Deltas.
  * @param[in] pSrc height frames of width values without gaps; must not overlap pDst
  * @param[in] width values of a frame
@@ -147,7 +148,8 @@ KIVSR_API KivStatus kivsDelta_Win1_32f_D2(const Kiv32f* pSrc, int width, Kiv32f*
 KIVSR_API KivStatus kivsDelta_Win2_32f_D2(const Kiv32f* pSrc, int width, Kiv32f* pDst, int dstStep, int height,
                                           Kiv32f val, int mode);
 /** @} */
-/** @{ */
+/** @name Deltas and accelerations
+ * @{ */
 /** Deltas and accelerations.
  * @param[in] pSrc height frames of width values without gaps; must not overlap pDst
  * @param[in] width values of a frame
@@ -164,7 +166,8 @@ KIVSR_API KivStatus kivsDeltaDelta_Win1_32f_D2(const Kiv32f* pSrc, int width, Ki
 KIVSR_API KivStatus kivsDeltaDelta_Win2_32f_D2(const Kiv32f* pSrc, int width, Kiv32f* pDst, int dstStep, int height,
                                                Kiv32f valD, Kiv32f valDD, int mode);
 /** @} */
-/** @{ */
+/** @name Deltas, a multiplier for each column
+ * @{ */
 /** Deltas, a multiplier for each column.
  * @param[in] pSrc height frames of width values without gaps; must not overlap pDst
  * @param[in] pVal 2 width multipliers, of the statics and of the deltas
@@ -180,7 +183,8 @@ KIVSR_API KivStatus kivsDeltaMul_Win1_32f_D2(const Kiv32f* pSrc, const Kiv32f* p
 KIVSR_API KivStatus kivsDeltaMul_Win2_32f_D2(const Kiv32f* pSrc, const Kiv32f* pVal, int width, Kiv32f* pDst,
                                              int dstStep, int height, int mode);
 /** @} */
-/** @{ */
+/** @name Deltas and accelerations, a multiplier for each column
+ * @{ */
 /** Deltas and accelerations, a multiplier for each column.
  * @param[in] pSrc height frames of width values without gaps; must not overlap pDst
  * @param[in] pVal 3 width multipliers, of the statics, of the deltas and of the accelerations
@@ -196,7 +200,8 @@ KIVSR_API KivStatus kivsDeltaDeltaMul_Win1_32f_D2(const Kiv32f* pSrc, const Kiv3
 KIVSR_API KivStatus kivsDeltaDeltaMul_Win2_32f_D2(const Kiv32f* pSrc, const Kiv32f* pVal, int width, Kiv32f* pDst,
                                                   int dstStep, int height, int mode);
 /** @} */
-/** @{ */
+/** @name Deltas of integers
+ * @{ */
 /** Deltas of integers.
  * @param[in] pSrc height frames of width values without gaps; must not overlap pDst
  * @param[in] width values of a frame
@@ -213,7 +218,8 @@ KIVSR_API KivStatus kivsDelta_Win1_16s_D2Sfs(const Kiv16s* pSrc, int width, Kiv1
 KIVSR_API KivStatus kivsDelta_Win2_16s_D2Sfs(const Kiv16s* pSrc, int width, Kiv16s* pDst, int dstStep, int height,
                                              Kiv16s val, int scaleFactor, int mode);
 /** @} */
-/** @{ */
+/** @name Deltas and accelerations of integers
+ * @{ */
 /** Deltas and accelerations of integers.
  * @param[in] pSrc height frames of width values without gaps; must not overlap pDst
  * @param[in] width values of a frame
@@ -231,7 +237,8 @@ KIVSR_API KivStatus kivsDeltaDelta_Win1_16s_D2Sfs(const Kiv16s* pSrc, int width,
 KIVSR_API KivStatus kivsDeltaDelta_Win2_16s_D2Sfs(const Kiv16s* pSrc, int width, Kiv16s* pDst, int dstStep, int height,
                                                   Kiv16s valD, Kiv16s valDD, int scaleFactor, int mode);
 /** @} */
-/** @{ */
+/** @name Deltas of integers, a multiplier for each column
+ * @{ */
 /** Deltas of integers, a multiplier for each column.
  * @param[in] pSrc height frames of width values without gaps; must not overlap pDst
  * @param[in] pVal 2 width multipliers, of the statics and of the deltas
@@ -248,7 +255,8 @@ KIVSR_API KivStatus kivsDeltaMul_Win1_16s_D2Sfs(const Kiv16s* pSrc, const Kiv16s
 KIVSR_API KivStatus kivsDeltaMul_Win2_16s_D2Sfs(const Kiv16s* pSrc, const Kiv16s* pVal, int width, Kiv16s* pDst,
                                                 int dstStep, int height, int mode, int scaleFactor);
 /** @} */
-/** @{ */
+/** @name Deltas and accelerations of integers, a multiplier for each column
+ * @{ */
 /** Deltas and accelerations of integers, a multiplier for each column.
  * @param[in] pSrc height frames of width values without gaps; must not overlap pDst
  * @param[in] pVal 3 width multipliers, of the statics, of the deltas and of the accelerations

@@ -72,7 +72,8 @@ KIVSR_API KivStatus kivsDurbin_32f(const Kiv32f* pAutoCorr, Kiv32f* pLPC, int or
  * kivStatusNoMemory */
 KIVSR_API KivStatus kivsSchur_32f(const Kiv32f* pAutoCorr, Kiv32f* pRefl, int order, Kiv32f* pErr);
 
-/** @{ */
+/** @name Autocorrelation and Levinson-Durbin recursion of a frame
+ * @{ */
 /** Autocorrelation and Levinson-Durbin recursion of a frame. Neg gives the predictor instead, x[n] ~ sum of
  * c_k x[n-k] with c_k = 0 - a_k; it negates what the array holds also when it returns kivStatusNonPositiveError, which
  * for a silent frame is what the caller left there.

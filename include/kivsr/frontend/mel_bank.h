@@ -67,7 +67,8 @@ KIVSR_BEGIN_DECLS
  * @endcode
  * @{ */
 
-/** @{ */
+/** @name Bytes of a bank
+ * @{ */
 /** Bytes of a bank.
  * @param[in] winLen samples of a frame
  * @param[in] nFilter number of filters
@@ -79,7 +80,8 @@ KIVSR_API KivStatus kivsMelFBankGetSize_32f(int winLen, int nFilter, Kiv32s mode
 KIVSR_API KivStatus kivsMelFBankGetSize_16s(int winLen, int nFilter, Kiv32s mode, int* pSize);
 /** @} */
 
-/** @{ */
+/** @name A bank in the caller's block
+ * @{ */
 /** A bank in the caller's block.
  * @param[out] pFBank a block of the bytes of GetSize, of any alignment of at least 4
  * @param[out] pFFTOrder log2(fftLen); unchanged on a failure
@@ -88,7 +90,7 @@ KIVSR_API KivStatus kivsMelFBankGetSize_16s(int winLen, int nFilter, Kiv32s mode
  * @param[in] lowFreq lower edge of the first filter in hertz, greater than 0
  * @param[in] highFreq upper edge of the last filter in hertz, at most sampFreq / 2; lowFreq itself is accepted
  * @param[in] nFilter number of filters
- * @param[in] melMul, melDiv constants of the mel scale (@ref melscale)
+ * @param[in] melMul,melDiv constants of the mel scale (@ref melscale)
  * @param[in] mode 1, 2, 5 or 6
  * @return kivStatusNullPointer; kivStatusBadSize: winLen < 1, nFilter < 1, sampFreq <= 0 or lowFreq <= 0;
  * kivStatusBadFreqRange: highFreq < lowFreq; kivStatusBadFreqRange: sampFreq / 2 < highFreq; kivStatusBadMelMode;
@@ -101,7 +103,8 @@ KIVSR_API KivStatus kivsMelFBankInit_16s(KivsFBankState_16s* pFBank, int* pFFTOr
                                          Kiv32s mode);
 /** @} */
 
-/** @{ */
+/** @name A bank from the allocator
+ * @{ */
 /** A bank from the allocator.
  * @param[out] ppFBank the bank; unchanged on a failure
  * @param[out] pFFTOrder log2(fftLen); unchanged on a failure
@@ -110,7 +113,7 @@ KIVSR_API KivStatus kivsMelFBankInit_16s(KivsFBankState_16s* pFBank, int* pFFTOr
  * @param[in] lowFreq lower edge of the first filter in hertz, greater than 0
  * @param[in] highFreq upper edge of the last filter in hertz, at most sampFreq / 2; lowFreq itself is accepted
  * @param[in] nFilter number of filters
- * @param[in] melMul, melDiv constants of the mel scale (@ref melscale)
+ * @param[in] melMul,melDiv constants of the mel scale (@ref melscale)
  * @param[in] mode 1, 2, 5 or 6
  * @return kivStatusNullPointer; kivStatusBadSize: winLen < 1, nFilter < 1, sampFreq <= 0 or lowFreq <= 0;
  * kivStatusBadFreqRange: highFreq < lowFreq; kivStatusBadFreqRange: sampFreq / 2 < highFreq; kivStatusBadMelMode;
@@ -123,7 +126,8 @@ KIVSR_API KivStatus kivsMelFBankInitAlloc_16s(KivsFBankState_16s** ppFBank, int*
                                               Kiv32f melDiv, Kiv32s mode);
 /** @} */
 
-/** @{ */
+/** @name A bank of two scales
+ * @{ */
 /** A bank of two scales: the first nLinear filters at equal distances in hertz from lowFreq to highLinFreq, the others
  * in mel from there to highFreq. The edges are lowFreq + i (highLinFreq - lowFreq) / nLinear for i <= nLinear, then mel
  * steps of 1 / (nFilter - nLinear + 1). If all filters are linear the divisor is nFilter + 1.
@@ -136,7 +140,7 @@ KIVSR_API KivStatus kivsMelFBankInitAlloc_16s(KivsFBankState_16s** ppFBank, int*
  * @param[in] nFilter number of filters
  * @param[in] highLinFreq where the linear part ends, in hertz, lowFreq .. highFreq
  * @param[in] nLinear linear filters, 1 .. nFilter
- * @param[in] melMul, melDiv constants of the mel scale (@ref melscale)
+ * @param[in] melMul,melDiv constants of the mel scale (@ref melscale)
  * @param[in] mode 1, 2, 5 or 6
  * @return kivStatusNullPointer; kivStatusBadSize: winLen < 1, nFilter < 1, sampFreq <= 0, lowFreq <= 0 or nLinear;
  * kivStatusBadFreqRange: highLinFreq; kivStatusBadFreqRange: sampFreq / 2 < highFreq; kivStatusBadMelMode;
@@ -151,7 +155,8 @@ KIVSR_API KivStatus kivsMelLinFBankInitAlloc_16s(KivsFBankState_16s** ppFBank, i
                                                  Kiv32s mode);
 /** @} */
 
-/** @{ */
+/** @name An empty bank
+ * @{ */
 /** A bank without centres and with zero weights, which evaluation refuses until kivsFBankSetCenters and
  * kivsFBankSetCoeffs have made a bank of any shape of it.
  * @param[out] ppFBank the bank; unchanged on a failure
@@ -166,7 +171,8 @@ KIVSR_API KivStatus kivsEmptyFBankInitAlloc_16s(KivsFBankState_16s** ppFBank, in
                                                 Kiv32s mode);
 /** @} */
 
-/** @{ */
+/** @name Releases a bank from the allocator
+ * @{ */
 /** Releases a bank from the allocator.
  * @param[in] pFBank the bank
  * @return kivStatusNullPointer */
@@ -199,7 +205,8 @@ KIVSR_API KivStatus kivsFBankFree_16s(KivsFBankState_16s* pFBank);
  * @endcode
  * @{ */
 
-/** @{ */
+/** @name Copies the centres out
+ * @{ */
 /** Copies the centres out.
  * @param[in] pFBank the bank
  * @param[out] pCenters nFilter + 2 bins
@@ -208,7 +215,8 @@ KIVSR_API KivStatus kivsFBankGetCenters_32f(const KivsFBankState_32f* pFBank, Ki
 KIVSR_API KivStatus kivsFBankGetCenters_16s(const KivsFBankState_16s* pFBank, Kiv32s* pCenters);
 /** @} */
 
-/** @{ */
+/** @name Copies centres in
+ * @{ */
 /** Copies centres in and makes the bank ready; weights stay as they are.
  * @param[in,out] pFBank the bank
  * @param[in] pCenters nFilter + 2 bins, not decreasing, 0 .. fftLen/2
@@ -217,7 +225,8 @@ KIVSR_API KivStatus kivsFBankSetCenters_32f(KivsFBankState_32f* pFBank, const Ki
 KIVSR_API KivStatus kivsFBankSetCenters_16s(KivsFBankState_16s* pFBank, const Kiv32s* pCenters);
 /** @} */
 
-/** @{ */
+/** @name Copies the weights of a filter out
+ * @{ */
 /** Copies the weights of a filter out.
  * @param[in] pFBank the bank
  * @param[in] filter 1 .. nFilter, or nFilter + 1: a rising half of c[nFilter+1] - c[nFilter] + 1 zeros
@@ -227,7 +236,8 @@ KIVSR_API KivStatus kivsFBankGetCoeffs_32f(const KivsFBankState_32f* pFBank, int
 KIVSR_API KivStatus kivsFBankGetCoeffs_16s(const KivsFBankState_16s* pFBank, int filter, Kiv32f* pCoeffs);
 /** @} */
 
-/** @{ */
+/** @name Copies the weights of a filter in
+ * @{ */
 /** Copies the weights of a filter in. In a 16s bank a weight is value * 2^14, truncated, and what 32 bits cannot hold
  * becomes -2^31.
  * @param[in,out] pFBank the bank
@@ -255,7 +265,8 @@ KIVSR_API KivStatus kivsFBankSetCoeffs_16s(KivsFBankState_16s* pFBank, int filte
  * @return kivStatusNullPointer: a null pointer, or a record of zeros; kivStatusFBankNotReady: a bank without centres */
 KIVSR_API KivStatus kivsEvalFBank_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsFBankState_32f* pFBank);
 
-/** @{ */
+/** @name Integers
+ * @{ */
 /** 64-bit sums of integer products, times 2^-(14 + scaleFactor) rounded down, saturated to the destination. With
  * KIV_FBANK_FFTINPUT spectrum and magnitudes are taken with scale factor -3 each, six more bits are shifted out at the
  * end, and each product is kept to its low 32 bits before it is added: magnitudes above 2^17 / weight wrap.

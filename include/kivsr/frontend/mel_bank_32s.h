@@ -44,7 +44,7 @@ KIVSR_API KivStatus kivsMelFBankGetSize_32s(int winLen, int nFilter, Kiv32s mode
  * @param[in] lowFreq lower edge of the first filter in hertz, from 0
  * @param[in] highFreq upper edge of the last filter in hertz, above lowFreq, at most 24000
  * @param[in] nFilter number of filters
- * @param[in] melMul, melDiv constants of the mel scale with 16 fraction bits: 8 < melMul < 16384, 8 < melDiv < 4096
+ * @param[in] melMul,melDiv constants of the mel scale with 16 fraction bits: 8 < melMul < 16384, 8 < melDiv < 4096
  * @param[in] mode KIV_FBANK_BINWEIGHT
  * @return kivStatusNullPointer; kivStatusBadSize: nFilter < 1, highFreq < 1 or winLen; kivStatusBadMelMode;
  * kivStatusBadSize: sampFreq or lowFreq; kivStatusBadFreqRange: highFreq; kivStatusBadArgument: melDiv, melMul;

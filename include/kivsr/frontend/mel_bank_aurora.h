@@ -39,7 +39,8 @@ KIVSR_BEGIN_DECLS
  * @endcode
  * @{ */
 
-/** @{ */
+/** @name Bytes of a bank
+ * @{ */
 /** Bytes of a bank.
  * @param[out] pSize bytes
  * @return kivStatusNullPointer */
@@ -49,7 +50,8 @@ KIVSR_API KivStatus kivsMelFBankGetSizeHigh_Aurora_32f(int* pSize);
 KIVSR_API KivStatus kivsMelFBankGetSizeHigh_Aurora_16s(int* pSize);
 /** @} */
 
-/** @{ */
+/** @name A bank in the caller's block
+ * @{ */
 /** A bank in the caller's block, which is not to be freed by kivsFBankFree.
  * @param[out] pFBank a block of the bytes of GetSize, aligned for pointers
  * @return kivStatusNullPointer */
@@ -59,7 +61,8 @@ KIVSR_API KivStatus kivsMelFBankInitHigh_Aurora_32f(KivsFBankState_32f* pFBank);
 KIVSR_API KivStatus kivsMelFBankInitHigh_Aurora_16s(KivsFBankState_16s* pFBank);
 /** @} */
 
-/** @{ */
+/** @name A bank from the allocator
+ * @{ */
 /** A bank from the allocator; release it by kivsFBankFree.
  * @param[out] ppFBank the bank; unchanged on a failure
  * @return kivStatusNullPointer; kivStatusNoMemory */

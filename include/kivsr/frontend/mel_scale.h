@@ -30,7 +30,7 @@ KIVSR_BEGIN_DECLS
  * @param[in] pSrc len frequencies in hertz
  * @param[out] pDst len mel values; may be pSrc
  * @param[in] len number of values
- * @param[in] melMul, melDiv the constants of the formula, greater than 0 (a NaN passes)
+ * @param[in] melMul,melDiv the constants of the formula, greater than 0 (a NaN passes)
  * @return kivStatusNullPointer; kivStatusBadSize: len < 1, melMul <= 0 or melDiv <= 0 */
 KIVSR_API KivStatus kivsLinearToMel_32f(const Kiv32f* pSrc, Kiv32f* pDst, int len, Kiv32f melMul, Kiv32f melDiv);
 
@@ -38,7 +38,7 @@ KIVSR_API KivStatus kivsLinearToMel_32f(const Kiv32f* pSrc, Kiv32f* pDst, int le
  * @param[in] pSrc len mel values
  * @param[out] pDst len frequencies in hertz; may be pSrc
  * @param[in] len number of values
- * @param[in] melMul, melDiv the constants of the formula, greater than 0 (a NaN passes)
+ * @param[in] melMul,melDiv the constants of the formula, greater than 0 (a NaN passes)
  * @return kivStatusNullPointer; kivStatusBadSize: len < 1, melMul <= 0 or melDiv <= 0 */
 KIVSR_API KivStatus kivsMelToLinear_32f(const Kiv32f* pSrc, Kiv32f* pDst, int len, Kiv32f melMul, Kiv32f melDiv);
 /** @} */

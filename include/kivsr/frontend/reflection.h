@@ -49,7 +49,8 @@ KIVSR_BEGIN_DECLS
  * @endcode
  * @{ */
 
-/** @{ */
+/** @name Area ratios, areas
+ * @{ */
 /** Area ratios, areas.
  * @param[in] pSrc len reflection coefficients
  * @param[out] pDst len results; may be pSrc
@@ -68,9 +69,10 @@ KIVSR_API KivStatus kivsReflectionToTrueAR_32f(const Kiv32f* pSrc, Kiv32f* pDst,
  * kivStatusNanResult: a NaN */
 KIVSR_API KivStatus kivsReflectionToLAR_32f(const Kiv32f* pSrc, Kiv32f* pDst, int len, Kiv32f threshold);
 
-/** @{ */
+/** @name Tilts
+ * @{ */
 /** Tilts.
- * @param[in] pSrcA, pSrcB len coefficients each
+ * @param[in] pSrcA,pSrcB len coefficients each
  * @param[out] pDst len results; may be a source
  * @param[in] len number of elements
  * @return kivStatusNullPointer; kivStatusBadSize: len < 1; warning kivStatusDivByZero: an undefined quotient */
@@ -78,7 +80,8 @@ KIVSR_API KivStatus kivsReflectionToTilt_32f(const Kiv32f* pSrcA, const Kiv32f* 
 KIVSR_API KivStatus kivsReflectionToAbsTilt_32f(const Kiv32f* pSrcA, const Kiv32f* pSrcB, Kiv32f* pDst, int len);
 /** @} */
 
-/** @{ */
+/** @name Area ratios, areas of integers
+ * @{ */
 /** Area ratios, areas of integers.
  * @param[in] pSrc len reflection coefficients v * 2^srcScaleFactor
  * @param[in] srcScaleFactor -15 for Q15
@@ -105,9 +108,10 @@ KIVSR_API KivStatus kivsReflectionToTrueAR_16s_Sfs(const Kiv16s* pSrc, int srcSc
 KIVSR_API KivStatus kivsReflectionToLAR_16s_Sfs(const Kiv16s* pSrc, int srcScaleFactor, Kiv16s* pDst, int len,
                                                 Kiv32f threshold, int scaleFactor);
 
-/** @{ */
+/** @name Tilts of integers
+ * @{ */
 /** Tilts of integers.
- * @param[in] pSrcA, pSrcB len coefficients each, of one unit
+ * @param[in] pSrcA,pSrcB len coefficients each, of one unit
  * @param[out] pDst len results times 2^-scaleFactor; may be a source
  * @param[in] len number of elements
  * @param[in] scaleFactor any
