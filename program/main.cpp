@@ -6,7 +6,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include "kivsr/speech/io/fault.h"
 #include "program/subcommands.h"
 
 namespace {

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/front/front_end.h"
-#include "kivsr/speech/io/fault.h"
 #include "program/picture/plot.h"
 
 namespace kivsr::program {
@@ -28,9 +28,9 @@ int count_of(const FeatureMatrix& rows) { return static_cast<int>(rows.values.si
 
 void to_decibels(FeatureMatrix& power) {
   const std::vector<float> smallest(power.values.size(), 1e-4F);
-  check(kivsMaxEvery_32f_I(smallest.data(), power.values.data(), count_of(power)), "kivsMaxEvery_32f_I");
-  check(kivsLn_32f_I(power.values.data(), count_of(power)), "kivsLn_32f_I");
-  check(kivsMulC_32f_I(10.0F / std::log(10.0F), power.values.data(), count_of(power)), "kivsMulC_32f_I");
+  call<kivsMaxEvery_32f_I>(smallest, power.values, count_of(power));
+  call<kivsLn_32f_I>(power.values, count_of(power));
+  call<kivsMulC_32f_I>(10.0F / std::log(10.0F), power.values, count_of(power));
 }
 
 // Power spectra under a Hann window, scaled as those of NoiseTrack, in dB.
@@ -48,9 +48,8 @@ FeatureMatrix spectrogram(std::span<const float> samples, int sample_rate, int& 
   parameters.high_frequency = 0.45F * static_cast<float>(sample_rate);
   constexpr float kMeanSquaredWindow = 0.375F;
   FeatureMatrix power = FrontEnd(parameters).spectra(samples);
-  check(kivsMulC_32f_I(1.0F / (kMeanSquaredWindow * static_cast<float>(parameters.fft_length)), power.values.data(),
-                       count_of(power)),
-        "kivsMulC_32f_I");
+  call<kivsMulC_32f_I>(1.0F / (kMeanSquaredWindow * static_cast<float>(parameters.fft_length)), power.values,
+                       count_of(power));
   to_decibels(power);
   return power;
 }
@@ -104,7 +103,7 @@ void draw_enhancement(OutputFile& file, const std::string& title, std::span<cons
   const FeatureMatrix spectra_after = spectrogram(after, sample_rate, shift);
   const double middle = 0.5 * kShiftsAFrame * shift;
   float loudest = 0.0F;
-  check(kivsMax_32f(spectra_before.values.data(), count_of(spectra_before), &loudest), "kivsMax_32f");
+  call<kivsMax_32f>(spectra_before.values, count_of(spectra_before), &loudest);
 
   const bool with_noise = noise.power.height() != 0;
   EnhancementPicture picture(with_noise ? 3 : 2, before.size(), sample_rate);

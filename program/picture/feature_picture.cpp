@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/front/front_end.h"
 #include "kivsr/speech/io/extension.h"
 #include "kivsr/speech/io/fault.h"
@@ -39,7 +40,7 @@ Range padded(Range range) {
 Range extremes(std::span<const float> values) {
   float low = 0.0F;
   float high = 0.0F;
-  check(kivsMinMax_32f(values.data(), static_cast<int>(values.size()), &low, &high), "kivsMinMax_32f");
+  call<kivsMinMax_32f>(values, values.size(), &low, &high);
   return {low, high};
 }
 
@@ -101,8 +102,7 @@ class FeaturePicture {
     parameters.energy = false;
     FeatureMatrix decibels = FrontEnd(parameters).run(audio_.samples);
     const float per_neper = (parameters.spectrum == Spectrum::kPower ? 10.0F : 20.0F) / std::log(10.0F);
-    check(kivsMulC_32f_I(per_neper, decibels.values.data(), static_cast<int>(decibels.values.size())),
-          "kivsMulC_32f_I");
+    call<kivsMulC_32f_I>(per_neper, decibels.values, decibels.values.size());
     Range values = extremes(decibels.values);
     values.low = std::max(values.low, values.high - kDynamicRange);
     if (values.span() < 1.0) values.low = values.high - 1.0;
@@ -144,7 +144,7 @@ class FeaturePicture {
     for (float& size : sizes) size = std::abs(size);
     float peak = 0.0F;
     const int count = static_cast<int>(sizes.size());
-    check(kivsNthMaxElement_32f(sizes.data(), count, count / 100, &peak), "kivsNthMaxElement_32f");
+    call<kivsNthMaxElement_32f>(sizes, count, count / 100, &peak);
     peak = std::max(peak, 1e-6F);
     others.y = {0.5, rest.width + 0.5};
     page_.image(others, rest, interval, others.y, signed_map(), {-peak, peak});

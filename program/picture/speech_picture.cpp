@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 #include "program/picture/plot.h"
 
 namespace kivsr::program {
@@ -30,7 +30,7 @@ std::vector<std::pair<double, std::string>> numbered(Range range) {
 Range extremes(std::span<const float> values) {
   float low = 0.0F;
   float high = 0.0F;
-  check(kivsMinMax_32f(values.data(), static_cast<int>(values.size()), &low, &high), "kivsMinMax_32f");
+  call<kivsMinMax_32f>(values, values.size(), &low, &high);
   return {low, high};
 }
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "kivsr.h"
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/decode/shortlist.h"
 #include "kivsr/speech/decode/stream_gaussians.h"
 #include "kivsr/speech/io/fault.h"
@@ -85,9 +85,9 @@ void MixtureScorer<Arithmetic>::sum_all(std::span<const int> states, std::span<f
     Score total = 0;
     for (std::size_t stream = 0; stream < streams_.size(); ++stream) {
       std::copy_n(streams_[stream].log_weights(state), weighted_.size(), weighted_.data());
-      check(Arithmetic::add(likelihoods(codebook_of(state), stream), weighted_.data(), scored_), "kivsAdd_I");
+      call<Arithmetic::add>(likelihoods(codebook_of(state), stream), weighted_, scored_);
       Score sum = 0;
-      check(Arithmetic::log_sum(weighted_.data(), &sum, scored_), "kivsLogSum");
+      call<Arithmetic::log_sum>(weighted_, &sum, scored_);
       total += sum;
     }
     scores[static_cast<std::size_t>(state)] = static_cast<float>(total);
@@ -114,10 +114,9 @@ void MixtureScorer<Arithmetic>::sum_listed(std::span<const int> states, std::spa
       }
     }
   }
-  const auto width = static_cast<int>(columns);
-  check(Arithmetic::add(listed_likelihoods_.data(), weighted_.data(), scored_ * width), "kivsAdd_I");
+  call<Arithmetic::add>(listed_likelihoods_, weighted_, length);
   for (std::size_t row = 1; row < rows; ++row) {
-    check(Arithmetic::log_add(&weighted_[row * columns], weighted_.data(), width, kivLogAddHintSp), "kivsLogAdd");
+    call<Arithmetic::log_add>(&weighted_[row * columns], weighted_, columns, kivLogAddHintSp);
   }
   const Score* sum = weighted_.data();
   for (const int state : states) {

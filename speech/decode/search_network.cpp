@@ -4,7 +4,7 @@
 #include <map>
 #include <set>
 
-#include "kivsr.h"
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
@@ -81,9 +81,7 @@ class SearchBuilder {
     if (scaled_.empty()) return;
     std::vector<float> weights;
     for (const WordArc& arc : words_.arcs) weights.push_back(arc.log_weight);
-    check(kivsScaleLM_32f(weights.data(), scaled_.data(), static_cast<int>(weights.size()), kLogZero,
-                          weights_.language_weight, 0.0F),
-          "kivsScaleLM_32f");
+    call<kivsScaleLM_32f>(weights, scaled_, weights.size(), kLogZero, weights_.language_weight, 0.0F);
     for (std::size_t arc = 0; arc < scaled_.size(); ++arc) {
       if (words_.arcs[arc].word >= 0) scaled_[arc] += weights_.insertion_penalty;
     }

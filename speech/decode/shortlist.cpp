@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 namespace {
@@ -15,9 +15,7 @@ std::vector<float> feature_weights(const ModelStream& stream) {
   std::vector<float> variances(stream.inverse_variances);
   for (float& value : variances) value = 1.0F / value;
   std::vector<float> weights(static_cast<std::size_t>(stream.length));
-  check(kivsMeanColumn_32f_D2(variances.data(), static_cast<int>(stream.normalisers.size()), stream.length,
-                              weights.data(), stream.length),
-        "kivsMeanColumn_32f_D2");
+  call<kivsMeanColumn_32f_D2>(variances, stream.normalisers.size(), stream.length, weights, stream.length);
   for (float& weight : weights) weight = 1.0F / weight;
   return weights;
 }
@@ -45,11 +43,8 @@ Shortlist::Shortlist(const AcousticModel& model, const ModelStream& stream, int 
   const auto width = static_cast<std::size_t>(width_);
   const std::vector<float> centres = cell_centres(stream);
   const std::size_t count = centres.size() / width;
-  KivsCdbkState_32f* cells = nullptr;
-  check(kivsCdbkInitAlloc_WgtL2_32f(&cells, centres.data(), feature_weights(stream).data(), width_, width_,
-                                    static_cast<int>(count), static_cast<int>(count), kivCdbkFullSearch),
-        "kivsCdbkInitAlloc_WgtL2_32f");
-  cells_.reset(cells);
+  cells_ = Codebook32f::make<kivsCdbkInitAlloc_WgtL2_32f>(centres, feature_weights(stream), width_, width_, count,
+                                                          count, kivCdbkFullSearch);
 
   const auto densities = static_cast<std::size_t>(model.densities);
   std::vector<float> scores(densities);
@@ -58,13 +53,12 @@ Shortlist::Shortlist(const AcousticModel& model, const ModelStream& stream, int 
     for (std::size_t codebook = 0; codebook < codebooks_; ++codebook) {
       const std::size_t first = codebook * densities;
       std::copy_n(&stream.normalisers[first], densities, scores.begin());
-      check(kivsLogGaussMultiMix_32f_D2(&stream.means[first * width], &stream.inverse_variances[first * width], width_,
-                                        &centres[cell * width], width_, scores.data(), model.densities),
-            "kivsLogGaussMultiMix_32f_D2");
+      call<kivsLogGaussMultiMix_32f_D2>(&stream.means[first * width], &stream.inverse_variances[first * width], width_,
+                                        &centres[cell * width], width_, scores, model.densities);
       for (int listed = 0; listed < length; ++listed) {
         float best = 0.0F;
         int index = 0;
-        check(kivsMaxIndx_32f(scores.data(), model.densities, &best, &index), "kivsMaxIndx_32f");
+        call<kivsMaxIndx_32f>(scores, model.densities, &best, &index);
         lists_.push_back(static_cast<std::uint16_t>(index));
         scores[static_cast<std::size_t>(index)] = -std::numeric_limits<float>::infinity();
       }
@@ -74,7 +68,7 @@ Shortlist::Shortlist(const AcousticModel& model, const ModelStream& stream, int 
 
 int Shortlist::cell(std::span<const float> frame) const {
   Kiv32s index = 0;
-  check(kivsVQ_32f(frame.data() + offset_, width_, &index, 1, cells_.get()), "kivsVQ_32f");
+  call<kivsVQ_32f>(frame.data() + offset_, width_, &index, 1, cells_);
   return index;
 }
 

@@ -12,7 +12,7 @@
 #include <span>
 #include <vector>
 
-#include "kivsr/speech/io/library_object.h"
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/models/acoustic_model.h"
 
 namespace kivsr::speech {
@@ -35,7 +35,7 @@ class Shortlist {
   int width_;
   std::size_t codebooks_;
   std::size_t length_;
-  LibraryObject<KivsCdbkState_32f, kivsCdbkFree_32f> cells_;
+  Codebook32f cells_;
   std::vector<std::uint16_t> lists_;  // [cell][codebook][length]
 };
 

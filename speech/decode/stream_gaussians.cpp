@@ -4,6 +4,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "kivsr/kivsr.hpp"
+
 namespace kivsr::speech {
 namespace {
 
@@ -18,14 +20,11 @@ std::vector<int> feature_exponents(const ModelStream& stream) {
   std::vector<float> variances(stream.inverse_variances);
   for (float& value : variances) value = 1.0F / value;
   std::vector<float> within(length);
-  check(kivsMeanColumn_32f_D2(variances.data(), rows, stream.length, within.data(), stream.length),
-        "kivsMeanColumn_32f_D2");
+  call<kivsMeanColumn_32f_D2>(variances, rows, stream.length, within, stream.length);
   std::vector<float> mean(length);
   std::vector<float> between(length, 0.0F);
   if (rows > 1) {
-    check(
-        kivsMeanVarColumn_32f_D2(stream.means.data(), rows, stream.length, mean.data(), between.data(), stream.length),
-        "kivsMeanVarColumn_32f_D2");
+    call<kivsMeanVarColumn_32f_D2>(stream.means, rows, stream.length, mean, between, stream.length);
   }
   std::vector<int> exponents;
   for (std::size_t i = 0; i < length; ++i) {
@@ -42,10 +41,8 @@ std::vector<std::int16_t> quantise_rows(const std::vector<float>& rows, const st
   std::vector<std::int16_t> result(height * static_cast<std::size_t>(step));
   std::vector<float> scaled(length);
   for (std::size_t row = 0; row < height; ++row) {
-    check(kivsMul_32f(&rows[row * length], factors.data(), scaled.data(), static_cast<int>(length)), "kivsMul_32f");
-    check(kivsConvert_32f16s_Sfs(scaled.data(), &result[row * static_cast<std::size_t>(step)], static_cast<int>(length),
-                                 kivRndNear, -exponent),
-          "kivsConvert_32f16s_Sfs");
+    call<kivsMul_32f>(&rows[row * length], factors, scaled, length);
+    call<kivsConvert_32f16s_Sfs>(scaled, &result[row * static_cast<std::size_t>(step)], length, kivRndNear, -exponent);
   }
   return result;
 }
@@ -101,7 +98,7 @@ void StreamGaussians<ShortArithmetic>::load(const ModelStream& stream) {
       row[i] = std::ldexp(static_cast<float>(value), -scale_factor_) / inverse_squares[i];
     }
     float sum = 0.0F;
-    check(kivsSumLn_32f(row.data(), length_, &sum), "kivsSumLn_32f");
+    call<kivsSumLn_32f>(row, length_, &sum);
     normalisers_.push_back(0.5F * (sum - static_cast<float>(length_ * std::log(2.0 * std::numbers::pi))));
   }
 }
@@ -110,9 +107,8 @@ template <class Arithmetic>
 void StreamGaussians<Arithmetic>::set_frame(std::span<const float> frame) {
   const auto slice = frame.subspan(static_cast<std::size_t>(offset_), static_cast<std::size_t>(length_));
   if constexpr (std::is_same_v<Element, std::int16_t>) {
-    check(kivsMul_32f(slice.data(), feature_scales_.data(), scaled_frame_.data(), length_), "kivsMul_32f");
-    check(kivsConvert_32f16s_Sfs(scaled_frame_.data(), frame_.data(), length_, kivRndNear, 0),
-          "kivsConvert_32f16s_Sfs");
+    call<kivsMul_32f>(slice, feature_scales_, scaled_frame_, length_);
+    call<kivsConvert_32f16s_Sfs>(scaled_frame_, frame_, length_, kivRndNear, 0);
   } else {
     std::copy(slice.begin(), slice.end(), frame_.begin());
   }
@@ -123,8 +119,8 @@ void StreamGaussians<Arithmetic>::score(int codebook, Score* scores) const {
   const std::size_t first = static_cast<std::size_t>(codebook) * count_;
   const std::size_t offset = first * static_cast<std::size_t>(step_);
   std::fill_n(scores, count_, static_cast<Score>(kLowestLikelihood));
-  call("kivsLogGaussMaxMultiMix_D2", Arithmetic::rows, means_.data() + offset, inverse_variances_.data() + offset,
-       step_, frame_.data(), step_, normalisers_.data() + first, scores, static_cast<int>(count_));
+  run<Arithmetic::rows>(means_.data() + offset, inverse_variances_.data() + offset, step_, frame_.data(), step_,
+                        normalisers_.data() + first, scores, static_cast<int>(count_));
 }
 
 template <class Arithmetic>
@@ -137,8 +133,8 @@ void StreamGaussians<Arithmetic>::score(int codebook, std::span<const std::uint1
     listed_normalisers_[i] = normalisers_[row];
     scores[i] = static_cast<Score>(kLowestLikelihood);
   }
-  call("kivsLogGaussMaxMultiMix_D2L", Arithmetic::listed_rows, mean_rows_.data(), inverse_variance_rows_.data(),
-       frame_.data(), step_, listed_normalisers_.data(), scores, static_cast<int>(list.size()));
+  run<Arithmetic::listed_rows>(mean_rows_.data(), inverse_variance_rows_.data(), frame_.data(), step_,
+                               listed_normalisers_.data(), scores, static_cast<int>(list.size()));
 }
 
 template class StreamGaussians<FloatArithmetic>;

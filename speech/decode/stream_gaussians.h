@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "kivsr.h"
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/models/acoustic_model.h"
 
 namespace kivsr::speech {
@@ -76,12 +76,12 @@ class StreamGaussians {
 
  private:
   void load(const ModelStream& stream);
-  template <class Function, class... Arguments>
-  void call(const char* name, Function function, Arguments... arguments) const {
+  template <auto kFunction, class... Arguments>
+  void run(Arguments... arguments) const {
     if constexpr (std::is_same_v<Element, std::int16_t>) {
-      check(function(arguments..., scale_factor_), name);
+      call<kFunction>(arguments..., scale_factor_);
     } else {
-      check(function(arguments...), name);
+      call<kFunction>(arguments...);
     }
   }
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 
@@ -15,9 +15,7 @@ std::vector<float> origin_of(const FeatureMatrix& rows) {
   std::vector<float> mean(size_of(rows.width), 0.0F);
   if (rows.height() < 2) return mean;
   std::vector<float> variance(mean.size());
-  check(
-      kivsMeanVarColumn_32f_D2(rows.values.data(), rows.height(), rows.width, mean.data(), variance.data(), rows.width),
-      "kivsMeanVarColumn_32f_D2");
+  call<kivsMeanVarColumn_32f_D2>(rows.values, rows.height(), rows.width, mean, variance, rows.width);
   for (std::size_t k = 0; k < mean.size(); ++k) {
     if (!(mean[k] * mean[k] > 100.0F * variance[k])) mean[k] = 0.0F;
   }
@@ -41,11 +39,9 @@ void ColumnStatistics::add(const FeatureMatrix& rows) {
   for (int t = 0; t < height; ++t) {
     std::copy(rows.row(t).begin(), rows.row(t).end(), differences.begin() + static_cast<std::ptrdiff_t>(t) * wide);
   }
-  check(kivsSubRow_32f_D2(origin_.data(), width_, differences.data(), wide, height), "kivsSubRow_32f_D2");
+  call<kivsSubRow_32f_D2>(origin_, width_, differences, wide, height);
   const std::vector<float> zeros(size_of(wide), 0.0F);
-  check(kivsAccCovarianceMatrix_32f64f_D2(differences.data(), wide, height, zeros.data(), products_.data(), wide, wide,
-                                          1.0),
-        "kivsAccCovarianceMatrix_32f64f_D2");
+  call<kivsAccCovarianceMatrix_32f64f_D2>(differences, wide, height, zeros, products_, wide, wide, 1.0);
   frames_ += height;
 }
 

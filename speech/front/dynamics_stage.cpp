@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 
@@ -29,24 +29,24 @@ void repeat_last_row(FeatureMatrix& rows, int height) {
 struct StreamingWindow {
   int history;
   int pending;
-  KivStatus (*run)(const float* rows, int width, float* matrix, int step, int height, int mode);
+  void (*run)(const float* rows, int width, float* matrix, int step, int height, int mode);
 };
 
 StreamingWindow streaming_window(Dynamics dynamics) {
   switch (dynamics) {
     case Dynamics::kWin1:
       return {3, 2, [](const float* rows, int width, float* matrix, int step, int height, int mode) {
-                return kivsDeltaDelta_Win1_32f_D2(rows, width, matrix, step, height, slope_factor(1), slope_factor(1),
-                                                  mode);
+                call<kivsDeltaDelta_Win1_32f_D2>(rows, width, matrix, step, height, slope_factor(1), slope_factor(1),
+                                                 mode);
               }};
     case Dynamics::kAurora:
       return {8, 4, [](const float* rows, int, float* matrix, int step, int height, int mode) {
-                return kivsDeltaDelta_Aurora_32f_D2(rows, matrix, step, height, mode);
+                call<kivsDeltaDelta_Aurora_32f_D2>(rows, matrix, step, height, mode);
               }};
     default:
       return {6, 4, [](const float* rows, int width, float* matrix, int step, int height, int mode) {
-                return kivsDeltaDelta_Win2_32f_D2(rows, width, matrix, step, height, slope_factor(2), slope_factor(2),
-                                                  mode);
+                call<kivsDeltaDelta_Win2_32f_D2>(rows, width, matrix, step, height, slope_factor(2), slope_factor(2),
+                                                 mode);
               }};
   }
 }
@@ -92,8 +92,7 @@ class StreamingDynamics : public RowStage {
   }
   void run(int matrix_height, const FeatureMatrix& rows, int height, int mode) {
     matrix_.values.resize(size_of(matrix_height) * size_of(matrix_.width));
-    check(window_.run(rows.values.data(), waiting_.width, matrix_.values.data(), matrix_.width, height, mode),
-          "the library's streaming deltas");
+    window_.run(rows.values.data(), waiting_.width, matrix_.values.data(), matrix_.width, height, mode);
   }
   void emit(int first, int end, FeatureMatrix& result) const {
     const std::size_t width = size_of(matrix_.width);
@@ -141,13 +140,13 @@ class DifferencesStage : public RowStage {
       subtract(frame(2), frame(-2), first);
       subtract(frame(3), frame(-1), second);
       subtract(frame(1), frame(-3), earlier_.data());
-      check(kivsSub_32f_I(earlier_.data(), second, width_), "kivsSub_32f_I");
+      call<kivsSub_32f_I>(earlier_, second, width_);
     }
     frames_.values.erase(frames_.values.begin(), frames_.values.begin() + complete * width_);
   }
   void subtract(const float* later, const float* earlier, float* difference) const {
-    check(kivsCopy_32f(later, difference, width_), "kivsCopy_32f");
-    check(kivsSub_32f_I(earlier, difference, width_), "kivsSub_32f_I");
+    call<kivsCopy_32f>(later, difference, width_);
+    call<kivsSub_32f_I>(earlier, difference, width_);
   }
 
   int width_;
@@ -162,9 +161,8 @@ void append_regression(FeatureMatrix& rows, int window) {
   FeatureMatrix matrix{3 * rows.width, std::vector<float>(3 * rows.values.size())};
   for (int t = 0; t < rows.height(); ++t) std::copy(rows.row(t).begin(), rows.row(t).end(), matrix.row(t).begin());
   for (const int offset : {0, rows.width}) {
-    check(kivsEvalDelta_32f_D2(matrix.values.data(), matrix.height(), matrix.width, rows.width, offset, window,
-                               slope_factor(window)),
-          "kivsEvalDelta_32f_D2");
+    call<kivsEvalDelta_32f_D2>(matrix.values, matrix.height(), matrix.width, rows.width, offset, window,
+                               slope_factor(window));
   }
   matrix.values.resize(size_of(height) * size_of(matrix.width));
   rows = std::move(matrix);

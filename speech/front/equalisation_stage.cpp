@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
@@ -70,9 +71,8 @@ void EqualisationStage::push(const FeatureMatrix& rows, FeatureMatrix& result) {
   if (reference_.empty()) append_rows(rows.values, result);
   for (int t = 0; t < rows.height() && !reference_.empty(); ++t) {
     append_rows(rows.row(t), result);
-    check(kivsBlindEqualization_Aurora_32f(reference_.data(), result.row(result.height() - 1).data() + first,
-                                           bias_.data(), static_cast<int>(bias_.size()), log_energy(rows.row(t))),
-          "kivsBlindEqualization_Aurora_32f");
+    call<kivsBlindEqualization_Aurora_32f>(reference_, result.row(result.height() - 1).data() + first, bias_,
+                                           bias_.size(), log_energy(rows.row(t)));
   }
 }
 
@@ -87,8 +87,7 @@ std::unique_ptr<RowStage> make_equalisation_stage(const Recipe& recipe) {
   return std::make_unique<WholeUtterance>(
       parameters.row_width(), [parameters, reference = recipe.reference_cepstrum](FeatureMatrix& cepstra) {
         std::vector<float> mean(static_cast<std::size_t>(cepstra.width));
-        check(kivsMeanColumn_32f_D2(cepstra.values.data(), cepstra.height(), cepstra.width, mean.data(), cepstra.width),
-              "kivsMeanColumn_32f_D2");
+        call<kivsMeanColumn_32f_D2>(cepstra.values, cepstra.height(), cepstra.width, mean, cepstra.width);
         const auto first = mean.begin() + first_equalised(parameters);
         const auto count = static_cast<std::ptrdiff_t>(equalised_count(parameters));
         FeatureMatrix equalised{cepstra.width, {}};

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
@@ -44,11 +45,9 @@ std::vector<float> lifter_weights(int lifter, int count, double scale = 1.0) {
 FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters)
     : parameters_(parameters), window_(window_samples(parameters.window, parameters.window_length)) {
   const int order = std::countr_zero(static_cast<unsigned>(parameters_.fft_length));
-  KivsFFTSpec_R_32f* fft = nullptr;
-  check(kivsFFTInitAlloc_R_32f(&fft, order, kivFftScaleNone, 0), "kivsFFTInitAlloc_R_32f");
-  fft_.reset(fft);
+  fft_ = Fft32f::make<kivsFFTInitAlloc_R_32f>(order, kivFftScaleNone, 0);
   int work = 0;
-  check(kivsFFTGetBufSize_R_32f(fft, &work), "kivsFFTGetBufSize_R_32f");
+  call<kivsFFTGetBufSize_R_32f>(fft_, &work);
   fft_work_.resize(size_of(std::max(work, 1)));
 
   lifter_ = lifter_weights(parameters_.lifter, parameters_.prediction_order);
@@ -75,20 +74,14 @@ int FrameAnalysis::spectrum_width() const {
 
 void FrameAnalysis::make_filters() {
   int order = 0;
-  KivsFBankState_32f* filters = nullptr;
   if (parameters_.filters != Filters::kHertz) {
     const Kiv32s mode = parameters_.filters == Filters::kMel ? KIV_FBANK_MELWEIGHT : KIV_FBANK_BINWEIGHT;
-    check(
-        kivsMelFBankInitAlloc_32f(&filters, &order, parameters_.fft_length, static_cast<float>(parameters_.sample_rate),
-                                  parameters_.low_frequency, parameters_.high_frequency, parameters_.filter_count,
-                                  parameters_.mel_multiplier, parameters_.mel_divisor, mode),
-        "kivsMelFBankInitAlloc_32f");
-    filters_.reset(filters);
+    filters_ = FilterBank32f::make<kivsMelFBankInitAlloc_32f>(
+        &order, parameters_.fft_length, parameters_.sample_rate, parameters_.low_frequency, parameters_.high_frequency,
+        parameters_.filter_count, parameters_.mel_multiplier, parameters_.mel_divisor, mode);
   } else {
-    check(kivsEmptyFBankInitAlloc_32f(&filters, &order, parameters_.fft_length, parameters_.filter_count,
-                                      KIV_FBANK_BINWEIGHT),
-          "kivsEmptyFBankInitAlloc_32f");
-    filters_.reset(filters);
+    filters_ = FilterBank32f::make<kivsEmptyFBankInitAlloc_32f>(&order, parameters_.fft_length,
+                                                                parameters_.filter_count, KIV_FBANK_BINWEIGHT);
     make_hertz_filters();
   }
 }
@@ -110,7 +103,7 @@ void FrameAnalysis::make_hertz_filters() {
     if (parameters_.round_filters) edges[i] = std::floor(edges[i] + 0.5);
     centres[i] = std::clamp(static_cast<Kiv32s>(std::floor(edges[i])), 0, parameters_.fft_length / 2);
   }
-  check(kivsFBankSetCenters_32f(filters_.get(), centres.data()), "kivsFBankSetCenters_32f");
+  call<kivsFBankSetCenters_32f>(filters_, centres);
 
   std::vector<float> weights;
   for (std::size_t i = 1; i + 1 < edges.size(); ++i) {
@@ -125,7 +118,7 @@ void FrameAnalysis::make_hertz_filters() {
       const double fall = (edges[i + 1] - bin) / (edges[i + 1] - edges[i]);
       weights.push_back(static_cast<float>(height * std::max(0.0, std::min(rise, fall))));
     }
-    check(kivsFBankSetCoeffs_32f(filters_.get(), static_cast<int>(i), weights.data()), "kivsFBankSetCoeffs_32f");
+    call<kivsFBankSetCoeffs_32f>(filters_, i, weights);
   }
 }
 
@@ -143,10 +136,7 @@ void FrameAnalysis::make_transform() {
   if (parameters_.transform == Transform::kLegacy) zeroth = scale = 1.0 / filters;
   std::vector<float> weights = lifter_weights(parameters_.lifter, count, scale);
   weights.back() = static_cast<float>(zeroth);
-  KivsDCTLifterState_32f* transform = nullptr;
-  check(kivsDCTLifterInitAlloc_MulC0_32f(&transform, parameters_.filter_count, weights.data(), count),
-        "kivsDCTLifterInitAlloc_MulC0_32f");
-  transform_.reset(transform);
+  transform_ = DctLifter32f::make<kivsDCTLifterInitAlloc_MulC0_32f>(parameters_.filter_count, weights, count);
 }
 
 // Pre-emphasis, offset and window; zeros behind the window belong to the FFT and are never written.
@@ -155,32 +145,32 @@ void FrameAnalysis::window_frame(std::span<const float> samples) {
   const int length = parameters_.window_length;
   std::copy(samples.begin(), samples.end() - 1, frame_.begin());
   if (parameters_.frame_emphasis) frame_[0] = samples[1];
-  check(kivsMulC_32f_I(-parameters_.pre_emphasis, frame_.data(), count), "kivsMulC_32f_I");
-  check(kivsAdd_32f_I(samples.data() + 1, frame_.data(), count), "kivsAdd_32f_I");
+  call<kivsMulC_32f_I>(-parameters_.pre_emphasis, frame_, count);
+  call<kivsAdd_32f_I>(samples.data() + 1, frame_, count);
   std::fill(frame_.begin() + count, frame_.end(), 0.0F);
   const float* source = frame_.data();
   if (parameters_.remove_offset) {
     float sum = 0.0F;
-    check(kivsSum_32f(source, length, &sum, 0), "kivsSum_32f");
-    check(kivsAddC_32f(source, -sum / static_cast<float>(length), centred_.data(), length), "kivsAddC_32f");
+    call<kivsSum_32f>(source, length, &sum, 0);
+    call<kivsAddC_32f>(source, -sum / static_cast<float>(length), centred_, length);
     source = centred_.data();
   }
-  check(kivsMul_32f(source, window_.data(), samples_.data(), length), "kivsMul_32f");
+  call<kivsMul_32f>(source, window_, samples_, length);
 }
 
 float FrameAnalysis::log_energy(std::span<const float> frame) {
   float energy = 0.0F;
-  check(kivsDotProd_32f(frame.data(), frame.data(), static_cast<int>(frame.size()), &energy), "kivsDotProd_32f");
+  call<kivsDotProd_32f>(frame, frame, frame.size(), &energy);
   energy = std::max(energy, kSmallestEnergy);
-  check(kivsLn_32f_I(&energy, 1), "kivsLn_32f_I");
+  call<kivsLn_32f_I>(&energy, 1);
   return energy;
 }
 
 void FrameAnalysis::make_spectrum(std::span<float> spectrum) {
   auto* const bins = reinterpret_cast<Kiv32f*>(bins_.data());
-  check(kivsFFTFwd_RToCCS_32f(samples_.data(), bins, fft_.get(), fft_work_.data()), "kivsFFTFwd_RToCCS_32f");
+  call<kivsFFTFwd_RToCCS_32f>(samples_, bins, fft_, fft_work_);
   if (parameters_.spectrum == Spectrum::kMagnitude) {
-    check(kivsMagnitude_32fc(bins_.data(), spectrum.data(), static_cast<int>(bins_.size())), "kivsMagnitude_32fc");
+    call<kivsMagnitude_32fc>(bins_, spectrum, bins_.size());
   } else {
     std::transform(bins_.begin(), bins_.end(), spectrum.begin(),
                    [](Kiv32fc bin) { return bin.re * bin.re + bin.im * bin.im; });
@@ -188,16 +178,15 @@ void FrameAnalysis::make_spectrum(std::span<float> spectrum) {
 }
 
 void FrameAnalysis::make_log_mel(std::span<const float> spectrum) {
-  check(kivsEvalFBank_32f(spectrum.data(), bands_.data(), filters_.get()), "kivsEvalFBank_32f");
-  check(kivsAddC_32f(bands_.data(), parameters_.log_offset, energies_.data(), parameters_.filter_count),
-        "kivsAddC_32f");
-  check(kivsMaxEvery_32f_I(floor_.data(), energies_.data(), parameters_.filter_count), "kivsMaxEvery_32f_I");
-  check(kivsLn_32f_I(energies_.data(), parameters_.filter_count), "kivsLn_32f_I");
+  call<kivsEvalFBank_32f>(spectrum, bands_, filters_);
+  call<kivsAddC_32f>(bands_, parameters_.log_offset, energies_, parameters_.filter_count);
+  call<kivsMaxEvery_32f_I>(floor_, energies_, parameters_.filter_count);
+  call<kivsLn_32f_I>(energies_, parameters_.filter_count);
 }
 
 void FrameAnalysis::cepstra_of_energies(std::span<float> row) {
   if (parameters_.transform == Transform::kLegacy) energies_[0] *= 0.5F;
-  check(kivsDCTLifter_32f(energies_.data(), transformed_.data(), transform_.get()), "kivsDCTLifter_32f");
+  call<kivsDCTLifter_32f>(energies_, transformed_, transform_);
   const auto others = transformed_.begin();
   const auto last_other = others + (parameters_.cepstrum_count - 1);
   auto place = row.begin();
@@ -213,16 +202,15 @@ void FrameAnalysis::cepstra_of_prediction(std::span<const float> lags, std::span
   std::fill(predictor_.begin(), predictor_.end(), 0.0F);
   float error = 0.0F;
   const KivStatus status = kivsDurbin_32f(lags.data(), predictor_.data(), order, &error);
-  if (status != kivStatusNonPositiveError) check(status, "kivsDurbin_32f");
-  check(kivsLPToCepstrum_32f(predictor_.data(), lpc_cepstra_.data(), order), "kivsLPToCepstrum_32f");
-  check(kivsMul_32f(lpc_cepstra_.data(), lifter_.data(), row.data(), order), "kivsMul_32f");
+  if (status < kivStatusOk && status != kivStatusNonPositiveError) throw Error(status, "kivsDurbin_32f");
+  call<kivsLPToCepstrum_32f>(predictor_, lpc_cepstra_, order);
+  call<kivsMul_32f>(lpc_cepstra_, lifter_, row, order);
 }
 
 float FrameAnalysis::spectrum_of(std::span<const float> samples, std::span<float> spectrum) {
   window_frame(samples);
   if (parameters_.output == Output::kLpcCepstra) {
-    check(kivsAutoCorr_32f(samples_.data(), parameters_.window_length, spectrum.data(), spectrum_width()),
-          "kivsAutoCorr_32f");
+    call<kivsAutoCorr_32f>(samples_, parameters_.window_length, spectrum, spectrum_width());
   } else {
     make_spectrum(spectrum);
   }

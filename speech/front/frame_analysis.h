@@ -5,9 +5,8 @@
 #include <span>
 #include <vector>
 
-#include "kivsr.h"
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/front/front_end_parameters.h"
-#include "kivsr/speech/io/library_object.h"
 
 namespace kivsr::speech {
 
@@ -37,9 +36,9 @@ class FrameAnalysis {
 
   FrontEndParameters parameters_;
   std::vector<float> window_;
-  LibraryObject<KivsFFTSpec_R_32f, kivsFFTFree_R_32f> fft_;
-  LibraryObject<KivsFBankState_32f, kivsFBankFree_32f> filters_;
-  LibraryObject<KivsDCTLifterState_32f, kivsDCTLifterFree_32f> transform_;
+  Fft32f fft_;
+  FilterBank32f filters_;
+  DctLifter32f transform_;
   std::vector<Kiv8u> fft_work_;
   std::vector<float> frame_;        // window_length, pre-emphasised
   std::vector<float> centred_;      // the same, mean subtracted

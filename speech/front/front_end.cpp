@@ -6,7 +6,6 @@
 
 #include "kivsr/speech/front/frame_analysis.h"
 #include "kivsr/speech/front/noise_reduction.h"
-#include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/noise/mcra_noise.h"
 #include "kivsr/speech/noise/suppression_gain.h"
 
@@ -21,13 +21,9 @@ FeatureMatrix zeros(int height, int width) {
   return rows;
 }
 
-void add(std::span<const float> source, std::span<float> sum) {
-  check(kivsAdd_32f_I(source.data(), sum.data(), static_cast<int>(sum.size())), "kivsAdd_32f_I");
-}
+void add(std::span<const float> source, std::span<float> sum) { call<kivsAdd_32f_I>(source, sum, sum.size()); }
 
-void scale(float factor, std::span<float> values) {
-  check(kivsMulC_32f_I(factor, values.data(), static_cast<int>(values.size())), "kivsMulC_32f_I");
-}
+void scale(float factor, std::span<float> values) { call<kivsMulC_32f_I>(factor, values, values.size()); }
 
 // Adds MCRA's estimate for each row to noise. The rows are visited from first on in steps of 1 or -1.
 void add_estimate(McraNoise& mcra, const FeatureMatrix& power, int first_frames, int first, int step,
@@ -59,12 +55,9 @@ NoiseReduction::NoiseReduction(const FrontEndParameters& parameters, const Noise
     : parameters_(parameters), settings_(settings) {
   McraNoise(parameters.sample_rate, parameters.fft_length, parameters.shift);  // for its faults
   int order = 0;
-  KivsFBankState_32f* filters = nullptr;
-  check(kivsMelFBankInitAlloc_32f(&filters, &order, parameters.fft_length, static_cast<float>(parameters.sample_rate),
-                                  parameters.low_frequency, parameters.high_frequency, parameters.filter_count,
-                                  parameters.mel_multiplier, parameters.mel_divisor, KIV_FBANK_BINWEIGHT),
-        "kivsMelFBankInitAlloc_32f");
-  filters_.reset(filters);
+  filters_ = FilterBank32f::make<kivsMelFBankInitAlloc_32f>(
+      &order, parameters.fft_length, parameters.sample_rate, parameters.low_frequency, parameters.high_frequency,
+      parameters.filter_count, parameters.mel_multiplier, parameters.mel_divisor, KIV_FBANK_BINWEIGHT);
 
   // The weights of a bin in the bands, as the bank itself gives them for a spectrum of that bin alone. Bins below the
   // bank go with its first band, those above it with its last.
@@ -76,10 +69,10 @@ NoiseReduction::NoiseReduction(const FrontEndParameters& parameters, const Noise
   std::size_t next = 0;  // band of bins that no filter takes
   for (std::size_t bin = 0; bin < bins; ++bin) {
     single[bin] = 1.0F;
-    check(kivsEvalFBank_32f(single.data(), weights.data(), filters_.get()), "kivsEvalFBank_32f");
+    call<kivsEvalFBank_32f>(single, weights, filters_);
     single[bin] = 0.0F;
     float sum = 0.0F;
-    check(kivsSum_32f(weights.data(), static_cast<int>(bands), &sum, 0), "kivsSum_32f");
+    call<kivsSum_32f>(weights, bands, &sum, 0);
     if (sum > 0.0F) {
       next = bands - 1;
     } else {
@@ -92,7 +85,7 @@ NoiseReduction::NoiseReduction(const FrontEndParameters& parameters, const Noise
 FeatureMatrix NoiseReduction::bands_of(const FeatureMatrix& power) const {
   FeatureMatrix bands = zeros(power.height(), parameters_.filter_count);
   for (int t = 0; t < power.height(); ++t) {
-    check(kivsEvalFBank_32f(power.row(t).data(), bands.row(t).data(), filters_.get()), "kivsEvalFBank_32f");
+    call<kivsEvalFBank_32f>(power.row(t), bands.row(t), filters_);
   }
   return bands;
 }
@@ -139,15 +132,14 @@ void NoiseReduction::reduce(FeatureMatrix& power) const {
     suppression.run(bands.row(t), noise.row(t), gains);
     average_neighbours(gains, neighbours);
     // Of the power of a band stays gain^2 + residual * noise / power.
-    check(kivsMul_32f(gains.data(), gains.data(), gains.data(), count), "kivsMul_32f");
-    check(kivsSet_32f(kSmallestPower, divisor.data(), count), "kivsSet_32f");
-    check(kivsMaxEvery_32f_I(bands.row(t).data(), divisor.data(), count), "kivsMaxEvery_32f_I");
-    check(kivsDiv_32f_I(divisor.data(), residual, count), "kivsDiv_32f_I");
-    check(kivsMulC_32f_I(settings_.residual, residual, count), "kivsMulC_32f_I");
-    check(kivsAdd_32f_I(residual, gains.data(), count), "kivsAdd_32f_I");
-    check(kivsVecMatMul_32f_D2(gains.data(), spread_.data(), power.width, count, factors.data(), power.width),
-          "kivsVecMatMul_32f_D2");
-    check(kivsMul_32f(factors.data(), power.row(t).data(), power.row(t).data(), power.width), "kivsMul_32f");
+    call<kivsMul_32f>(gains, gains, gains, count);
+    call<kivsSet_32f>(kSmallestPower, divisor, count);
+    call<kivsMaxEvery_32f_I>(bands.row(t), divisor, count);
+    call<kivsDiv_32f_I>(divisor, residual, count);
+    call<kivsMulC_32f_I>(settings_.residual, residual, count);
+    call<kivsAdd_32f_I>(residual, gains, count);
+    call<kivsVecMatMul_32f_D2>(gains, spread_, power.width, count, factors, power.width);
+    call<kivsMul_32f>(factors, power.row(t), power.row(t), power.width);
   }
 }
 

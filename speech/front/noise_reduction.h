@@ -5,10 +5,9 @@
 #include <span>
 #include <vector>
 
-#include "kivsr.h"
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/io/feature_matrix.h"
-#include "kivsr/speech/io/library_object.h"
 
 namespace kivsr::speech {
 
@@ -28,7 +27,7 @@ class NoiseReduction {
 
   FrontEndParameters parameters_;
   NoiseReductionParameters settings_;
-  LibraryObject<KivsFBankState_32f, kivsFBankFree_32f> filters_;
+  FilterBank32f filters_;
   std::vector<float> spread_;  // row b: what the gain of band b counts in each bin; the columns sum to 1
 };
 

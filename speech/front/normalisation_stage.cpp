@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 
@@ -18,9 +18,8 @@ class EnergyBelowKnownMaximum : public RowStage {
   void push(const FeatureMatrix& rows, FeatureMatrix& result) override {
     for (int t = 0; t < rows.height(); ++t) {
       append_rows(rows.row(t), result);
-      check(kivsNormEnergy_RT_32f(&result.values.back(), 1, 1, recipe_.silence_floor, *recipe_.energy_maximum,
-                                  recipe_.energy_scale),
-            "kivsNormEnergy_RT_32f");
+      call<kivsNormEnergy_RT_32f>(&result.values.back(), 1, 1, recipe_.silence_floor, *recipe_.energy_maximum,
+                                  recipe_.energy_scale);
     }
   }
   void finish(FeatureMatrix&) override {}
@@ -49,9 +48,9 @@ class RunningNormalisation : public RowStage {
       follow(rows.row(t).data());
       append_rows(after_, result);
       if (!with_variance_) continue;
-      check(kivsCopy_32f(variance_.data(), step_.data(), width_), "kivsCopy_32f");
-      check(kivsRecSqrt_32f(step_.data(), width_, kSmallestVariance), "kivsRecSqrt_32f");
-      check(kivsMul_32f(after_.data(), step_.data(), result.row(result.height() - 1).data(), width_), "kivsMul_32f");
+      call<kivsCopy_32f>(variance_, step_, width_);
+      call<kivsRecSqrt_32f>(step_, width_, kSmallestVariance);
+      call<kivsMul_32f>(after_, step_, result.row(result.height() - 1), width_);
     }
   }
   void finish(FeatureMatrix&) override { start(); }
@@ -66,16 +65,16 @@ class RunningNormalisation : public RowStage {
   // Moves mean and variance on; before_ and after_ are the frame without the old and without the new mean.
   void follow(const float* frame) {
     const float share = 1.0F / static_cast<float>(count_);
-    check(kivsCopy_32f(frame, before_.data(), width_), "kivsCopy_32f");
-    check(kivsSub_32f_I(mean_.data(), before_.data(), width_), "kivsSub_32f_I");
-    check(kivsMulC_32f(before_.data(), share, step_.data(), width_), "kivsMulC_32f");
-    check(kivsAdd_32f_I(step_.data(), mean_.data(), width_), "kivsAdd_32f_I");
-    check(kivsCopy_32f(frame, after_.data(), width_), "kivsCopy_32f");
-    check(kivsSub_32f_I(mean_.data(), after_.data(), width_), "kivsSub_32f_I");
-    check(kivsMul_32f(before_.data(), after_.data(), step_.data(), width_), "kivsMul_32f");
-    check(kivsSub_32f_I(variance_.data(), step_.data(), width_), "kivsSub_32f_I");
-    check(kivsMulC_32f_I(share, step_.data(), width_), "kivsMulC_32f_I");
-    check(kivsAdd_32f_I(step_.data(), variance_.data(), width_), "kivsAdd_32f_I");
+    call<kivsCopy_32f>(frame, before_, width_);
+    call<kivsSub_32f_I>(mean_, before_, width_);
+    call<kivsMulC_32f>(before_, share, step_, width_);
+    call<kivsAdd_32f_I>(step_, mean_, width_);
+    call<kivsCopy_32f>(frame, after_, width_);
+    call<kivsSub_32f_I>(mean_, after_, width_);
+    call<kivsMul_32f>(before_, after_, step_, width_);
+    call<kivsSub_32f_I>(variance_, step_, width_);
+    call<kivsMulC_32f_I>(share, step_, width_);
+    call<kivsAdd_32f_I>(step_, variance_, width_);
   }
 
   int frames_;
@@ -96,23 +95,21 @@ void normalise_utterance(FeatureMatrix& rows, bool variance) {
   std::vector<float> mean(static_cast<std::size_t>(width));
   std::vector<float> factor(mean.size(), 1.0F);
   for (int pass = 0; pass < 2; ++pass) {
-    check(kivsMeanColumn_32f_D2(values, height, width, mean.data(), width), "kivsMeanColumn_32f_D2");
-    check(kivsSubRow_32f_D2(mean.data(), width, values, width, height), "kivsSubRow_32f_D2");
+    call<kivsMeanColumn_32f_D2>(values, height, width, mean, width);
+    call<kivsSubRow_32f_D2>(mean, width, values, width, height);
   }
   if (!variance || height < 2) return;
-  check(kivsMeanVarColumn_32f_D2(values, height, width, mean.data(), factor.data(), width), "kivsMeanVarColumn_32f_D2");
-  check(kivsRecSqrt_32f(factor.data(), width, kSmallestVariance), "kivsRecSqrt_32f");
-  check(kivsNormalizeColumn_32f_D2(values, width, height, mean.data(), factor.data(), width),
-        "kivsNormalizeColumn_32f_D2");
+  call<kivsMeanVarColumn_32f_D2>(values, height, width, mean, factor, width);
+  call<kivsRecSqrt_32f>(factor, width, kSmallestVariance);
+  call<kivsNormalizeColumn_32f_D2>(values, width, height, mean, factor, width);
 }
 
 std::unique_ptr<RowStage> make_energy_stage(const Recipe& recipe) {
   if (!recipe.normalise_energy) return nullptr;
   if (recipe.energy_maximum) return std::make_unique<EnergyBelowKnownMaximum>(recipe);
   const auto act = [recipe](FeatureMatrix& rows) {
-    check(kivsNormEnergy_32f(rows.values.data() + rows.width - 1, rows.width, rows.height(), recipe.silence_floor,
-                             recipe.energy_scale),
-          "kivsNormEnergy_32f");
+    call<kivsNormEnergy_32f>(rows.values.data() + rows.width - 1, rows.width, rows.height(), recipe.silence_floor,
+                             recipe.energy_scale);
   };
   return std::make_unique<WholeUtterance>(recipe.input_width(), act);
 }

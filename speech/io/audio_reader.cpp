@@ -12,6 +12,7 @@
 
 #include <sndfile.h>
 
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/extension.h"
 #include "kivsr/speech/io/fault.h"
 
@@ -265,10 +266,10 @@ bool MonoReader::read(std::vector<float>& samples) {
     mean_ = channels.front();
     const int count = static_cast<int>(mean_.size());
     for (const std::vector<float>& channel : channels.subspan(1)) {
-      check(kivsAdd_32f_I(channel.data(), mean_.data(), count), "kivsAdd_32f_I");
+      call<kivsAdd_32f_I>(channel, mean_, count);
     }
     if (channels.size() > 1) {
-      check(kivsMulC_32f_I(1.0F / static_cast<float>(channels.size()), mean_.data(), count), "kivsMulC_32f_I");
+      call<kivsMulC_32f_I>(1.0F / static_cast<float>(channels.size()), mean_, count);
     }
     resampler_.push(mean_, samples);
   }

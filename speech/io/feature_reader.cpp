@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_format.h"
@@ -47,7 +48,7 @@ FeatureMatrix rows_of_doubles(BinaryFile& file, std::int64_t height, int width) 
   const auto values = read_values<double, std::uint64_t>(file, height, width);
   FeatureMatrix rows{width, std::vector<float>(values.size())};
   if (!values.empty()) {
-    check(kivsConvert_64f32f(values.data(), rows.values.data(), static_cast<int>(values.size())), "kivsConvert_64f32f");
+    call<kivsConvert_64f32f>(values, rows.values, values.size());
   }
   return rows;
 }

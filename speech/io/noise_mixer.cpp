@@ -6,6 +6,7 @@
 #include <numbers>
 #include <random>
 
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
@@ -16,8 +17,7 @@ constexpr float kLargestSample = 32767.0F;
 
 double energy(std::span<const float> samples) {
   double sum = 0.0;
-  check(kivsDotProd_32f64f(samples.data(), samples.data(), static_cast<int>(samples.size()), &sum),
-        "kivsDotProd_32f64f");
+  call<kivsDotProd_32f64f>(samples, samples, samples.size(), &sum);
   return sum;
 }
 
@@ -57,10 +57,10 @@ int mix_noise(AudioChannels& audio, std::span<const float> noise, double decibel
   std::vector<float> scaled(noise.begin(), noise.end());
   const int count = static_cast<int>(scaled.size());
   const auto factor = static_cast<float>(std::sqrt(speech / added * std::pow(10.0, -decibels / 10.0)));
-  check(kivsMulC_32f_I(factor, scaled.data(), count), "kivsMulC_32f_I");
+  call<kivsMulC_32f_I>(factor, scaled, count);
   std::ptrdiff_t beyond = 0;
   for (auto& channel : audio.channels) {
-    check(kivsAdd_32f_I(scaled.data(), channel.data(), count), "kivsAdd_32f_I");
+    call<kivsAdd_32f_I>(scaled, channel, count);
     beyond +=
         std::count_if(channel.begin(), channel.end(), [](float sample) { return std::abs(sample) > kLargestSample; });
   }

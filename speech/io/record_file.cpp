@@ -4,7 +4,6 @@
 #include <bit>
 #include <fstream>
 
-#include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/little_endian.h"
 #include "kivsr/speech/io/output_file.h"
 

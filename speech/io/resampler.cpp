@@ -11,6 +11,7 @@
 #include <string>
 #include <utility>
 
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
@@ -101,9 +102,8 @@ void Resampler::emit(std::int64_t end, std::vector<float>& output) {
     const std::int64_t begin = position / phases_ - half_ + 1;
     if (begin + length > known) break;
     float& sample = output.emplace_back();
-    check(kivsDotProd_32f(pending_.data() + (begin - first_), taps_.data() + position % phases_ * length, length,
-                          &sample),
-          "kivsDotProd_32f");
+    call<kivsDotProd_32f>(pending_.data() + (begin - first_), taps_.data() + position % phases_ * length, length,
+                          &sample);
   }
   const std::int64_t next = emitted_ * step_ / phases_ - half_ + 1;
   const std::int64_t done = std::clamp<std::int64_t>(next - first_, 0, static_cast<std::int64_t>(pending_.size()));

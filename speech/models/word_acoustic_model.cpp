@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numeric>
 
-#include "kivsr.h"
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
@@ -28,8 +28,7 @@ void add_mixture(AcousticModel& model, const MixtureState& state) {
     }
     stream.means.insert(stream.means.end(), mean, mean + dimension);
     float normaliser = 0.0F;
-    check(kivsUpdateGConst_DirectVar_32f(variances.data(), model.dimension, &normaliser),
-          "kivsUpdateGConst_DirectVar_32f");
+    call<kivsUpdateGConst_DirectVar_32f>(variances, model.dimension, &normaliser);
     stream.normalisers.push_back(-0.5F * normaliser);
     for (const float variance : variances) stream.inverse_variances.push_back(1.0F / variance);
   }

@@ -2,7 +2,6 @@
 
 #include <sstream>
 
-#include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/record_file.h"
 
 namespace kivsr::speech {

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 
@@ -15,7 +15,7 @@ constexpr int kStartFrames = 10;
 
 float sum_of(std::span<const float> values) {
   float sum = 0.0F;
-  check(kivsSum_32f(values.data(), static_cast<int>(values.size()), &sum, 0), "kivsSum_32f");
+  call<kivsSum_32f>(values, values.size(), &sum, 0);
   return sum;
 }
 
@@ -37,7 +37,7 @@ void NoiseGate::follow(float energy) {
 bool NoiseGate::speech(std::span<const float> frame) {
   ++frames_;
   float power = 0.0F;
-  check(kivsDotProd_32f(frame.data(), frame.data(), static_cast<int>(frame.size()), &power), "kivsDotProd_32f");
+  call<kivsDotProd_32f>(frame, frame, frame.size(), &power);
   const float energy = 0.5F + 16.0F / std::numbers::ln2_v<float> * std::log((64.0F + power) / 64.0F);
   follow(energy);
   if (frames_ <= 4) return false;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
@@ -68,8 +69,7 @@ void AuroraEnhancer::step(std::span<const float> frame, std::vector<float>& outp
   second_stage_.design(second_buffer_, true);
   std::array<float, kFrame> result;
   second_stage_.filter(second_buffer_, aggression_.next(second_stage_.noise()), result);
-  check(kivsCompensateOffset_32f_I(result.data(), kAuroraFrame, &offset_input_, offset_output_, kOffsetPole),
-        "kivsCompensateOffset_32f_I");
+  call<kivsCompensateOffset_32f_I>(result, kAuroraFrame, &offset_input_, offset_output_, kOffsetPole);
   offset_output_ = result.back();
   samples_out_ += kFrame;
   output.insert(output.end(), result.begin(), result.end());

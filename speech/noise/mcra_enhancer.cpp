@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <numbers>
 
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 
@@ -44,13 +44,11 @@ McraEnhancer::McraEnhancer(int sample_rate, const GainSettings& settings)
       analysis_window_(root_hann(fft_length_)),
       synthesis_window_(analysis_window_) {
   // The squares of the windows that overlap at a sample sum to half their number.
-  check(kivsMulC_32f_I(2.0F / kOverlap, synthesis_window_.data(), fft_length_), "kivsMulC_32f_I");
-  KivsFFTSpec_R_32f* fft = nullptr;
-  check(kivsFFTInitAlloc_R_32f(&fft, std::countr_zero(static_cast<unsigned>(fft_length_)), kivFftScaleInverse, 0),
-        "kivsFFTInitAlloc_R_32f");
-  fft_.reset(fft);
+  call<kivsMulC_32f_I>(2.0F / kOverlap, synthesis_window_, fft_length_);
+  fft_ =
+      Fft32f::make<kivsFFTInitAlloc_R_32f>(std::countr_zero(static_cast<unsigned>(fft_length_)), kivFftScaleInverse, 0);
   int work = 0;
-  check(kivsFFTGetBufSize_R_32f(fft, &work), "kivsFFTGetBufSize_R_32f");
+  call<kivsFFTGetBufSize_R_32f>(fft_, &work);
   fft_work_.resize(static_cast<std::size_t>(std::max(work, 1)));
   const auto length = static_cast<std::size_t>(fft_length_);
   samples_.resize(length);
@@ -87,10 +85,10 @@ void McraEnhancer::start() {
   int frames = 0;
   for (std::size_t begin = 0; frames < kFirstFrames && begin + length <= pending_.size(); ++frames) {
     analyse(std::span(pending_).subspan(begin, length));
-    check(kivsAdd_32f_I(power_.data(), noise_.data(), bins), "kivsAdd_32f_I");
+    call<kivsAdd_32f_I>(power_, noise_, bins);
     begin += static_cast<std::size_t>(hop_);
   }
-  check(kivsMulC_32f_I(1.0F / static_cast<float>(frames), noise_.data(), bins), "kivsMulC_32f_I");
+  call<kivsMulC_32f_I>(1.0F / static_cast<float>(frames), noise_, bins);
   mcra_.begin(noise_);
   gain_.restart();
 }
@@ -116,9 +114,8 @@ void McraEnhancer::process_pending(std::vector<float>& output) {
 
 // samples_ and power_ of a frame.
 void McraEnhancer::analyse(std::span<const float> frame) {
-  check(kivsMul_32f(frame.data(), analysis_window_.data(), samples_.data(), fft_length_), "kivsMul_32f");
-  check(kivsFFTFwd_RToPack_32f(samples_.data(), samples_.data(), fft_.get(), fft_work_.data()),
-        "kivsFFTFwd_RToPack_32f");
+  call<kivsMul_32f>(frame, analysis_window_, samples_, fft_length_);
+  call<kivsFFTFwd_RToPack_32f>(samples_, samples_, fft_, fft_work_);
   const std::size_t last = samples_.size() - 1;
   power_.front() = samples_.front() * samples_.front();
   power_.back() = samples_[last] * samples_[last];
@@ -137,20 +134,19 @@ void McraEnhancer::process_frame(std::span<const float> frame) {
   factors_.front() = gains_.front();
   factors_.back() = gains_.back();
   for (std::size_t k = 1; 2 * k < last; ++k) factors_[2 * k - 1] = factors_[2 * k] = gains_[k];
-  check(kivsMul_32f(samples_.data(), factors_.data(), samples_.data(), fft_length_), "kivsMul_32f");
-  check(kivsFFTInv_PackToR_32f(samples_.data(), samples_.data(), fft_.get(), fft_work_.data()),
-        "kivsFFTInv_PackToR_32f");
-  check(kivsMul_32f(samples_.data(), synthesis_window_.data(), samples_.data(), fft_length_), "kivsMul_32f");
-  check(kivsAdd_32f_I(samples_.data(), overlap_.data(), fft_length_), "kivsAdd_32f_I");
+  call<kivsMul_32f>(samples_, factors_, samples_, fft_length_);
+  call<kivsFFTInv_PackToR_32f>(samples_, samples_, fft_, fft_work_);
+  call<kivsMul_32f>(samples_, synthesis_window_, samples_, fft_length_);
+  call<kivsAdd_32f_I>(samples_, overlap_, fft_length_);
 }
 
 // The library's estimate follows a frame within some 20 ms, and with it the speech that MCRA takes for noise.
 void McraEnhancer::smooth_noise(std::span<const float> estimate) {
   const int bins = static_cast<int>(noise_.size());
   const auto kept = static_cast<float>(std::exp(-hop_ / (kNoiseSeconds * sample_rate_)));
-  check(kivsMulC_32f_I(kept, noise_.data(), bins), "kivsMulC_32f_I");
-  check(kivsMulC_32f(estimate.data(), 1.0F - kept, gains_.data(), bins), "kivsMulC_32f");
-  check(kivsAdd_32f_I(gains_.data(), noise_.data(), bins), "kivsAdd_32f_I");
+  call<kivsMulC_32f_I>(kept, noise_, bins);
+  call<kivsMulC_32f>(estimate, 1.0F - kept, gains_, bins);
+  call<kivsAdd_32f_I>(gains_, noise_, bins);
 }
 
 // The middles of the frames are multiples of the hop; that of the first lies before the signal, some behind it.
@@ -161,9 +157,8 @@ void McraEnhancer::record_frame() {
   track_->power.width = static_cast<int>(power_.size());
   track_->power.values.insert(track_->power.values.end(), noise_.begin(), noise_.end());
   // The squared window sums to half the length.
-  check(kivsMulC_32f_I(2.0F / static_cast<float>(fft_length_), track_->power.row(track_->power.height() - 1).data(),
-                       track_->power.width),
-        "kivsMulC_32f_I");
+  call<kivsMulC_32f_I>(2.0F / static_cast<float>(fft_length_), track_->power.row(track_->power.height() - 1),
+                       track_->power.width);
 }
 
 void McraEnhancer::finish(std::vector<float>& output) {

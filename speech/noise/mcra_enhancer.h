@@ -5,8 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "kivsr.h"
-#include "kivsr/speech/io/library_object.h"
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/noise/enhancer.h"
 #include "kivsr/speech/noise/mcra_noise.h"
 #include "kivsr/speech/noise/suppression_gain.h"
@@ -38,7 +37,7 @@ class McraEnhancer : public Enhancer {
   std::size_t beginning_;  // samples that the noise estimate begins with
   McraNoise mcra_;
   SuppressionGain gain_;
-  LibraryObject<KivsFFTSpec_R_32f, kivsFFTFree_R_32f> fft_;
+  Fft32f fft_;
   std::vector<Kiv8u> fft_work_;
   std::vector<float> analysis_window_;
   std::vector<float> synthesis_window_;

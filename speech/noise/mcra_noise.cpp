@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
@@ -21,12 +22,12 @@ McraNoise::McraNoise(int sample_rate, int fft_length, int hop)
 }
 
 void McraNoise::begin(std::span<const float> mean_power) {
-  check(kivsAltInitMCRA_32f(sample_rate_, fft_length_, hop_, state()), "kivsAltInitMCRA_32f");
+  call<kivsAltInitMCRA_32f>(sample_rate_, fft_length_, hop_, state());
   update(mean_power);
 }
 
 std::span<const float> McraNoise::update(std::span<const float> power) {
-  check(kivsUpdateNoisePSDMCRA_32f_I(power.data(), state(), noise_.data()), "kivsUpdateNoisePSDMCRA_32f_I");
+  call<kivsUpdateNoisePSDMCRA_32f_I>(power, state(), noise_);
   return noise_;
 }
 

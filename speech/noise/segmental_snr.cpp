@@ -6,7 +6,7 @@
 #include <limits>
 #include <vector>
 
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 
@@ -18,8 +18,7 @@ constexpr double kHighest = 35.0;
 
 double energy(std::span<const float> samples) {
   double sum = 0.0;
-  check(kivsDotProd_32f64f(samples.data(), samples.data(), static_cast<int>(samples.size()), &sum),
-        "kivsDotProd_32f64f");
+  call<kivsDotProd_32f64f>(samples, samples, samples.size(), &sum);
   return sum;
 }
 
@@ -35,8 +34,7 @@ double segmental_snr(std::span<const float> reference, std::span<const float> si
     const double speech = energy(clean);
     if (!(speech > 0.0)) continue;
     difference.assign(clean.begin(), clean.end());
-    check(kivsSub_32f_I(signal.data() + begin, difference.data(), static_cast<int>(difference.size())),
-          "kivsSub_32f_I");
+    call<kivsSub_32f_I>(signal.data() + begin, difference, difference.size());
     sum += std::clamp(10.0 * std::log10(speech / energy(difference)), kLowest, kHighest);
     ++count;
   }

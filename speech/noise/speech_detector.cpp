@@ -4,7 +4,7 @@
 #include <array>
 #include <cmath>
 
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 
@@ -22,8 +22,7 @@ constexpr int kFractionBits = 10;  // of the gains in 16 bits: the squared sum o
 // reads.
 std::array<Kiv16s, kAuroraBands> words_of(std::span<const float> gains) {
   std::array<Kiv16s, kAuroraBands> bands;
-  check(kivsConvert_32f16s_Sfs(gains.data(), bands.data(), kAuroraBands, kivRndNear, -kFractionBits),
-        "kivsConvert_32f16s_Sfs");
+  call<kivsConvert_32f16s_Sfs>(gains, bands, kAuroraBands, kivRndNear, -kFractionBits);
   constexpr int kOne = 1 << kFractionBits;
   int sum = 0;
   for (const Kiv16s band : bands) sum += band;
@@ -38,9 +37,9 @@ SpeechDetector::SpeechDetector(Arithmetic arithmetic)
     : arithmetic_(arithmetic), stage_(WienerStage::NoiseUpdate::kGated) {
   int size = 0;
   if (arithmetic_ == Arithmetic::kSinglePrecision) {
-    check(kivsVADGetBufSize_Aurora_32f(&size), "kivsVADGetBufSize_Aurora_32f");
+    call<kivsVADGetBufSize_Aurora_32f>(&size);
   } else {
-    check(kivsVADGetBufSize_Aurora_16s(&size), "kivsVADGetBufSize_Aurora_16s");
+    call<kivsVADGetBufSize_Aurora_16s>(&size);
   }
   state_.resize((static_cast<std::size_t>(size) + sizeof(Kiv32s) - 1) / sizeof(Kiv32s));
   reset();
@@ -48,9 +47,9 @@ SpeechDetector::SpeechDetector(Arithmetic arithmetic)
 
 void SpeechDetector::reset() {
   if (arithmetic_ == Arithmetic::kSinglePrecision) {
-    check(kivsVADInit_Aurora_32f(state()), "kivsVADInit_Aurora_32f");
+    call<kivsVADInit_Aurora_32f>(state());
   } else {
-    check(kivsVADInit_Aurora_16s(state()), "kivsVADInit_Aurora_16s");
+    call<kivsVADInit_Aurora_16s>(state());
   }
   stage_.reset();
   gate_ = {};
@@ -66,17 +65,13 @@ void SpeechDetector::reset() {
 int SpeechDetector::decide() {
   int result = 0;
   if (arithmetic_ == Arithmetic::kSinglePrecision) {
-    check(kivsVADDecision_Aurora_32f(stage_.mel_gains().data(), stage_.gains().data(), gate_.loud_frames(), &result,
-                                     state()),
-          "kivsVADDecision_Aurora_32f");
+    call<kivsVADDecision_Aurora_32f>(stage_.mel_gains(), stage_.gains(), gate_.loud_frames(), &result, state());
     return result;
   }
   const auto bands = words_of(stage_.mel_gains());
   std::array<Kiv16s, kVarianceBins> gains;
-  check(kivsConvert_32f16s_Sfs(stage_.gains().data(), gains.data(), kVarianceBins, kivRndNear, -kFractionBits),
-        "kivsConvert_32f16s_Sfs");
-  check(kivsVADDecision_Aurora_16s(bands.data(), gains.data(), gate_.loud_frames(), &result, state()),
-        "kivsVADDecision_Aurora_16s");
+  call<kivsConvert_32f16s_Sfs>(stage_.gains(), gains, kVarianceBins, kivRndNear, -kFractionBits);
+  call<kivsVADDecision_Aurora_16s>(bands, gains, gate_.loud_frames(), &result, state());
   return result;
 }
 
@@ -125,9 +120,9 @@ void SpeechDetector::finish(std::vector<bool>& speech) {
   for (int i = 0; i < kLookAhead && decided_ < wanted_; ++i) {
     int result = 0;
     if (arithmetic_ == Arithmetic::kSinglePrecision) {
-      check(kivsVADFlush_Aurora_32f(&result, state()), "kivsVADFlush_Aurora_32f");
+      call<kivsVADFlush_Aurora_32f>(&result, state());
     } else {
-      check(kivsVADFlush_Aurora_16s(&result, state()), "kivsVADFlush_Aurora_16s");
+      call<kivsVADFlush_Aurora_16s>(&result, state());
     }
     take(result, speech);
   }

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/noise/wiener_stage.h"
 
 namespace kivsr::speech {
@@ -69,7 +69,7 @@ std::vector<float> frame_decibels(std::span<const float> samples) {
     const auto frame = samples.subspan(start, std::min(kFrame, samples.size() - start));
     const int count = static_cast<int>(frame.size());
     float power = 0.0F;
-    check(kivsDotProd_32f(frame.data(), frame.data(), count, &power), "kivsDotProd_32f");
+    call<kivsDotProd_32f>(frame, frame, count, &power);
     decibels.push_back(10.0F * std::log10(power / static_cast<float>(count) + 0.01F));
   }
   return decibels;

@@ -4,8 +4,7 @@
 
 #include <cstddef>
 
-#include "kivsr.h"
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 
@@ -24,30 +23,30 @@ SuppressionGain::SuppressionGain(int bins, const GainSettings& settings) : bins_
 }
 
 void SuppressionGain::run(std::span<const float> power, std::span<const float> noise, std::span<float> gains) {
-  check(kivsCopy_32f(noise.data(), divisor_.data(), bins_), "kivsCopy_32f");
-  check(kivsMaxEvery_32f_I(smallest_noise_.data(), divisor_.data(), bins_), "kivsMaxEvery_32f_I");
-  check(kivsDiv_32f(divisor_.data(), power.data(), posterior_.data(), bins_), "kivsDiv_32f");
+  call<kivsCopy_32f>(noise, divisor_, bins_);
+  call<kivsMaxEvery_32f_I>(smallest_noise_, divisor_, bins_);
+  call<kivsDiv_32f>(divisor_, power, posterior_, bins_);
 
   // prior = (1 - m) max(posterior - 1, 0) + m clean / noise; the first frame has none before it.
   const float memory = first_ ? 0.0F : settings_.memory;
-  check(kivsAddC_32f(posterior_.data(), -1.0F, prior_.data(), bins_), "kivsAddC_32f");
-  check(kivsZero_32f(gains.data(), bins_), "kivsZero_32f");
-  check(kivsMaxEvery_32f_I(gains.data(), prior_.data(), bins_), "kivsMaxEvery_32f_I");
-  check(kivsMulC_32f_I(1.0F - memory, prior_.data(), bins_), "kivsMulC_32f_I");
-  check(kivsDiv_32f_I(divisor_.data(), clean_.data(), bins_), "kivsDiv_32f_I");
-  check(kivsMulC_32f_I(memory, clean_.data(), bins_), "kivsMulC_32f_I");
-  check(kivsAdd_32f_I(clean_.data(), prior_.data(), bins_), "kivsAdd_32f_I");
+  call<kivsAddC_32f>(posterior_, -1.0F, prior_, bins_);
+  call<kivsZero_32f>(gains, bins_);
+  call<kivsMaxEvery_32f_I>(gains, prior_, bins_);
+  call<kivsMulC_32f_I>(1.0F - memory, prior_, bins_);
+  call<kivsDiv_32f_I>(divisor_, clean_, bins_);
+  call<kivsMulC_32f_I>(memory, clean_, bins_);
+  call<kivsAdd_32f_I>(clean_, prior_, bins_);
   first_ = false;
 
-  check(kivsFilterUpdateWiener_32f(prior_.data(), gains.data(), bins_), "kivsFilterUpdateWiener_32f");
+  call<kivsFilterUpdateWiener_32f>(prior_, gains, bins_);
   if (settings_.rule == GainRule::kEmns) {
-    check(kivsFilterUpdateEMNS_32f(gains.data(), posterior_.data(), prior_.data(), bins_), "kivsFilterUpdateEMNS_32f");
-    check(kivsCopy_32f(prior_.data(), gains.data(), bins_), "kivsCopy_32f");
-    check(kivsMinEvery_32f_I(one_.data(), gains.data(), bins_), "kivsMinEvery_32f_I");
+    call<kivsFilterUpdateEMNS_32f>(gains, posterior_, prior_, bins_);
+    call<kivsCopy_32f>(prior_, gains, bins_);
+    call<kivsMinEvery_32f_I>(one_, gains, bins_);
   }
-  check(kivsMul_32f(gains.data(), gains.data(), clean_.data(), bins_), "kivsMul_32f");
-  check(kivsMul_32f(clean_.data(), power.data(), clean_.data(), bins_), "kivsMul_32f");
-  check(kivsMaxEvery_32f_I(floor_.data(), gains.data(), bins_), "kivsMaxEvery_32f_I");
+  call<kivsMul_32f>(gains, gains, clean_, bins_);
+  call<kivsMul_32f>(clean_, power, clean_, bins_);
+  call<kivsMaxEvery_32f_I>(floor_, gains, bins_);
 }
 
 }  // namespace kivsr::speech

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 
@@ -34,9 +34,9 @@ std::vector<float> raised_cosine(int length) {
 template <std::size_t n>
 void forget(std::array<float, n>& x, const std::array<float, n>& y, float keep) {
   std::array<float, n> scaled;
-  check(kivsMulC_32f(y.data(), 1.0F - keep, scaled.data(), static_cast<int>(n)), "kivsMulC_32f");
-  check(kivsMulC_32f_I(keep, x.data(), static_cast<int>(n)), "kivsMulC_32f_I");
-  check(kivsAdd_32f_I(scaled.data(), x.data(), static_cast<int>(n)), "kivsAdd_32f_I");
+  call<kivsMulC_32f>(y, 1.0F - keep, scaled, n);
+  call<kivsMulC_32f_I>(keep, x, n);
+  call<kivsAdd_32f_I>(scaled, x, n);
 }
 
 template <std::size_t n>
@@ -57,15 +57,11 @@ WienerStage::WienerStage(NoiseUpdate update)
       tap_window_(raised_cosine(kTaps)),
       samples_(kTransform, 0.0F),
       packed_(kTransform) {
-  KivsFFTSpec_R_32f* fft = nullptr;
-  check(kivsFFTInitAlloc_R_32f(&fft, kTransformOrder, kivFftScaleNone, 0), "kivsFFTInitAlloc_R_32f");
-  fft_.reset(fft);
+  fft_ = Fft32f::make<kivsFFTInitAlloc_R_32f>(kTransformOrder, kivFftScaleNone, 0);
   int work = 0;
-  check(kivsFFTGetBufSize_R_32f(fft, &work), "kivsFFTGetBufSize_R_32f");
+  call<kivsFFTGetBufSize_R_32f>(fft_, &work);
   fft_work_.resize(static_cast<std::size_t>(std::max(work, 1)));
-  KivsFBankState_32f* bank = nullptr;
-  check(kivsMelFBankInitAllocLow_Aurora_32f(&bank), "kivsMelFBankInitAllocLow_Aurora_32f");
-  bank_.reset(bank);
+  bank_ = FilterBank32f::make<kivsMelFBankInitAllocLow_Aurora_32f>();
   make_inverse_transform();
   reset();
 }
@@ -78,7 +74,7 @@ void WienerStage::make_inverse_transform() {
     frequencies[i] = static_cast<float>(i) / static_cast<float>(2 * (kAuroraSpectrum - 1));
   }
   std::array<float, kAuroraBands> centre;
-  check(kivsEvalFBank_32f(frequencies.data(), centre.data(), bank_.get()), "kivsEvalFBank_32f");
+  call<kivsEvalFBank_32f>(frequencies, centre, bank_);
   centre.front() = 0.0F;
   centre.back() = 0.5F;
   for (int n = 0; n < kResponse; ++n) {
@@ -98,12 +94,10 @@ void WienerStage::reset() {
 
 // Power spectra of the windowed samples, pairs of bins averaged, and the mean of two frames.
 void WienerStage::analyse(const FrameBuffer& buffer) {
-  check(kivsMul_32f(buffer.data() + kWindowStart, window_.data(), samples_.data(), kWindow), "kivsMul_32f");
-  check(kivsFFTFwd_RToPerm_32f(samples_.data(), packed_.data(), fft_.get(), fft_work_.data()),
-        "kivsFFTFwd_RToPerm_32f");
+  call<kivsMul_32f>(buffer.data() + kWindowStart, window_, samples_, kWindow);
+  call<kivsFFTFwd_RToPerm_32f>(samples_, packed_, fft_, fft_work_);
   previous_power_ = power_;
-  check(kivsSmoothedPowerSpectrumAurora_32f(packed_.data(), power_.data(), kTransform),
-        "kivsSmoothedPowerSpectrumAurora_32f");
+  call<kivsSmoothedPowerSpectrumAurora_32f>(packed_, power_, kTransform);
   root_of(power_, magnitude_);
   Spectrum mean = frames_ == 1 ? power_ : previous_power_;
   forget(mean, power_, 0.5F);
@@ -117,12 +111,11 @@ void WienerStage::update_noise(bool may_update) {
     }
   } else {
     Spectrum power;
-    check(kivsMul_32f(mean_.data(), mean_.data(), power.data(), kAuroraSpectrum), "kivsMul_32f");
+    call<kivsMul_32f>(mean_, mean_, power, kAuroraSpectrum);
     if (frames_ < kFirstFrames) {
       forget(noise_power_, power, 1.0F - 1.0F / static_cast<float>(frames_));
     } else {
-      check(kivsNoiseSpectrumUpdate_Aurora_32f(power.data(), noise_power_.data(), noise_power_.data(), kAuroraSpectrum),
-            "kivsNoiseSpectrumUpdate_Aurora_32f");
+      call<kivsNoiseSpectrumUpdate_Aurora_32f>(power, noise_power_, noise_power_, kAuroraSpectrum);
     }
     for (float& x : noise_power_) x = std::max(x, kLeastMagnitude * kLeastMagnitude);
     root_of(noise_power_, noise_);
@@ -134,25 +127,22 @@ void WienerStage::design(const FrameBuffer& buffer, bool may_update) {
   ++frames_;
   analyse(buffer);
   update_noise(may_update);
-  check(kivsWienerFilterDesign_Aurora_32f(mean_.data(), noise_.data(), clean_.data(), gains_.data(), kAuroraSpectrum),
-        "kivsWienerFilterDesign_Aurora_32f");
-  check(kivsMul_32f(gains_.data(), magnitude_.data(), clean_.data(), kAuroraSpectrum), "kivsMul_32f");
-  check(kivsEvalFBank_32f(gains_.data(), mel_gains_.data(), bank_.get()), "kivsEvalFBank_32f");
+  call<kivsWienerFilterDesign_Aurora_32f>(mean_, noise_, clean_, gains_, kAuroraSpectrum);
+  call<kivsMul_32f>(gains_, magnitude_, clean_, kAuroraSpectrum);
+  call<kivsEvalFBank_32f>(gains_, mel_gains_, bank_);
 }
 
 void WienerStage::filter(const FrameBuffer& buffer, float aggression, std::span<float> output) {
   std::array<float, kAuroraBands> gains;
-  check(kivsMulC_32f(mel_gains_.data(), aggression, gains.data(), kAuroraBands), "kivsMulC_32f");
-  check(kivsAddC_32f(gains.data(), 1.0F - aggression, gains.data(), kAuroraBands), "kivsAddC_32f");
+  call<kivsMulC_32f>(mel_gains_, aggression, gains, kAuroraBands);
+  call<kivsAddC_32f>(gains, 1.0F - aggression, gains, kAuroraBands);
   std::array<float, kResponse> response;
-  check(kivsMatVecMul_32f_D2(inverse_transform_.data(), kAuroraBands, gains.data(), kAuroraBands, response.data(),
-                             kResponse),
-        "kivsMatVecMul_32f_D2");
+  call<kivsMatVecMul_32f_D2>(inverse_transform_, kAuroraBands, gains, kAuroraBands, response, kResponse);
   std::array<float, kTaps> taps;
-  check(kivsTabsCalculation_Aurora_32f(response.data(), taps.data()), "kivsTabsCalculation_Aurora_32f");
-  check(kivsMul_32f(taps.data(), tap_window_.data(), taps.data(), kTaps), "kivsMul_32f");
+  call<kivsTabsCalculation_Aurora_32f>(response, taps);
+  call<kivsMul_32f>(taps, tap_window_, taps, kTaps);
   const float* const frame = buffer.data() + kAuroraFrame - kTaps / 2;
-  check(kivsResidualFilter_Aurora_32f(frame, output.data(), taps.data()), "kivsResidualFilter_Aurora_32f");
+  call<kivsResidualFilter_Aurora_32f>(frame, output, taps);
 }
 
 }  // namespace kivsr::speech

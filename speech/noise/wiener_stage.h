@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "kivsr/speech/io/library_object.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 
@@ -61,8 +61,8 @@ class WienerStage {
 
   NoiseUpdate update_;
   int frames_ = 0;
-  LibraryObject<KivsFFTSpec_R_32f, kivsFFTFree_R_32f> fft_;
-  LibraryObject<KivsFBankState_32f, kivsFBankFree_32f> bank_;
+  Fft32f fft_;
+  FilterBank32f bank_;
   std::vector<Kiv8u> fft_work_;
   std::vector<float> window_;
   std::vector<float> inverse_transform_;  // rows of kAuroraBands: one value of the impulse response each

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 
@@ -27,13 +27,13 @@ void Distortion::add(const FeatureMatrix& original, const FeatureMatrix& decoded
     const int rows = std::min(kBlockRows, original.height() - first);
     const float* const source = original.row(first).data();
     difference.assign(source, source + size * static_cast<std::size_t>(rows));
-    check(kivsSub_32f_I(decoded.row(first).data(), difference.data(), width * rows), "kivsSub_32f_I");
-    check(kivsSumMeanVar_32f(source, width, rows, sum.data(), squares.data(), width), "kivsSumMeanVar_32f");
+    call<kivsSub_32f_I>(decoded.row(first), difference, width * rows);
+    call<kivsSumMeanVar_32f>(source, width, rows, sum, squares, width);
     for (std::size_t j = 0; j < size; ++j) {
       columns_[j].sum += static_cast<double>(sum[j]);
       columns_[j].squares += static_cast<double>(squares[j]);
     }
-    check(kivsSumMeanVar_32f(difference.data(), width, rows, sum.data(), squares.data(), width), "kivsSumMeanVar_32f");
+    call<kivsSumMeanVar_32f>(difference, width, rows, sum, squares, width);
     for (std::size_t j = 0; j < size; ++j) columns_[j].errors += static_cast<double>(squares[j]);
     frames_ += rows;
   }

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <utility>
 
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/little_endian.h"
@@ -63,12 +64,9 @@ SplitCodebook::SplitCodebook(const Recipe& recipe, std::vector<GroupCodebook> gr
     row_bits_ += group.group.bits;
     width_ += group.width();
     order_.insert(order_.end(), group.group.columns.begin(), group.group.columns.end());
-    KivsCdbkState_32f* book = nullptr;
-    check(kivsCdbkInitAlloc_WgtL2_32f(&book, group.codewords.data(), group.weights.data(), group.width(), group.width(),
-                                      group.count(), group.count(), kivCdbkFullSearch),
-          "kivsCdbkInitAlloc_WgtL2_32f");
-    books_.emplace_back(book);
-    handles_.push_back(book);
+    books_.push_back(Codebook32f::make<kivsCdbkInitAlloc_WgtL2_32f>(
+        group.codewords, group.weights, group.width(), group.width(), group.count(), group.count(), kivCdbkFullSearch));
+    handles_.push_back(books_.back().get());
   }
   if (width_ > kMostColumns) throw Fault("codebooks: more than " + std::to_string(kMostColumns) + " columns");
   row_bits_ = std::max(row_bits_, static_cast<int>(groups_.size()));
@@ -146,9 +144,8 @@ std::vector<std::uint8_t> SplitCodebook::encode(const FeatureMatrix& rows) const
   std::vector<std::uint8_t> bits(static_cast<std::size_t>(encoded_bytes(height, row_bits_)), 0);
   for (int first = 0; first < height; first += kBlockRows) {
     const FeatureMatrix block = gather(rows, order_, first, std::min(kBlockRows, height - first));
-    check(kivsSplitVQ_32f1u(block.values.data(), width_, bits.data() + encoded_bytes(first, row_bits_), row_bits_,
-                            block.height(), handles_.data(), static_cast<int>(handles_.size())),
-          "kivsSplitVQ_32f1u");
+    call<kivsSplitVQ_32f1u>(block.values, width_, bits.data() + encoded_bytes(first, row_bits_), row_bits_,
+                            block.height(), handles_, handles_.size());
   }
   return bits;
 }
@@ -166,7 +163,7 @@ FeatureMatrix SplitCodebook::decode(std::span<const std::uint8_t> bits, int rows
         kivsFormVectorVQ_1u32f(bits.data() + encoded_bytes(first, row_bits_), row_bits_, block.values.data(), width_,
                                count, handles_.data(), static_cast<int>(handles_.size()));
     if (status == kivStatusBadSize) throw Fault(source + ": damaged: an index that names no codeword");
-    check(status, "kivsFormVectorVQ_1u32f");
+    if (status < kivStatusOk) throw Error(status, "kivsFormVectorVQ_1u32f");
     scatter(block, order_, decoded);
   }
   return decoded;
@@ -191,12 +188,12 @@ GroupCodebook train_group(const FeatureMatrix& rows, const SplitGroup& group, co
     throw Fault("training: the group " + split_text(group) +
                 " has values too close to each other for so many codewords, ask for fewer bits or scale the features");
   }
-  check(status, "kivsCdbkInitAlloc_WgtL2_32f");
-  const LibraryObject<KivsCdbkState_32f, kivsCdbkFree_32f> book(state);
+  if (status < kivStatusOk) throw Error(status, "kivsCdbkInitAlloc_WgtL2_32f");
+  const Codebook32f book(state);
   int made = 0;
-  check(kivsGetCdbkSize_32f(book.get(), &made), "kivsGetCdbkSize_32f");
+  call<kivsGetCdbkSize_32f>(book, &made);
   result.codewords.resize(static_cast<std::size_t>(made) * group.columns.size());
-  check(kivsGetCodebook_32f(book.get(), result.codewords.data(), vectors.width), "kivsGetCodebook_32f");
+  call<kivsGetCodebook_32f>(book, result.codewords, vectors.width);
   return result;
 }
 
@@ -204,9 +201,7 @@ std::vector<float> inverse_variances(const FeatureMatrix& rows) {
   std::vector<float> mean(static_cast<std::size_t>(rows.width), 0.0F);
   std::vector<float> variance(mean.size(), 0.0F);
   if (rows.height() > 1) {
-    check(kivsMeanVarColumn_32f_D2(rows.values.data(), rows.height(), rows.width, mean.data(), variance.data(),
-                                   rows.width),
-          "kivsMeanVarColumn_32f_D2");
+    call<kivsMeanVarColumn_32f_D2>(rows.values, rows.height(), rows.width, mean, variance, rows.width);
   }
   for (float& value : variance) value = value > 0.0F ? 1.0F / value : 1.0F;
   return variance;

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/io/feature_matrix.h"
-#include "kivsr/speech/io/library_object.h"
 #include "kivsr/speech/io/output_file.h"
 #include "kivsr/speech/quantise/split.h"
 
@@ -53,11 +53,9 @@ class SplitCodebook {
  private:
   std::string content() const;
 
-  using Book = LibraryObject<KivsCdbkState_32f, kivsCdbkFree_32f>;
-
   Recipe recipe_;
   std::vector<GroupCodebook> groups_;
-  std::vector<Book> books_;
+  std::vector<Codebook32f> books_;
   std::vector<const KivsCdbkState_32f*> handles_;
   std::vector<int> order_;  // column of the rows for each element of the groups back to back
   int width_ = 0;

@@ -2,8 +2,7 @@
 
 #include <cmath>
 
-#include "kivsr.h"
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 
@@ -22,14 +21,12 @@ MixtureEvaluator::MixtureEvaluator(const WordModel& model) : model_(model) {
       const float* const variances =
           state.variances.data() + static_cast<std::size_t>(component) * static_cast<std::size_t>(dimension);
       const std::vector<double> exact(variances, variances + dimension);
-      check(kivsUpdateGConst_DirectVar_64f(exact.data(), dimension, &normalisers.emplace_back()),
-            "kivsUpdateGConst_DirectVar_64f");
+      call<kivsUpdateGConst_DirectVar_64f>(exact, dimension, &normalisers.emplace_back());
       for (const double variance : exact) terms.inverse_variances.push_back(static_cast<float>(1.0 / variance));
       const double weight = static_cast<double>(state.weights[static_cast<std::size_t>(component)]);
       terms.constants.push_back(weight > 0.0 ? std::log(weight) : kLogZeroWeight);
     }
-    check(kivsOutProbPreCalc_64f_I(terms.constants.data(), normalisers.data(), state.components()),
-          "kivsOutProbPreCalc_64f_I");
+    call<kivsOutProbPreCalc_64f_I>(terms.constants, normalisers, state.components());
   }
 }
 
@@ -44,14 +41,13 @@ MixtureLikelihoods MixtureEvaluator::evaluate(int index, const FeatureMatrix& fe
   for (std::size_t component = 0; component < terms.constants.size(); ++component) {
     double* const row = result.components.data() + component * frames;
     const std::size_t gaussian = component * static_cast<std::size_t>(dimension);
-    check(kivsLogGauss_32f64f_D2(features.row(first).data(), features.width, state.means.data() + gaussian,
+    call<kivsLogGauss_32f64f_D2>(features.row(first), features.width, state.means.data() + gaussian,
                                  terms.inverse_variances.data() + gaussian, dimension, row, count,
-                                 terms.constants[component]),
-          "kivsLogGauss_32f64f_D2");
+                                 terms.constants[component]);
     if (component == 0) {
       result.mixture.assign(row, row + frames);
     } else {
-      check(kivsLogAdd_64f(row, result.mixture.data(), count, kivLogAddHintAc), "kivsLogAdd_64f");
+      call<kivsLogAdd_64f>(row, result.mixture, count, kivLogAddHintAc);
     }
   }
   return result;
@@ -59,7 +55,7 @@ MixtureLikelihoods MixtureEvaluator::evaluate(int index, const FeatureMatrix& fe
 
 void MixtureLikelihoods::to_shares() {
   for (std::size_t row = 0; row < components.size(); row += mixture.size()) {
-    check(kivsSub_64f_I(mixture.data(), components.data() + row, frames), "kivsSub_64f_I");
+    call<kivsSub_64f_I>(mixture, components.data() + row, frames);
     for (std::size_t i = row; i < row + mixture.size(); ++i) components[i] = std::exp(components[i]);
   }
 }

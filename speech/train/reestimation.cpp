@@ -5,8 +5,7 @@
 #include <limits>
 #include <numeric>
 
-#include "kivsr.h"
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 
@@ -35,11 +34,9 @@ class StateUpdate {
       gaussian.occupation = occupation;
       gaussian.mean.assign(state.means.data() + row, state.means.data() + row + floor.size());
       gaussian.variance.resize(floor.size());
-      check(kivsUpdateMean_64f(sums.first.data() + row, gaussian.mean.data(), dimension_, occupation),
-            "kivsUpdateMean_64f");
-      check(kivsUpdateVar_64f(sums.first.data() + row, sums.second.data() + row, floor.data(), gaussian.variance.data(),
-                              dimension_, occupation, occupation),
-            "kivsUpdateVar_64f");
+      call<kivsUpdateMean_64f>(sums.first.data() + row, gaussian.mean, dimension_, occupation);
+      call<kivsUpdateVar_64f>(sums.first.data() + row, sums.second.data() + row, floor, gaussian.variance, dimension_,
+                              occupation, occupation);
       gaussians_.push_back(std::move(gaussian));
     }
   }
@@ -74,7 +71,7 @@ class StateUpdate {
  private:
   double log_determinant(const Gaussian& gaussian) const {
     double sum = 0.0;
-    check(kivsSumLn_64f(gaussian.variance.data(), dimension_, &sum), "kivsSumLn_64f");
+    call<kivsSumLn_64f>(gaussian.variance, dimension_, &sum);
     return sum;
   }
 
@@ -83,10 +80,9 @@ class StateUpdate {
     double best_cost = std::numeric_limits<double>::infinity();
     for (Gaussian& candidate : gaussians_) {
       double cost = 0.0;
-      check(kivsGaussianDist_64f(candidate.mean.data(), candidate.variance.data(), starved.mean.data(),
-                                 starved.variance.data(), dimension_, &cost, candidate.occupation,
-                                 log_determinant(candidate), starved.occupation, log_determinant(starved)),
-            "kivsGaussianDist_64f");
+      call<kivsGaussianDist_64f>(candidate.mean, candidate.variance, starved.mean, starved.variance, dimension_, &cost,
+                                 candidate.occupation, log_determinant(candidate), starved.occupation,
+                                 log_determinant(starved));
       if (!(cost < best_cost)) continue;
       best_cost = cost;
       best = &candidate;
@@ -96,10 +92,8 @@ class StateUpdate {
 
   void merge(Gaussian& into, const Gaussian& starved) const {
     double log_term = 0.0;
-    check(kivsGaussianMerge_64f(into.mean.data(), into.variance.data(), starved.mean.data(), starved.variance.data(),
-                                into.mean.data(), into.variance.data(), dimension_, &log_term, into.occupation,
-                                starved.occupation),
-          "kivsGaussianMerge_64f");
+    call<kivsGaussianMerge_64f>(into.mean, into.variance, starved.mean, starved.variance, into.mean, into.variance,
+                                dimension_, &log_term, into.occupation, starved.occupation);
     into.occupation += starved.occupation;
   }
 
@@ -116,10 +110,9 @@ int set_weights(MixtureState& state, const std::vector<Gaussian>& gaussians, dou
   const int count = static_cast<int>(occupations.size());
   std::vector<double> weights(occupations.size());
   double sum = 0.0;
-  const KivStatus status = check(kivsUpdateWeight_64f(occupations.data(), weights.data(), count, &sum, total, floor),
-                                 "kivsUpdateWeight_64f");
+  const KivStatus status = call<kivsUpdateWeight_64f>(occupations, weights, count, &sum, total, floor);
   const auto raised = status == kivStatusFloored ? std::count(weights.begin(), weights.end(), floor) : 0;
-  check(kivsDivC_64f_I(sum, weights.data(), count), "kivsDivC_64f_I");
+  call<kivsDivC_64f_I>(sum, weights, count);
   state.weights.assign(weights.begin(), weights.end());
   state.occupation = static_cast<float>(total);
   return static_cast<int>(raised);
@@ -143,9 +136,7 @@ std::vector<double> pooled_variance(const WordModel& model, std::vector<StateUpd
     for (int i = 0; i < unit.states; ++i) {
       if (unit.filler) continue;
       for (const Gaussian& gaussian : updates[static_cast<std::size_t>(unit.first_state + i)].gaussians()) {
-        check(kivsWeightedSum_64f(pool.data(), gaussian.variance.data(), pool.data(), static_cast<int>(pool.size()),
-                                  frames, gaussian.occupation),
-              "kivsWeightedSum_64f");
+        call<kivsWeightedSum_64f>(pool, gaussian.variance, pool, pool.size(), frames, gaussian.occupation);
         frames += gaussian.occupation;
       }
     }
@@ -180,9 +171,8 @@ ReestimationReport reestimate(WordModel& model, const Statistics& statistics, co
     report.floored_variances += updates[i].count_floored();
     if (!pool.empty()) {
       for (Gaussian& gaussian : gaussians) {
-        check(kivsWeightedSum_64f(gaussian.variance.data(), pool.data(), gaussian.variance.data(),
-                                  static_cast<int>(pool.size()), gaussian.occupation, settings.variance_prior),
-              "kivsWeightedSum_64f");
+        call<kivsWeightedSum_64f>(gaussian.variance, pool, gaussian.variance, pool.size(), gaussian.occupation,
+                                  settings.variance_prior);
       }
     }
     report.floored_weights += set_weights(state, gaussians, settings.weight_floor);
@@ -205,11 +195,9 @@ int split_components(WordModel& model, int count, double distance, double least_
       state.weights.push_back(*heaviest);
       state.means.resize(state.means.size() + dimension);
       state.variances.resize(state.variances.size() + dimension);
-      check(kivsGaussianSplit_32f(state.means.data() + row, state.variances.data() + row,
-                                  state.means.data() + state.means.size() - dimension,
-                                  state.variances.data() + state.variances.size() - dimension,
-                                  static_cast<int>(dimension), static_cast<float>(distance)),
-            "kivsGaussianSplit_32f");
+      call<kivsGaussianSplit_32f>(
+          state.means.data() + row, state.variances.data() + row, state.means.data() + state.means.size() - dimension,
+          state.variances.data() + state.variances.size() - dimension, dimension, static_cast<float>(distance));
       ++splits;
     }
   }

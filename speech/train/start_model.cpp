@@ -8,17 +8,14 @@
 #include <set>
 #include <string>
 
-#include "kivsr.h"
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/fault.h"
-#include "kivsr/speech/io/library_object.h"
 #include "kivsr/speech/train/reestimation.h"
 #include "kivsr/speech/train/statistics.h"
 
 namespace kivsr::speech {
 
 namespace {
-
-using Codebook = LibraryObject<KivsCdbkState_32f, kivsCdbkFree_32f>;
 
 struct FrameOfState {
   int utterance;
@@ -108,20 +105,18 @@ std::vector<float> total_variance(const WordModel& model, const std::vector<Trai
     for (int t = 0; t < utterance.features.height(); ++t, frames += 1.0) {
       const auto row = utterance.features.row(t);
       frame.assign(row.begin(), row.end());
-      check(kivsMeanVarAcc_64f(frame.data(), zero.data(), first.data(), second.data(), dimension, 1.0),
-            "kivsMeanVarAcc_64f");
+      call<kivsMeanVarAcc_64f>(frame, zero, first, second, dimension, 1.0);
     }
   }
   if (frames == 0.0) throw Fault("there is no frame to train from");
   std::vector<double> variance(zero);
-  check(kivsUpdateVar_64f(first.data(), second.data(), zero.data(), variance.data(), dimension, frames, frames),
-        "kivsUpdateVar_64f");
+  call<kivsUpdateVar_64f>(first, second, zero, variance, dimension, frames, frames);
   return {variance.begin(), variance.end()};
 }
 
 // A book of so many codewords of the rows, or of fewer where there are fewer different ones.
-Codebook make_codebook(const std::vector<float>& rows, int width, int height, const std::vector<float>& weights,
-                       int count, const TrainingSettings& settings, std::mt19937& generator) {
+Codebook32f make_codebook(const std::vector<float>& rows, int width, int height, const std::vector<float>& weights,
+                          int count, const TrainingSettings& settings, std::mt19937& generator) {
   KivsCdbkState_32f* book = nullptr;
   if (settings.random_start) {
     std::vector<int> order(static_cast<std::size_t>(height));
@@ -134,17 +129,15 @@ Codebook make_codebook(const std::vector<float>& rows, int width, int height, co
           rows.data() + static_cast<std::size_t>(order[static_cast<std::size_t>(i)]) * static_cast<std::size_t>(width);
       chosen.insert(chosen.end(), row, row + width);
     }
-    check(kivsCdbkInitAlloc_WgtL2_32f(&book, chosen.data(), weights.data(), width, width, count, count,
-                                      kivCdbkFullSearch),
-          "kivsCdbkInitAlloc_WgtL2_32f");
-    return Codebook(book);
+    return Codebook32f::make<kivsCdbkInitAlloc_WgtL2_32f>(chosen, weights, width, width, count, count,
+                                                          kivCdbkFullSearch);
   }
   for (;; count = (count + 1) / 2) {
     const KivStatus status = kivsCdbkInitAlloc_WgtL2_32f(&book, rows.data(), weights.data(), width, width, height,
                                                          count, kivCdbkSplitLargest);
     if (status == kivStatusBadArgument && count > 1) continue;  // frames that cannot be told apart
-    check(status, "kivsCdbkInitAlloc_WgtL2_32f");
-    return Codebook(book);
+    if (status < kivStatusOk) throw Error(status, "kivsCdbkInitAlloc_WgtL2_32f");
+    return Codebook32f(book);
   }
 }
 
@@ -227,18 +220,18 @@ void start_model(WordModel& model, const std::vector<TrainingUtterance>& utteran
     const auto height = static_cast<int>(segmentation.frames[s].size());
     const double enough = height / std::max(settings.least_occupation, 1.0);
     const int wanted = std::max(1, std::min(settings.start_components, static_cast<int>(enough)));
-    const Codebook book = make_codebook(rows, width, height, weights, wanted, settings, generator);
+    const Codebook32f book = make_codebook(rows, width, height, weights, wanted, settings, generator);
     int count = 0;
-    check(kivsGetCdbkSize_32f(book.get(), &count), "kivsGetCdbkSize_32f");
+    call<kivsGetCdbkSize_32f>(book, &count);
     MixtureState& state = model.states[s];
     state.weights.assign(static_cast<std::size_t>(count), 1.0F / static_cast<float>(count));
     state.means.resize(static_cast<std::size_t>(count) * static_cast<std::size_t>(width));
-    check(kivsGetCodebook_32f(book.get(), state.means.data(), width), "kivsGetCodebook_32f");
+    call<kivsGetCodebook_32f>(book, state.means, width);
     for (int component = 0; component < count; ++component) {
       state.variances.insert(state.variances.end(), model.variance_floor.begin(), model.variance_floor.end());
     }
     codewords[s].resize(static_cast<std::size_t>(height));
-    check(kivsVQ_32f(rows.data(), width, codewords[s].data(), height, book.get()), "kivsVQ_32f");
+    call<kivsVQ_32f>(rows, width, codewords[s], height, book);
   }
 
   Statistics statistics(model);

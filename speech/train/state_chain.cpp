@@ -4,8 +4,7 @@
 #include <cmath>
 #include <utility>
 
-#include "kivsr.h"
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 
 namespace kivsr::speech {
 
@@ -108,24 +107,22 @@ class Recursion {
   // Takes the greatest value away from all, returns it.
   double normalise(double* values) const {
     double greatest = 0.0;
-    check(kivsMax_64f(values, places_, &greatest), "kivsMax_64f");
+    call<kivsMax_64f>(values, places_, &greatest);
     for (int i = 0; i < places_; ++i) values[i] -= greatest;
     return greatest;
   }
 
   double log_sum(const double* values) const {
     double sum = 0.0;
-    check(kivsLogSum_64f(values, &sum, places_), "kivsLogSum_64f");
+    call<kivsLogSum_64f>(values, &sum, places_);
     return sum;
   }
 
-  static void add(const double* terms, double* values, int count) {
-    check(kivsAdd_64f_I(terms, values, count), "kivsAdd_64f_I");
-  }
+  static void add(const double* terms, double* values, int count) { call<kivsAdd_64f_I>(terms, values, count); }
 
  private:
   static void log_add(const double* terms, double* values, int count) {
-    check(kivsLogAdd_64f(terms, values, count, kivLogAddHintAc), "kivsLogAdd_64f");
+    call<kivsLogAdd_64f>(terms, values, count, kivLogAddHintAc);
   }
 
   const StateChain& chain_;

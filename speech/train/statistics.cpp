@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "kivsr.h"
-#include "kivsr/speech/io/fault.h"
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/record_file.h"
 #include "kivsr/speech/models/word_model_file.h"
 
@@ -71,9 +70,7 @@ void Statistics::add_frame(const WordModel& model, int state, int component, std
     difference_[i] = static_cast<double>(frame[i]) - static_cast<double>(mean[i]);
   }
   sums.occupation[static_cast<std::size_t>(component)] += share;
-  check(kivsMeanVarAcc_64f(difference_.data(), zero_.data(), sums.first.data() + row, sums.second.data() + row,
-                           static_cast<int>(frame.size()), share),
-        "kivsMeanVarAcc_64f");
+  call<kivsMeanVarAcc_64f>(difference_, zero_, sums.first.data() + row, sums.second.data() + row, frame.size(), share);
 }
 
 // shares: of the state in each frame.
@@ -138,9 +135,7 @@ void Statistics::add(const Statistics& other) {
   std::vector<std::span<const double>> terms;
   visit_sums(other, [&](std::span<const double> sums) { terms.push_back(sums); });
   std::size_t next = 0;
-  visit_sums(*this, [&](std::span<double> sums) {
-    check(kivsAdd_64f_I(terms[next++].data(), sums.data(), static_cast<int>(sums.size())), "kivsAdd_64f_I");
-  });
+  visit_sums(*this, [&](std::span<double> sums) { call<kivsAdd_64f_I>(terms[next++].data(), sums, sums.size()); });
 }
 
 void Statistics::write(const std::filesystem::path& file) const {
