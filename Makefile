@@ -4,7 +4,7 @@ MAKEFLAGS += --no-print-directory
 SHELL := /bin/bash
 .SHELLFLAGS := -o pipefail -c
 
-.PHONY: demo test check bench docs install format clean
+.PHONY: demo test check check-threads check-reference check-clang check-tidy bench docs install format clean
 
 demo:
 	@scripts/setup
@@ -23,18 +23,27 @@ test:
 	  ctest --test-dir build/$$preset --output-on-failure -j$(JOBS) || exit 1; \
 	done
 
-# What the test command does not cover: another compiler, threads, static analysis, the reference.
-check:
-	@scripts/setup check docs
-	@for preset in clang tsan; do \
-	  echo "== $$preset"; \
-	  cmake --preset $$preset >/dev/null && cmake --build --preset $$preset -j$(JOBS) | scripts/progress && \
-	  ctest --test-dir build/$$preset --output-on-failure -j$(JOBS) || exit 1; \
-	done
-	@echo "== clang-tidy"
+# What the test command does not cover.
+check: check-threads check-reference check-clang check-tidy
+
+# The library's tests, objects shared by threads among them, under the thread sanitizer.
+check-threads:
+	@scripts/setup
+	@cmake --preset tsan >/dev/null && cmake --build --preset tsan -j$(JOBS) | scripts/progress
+	@ctest --test-dir build/tsan --output-on-failure -j$(JOBS)
+
+# Every public function documented, every parameter of it.
+check-reference: docs
+
+check-clang:
+	@scripts/setup check
+	@cmake --preset clang >/dev/null && cmake --build --preset clang -j$(JOBS) | scripts/progress
+	@ctest --test-dir build/clang --output-on-failure -j$(JOBS)
+
+check-tidy:
+	@scripts/setup check
+	@cmake --preset clang >/dev/null
 	@scripts/tidy build/clang $(JOBS)
-	@echo "== doxygen"
-	@mkdir -p build && doxygen docs/Doxyfile
 
 bench:
 	@scripts/setup bench

@@ -30,7 +30,7 @@ endif()
 function(kivsr_shared target name)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:kivsr_flags>)
   set_target_properties(${target} PROPERTIES OUTPUT_NAME ${name} SUFFIX ".so.5.2" LINKER_LANGUAGE C)
-  target_link_options(${target} PRIVATE -Wl,-soname,lib${name}.so.5.2 -Wl,-z,relro,-z,now
+  target_link_options(${target} PRIVATE -Wl,-soname,lib${name}.so.5.2 -Wl,-z,relro,-z,now,--as-needed
     $<$<NOT:$<BOOL:${KIVSR_SANITIZE}>>:-Wl,-z,defs>)
   target_include_directories(${target} INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)

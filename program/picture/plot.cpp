@@ -67,7 +67,6 @@ std::vector<double> ticks(Range range, int wanted) {
 
 Page::Page(int width, int height)
     : width_(width),
-      height_(height),
       surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height), cairo_surface_destroy),
       cairo_(cairo_create(surface_.get()), cairo_destroy) {
   if (cairo_status(cairo_.get()) != CAIRO_STATUS_SUCCESS) throw Fault("no memory for a picture of this size");

@@ -63,7 +63,6 @@ class Page {
   void text(double x, double y, const std::string& text, double align, double size, bool vertical = false);
 
   int width_;
-  int height_;
   std::unique_ptr<_cairo_surface, void (*)(_cairo_surface*)> surface_;
   std::unique_ptr<_cairo, void (*)(_cairo*)> cairo_;
 };
