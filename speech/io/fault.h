@@ -1,5 +1,6 @@
-// The one error type of the tools: thrown where a fault is met, caught in main, which prints its message as one line
-// and exits with status 2. The message is complete: it names the file or the option and says what is wrong with it.
+// What the speech library throws for files and settings that cannot be used, as a message of one line that is complete:
+// it names the file or the setting and says what is wrong with it. A library function that refuses a call throws
+// kivsr::Error instead: that is a mistake in the program, or no memory.
 #pragma once
 
 #include <stdexcept>
