@@ -1,0 +1,253 @@
+// Correlation coefficients, and the normalised cross-correlation of a frame with what follows it: D. Talkin, "A robust
+// algorithm for pitch tracking (RAPT)", in Speech Coding and Synthesis, 1995.
+#include "correlation.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+#include "frame/layout.h"
+#include "frame/scratch.h"
+#include "frame/status.h"
+#include "frame/transform.h"
+#include "kivsr/frontend/correlation.h"
+#include "vector/copy.h"
+#include "vector/dot_product.h"
+#include "vector/fft.h"
+
+namespace kivsr {
+namespace {
+
+using V = simd::Vec<float>;
+constexpr std::ptrdiff_t W = V::width;
+
+// --- two vectors ----------------------------------------------------------------------------------------------------
+
+double product_sum(const Kiv32f* a, const Kiv32f* b, int len) { return dot_product<double>(a, b, len); }
+double product_sum(const Kiv16s* a, const Kiv16s* b, int len) {
+  return static_cast<double>(exact_dot_product(a, b, len));
+}
+
+template <class S>
+KivStatus coefficient(const S* a, const S* b, int len, float* result) {
+  return run(first_failure(not_null(a, b, result), positive(len)), [&] {
+    const double energies = product_sum(a, a, len) * product_sum(b, b, len);
+    // min and max in this order let a NaN through.
+    const double r = product_sum(a, b, len) / std::sqrt(energies);
+    const bool zero = energies == 0.0;
+    *result = zero ? std::numeric_limits<float>::quiet_NaN() : static_cast<float>(std::min(std::max(r, -1.0), 1.0));
+    return zero ? kivStatusDivByZero : kivStatusOk;
+  });
+}
+
+template <class S>
+KivStatus coefficient_over(const S* a, const S* b, int len, float val, float* result) {
+  const bool usable = val < 0.0F || val > 0.0F;
+  return run(first_failure(not_null(a, b, result), positive(len), require(usable, kivStatusOutOfRange)),
+             [&] { *result = static_cast<float>(product_sum(a, b, len) / static_cast<double>(val)); });
+}
+
+// --- many lags ------------------------------------------------------------------------------------------------------
+
+// So many products are summed in a register before they join the total of their lag.
+constexpr std::ptrdiff_t kBlock = 128;
+
+// r[k] = sum of x[n] y[n + k], k < kVectors W: lanes are lags, so that nothing is added across lanes and the order of a
+// sum depends on len alone.
+template <int kVectors>
+[[gnu::always_inline]] inline void lag_sums(float* r, const float* x, const float* y, std::ptrdiff_t len) {
+  V totals[kVectors];
+  std::fill(totals, totals + kVectors, V::zero());
+  for (std::ptrdiff_t start = 0; start < len; start += kBlock) {
+    V sums[kVectors];
+    std::fill(sums, sums + kVectors, V::zero());
+    const std::ptrdiff_t end = std::min(len, start + kBlock);
+    for (std::ptrdiff_t n = start; n < end; ++n) {
+      const V now = V::broadcast(x[n]);
+#pragma GCC unroll 8
+      for (int v = 0; v < kVectors; ++v) sums[v] = mul_add(now, simd::load<float>(y + n + v * W), sums[v]);
+    }
+#pragma GCC unroll 8
+    for (int v = 0; v < kVectors; ++v) totals[v] = totals[v] + sums[v];
+  }
+#pragma GCC unroll 8
+  for (int v = 0; v < kVectors; ++v) simd::store(r + v * W, totals[v]);
+}
+
+// Fewer lags than a vector has lanes.
+void few_lag_sums(float* r, const float* x, const float* y, std::ptrdiff_t len, int lags) {
+  V total = V::zero();
+  for (std::ptrdiff_t start = 0; start < len; start += kBlock) {
+    V sum = V::zero();
+    const std::ptrdiff_t end = std::min(len, start + kBlock);
+    for (std::ptrdiff_t n = start; n < end; ++n) {
+      sum = mul_add(V::broadcast(x[n]), simd::load_some<float>(y + n, lags), sum);
+    }
+    total = total + sum;
+  }
+  simd::store_some(r, total, lags);
+}
+
+void direct_sums(float* r, const float* x, const float* y, std::ptrdiff_t len, std::ptrdiff_t lags) {
+  if (lags < W) return few_lag_sums(r, x, y, len, static_cast<int>(lags));
+  constexpr int kTile = simd::kAccumulators;
+  std::ptrdiff_t k = 0;
+  for (; k + kTile * W <= lags; k += kTile * W) lag_sums<kTile>(r + k, x, y + k, len);
+  for (; k + 2 * W <= lags; k += 2 * W) lag_sums<2>(r + k, x, y + k, len);
+  for (; k + W <= lags; k += W) lag_sums<1>(r + k, x, y + k, len);
+  if (k < lags) lag_sums<1>(r + lags - W, x, y + lags - W, len);
+}
+
+// From this many products on the sums go through the FFT.
+constexpr std::int64_t kFftProducts = std::int64_t{1} << 20;
+
+// The inverse transform of the product of spectra. y has len + lags - 1 samples, which is as long as the circle must
+// be for its ends not to meet.
+KivStatus fft_sums(float* r, const float* x, const float* y, std::ptrdiff_t len, std::ptrdiff_t lags) {
+  const std::ptrdiff_t reach = len + lags - 1;
+  int order = 1;
+  while ((std::int64_t{1} << order) < reach) ++order;
+  if (order > fft::kMaximumOrder) return kivStatusNoMemory;
+  const fft::Sizes sizes = fft::sizes<KivsFFTSpec_R_32f>(order);
+  const std::ptrdiff_t circle = std::ptrdiff_t{1} << order;
+  Layout layout;
+  const auto object = layout.add<char>(sizes.object);
+  const auto work = layout.add<char>(std::max(sizes.work, sizes.construction));
+  const auto frame = layout.add<float>(static_cast<std::size_t>(circle));
+  const auto rest = layout.add<float>(static_cast<std::size_t>(circle));
+  if (layout.overflow()) return kivStatusNoMemory;
+  Scratch<char> block(layout.bytes());
+  if (!block) return kivStatusNoMemory;
+  void* const area = work.in(block.data());
+  const auto& transform = *fft::construct<KivsFFTSpec_R_32f>(object.in(block.data()), area, order, kivFftScaleInverse);
+  const auto spectrum = [&](float* buffer, const float* samples, std::ptrdiff_t count) {
+    copy(buffer, samples, count);
+    zero(buffer + count, circle - count);
+    fft::forward(buffer, buffer, transform, area, fft::Spectrum::kPack);
+    return buffer;
+  };
+  float* const product = spectrum(frame.in(block.data()), x, len);
+  fft::multiply_pack_conjugate(spectrum(rest.in(block.data()), y, reach), product, circle);
+  fft::inverse(product, product, transform, area);
+  copy(r, product, lags);
+  return kivStatusOk;
+}
+
+double square(float x) { return static_cast<double>(x) * static_cast<double>(x); }
+
+// Sums of squares of every window of len samples, visited as (k, energy of y[k] .. y[k + len - 1]). Nothing is ever
+// subtracted: a window is what is left of one stretch of len samples, summed backwards beforehand, and what it has
+// reached of the next, summed forwards. behind has room for min(len, windows) sums.
+template <class Visit>
+void window_energies(const float* y, std::ptrdiff_t len, std::ptrdiff_t windows, double* behind, Visit visit) {
+  for (std::ptrdiff_t start = 0; start < windows; start += len) {
+    const std::ptrdiff_t count = std::min(len, windows - start);
+    double sum = 0.0;
+    for (std::ptrdiff_t i = len; i-- > count;) sum += square(y[start + i]);
+    for (std::ptrdiff_t i = count; i-- > 0;) behind[i] = sum += square(y[start + i]);
+    double ahead = 0.0;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+      visit(start + i, behind[i] + ahead);
+      if (start + i + 1 < windows) ahead += square(y[start + len + i]);
+    }
+  }
+}
+
+KivStatus products(float* r, const float* x, const float* y, std::ptrdiff_t len, std::ptrdiff_t lags) {
+  if (std::int64_t{len} * lags >= kFftProducts) return fft_sums(r, x, y, len, lags);
+  direct_sums(r, x, y, len, lags);
+  return kivStatusOk;
+}
+
+// Products are divided by the roots of energies, in double precision.
+void normalise(float* r, const double* energies, double first, std::ptrdiff_t lags) {
+  using D = simd::Vec<double>;
+  const D energy_of_frame = D::broadcast(first);
+  const D most = D::broadcast(1.0);
+  const D least = D::broadcast(-1.0);
+  // The constant in front lets a NaN through.
+  transform<double>(
+      lags,
+      [&](D product, D energy) {
+        const D both = energy_of_frame * energy;
+        const D coefficient = min(most, max(least, product / simd::sqrt(both)));
+        return simd::select(both == D::zero(), D::zero(), coefficient);
+      },
+      r, r, energies);
+}
+
+}  // namespace
+
+KivStatus lag_coefficients(float* r, const float* x, std::ptrdiff_t len, std::ptrdiff_t min_lag, std::ptrdiff_t lags,
+                           bool& zero_energy) {
+  assert(len >= 1 && min_lag >= 0 && lags >= 1);
+  const float* const y = x + min_lag;
+  Scratch<double, 512> behind(static_cast<std::size_t>(std::min(len, lags)));
+  if (!behind) return kivStatusNoMemory;
+  if (const KivStatus status = products(r, x, y, len, lags); status != kivStatusOk) return status;
+  const double first = dot_product<double>(x, x, len);
+  zero_energy = first == 0.0;
+  constexpr std::ptrdiff_t kSome = 64;
+  double some[kSome];
+  window_energies(y, len, lags, behind.data(), [&](std::ptrdiff_t k, double energy) {
+    some[k % kSome] = energy;
+    zero_energy = zero_energy || energy == 0.0;
+    const std::ptrdiff_t filled = k % kSome + 1;
+    if (filled == kSome || k + 1 == lags) normalise(r + k + 1 - filled, some, first, filled);
+  });
+  return kivStatusOk;
+}
+
+KivStatus lag_coefficients(float* r, const Kiv16s* x, std::ptrdiff_t len, std::ptrdiff_t min_lag, std::ptrdiff_t lags,
+                           bool& zero_energy) {
+  const std::ptrdiff_t samples = len + min_lag + lags - 1;
+  Scratch<float> converted(static_cast<std::size_t>(samples));
+  if (!converted) return kivStatusNoMemory;
+  transform<float>(
+      samples, [](V v) { return v; }, converted.data(), x);
+  return lag_coefficients(r, converted.data(), len, min_lag, lags, zero_energy);
+}
+
+namespace {
+
+template <class S>
+KivStatus lag_coefficients_of(const S* src, int len, int min_lag, int max_lag, float* dst) {
+  const bool range = min_lag >= 0 && max_lag >= min_lag;
+  return run(first_failure(not_null(src, dst), positive(len), require(range, kivStatusOutOfRange)), [&] {
+    bool zero_energy = false;
+    const std::ptrdiff_t lags = std::ptrdiff_t{max_lag} - min_lag + 1;
+    const KivStatus status = lag_coefficients(dst, src, len, min_lag, lags, zero_energy);
+    return status == kivStatusOk && zero_energy ? kivStatusDivByZero : status;
+  });
+}
+
+}  // namespace
+}  // namespace kivsr
+
+extern "C" {
+using namespace kivsr;
+
+KivStatus kivsCrossCorrCoeff_32f(const Kiv32f* pSrc1, const Kiv32f* pSrc2, int len, Kiv32f* pResult) {
+  return coefficient(pSrc1, pSrc2, len, pResult);
+}
+KivStatus kivsCrossCorrCoeff_16s32f(const Kiv16s* pSrc1, const Kiv16s* pSrc2, int len, Kiv32f* pResult) {
+  return coefficient(pSrc1, pSrc2, len, pResult);
+}
+KivStatus kivsCrossCorrCoeffPartial_32f(const Kiv32f* pSrc1, const Kiv32f* pSrc2, int len, Kiv32f val,
+                                        Kiv32f* pResult) {
+  return coefficient_over(pSrc1, pSrc2, len, val, pResult);
+}
+KivStatus kivsCrossCorrCoeffPartial_16s32f(const Kiv16s* pSrc1, const Kiv16s* pSrc2, int len, Kiv32f val,
+                                           Kiv32f* pResult) {
+  return coefficient_over(pSrc1, pSrc2, len, val, pResult);
+}
+
+KivStatus kivsCrossCorrCoeffLag_32f(const Kiv32f* pSrc, int len, int minLag, int maxLag, Kiv32f* pDst) {
+  return lag_coefficients_of(pSrc, len, minLag, maxLag, pDst);
+}
+KivStatus kivsCrossCorrCoeffLag_16s32f(const Kiv16s* pSrc, int len, int minLag, int maxLag, Kiv32f* pDst) {
+  return lag_coefficients_of(pSrc, len, minLag, maxLag, pDst);
+}
+}
