@@ -51,51 +51,55 @@ KivStatus coefficient_over(const S* a, const S* b, int len, float val, float* re
 
 // --- many lags ------------------------------------------------------------------------------------------------------
 
-// So many products are summed in a register before they join the total of their lag.
+// So many products are summed in registers before they join the total of their lag.
 constexpr std::ptrdiff_t kBlock = 128;
+// Samples in even and in odd places are summed apart, so that a few lags do not wait for each other.
+constexpr int kStreams = 2;
+constexpr int kTile = simd::kAccumulators / kStreams;
 
 // r[k] = sum of x[n] y[n + k], k < kVectors W: lanes are lags, so that nothing is added across lanes and the order of a
 // sum depends on len alone.
-template <int kVectors>
-[[gnu::always_inline]] inline void lag_sums(float* r, const float* x, const float* y, std::ptrdiff_t len) {
-  V totals[kVectors];
+template <int kVectors, class Load>
+[[gnu::always_inline]] inline void lag_sums(V (&totals)[kVectors], const float* x, const float* y, std::ptrdiff_t len,
+                                            Load load) {
   std::fill(totals, totals + kVectors, V::zero());
   for (std::ptrdiff_t start = 0; start < len; start += kBlock) {
-    V sums[kVectors];
-    std::fill(sums, sums + kVectors, V::zero());
-    const std::ptrdiff_t end = std::min(len, start + kBlock);
-    for (std::ptrdiff_t n = start; n < end; ++n) {
+    V sums[kStreams][kVectors];
+    for (auto& stream : sums) std::fill(stream, stream + kVectors, V::zero());
+    const auto add = [&](V(&stream)[kVectors], std::ptrdiff_t n) {
       const V now = V::broadcast(x[n]);
 #pragma GCC unroll 8
-      for (int v = 0; v < kVectors; ++v) sums[v] = mul_add(now, simd::load<float>(y + n + v * W), sums[v]);
+      for (int v = 0; v < kVectors; ++v) stream[v] = mul_add(now, load(y + n + v * W), stream[v]);
+    };
+    const std::ptrdiff_t end = std::min(len, start + kBlock);
+    std::ptrdiff_t n = start;
+    for (; n + kStreams <= end; n += kStreams) {
+      add(sums[0], n);
+      add(sums[1], n + 1);
     }
+    if (n < end) add(sums[0], n);
 #pragma GCC unroll 8
-    for (int v = 0; v < kVectors; ++v) totals[v] = totals[v] + sums[v];
+    for (int v = 0; v < kVectors; ++v) totals[v] = totals[v] + (sums[0][v] + sums[1][v]);
   }
+}
+
+template <int kVectors>
+void lag_sums(float* r, const float* x, const float* y, std::ptrdiff_t len) {
+  V totals[kVectors];
+  lag_sums(totals, x, y, len, [](const float* p) { return simd::load<float>(p); });
 #pragma GCC unroll 8
   for (int v = 0; v < kVectors; ++v) simd::store(r + v * W, totals[v]);
 }
 
-// Fewer lags than a vector has lanes.
-void few_lag_sums(float* r, const float* x, const float* y, std::ptrdiff_t len, int lags) {
-  V total = V::zero();
-  for (std::ptrdiff_t start = 0; start < len; start += kBlock) {
-    V sum = V::zero();
-    const std::ptrdiff_t end = std::min(len, start + kBlock);
-    for (std::ptrdiff_t n = start; n < end; ++n) {
-      sum = mul_add(V::broadcast(x[n]), simd::load_some<float>(y + n, lags), sum);
-    }
-    total = total + sum;
-  }
-  simd::store_some(r, total, lags);
-}
-
 void direct_sums(float* r, const float* x, const float* y, std::ptrdiff_t len, std::ptrdiff_t lags) {
-  if (lags < W) return few_lag_sums(r, x, y, len, static_cast<int>(lags));
-  constexpr int kTile = simd::kAccumulators;
+  if (lags < W) {
+    const int few = static_cast<int>(lags);
+    V total[1];
+    lag_sums(total, x, y, len, [=](const float* p) { return simd::load_some<float>(p, few); });
+    return simd::store_some(r, total[0], few);
+  }
   std::ptrdiff_t k = 0;
   for (; k + kTile * W <= lags; k += kTile * W) lag_sums<kTile>(r + k, x, y + k, len);
-  for (; k + 2 * W <= lags; k += 2 * W) lag_sums<2>(r + k, x, y + k, len);
   for (; k + W <= lags; k += W) lag_sums<1>(r + k, x, y + k, len);
   if (k < lags) lag_sums<1>(r + lags - W, x, y + lags - W, len);
 }
@@ -137,21 +141,34 @@ KivStatus fft_sums(float* r, const float* x, const float* y, std::ptrdiff_t len,
 
 double square(float x) { return static_cast<double>(x) * static_cast<double>(x); }
 
-// Sums of squares of every window of len samples, visited as (k, energy of y[k] .. y[k + len - 1]). Nothing is ever
-// subtracted: a window is what is left of one stretch of len samples, summed backwards beforehand, and what it has
-// reached of the next, summed forwards. behind has room for min(len, windows) sums.
-template <class Visit>
-void window_energies(const float* y, std::ptrdiff_t len, std::ptrdiff_t windows, double* behind, Visit visit) {
+// visit(i, sum of the squares of y[0] .. y[i * step]) for i < count, four additions deep a turn of four: what waits
+// for the turn before is one addition.
+template <int step, class Visit>
+void running_squares(const float* y, std::ptrdiff_t count, double sum, Visit visit) {
+  std::ptrdiff_t i = 0;
+  for (; i + 4 <= count; i += 4) {
+    const double one = square(y[i * step]);
+    const double two = one + square(y[(i + 1) * step]);
+    const double three = two + square(y[(i + 2) * step]);
+    const double four = three + square(y[(i + 3) * step]);
+    visit(i, sum + one);
+    visit(i + 1, sum + two);
+    visit(i + 2, sum + three);
+    visit(i + 3, sum += four);
+  }
+  for (; i < count; ++i) visit(i, sum += square(y[i * step]));
+}
+
+// energies[k] = sum of the squares of y[k] .. y[k + len - 1]. Nothing is ever subtracted: a window is what is left of
+// one stretch of len samples, summed backwards, and what it has reached of the next, summed forwards.
+void window_energies(double* energies, const float* y, std::ptrdiff_t len, std::ptrdiff_t windows) {
   for (std::ptrdiff_t start = 0; start < windows; start += len) {
     const std::ptrdiff_t count = std::min(len, windows - start);
-    double sum = 0.0;
-    for (std::ptrdiff_t i = len; i-- > count;) sum += square(y[start + i]);
-    for (std::ptrdiff_t i = count; i-- > 0;) behind[i] = sum += square(y[start + i]);
-    double ahead = 0.0;
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-      visit(start + i, behind[i] + ahead);
-      if (start + i + 1 < windows) ahead += square(y[start + len + i]);
-    }
+    double* const sums = energies + start;
+    const float* const next = y + start + count;
+    const double rest = dot_product<double>(next, next, len - count);
+    running_squares<-1>(next - 1, count, rest, [=](std::ptrdiff_t i, double sum) { sums[count - 1 - i] = sum; });
+    running_squares<1>(y + start + len, count - 1, 0.0, [=](std::ptrdiff_t i, double sum) { sums[i + 1] += sum; });
   }
 }
 
@@ -161,21 +178,25 @@ KivStatus products(float* r, const float* x, const float* y, std::ptrdiff_t len,
   return kivStatusOk;
 }
 
-// Products are divided by the roots of energies, in double precision.
-void normalise(float* r, const double* energies, double first, std::ptrdiff_t lags) {
+// Products are divided by the roots of energies, in double precision. True if an energy is zero.
+bool normalise(float* r, const double* energies, double first, std::ptrdiff_t lags) {
   using D = simd::Vec<double>;
   const D energy_of_frame = D::broadcast(first);
   const D most = D::broadcast(1.0);
   const D least = D::broadcast(-1.0);
-  // The constant in front lets a NaN through.
+  auto zero = D::zero() > D::zero();
   transform<double>(
       lags,
       [&](D product, D energy) {
         const D both = energy_of_frame * energy;
+        const auto nothing = both == D::zero();
+        zero = zero | nothing;
+        // The constant in front lets a NaN through.
         const D coefficient = min(most, max(least, product / simd::sqrt(both)));
-        return simd::select(both == D::zero(), D::zero(), coefficient);
+        return simd::select(nothing, D::zero(), coefficient);
       },
       r, r, energies);
+  return simd::any(zero);
 }
 
 }  // namespace
@@ -184,19 +205,11 @@ KivStatus lag_coefficients(float* r, const float* x, std::ptrdiff_t len, std::pt
                            bool& zero_energy) {
   assert(len >= 1 && min_lag >= 0 && lags >= 1);
   const float* const y = x + min_lag;
-  Scratch<double, 512> behind(static_cast<std::size_t>(std::min(len, lags)));
-  if (!behind) return kivStatusNoMemory;
+  Scratch<double, 1024> energies(static_cast<std::size_t>(lags));
+  if (!energies) return kivStatusNoMemory;
   if (const KivStatus status = products(r, x, y, len, lags); status != kivStatusOk) return status;
-  const double first = dot_product<double>(x, x, len);
-  zero_energy = first == 0.0;
-  constexpr std::ptrdiff_t kSome = 64;
-  double some[kSome];
-  window_energies(y, len, lags, behind.data(), [&](std::ptrdiff_t k, double energy) {
-    some[k % kSome] = energy;
-    zero_energy = zero_energy || energy == 0.0;
-    const std::ptrdiff_t filled = k % kSome + 1;
-    if (filled == kSome || k + 1 == lags) normalise(r + k + 1 - filled, some, first, filled);
-  });
+  window_energies(energies.data(), y, len, lags);
+  zero_energy = normalise(r, energies.data(), dot_product<double>(x, x, len), lags);
   return kivStatusOk;
 }
 

@@ -72,8 +72,7 @@ KIVSR_API KivStatus kivsCrossCorrCoeffPartial_16s32f(const Kiv16s* pSrc1, const 
  * their products to the range of single precision. A NaN or an infinity gives NaN at the lags that meet it, through
  * the FFT at all.
  *
- * Takes memory from the allocator for the 16s form, for frames above 512 samples with more than 512 lags, and for the
- * FFT.
+ * Takes memory from the allocator for the 16s form, for more than 1024 lags, and for the FFT.
  * @param[in] pSrc len + maxLag samples
  * @param[in] len samples of the frame
  * @param[in] minLag smallest lag, at least 0
