@@ -229,6 +229,7 @@ class Placed {
 
 using FilterBank32s = Placed<KivsFBankState_32s>;
 using VoiceDetector = Placed<KivsVADState_Aurora>;
+using HighBandReduction = Placed<KivsHighBandState_Aurora>;
 using Mcra32f = Placed<KivsMCRAState_32f>;
 using Mcra32s = Placed<KivsMCRAState_32s>;
 

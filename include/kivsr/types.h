@@ -115,6 +115,7 @@ typedef struct KivsDCTLifterState_16s KivsDCTLifterState_16s;
 typedef struct KivsCdbkState_32f KivsCdbkState_32f;
 typedef struct KivsCdbkState_16s KivsCdbkState_16s;
 typedef struct KivsVADState_Aurora KivsVADState_Aurora;
+typedef struct KivsHighBandState_Aurora KivsHighBandState_Aurora;
 typedef struct KivsMCRAState_32f KivsMCRAState_32f;
 typedef struct KivsMCRAState_32s KivsMCRAState_32s;
 /** @} */

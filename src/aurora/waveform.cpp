@@ -1,0 +1,195 @@
+// Waveform processing of the advanced front end (ETSI ES 202 050, clause 5.2): smoothed Teager energies, their pulses,
+// and weights that are larger behind a pulse than before the next one.
+#include "kivsr/aurora/waveform.h"
+
+#include <algorithm>
+#include <cassert>
+#include <iterator>
+#include <limits>
+
+#include "frame/rounding_mode.h"
+#include "frame/scale.h"
+#include "frame/status.h"
+#include "frame/transform.h"
+
+namespace kivsr {
+namespace {
+
+using Doubles = simd::Vec<double>;
+
+constexpr int kFrame = 200;
+constexpr int kReach = 4;  // of the sum of nine, to either side
+constexpr int kNearest = 25;
+constexpr int kFarthest = 79;
+constexpr int kMostPulses = kFrame / kNearest + 1;
+constexpr double kLeastEnergy = 100.0;
+static_assert(kFrame % Doubles::width == 0);
+
+template <class T>
+double energy_of(const T* x) {
+  const auto add_square = [](Doubles sum, Doubles v) { return mul_add(v, v, sum); };
+  return reduce_sum<double>(kFrame, add_square, x);
+}
+
+// A pulse needs no more than this; larger energies of floats would leave the integers of double precision.
+constexpr double kMostEnergy = 0x1p50;
+
+// The sums of nine neighbours' rounded energies, less than nothing outside the frame. Products of two samples are exact
+// in double precision, and so are the sums of integers.
+class Energies {
+ public:
+  template <class T>
+  explicit Energies(const T* x) {
+    double quarters[kFrame + 2 * kReach + Doubles::width];
+    double* const q = quarters + kReach;
+    T padded[kFrame + 2];
+    std::copy(x, x + kFrame, padded + 1);
+    padded[0] = x[0];
+    padded[kFrame + 1] = x[kFrame - 1];
+    const Doubles quarter = Doubles::broadcast(0.25);
+    const Doubles half = Doubles::broadcast(0.5);
+    const Doubles most = Doubles::broadcast(kMostEnergy);
+    for (int i = 0; i < kFrame; i += Doubles::width) {
+      const Doubles here = simd::load<double>(padded + i + 1);
+      const Doubles neighbours = simd::load<double>(padded + i) * simd::load<double>(padded + i + 2);
+      store(q + i, floor(min(abs(here * here - neighbours) * quarter + half, most)));
+    }
+    std::fill(quarters, q, q[0]);
+    std::fill(q + kFrame, std::end(quarters), q[kFrame - 1]);
+    std::fill(sums_, sums_ + kFarthest, -1.0);
+    add_neighbours(quarters);
+    std::fill(sums_ + kFarthest + kFrame, std::end(sums_), -1.0);
+  }
+
+  // The first maximum, or -1 if nothing is above zero.
+  int first_maximum() const {
+    const double* const s = sums_ + kFarthest;
+    Doubles most = Doubles::zero();
+    for (int i = 0; i < kFrame; i += Doubles::width) most = max(simd::load<double>(s + i), most);
+    const double largest = max_lanes(most);
+    if (!(largest > 0.0)) return -1;
+    return static_cast<int>(std::find(s, s + kFrame, largest) - s);
+  }
+  // The maximum among those of kNearest to kFarthest places to the right or left that are in the frame, the farthest of
+  // equals. There is one.
+  int next_right(int pulse) const {
+    assert(pulse >= 0 && pulse + kNearest < kFrame);
+    const double* const s = sums_ + kFarthest;
+    const double largest = largest_of(s + pulse + kNearest);
+    int i = std::min(pulse + kFarthest, kFrame - 1);
+    while (s[i] != largest) --i;
+    return i;
+  }
+  int next_left(int pulse) const {
+    assert(pulse > kNearest && pulse < kFrame);
+    const double* const s = sums_ + kFarthest;
+    const double largest = largest_of(s + pulse - kFarthest);
+    int i = std::max(pulse - kFarthest, 0);
+    while (s[i] != largest) ++i;
+    return i;
+  }
+
+ private:
+  static constexpr int kWindow = kFarthest - kNearest + 1;
+
+  static double largest_of(const double* window) {
+    Doubles most = simd::load<double>(window + kWindow - Doubles::width);
+    for (int i = 0; i + Doubles::width <= kWindow; i += Doubles::width) {
+      most = max(simd::load<double>(window + i), most);
+    }
+    return max_lanes(most);
+  }
+
+  // In powers of two: pairs, fours, eights, nine.
+  void add_neighbours(const double* q) {
+    double pairs[kFrame + 8];
+    double fours[kFrame + 4];
+    for (int i = 0; i < kFrame + 8; i += Doubles::width) {
+      store(pairs + i, simd::load<double>(q + i) + simd::load<double>(q + i + 1));
+    }
+    for (int i = 0; i < kFrame + 4; i += Doubles::width) {
+      store(fours + i, simd::load<double>(pairs + i) + simd::load<double>(pairs + i + 2));
+    }
+    for (int i = 0; i < kFrame; i += Doubles::width) {
+      const Doubles eight = simd::load<double>(fours + i) + simd::load<double>(fours + i + 4);
+      store(sums_ + kFarthest + i, eight + simd::load<double>(q + i + 8));
+    }
+  }
+
+  double sums_[kFarthest + kFrame + kFarthest];
+};
+
+// The pulses of a frame from left to right.
+class Pulses {
+ public:
+  explicit Pulses(const Energies& energies) {
+    const int first = energies.first_maximum();
+    if (first < 0) return;
+    int left[kMostPulses];
+    int lefts = 0;
+    for (int p = first; p > kNearest;) left[lefts++] = p = energies.next_left(p);
+    std::reverse_copy(left, left + lefts, places_);
+    places_[lefts] = first;
+    count_ = lefts + 1;
+    for (int p = first; p + kNearest < kFrame;) places_[count_++] = p = energies.next_right(p);
+    assert(count_ <= kMostPulses);
+  }
+
+  // visit(begin, end) for what lies right behind each pulse.
+  template <class Visit>
+  void each_interval(Visit visit) const {
+    if (count_ < 2) return;
+    for (int k = 0; k < count_; ++k) {
+      const int last = std::min(k, count_ - 2);
+      const int gap = places_[last + 1] - places_[last];
+      const int begin = places_[k] - kReach;
+      visit(std::max(begin, 0), std::min(begin + (4 * gap + 4) / 5, kFrame));
+    }
+  }
+
+ private:
+  int places_[kMostPulses];
+  int count_ = 0;
+};
+
+// dst[i] = src[i] times the weights of both of its sides.
+void weigh(const float* weights, const float* src, float* dst) {
+  transform<float>(
+      kFrame, [](auto x, auto a, auto b) { return x * (a + b); }, dst, src, weights, weights + 1);
+}
+
+void weigh(const float* weights, const Kiv16s* src, Kiv16s* dst) {
+  // Fifths lie a tenth or more from a tie, much more than the product's rounding.
+  transform<float>(
+      kFrame, [](auto x, auto a, auto b) { return round_to_integer(x * (a + b)); }, dst, src, weights, weights + 1);
+}
+
+template <class T>
+void process(const T* src, T* dst) {
+  const NearestRounding nearest;
+  const double energy = energy_of(src);
+  if (!(energy >= kLeastEnergy && energy <= std::numeric_limits<double>::max())) {
+    std::copy(src, src + kFrame, dst);
+    return;
+  }
+  float weights[kFrame + 1];
+  std::fill(weights, std::end(weights), 0.4F);
+  Pulses(Energies(src)).each_interval([&](int begin, int end) { std::fill(weights + begin, weights + end, 0.6F); });
+  weights[kFrame] = weights[kFrame - 1];
+  weigh(weights, src, dst);
+}
+
+template <class T>
+KivStatus process_checked(const T* src, T* dst) {
+  return run(not_null(src, dst), [&] { process(src, dst); });
+}
+
+}  // namespace
+}  // namespace kivsr
+
+extern "C" {
+KivStatus kivsWaveProcessing_Aurora_32f(const Kiv32f* pSrc, Kiv32f* pDst) { return kivsr::process_checked(pSrc, pDst); }
+KivStatus kivsWaveProcessing_Aurora_32f_I(Kiv32f* pSrcDst) { return kivsr::process_checked(pSrcDst, pSrcDst); }
+KivStatus kivsWaveProcessing_Aurora_16s(const Kiv16s* pSrc, Kiv16s* pDst) { return kivsr::process_checked(pSrc, pDst); }
+KivStatus kivsWaveProcessing_Aurora_16s_I(Kiv16s* pSrcDst) { return kivsr::process_checked(pSrcDst, pSrcDst); }
+}
