@@ -47,38 +47,83 @@ struct EnhanceCommand {
 
  private:
   std::vector<std::unique_ptr<Enhancer>> enhancers(const AudioReader& reader) const;
-  AudioChannels reference_for(const AudioChannels& audio) const;
 };
 
-AudioChannels EnhanceCommand::reference_for(const AudioChannels& audio) const {
-  AudioChannels reference = read_audio_channels(reference_file, raw);
-  if (reference.sample_rate != audio.sample_rate) {
-    throw Fault(reference_file + ": has " + std::to_string(reference.sample_rate) + " Hz, the input " +
-                std::to_string(audio.sample_rate));
-  }
-  if (reference.channels.size() != audio.channels.size()) {
-    throw Fault(reference_file + ": has " + std::to_string(reference.channels.size()) + " channels, the input " +
-                std::to_string(audio.channels.size()));
-  }
-  if (reference.channels.front().size() != audio.channels.front().size()) {
-    throw Fault(reference_file + ": has " + std::to_string(reference.channels.front().size()) + " samples, the input " +
-                std::to_string(audio.channels.front().size()));
-  }
-  return reference;
-}
+using Block = std::span<const std::vector<float>>;  // a vector a channel
 
-// The mean over the channels whose reference is not silent.
-double mean_segmental_snr(const AudioChannels& reference, const AudioChannels& audio) {
-  double sum = 0.0;
-  int count = 0;
-  for (std::size_t channel = 0; channel < audio.channels.size(); ++channel) {
-    const double snr = segmental_snr(reference.channels[channel], audio.channels[channel], audio.sample_rate);
-    if (std::isnan(snr)) continue;
-    sum += snr;
-    ++count;
+// The ratios of the input and of the output to the reference, which is read along with them.
+class Comparison {
+ public:
+  Comparison(const std::string& file, const RawFormat& raw, const AudioReader& input)
+      : file_(file), reader_(file, raw) {
+    if (reader_.sample_rate() != input.sample_rate()) {
+      throw Fault(file + ": has " + std::to_string(reader_.sample_rate()) + " Hz, the input " +
+                  std::to_string(input.sample_rate()));
+    }
+    if (reader_.channels() != input.channels()) {
+      throw Fault(file + ": has " + std::to_string(reader_.channels()) + " channels, the input " +
+                  std::to_string(input.channels()));
+    }
+    const SegmentalSnr none(input.sample_rate());
+    before_.assign(static_cast<std::size_t>(input.channels()), none);
+    after_ = before_;
   }
-  return count == 0 ? std::numeric_limits<double>::quiet_NaN() : sum / count;
-}
+
+  void push_input(Block input) {
+    while (reader_.samples() < samples_ + static_cast<std::int64_t>(input.front().size()) && read()) {
+    }
+    samples_ += static_cast<std::int64_t>(input.front().size());
+    for (std::size_t i = 0; i < before_.size(); ++i) before_[i].push_signal(input[i]);
+  }
+  void push_output(Block output) {
+    for (std::size_t i = 0; i < after_.size(); ++i) after_[i].push_signal(output[i]);
+  }
+  // Throws Fault for a reference of another length, or without sound.
+  void finish() {
+    while (reader_.samples() <= samples_ && read()) {
+    }
+    if (reader_.samples() != samples_) {
+      while (read()) {
+      }
+      throw Fault(file_ + ": has " + std::to_string(reader_.samples()) + " samples, the input " +
+                  std::to_string(samples_));
+    }
+    before = mean(before_);
+    after = mean(after_);
+    if (std::isnan(before)) throw Fault(file_ + ": is silent");
+  }
+
+  double before = 0.0;
+  double after = 0.0;
+
+ private:
+  bool read() {
+    const Block reference = reader_.read();
+    for (std::size_t i = 0; i < reference.size(); ++i) {
+      before_[i].push_reference(reference[i]);
+      after_[i].push_reference(reference[i]);
+    }
+    return !reference.empty();
+  }
+  // Over the channels whose reference is not silent.
+  static double mean(std::vector<SegmentalSnr>& channels) {
+    double sum = 0.0;
+    int count = 0;
+    for (SegmentalSnr& channel : channels) {
+      const double ratio = channel.finish();
+      if (std::isnan(ratio)) continue;
+      sum += ratio;
+      ++count;
+    }
+    return count == 0 ? std::numeric_limits<double>::quiet_NaN() : sum / count;
+  }
+
+  std::string file_;
+  AudioReader reader_;
+  std::vector<SegmentalSnr> before_;
+  std::vector<SegmentalSnr> after_;
+  std::int64_t samples_ = 0;
+};
 
 std::vector<std::unique_ptr<Enhancer>> EnhanceCommand::enhancers(const AudioReader& reader) const {
   std::vector<std::unique_ptr<Enhancer>> result;
@@ -90,24 +135,19 @@ std::vector<std::unique_ptr<Enhancer>> EnhanceCommand::enhancers(const AudioRead
   return result;
 }
 
-void append(std::span<const std::vector<float>> block, AudioChannels& audio) {
-  audio.channels.resize(block.size());
-  for (std::size_t channel = 0; channel < block.size(); ++channel) {
-    audio.channels[channel].insert(audio.channels[channel].end(), block[channel].begin(), block[channel].end());
-  }
-}
-
-// Block by block; only a reference and a picture need the whole sound at once.
 void EnhanceCommand::run() const {
   check_audio_name(output_file);
   if (!picture_file.empty()) check_picture_name(picture_file);
   AudioReader reader(input_file, raw);
   const auto channels = enhancers(reader);
+  std::optional<Comparison> comparison;
+  if (!reference_file.empty()) comparison.emplace(reference_file, raw, reader);
+  std::optional<EnhancementPicture> drawing;  // of the first channel
   NoiseTrack noise;
-  if (!picture_file.empty()) channels.front()->record_noise(&noise);  // the picture shows the first channel
-  const bool keep = !picture_file.empty() || !reference_file.empty();
-  AudioChannels audio{{}, reader.sample_rate(), reader.sample_format()};
-  AudioChannels enhanced = audio;
+  if (!picture_file.empty()) {
+    drawing.emplace(reader.sample_rate());
+    channels.front()->record_noise(&noise);
+  }
 
   // Both files are complete before either gets its name.
   OutputFile output(output_file);
@@ -115,39 +155,36 @@ void EnhanceCommand::run() const {
   std::vector<std::vector<float>> block(channels.size());
   const auto pass_on = [&] {
     writer.append(block);
-    if (keep) append(block, enhanced);
+    if (comparison) comparison->push_output(block);
+    if (drawing) drawing->push_after(block.front());
+    if (drawing) drawing->take(noise);
     for (auto& samples : block) samples.clear();
   };
   for (auto input = reader.read(); !input.empty(); input = reader.read()) {
+    if (comparison) comparison->push_input(input);
+    if (drawing) drawing->push_before(input.front());
     for (std::size_t i = 0; i < channels.size(); ++i) channels[i]->push(input[i], block[i]);
-    if (keep) append(input, audio);
     pass_on();
   }
   for (std::size_t i = 0; i < channels.size(); ++i) channels[i]->finish(block[i]);
   pass_on();
   writer.finish();
+  if (comparison) comparison->finish();
 
   const std::string description = describe(reader) + ", " + method;
-  std::optional<AudioChannels> reference;
-  double before = 0.0;
-  if (!reference_file.empty()) {
-    reference = reference_for(audio);
-    before = mean_segmental_snr(*reference, audio);
-    if (std::isnan(before)) throw Fault(reference_file + ": is silent");
-  }
   std::optional<OutputFile> picture;
-  if (!picture_file.empty()) {
-    draw_enhancement(picture.emplace(picture_file),
-                     std::filesystem::path(input_file).filename().string() + ":  " + description,
-                     audio.channels.front(), enhanced.channels.front(), audio.sample_rate, noise);
+  if (drawing) {
+    drawing->finish();
+    drawing->draw(picture.emplace(picture_file),
+                  std::filesystem::path(input_file).filename().string() + ":  " + description);
   }
   output.commit();
   if (picture) picture->commit();
 
   std::printf("%s: %s\n", output_file.c_str(), description.c_str());
-  if (reference) {
-    const double after = mean_segmental_snr(*reference, enhanced);
-    std::printf("segmental SNR %.2f dB before, %.2f dB after, gain %.2f dB\n", before, after, after - before);
+  if (comparison) {
+    std::printf("segmental SNR %.2f dB before, %.2f dB after, gain %.2f dB\n", comparison->before, comparison->after,
+                comparison->after - comparison->before);
   }
 }
 

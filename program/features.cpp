@@ -35,7 +35,8 @@ struct FeaturesCommand {
   void write_rows() const;
   void write_statistics() const;
   std::vector<std::string> all_files() const;
-  FeatureMatrix rows_of(const std::string& file, FeatureChain& chain) const;
+  void stream_rows(const std::string& file, FeatureChain& chain, const RowTaker& take) const;
+  void draw(const std::string& file, const FrontEndParameters& front_end, OutputFile& picture) const;
 
   RecipeOptions recipe;
   std::vector<std::string> files;
@@ -64,11 +65,28 @@ std::vector<std::string> FeaturesCommand::all_files() const {
   return all;
 }
 
-FeatureMatrix FeaturesCommand::rows_of(const std::string& file, FeatureChain& chain) const {
-  if (!is_feature_file(file)) return load_utterance(file, chain, raw, block).features;
-  FeatureMatrix rows = read_feature_file(file, feature_width > 0 ? feature_width : chain.recipe().width());
-  require_finite(rows, file);
-  return rows;
+// Rows of features as they are, those of audio through the chain.
+void FeaturesCommand::stream_rows(const std::string& file, FeatureChain& chain, const RowTaker& take) const {
+  if (!is_feature_file(file)) {
+    stream_utterance(file, chain, raw, take, block);
+    return;
+  }
+  FeatureReader reader(file, feature_width > 0 ? feature_width : chain.recipe().width());
+  FeatureMatrix rows;
+  for (std::int64_t first = 0; reader.read(rows); first += rows.height(), rows.values.clear()) {
+    require_finite(rows, file, first);
+    take(rows);
+  }
+}
+
+// The audio once more, as memory would not hold it.
+void FeaturesCommand::draw(const std::string& file, const FrontEndParameters& front_end, OutputFile& picture) const {
+  FeaturePicture drawing(front_end);
+  MonoReader reader(file, front_end.sample_rate, raw);
+  std::vector<float> samples;
+  for (; reader.read(samples); samples.clear()) drawing.push(samples);
+  drawing.finish();
+  drawing.draw(picture, std::filesystem::path(file).filename());
 }
 
 void FeaturesCommand::write_statistics() const {
@@ -82,13 +100,15 @@ void FeaturesCommand::write_statistics() const {
   Progress progress("statistics", static_cast<int>(all.size()));
   for (const std::string& file : all) {
     progress.step(file);
-    const FeatureMatrix rows = rows_of(file, chain);
     computed = computed || !is_feature_file(file);
-    if (sums.width() != 0 && rows.width != sums.width()) {
-      throw Fault(file + ": rows of " + std::to_string(rows.width) + " values, the files before it have " +
-                  std::to_string(sums.width()));
-    }
-    sums.add(rows);
+    stream_rows(file, chain, [&](const FeatureMatrix& rows) {
+      if (sums.width() != 0 && rows.width != sums.width()) {
+        throw Fault(file + ": rows of " + std::to_string(rows.width) + " values, the files before it have " +
+                    std::to_string(sums.width()));
+      }
+      sums.add(rows);
+    });
+    sums.end_file();
   }
   progress.clear();
   if (sums.frames() < 2) throw Fault("features: statistics need at least two frames");
@@ -128,8 +148,7 @@ void FeaturesCommand::write_rows() const {
   const UtteranceInfo info = stream_utterance(file, chain, raw, write, block);
   if (writer) writer->finish();
   if (!picture_file.empty()) {
-    draw_features(picture.emplace(picture_file), std::filesystem::path(file).filename(),
-                  read_audio_at(file, front_end.sample_rate, raw), front_end);
+    draw(file, front_end, picture.emplace(picture_file));
   }
   if (output) output->commit();
   if (picture) picture->commit();

@@ -9,10 +9,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "kivsr/speech/io/audio_file.h"
+#include "kivsr/speech/io/audio_reader.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/output_file.h"
-#include "kivsr/speech/noise/speech_detector.h"
 #include "kivsr/speech/noise/speech_segments.h"
 #include "program/picture/feature_picture.h"
 #include "program/picture/speech_picture.h"
@@ -39,6 +38,7 @@ std::vector<std::string> names_of(const std::map<std::string, Value>& choices) {
 
 struct VadCommand {
   void run() const;
+  std::string lines_of(const std::string& file, SpeechSegmenter& segmenter, std::optional<OutputFile>& picture) const;
 
   std::vector<std::string> audio_files;
   std::string output_file;
@@ -49,6 +49,30 @@ struct VadCommand {
   RawFormat raw;
 };
 
+// The lines about a file; its picture, if one is asked for, waits for the commit.
+std::string VadCommand::lines_of(const std::string& file, SpeechSegmenter& segmenter,
+                                 std::optional<OutputFile>& picture) const {
+  MonoReader reader(file, kAuroraRate, raw);
+  std::optional<SpeechPicture> drawing;
+  if (!picture_file.empty()) {
+    drawing.emplace(kAuroraRate);
+    segmenter.listener = [&](const auto& speech, auto decibels) { drawing->push_frames(speech, decibels); };
+  }
+  std::vector<SpeechSegment> segments;
+  std::vector<float> samples;
+  for (; reader.read(samples); samples.clear()) {
+    if (drawing) drawing->push_samples(samples);
+    segmenter.push(samples, segments);
+  }
+  segmenter.finish(segments);
+  segmenter.listener = nullptr;
+  if (drawing) {
+    if (!drawing->has_frames()) throw Fault(file + ": shorter than one frame of 10 ms");
+    drawing->draw(picture.emplace(picture_file), std::filesystem::path(file).filename(), segments);
+  }
+  return segment_lines(file, segments, static_cast<double>(reader.samples()) / kAuroraRate, kFormats.at(format));
+}
+
 void VadCommand::run() const {
   const SegmentFormat chosen = kFormats.at(format);
   if (audio_files.size() > 1 && chosen == SegmentFormat::kAudacity) {
@@ -58,21 +82,13 @@ void VadCommand::run() const {
     if (audio_files.size() > 1) throw Fault("vad: --picture shows one audio file");
     check_picture_name(picture_file);
   }
-  SpeechDetector detector(kArithmetics.at(arithmetic));
+  SpeechSegmenter segmenter(kArithmetics.at(arithmetic), rules);
   std::string lines = segment_header(chosen);
   std::optional<OutputFile> picture;
   Progress progress("vad", static_cast<int>(audio_files.size()));
   for (const std::string& file : audio_files) {
     progress.step(file);
-    const Audio audio = read_audio_at(file, kAuroraRate, raw);
-    const std::vector<bool> speech = detector.run(audio.samples);
-    const std::vector<float> decibels = frame_decibels(audio.samples);
-    const auto segments = speech_segments(speech, decibels, audio.seconds(), rules);
-    lines += segment_lines(file, segments, audio.seconds(), chosen);
-    if (picture_file.empty()) continue;
-    if (speech.empty()) throw Fault(file + ": shorter than one frame of 10 ms");
-    draw_speech(picture.emplace(picture_file), std::filesystem::path(file).filename(), audio, decibels, speech,
-                segments);
+    lines += lines_of(file, segmenter, picture);
   }
   progress.clear();
   if (output_file.empty()) {

@@ -3,14 +3,9 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstddef>
-#include <cstdio>
-#include <utility>
 #include <vector>
 
 #include "kivsr/kivsr.hpp"
-#include "kivsr/speech/front/front_end.h"
-#include "program/picture/plot.h"
 
 namespace kivsr::program {
 
@@ -23,100 +18,122 @@ constexpr double kFirstPanel = 60.0;
 constexpr double kDynamicRange = 70.0;  // dB shown below the loudest bin
 constexpr int kFramesASecond = 50;
 constexpr int kShiftsAFrame = 4;
+constexpr float kMeanSquaredWindow = 0.375F;
 
-int count_of(const FeatureMatrix& rows) { return static_cast<int>(rows.values.size()); }
-
-void to_decibels(FeatureMatrix& power) {
-  const std::vector<float> smallest(power.values.size(), 1e-4F);
-  call<kivsMaxEvery_32f_I>(smallest, power.values, count_of(power));
-  call<kivsLn_32f_I>(power.values, count_of(power));
-  call<kivsMulC_32f_I>(10.0F / std::log(10.0F), power.values, count_of(power));
-}
-
-// Power spectra under a Hann window, scaled as those of NoiseTrack, in dB.
-FeatureMatrix spectrogram(std::span<const float> samples, int sample_rate, int& shift) {
+// Spectra under a Hann window.
+FrontEndParameters spectrogram(int sample_rate) {
   FrontEndParameters parameters;
   parameters.sample_rate = sample_rate;
   parameters.pre_emphasis = 0.0F;
   parameters.window = Window::kHann;
   parameters.window_length = parameters.fft_length =
       static_cast<int>(std::bit_ceil(static_cast<unsigned>(std::max(sample_rate, 1600)) / kFramesASecond));
-  parameters.shift = shift = parameters.fft_length / kShiftsAFrame;
+  parameters.shift = parameters.fft_length / kShiftsAFrame;
   parameters.output = Output::kLogMel;  // of no use, with few wide filters
   parameters.filter_count = parameters.cepstrum_count = 4;
   parameters.low_frequency = 0.05F * static_cast<float>(sample_rate);
   parameters.high_frequency = 0.45F * static_cast<float>(sample_rate);
-  constexpr float kMeanSquaredWindow = 0.375F;
-  FeatureMatrix power = FrontEnd(parameters).spectra(samples);
-  call<kivsMulC_32f_I>(1.0F / (kMeanSquaredWindow * static_cast<float>(parameters.fft_length)), power.values,
-                       count_of(power));
-  to_decibels(power);
-  return power;
+  return parameters;
 }
 
-class EnhancementPicture {
+void to_decibels(FeatureMatrix& power) {
+  const std::size_t count = power.values.size();
+  const std::vector<float> smallest(count, 1e-4F);
+  call<kivsMaxEvery_32f_I>(smallest, power.values, count);
+  call<kivsLn_32f_I>(power.values, count);
+  call<kivsMulC_32f_I>(10.0F / std::log(10.0F), power.values, count);
+}
+
+// The spectrograms of a page, from top to bottom.
+class Panels {
  public:
-  EnhancementPicture(int panels, std::size_t samples, int sample_rate)
-      : page_(kWidth, static_cast<int>(kFirstPanel + panels * kPanelDistance)),
+  Panels(int count, Range time, int sample_rate, Range values)
+      : page_(kWidth, static_cast<int>(kFirstPanel + count * kPanelDistance)),
+        count_(count),
+        time_(time),
         sample_rate_(sample_rate),
-        panels_(panels),
-        time_{0.0, static_cast<double>(samples) / sample_rate} {}
+        values_(values) {}
 
-  void title(const std::string& text) { page_.title(text); }
-  void set_values(Range values) { values_ = values; }
-
-  // Row t of the spectra stands for the time first + t * shift, in samples.
-  void draw(const std::string& name, const FeatureMatrix& decibels, double first, int shift) {
+  Page& page() { return page_; }
+  // Row t of what was reduced stands for the time first + t * hop, in samples.
+  void draw(const std::string& name, const ColumnReduction& reduction, double first, int hop) {
     Panel panel{kFirstPanel + drawn_ * kPanelDistance, kPanelHeight, time_, {0.0, 0.0005 * sample_rate_}};
-    const double begin = (first - 0.5 * shift) / sample_rate_;
-    const Range x{begin, begin + static_cast<double>(decibels.height()) * shift / sample_rate_};
-    page_.image(panel, decibels, x, panel.y, heat_map(), values_);
+    const FeatureMatrix decibels = reduction.columns();
+    const double begin = (first - 0.5 * hop) / sample_rate_;
+    const double column = static_cast<double>(reduction.rows_a_column()) * hop / sample_rate_;
+    page_.image(panel, decibels, {begin, begin + decibels.height() * column}, panel.y, heat_map(), values_);
     page_.frame(panel, name, "Frequency, kHz");
-    page_.x_axis(panel, "Time, s", ++drawn_ == panels_);
-    std::vector<std::pair<double, std::string>> labels;
-    for (const double value : ticks(panel.y, 5)) {
-      char text[32];
-      std::snprintf(text, sizeof text, "%g", value);
-      labels.emplace_back(value, text);
-    }
-    page_.y_axis(panel, labels);
+    page_.x_axis(panel, "Time, s", ++drawn_ == count_);
+    page_.y_axis(panel, numbered(ticks(panel.y, 5)));
     page_.colour_bar(panel, heat_map(), values_, "dB");
   }
 
-  void write(OutputFile& file) { page_.write(file); }
-
  private:
   Page page_;
-  int sample_rate_;
-  int panels_;
+  int count_;
   int drawn_ = 0;
   Range time_;
-  Range values_{0.0, 1.0};
+  int sample_rate_;
+  Range values_;
 };
 
 }  // namespace
 
-void draw_enhancement(OutputFile& file, const std::string& title, std::span<const float> before,
-                      std::span<const float> after, int sample_rate, const NoiseTrack& noise) {
-  int shift = 0;
-  const FeatureMatrix spectra_before = spectrogram(before, sample_rate, shift);
-  const FeatureMatrix spectra_after = spectrogram(after, sample_rate, shift);
-  const double middle = 0.5 * kShiftsAFrame * shift;
-  float loudest = 0.0F;
-  call<kivsMax_32f>(spectra_before.values, count_of(spectra_before), &loudest);
+EnhancementPicture::EnhancementPicture(int sample_rate)
+    : parameters_(spectrogram(sample_rate)), before_front_end_(parameters_), after_front_end_(parameters_) {}
 
-  const bool with_noise = noise.power.height() != 0;
-  EnhancementPicture picture(with_noise ? 3 : 2, before.size(), sample_rate);
-  picture.title(title);
-  picture.set_values({loudest - kDynamicRange, loudest});
-  picture.draw("Before", spectra_before, middle, shift);
-  picture.draw("After", spectra_after, middle, shift);
-  if (with_noise) {
-    FeatureMatrix decibels = noise.power;
-    to_decibels(decibels);
-    picture.draw("Estimated noise", decibels, 0.0, noise.hop);
-  }
-  picture.write(file);
+// Scaled as the power of NoiseTrack.
+void EnhancementPicture::gather(FeatureMatrix& power, ColumnReduction& decibels) const {
+  if (power.height() == 0) return;
+  call<kivsMulC_32f_I>(1.0F / (kMeanSquaredWindow * static_cast<float>(parameters_.fft_length)), power.values,
+                       power.values.size());
+  to_decibels(power);
+  decibels.add(power);
+}
+
+void EnhancementPicture::push_before(std::span<const float> samples) {
+  samples_ += static_cast<std::int64_t>(samples.size());
+  FeatureMatrix power;
+  before_front_end_.push_spectra(samples, power);
+  gather(power, before_);
+}
+
+void EnhancementPicture::push_after(std::span<const float> samples) {
+  FeatureMatrix power;
+  after_front_end_.push_spectra(samples, power);
+  gather(power, after_);
+}
+
+void EnhancementPicture::take(NoiseTrack& noise) {
+  if (noise.power.height() == 0) return;
+  noise_hop_ = noise.hop;
+  to_decibels(noise.power);
+  noise_.add(noise.power);
+  noise.power.values.clear();
+}
+
+void EnhancementPicture::finish() {
+  FeatureMatrix power;
+  before_front_end_.finish_spectra(power);
+  gather(power, before_);
+  power.values.clear();
+  after_front_end_.finish_spectra(power);
+  gather(power, after_);
+}
+
+void EnhancementPicture::draw(OutputFile& file, const std::string& title) const {
+  const FeatureMatrix before = before_.columns();
+  const auto loudest = static_cast<double>(*std::max_element(before.values.begin(), before.values.end()));
+  const int sample_rate = parameters_.sample_rate;
+  const bool with_noise = noise_.rows() > 0;
+  const Range time{0.0, static_cast<double>(samples_) / sample_rate};
+  Panels panels(with_noise ? 3 : 2, time, sample_rate, {loudest - kDynamicRange, loudest});
+  panels.page().title(title);
+  const double middle = 0.5 * kShiftsAFrame * parameters_.shift;
+  panels.draw("Before", before_, middle, parameters_.shift);
+  panels.draw("After", after_, middle, parameters_.shift);
+  if (with_noise) panels.draw("Estimated noise", noise_, 0.0, noise_hop_);
+  panels.page().write(file);
 }
 
 }  // namespace kivsr::program

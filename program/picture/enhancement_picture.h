@@ -4,15 +4,38 @@
 #include <span>
 #include <string>
 
+#include "kivsr/speech/front/front_end.h"
 #include "kivsr/speech/io/output_file.h"
 #include "kivsr/speech/noise/enhancer.h"
+#include "program/picture/reduction.h"
 #include "program/speech_names.h"
 
 namespace kivsr::program {
 
-// Writes a PNG to the file and leaves the commit to the caller. before and after: one channel, of the same length.
-// A track without rows leaves its panel out.
-void draw_enhancement(OutputFile& file, const std::string& title, std::span<const float> before,
-                      std::span<const float> after, int sample_rate, const NoiseTrack& noise);
+// What is shown is gathered as the samples of one channel come.
+class EnhancementPicture {
+ public:
+  explicit EnhancementPicture(int sample_rate);
+
+  void push_before(std::span<const float> samples);
+  void push_after(std::span<const float> samples);
+  // The next rows of the track, which are taken out of it.
+  void take(NoiseTrack& noise);
+  void finish();
+  // Writes a PNG to the file and leaves the commit to the caller. Without a track its panel is left out.
+  void draw(OutputFile& file, const std::string& title) const;
+
+ private:
+  void gather(FeatureMatrix& power, ColumnReduction& decibels) const;
+
+  FrontEndParameters parameters_;
+  FrontEnd before_front_end_;
+  FrontEnd after_front_end_;
+  std::int64_t samples_ = 0;
+  ColumnReduction before_;  // dB
+  ColumnReduction after_;
+  ColumnReduction noise_;
+  int noise_hop_ = 0;
+};
 
 }  // namespace kivsr::program

@@ -37,13 +37,6 @@ void set_colour(cairo_t* cairo, const Colour& colour) {
   cairo_set_source_rgb(cairo, colour.red, colour.green, colour.blue);
 }
 
-// The mean of the matrix rows first .. last - 1 of one column.
-double mean_of(const FeatureMatrix& rows, int first, int last, int column) {
-  double sum = 0.0;
-  for (int t = first; t < last; ++t) sum += rows.row(t)[static_cast<std::size_t>(column)];
-  return sum / (last - first);
-}
-
 }  // namespace
 
 std::vector<double> ticks(Range range, int wanted) {
@@ -63,6 +56,12 @@ std::vector<double> ticks(Range range, int wanted) {
     values.push_back(index * step + 0.0);
   }
   return values;
+}
+
+Labels numbered(const std::vector<double>& values) {
+  Labels labels;
+  for (const double value : values) labels.emplace_back(value, number(value));
+  return labels;
 }
 
 Page::Page(int width, int height)
@@ -134,7 +133,7 @@ void Page::x_axis(const Panel& panel, const std::string& unit, bool with_numbers
   if (with_numbers) text(kLeft + 0.5 * (width_ - kLeft - kRight), bottom + 31.0, unit, 0.5, kTextSize);
 }
 
-void Page::y_axis(const Panel& panel, const std::vector<std::pair<double, std::string>>& labels) {
+void Page::y_axis(const Panel& panel, const Labels& labels) {
   cairo_t* const cairo = cairo_.get();
   for (const auto& [value, label] : labels) {
     const double y = std::floor(y_of(panel, value)) + 0.5;
@@ -168,8 +167,7 @@ void Page::colour_bar(const Panel& panel, ColourMap map, Range values, const std
 }
 
 void Page::image(const Panel& panel, const FeatureMatrix& rows, Range x, Range y, ColourMap map, Range values) {
-  constexpr int kMostColumns = 4096;
-  const int columns = std::min(rows.height(), kMostColumns);
+  const int columns = rows.height();
   if (columns == 0 || rows.width == 0) return;
   const std::unique_ptr<cairo_surface_t, void (*)(cairo_surface_t*)> image(
       cairo_image_surface_create(CAIRO_FORMAT_RGB24, columns, rows.width), cairo_surface_destroy);
@@ -178,10 +176,9 @@ void Page::image(const Panel& panel, const FeatureMatrix& rows, Range x, Range y
   unsigned char* const data = cairo_image_surface_get_data(image.get());
   const int stride = cairo_image_surface_get_stride(image.get());
   for (int column = 0; column < columns; ++column) {
-    const int first = static_cast<int>(static_cast<std::int64_t>(column) * rows.height() / columns);
-    const int last = static_cast<int>((static_cast<std::int64_t>(column) + 1) * rows.height() / columns);
     for (int band = 0; band < rows.width; ++band) {
-      const double value = (mean_of(rows, first, last, band) - values.low) / values.span();
+      const auto cell = static_cast<double>(rows.row(column)[static_cast<std::size_t>(band)]);
+      const double value = (cell - values.low) / values.span();
       auto* const line =
           reinterpret_cast<std::uint32_t*>(data + static_cast<std::ptrdiff_t>(stride) * (rows.width - 1 - band));
       line[column] = colour_at(map, value).pixel();

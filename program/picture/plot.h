@@ -26,6 +26,10 @@ struct Range {
 // Round numbers inside the range, about `wanted` of them.
 std::vector<double> ticks(Range range, int wanted);
 
+// Places on an axis and what is written there.
+using Labels = std::vector<std::pair<double, std::string>>;
+Labels numbered(const std::vector<double>& values);
+
 // A rectangle of the page and the values at its edges.
 struct Panel {
   double top;
@@ -44,10 +48,10 @@ class Page {
   void title(const std::string& text);
   void frame(const Panel& panel, const std::string& name, const std::string& y_unit);
   void x_axis(const Panel& panel, const std::string& unit, bool with_numbers);
-  void y_axis(const Panel& panel, const std::vector<std::pair<double, std::string>>& labels);
+  void y_axis(const Panel& panel, const Labels& labels);
   void colour_bar(const Panel& panel, ColourMap map, Range values, const std::string& unit);
   // Columns of the matrix rows stand upwards, from y_low for the first to y_high for the last; rows lie along x in the
-  // interval given. More rows than pixels are averaged.
+  // interval given.
   void image(const Panel& panel, const FeatureMatrix& rows, Range x, Range y, ColourMap map, Range values);
   void curve(const Panel& panel, const std::vector<std::pair<double, double>>& points);
   // Vertical strokes from low to high, one a pixel column.

@@ -1,13 +1,9 @@
 #include "program/picture/speech_picture.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
 #include <cstdio>
 #include <utility>
-
-#include "kivsr/kivsr.hpp"
-#include "program/picture/plot.h"
 
 namespace kivsr::program {
 
@@ -17,87 +13,81 @@ constexpr int kWidth = 1280;
 constexpr int kHeight = 560;
 constexpr double kFrameSeconds = 0.01;
 
-std::vector<std::pair<double, std::string>> numbered(Range range) {
-  std::vector<std::pair<double, std::string>> labels;
-  for (const double value : ticks(range, 5)) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.6g", value);
-    labels.emplace_back(value, text);
+// The share of each column of time that lies inside a segment; the segments are in their order.
+std::vector<float> shares(const std::vector<SpeechSegment>& segments, Range time, int columns) {
+  std::vector<float> result;
+  const double width = time.span() / columns;
+  auto segment = segments.begin();
+  for (int column = 0; column < columns; ++column) {
+    const double begin = time.low + column * width;
+    double inside = 0.0;
+    for (; segment != segments.end() && segment->end <= begin; ++segment) {
+    }
+    for (auto next = segment; next != segments.end() && next->start < begin + width; ++next) {
+      inside += std::min(next->end, begin + width) - std::max(next->start, begin);
+    }
+    result.push_back(static_cast<float>(inside / width));
   }
-  return labels;
+  return result;
 }
 
-Range extremes(std::span<const float> values) {
-  float low = 0.0F;
-  float high = 0.0F;
-  call<kivsMinMax_32f>(values, values.size(), &low, &high);
-  return {low, high};
+}  // namespace
+
+void SpeechPicture::push_frames(const std::vector<bool>& speech, std::span<const float> decibels) {
+  for (const float& energy : decibels) energies_.add(std::span(&energy, 1));
+  for (const bool decision : speech) {
+    const float stripe = decision ? 0.5F : 0.0F;
+    decisions_.add(std::span(&stripe, 1));
+  }
 }
 
-void draw_waveform(Page& page, Panel panel, const Audio& audio) {
-  const Range all = extremes(audio.samples);
-  const double peak = std::max({std::abs(all.low), std::abs(all.high), 1.0});
-  panel.y = {-1.05 * peak, 1.05 * peak};
-  const int count = static_cast<int>(audio.samples.size());
-  page.envelope(panel, [&](Range x) {
-    const int first = std::clamp(static_cast<int>(x.low * audio.sample_rate), 0, count - 1);
-    const int last = std::clamp(static_cast<int>(std::ceil(x.high * audio.sample_rate)), first + 1, count);
-    return extremes(
-        std::span(audio.samples).subspan(static_cast<std::size_t>(first), static_cast<std::size_t>(last - first)));
-  });
-  page.frame(panel, "Waveform", "16-bit units");
-  page.x_axis(panel, "", false);
-  page.y_axis(panel, numbered(panel.y));
+// Frame t lies around the time (t + 1) 10 ms.
+Range SpeechPicture::interval(const ColumnReduction& columns) const {
+  const double first = 0.5 * kFrameSeconds;
+  return {first, first + static_cast<double>(columns.columns().height()) * columns.rows_a_column() * kFrameSeconds};
 }
 
-void draw_energy(Page& page, Panel panel, std::span<const float> decibels) {
-  const Range all = extremes(decibels);
-  panel.y = {all.low - 3.0, all.high + 3.0};
+void SpeechPicture::draw_energy(Page& page, Panel panel) const {
+  const FeatureMatrix decibels = energies_.columns();
+  const auto [low, high] = std::minmax_element(decibels.values.begin(), decibels.values.end());
+  panel.y = {*low - 3.0, *high + 3.0};
+  const Range time = interval(energies_);
   std::vector<std::pair<double, double>> points;
-  for (std::size_t t = 0; t < decibels.size(); ++t) {
-    points.emplace_back(static_cast<double>(t + 1) * kFrameSeconds, decibels[t]);
+  for (int t = 0; t < decibels.height(); ++t) {
+    points.emplace_back(time.low + (t + 0.5) * time.span() / decibels.height(), decibels.row(t)[0]);
   }
   page.curve(panel, points);
   page.frame(panel, "Energy", "dB");
   page.x_axis(panel, "", false);
-  page.y_axis(panel, numbered(panel.y));
+  page.y_axis(panel, numbered(ticks(panel.y, 5)));
 }
 
 // Two stripes: the decisions below, the segments above.
-void draw_decisions(Page& page, Panel panel, const std::vector<bool>& speech,
-                    const std::vector<SpeechSegment>& segments) {
-  FeatureMatrix stripes;
-  stripes.width = 2;
-  for (std::size_t t = 0; t < speech.size(); ++t) {
-    const double time = static_cast<double>(t + 1) * kFrameSeconds;
-    const bool inside = std::any_of(segments.begin(), segments.end(), [&](const SpeechSegment& segment) {
-      return time >= segment.start && time < segment.end;
-    });
-    stripes.values.push_back(speech[t] ? 0.5F : 0.0F);
-    stripes.values.push_back(inside ? 1.0F : 0.0F);
-  }
+void SpeechPicture::draw_decisions(Page& page, Panel panel, const std::vector<SpeechSegment>& segments) const {
+  const FeatureMatrix decisions = decisions_.columns();
+  const Range time = interval(decisions_);
+  const std::vector<float> inside = shares(segments, time, decisions.height());
+  FeatureMatrix stripes{2, {}};
+  for (std::size_t t = 0; t < inside.size(); ++t)
+    stripes.values.insert(stripes.values.end(), {decisions.values[t], inside[t]});
   panel.y = {0.0, 2.0};
-  const double first = 0.5 * kFrameSeconds;
-  page.image(panel, stripes, {first, first + static_cast<double>(speech.size()) * kFrameSeconds}, panel.y, signed_map(),
-             {-1.0, 1.0});
+  page.image(panel, stripes, time, panel.y, signed_map(), {-1.0, 1.0});
   page.frame(panel, "Speech", "");
   page.x_axis(panel, "Time, s", true);
   page.y_axis(panel, {{0.5, "detector"}, {1.5, "segments"}});
 }
 
-}  // namespace
-
-void draw_speech(OutputFile& file, const std::string& name, const Audio& audio, std::span<const float> decibels,
-                 const std::vector<bool>& speech, const std::vector<SpeechSegment>& segments) {
+void SpeechPicture::draw(OutputFile& file, const std::string& name, const std::vector<SpeechSegment>& segments) const {
   Page page(kWidth, kHeight);
+  const double seconds = static_cast<double>(envelope_.samples()) / sample_rate_;
   char line[96];
-  std::snprintf(line, sizeof line, ":  %.2f s at %d Hz, %zu segment%s of speech", audio.seconds(), audio.sample_rate,
+  std::snprintf(line, sizeof line, ":  %.2f s at %d Hz, %zu segment%s of speech", seconds, sample_rate_,
                 segments.size(), segments.size() == 1 ? "" : "s");
   page.title(name + line);
-  const Range time = {0.0, audio.seconds()};
-  draw_waveform(page, {60.0, 180.0, time, {}}, audio);
-  draw_energy(page, {270.0, 120.0, time, {}}, decibels);
-  draw_decisions(page, {420.0, 80.0, time, {}}, speech, segments);
+  const Range time = {0.0, seconds};
+  draw_waveform(page, {60.0, 180.0, time, {}}, envelope_, sample_rate_);
+  draw_energy(page, {270.0, 120.0, time, {}});
+  draw_decisions(page, {420.0, 80.0, time, {}}, segments);
   page.write(file);
 }
 

@@ -5,16 +5,34 @@
 #include <string>
 #include <vector>
 
-#include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/output_file.h"
 #include "kivsr/speech/noise/speech_segments.h"
+#include "program/picture/reduction.h"
 #include "program/speech_names.h"
 
 namespace kivsr::program {
 
-// Writes a PNG to the file and leaves the commit to the caller. decibels and speech: one value a frame of 10 ms, at
-// least one; speech as the detector decided, segments after the rules.
-void draw_speech(OutputFile& file, const std::string& name, const Audio& audio, std::span<const float> decibels,
-                 const std::vector<bool>& speech, const std::vector<SpeechSegment>& segments);
+// What is shown is gathered as it comes.
+class SpeechPicture {
+ public:
+  explicit SpeechPicture(int sample_rate) : sample_rate_(sample_rate) {}
+
+  void push_samples(std::span<const float> samples) { envelope_.add(samples); }
+  // Of the frames of 10 ms, as the detector decided.
+  void push_frames(const std::vector<bool>& speech, std::span<const float> decibels);
+  bool has_frames() const { return energies_.rows() > 0; }
+  // Writes a PNG to the file and leaves the commit to the caller. segments: after the rules. There must be a frame.
+  void draw(OutputFile& file, const std::string& name, const std::vector<SpeechSegment>& segments) const;
+
+ private:
+  Range interval(const ColumnReduction& columns) const;
+  void draw_energy(Page& page, Panel panel) const;
+  void draw_decisions(Page& page, Panel panel, const std::vector<SpeechSegment>& segments) const;
+
+  int sample_rate_;
+  Envelope envelope_;
+  ColumnReduction energies_;
+  ColumnReduction decisions_;
+};
 
 }  // namespace kivsr::program

@@ -10,12 +10,14 @@ namespace {
 
 std::size_t size_of(int count) { return static_cast<std::size_t>(count); }
 
+constexpr std::size_t kBlockRows = 1024;
+
 // The mean of a column whose mean is more than ten times its standard deviation, 0 for any other.
-std::vector<float> origin_of(const FeatureMatrix& rows) {
-  std::vector<float> mean(size_of(rows.width), 0.0F);
-  if (rows.height() < 2) return mean;
+std::vector<float> origin_of(const std::vector<float>& rows, int height, int width, int step) {
+  std::vector<float> mean(size_of(width), 0.0F);
+  if (height < 2) return mean;
   std::vector<float> variance(mean.size());
-  call<kivsMeanVarColumn_32f_D2>(rows.values, rows.height(), rows.width, mean, variance, rows.width);
+  call<kivsMeanVarColumn_32f_D2>(rows, height, step, mean, variance, width);
   for (std::size_t k = 0; k < mean.size(); ++k) {
     if (!(mean[k] * mean[k] > 100.0F * variance[k])) mean[k] = 0.0F;
   }
@@ -25,27 +27,37 @@ std::vector<float> origin_of(const FeatureMatrix& rows) {
 }  // namespace
 
 void ColumnStatistics::add(const FeatureMatrix& rows) {
-  ++files_;
-  const int height = rows.height();
-  if (height == 0) return;
-  if (width_ == 0) {
-    width_ = rows.width;
-    origin_ = origin_of(rows);
-    products_.assign(size_of(width_ + 1) * size_of(width_ + 1), 0.0);
+  if (rows.height() == 0) return;
+  width_ = rows.width;
+  frames_ += rows.height();
+  const std::size_t full = kBlockRows * size_of(width_ + 1);
+  for (int t = 0; t < rows.height(); ++t) {
+    waiting_.insert(waiting_.end(), rows.row(t).begin(), rows.row(t).end());
+    waiting_.push_back(1.0F);
+    if (waiting_.size() == full) add_waiting();
   }
-  // A column of ones behind the others: its products with them are their sums.
+}
+
+// The column of ones behind the others: its products with them are their sums.
+void ColumnStatistics::add_waiting() {
   const int wide = width_ + 1;
-  std::vector<float> differences(size_of(height) * size_of(wide), 1.0F);
-  for (int t = 0; t < height; ++t) {
-    std::copy(rows.row(t).begin(), rows.row(t).end(), differences.begin() + static_cast<std::ptrdiff_t>(t) * wide);
+  const int height = static_cast<int>(waiting_.size()) / wide;
+  if (origin_.empty()) {
+    origin_ = origin_of(waiting_, height, width_, wide);
+    products_.assign(size_of(wide) * size_of(wide), 0.0);
   }
-  call<kivsSubRow_32f_D2>(origin_, width_, differences, wide, height);
+  call<kivsSubRow_32f_D2>(origin_, width_, waiting_, wide, height);
   const std::vector<float> zeros(size_of(wide), 0.0F);
-  call<kivsAccCovarianceMatrix_32f64f_D2>(differences, wide, height, zeros, products_, wide, wide, 1.0);
-  frames_ += height;
+  call<kivsAccCovarianceMatrix_32f64f_D2>(waiting_, wide, height, zeros, products_, wide, wide, 1.0);
+  waiting_.clear();
 }
 
 ColumnMoments ColumnStatistics::moments() const {
+  if (!waiting_.empty()) {
+    ColumnStatistics whole = *this;
+    whole.add_waiting();
+    return whole.moments();
+  }
   const auto frames = static_cast<double>(frames_);
   const std::size_t width = size_of(width_);
   const double* const sums = products_.data() + width * (width + 1);

@@ -30,23 +30,22 @@ FeatureChain::FeatureChain(const Recipe& recipe)
   add(make_dynamics_stage(recipe_));
 }
 
-// Sends the rows of the front end through the stages.
+// Sends the rows of the front end through the stages, the last of which writes to rows.
 void FeatureChain::pass(bool last, FeatureMatrix& rows) {
+  rows.width = recipe_.width();
+  current_.width = next_.width = recipe_.input_width();
   for (const auto& stage : stages_) {
-    next_.width = stage == stages_.back() ? recipe_.width() : recipe_.input_width();
-    next_.values.clear();
-    if (current_.height() > 0) stage->push(current_, next_);
-    if (last) stage->finish(next_);
+    FeatureMatrix& result = stage == stages_.back() ? rows : next_;
+    if (current_.height() > 0) stage->push(current_, result);
+    if (last) stage->finish(result);
+    current_.values.clear();
     std::swap(current_, next_);
   }
-  rows.width = recipe_.width();
-  append_rows(current_.values, rows);
-  current_.values.clear();
 }
 
 void FeatureChain::push(std::span<const float> samples, FeatureMatrix& rows) {
-  if (recipe_.source != Source::kAudio) throw Fault("features: the recipe starts from features, not from audio");
-  front_end_.push(samples, current_);
+  if (recipe_.source != Source::kAudio) throw Fault("the recipe starts from features, not from audio");
+  front_end_.push(samples, first_of(rows));
   pass(false, rows);
 }
 
@@ -57,17 +56,12 @@ void FeatureChain::push_rows(const FeatureMatrix& input, FeatureMatrix& rows) {
   if (recipe_.noise_reduction.method != NoiseMethod::kNone) {
     throw Fault("the noise is reduced in audio, not in features");
   }
-  current_.width = input.width;
-  append_rows(input.values, current_);
+  append_rows(input.values, first_of(rows));
   pass(false, rows);
 }
 
 void FeatureChain::finish(FeatureMatrix& rows) {
-  if (recipe_.source == Source::kAudio) {
-    front_end_.finish(current_);
-  } else {
-    current_.width = recipe_.input_width();
-  }
+  if (recipe_.source == Source::kAudio) front_end_.finish(first_of(rows));
   pass(true, rows);
 }
 

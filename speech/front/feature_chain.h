@@ -34,6 +34,7 @@ class FeatureChain {
   FeatureMatrix run_rows(const FeatureMatrix& input);
 
  private:
+  FeatureMatrix& first_of(FeatureMatrix& rows) { return stages_.empty() ? rows : current_; }
   void pass(bool last, FeatureMatrix& rows);
 
   Recipe recipe_;

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 #include "kivsr/speech/front/frame_analysis.h"
 #include "kivsr/speech/front/noise_reduction.h"
+#include "kivsr/speech/front/row_stage.h"
 
 namespace kivsr::speech {
 
@@ -102,13 +102,22 @@ FeatureMatrix FrontEnd::run(std::span<const float> samples) {
   return rows;
 }
 
-FeatureMatrix FrontEnd::spectra(std::span<const float> samples) {
-  start();
+void FrontEnd::hand_over(FeatureMatrix& spectra) {
+  spectra.width = spectra_.width;
+  append_rows(spectra_.values, spectra);
+  spectra_.values.clear();
+  log_energies_.clear();
+}
+
+void FrontEnd::push_spectra(std::span<const float> samples, FeatureMatrix& spectra) {
   cut(samples, nullptr);
+  hand_over(spectra);
+}
+
+void FrontEnd::finish_spectra(FeatureMatrix& spectra) {
   cut_last(nullptr);
-  FeatureMatrix result{spectra_.width, std::exchange(spectra_.values, {})};
+  hand_over(spectra);
   start();
-  return result;
 }
 
 }  // namespace kivsr::speech

@@ -32,13 +32,16 @@ class FrontEnd {
   void push(std::span<const float> samples, FeatureMatrix& rows);
   void finish(FeatureMatrix& rows);
   FeatureMatrix run(std::span<const float> samples);
-  // The spectra that the filters of a whole utterance see, power or magnitude as the parameters say.
-  FeatureMatrix spectra(std::span<const float> samples);
+  // The spectra that the filters see in the place of the rows, power or magnitude as the parameters say; without noise
+  // reduction. A finish with the spectra ends the utterance.
+  void push_spectra(std::span<const float> samples, FeatureMatrix& spectra);
+  void finish_spectra(FeatureMatrix& spectra);
 
  private:
   void start();
   void cut(std::span<const float> samples, FeatureMatrix* rows);
   void cut_last(FeatureMatrix* rows);
+  void hand_over(FeatureMatrix& spectra);
   void emit(std::span<const float> samples, FeatureMatrix* rows);
   void add_row(std::span<const float> spectrum, float log_energy, FeatureMatrix& rows);
 

@@ -55,18 +55,23 @@ UtteranceInfo stream(const std::filesystem::path& file, FeatureChain& chain, con
   UtteranceInfo info;
   RowPump stages(file, chain, take);
   if (is_feature_file(file)) {
-    const FeatureMatrix input = read_feature_file(file, recipe.input_width());
-    if (input.width != recipe.input_width()) {
-      throw Fault(file.string() + ": rows of " + std::to_string(input.width) + " values, " +
+    FeatureReader reader(file, recipe.input_width());
+    if (reader.width() != recipe.input_width()) {
+      throw Fault(file.string() + ": rows of " + std::to_string(reader.width()) + " values, " +
                   std::to_string(recipe.input_width()) + " are needed");
     }
     if (recipe.noise_reduction.method != NoiseMethod::kNone) {
       throw Fault(file.string() + ": noise is reduced in audio, not in features");
     }
-    require_finite(input, file);
-    stages.rows(input);
+    FeatureMatrix input;
+    std::int64_t rows = 0;
+    for (; reader.read(input); input.values.clear()) {
+      require_finite(input, file, rows);
+      rows += input.height();
+      stages.rows(input);
+    }
     info.frames = stages.finish();
-    info.seconds = input.height() * recipe.frame_seconds();
+    info.seconds = static_cast<double>(rows) * recipe.frame_seconds();
   } else {
     if (recipe.source != Source::kAudio) {
       throw Fault(file.string() + ": not a file of features, and the recipe starts from features, not from audio");

@@ -21,7 +21,7 @@ struct UtteranceInfo {
   int file_sample_rate = 0;  // before resampling; 0: a file of features
 };
 
-// Hands the rows to take as they come; memory does not grow with the length of the audio unless the recipe needs the
+// Hands the rows to take as they come; memory does not grow with the length of the file unless the recipe needs the
 // whole utterance. Throws Fault for a file that cannot be read, has rows of another width, holds a value that is not
 // finite or has no frame, and for audio where the recipe starts from features. block: samples that are read at a time;
 // 0: as suits.

@@ -3,42 +3,82 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <utility>
 
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
 
-std::vector<std::uint8_t> read_whole_file(const std::filesystem::path& file) {
+namespace {
+
+constexpr std::size_t kBlock = 1 << 16;  // bytes that are read at a time
+
+std::ifstream opened(const std::filesystem::path& file) {
   std::error_code error;
   if (!std::filesystem::exists(file, error)) throw Fault(file.string() + ": no such file");
   if (std::filesystem::is_directory(file, error)) throw Fault(file.string() + ": is a directory, not a file");
   std::ifstream stream(file, std::ios::binary);
   if (!stream) throw Fault(file.string() + ": cannot be opened");
+  return stream;
+}
+
+}  // namespace
+
+std::vector<std::uint8_t> read_whole_file(const std::filesystem::path& file) {
+  std::ifstream stream = opened(file);
   std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
   if (stream.bad()) throw Fault(file.string() + ": cannot be read");
   return bytes;
 }
 
-BinaryFile::BinaryFile(std::filesystem::path file) : file_(std::move(file)), bytes_(read_whole_file(file_)) {}
+// A pipe has no size: it is held whole.
+BinaryFile::BinaryFile(std::filesystem::path file) : file_(std::move(file)) {
+  std::error_code error;
+  if (std::filesystem::exists(file_, error) && !std::filesystem::is_regular_file(file_, error)) {
+    bytes_ = read_whole_file(file_);
+    size_ = static_cast<std::int64_t>(bytes_.size());
+    stream_ = std::make_unique<std::istringstream>();
+    return;
+  }
+  stream_ = std::make_unique<std::ifstream>(opened(file_));
+  const auto size = std::filesystem::file_size(file_, error);
+  if (error) fail("cannot be read");
+  size_ = static_cast<std::int64_t>(size);
+}
 
 void BinaryFile::fail(const std::string& message) const { throw Fault(name() + ": " + message); }
 
 void BinaryFile::require(std::int64_t count, std::string_view what) const {
-  const auto left = static_cast<std::int64_t>(bytes_.size() - position_);
+  const std::int64_t left = size_ - position_;
   if (count <= left) return;
   fail("truncated: " + std::string(what) + " needs " + std::to_string(count) + " bytes at byte " +
        std::to_string(position_) + ", " + std::to_string(left) + " are left");
 }
 
-void BinaryFile::expect_end() const {
-  if (position_ < bytes_.size()) fail(std::to_string(bytes_.size() - position_) + " bytes left over at the end");
+void BinaryFile::require_last(std::int64_t count, std::string_view what) const {
+  require(count, what);
+  if (position_ + count < size_) fail(std::to_string(size_ - position_ - count) + " bytes left over at the end");
+}
+
+// So that many bytes lie ahead, which the file must hold.
+void BinaryFile::fetch(std::size_t count) {
+  if (ahead().size() >= count) return;
+  bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(used_));
+  used_ = 0;
+  const std::size_t known = bytes_.size();
+  const auto left = static_cast<std::size_t>(size_ - position_) - known;
+  bytes_.resize(known + std::min(left, std::max(count - known, kBlock)));
+  const auto wanted = static_cast<std::streamsize>(bytes_.size() - known);
+  if (!stream_->read(reinterpret_cast<char*>(bytes_.data() + known), wanted)) fail("cannot be read");
 }
 
 std::span<const std::uint8_t> BinaryFile::read_bytes(std::int64_t count, std::string_view what) {
   require(count, what);
-  const std::span<const std::uint8_t> result(bytes_.data() + position_, static_cast<std::size_t>(count));
-  position_ += result.size();
+  fetch(static_cast<std::size_t>(count));
+  const auto result = ahead().first(static_cast<std::size_t>(count));
+  used_ += result.size();
+  position_ += count;
   return result;
 }
 
@@ -65,13 +105,23 @@ std::int32_t BinaryFile::read_count(std::string_view what) {
 }
 
 std::string BinaryFile::read_until(char end, std::string_view what) {
-  const auto from = bytes_.begin() + static_cast<std::ptrdiff_t>(position_);
-  const auto to = std::find(from, bytes_.end(), static_cast<std::uint8_t>(end));
-  if (to == bytes_.end()) {
-    fail("truncated: " + std::string(what) + " at byte " + std::to_string(position_) + " has no end");
+  const auto left = static_cast<std::size_t>(size_ - position_);
+  for (std::size_t searched = 0;;) {
+    const auto bytes = ahead();
+    const auto to =
+        std::find(bytes.begin() + static_cast<std::ptrdiff_t>(searched), bytes.end(), static_cast<std::uint8_t>(end));
+    if (to != bytes.end()) {
+      const std::string text(bytes.begin(), to);
+      used_ += text.size() + 1;
+      position_ += static_cast<std::int64_t>(text.size()) + 1;
+      return text;
+    }
+    if (bytes.size() == left) {
+      fail("truncated: " + std::string(what) + " at byte " + std::to_string(position_) + " has no end");
+    }
+    searched = bytes.size();
+    fetch(std::min(left, std::max(2 * searched, kBlock)));
   }
-  position_ += static_cast<std::size_t>(to - from) + 1;
-  return std::string(from, to);
 }
 
 std::string BinaryFile::read_line(std::string_view what) { return read_until('\n', what); }

@@ -1,10 +1,12 @@
-// A binary file held in memory and read field by field. Every read is checked against the end of the file, and every
-// fault names the file and what was being read. Next: s3_file.h and sendump.h, the formats built on it.
+// A binary file read field by field, some of it in memory at a time. Every read is checked against the end of the file,
+// and every fault names the file and what was being read. Next: s3_file.h and sendump.h, the formats built on it.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <istream>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -28,23 +30,31 @@ class BinaryFile {
   std::uint16_t read_half_word(std::string_view what);
   std::string read_line(std::string_view what);    // up to the line feed, which is consumed
   std::string read_string(std::string_view what);  // up to the zero byte, which is consumed
+  // They stay until the next read.
   std::span<const std::uint8_t> read_bytes(std::int64_t count, std::string_view what);
 
   // Faults unless the file holds that many more bytes: call it before memory is taken for what a header promises.
   void require(std::int64_t count, std::string_view what) const;
-  void expect_end() const;
+  // The same, and no more than that.
+  void require_last(std::int64_t count, std::string_view what) const;
+  void expect_end() const { require_last(0, "the end"); }
 
-  std::size_t position() const { return position_; }
-  std::size_t size() const { return bytes_.size(); }
+  std::int64_t position() const { return position_; }
+  std::int64_t size() const { return size_; }
   std::string name() const { return file_.string(); }
   [[noreturn]] void fail(const std::string& message) const;
 
  private:
   std::string read_until(char end, std::string_view what);
+  std::span<const std::uint8_t> ahead() const { return std::span(bytes_).subspan(used_); }
+  void fetch(std::size_t count);
 
   std::filesystem::path file_;
-  std::vector<std::uint8_t> bytes_;
-  std::size_t position_ = 0;
+  std::unique_ptr<std::istream> stream_;
+  std::int64_t size_ = 0;
+  std::int64_t position_ = 0;
+  std::vector<std::uint8_t> bytes_;  // what was read of the file, used_ of them handed out
+  std::size_t used_ = 0;
   bool big_endian_ = false;
 };
 

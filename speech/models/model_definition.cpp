@@ -53,9 +53,9 @@ ModelDefinition read_binary(BinaryFile& file) {
   if (result.states_per_phone == 0) file.fail("has phones of different lengths, which are not read");
   if (all_phones < phones) file.fail("has fewer phones than base phones");
 
-  const std::size_t names = file.position();
+  const std::int64_t names = file.position();
   for (int phone = 0; phone < phones; ++phone) result.phones.emplace_back().name = file.read_string("a phone name");
-  file.read_bytes(static_cast<std::int64_t>((4 - (file.position() - names) % 4) % 4), "the padding after the names");
+  file.read_bytes((4 - (file.position() - names) % 4) % 4, "the padding after the names");
   file.read_bytes(8 * tree_nodes, "the phone tree");
 
   std::vector<int> sequence_of_phone;

@@ -21,68 +21,134 @@ struct FrameRun {
   double seconds() const { return static_cast<double>(last - first) * kFrameSeconds; }
 };
 
-// Runs of speech, pauses below the least one closed.
-std::vector<FrameRun> runs_of(const std::vector<bool>& speech, double minimum_pause) {
-  std::vector<FrameRun> runs;
-  for (std::size_t t = 0; t < speech.size(); ++t) {
-    if (!speech[t]) continue;
-    if (!runs.empty() && (runs.back().last == t || FrameRun{runs.back().last, t}.seconds() < minimum_pause)) {
-      runs.back().last = t + 1;
-    } else {
-      runs.push_back({t, t + 1});
-    }
-  }
-  return runs;
-}
-
 // The detector hangs over for 0.23 to 0.4 s. Where the recording is clean, energy tells more closely where speech ends:
-// of a run the frames remain that are loud, or near one that is.
-std::vector<bool> trimmed(const std::vector<bool>& speech, std::span<const float> decibels, const SegmentRules& rules) {
+// of a run the frames remain that are loud, or near one that is. Pauses below the least one are closed.
+std::vector<FrameRun> trimmed(FrameRun run, std::span<const float> decibels, const SegmentRules& rules) {
   const auto margin = static_cast<std::size_t>(std::lround(std::min(rules.margin, 1e6) / kFrameSeconds));
-  std::vector<bool> kept(speech.size(), false);
-  for (const FrameRun& run : runs_of(speech, rules.minimum_pause)) {
-    const auto within = decibels.subspan(run.first, run.last - run.first);
-    const double least = *std::max_element(within.begin(), within.end()) - rules.trim;
-    std::size_t done = run.first;
-    for (std::size_t t = run.first; t < run.last; ++t) {
-      if (!(decibels[t] > least)) continue;
-      const std::size_t from = std::max(done, t - std::min(t, margin));
-      done = std::min(t + margin + 1, run.last);
-      std::fill(kept.begin() + static_cast<std::ptrdiff_t>(from), kept.begin() + static_cast<std::ptrdiff_t>(done),
-                true);
+  const double least = *std::max_element(decibels.begin(), decibels.end()) - rules.trim;
+  std::vector<FrameRun> kept;
+  for (std::size_t t = run.first; t < run.last; ++t) {
+    if (!(decibels[t - run.first] > least)) continue;
+    const std::size_t from = std::max(run.first, t - std::min(t, margin));
+    const std::size_t to = std::min(t + margin + 1, run.last);
+    const bool joins =
+        !kept.empty() && (from <= kept.back().last || FrameRun{kept.back().last, from}.seconds() < rules.minimum_pause);
+    if (joins) {
+      kept.back().last = to;
+    } else {
+      kept.push_back({from, to});
     }
   }
   return kept;
 }
 
-// Frame t lies around sample 80 (t + 1); the first and the last reach to the ends of the signal.
-SpeechSegment segment_of(FrameRun run, std::size_t frames, double seconds) {
-  const auto edge = [&](std::size_t frame) { return (static_cast<double>(frame) + 0.5) * kFrameSeconds; };
-  return {run.first == 0 ? 0.0 : edge(run.first), run.last == frames ? seconds : std::min(edge(run.last), seconds)};
+float decibels_of(std::span<const float> frame) {
+  float power = 0.0F;
+  call<kivsDotProd_32f>(frame, frame, frame.size(), &power);
+  return 10.0F * std::log10(power / static_cast<float>(frame.size()) + 0.01F);
 }
 
 }  // namespace
 
-std::vector<float> frame_decibels(std::span<const float> samples) {
-  std::vector<float> decibels;
-  for (std::size_t start = kFrame / 2; start + kFrame / 2 <= samples.size(); start += kFrame) {
-    const auto frame = samples.subspan(start, std::min(kFrame, samples.size() - start));
-    const int count = static_cast<int>(frame.size());
-    float power = 0.0F;
-    call<kivsDotProd_32f>(frame, frame, count, &power);
-    decibels.push_back(10.0F * std::log10(power / static_cast<float>(count) + 0.01F));
+void FrameDecibels::push(std::span<const float> samples, std::vector<float>& decibels) {
+  pending_.insert(pending_.end(), samples.begin(), samples.end());
+  std::size_t start = 0;
+  if (!begun_ && pending_.size() >= kFrame / 2) {
+    begun_ = true;
+    start = kFrame / 2;
   }
+  for (; begun_ && start + kFrame <= pending_.size(); start += kFrame) {
+    decibels.push_back(decibels_of(std::span(pending_).subspan(start, kFrame)));
+  }
+  pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(start));
+}
+
+void FrameDecibels::finish(std::vector<float>& decibels) {
+  if (begun_ && pending_.size() >= kFrame / 2) decibels.push_back(decibels_of(pending_));
+  pending_.clear();
+  begun_ = false;
+}
+
+std::vector<float> frame_decibels(std::span<const float> samples) {
+  FrameDecibels energies;
+  std::vector<float> decibels;
+  energies.push(samples, decibels);
+  energies.finish(decibels);
   return decibels;
+}
+
+void SegmentFinder::push(const std::vector<bool>& speech, std::span<const float> decibels,
+                         std::vector<SpeechSegment>& segments) {
+  speech_.insert(speech_.end(), speech.begin(), speech.end());
+  decibels_.insert(decibels_.end(), decibels.begin(), decibels.end());
+  const std::size_t both = std::min(speech_.size(), decibels_.size());
+  for (std::size_t t = 0; t < both; ++t) step(speech_[t], decibels_[t], segments);
+  speech_.erase(speech_.begin(), speech_.begin() + static_cast<std::ptrdiff_t>(both));
+  decibels_.erase(decibels_.begin(), decibels_.begin() + static_cast<std::ptrdiff_t>(both));
+}
+
+void SegmentFinder::step(bool speech, float decibels, std::vector<SpeechSegment>& segments) {
+  const std::size_t frame = frames_++;
+  const bool open = last_ > first_;
+  if (open && !speech && !(FrameRun{last_, frame + 1}.seconds() < rules_.minimum_pause)) return close(segments);
+  if (speech && !open) first_ = frame;
+  if (speech) last_ = frame + 1;
+  if (last_ > first_ && rules_.trim > 0.0) open_.push_back(decibels);
+}
+
+// Frame t lies around sample 80 (t + 1); the first and the last of the signal reach to its ends.
+void SegmentFinder::close(std::vector<SpeechSegment>& segments) {
+  const FrameRun whole{first_, last_};
+  const auto edge = [](std::size_t frame) { return (static_cast<double>(frame) + 0.5) * kFrameSeconds; };
+  const auto add = [&](FrameRun run) {
+    if (!(run.seconds() >= rules_.minimum_speech)) return;
+    const bool to_end = seconds_ > 0.0 && run.last == frames_;
+    segments.push_back({run.first == 0 ? 0.0 : edge(run.first), to_end ? seconds_ : edge(run.last)});
+  };
+  if (rules_.trim > 0.0) {
+    for (const FrameRun& run : trimmed(whole, std::span(open_).first(last_ - first_), rules_)) add(run);
+  } else {
+    add(whole);
+  }
+  first_ = last_ = 0;
+  open_.clear();
+}
+
+void SegmentFinder::finish(double seconds, std::vector<SpeechSegment>& segments) {
+  seconds_ = seconds;
+  if (last_ > first_) close(segments);
+  *this = SegmentFinder(rules_);
 }
 
 std::vector<SpeechSegment> speech_segments(const std::vector<bool>& speech, std::span<const float> decibels,
                                            double seconds, const SegmentRules& rules) {
+  SegmentFinder finder(rules);
   std::vector<SpeechSegment> segments;
-  for (const FrameRun& run :
-       runs_of(rules.trim > 0.0 ? trimmed(speech, decibels, rules) : speech, rules.minimum_pause)) {
-    if (run.seconds() >= rules.minimum_speech) segments.push_back(segment_of(run, speech.size(), seconds));
-  }
+  finder.push(speech, decibels, segments);
+  finder.finish(seconds, segments);
   return segments;
+}
+
+void SpeechSegmenter::pass_on(std::vector<SpeechSegment>& segments) {
+  if (listener) listener(speech_, decibels_);
+  finder_.push(speech_, decibels_, segments);
+  speech_.clear();
+  decibels_.clear();
+}
+
+void SpeechSegmenter::push(std::span<const float> samples, std::vector<SpeechSegment>& segments) {
+  samples_ += samples.size();
+  detector_.push(samples, speech_);
+  energies_.push(samples, decibels_);
+  pass_on(segments);
+}
+
+void SpeechSegmenter::finish(std::vector<SpeechSegment>& segments) {
+  detector_.finish(speech_);
+  energies_.finish(decibels_);
+  pass_on(segments);
+  finder_.finish(static_cast<double>(samples_) / kAuroraRate, segments);
+  samples_ = 0;
 }
 
 }  // namespace kivsr::speech

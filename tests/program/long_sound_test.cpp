@@ -17,7 +17,9 @@ namespace {
 
 constexpr std::uintmax_t kSamples = 1200 * 16000;
 
-CommandResult run_in_90_megabytes(const std::string& arguments) { return run_kivsr(arguments, "ulimit -v 90000; "); }
+CommandResult run_in(int megabytes, const std::string& arguments) {
+  return run_kivsr(arguments, "ulimit -v " + std::to_string(megabytes) + "000; ");
+}
 
 class LongSound : public ::testing::Test {
  protected:
@@ -38,16 +40,47 @@ class LongSound : public ::testing::Test {
 };
 
 TEST_F(LongSound, FeaturesNeedNoMoreMemory) {
-  const CommandResult result = run_in_90_megabytes("features --preset mfcc --dynamics win2 " + quoted(sound_) + " -o " +
-                                                   quoted(folder_ / "rows.htk"));
+  const CommandResult result =
+      run_in(90, "features --preset mfcc --dynamics win2 " + quoted(sound_) + " -o " + quoted(folder_ / "rows.htk"));
   ASSERT_EQ(result.status, 0) << result.errors;
   EXPECT_EQ(std::filesystem::file_size(folder_ / "rows.htk"), 12 + 119998 * 39 * sizeof(float));
 }
 
 TEST_F(LongSound, EnhancementNeedsNoMoreMemory) {
-  const CommandResult result = run_in_90_megabytes("enhance " + quoted(sound_) + " " + quoted(folder_ / "quiet.wav"));
+  const CommandResult result = run_in(90, "enhance " + quoted(sound_) + " " + quoted(folder_ / "quiet.wav"));
   ASSERT_EQ(result.status, 0) << result.errors;
   EXPECT_EQ(std::filesystem::file_size(folder_ / "quiet.wav"), 44 + 2 * kSamples);
+}
+
+TEST_F(LongSound, VoiceActivityNeedsNoMoreMemory) {
+  const CommandResult result = run_in(90, "vad " + quoted(sound_) + " --format csv");
+  ASSERT_EQ(result.status, 0) << result.errors;
+  EXPECT_NE(result.output.find(sound_.string() + ","), std::string::npos) << result.output;
+}
+
+TEST_F(LongSound, StatisticsOfSoundAndOfRowsNeedNoMoreMemory) {
+  ASSERT_EQ(run_kivsr("features " + quoted(sound_) + " --preset htk-like --no-normalise-energy -o " +
+                      quoted(folder_ / "rows.npy"))
+                .status,
+            0);
+  for (const auto& input : {sound_, folder_ / "rows.npy"}) {
+    const CommandResult result = run_in(50, "features --stats --preset htk-like --no-normalise-energy " +
+                                                quoted(input) + " -o " + quoted(folder_ / "sums.json"));
+    ASSERT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(result.output, "1 files, 119998 frames of 39 values\n");
+  }
+}
+
+// The drawing library alone takes more than the sound.
+TEST_F(LongSound, PicturesAndComparisonsNeedNoMoreMemory) {
+  const std::string picture = " --picture " + quoted(folder_ / "a.png");
+  for (const std::string& arguments :
+       {"vad " + quoted(sound_) + picture,
+        "enhance " + quoted(sound_) + " " + quoted(folder_ / "b.wav") + " --reference " + quoted(sound_) + picture}) {
+    const CommandResult result = run_in(180, arguments);
+    ASSERT_EQ(result.status, 0) << arguments << ": " << result.errors;
+    EXPECT_EQ(read_file(folder_ / "a.png").substr(1, 3), "PNG") << arguments;
+  }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <cairo/cairo.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <memory>
@@ -74,11 +75,11 @@ class Png {
 };
 
 Png drawn(const TemporaryFolder& folder, const std::vector<float>& samples, const FrontEndParameters& parameters) {
-  Audio audio;
-  audio.samples = samples;
-  audio.sample_rate = parameters.sample_rate;
+  FeaturePicture picture(parameters);
+  picture.push(samples);
+  picture.finish();
   OutputFile file(folder / "picture.png");
-  draw_features(file, "test", audio, parameters);
+  picture.draw(file, "test");
   file.commit();
   return Png(folder / "picture.png");
 }
@@ -129,6 +130,56 @@ TEST(FeaturePicture, DrawsExtremesOfLengthAndShape) {
   parameters = preset("sphinx-en-us").front_end;
   parameters.shift = 4;
   EXPECT_TRUE(drawn(folder, noise(20000), parameters).ok()) << "more frames than an image has columns";
+}
+
+// Means of 1, 2, 4, ... rows: the columns are few, keep their order, and together have the mean of all rows.
+TEST(ColumnReduction, HalvesTheColumnsWhenTheyAreTooMany) {
+  for (const int height : {0, 1, 7, 8, 9, 16, 17, 100, 1000}) {
+    ColumnReduction reduction(8);
+    for (int t = 0; t < height; ++t) {
+      const std::vector<float> row = {static_cast<float>(t), static_cast<float>(-2 * t)};
+      reduction.add(row);
+    }
+    const FeatureMatrix columns = reduction.columns();
+    const int wide = reduction.rows_a_column();
+    EXPECT_LE(columns.height(), 8);
+    ASSERT_EQ(columns.height(), (height + wide - 1) / wide) << height;
+    if (height > 8) EXPECT_GT(columns.height(), 4) << height;
+    for (int column = 0; column < columns.height(); ++column) {
+      const int last = std::min((column + 1) * wide, height) - 1;
+      const auto middle = static_cast<float>(0.5 * (column * wide + last));
+      EXPECT_FLOAT_EQ(columns.row(column)[0], middle) << height << ' ' << column;
+      EXPECT_FLOAT_EQ(columns.row(column)[1], -2.0F * middle) << height << ' ' << column;
+    }
+  }
+}
+
+// Signals below and above the number of stretches that are told apart, however they are cut.
+TEST(Envelope, HoldsTheExtremesOfEveryStretch) {
+  for (const int count : {1, 1000, 65536, 65537, 400000}) {
+    const auto samples = noise(count);
+    for (const std::size_t block : {7U, 30000U}) {
+      Envelope envelope;
+      for (std::size_t at = 0; at < samples.size(); at += block) {
+        envelope.add(std::span(samples).subspan(at, std::min(block, samples.size() - at)));
+      }
+      ASSERT_EQ(envelope.samples(), count);
+      const auto [low, high] = std::minmax_element(samples.begin(), samples.end());
+      EXPECT_EQ(envelope.extremes().low, *low);
+      EXPECT_EQ(envelope.extremes().high, *high);
+      const int slack = count / 32768 + 1;
+      for (int first = 0; first + 900 < count; first += count / 13) {
+        const Range part = envelope.extremes(first, first + 900);
+        const auto inner = std::minmax_element(samples.begin() + first, samples.begin() + first + 900);
+        const auto outer = std::minmax_element(samples.begin() + std::max(0, first - slack),
+                                               samples.begin() + std::min(count, first + 900 + slack));
+        EXPECT_LE(part.low, *inner.first);
+        EXPECT_GE(part.high, *inner.second);
+        EXPECT_GE(part.low, *outer.first);
+        EXPECT_LE(part.high, *outer.second);
+      }
+    }
+  }
 }
 
 TEST(FeaturePicture, NameMustBeThatOfAPng) {

@@ -55,7 +55,10 @@ ColumnMoments reference(const std::vector<FeatureMatrix>& files) {
 
 ColumnMoments accumulated(const std::vector<FeatureMatrix>& files) {
   ColumnStatistics statistics;
-  for (const FeatureMatrix& rows : files) statistics.add(rows);
+  for (const FeatureMatrix& rows : files) {
+    statistics.add(rows);
+    statistics.end_file();
+  }
   return statistics.moments();
 }
 
@@ -79,14 +82,33 @@ TEST(ColumnStatistics, AgreesWithTwoPassesInDoublePrecision) {
   }
 }
 
-// The first file decides what the values are taken relative to; it may lie far from all others.
-TEST(ColumnStatistics, AnOutlyingFirstFileDoesNoHarm) {
-  auto files = random_files(2, {2, 500});
-  files[0].values = {1e6F, -3e5F, 1.01e6F, -3.01e5F};
+// The first rows decide what the values are taken relative to; they may lie far from all others.
+TEST(ColumnStatistics, AnOutlyingStartDoesNoHarm) {
+  auto files = random_files(2, {1024, 9000});
+  for (int t = 0; t < 1024; ++t) {
+    files[0].row(t)[0] += 1e6F;
+    files[0].row(t)[1] -= 3e5F;
+  }
   const ColumnMoments expected = reference(files);
   const ColumnMoments found = accumulated(files);
   for (std::size_t place = 0; place < 4; ++place) {
     EXPECT_NEAR(found.covariance[place] / expected.covariance[place], 1.0, 1e-8);
+  }
+}
+
+TEST(ColumnStatistics, BlocksOfRowsGiveTheSameBits) {
+  const FeatureMatrix rows = random_files(5, {3000}).front();
+  ColumnStatistics at_once;
+  at_once.add(rows);
+  for (const int block : {1, 7, 1023, 1025}) {
+    ColumnStatistics cut;
+    for (int first = 0; first < rows.height(); first += block) {
+      const auto from = rows.values.begin() + first * 5;
+      cut.add({5, {from, from + std::min(block, rows.height() - first) * 5}});
+      if (first == 1400) cut.moments();  // which may be asked for in between
+    }
+    EXPECT_EQ(cut.moments().covariance, at_once.moments().covariance) << block;
+    EXPECT_EQ(cut.moments().mean, at_once.moments().mean) << block;
   }
 }
 

@@ -20,6 +20,14 @@ std::vector<float> recording() {
   return read_audio_at("/usr/share/pocketsphinx/test/data/goforward.raw", 16000).samples;
 }
 
+FeatureMatrix spectra_of(const FrontEndParameters& parameters, std::span<const float> samples) {
+  FrontEnd front_end(parameters);
+  FeatureMatrix spectra;
+  front_end.push_spectra(samples, spectra);
+  front_end.finish_spectra(spectra);
+  return spectra;
+}
+
 double distance(const FeatureMatrix& a, const FeatureMatrix& b) {
   double sum = 0.0;
   for (std::size_t i = 0; i < a.values.size(); ++i) sum += std::abs(a.values[i] - b.values[i]);
@@ -51,7 +59,7 @@ TEST_P(EveryReduction, TakesStationaryNoiseDownToTheFloor) {
   const NoiseReductionParameters settings{.method = GetParam(), .residual = 0.0F};
   std::vector<float> samples = white_noise(32000, 3);
   for (float& sample : samples) sample *= 1000.0F;
-  const FeatureMatrix before = FrontEnd(parameters_).spectra(samples);
+  const FeatureMatrix before = spectra_of(parameters_, samples);
   FeatureMatrix after = before;
   NoiseReduction(parameters_, settings).run(after);
   double power_before = 0.0;
@@ -67,7 +75,7 @@ TEST_P(EveryReduction, TakesStationaryNoiseDownToTheFloor) {
 
 TEST_P(EveryReduction, ScalesWithTheSignalAndSurvivesSilence) {
   const NoiseReduction reduction(parameters_, {.method = GetParam()});
-  FeatureMatrix spectra = FrontEnd(parameters_).spectra(recording());
+  FeatureMatrix spectra = spectra_of(parameters_, recording());
   FeatureMatrix louder = spectra;
   for (float& power : louder.values) power *= 16.0F;
   reduction.run(spectra);
