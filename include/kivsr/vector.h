@@ -18,5 +18,6 @@
 #include "vector/roots.h"
 #include "vector/statistics.h"
 #include "vector/sums.h"
+#include "vector/svd.h"
 
 #endif

@@ -139,6 +139,7 @@ inline Vec<double> load_some(const double* p, int n) { return {_mm256_maskload_p
 inline void store(float* p, Vec<float> v) { _mm256_storeu_ps(p, v.raw); }
 inline void store_some(float* p, Vec<float> v, int n) { _mm256_maskstore_ps(p, detail::first_lanes_32(n), v.raw); }
 inline void store(double* p, Vec<double> v) { _mm256_storeu_pd(p, v.raw); }
+inline void store_some(double* p, Vec<double> v, int n) { _mm256_maskstore_pd(p, detail::first_lanes_64(n), v.raw); }
 inline void store(std::int32_t* p, Vec<std::int32_t> v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v.raw); }
 inline void store(std::int16_t* p, Vec<std::int32_t> v) {
   const __m128i words = _mm_packs_epi32(_mm256_castsi256_si128(v.raw), _mm256_extracti128_si256(v.raw, 1));

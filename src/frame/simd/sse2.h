@@ -175,6 +175,9 @@ inline void store_some(float* p, Vec<float> v, int n) {
   if (n == 3) _mm_store_ss(p + 2, _mm_movehl_ps(v.raw, v.raw));
 }
 inline void store(double* p, Vec<double> v) { _mm_storeu_pd(p, v.raw); }
+inline void store_some(double* p, Vec<double> v, int n) {
+  if (n == 1) _mm_store_sd(p, v.raw);
+}
 inline void store(std::int32_t* p, Vec<std::int32_t> v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v.raw); }
 inline void store(std::int16_t* p, Vec<std::int32_t> v) {
   _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packs_epi32(v.raw, v.raw));
