@@ -17,6 +17,7 @@
 
 #include "frame/matrix_checks.h"
 #include "frame/rows.h"
+#include "frame/scale.h"
 #include "frame/scratch.h"
 #include "svd_reflections.h"
 #include "svd_rotations.h"
@@ -66,7 +67,7 @@ double largest_magnitude(Rows rows, int height, int width) {
 // x 2^exponent in two steps of normal factors.
 struct Scaling {
   explicit Scaling(int exponent)
-      : first(std::ldexp(1.0, exponent / 2)), second(std::ldexp(1.0, exponent - exponent / 2)) {}
+      : first(power_of_two_64(exponent / 2)), second(power_of_two_64(exponent - exponent / 2)) {}
   double operator()(double x) const { return x * first * second; }
   double first;
   double second;
@@ -344,7 +345,8 @@ KivStatus decompose_finite(Source src, Left u, double* s, Right v, int width, in
 
   std::int32_t* const in_order = places.data() + 2 * static_cast<std::ptrdiff_t>(width);
   put_in_order(order, values, in_order, width);
-  for (std::ptrdiff_t k = 0; k < width; ++k) s[k] = std::ldexp(values[in_order[k]], -shift);
+  const Scaling back(-shift);
+  for (std::ptrdiff_t k = 0; k < width; ++k) s[k] = back(values[in_order[k]]);
   square.write_v(v, in_order);
   if (height > width) {
     square.multiply_u(u, height, in_order);
