@@ -159,12 +159,13 @@ KivStatus warp_with_path(const Pair<Rows>& pair, Kiv32f* distance, Kiv32s* path,
     const dtw::Range range = dtw::group_columns<float>(bounds, row, std::min(kGroup, pair.height1 - row));
     widest = std::max(widest, range.end - range.begin);
   }
-  const std::ptrdiff_t pitch = widest + 2 * kGroup;
-  const std::uint64_t kept = static_cast<std::uint64_t>(pitch) * static_cast<std::uint64_t>(pair.height1);
+  const std::ptrdiff_t pitch = widest + kGroup;
+  const std::uint64_t kept =
+      static_cast<std::uint64_t>(pitch) * (static_cast<std::uint64_t>(pair.height1) + kGroup - 1);
   Sequences<float> sequences(pair);
   CornerCells<float> cells(pair.height2);
-  Scratch<float> sums(static_cast<std::size_t>(std::min<std::uint64_t>(kept, SIZE_MAX)));
-  Scratch<dtw::Range> ranges(static_cast<std::size_t>(pair.height1));
+  Scratch<float, 2048> sums(static_cast<std::size_t>(std::min<std::uint64_t>(kept, SIZE_MAX)));
+  Scratch<dtw::Range, 64> ranges(static_cast<std::size_t>(pair.height1));
   if (!sequences || !cells || !sums || !ranges) return kivStatusNoMemory;
 
   const dtw::Trace trace{sums.data(), ranges.data(), pitch};

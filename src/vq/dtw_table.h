@@ -72,17 +72,17 @@ struct NoTrace {
 };
 struct Trace {
   static constexpr bool kKeeps = true;
-  float* sums;  // rows of `pitch` numbers
-  Range*
-      ranges;  // the columns of each row's group, of which the first one stands kGroup numbers behind the row's start
+  float* sums;    // kGroup numbers a step, `pitch` steps a group
+  Range* ranges;  // the columns of each row's group
   std::ptrdiff_t pitch;
 
-  float* place(std::ptrdiff_t row, std::ptrdiff_t column) const {
-    return sums + row * pitch + (column - ranges[row].begin) + kGroup;
+  float* step(std::ptrdiff_t row, std::ptrdiff_t column) const {
+    return sums + (row / kGroup * pitch + column - ranges[row].begin) * kGroup;
   }
   Sum<float> at(std::ptrdiff_t row, std::ptrdiff_t column) const {
     if (row < 0 || column < ranges[row].begin || column >= ranges[row].end) return Sum<float>::closed();
-    return {*place(row, column)};
+    const std::ptrdiff_t behind = row % kGroup;
+    return {step(row, column + behind)[behind]};
   }
 };
 
@@ -203,10 +203,8 @@ class Table {
     State<kRows> state = held;
     const T* d = distances_ + kGroup;
     Cell* cell = last_row_ + column;
-    [[maybe_unused]] float* kept[kRows];
-    if constexpr (Keep::kKeeps) {
-      for (int r = 0; r < kRows; ++r) kept[r] = keep_.place(row + r, column - r);
-    }
+    [[maybe_unused]] float* kept = nullptr;
+    if constexpr (Keep::kKeeps) kept = keep_.step(row, column);
     for (const T* const end = d + count; d != end; ++d, ++cell) {
       const Cell above = *cell;
       std::array<Cell, kRows> next;
@@ -223,7 +221,8 @@ class Table {
       cell[1 - kRows] = next[kRows - 1];
       if constexpr (Keep::kKeeps) {
 #pragma GCC unroll 4
-        for (int r = 0; r < kRows; ++r) *kept[r]++ = next[r].sum;
+        for (int r = 0; r < kRows; ++r) kept[r] = next[r].sum;
+        kept += kGroup;
       }
     }
     held = state;

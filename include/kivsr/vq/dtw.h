@@ -33,8 +33,8 @@ KIVSR_BEGIN_DECLS
  * Low differences saturate to 16 bits and the sum of their squares to 32. D2 and D2L agree bit for bit, and so do a band
  * that holds the path and none.
  *
- * Memory: the second sequence once more and a row of sums, Path 4 bytes for each cell of the band; small sequences stay
- * on the stack but for Path.
+ * Memory: the second sequence once more and a row of sums, Path 4 bytes for each cell of the band; small ones stay
+ * on the stack.
  *
  * @code{.c}
  * const Kiv32f word[3] = {1, 5, 2};
