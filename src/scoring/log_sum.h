@@ -5,8 +5,9 @@
 // Running additions depend on each other, and each takes a polynomial. The fast form keeps the running value as a
 // multiple of e^maximum instead: its additions are plain sums, the cut-off is a factor, and one logarithm follows at
 // the end. Blocks of elements are added at once wherever the order inside the block cannot be told from the rounding of
-// the running value; else, and for the first few elements, they are added one by one by the rule above. Vectors with an
-// element that is not finite or lies below the log zero take the running log-addition itself.
+// the running value: by a bound of the running value in one pass, else by limits that know the block's sum in a second
+// one; else they are added one by one by the rule above. Vectors with an element that is not finite or lies below the
+// log zero take the running log-addition itself.
 #pragma once
 
 #include <algorithm>
@@ -14,6 +15,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <type_traits>
 
 #include "frame/simd/math.h"
 #include "frame/simd/vec.h"
@@ -108,23 +110,46 @@ inline T add_in_order(T sum, const T* terms, int len) {
   return running.first();
 }
 
-// terms[i] = e^(src[i] - maximum), padded to full vectors with terms that do not count; their sum.
-template <class T>
-inline T exponentials(T* terms, const T* src, int len, T maximum) {
+// visit(i, terms) with the vectors of terms e^(src[i] - maximum). The last one is filled up with terms that do not
+// count.
+template <class T, class Visit>
+[[gnu::always_inline]] inline void each_exponential(const T* src, int len, T maximum, Visit visit) {
   using V = simd::Vec<T>;
   constexpr int W = V::width;
   assert(len >= 1 && len <= kBlock);
-  alignas(32) T copy[kBlock];
-  src = padded(copy, src, len, -std::numeric_limits<T>::infinity());
   const V largest = V::broadcast(maximum);
-  V total = V::zero();
+  const int full = len - len % W;
 #pragma GCC unroll 2
-  for (int i = 0; i < len; i += W) {
-    const V x = simd::exp_nonpositive(simd::load<T>(src + i) - largest);
-    simd::store(terms + i, x);
-    total = total + x;
-  }
-  return simd::sum_lanes(total);
+  for (int i = 0; i < full; i += W) visit(i, simd::exp_nonpositive(simd::load<T>(src + i) - largest));
+  if (full == len) return;
+  T last[W];
+  for (int i = 0; i < W; ++i) last[i] = full + i < len ? src[full + i] : -std::numeric_limits<T>::infinity();
+  visit(full, simd::exp_nonpositive(simd::load<T>(last) - largest));
+}
+
+// Adds a block to the sum if that takes one pass: every running value is expected to be below a bound, so that a term
+// above the bound's cut-off is kept wherever it stands, and those below it, kept or dropped, must not be felt. In
+// double precision they nearly always are.
+template <class T>
+inline bool add_expected(T* sum, const T* src, int len, T maximum) {
+  if (std::is_same_v<T, double>) return false;
+  using V = simd::Vec<T>;
+  constexpr T kHalfUnit = std::numeric_limits<T>::epsilon() / 2;
+  const T bound = 2 * *sum + (1 + static_cast<T>(len) / 16);
+  const T limit = bound * LogSumSet<T>::cut_off_factor;
+  const V kept_from = V::broadcast(limit);
+  V kept = V::zero();
+  V doubtful = V::zero();
+  each_exponential(src, len, maximum, [&](int, V x) {
+    const V certain = keep_where(x >= kept_from, x);
+    kept = kept + certain;
+    doubtful = doubtful + (x - certain);
+  });
+  const T doubt = simd::sum_lanes(doubtful);
+  const T end = *sum + simd::sum_lanes(kept);
+  if (end + doubt > bound || doubt + (*sum < limit ? *sum : T{0}) > static_cast<T>(len) * kHalfUnit * end) return false;
+  *sum = end;
+  return true;
 }
 
 // The sum and a block of terms, `total` their sum.
@@ -154,6 +179,24 @@ inline T add_block(T sum, const T* terms, int len, T total) {
   return loses_first ? block : end;
 }
 
+// Adds a block to the sum, which is zero before the first one, by the limits that follow from the block's own sum.
+template <class T>
+[[gnu::noinline]] void add_known(T* sum, const T* src, int len, T maximum) {
+  using V = simd::Vec<T>;
+  alignas(32) T terms[kBlock];
+  V totals = V::zero();
+  each_exponential(src, len, maximum, [&](int i, V x) {
+    simd::store(terms + i, x);
+    totals = totals + x;
+  });
+  int done = 0;
+  if (*sum == 0) {
+    done = std::min(kFirst, len);
+    *sum = add_in_order(terms[0], terms + 1, done - 1);
+  }
+  if (done < len) *sum = add_block(*sum, terms + done, len - done, simd::sum_lanes(totals));
+}
+
 }  // namespace log_sum_detail
 
 template <class T>
@@ -164,14 +207,10 @@ inline T log_sum(const T* src, std::ptrdiff_t len) {
   T maximum;
   if (!regular_maximum(src, len, &maximum)) return running_log_sum(src, len);
 
-  alignas(32) T terms[kBlock];
   T sum{};
   for (std::ptrdiff_t i = 0; i < len;) {
     const int n = static_cast<int>(std::min<std::ptrdiff_t>(kBlock, len - i));
-    const T total = exponentials(terms, src + i, n, maximum);
-    const int done = i == 0 ? std::min(kFirst, n) : 0;
-    if (i == 0) sum = add_in_order(terms[0], terms + 1, done - 1);
-    if (done < n) sum = add_block(sum, terms + done, n - done, total);
+    if (!add_expected(&sum, src + i, n, maximum)) add_known(&sum, src + i, n, maximum);
     i += n;
   }
   return maximum + std::log(sum);  // of a positive number: errno is safe

@@ -92,6 +92,29 @@ TYPED_TEST(LogDomain, AdditionAtEveryLengthAndHint) {
   }
 }
 
+// Terms whose sum is near zero, where no rounding of the result hides that of the evaluation, and terms whose
+// difference is no single-precision number.
+TEST(LogDomainAccuracy, AdditionNearZero) {
+  constexpr std::size_t kPairs = 20000;
+  Random random;
+  for (const double spread : {0.0, 1e-7, 1e-3, 1.0}) {
+    std::vector<float> a(kPairs), b(kPairs);
+    const std::vector<double> gap = random.values<double>(kPairs, -16, 0);
+    const std::vector<double> offset = random.values<double>(kPairs, -spread, spread);
+    for (std::size_t i = 0; i < kPairs; ++i) {
+      const double d = i % 2 == 0 ? gap[i] : gap[i] / 8;
+      a[i] = static_cast<float>(offset[i] - (i % 3 == 0 ? 0 : std::log1p(std::exp(d))));
+      b[i] = static_cast<float>(d + offset[i] / 2 + static_cast<double>(a[i]));
+    }
+    std::vector<float> c = b;
+    ASSERT_EQ(kivsLogAdd_32f(a.data(), c.data(), static_cast<int>(kPairs), kivLogAddHintAc), kivStatusOk);
+    for (std::size_t i = 0; i < kPairs; ++i) {
+      const double truth = static_cast<double>(log_add(a[i], b[i]));
+      ASSERT_NEAR(c[i], truth, 5e-9 + 0.5 * unit<float>(std::abs(truth))) << a[i] << " " << b[i];
+    }
+  }
+}
+
 TYPED_TEST(LogDomain, AdditionDropsBelowTheCutOffOnly) {
   using T = TypeParam;
   // The last value that is kept, and the first one that is not.
