@@ -62,7 +62,7 @@ struct TrainCommand {
 
   WordModel model_;
   int pass_ = 0;
-  std::vector<TrainingUtterance> utterances_;
+  TrainingUtterances utterances_;
 };
 
 // "2/5" as the index 1 of 5.
@@ -109,9 +109,9 @@ void TrainCommand::begin(const std::vector<TrainingItem>& items) {
   settings.list_checksum = static_cast<double>(list_checksum(items));
   const auto is_audio = [](const TrainingItem& item) { return !is_feature_file(item.file); };
   const bool audio = std::any_of(items.begin(), items.end(), is_audio);
-  const Recipe features =
-      audio ? recipe_for(Source::kAudio, 0)
-            : recipe_for(Source::kFeatures, read_feature_file(items.front().file, source_width).width);
+  const Recipe features = audio
+                              ? recipe_for(Source::kAudio, 0)
+                              : recipe_for(Source::kFeatures, FeatureReader(items.front().file, source_width).width());
   std::optional<Aligner> aligner;
   if (!aligner_file.empty()) aligner = Aligner{read_word_model(aligner_file), frames_per_state};
   model_ = model_shape(features, items, plain_mixture, settings, aligner ? &*aligner : nullptr);
@@ -119,12 +119,10 @@ void TrainCommand::begin(const std::vector<TrainingItem>& items) {
   load(items);
   start_model(model_, utterances_, settings, aligner ? &*aligner : nullptr);
   store_settings(settings, 0, model_.training);
-  double frames = 0.0;
-  for (const TrainingUtterance& utterance : utterances_) frames += utterance.features.height();
   const int words = static_cast<int>(model_.units.size()) - (model_.silence() >= 0 ? 1 : 0);
-  std::printf("%d files, %.0f frames of %d values; %d %s, %d states\n", static_cast<int>(utterances_.size()), frames,
-              model_.dimension(), words, model_.plain_mixture ? "mixture" : "words",
-              static_cast<int>(model_.states.size()));
+  std::printf("%d files, %lld frames of %d values; %d %s, %d states\n", static_cast<int>(utterances_.all().size()),
+              static_cast<long long>(utterances_.frames()), model_.dimension(), words,
+              model_.plain_mixture ? "mixture" : "words", static_cast<int>(model_.states.size()));
   write_word_model(model_file, model_);
 }
 
@@ -136,7 +134,7 @@ void TrainCommand::load(const std::vector<TrainingItem>& items, int part, int pa
 
 // With warnings a line on standard error names each utterance that cannot be used.
 Statistics TrainCommand::add_up(bool warnings) const {
-  Progress progress("train", static_cast<int>(utterances_.size()));
+  Progress progress("train", static_cast<int>(utterances_.all().size()));
   TrainingListener listener;
   listener.begin = [&](const std::filesystem::path& file) { progress.step(file.string()); };
   if (warnings) {

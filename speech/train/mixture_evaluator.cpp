@@ -3,14 +3,9 @@
 #include <cmath>
 
 #include "kivsr/kivsr.hpp"
+#include "kivsr/speech/models/acoustic_model.h"
 
 namespace kivsr::speech {
-
-namespace {
-
-constexpr double kLogZeroWeight = -1e30;
-
-}  // namespace
 
 MixtureEvaluator::MixtureEvaluator(const WordModel& model) : model_(model) {
   const int dimension = model.dimension();
@@ -24,7 +19,7 @@ MixtureEvaluator::MixtureEvaluator(const WordModel& model) : model_(model) {
       call<kivsUpdateGConst_DirectVar_64f>(exact, dimension, &normalisers.emplace_back());
       for (const double variance : exact) terms.inverse_variances.push_back(static_cast<float>(1.0 / variance));
       const double weight = static_cast<double>(state.weights[static_cast<std::size_t>(component)]);
-      terms.constants.push_back(weight > 0.0 ? std::log(weight) : kLogZeroWeight);
+      terms.constants.push_back(weight > 0.0 ? std::log(weight) : static_cast<double>(kLogZero));
     }
     call<kivsOutProbPreCalc_64f_I>(terms.constants, normalisers, state.components());
   }

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "kivsr/kivsr.hpp"
+#include "kivsr/speech/front/column_statistics.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/train/reestimation.h"
 #include "kivsr/speech/train/statistics.h"
@@ -17,29 +18,35 @@ namespace kivsr::speech {
 
 namespace {
 
-struct FrameOfState {
-  int utterance;
-  int frame;
+// Neighbouring frames of an utterance.
+struct FrameRun {
+  std::size_t utterance;
+  int first;
+  int count;
 };
 
 // The frames of each state, and after how many of them the path stays.
 struct Segmentation {
-  explicit Segmentation(std::size_t states) : frames(states), stay(states) {}
+  explicit Segmentation(std::size_t states) : runs(states), stay(states) {}
 
   // Spreads frames first .. first + count of an utterance over states in their order.
-  void spread(int utterance, int first, int count, const std::vector<int>& states) {
+  void spread(std::size_t utterance, int first, int count, const std::vector<int>& states) {
     auto previous = states.size();
     for (int i = 0; i < count; ++i) {
       const auto place =
           static_cast<std::size_t>(static_cast<std::int64_t>(i) * static_cast<std::int64_t>(states.size()) / count);
       const auto state = static_cast<std::size_t>(states[place]);
-      frames[state].push_back({utterance, first + i});
-      if (place == previous) stay[state] += 1.0;
+      if (place == previous) {
+        ++runs[state].back().count;
+        stay[state] += 1.0;
+      } else {
+        runs[state].push_back({utterance, first + i, 1});
+      }
       previous = place;
     }
   }
 
-  std::vector<std::vector<FrameOfState>> frames;
+  std::vector<std::vector<FrameRun>> runs;
   std::vector<double> stay;
 };
 
@@ -54,64 +61,63 @@ Segmentation spread_evenly(const WordModel& model, const std::vector<TrainingUtt
   for (std::size_t u = 0; u < utterances.size(); ++u) {
     if (!model.plain_mixture && utterances[u].words.empty()) continue;
     const std::vector<int> states = utterance_chain(model, utterances[u].words).states;
-    const int height = utterances[u].features.height();
-    if (height >= static_cast<int>(states.size())) result.spread(static_cast<int>(u), 0, height, states);
+    const int height = utterances[u].frames;
+    if (height >= static_cast<int>(states.size())) result.spread(u, 0, height, states);
   }
   return result;
 }
 
+// Spreads the frames of each unit on the best path through the aligner over its states in the model.
+void spread_path(const WordModel& model, const WordModel& aligner, const std::vector<int>& units,
+                 const Occupation& path, std::size_t utterance, int height, Segmentation& result) {
+  int t = 0;
+  std::size_t end = 0;  // the place behind the unit
+  for (const int unit : units) {
+    const WordUnit& aligned = aligner.units[static_cast<std::size_t>(unit)];
+    end += static_cast<std::size_t>(aligned.states);
+    const int first = t;
+    while (t < height && path.place(t) < end) ++t;
+    const int target = model.find_unit(aligned.name);
+    if (target >= 0) {
+      result.spread(utterance, first, t - first, states_of(model.units[static_cast<std::size_t>(target)]));
+    }
+  }
+}
+
 // The frames of each word on the best path of the aligner, spread over the states of the word.
-Segmentation align(const WordModel& model, const WordModel& aligner, const std::vector<TrainingUtterance>& utterances) {
+Segmentation align(const WordModel& model, const WordModel& aligner, const TrainingUtterances& utterances) {
   Segmentation result(model.states.size());
   const MixtureEvaluator evaluator(aligner);
-  for (std::size_t u = 0; u < utterances.size(); ++u) {
-    const FeatureMatrix& features = utterances[u].features;
+  for (std::size_t u = 0; u < utterances.all().size(); ++u) {
+    const TrainingUtterance& utterance = utterances.all()[u];
     std::vector<int> words;
-    for (const int word : utterances[u].words) {
+    for (const int word : utterance.words) {
       words.push_back(aligner.find_unit(model.units[static_cast<std::size_t>(word)].name));
     }
-    if (words.empty() || features.height() < shortest_path(aligner, words)) continue;
+    if (words.empty() || utterance.frames < shortest_path(aligner, words)) continue;
     const StateChain chain = utterance_chain(aligner, words);
     std::map<int, MixtureLikelihoods> likelihoods;
-    const std::vector<double> emissions = chain_emissions(chain, evaluator, features, likelihoods);
+    const std::vector<double> emissions = chain_emissions(chain, evaluator, utterances.rows(utterance), likelihoods);
     const Occupation path = occupy(chain, emissions, AlignmentMethod::kViterbi);
-    if (!path.possible) continue;
-    const std::vector<int> units = utterance_units(aligner, words);
-    int t = 0;
-    std::size_t end = 0;  // the place behind the unit
-    for (const int unit : units) {
-      const WordUnit& aligned = aligner.units[static_cast<std::size_t>(unit)];
-      end += static_cast<std::size_t>(aligned.states);
-      const int first = t;
-      while (t < features.height() && path.place(t) < end) ++t;
-      const int target = model.find_unit(aligned.name);
-      if (target >= 0) {
-        result.spread(static_cast<int>(u), first, t - first, states_of(model.units[static_cast<std::size_t>(target)]));
-      }
+    if (path.possible) {
+      spread_path(model, aligner, utterance_units(aligner, words), path, u, utterance.frames, result);
     }
   }
   return result;
 }
 
 // Variances of all frames.
-std::vector<float> total_variance(const WordModel& model, const std::vector<TrainingUtterance>& utterances) {
-  const int dimension = model.dimension();
-  const std::vector<double> zero(static_cast<std::size_t>(dimension));
-  std::vector<double> first(zero);
-  std::vector<double> second(zero);
-  std::vector<double> frame;
-  double frames = 0.0;
-  for (const TrainingUtterance& utterance : utterances) {
-    for (int t = 0; t < utterance.features.height(); ++t, frames += 1.0) {
-      const auto row = utterance.features.row(t);
-      frame.assign(row.begin(), row.end());
-      call<kivsMeanVarAcc_64f>(frame, zero, first, second, dimension, 1.0);
-    }
-  }
+std::vector<float> total_variance(const TrainingUtterances& utterances) {
+  const auto frames = static_cast<double>(utterances.frames());
   if (frames == 0.0) throw Fault("there is no frame to train from");
-  std::vector<double> variance(zero);
-  call<kivsUpdateVar_64f>(first, second, zero, variance, dimension, frames, frames);
-  return {variance.begin(), variance.end()};
+  ColumnStatistics sums;
+  for (const TrainingUtterance& utterance : utterances.all()) sums.add(utterances.rows(utterance));
+  const ColumnMoments moments = sums.moments();
+  std::vector<float> variance(moments.mean.size(), 0.0F);
+  for (std::size_t i = 0; i < variance.size() && frames > 1.0; ++i) {
+    variance[i] = static_cast<float>(std::max(0.0, moments.variance(i) * (frames - 1.0) / frames));
+  }
+  return variance;
 }
 
 // A book of so many codewords of the rows, or of fewer where there are fewer different ones.
@@ -190,10 +196,57 @@ WordModel model_shape(const Recipe& recipe, const std::vector<TrainingItem>& ite
   return model;
 }
 
-void start_model(WordModel& model, const std::vector<TrainingUtterance>& utterances, const TrainingSettings& settings,
-                 const Aligner* aligner) {
-  const int width = model.dimension();
-  const std::vector<float> variance = total_variance(model, utterances);
+namespace {
+
+FeatureMatrix rows_of(const std::vector<FrameRun>& runs, const TrainingUtterances& utterances) {
+  FeatureMatrix rows;
+  for (const FrameRun& run : runs) {
+    utterances.append_rows_of(utterances.all()[run.utterance], run.first, run.count, rows);
+  }
+  return rows;
+}
+
+// Means of a codebook of the state's rows, the variance floor, equal weights. Returns the codeword of each row.
+std::vector<Kiv32s> start_state(const FeatureMatrix& rows, const std::vector<float>& weights,
+                                const TrainingSettings& settings, std::mt19937& generator,
+                                const std::vector<float>& variance, MixtureState& state) {
+  const int height = rows.height();
+  const double enough = height / std::max(settings.least_occupation, 1.0);
+  const int wanted = std::max(1, std::min(settings.start_components, static_cast<int>(enough)));
+  const Codebook32f book = make_codebook(rows.values, rows.width, height, weights, wanted, settings, generator);
+  int count = 0;
+  call<kivsGetCdbkSize_32f>(book, &count);
+  state.weights.assign(static_cast<std::size_t>(count), 1.0F / static_cast<float>(count));
+  state.means.resize(static_cast<std::size_t>(count) * static_cast<std::size_t>(rows.width));
+  call<kivsGetCodebook_32f>(book, state.means, rows.width);
+  for (int component = 0; component < count; ++component) {
+    state.variances.insert(state.variances.end(), variance.begin(), variance.end());
+  }
+  std::vector<Kiv32s> codewords(static_cast<std::size_t>(height));
+  call<kivsVQ_32f>(rows.values, rows.width, codewords, height, book);
+  return codewords;
+}
+
+// Each row counts whole in the component of its codeword.
+void add_quantised(const WordModel& model, int state, const FeatureMatrix& rows, const std::vector<Kiv32s>& codewords,
+                   Statistics& statistics) {
+  constexpr std::size_t kBlockRows = 1000;
+  const auto components = static_cast<std::size_t>(model.states[static_cast<std::size_t>(state)].components());
+  const auto width = static_cast<std::ptrdiff_t>(rows.width);
+  for (std::size_t first = 0; first < codewords.size(); first += kBlockRows) {
+    const std::size_t count = std::min(kBlockRows, codewords.size() - first);
+    std::vector<double> shares(components * count);
+    for (std::size_t t = 0; t < count; ++t) {
+      shares[static_cast<std::size_t>(codewords[first + t]) * count + t] = 1.0;
+    }
+    const auto begin = rows.values.begin() + static_cast<std::ptrdiff_t>(first) * width;
+    const FeatureMatrix block{rows.width, {begin, begin + static_cast<std::ptrdiff_t>(count) * width}};
+    statistics.add_rows(model, state, block, shares);
+  }
+}
+
+// The floor of the variances, and the weights of the columns in the distance of the codebooks.
+std::vector<float> set_floor(WordModel& model, const std::vector<float>& variance, const TrainingSettings& settings) {
   std::vector<float> weights;
   model.variance_floor.clear();
   for (const float value : variance) {
@@ -201,47 +254,32 @@ void start_model(WordModel& model, const std::vector<TrainingUtterance>& utteran
         std::max(settings.variance_floor, settings.variance_floor_share * static_cast<double>(value))));
     weights.push_back(1.0F / std::max(value, 1e-12F));
   }
+  return weights;
+}
+
+}  // namespace
+
+void start_model(WordModel& model, const TrainingUtterances& utterances, const TrainingSettings& settings,
+                 const Aligner* aligner) {
+  const std::vector<float> weights = set_floor(model, total_variance(utterances), settings);
   const Segmentation segmentation =
-      aligner == nullptr ? spread_evenly(model, utterances) : align(model, aligner->model, utterances);
+      aligner == nullptr ? spread_evenly(model, utterances.all()) : align(model, aligner->model, utterances);
   for (const WordUnit& unit : model.units) {
-    if (segmentation.frames[static_cast<std::size_t>(unit.first_state)].empty()) {
+    if (segmentation.runs[static_cast<std::size_t>(unit.first_state)].empty()) {
       throw Fault("no utterance with \"" + unit.name + "\" has as many frames as states");
     }
   }
 
   std::mt19937 generator(static_cast<std::uint32_t>(settings.seed));
-  std::vector<std::vector<Kiv32s>> codewords(model.states.size());
+  std::vector<std::vector<Kiv32s>> codewords;
   for (std::size_t s = 0; s < model.states.size(); ++s) {
-    std::vector<float> rows;
-    for (const FrameOfState& place : segmentation.frames[s]) {
-      const auto row = utterances[static_cast<std::size_t>(place.utterance)].features.row(place.frame);
-      rows.insert(rows.end(), row.begin(), row.end());
-    }
-    const auto height = static_cast<int>(segmentation.frames[s].size());
-    const double enough = height / std::max(settings.least_occupation, 1.0);
-    const int wanted = std::max(1, std::min(settings.start_components, static_cast<int>(enough)));
-    const Codebook32f book = make_codebook(rows, width, height, weights, wanted, settings, generator);
-    int count = 0;
-    call<kivsGetCdbkSize_32f>(book, &count);
-    MixtureState& state = model.states[s];
-    state.weights.assign(static_cast<std::size_t>(count), 1.0F / static_cast<float>(count));
-    state.means.resize(static_cast<std::size_t>(count) * static_cast<std::size_t>(width));
-    call<kivsGetCodebook_32f>(book, state.means, width);
-    for (int component = 0; component < count; ++component) {
-      state.variances.insert(state.variances.end(), model.variance_floor.begin(), model.variance_floor.end());
-    }
-    codewords[s].resize(static_cast<std::size_t>(height));
-    call<kivsVQ_32f>(rows, width, codewords[s], height, book);
+    codewords.push_back(start_state(rows_of(segmentation.runs[s], utterances), weights, settings, generator,
+                                    model.variance_floor, model.states[s]));
   }
-
   Statistics statistics(model);
   for (std::size_t s = 0; s < model.states.size(); ++s) {
     statistics.states[s].stay = segmentation.stay[s];
-    for (std::size_t i = 0; i < codewords[s].size(); ++i) {
-      const FrameOfState place = segmentation.frames[s][i];
-      statistics.add_frame(model, static_cast<int>(s), codewords[s][i],
-                           utterances[static_cast<std::size_t>(place.utterance)].features.row(place.frame), 1.0);
-    }
+    add_quantised(model, static_cast<int>(s), rows_of(segmentation.runs[s], utterances), codewords[s], statistics);
   }
   reestimate(model, statistics, settings);
 }

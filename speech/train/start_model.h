@@ -27,8 +27,9 @@ WordModel model_shape(const Recipe& recipe, const std::vector<TrainingItem>& ite
                       const TrainingSettings& settings, const Aligner* aligner);
 
 // Fills in the numbers. Throws Fault for a word that is in no utterance with enough frames. With an aligner the frames
-// of each word, not of the whole utterance, are spread over its states.
-void start_model(WordModel& model, const std::vector<TrainingUtterance>& utterances, const TrainingSettings& settings,
+// of each word, not of the whole utterance, are spread over its states. Memory holds the rows of one state at a time:
+// of a plain mixture all of them.
+void start_model(WordModel& model, const TrainingUtterances& utterances, const TrainingSettings& settings,
                  const Aligner* aligner);
 
 }  // namespace kivsr::speech

@@ -51,8 +51,8 @@ double StateStatistics::total() const { return std::accumulate(occupation.begin(
 
 Statistics::Statistics(const WordModel& model)
     : model_checksum_(word_model_checksum(model)),
-      difference_(static_cast<std::size_t>(model.dimension())),
-      zero_(static_cast<std::size_t>(model.dimension())) {
+      mean_(static_cast<std::size_t>(model.dimension())),
+      variance_(mean_.size()) {
   for (const MixtureState& state : model.states) {
     StateStatistics& sums = states.emplace_back();
     sums.occupation.resize(state.weights.size());
@@ -61,30 +61,62 @@ Statistics::Statistics(const WordModel& model)
   }
 }
 
-void Statistics::add_frame(const WordModel& model, int state, int component, std::span<const float> frame,
-                           double share) {
-  StateStatistics& sums = states[static_cast<std::size_t>(state)];
-  const std::size_t row = static_cast<std::size_t>(component) * frame.size();
-  const float* const mean = model.states[static_cast<std::size_t>(state)].means.data() + row;
-  for (std::size_t i = 0; i < frame.size(); ++i) {
-    difference_[i] = static_cast<double>(frame[i]) - static_cast<double>(mean[i]);
+// The rows lie in differences_, less the mean of the first component, the component's shares of them in weights_.
+// With W the sum of the shares, M and V the mean and the variance of the rows by shares, and o = M - mean of the
+// component: first += W o, second += W (V + o^2).
+void Statistics::add_component(const MixtureState& mixture, int component, std::size_t rows, StateStatistics& sums) {
+  const double total = std::accumulate(weights_.begin(), weights_.end(), 0.0);
+  if (!(total > kLeastShare)) return;
+  const std::size_t dimension = mean_.size();
+  const std::size_t row = static_cast<std::size_t>(component) * dimension;
+  call<kivsDivC_64f_I>(total, weights_, rows);
+  call<kivsWeightedMeanVarColumn_64f_D2>(differences_, dimension, weights_, rows, mean_, variance_, dimension);
+  sums.occupation[static_cast<std::size_t>(component)] += total;
+  for (std::size_t i = 0; i < dimension; ++i) {
+    const double origin = static_cast<double>(mixture.means[i]) - static_cast<double>(mixture.means[row + i]);
+    const double offset = mean_[i] + origin;
+    sums.first[row + i] += total * offset;
+    sums.second[row + i] += total * (std::max(variance_[i], 0.0) + offset * offset);
   }
-  sums.occupation[static_cast<std::size_t>(component)] += share;
-  call<kivsMeanVarAcc_64f>(difference_, zero_, sums.first.data() + row, sums.second.data() + row, frame.size(), share);
 }
 
-// shares: of the state in each frame.
+void Statistics::add_rows(const WordModel& model, int state, const FeatureMatrix& rows,
+                          std::span<const double> shares) {
+  const auto height = static_cast<std::size_t>(rows.height());
+  if (height == 0) return;
+  const MixtureState& mixture = model.states[static_cast<std::size_t>(state)];
+  differences_.resize(rows.values.size());
+  for (std::size_t t = 0; t < height; ++t) {
+    const auto row = rows.row(static_cast<int>(t));
+    double* const difference = differences_.data() + t * row.size();
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      difference[i] = static_cast<double>(row[i]) - static_cast<double>(mixture.means[i]);
+    }
+  }
+  for (int component = 0; component < mixture.components(); ++component) {
+    const auto own = shares.subspan(static_cast<std::size_t>(component) * height, height);
+    weights_.assign(own.begin(), own.end());
+    add_component(mixture, component, height, states[static_cast<std::size_t>(state)]);
+  }
+}
+
+// shares: of the state in each frame. Frames in which it has next to none are left out.
 void Statistics::add_state(const WordModel& model, int state, const FeatureMatrix& features, int first_frame,
                            MixtureLikelihoods& likelihoods, std::span<const double> shares) {
   likelihoods.to_shares();
-  const int components = model.states[static_cast<std::size_t>(state)].components();
-  const double* component_share = likelihoods.components.data();
-  for (int component = 0; component < components; ++component) {
-    for (int t = 0; t < likelihoods.frames; ++t, ++component_share) {
-      const double share = *component_share * shares[static_cast<std::size_t>(t)];
-      if (share > kLeastShare) add_frame(model, state, component, features.row(first_frame + t), share);
-    }
+  std::vector<std::size_t> frames;
+  FeatureMatrix rows{features.width, {}};
+  for (std::size_t t = 0; t < static_cast<std::size_t>(likelihoods.frames); ++t) {
+    if (!(shares[t] > kLeastShare)) continue;
+    const auto row = features.row(first_frame + static_cast<int>(t));
+    rows.values.insert(rows.values.end(), row.begin(), row.end());
+    frames.push_back(t);
   }
+  std::vector<double> products;
+  for (auto own = likelihoods.components.begin(); own != likelihoods.components.end(); own += likelihoods.frames) {
+    for (const std::size_t t : frames) products.push_back(own[static_cast<std::ptrdiff_t>(t)] * shares[t]);
+  }
+  add_rows(model, state, rows, products);
 }
 
 void Statistics::add_mixture(const WordModel& model, const MixtureEvaluator& evaluator, const FeatureMatrix& features) {

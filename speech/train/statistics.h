@@ -39,8 +39,8 @@ class Statistics {
   // Adds one utterance; nothing is added unless it was used. words: units of the model; a plain mixture needs none.
   Outcome add_utterance(const WordModel& model, const MixtureEvaluator& evaluator, const FeatureMatrix& features,
                         std::span<const int> words, AlignmentMethod method);
-  // Adds one frame with the given share to a component.
-  void add_frame(const WordModel& model, int state, int component, std::span<const float> frame, double share);
+  // Adds rows to the components of a state. shares: [component][row].
+  void add_rows(const WordModel& model, int state, const FeatureMatrix& rows, std::span<const double> shares);
   void add(const Statistics& other);
 
   void write(const std::filesystem::path& file) const;
@@ -54,13 +54,16 @@ class Statistics {
   std::vector<StateStatistics> states;
 
  private:
+  void add_component(const MixtureState& mixture, int component, std::size_t rows, StateStatistics& sums);
   void add_mixture(const WordModel& model, const MixtureEvaluator& evaluator, const FeatureMatrix& features);
   void add_state(const WordModel& model, int state, const FeatureMatrix& features, int first_frame,
                  MixtureLikelihoods& likelihoods, std::span<const double> shares);
 
   std::uint32_t model_checksum_;
-  std::vector<double> difference_;  // work area
-  std::vector<double> zero_;
+  std::vector<double> differences_;  // work areas of add_rows: [row][dimension]
+  std::vector<double> weights_;      // [row]
+  std::vector<double> mean_;         // [dimension]
+  std::vector<double> variance_;     // the same
 };
 
 }  // namespace kivsr::speech

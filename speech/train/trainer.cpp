@@ -26,14 +26,15 @@ void prepare_pass(WordModel& model, const TrainingSettings& settings, int pass) 
   split_components(model, settings.components_of_pass(pass), settings.split_distance, settings.least_occupation);
 }
 
-Statistics collect(const WordModel& model, const std::vector<TrainingUtterance>& utterances,
-                   const TrainingSettings& settings, const TrainingListener& listener) {
+Statistics collect(const WordModel& model, const TrainingUtterances& utterances, const TrainingSettings& settings,
+                   const TrainingListener& listener) {
   Statistics statistics(model);
   const MixtureEvaluator evaluator(model);
   const auto method = settings.viterbi ? AlignmentMethod::kViterbi : AlignmentMethod::kBaumWelch;
-  for (const TrainingUtterance& utterance : utterances) {
+  for (const TrainingUtterance& utterance : utterances.all()) {
     if (listener.begin) listener.begin(utterance.file);
-    const auto outcome = statistics.add_utterance(model, evaluator, utterance.features, utterance.words, method);
+    const auto outcome =
+        statistics.add_utterance(model, evaluator, utterances.rows(utterance), utterance.words, method);
     if (outcome == Statistics::Outcome::kUsed) continue;
     statistics.skipped += 1.0;
     if (listener.left_out) listener.left_out(utterance.file, reason(outcome));

@@ -22,9 +22,9 @@ struct TrainingListener {
   std::function<void(const std::filesystem::path& file, const std::string& reason)> left_out;
 };
 
-// The sums over the utterances.
-Statistics collect(const WordModel& model, const std::vector<TrainingUtterance>& utterances,
-                   const TrainingSettings& settings, const TrainingListener& listener = {});
+// The sums over the utterances, one of which is in memory at a time.
+Statistics collect(const WordModel& model, const TrainingUtterances& utterances, const TrainingSettings& settings,
+                   const TrainingListener& listener = {});
 
 // Makes the model of the next pass and returns what is printed about this one. Throws Fault if no utterance was used.
 ReestimationReport finish_pass(WordModel& model, const Statistics& statistics, const TrainingSettings& settings,

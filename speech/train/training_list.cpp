@@ -70,24 +70,47 @@ std::uint32_t list_checksum(const std::vector<TrainingItem>& items) {
   return checksum_32(text);
 }
 
-std::vector<TrainingUtterance> load_utterances(const std::vector<TrainingItem>& items, const WordModel& model,
-                                               const RawFormat& raw, const FileListener& begin, int part, int parts) {
-  std::vector<TrainingUtterance> utterances;
+void TrainingUtterances::add(const std::filesystem::path& file, const std::vector<int>& words) {
+  all_.push_back({file, words, frames(), 0});
+}
+
+void TrainingUtterances::append(const FeatureMatrix& rows) {
+  width_ = rows.width;
+  frames_ += rows.height();
+  store_.append(rows.values);
+  all_.back().frames += rows.height();
+}
+
+void TrainingUtterances::append_rows_of(const TrainingUtterance& utterance, int first, int count,
+                                        FeatureMatrix& rows) const {
+  rows.width = width_;
+  const std::size_t before = rows.values.size();
+  rows.values.resize(before + static_cast<std::size_t>(count) * static_cast<std::size_t>(width_));
+  store_.read((utterance.first_row + first) * width_, std::span(rows.values).subspan(before));
+}
+
+FeatureMatrix TrainingUtterances::rows(const TrainingUtterance& utterance) const {
+  FeatureMatrix rows;
+  append_rows_of(utterance, 0, utterance.frames, rows);
+  return rows;
+}
+
+TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const WordModel& model, const RawFormat& raw,
+                                   const FileListener& begin, int part, int parts) {
+  TrainingUtterances utterances;
   FeatureChain chain(model.recipe);
   for (std::size_t i = static_cast<std::size_t>(part); i < items.size(); i += static_cast<std::size_t>(parts)) {
-    TrainingUtterance utterance;
-    utterance.file = items[i].file;
-    if (begin) begin(utterance.file);
+    const std::filesystem::path& file = items[i].file;
+    if (begin) begin(file);
+    std::vector<int> words;
     if (!model.plain_mixture) {
       for (const std::string& word : items[i].words) {
-        utterance.words.push_back(model.find_unit(word));
-        if (utterance.words.back() < 0) {
-          throw Fault(utterance.file.string() + ": the model does not have the word \"" + word + "\"");
-        }
+        words.push_back(model.find_unit(word));
+        if (words.back() < 0) throw Fault(file.string() + ": the model does not have the word \"" + word + "\"");
       }
     }
-    utterance.features = load_utterance(utterance.file, chain, raw).features;
-    utterances.push_back(std::move(utterance));
+    utterances.add(file, words);
+    stream_utterance(file, chain, raw, [&](const FeatureMatrix& rows) { utterances.append(rows); });
   }
   return utterances;
 }

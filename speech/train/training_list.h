@@ -8,7 +8,8 @@
 #include <vector>
 
 #include "kivsr/speech/front/utterance.h"
-#include "kivsr/speech/io/audio_file.h"
+#include "kivsr/speech/io/audio_reader.h"
+#include "kivsr/speech/io/row_store.h"
 #include "kivsr/speech/models/word_model.h"
 
 namespace kivsr::speech {
@@ -33,16 +34,36 @@ std::uint32_t list_checksum(const std::vector<TrainingItem>& items);
 
 struct TrainingUtterance {
   std::filesystem::path file;
-  std::vector<int> words;  // units of the model
-  FeatureMatrix features;
+  std::vector<int> words;      // units of the model
+  std::int64_t first_row = 0;  // in the order of all utterances
+  int frames = 0;
+};
+
+// Utterances with their rows, which are computed once and wait in a temporary file: memory holds what is asked for.
+class TrainingUtterances {
+ public:
+  // Rows that are appended belong to the utterance that was added last.
+  void add(const std::filesystem::path& file, const std::vector<int>& words);
+  void append(const FeatureMatrix& rows);
+
+  const std::vector<TrainingUtterance>& all() const { return all_; }
+  std::int64_t frames() const { return frames_; }
+  FeatureMatrix rows(const TrainingUtterance& utterance) const;
+  // Appends count rows from the frame first on.
+  void append_rows_of(const TrainingUtterance& utterance, int first, int count, FeatureMatrix& rows) const;
+
+ private:
+  int width_ = 0;
+  std::int64_t frames_ = 0;
+  std::vector<TrainingUtterance> all_;
+  RowStore store_;
 };
 
 // Is told of each file before it is worked on.
 using FileListener = std::function<void(const std::filesystem::path& file)>;
 
 // Loads every parts-th item from part on. Throws Fault for a word that the model does not have.
-std::vector<TrainingUtterance> load_utterances(const std::vector<TrainingItem>& items, const WordModel& model,
-                                               const RawFormat& raw, const FileListener& begin = {}, int part = 0,
-                                               int parts = 1);
+TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const WordModel& model, const RawFormat& raw,
+                                   const FileListener& begin = {}, int part = 0, int parts = 1);
 
 }  // namespace kivsr::speech

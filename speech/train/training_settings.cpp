@@ -32,19 +32,20 @@ int TrainingSettings::components_of_pass(int pass) const {
 
 void TrainingSettings::validate() const {
   const auto require = [](bool holds, const char* message) {
-    if (!holds) throw Fault(std::string("train: ") + message);
+    if (!holds) throw Fault(std::string("training: ") + message);
   };
   require(states >= 1 && states <= 1000, "a word has 1 to 1000 states");
   require(silence_states >= 0 && silence_states <= 1000, "the silence has 0 to 1000 states");
   require(components >= 1 && components <= 8192, "a state has 1 to 8192 components");
-  require(start_components >= 1 && start_components <= components, "--start-components is 1 to --components");
-  require(iterations >= 1 && iterations <= 10000, "--iterations is 1 to 10000");
-  require(std::isfinite(variance_floor) && variance_floor >= 1e-12, "--variance-floor is at least 1e-12");
-  require(variance_floor_share >= 0.0 && variance_floor_share <= 1.0, "--variance-floor-share is 0 to 1");
-  require(std::isfinite(variance_prior) && variance_prior >= 0.0, "--variance-prior is at least 0");
-  require(weight_floor >= 0.0 && weight_floor < 1.0 / components, "--weight-floor is 0 to less than 1 / components");
-  require(std::isfinite(least_occupation) && least_occupation >= 0.0, "--least-occupation is at least 0");
-  require(split_distance > 0.0 && split_distance <= 10.0, "--split-distance is above 0 and at most 10");
+  require(start_components >= 1 && start_components <= components,
+          "there are 1 to as many start components as components");
+  require(iterations >= 1 && iterations <= 10000, "there are 1 to 10000 iterations");
+  require(std::isfinite(variance_floor) && variance_floor >= 1e-12, "the variance floor is at least 1e-12");
+  require(variance_floor_share >= 0.0 && variance_floor_share <= 1.0, "the variance floor is a share of 0 to 1");
+  require(std::isfinite(variance_prior) && variance_prior >= 0.0, "the variance prior is at least 0 frames");
+  require(weight_floor >= 0.0 && weight_floor < 1.0 / components, "the weight floor is 0 to less than 1 / components");
+  require(std::isfinite(least_occupation) && least_occupation >= 0.0, "the least occupation is at least 0 frames");
+  require(split_distance > 0.0 && split_distance <= 10.0, "the split distance is above 0 and at most 10");
 }
 
 void store_settings(const TrainingSettings& settings, int pass, std::map<std::string, std::string>& record) {

@@ -197,7 +197,8 @@ TEST(Train, FaultsNameTheirPlaceAndLeaveNoModel) {
   expect_fault(train("\n# nothing\n"), "lists no files");
   expect_fault(train("good.mfc\n"), "no word is said");
   expect_fault(train("good.mfc one\nfew.mfc two\n"), "no utterance with \"two\" has as many frames as states");
-  expect_fault(train("good.mfc one\n", "--components 2 --start-components 3"), "--start-components");
+  expect_fault(train("good.mfc one\n", "--components 2 --start-components 3"),
+               "training: there are 1 to as many start");
   expect_fault(train("good.mfc one\n", "--part 1/2"), "--part needs --statistics");
   expect_fault(train("good.mfc one\n", "--part 3/2 --statistics x"), "is not like 2/5");
 

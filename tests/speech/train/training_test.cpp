@@ -61,14 +61,15 @@ struct ReferenceMixture {
   }
 };
 
-std::vector<TrainingUtterance> tidigits(const std::vector<std::string>& names, const WordModel& model) {
-  std::vector<TrainingUtterance> utterances;
-  FeatureChain chain(model.recipe);
-  for (const std::string& name : names) {
-    const auto file = kTestData / "tidigits" / (name + ".mfc");
-    utterances.push_back({file, {}, load_utterance(file, chain).features});
-  }
-  return utterances;
+TrainingUtterances tidigits(const std::vector<std::string>& names, const WordModel& model) {
+  std::vector<TrainingItem> items;
+  for (const std::string& name : names) items.push_back({kTestData / "tidigits" / (name + ".mfc"), {}});
+  return load_utterances(items, model, {});
+}
+
+void add(const std::vector<int>& words, const FeatureMatrix& rows, TrainingUtterances& utterances) {
+  utterances.add("x", words);
+  utterances.append(rows);
 }
 
 TEST(Training, MixtureFollowsExpectationMaximisation) {
@@ -85,7 +86,7 @@ TEST(Training, MixtureFollowsExpectationMaximisation) {
   const auto wide = [](const std::vector<float>& values) { return std::vector<double>(values.begin(), values.end()); };
   ReferenceMixture reference{39, wide(state.weights), wide(state.means), wide(state.variances)};
   std::vector<FeatureMatrix> data;
-  for (const TrainingUtterance& utterance : utterances) data.push_back(utterance.features);
+  for (const TrainingUtterance& utterance : utterances.all()) data.push_back(utterances.rows(utterance));
   double last = -INFINITY;
   for (int pass = 0; pass <= settings.iterations; ++pass) {
     const Statistics statistics = collect(model, utterances, settings);
@@ -99,10 +100,15 @@ TEST(Training, MixtureFollowsExpectationMaximisation) {
 
 TEST(Training, PartsAddUpToTheWhole) {
   const WordModel model = small_model();
-  std::vector<TrainingUtterance> utterances;
-  for (unsigned i = 0; i < 7; ++i) utterances.push_back({"x", {i % 2 == 0 ? 1 : 2, 2}, random_rows(40, 3, i)});
-  utterances.push_back({"short", {1, 2, 1, 2}, random_rows(9, 3, 50)});
-  utterances.push_back({"silent", {}, random_rows(9, 3, 51)});
+  TrainingUtterances utterances;
+  TrainingUtterances parts[3];
+  auto add_to_both = [&, next = 0](const std::vector<int>& words, const FeatureMatrix& rows) mutable {
+    add(words, rows, utterances);
+    add(words, rows, parts[next++ % 3]);
+  };
+  for (unsigned i = 0; i < 7; ++i) add_to_both({i % 2 == 0 ? 1 : 2, 2}, random_rows(40, 3, i));
+  add_to_both({1, 2, 1, 2}, random_rows(9, 3, 50));  // too short
+  add_to_both({}, random_rows(9, 3, 51));            // no words
   for (const bool viterbi : {false, true}) {
     TrainingSettings settings;
     settings.viterbi = viterbi;
@@ -118,10 +124,8 @@ TEST(Training, PartsAddUpToTheWhole) {
 
     const TemporaryFolder folder;
     Statistics sum(model);
-    for (std::size_t part = 0; part < 3; ++part) {
-      std::vector<TrainingUtterance> share;
-      for (std::size_t i = part; i < utterances.size(); i += 3) share.push_back(utterances[i]);
-      collect(model, share, settings).write(folder / "part");
+    for (const TrainingUtterances& part : parts) {
+      collect(model, part, settings).write(folder / "part");
       sum.add(Statistics::read(folder / "part", model));
     }
     EXPECT_NEAR(sum.log_likelihood, whole.log_likelihood, 1e-9 * std::abs(whole.log_likelihood));
@@ -233,7 +237,8 @@ TEST(Training, FewDifferentFrames) {
     rows.values.assign(39 * 20, 1.5F);
     std::fill_n(rows.values.begin(), 39 * 5, -0.5F);
     WordModel model = model_shape(preset("sphinx-39"), {}, true, settings, nullptr);
-    const std::vector<TrainingUtterance> utterances{{"x", {}, rows}};
+    TrainingUtterances utterances;
+    add({}, rows, utterances);
     start_model(model, utterances, settings, nullptr);
     for (int pass = 0; pass < 3; ++pass) finish_pass(model, collect(model, utterances, settings), settings, pass);
     EXPECT_LE(model.states[0].components(), 4);
