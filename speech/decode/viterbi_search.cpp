@@ -4,6 +4,12 @@
 
 namespace kivsr::speech {
 
+namespace {
+
+constexpr std::size_t kWordEnds = 4096;  // that are kept without looking for those that no path leads back to
+
+}  // namespace
+
 ViterbiSearch::ViterbiSearch(const SearchNetwork& network, const AcousticModel& model, Scorer& scorer,
                              const Beams& beams)
     : network_(network),
@@ -30,6 +36,10 @@ void ViterbiSearch::reset() {
   active_.clear();
   next_active_.clear();
   word_ends_.clear();
+  most_word_ends_ = kWordEnds;
+  settled_.clear();
+  taken_ = 0;
+  first_frame_ = 0;
   best_ = 0.0F;
   offset_ = 0.0;
   frame_ = 0;
@@ -153,16 +163,88 @@ void ViterbiSearch::push(std::span<const float> frame) {
   }
   end_words(threshold);
   active_.swap(next_active_);
+  if (word_ends_.size() > most_word_ends_) settle();
+}
+
+// Everything that leads back to words: the paths inside phones, those that enter one with the next frame, and the words
+// that ended in this frame.
+template <class Visit>
+void ViterbiSearch::visit_histories(Visit&& visit) {
+  for (const int phone : active_) {
+    Token* const states = states_of(phone);
+    for (int state = 0; state < state_count_; ++state) {
+      if (states[state].score > kLogZero) visit(states[state].history);
+    }
+    Token& entering = entering_[static_cast<std::size_t>(phone)];
+    if (entering.score > kLogZero) visit(entering.history);
+  }
+  for (NodeExit& exit : exits_) visit(exit.previous);
+}
+
+void ViterbiSearch::forget_dead_ends() {
+  std::vector<int> place(word_ends_.size(), -1);  // of those that are kept: where they move
+  visit_histories([&](int history) {
+    for (; history >= 0 && place[static_cast<std::size_t>(history)] < 0;
+         history = word_ends_[static_cast<std::size_t>(history)].previous) {
+      place[static_cast<std::size_t>(history)] = 0;
+    }
+  });
+  int kept = 0;
+  for (std::size_t i = 0; i < word_ends_.size(); ++i) {
+    if (place[i] < 0) continue;
+    WordEnd end = word_ends_[i];
+    if (end.previous >= 0) end.previous = place[static_cast<std::size_t>(end.previous)];
+    word_ends_[static_cast<std::size_t>(kept)] = end;
+    place[i] = kept++;
+  }
+  word_ends_.resize(static_cast<std::size_t>(kept));
+  visit_histories([&](int& history) {
+    if (history >= 0) history = place[static_cast<std::size_t>(history)];
+  });
+}
+
+// The words from the start on that lie on all paths: each is the only one behind the one before it, and no path has its
+// last word earlier. They leave the tree of paths. Words stand behind those that they follow, so that the common ones
+// are the first.
+void ViterbiSearch::settle() {
+  forget_dead_ends();
+  struct Followed {
+    int words = 0;
+    bool by_path = false;
+  };
+  std::vector<Followed> followed(word_ends_.size() + 1);  // the start, then each word
+  const auto of = [&](int history) -> Followed& { return followed[static_cast<std::size_t>(history + 1)]; };
+  for (const WordEnd& end : word_ends_) ++of(end.previous).words;
+  visit_histories([&](int history) { of(history).by_path = true; });
+  std::size_t common = 0;
+  while (followed[common].words == 1 && !followed[common].by_path) {
+    const WordEnd& end = word_ends_[common++];
+    settled_.push_back({end.label, first_frame_, end.frame});
+    first_frame_ = end.frame + 1;
+  }
+  word_ends_.erase(word_ends_.begin(), word_ends_.begin() + static_cast<std::ptrdiff_t>(common));
+  const auto move = [common](int& history) { history = std::max(history - static_cast<int>(common), -1); };
+  for (WordEnd& end : word_ends_) move(end.previous);
+  visit_histories(move);
+  most_word_ends_ = std::max(kWordEnds, 2 * word_ends_.size());
+}
+
+std::vector<HypothesisWord> ViterbiSearch::take_settled() {
+  settle();
+  const auto first = settled_.begin() + static_cast<std::ptrdiff_t>(taken_);
+  taken_ = settled_.size();
+  return {first, settled_.end()};
 }
 
 std::vector<HypothesisWord> ViterbiSearch::trace(int history) const {
   std::vector<HypothesisWord> words;
   while (history >= 0) {
     const WordEnd& end = word_ends_[static_cast<std::size_t>(history)];
-    const int first = end.previous < 0 ? 0 : word_ends_[static_cast<std::size_t>(end.previous)].frame + 1;
+    const int first = end.previous < 0 ? first_frame_ : word_ends_[static_cast<std::size_t>(end.previous)].frame + 1;
     words.push_back({end.label, first, end.frame});
     history = end.previous;
   }
+  words.insert(words.end(), settled_.rbegin(), settled_.rend());
   std::reverse(words.begin(), words.end());
   return words;
 }

@@ -1,5 +1,6 @@
 // Time-synchronous Viterbi search with beams: push the frames of an utterance, then finish, which leaves the search
-// ready for the next one.
+// ready for the next one. Memory does not grow with the frames but with the words that were said: of the words on paths
+// only those are kept that a path still leads back to.
 #pragma once
 
 #include <cstddef>
@@ -36,6 +37,9 @@ class ViterbiSearch {
   ViterbiSearch(const SearchNetwork& network, const AcousticModel& model, Scorer& scorer, const Beams& beams);
 
   void push(std::span<const float> frame);
+  // The next words that all paths have in common, which no frame can change any more: while the utterance goes on, for
+  // whoever does not want to wait for its end. Each is given once; finish gives all words again.
+  std::vector<HypothesisWord> take_settled();
   Hypothesis finish();
 
  private:
@@ -68,6 +72,10 @@ class ViterbiSearch {
   void leave(int phone, float threshold);
   void end_words(float threshold);
   std::vector<HypothesisWord> trace(int history) const;
+  template <class Visit>
+  void visit_histories(Visit&& visit);
+  void forget_dead_ends();
+  void settle();
 
   const SearchNetwork& network_;
   const AcousticModel& model_;
@@ -83,11 +91,15 @@ class ViterbiSearch {
   std::vector<int> wanted_states_;    // of the model, in this frame
   std::vector<std::int64_t> wanted_;  // frame in which each state was wanted last
   std::vector<float> state_scores_;
-  std::vector<NodeExit> exits_;    // words that end in this frame, the best for each node
-  std::vector<int> exit_of_node_;  // index into exits_, -1
-  std::vector<WordEnd> word_ends_;
-  float best_ = 0.0F;    // of this frame, relative to offset_
-  double offset_ = 0.0;  // scores are kept near zero: true score = score + offset_
+  std::vector<NodeExit> exits_;     // words that end in this frame, the best for each node
+  std::vector<int> exit_of_node_;   // index into exits_, -1
+  std::vector<WordEnd> word_ends_;  // none is older than those before it
+  std::size_t most_word_ends_ = 0;  // when there are more, those without a path are forgotten
+  std::vector<HypothesisWord> settled_;
+  std::size_t taken_ = 0;  // of the settled ones
+  int first_frame_ = 0;    // behind them
+  float best_ = 0.0F;      // of this frame, relative to offset_
+  double offset_ = 0.0;    // scores are kept near zero: true score = score + offset_
   std::int64_t frame_ = 0;
 };
 

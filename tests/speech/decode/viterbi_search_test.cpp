@@ -95,6 +95,15 @@ SearchNetwork tiny_network(const AcousticModel& model, const std::string& rules,
                               weights);
 }
 
+void expect_start(const std::vector<HypothesisWord>& settled, const std::vector<HypothesisWord>& words) {
+  ASSERT_LE(settled.size(), words.size());
+  for (std::size_t i = 0; i < settled.size(); ++i) {
+    EXPECT_EQ(settled[i].label, words[i].label) << i;
+    EXPECT_EQ(settled[i].first_frame, words[i].first_frame) << i;
+    EXPECT_EQ(settled[i].last_frame, words[i].last_frame) << i;
+  }
+}
+
 TEST(ViterbiSearch, FindsTheBestOfAllPaths) {
   const AcousticModel model = tiny_model();
   TableScorer scorer;
@@ -111,7 +120,13 @@ TEST(ViterbiSearch, FindsTheBestOfAllPaths) {
       for (auto& frame : frames) {
         for (float& value : frame) value = normal(generator);
       }
-      for (const auto& frame : frames) search.push(frame);
+      std::vector<HypothesisWord> settled;
+      for (const auto& frame : frames) {
+        search.push(frame);
+        if (utterance % 2 == 1) continue;
+        const auto more = search.take_settled();
+        settled.insert(settled.end(), more.begin(), more.end());
+      }
       const Hypothesis found = search.finish();
       const Path best = Exhaustive(network, model, frames).best();
       ASSERT_EQ(found.complete, best.score > -1e20) << rules;
@@ -124,6 +139,7 @@ TEST(ViterbiSearch, FindsTheBestOfAllPaths) {
         EXPECT_EQ(found.words[i].last_frame, best.ends[i]);
         EXPECT_EQ(found.words[i].first_frame, i == 0 ? 0 : best.ends[i - 1] + 1);
       }
+      expect_start(settled, found.words);
     }
     EXPECT_GT(complete, 8) << rules;
   }
@@ -152,6 +168,39 @@ TEST(ViterbiSearch, BeamsLoseOnlyScore) {
   }
   EXPECT_TRUE(pruned) << "a narrow beam must prune";
   EXPECT_GT(previous, -1e20);
+}
+
+// The same words with the same times whether what is settled is asked for after every frame, now and then, or never; of
+// a long utterance nearly all words are settled long before its end.
+TEST(ViterbiSearch, SettledWordsAreThoseOfTheEnd) {
+  const AcousticModel model = tiny_model();
+  const SearchNetwork network = tiny_network(model, "public <g> = (a | b | ab | ba)+;", {});
+  TableScorer scorer;
+  std::mt19937 generator(12);
+  std::normal_distribution<float> normal(-5.0F, 6.0F);
+  std::vector<std::vector<float>> frames(20000, std::vector<float>(6));
+  for (auto& frame : frames) {
+    for (float& value : frame) value = normal(generator);
+  }
+  ViterbiSearch search(network, model, scorer, {60.0F, 60.0F});
+  for (const auto& frame : frames) search.push(frame);
+  const Hypothesis expected = search.finish();
+  ASSERT_GT(expected.words.size(), 1500U);
+  for (const std::size_t interval : {1U, 777U}) {
+    std::vector<HypothesisWord> settled;
+    for (std::size_t t = 0; t < frames.size(); ++t) {
+      search.push(frames[t]);
+      if (t % interval != 0) continue;
+      const auto more = search.take_settled();
+      settled.insert(settled.end(), more.begin(), more.end());
+    }
+    EXPECT_GT(settled.size(), expected.words.size() * 9 / 10);
+    const Hypothesis found = search.finish();
+    EXPECT_EQ(found.score, expected.score);
+    EXPECT_EQ(found.words.size(), expected.words.size());
+    expect_start(expected.words, found.words);
+    expect_start(settled, found.words);
+  }
 }
 
 TEST(ViterbiSearch, ASentenceThatCannotEndIsMarked) {
