@@ -59,15 +59,33 @@ StreamGaussians<Arithmetic>::StreamGaussians(const AcousticModel& model, const M
       inverse_variance_rows_(count_),
       listed_normalisers_(count_) {
   load(stream);
-  for (const float weight : stream.log_weights) log_weights_.push_back(std::max(weight, kLowestLogWeight));
+  load_log_weights(stream.log_weights);
   frame_.resize(static_cast<std::size_t>(step_));
 }
 
 template <class Arithmetic>
 void StreamGaussians<Arithmetic>::load(const ModelStream& stream) {
-  means_.assign(stream.means.begin(), stream.means.end());
-  inverse_variances_.assign(stream.inverse_variances.begin(), stream.inverse_variances.end());
-  normalisers_.assign(stream.normalisers.begin(), stream.normalisers.end());
+  copies_.means.assign(stream.means.begin(), stream.means.end());
+  copies_.inverse_variances.assign(stream.inverse_variances.begin(), stream.inverse_variances.end());
+  copies_.normalisers.assign(stream.normalisers.begin(), stream.normalisers.end());
+  numbers_ = {copies_.means, copies_.inverse_variances, copies_.normalisers, {}};
+}
+
+template <>
+void StreamGaussians<FloatArithmetic>::load(const ModelStream& stream) {
+  numbers_ = {stream.means, stream.inverse_variances, stream.normalisers, {}};
+}
+
+// The model's own where they are of this type and none is too low.
+template <class Arithmetic>
+void StreamGaussians<Arithmetic>::load_log_weights(const std::vector<float>& log_weights) {
+  const auto low = [](float weight) { return !(weight >= kLowestLogWeight); };
+  if constexpr (std::is_same_v<Score, float>) {
+    numbers_.log_weights = log_weights;
+    if (std::none_of(log_weights.begin(), log_weights.end(), low)) return;
+  }
+  for (const float weight : log_weights) copies_.log_weights.push_back(std::max(weight, kLowestLogWeight));
+  numbers_.log_weights = copies_.log_weights;
 }
 
 template <>
@@ -80,27 +98,28 @@ void StreamGaussians<ShortArithmetic>::load(const ModelStream& stream) {
     inverse_squares.push_back(std::ldexp(1.0F, -2 * exponent));
   }
   scaled_frame_.resize(length);
-  means_ = quantise_rows(stream.means, feature_scales_, 0, step_);
+  copies_.means = quantise_rows(stream.means, feature_scales_, 0, step_);
 
   std::vector<float> sorted(stream.inverse_variances);
   for (std::size_t i = 0; i < sorted.size(); ++i) sorted[i] *= inverse_squares[i % length];
   const auto median = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
   std::nth_element(sorted.begin(), median, sorted.end());
   scale_factor_ = kMedianBits - std::ilogb(*median);
-  inverse_variances_ = quantise_rows(stream.inverse_variances, inverse_squares, scale_factor_, step_);
+  copies_.inverse_variances = quantise_rows(stream.inverse_variances, inverse_squares, scale_factor_, step_);
 
   // ln of the inverse variances in the model's units: 2^-q w 4^p
   std::vector<float> row(length);
-  for (std::size_t first = 0; first < inverse_variances_.size(); first += static_cast<std::size_t>(step_)) {
+  for (std::size_t first = 0; first < copies_.inverse_variances.size(); first += static_cast<std::size_t>(step_)) {
     for (std::size_t i = 0; i < length; ++i) {
-      std::int16_t& value = inverse_variances_[first + i];
+      std::int16_t& value = copies_.inverse_variances[first + i];
       value = std::max<std::int16_t>(value, 1);
       row[i] = std::ldexp(static_cast<float>(value), -scale_factor_) / inverse_squares[i];
     }
     float sum = 0.0F;
     call<kivsSumLn_32f>(row, length_, &sum);
-    normalisers_.push_back(0.5F * (sum - static_cast<float>(length_ * std::log(2.0 * std::numbers::pi))));
+    copies_.normalisers.push_back(0.5F * (sum - static_cast<float>(length_ * std::log(2.0 * std::numbers::pi))));
   }
+  numbers_ = {copies_.means, copies_.inverse_variances, copies_.normalisers, {}};
 }
 
 template <class Arithmetic>
@@ -119,8 +138,8 @@ void StreamGaussians<Arithmetic>::score(int codebook, Score* scores) const {
   const std::size_t first = static_cast<std::size_t>(codebook) * count_;
   const std::size_t offset = first * static_cast<std::size_t>(step_);
   std::fill_n(scores, count_, static_cast<Score>(kLowestLikelihood));
-  run<Arithmetic::rows>(means_.data() + offset, inverse_variances_.data() + offset, step_, frame_.data(), step_,
-                        normalisers_.data() + first, scores, static_cast<int>(count_));
+  run<Arithmetic::rows>(numbers_.means.data() + offset, numbers_.inverse_variances.data() + offset, step_,
+                        frame_.data(), step_, numbers_.normalisers.data() + first, scores, static_cast<int>(count_));
 }
 
 template <class Arithmetic>
@@ -128,9 +147,9 @@ void StreamGaussians<Arithmetic>::score(int codebook, std::span<const std::uint1
   const std::size_t first = static_cast<std::size_t>(codebook) * count_;
   for (std::size_t i = 0; i < list.size(); ++i) {
     const std::size_t row = first + list[i];
-    mean_rows_[i] = means_.data() + row * static_cast<std::size_t>(step_);
-    inverse_variance_rows_[i] = inverse_variances_.data() + row * static_cast<std::size_t>(step_);
-    listed_normalisers_[i] = normalisers_[row];
+    mean_rows_[i] = numbers_.means.data() + row * static_cast<std::size_t>(step_);
+    inverse_variance_rows_[i] = numbers_.inverse_variances.data() + row * static_cast<std::size_t>(step_);
+    listed_normalisers_[i] = numbers_.normalisers[row];
     scores[i] = static_cast<Score>(kLowestLikelihood);
   }
   run<Arithmetic::listed_rows>(mean_rows_.data(), inverse_variance_rows_.data(), frame_.data(), step_,

@@ -1,6 +1,6 @@
 // The Gaussians of one stream of an acoustic model in the arithmetic that scores them. Next: mixture_scorer.h.
 //
-//   FloatArithmetic   single precision, the model's numbers as they are
+//   FloatArithmetic   single precision, the model's numbers as they are and where they are
 //   DoubleArithmetic  double precision, the model's numbers widened
 //   ShortArithmetic   features, means and inverse variances in 16 bits, scores in single precision
 //
@@ -56,6 +56,7 @@ struct ShortArithmetic {
 // added it stays above the log zero of the library's log-sums, which are several times faster above it.
 constexpr float kLowestLikelihood = -4.0e6F;
 constexpr float kLowestLogWeight = -4.0e5F;
+static_assert(kLowestLikelihood + kLowestLogWeight > static_cast<float>(kivLogZero));
 
 template <class Arithmetic>
 class StreamGaussians {
@@ -63,7 +64,9 @@ class StreamGaussians {
   using Element = typename Arithmetic::Element;
   using Score = typename Arithmetic::Score;
 
+  // The model has to outlive them.
   StreamGaussians(const AcousticModel& model, const ModelStream& stream);
+  StreamGaussians(StreamGaussians&&) noexcept = default;
 
   // Takes this stream's slice of a feature vector; the scores that follow are of it.
   void set_frame(std::span<const float> frame);
@@ -72,10 +75,27 @@ class StreamGaussians {
   void score(int codebook, std::span<const std::uint16_t> list, Score* scores);
 
   // Log weights of the Gaussians for a state.
-  const Score* log_weights(int state) const { return log_weights_.data() + static_cast<std::size_t>(state) * count_; }
+  const Score* log_weights(int state) const {
+    return numbers_.log_weights.data() + static_cast<std::size_t>(state) * count_;
+  }
 
  private:
+  // Numbers of the model, or a copy of them in another type.
+  struct Numbers {
+    std::span<const Element> means;
+    std::span<const Element> inverse_variances;
+    std::span<const Score> normalisers;
+    std::span<const Score> log_weights;
+  };
+  struct Copies {
+    std::vector<Element> means;
+    std::vector<Element> inverse_variances;
+    std::vector<Score> normalisers;
+    std::vector<Score> log_weights;
+  };
+
   void load(const ModelStream& stream);
+  void load_log_weights(const std::vector<float>& log_weights);
   template <auto kFunction, class... Arguments>
   void run(Arguments... arguments) const {
     if constexpr (std::is_same_v<Element, std::int16_t>) {
@@ -89,10 +109,8 @@ class StreamGaussians {
   int length_;         // of the slice
   int step_;           // elements of a row, padding included
   std::size_t count_;  // Gaussians of a codebook
-  std::vector<Element> means_;
-  std::vector<Element> inverse_variances_;
-  std::vector<Score> normalisers_;
-  std::vector<Score> log_weights_;
+  Numbers numbers_;
+  Copies copies_;  // what numbers_ points to and the model does not have
   std::vector<Element> frame_;
   std::vector<float> feature_scales_;  // 16 bits: 2^p[i]
   std::vector<float> scaled_frame_;
