@@ -162,11 +162,12 @@ void EncodeCommand::run() const {
   Progress progress("encode", static_cast<int>(inputs.files.size()));
   for (std::size_t i = 0; i < names.size(); ++i) {
     progress.step(inputs.files[i]);
-    const FeatureMatrix rows = load_utterance(inputs.files[i], chain, inputs.raw).features;
-    const QuantisedStream stream{rows.height(), book.encode(rows)};
+    RowEncoder encoder(book,
+                       [&](const FeatureMatrix& rows, const FeatureMatrix& decoded) { distortion.add(rows, decoded); });
+    stream_utterance(inputs.files[i], chain, inputs.raw, [&](const FeatureMatrix& rows) { encoder.push(rows); });
+    const QuantisedStream stream = encoder.finish();
     OutputFile output(names[i]);
     const std::int64_t bytes = write_quantised(output, stream, book);
-    distortion.add(rows, book.decode(stream.bits, stream.frames, inputs.files[i]));
     output.commit();
     progress.clear();
     std::printf("%s: %d frames, %lld bytes, %.0f bit/s with the header\n", names[i].string().c_str(), stream.frames,
@@ -196,7 +197,9 @@ void DecodeCommand::run() const {
     progress.step(files[i]);
     const QuantisedStream stream = read_quantised(files[i], book);
     OutputFile output(names[i]);
-    write_features(output, written, book.decode(stream.bits, stream.frames, files[i]), book.recipe());
+    FeatureWriter writer(output, written, book.recipe());
+    decode_rows(stream, book, files[i], [&](const FeatureMatrix& rows) { writer.append(rows); });
+    writer.finish();
     output.commit();
     progress.clear();
     std::printf("%s: %d frames of %d values\n", names[i].string().c_str(), stream.frames, book.width());

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/little_endian.h"
@@ -14,6 +15,7 @@ namespace {
 
 constexpr std::string_view kMagic = "KVQS";
 constexpr std::uint32_t kVersion = 1;
+constexpr int kBlockRows = 1024;  // whole bytes, whatever the bits of a row
 
 std::string hexadecimal(std::uint32_t value) {
   char text[8];
@@ -36,6 +38,38 @@ LittleEndianBytes content(const QuantisedStream& stream, const SplitCodebook& bo
 }
 
 }  // namespace
+
+RowEncoder::RowEncoder(const SplitCodebook& book, Listener listener) : book_(book), listener_(std::move(listener)) {
+  pending_.width = book.width();
+}
+
+void RowEncoder::push(const FeatureMatrix& rows) {
+  for (int t = 0; t < rows.height(); ++t) {
+    pending_.values.insert(pending_.values.end(), rows.row(t).begin(), rows.row(t).end());
+    if (pending_.height() == kBlockRows) encode_pending();
+  }
+}
+
+void RowEncoder::encode_pending() {
+  const std::vector<std::uint8_t> bits = book_.encode(pending_);
+  if (listener_) listener_(pending_, book_.decode(bits, pending_.height(), ""));
+  stream_.frames += pending_.height();
+  stream_.bits.insert(stream_.bits.end(), bits.begin(), bits.end());
+  pending_.values.clear();
+}
+
+QuantisedStream RowEncoder::finish() {
+  if (pending_.height() > 0) encode_pending();
+  return std::exchange(stream_, {});
+}
+
+void decode_rows(const QuantisedStream& stream, const SplitCodebook& book, const std::string& file,
+                 const std::function<void(const FeatureMatrix& rows)>& take) {
+  for (int first = 0; first < stream.frames; first += kBlockRows) {
+    const auto begin = static_cast<std::size_t>(SplitCodebook::encoded_bytes(first, book.row_bits()));
+    take(book.decode(std::span(stream.bits).subspan(begin), std::min(kBlockRows, stream.frames - first), file));
+  }
+}
 
 std::int64_t write_quantised(OutputFile& file, const QuantisedStream& stream, const SplitCodebook& book) {
   LittleEndianBytes bytes = content(stream, book);
