@@ -66,7 +66,7 @@ class StreamingDynamics : public RowStage {
     waiting_.values.clear();
   }
 
-  void finish(FeatureMatrix& result) override {
+  bool finish(FeatureMatrix& result) override {
     const int height = waiting_.height();
     if (begun_) {
       run(window_.history, matrix_, 0, KIV_DELTA_END);
@@ -78,6 +78,7 @@ class StreamingDynamics : public RowStage {
     }
     begun_ = false;
     waiting_.values.clear();
+    return false;
   }
 
  private:
@@ -119,10 +120,11 @@ class DifferencesStage : public RowStage {
     emit(result);
   }
 
-  void finish(FeatureMatrix& result) override {
+  bool finish(FeatureMatrix& result) override {
     if (!frames_.values.empty()) repeat_last_row(frames_, frames_.height() + kReach);
     emit(result);
     frames_.values.clear();
+    return false;
   }
 
  private:

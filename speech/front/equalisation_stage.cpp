@@ -13,7 +13,7 @@ namespace kivsr::speech {
 namespace {
 
 std::size_t equalised_count(const FrontEndParameters& parameters) {
-  if (parameters.output == Output::kLogMel) throw Fault("features: the equalisation is for cepstra");
+  if (parameters.output == Output::kLogMel) throw Fault("the equalisation is for cepstra");
   return static_cast<std::size_t>(parameters.output == Output::kLpcCepstra ? parameters.prediction_order
                                                                            : parameters.cepstrum_count - 1);
 }
@@ -42,11 +42,11 @@ float zeroth_factor(const FrontEndParameters& parameters) {
 std::vector<float> of_length(std::vector<float> values, std::size_t count, const char* name) {
   if (values.empty()) values.assign(count, 0.0F);
   if (values.size() != count) {
-    throw Fault(std::string("features: the ") + name + " of the equalisation has " + std::to_string(values.size()) +
+    throw Fault(std::string("the ") + name + " of the equalisation has " + std::to_string(values.size()) +
                 " values, not " + std::to_string(count));
   }
   for (const float value : values) {
-    if (!std::isfinite(value)) throw Fault(std::string("features: the ") + name + " of the equalisation is not finite");
+    if (!std::isfinite(value)) throw Fault(std::string("the ") + name + " of the equalisation is not finite");
   }
   return values;
 }
@@ -76,7 +76,10 @@ void EqualisationStage::push(const FeatureMatrix& rows, FeatureMatrix& result) {
   }
 }
 
-void EqualisationStage::finish(FeatureMatrix&) { bias_ = first_bias_; }
+bool EqualisationStage::finish(FeatureMatrix&) {
+  bias_ = first_bias_;
+  return false;
+}
 
 std::unique_ptr<RowStage> make_equalisation_stage(const Recipe& recipe) {
   const FrontEndParameters& parameters = recipe.front_end;

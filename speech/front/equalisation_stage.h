@@ -22,7 +22,7 @@ class EqualisationStage : public RowStage {
   EqualisationStage(const FrontEndParameters& parameters, std::vector<float> reference, std::vector<float> bias = {});
 
   void push(const FeatureMatrix& rows, FeatureMatrix& result) override;
-  void finish(FeatureMatrix& result) override;
+  bool finish(FeatureMatrix& result) override;
 
  private:
   float log_energy(std::span<const float> row) const;

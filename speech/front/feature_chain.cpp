@@ -28,41 +28,51 @@ FeatureChain::FeatureChain(const Recipe& recipe)
   add(make_energy_stage(recipe_));
   add(make_normalisation_stage(recipe_));
   add(make_dynamics_stage(recipe_));
+  before_.assign(stages_.size() + 1, {recipe_.input_width(), {}});
+  before_.back().width = recipe_.width();
 }
 
-// Sends the rows of the front end through the stages, the last of which writes to rows.
-void FeatureChain::pass(bool last, FeatureMatrix& rows) {
-  rows.width = recipe_.width();
-  current_.width = next_.width = recipe_.input_width();
-  for (const auto& stage : stages_) {
-    FeatureMatrix& result = stage == stages_.back() ? rows : next_;
-    if (current_.height() > 0) stage->push(current_, result);
-    if (last) stage->finish(result);
-    current_.values.clear();
-    std::swap(current_, next_);
+// Sends what lies before a stage through it and those behind it.
+void FeatureChain::pass(std::size_t stage, const RowTaker& take) {
+  for (; stage < stages_.size(); ++stage) {
+    if (before_[stage].height() > 0) stages_[stage]->push(before_[stage], before_[stage + 1]);
+    before_[stage].values.clear();
   }
+  if (before_.back().height() > 0) take(before_.back());
+  before_.back().values.clear();
 }
 
-void FeatureChain::push(std::span<const float> samples, FeatureMatrix& rows) {
+void FeatureChain::push(std::span<const float> samples, const RowTaker& take) {
   if (recipe_.source != Source::kAudio) throw Fault("the recipe starts from features, not from audio");
-  front_end_.push(samples, first_of(rows));
-  pass(false, rows);
+  front_end_.push(samples, before_.front());
+  pass(0, take);
 }
 
-void FeatureChain::push_rows(const FeatureMatrix& input, FeatureMatrix& rows) {
+void FeatureChain::push_rows(const FeatureMatrix& input, const RowTaker& take) {
   if (input.width != recipe_.input_width()) {
     throw Fault("rows of " + std::to_string(input.width) + " values, not of " + std::to_string(recipe_.input_width()));
   }
   if (recipe_.noise_reduction.method != NoiseMethod::kNone) {
     throw Fault("the noise is reduced in audio, not in features");
   }
-  append_rows(input.values, first_of(rows));
-  pass(false, rows);
+  append_rows(input.values, before_.front());
+  pass(0, take);
 }
 
-void FeatureChain::finish(FeatureMatrix& rows) {
-  if (recipe_.source == Source::kAudio) front_end_.finish(first_of(rows));
-  pass(true, rows);
+void FeatureChain::finish(const RowTaker& take) {
+  if (recipe_.source == Source::kAudio) front_end_.finish(before_.front());
+  pass(0, take);
+  for (std::size_t stage = 0; stage < stages_.size(); ++stage) {
+    for (bool more = true; more;) {
+      more = stages_[stage]->finish(before_[stage + 1]);
+      pass(stage + 1, take);
+    }
+  }
+}
+
+RowTaker FeatureChain::appending_to(FeatureMatrix& rows) const {
+  rows.width = recipe_.width();
+  return [&rows](const FeatureMatrix& more) { append_rows(more.values, rows); };
 }
 
 FeatureMatrix FeatureChain::run(std::span<const float> samples, std::size_t block) {

@@ -5,6 +5,7 @@
 //   const FeatureMatrix rows = chain.run(samples);  // or push block after block, then finish
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <span>
 #include <vector>
@@ -15,6 +16,9 @@
 
 namespace kivsr::speech {
 
+// Takes rows as they come; they stay until it returns.
+using RowTaker = std::function<void(const FeatureMatrix& rows)>;
+
 // One utterance after the other: push samples, or rows, as they come, then finish, which leaves it ready for the next.
 // The rows are the same bits however the input is cut into blocks; a stage that needs the whole utterance gives its
 // rows when it ends (Recipe::needs_whole_utterance).
@@ -24,24 +28,27 @@ class FeatureChain {
 
   const Recipe& recipe() const { return recipe_; }
 
-  // Appends the rows that these samples complete. rows.width is set.
-  void push(std::span<const float> samples, FeatureMatrix& rows);
+  // Hands over the rows that these samples complete.
+  void push(std::span<const float> samples, const RowTaker& take);
   // The same from rows as the front end, or the source, of the recipe gives them.
-  void push_rows(const FeatureMatrix& input, FeatureMatrix& rows);
-  void finish(FeatureMatrix& rows);
+  void push_rows(const FeatureMatrix& input, const RowTaker& take);
+  void finish(const RowTaker& take);
+  // The same, appended to rows. rows.width is set.
+  void push(std::span<const float> samples, FeatureMatrix& rows) { push(samples, appending_to(rows)); }
+  void push_rows(const FeatureMatrix& input, FeatureMatrix& rows) { push_rows(input, appending_to(rows)); }
+  void finish(FeatureMatrix& rows) { finish(appending_to(rows)); }
   // A whole utterance, pushed in blocks of that many samples; 0: at once.
   FeatureMatrix run(std::span<const float> samples, std::size_t block = 0);
   FeatureMatrix run_rows(const FeatureMatrix& input);
 
  private:
-  FeatureMatrix& first_of(FeatureMatrix& rows) { return stages_.empty() ? rows : current_; }
-  void pass(bool last, FeatureMatrix& rows);
+  void pass(std::size_t stage, const RowTaker& take);
+  RowTaker appending_to(FeatureMatrix& rows) const;
 
   Recipe recipe_;
   FrontEnd front_end_;
   std::vector<std::unique_ptr<RowStage>> stages_;
-  FeatureMatrix current_;  // between two stages
-  FeatureMatrix next_;
+  std::vector<FeatureMatrix> before_;  // each stage, and behind the last
 };
 
 }  // namespace kivsr::speech

@@ -22,7 +22,7 @@ class EnergyBelowKnownMaximum : public RowStage {
                                   recipe_.energy_scale);
     }
   }
-  void finish(FeatureMatrix&) override {}
+  bool finish(FeatureMatrix&) override { return false; }
 
  private:
   Recipe recipe_;
@@ -53,7 +53,10 @@ class RunningNormalisation : public RowStage {
       call<kivsMul_32f>(after_, step_, result.row(result.height() - 1), width_);
     }
   }
-  void finish(FeatureMatrix&) override { start(); }
+  bool finish(FeatureMatrix&) override {
+    start();
+    return false;
+  }
 
  private:
   void start() {

@@ -89,7 +89,7 @@ std::string Recipe::needs_whole_utterance() const {
 
 void Recipe::validate() const {
   const auto require = [](bool holds, const char* message) {
-    if (!holds) throw Fault(std::string("features: ") + message);
+    if (!holds) throw Fault(std::string("recipe: ") + message);
   };
   front_end.validate();
   speech::validate(noise_reduction, front_end);

@@ -13,85 +13,66 @@ namespace kivsr::speech {
 
 namespace {
 
-// Passes what the chain gives on as it comes.
-class RowPump {
- public:
-  RowPump(const std::filesystem::path& file, FeatureChain& chain, const RowTaker& take)
-      : file_(file), chain_(chain), take_(take) {}
+// Returns how many rows were read.
+std::int64_t stream_rows(const std::filesystem::path& file, FeatureChain& chain, const RowTaker& take) {
+  const Recipe& recipe = chain.recipe();
+  FeatureReader reader(file, recipe.input_width());
+  if (reader.width() != recipe.input_width()) {
+    throw Fault(file.string() + ": rows of " + std::to_string(reader.width()) + " values, " +
+                std::to_string(recipe.input_width()) + " are needed");
+  }
+  if (recipe.noise_reduction.method != NoiseMethod::kNone) {
+    throw Fault(file.string() + ": noise is reduced in audio, not in features");
+  }
+  FeatureMatrix input;
+  std::int64_t rows = 0;
+  for (; reader.read(input); input.values.clear()) {
+    require_finite(input, file, rows);
+    rows += input.height();
+    chain.push_rows(input, take);
+  }
+  return rows;
+}
 
-  void samples(std::span<const float> samples) {
-    chain_.push(samples, rows_);
-    pass_on();
+// What is known about the file, its frames aside.
+UtteranceInfo stream_audio(const std::filesystem::path& file, FeatureChain& chain, const RawFormat& raw,
+                           const RowTaker& take, std::size_t block) {
+  const Recipe& recipe = chain.recipe();
+  if (recipe.source != Source::kAudio) {
+    throw Fault(file.string() + ": not a file of features, and the recipe starts from features, not from audio");
   }
-  std::int64_t finish() {
-    chain_.finish(rows_);
-    pass_on();
-    return frames_;
+  MonoReader reader(file, recipe.front_end.sample_rate, raw);
+  std::vector<float> samples;
+  for (; reader.read(samples); samples.clear()) {
+    std::span<const float> left = samples;
+    while (!left.empty()) {
+      const auto part = left.first(block == 0 ? left.size() : std::min(block, left.size()));
+      chain.push(part, take);
+      left = left.subspan(part.size());
+    }
   }
-  void rows(const FeatureMatrix& input) {
-    chain_.push_rows(input, rows_);
-    pass_on();
-  }
-
- private:
-  void pass_on() {
-    if (rows_.height() == 0) return;
-    require_finite(rows_, file_, frames_);
-    frames_ += rows_.height();
-    take_(rows_);
-    rows_.values.clear();
-  }
-
-  const std::filesystem::path& file_;
-  FeatureChain& chain_;
-  const RowTaker& take_;
-  FeatureMatrix rows_;
-  std::int64_t frames_ = 0;
-};
+  return {.seconds = static_cast<double>(reader.samples()) / recipe.front_end.sample_rate,
+          .file_channels = reader.file().channels(),
+          .file_sample_rate = reader.file().sample_rate()};
+}
 
 UtteranceInfo stream(const std::filesystem::path& file, FeatureChain& chain, const RawFormat& raw, const RowTaker& take,
                      std::size_t block) {
-  const Recipe& recipe = chain.recipe();
+  std::int64_t frames = 0;
+  const RowTaker checked = [&](const FeatureMatrix& rows) {
+    require_finite(rows, file, frames);
+    frames += rows.height();
+    take(rows);
+  };
   UtteranceInfo info;
-  RowPump stages(file, chain, take);
   if (is_feature_file(file)) {
-    FeatureReader reader(file, recipe.input_width());
-    if (reader.width() != recipe.input_width()) {
-      throw Fault(file.string() + ": rows of " + std::to_string(reader.width()) + " values, " +
-                  std::to_string(recipe.input_width()) + " are needed");
-    }
-    if (recipe.noise_reduction.method != NoiseMethod::kNone) {
-      throw Fault(file.string() + ": noise is reduced in audio, not in features");
-    }
-    FeatureMatrix input;
-    std::int64_t rows = 0;
-    for (; reader.read(input); input.values.clear()) {
-      require_finite(input, file, rows);
-      rows += input.height();
-      stages.rows(input);
-    }
-    info.frames = stages.finish();
-    info.seconds = static_cast<double>(rows) * recipe.frame_seconds();
+    info.seconds = static_cast<double>(stream_rows(file, chain, checked)) * chain.recipe().frame_seconds();
   } else {
-    if (recipe.source != Source::kAudio) {
-      throw Fault(file.string() + ": not a file of features, and the recipe starts from features, not from audio");
-    }
-    MonoReader reader(file, recipe.front_end.sample_rate, raw);
-    std::vector<float> samples;
-    for (; reader.read(samples); samples.clear()) {
-      std::span<const float> left = samples;
-      while (!left.empty()) {
-        const auto part = left.first(block == 0 ? left.size() : std::min(block, left.size()));
-        stages.samples(part);
-        left = left.subspan(part.size());
-      }
-    }
-    info = {.seconds = static_cast<double>(reader.samples()) / recipe.front_end.sample_rate,
-            .frames = stages.finish(),
-            .file_channels = reader.file().channels(),
-            .file_sample_rate = reader.file().sample_rate()};
+    info = stream_audio(file, chain, raw, checked, block);
   }
-  if (info.frames == 0) throw Fault(file.string() + ": shorter than one frame");
+  chain.finish(checked);
+  info.frames = frames;
+  if (frames == 0) throw Fault(file.string() + ": shorter than one frame");
   return info;
 }
 

@@ -4,15 +4,12 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 
 #include "kivsr/speech/front/feature_chain.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/feature_matrix.h"
 
 namespace kivsr::speech {
-
-using RowTaker = std::function<void(const FeatureMatrix& rows)>;
 
 struct UtteranceInfo {
   double seconds = 0.0;  // of a file of features: at the distance of the recipe's frames
