@@ -3,11 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <sstream>
 
 #include <nlohmann/json.hpp>
 
 #include "kivsr/speech/front/presets.h"
+#include "kivsr/speech/io/feature_reader.h"
 #include "kivsr/speech/models/word_model_file.h"
 #include "speech/support/command.h"
 #include "speech/support/signals.h"
@@ -52,6 +55,76 @@ TEST_F(RecipeOptionsTest, APresetHasTheSameMomentsInFeaturesAndInTraining) {
           << name << ' ' << k;
     }
   }
+}
+
+// A codeword for each row gives the rows back, to the bit: what quantise saw is what features wrote.
+TEST_F(RecipeOptionsTest, APresetHasTheSameRowsInFeaturesAndInQuantisation) {
+  const auto few = folder_.write("few.wav", wav(whole(noise(6000)), 16000, 1));
+  for (const std::string& name : preset_names()) {
+    ASSERT_EQ(run("features --preset " + name + " " + quoted(few) + " -o " + quoted(folder_ / "a.npy")).status, 0);
+    const FeatureMatrix rows = read_feature_file(folder_ / "a.npy");
+    const std::string book = quoted(folder_ / "book");
+    const CommandResult trained = run("quantise train --preset " + name + " --split 0-" +
+                                      std::to_string(rows.width - 1) + ":5 " + quoted(few) + " -o " + book);
+    ASSERT_EQ(trained.status, 0) << trained.errors;
+    const std::string coded = quoted(folder_ / "a.kvs");
+    ASSERT_EQ(run("quantise encode --book " + book + " " + quoted(few) + " -o " + coded).status, 0);
+    ASSERT_EQ(run("quantise decode --book " + book + " " + coded + " -o " + quoted(folder_ / "b.npy")).status, 0);
+    const FeatureMatrix decoded = read_feature_file(folder_ / "b.npy");
+    ASSERT_EQ(decoded.height(), rows.height()) << name;
+    ASSERT_GT(rows.height(), 32) << name;
+    // 32 codewords for a few rows more: those that have one for themselves.
+    int same = 0;
+    for (int t = 0; t < rows.height(); ++t) {
+      same += std::equal(rows.row(t).begin(), rows.row(t).end(), decoded.row(t).begin()) ? 1 : 0;
+    }
+    EXPECT_GE(same, 2 * 32 - rows.height()) << name;
+  }
+}
+
+// Sound, and the rows that features makes of it without what follows the front end, are the same to a recogniser.
+TEST_F(RecipeOptionsTest, APresetHasTheSameRowsInFeaturesAndInRecognition) {
+  const auto list = folder_.write("list", audio_.string() + "\tnoise\n");
+  for (const std::string& name : preset_names()) {
+    const auto model = folder_ / name;
+    const CommandResult trained = run("train --states 3 --iterations 1 --components 1 --start-components 1 --preset " +
+                                      name + " --list " + quoted(list) + " --model " + quoted(model));
+    ASSERT_EQ(trained.status, 0) << trained.errors;
+    EXPECT_EQ(read_word_model(model).recipe, preset(name));
+    Recipe front(preset(name).front_end);
+    const auto recipe = folder_.write("recipe", front.text());
+    const auto rows = folder_ / "rows.npy";
+    ASSERT_EQ(run("features --recipe " + quoted(recipe) + " " + quoted(audio_) + " -o " + quoted(rows)).status, 0);
+    const CommandResult heard =
+        run("recognise --format tsv --model " + quoted(model) + " " + quoted(audio_) + " " + quoted(rows));
+    ASSERT_EQ(heard.status, 0) << heard.errors;
+    std::istringstream lines(heard.output);
+    std::string line;
+    std::string of_sound[3];
+    std::string of_rows[3];  // file, words, score
+    std::getline(lines, line);
+    ASSERT_EQ(line.find("file\thypothesis\tscore\t"), 0U) << line;
+    for (auto* fields : {of_sound, of_rows}) {
+      for (int i = 0; i < 3; ++i) std::getline(lines, fields[i], '\t');
+      std::getline(lines, line);
+    }
+    EXPECT_NE(of_sound[1], "") << name;
+    EXPECT_EQ(of_rows[1], of_sound[1]) << name;
+    EXPECT_EQ(of_rows[2], of_sound[2]) << name;
+  }
+}
+
+TEST_F(RecipeOptionsTest, AModelToAlignWithIsOfTheSameRecipe) {
+  const auto list = folder_.write("list", audio_.string() + "\tnoise\n");
+  const std::string train = "train --states 3 --iterations 1 --list " + quoted(list);
+  ASSERT_EQ(run(train + " --preset mfcc --model " + quoted(folder_ / "first")).status, 0);
+  const std::string second = train + " --align-with " + quoted(folder_ / "first") + " --model " + quoted(folder_ / "m");
+  const CommandResult refused = run(second + " --preset mfcc --filter-count 20");
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_NE(refused.errors.find("the model to align with was made with another recipe: filter-count: 23, not 20"),
+            std::string::npos)
+      << refused.errors;
+  EXPECT_EQ(run(second + " --preset mfcc").status, 0);
 }
 
 TEST_F(RecipeOptionsTest, ACodebookRefusesAnotherRecipeAndNamesTheDifference) {

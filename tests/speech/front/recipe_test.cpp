@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include <algorithm>
 
 #include "kivsr/speech/front/presets.h"
@@ -73,9 +75,34 @@ TEST(Recipe, EveryFieldIsToldApartWrittenAndRead) {
     }
     EXPECT_EQ(Recipe::parse(changed.text(), name), changed) << name;
   }
-  // As many as the value has: a member more needs a field more.
-  constexpr int kFields = 45;
-  EXPECT_EQ(fields, kFields);
+  EXPECT_GT(fields, 40);
+}
+
+// Every member of the value is a field. The bindings name each member: one more does not compile until it is listed.
+TEST(Recipe, EveryMemberIsAField) {
+  const Recipe recipe;
+  std::set<const void*> visited;
+  visit_fields(recipe, [&](const RecipeField&, const auto& value) { visited.insert(&value); });
+  const auto expect_visited = [&](const auto&... members) {
+    int number = 0;
+    for (const void* member : {static_cast<const void*>(&members)...}) {
+      EXPECT_EQ(visited.erase(member), 1U) << "member " << number;
+      ++number;
+    }
+  };
+  const auto& [source, source_width, front_end, noise_reduction, equalisation, reference, normalise_energy,
+               silence_floor, energy_scale, energy_maximum, normalisation, frames, dynamics, window] = recipe;
+  expect_visited(source, source_width, equalisation, reference, normalise_energy, silence_floor, energy_scale,
+                 energy_maximum, normalisation, frames, dynamics, window);
+  const auto& [rate, emphasis, in_frame, length, shift, fft, shape, offset, pad, spectrum, filters, area, rounded,
+               count, low, high, multiplier, divisor, floor, log_offset, transform, cepstra, lifter, zeroth, output,
+               order, energy] = front_end;
+  expect_visited(rate, emphasis, in_frame, length, shift, fft, shape, offset, pad, spectrum, filters, area, rounded,
+                 count, low, high, multiplier, divisor, floor, log_offset, transform, cepstra, lifter, zeroth, output,
+                 order, energy);
+  const auto& [method, memory, least, residual, first, smoothing] = noise_reduction;
+  expect_visited(method, memory, least, residual, first, smoothing);
+  EXPECT_TRUE(visited.empty()) << "fields of no member";
 }
 
 TEST(Recipe, FaultsOfTheTextNameOriginAndLine) {

@@ -130,6 +130,14 @@ TEST(SegmentalSnr, IsTheMeanOfLimitedRatios) {
   for (std::size_t i = 300; i < 600; ++i) signal[i] = 9000.0F;  // below -10 dB
   signal[1200] = 5.0F;                                          // where the reference is silent
   EXPECT_NEAR(segmental_snr(clean, signal, 10000), (20.0 - 10.0 + 35.0) / 3.0, 1e-9);
+  SegmentalSnr along(10000);
+  for (std::size_t n = 0; n < clean.size(); n += 77) {
+    along.push_reference(std::span(clean).subspan(n, std::min<std::size_t>(77, clean.size() - n)));
+    if (n >= 77 * 3) along.push_signal(std::span(signal).subspan(n - 77 * 3, 77));
+  }
+  const std::size_t compared = (clean.size() - 1) / 77 * 77 - 77 * 2;
+  along.push_signal(std::span(signal).subspan(compared));
+  EXPECT_DOUBLE_EQ(along.finish(), segmental_snr(clean, signal, 10000)) << "one behind the other";
   EXPECT_TRUE(std::isnan(segmental_snr(std::vector<float>(50, 0.0F), std::vector<float>(50, 1.0F), 10000)));
 }
 
