@@ -135,23 +135,11 @@ std::vector<std::unique_ptr<Enhancer>> EnhanceCommand::enhancers(const AudioRead
   return result;
 }
 
-void EnhanceCommand::run() const {
-  check_audio_name(output_file);
-  if (!picture_file.empty()) check_picture_name(picture_file);
-  AudioReader reader(input_file, raw);
-  const auto channels = enhancers(reader);
-  std::optional<Comparison> comparison;
-  if (!reference_file.empty()) comparison.emplace(reference_file, raw, reader);
-  std::optional<EnhancementPicture> drawing;  // of the first channel
+// From reader to writer, with what is said and shown about both on the way.
+void stream(AudioReader& reader, std::span<const std::unique_ptr<Enhancer>> channels, AudioWriter& writer,
+            std::optional<Comparison>& comparison, std::optional<EnhancementPicture>& drawing) {
   NoiseTrack noise;
-  if (!picture_file.empty()) {
-    drawing.emplace(reader.sample_rate());
-    channels.front()->record_noise(&noise);
-  }
-
-  // Both files are complete before either gets its name.
-  OutputFile output(output_file);
-  AudioWriter writer(output, output_file, reader.sample_rate(), reader.channels(), reader.sample_format());
+  if (drawing) channels.front()->record_noise(&noise);
   std::vector<std::vector<float>> block(channels.size());
   const auto pass_on = [&] {
     writer.append(block);
@@ -170,11 +158,26 @@ void EnhanceCommand::run() const {
   pass_on();
   writer.finish();
   if (comparison) comparison->finish();
+  if (drawing) drawing->finish();
+}
+
+// Both files are complete before either gets its name.
+void EnhanceCommand::run() const {
+  check_audio_name(output_file);
+  if (!picture_file.empty()) check_picture_name(picture_file);
+  AudioReader reader(input_file, raw);
+  const auto channels = enhancers(reader);
+  std::optional<Comparison> comparison;
+  if (!reference_file.empty()) comparison.emplace(reference_file, raw, reader);
+  std::optional<EnhancementPicture> drawing;  // of the first channel
+  if (!picture_file.empty()) drawing.emplace(reader.sample_rate());
+  OutputFile output(output_file);
+  AudioWriter writer(output, output_file, reader.sample_rate(), reader.channels(), reader.sample_format());
+  stream(reader, channels, writer, comparison, drawing);
 
   const std::string description = describe(reader) + ", " + method;
   std::optional<OutputFile> picture;
   if (drawing) {
-    drawing->finish();
     drawing->draw(picture.emplace(picture_file),
                   std::filesystem::path(input_file).filename().string() + ":  " + description);
   }

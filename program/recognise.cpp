@@ -197,6 +197,41 @@ void RecogniseCommand::run() const {
   report.finish();
 }
 
+void add_search_options(CLI::App& command, RecogniseCommand& options) {
+  command.add_option("--language-weight", options.weights.language_weight, "Factor of the grammar's log weights")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command.add_option("--insertion-penalty", options.weights.insertion_penalty, "Added to the log score for each word")
+      ->capture_default_str();
+  command.add_option("--silence-penalty", options.weights.silence_penalty, "Added to the log score for each silence")
+      ->capture_default_str();
+  command.add_option("--noise-penalty", options.weights.noise_penalty, "Added to the log score for each noise")
+      ->capture_default_str();
+  command.add_option("--beam", options.beams.state, "Log score behind the best at which a path is given up")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  command.add_option("--word-beam", options.beams.word, "The same between the ends of words")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  const std::map<std::string, ScoreArithmetic> arithmetics{{"float", ScoreArithmetic::kSinglePrecision},
+                                                           {"double", ScoreArithmetic::kDoublePrecision},
+                                                           {"16s", ScoreArithmetic::kSixteenBits}};
+  command.add_option("--arithmetic", options.scoring.arithmetic, "Of the Gaussians: float, double or 16s (16 bits)")
+      ->transform(CLI::CheckedTransformer(arithmetics))
+      ->option_text("NAME [float]");
+  command
+      .add_option("--shortlist", options.scoring.shortlist,
+                  "Gaussians of each codebook and stream that are scored for a frame, 0: all")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command.add_option("--variance-floor", options.floors.variance, "Smallest variance of a Gaussian")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  command.add_option("--weight-floor", options.floors.mixture_weight, "Smallest mixture weight")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+}
+
 }  // namespace
 
 void add_recognise(CLI::App& program) {
@@ -232,38 +267,7 @@ void add_recognise(CLI::App& program) {
   command->add_option("--format", options->format, "text or tsv")
       ->check(CLI::IsMember({"text", "tsv"}))
       ->capture_default_str();
-  command->add_option("--language-weight", options->weights.language_weight, "Factor of the grammar's log weights")
-      ->check(CLI::NonNegativeNumber)
-      ->capture_default_str();
-  command->add_option("--insertion-penalty", options->weights.insertion_penalty, "Added to the log score for each word")
-      ->capture_default_str();
-  command->add_option("--silence-penalty", options->weights.silence_penalty, "Added to the log score for each silence")
-      ->capture_default_str();
-  command->add_option("--noise-penalty", options->weights.noise_penalty, "Added to the log score for each noise")
-      ->capture_default_str();
-  command->add_option("--beam", options->beams.state, "Log score behind the best at which a path is given up")
-      ->check(CLI::PositiveNumber)
-      ->capture_default_str();
-  command->add_option("--word-beam", options->beams.word, "The same between the ends of words")
-      ->check(CLI::PositiveNumber)
-      ->capture_default_str();
-  const std::map<std::string, ScoreArithmetic> arithmetics{{"float", ScoreArithmetic::kSinglePrecision},
-                                                           {"double", ScoreArithmetic::kDoublePrecision},
-                                                           {"16s", ScoreArithmetic::kSixteenBits}};
-  command->add_option("--arithmetic", options->scoring.arithmetic, "Of the Gaussians: float, double or 16s (16 bits)")
-      ->transform(CLI::CheckedTransformer(arithmetics))
-      ->option_text("NAME [float]");
-  command
-      ->add_option("--shortlist", options->scoring.shortlist,
-                   "Gaussians of each codebook and stream that are scored for a frame, 0: all")
-      ->check(CLI::NonNegativeNumber)
-      ->capture_default_str();
-  command->add_option("--variance-floor", options->floors.variance, "Smallest variance of a Gaussian")
-      ->check(CLI::PositiveNumber)
-      ->capture_default_str();
-  command->add_option("--weight-floor", options->floors.mixture_weight, "Smallest mixture weight")
-      ->check(CLI::NonNegativeNumber)
-      ->capture_default_str();
+  add_search_options(*command, *options);
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }
