@@ -1,6 +1,9 @@
 // The command-line program: reads the command line, runs the subcommand, turns a fault into one line and exit status 2.
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
+#include <cstring>
+#include <exception>
 #include <new>
 #include <string>
 
@@ -12,18 +15,19 @@ namespace {
 
 constexpr int kExitFault = 2;
 
-int report(std::string message) {
-  for (char& character : message) {
-    if (character == '\n' || character == '\r') character = ' ';
+// One line, whatever the message holds.
+int report(const char* message) noexcept {
+  std::fputs("kivsr: ", stderr);
+  while (true) {
+    const std::size_t length = std::strcspn(message, "\r\n");
+    const bool last = message[length] == '\0';
+    std::fprintf(stderr, "%.*s%c", static_cast<int>(length), message, last ? '\n' : ' ');
+    if (last) return kExitFault;
+    message += length + 1;
   }
-  std::fprintf(stderr, "kivsr: %s\n", message.c_str());
-  return kExitFault;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a fault like any other, not the end
+int run(int argc, char** argv) {
   CLI::App program("Speech features and recognition on the kivsr library", "kivsr");
   program.require_subcommand(1);
   try {
@@ -37,17 +41,28 @@ int main(int argc, char** argv) {
     kivsr::program::add_vad(program);
     const auto is_first_word = [&](CLI::App* subcommand) { return subcommand->get_name() == argv[1]; };
     if (argc > 1 && argv[1][0] != '-' && program.get_subcommands(is_first_word).empty()) {
-      return report("no subcommand '" + std::string(argv[1]) + "' (see kivsr --help)");
+      return report(("no subcommand '" + std::string(argv[1]) + "' (see kivsr --help)").c_str());
     }
     program.parse(argc, argv);
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) return report("standard output cannot be written");
     return 0;
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return program.exit(error);
-    return report(std::string(error.what()) + " (see kivsr --help)");
+    return report((std::string(error.what()) + " (see kivsr --help)").c_str());
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a fault like any other, not the end
+  try {
+    return run(argc, argv);
   } catch (const std::bad_alloc&) {
     return report("out of memory");
   } catch (const std::exception& error) {
     return report(error.what());
+  } catch (...) {
+    return report("unknown fault");
   }
 }

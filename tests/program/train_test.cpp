@@ -100,7 +100,9 @@ TEST(Train, GoesOnAfterAnInterruptionBitForBit) {
   for (const char* seconds : {"0.03", "0.1", "0.2"}) {
     const auto model = folder / ("killed" + std::string(seconds));
     run_kivsr(train_digits(list, model) + options, "timeout -s KILL " + std::string(seconds) + " ");
-    if (std::filesystem::exists(model)) EXPECT_NO_THROW(read_word_model(model));
+    if (std::filesystem::exists(model)) {
+      EXPECT_NO_THROW(read_word_model(model));
+    }
     ASSERT_EQ(run_kivsr(train_digits(list, model) + options + " --resume").status, 0);
     EXPECT_EQ(read_file(model), read_file(folder / "whole"));
   }

@@ -191,8 +191,12 @@ TEST(BhattacharyyaDistance, ZerosAndNegativesAnywhereAreSpecial) {
     EXPECT_EQ(kivsBhatDist_32f64f(p[0], p[1], p[2], p[3], len, &d[0]), status);
     EXPECT_EQ(kivsBhatDistSLog_32f64f(p[0], p[1], p[2], p[3], len, &d[1], 1, 1), status);
     for (const double x : {static_cast<double>(f[0]), static_cast<double>(f[1]), d[0], d[1]}) {
-      if (status == kivStatusInfResult) EXPECT_EQ(x, std::numeric_limits<double>::infinity());
-      if (status != kivStatusInfResult) EXPECT_TRUE(std::isnan(x));
+      if (status == kivStatusInfResult) {
+        EXPECT_EQ(x, std::numeric_limits<double>::infinity());
+      }
+      if (status != kivStatusInfResult) {
+        EXPECT_TRUE(std::isnan(x));
+      }
     }
   };
   constexpr int kLen = 21;
@@ -244,7 +248,9 @@ TEST(BhattacharyyaDistance, FailuresLeaveTheResult) {
     expect_survives_failed_allocations([&] {
       result = 7;
       const KivStatus status = call();
-      if (status == kivStatusNoMemory) EXPECT_EQ(result, 7);
+      if (status == kivStatusNoMemory) {
+        EXPECT_EQ(result, 7);
+      }
       return status;
     });
   };

@@ -136,7 +136,9 @@ TYPED_TEST(GaussianSingle, PointersAreCheckedBeforeSizes) {
     R* const o = k == 3 ? nullptr : out;
     EXPECT_EQ(M::single(e(0), e(1), e(2), 0, o, R{2}), expected) << k;
     EXPECT_EQ(M::single_direct(e(0), e(1), e(2), 0, o, R{2}), expected) << k;
-    if (k != 2) EXPECT_EQ(M::single_identity(e(0), e(1), 0, o, R{2}), expected) << k;
+    if (k != 2) {
+      EXPECT_EQ(M::single_identity(e(0), e(1), 0, o, R{2}), expected) << k;
+    }
   }
   EXPECT_EQ(out[0], 5);
 }

@@ -209,7 +209,9 @@ TYPED_TEST(LogDomain, SumOfSpecialValues) {
   const double half_unit = 4500000 * static_cast<double>(std::numeric_limits<T>::epsilon()) / 2;
   for (const int n : test_lengths()) {
     const std::vector<T> x(static_cast<std::size_t>(n), T(kLogZero));
-    if (n > 8) EXPECT_NEAR(summed(x), kLogZero + std::log(n), half_unit * 8) << n;
+    if (n > 8) {
+      EXPECT_NEAR(summed(x), kLogZero + std::log(n), half_unit * 8) << n;
+    }
   }
 }
 

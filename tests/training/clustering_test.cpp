@@ -118,7 +118,9 @@ TYPED_TEST(Clustering, ChecksInOrder) {
     T* const d = k == 3 ? nullptr : square;
     EXPECT_EQ(Api<T>::accumulate(a, b, c, d, 0, 1), kivStatusNullPointer) << k;
     EXPECT_EQ(Api<T>::accumulate_direct(a, b, c, d, 0, 1), kivStatusNullPointer) << k;
-    if (k < 3) EXPECT_EQ(Api<T>::likelihood(a, b, 0, k == 2 ? nullptr : &result, -1), kivStatusNullPointer) << k;
+    if (k < 3) {
+      EXPECT_EQ(Api<T>::likelihood(a, b, 0, k == 2 ? nullptr : &result, -1), kivStatusNullPointer) << k;
+    }
   }
   EXPECT_EQ(Api<T>::accumulate(x, x, sum, square, 0, 1), kivStatusBadSize);
   EXPECT_EQ(Api<T>::accumulate_direct(x, x, sum, square, -1, 1), kivStatusBadSize);

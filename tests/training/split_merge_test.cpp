@@ -61,7 +61,9 @@ TYPED_TEST(SplitMerge, MovesTheMeansByStandardDeviations) {
     }
     ASSERT_EQ(Api<T>::split(again.data(), variance.data(), again2.data(), variance2.data(), len - (len > 1), 0),
               kivStatusOk);
-    if (len > 1) EXPECT_EQ(again[0], again2[0]) << "at no distance both are the old mean";
+    if (len > 1) {
+      EXPECT_EQ(again[0], again2[0]) << "at no distance both are the old mean";
+    }
   }
 }
 
@@ -122,7 +124,9 @@ TYPED_TEST(SplitMerge, SizesAreCheckedBeforePointers) {
     for (const int len : {0, -1, 2}) {
       const KivStatus expected = len < 1 ? kivStatusBadSize : kivStatusNullPointer;
       EXPECT_EQ(A::merge(p(0), p(1), p(2), p(3), p(4), p(5), len, p(6), 1, 1), expected) << k;
-      if (k < 4) EXPECT_EQ(A::split(p(0), p(1), p(2), p(3), len, 1), expected) << k;
+      if (k < 4) {
+        EXPECT_EQ(A::split(p(0), p(1), p(2), p(3), len, 1), expected) << k;
+      }
     }
   }
   EXPECT_EQ(x[0], 1);

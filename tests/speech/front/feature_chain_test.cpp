@@ -221,7 +221,9 @@ TEST(FeatureChain, UtteranceIsNormalisedWhateverItsLevel) {
         squares += std::pow(rows.row(t)[k], 2.0);
       }
       EXPECT_NEAR(sum / height, 0.0, 1e-5) << height << ' ' << k;
-      if (height > 1) EXPECT_NEAR(squares / (height - 1), 1.0, 1e-4) << height << ' ' << k;
+      if (height > 1) {
+        EXPECT_NEAR(squares / (height - 1), 1.0, 1e-4) << height << ' ' << k;
+      }
     }
     for (int t = 0; t < height; ++t) EXPECT_EQ(rows.row(t)[2], 0.0F) << "a constant";
   }
@@ -247,7 +249,9 @@ TEST(FeatureChain, RunningNormalisationIsThatOfTheFramesSoFar) {
       const double mean = sum / (t + 1);
       const double variance = squares / (t + 1) - mean * mean;
       ASSERT_NEAR(centred.row(t)[k], value - mean, 1e-3) << t << ' ' << k;
-      if (t > 1) ASSERT_NEAR(scaled.row(t)[k], (value - mean) / std::sqrt(variance), 2e-3) << t << ' ' << k;
+      if (t > 1) {
+        ASSERT_NEAR(scaled.row(t)[k], (value - mean) / std::sqrt(variance), 2e-3) << t << ' ' << k;
+      }
     }
   }
 }
