@@ -5,9 +5,9 @@
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
-#include <regex>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kivsr/speech/io/fault.h"
@@ -26,11 +26,32 @@ std::uint64_t bits_of(std::span<const std::uint8_t> bytes, bool big_endian) {
   return bits;
 }
 
-int number_in(const BinaryFile& file, const std::string& digits) {
-  const long long number = digits.size() > 10 ? LLONG_MAX : std::stoll(digits);
-  if (number > INT_MAX) file.fail("too many values");
-  return static_cast<int>(number);
-}
+// Text taken from the front, piece by piece, past the spaces before each.
+class TextPieces {
+ public:
+  explicit TextPieces(std::string_view text) : rest_(text) {}
+  bool skip(std::string_view piece) {
+    skip_spaces();
+    if (!rest_.starts_with(piece)) return false;
+    rest_.remove_prefix(piece.size());
+    return true;
+  }
+  // What stands before the character `end`, which is not taken.
+  std::string until(char end) const { return std::string(rest_.substr(0, rest_.find(end))); }
+  // -1 without a digit, more than INT_MAX for whatever an int does not hold.
+  std::int64_t number() {
+    skip_spaces();
+    std::int64_t value = -1;
+    for (; !rest_.empty() && rest_[0] >= '0' && rest_[0] <= '9'; rest_.remove_prefix(1)) {
+      value = std::min<std::int64_t>(10 * std::max<std::int64_t>(value, 0) + (rest_[0] - '0'), INT_MAX + 1LL);
+    }
+    return value;
+  }
+
+ private:
+  void skip_spaces() { rest_.remove_prefix(std::min(rest_.find_first_not_of(' '), rest_.size())); }
+  std::string_view rest_;
+};
 
 std::vector<std::string> fields_of(const std::string& line) {
   std::vector<std::string> fields(1);
@@ -77,24 +98,30 @@ void FeatureReader::open_npy() {
   const auto text = file_.read_bytes(static_cast<std::int64_t>(length), "the header");
   const std::string header(text.begin(), text.end());
 
-  std::smatch found;
-  const auto entry = [&](const char* pattern, const char* what) {
-    if (!std::regex_search(header, found, std::regex(pattern))) file_.fail(std::string("the header has no ") + what);
-    return found[1].str();
+  const auto behind = [&](const std::string& key) {  // a key of the dictionary
+    const std::size_t place = header.find(key);
+    return TextPieces(std::string_view(header).substr(place == std::string::npos ? header.size() : place + key.size()));
   };
-  const std::string type = entry("'descr': *'([^']*)'", "type");
+  TextPieces descr = behind("'descr':");
+  if (!descr.skip("'")) file_.fail("the header has no type");
+  const std::string type = descr.until('\'');
   if (type != "<f4" && type != "<f8") file_.fail("holds values of type " + type + ", only <f4 and <f8 are read");
-  if (entry("'fortran_order': *(True|False)", "order") == "True") {
-    file_.fail("is in Fortran order, only C order is read");
+  TextPieces order = behind("'fortran_order':");
+  if (order.skip("True")) file_.fail("is in Fortran order, only C order is read");
+  if (!order.skip("False")) file_.fail("the header has no order");
+  TextPieces shape = behind("'shape':");
+  if (!shape.skip("(")) file_.fail("the header has no shape");
+  const std::string sizes = shape.until(')');
+  const std::int64_t height = shape.number();
+  const bool separated = shape.skip(",");
+  const std::int64_t width = shape.number();
+  shape.skip(",");
+  if (height < 0 || !separated || width < 0 || !shape.skip(")")) {
+    file_.fail("has the shape (" + sizes + "), only two dimensions are read");
   }
-  const std::string shape = entry("'shape': *\\(([^)]*)\\)", "shape");
-  if (!std::regex_match(shape, found, std::regex(" *([0-9]+) *, *([0-9]+) *,? *"))) {
-    file_.fail("has the shape (" + shape + "), only two dimensions are read");
-  }
-  const int height = number_in(file_, found[1].str());
-  const int width = number_in(file_, found[2].str());
+  if (height > INT_MAX || width > INT_MAX) file_.fail("too many values");
   if (width < 1) file_.fail("has rows without values");
-  expect_rows(height, width, type == "<f4" ? 4 : 8);
+  expect_rows(height, static_cast<int>(width), type == "<f4" ? 4 : 8);
 }
 
 // Nothing in these two formats says which byte order they are in, but the number in front must fit the file's size.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #include "kivsr.h"
@@ -108,16 +109,45 @@ struct Shared {
   }
 };
 
+// What `compute` returns on every thread is what it returns alone.
+template <class Compute>
+void expect_same_on_threads(const Compute& compute) {
+  const auto alone = compute();
+  std::vector<std::decay_t<decltype(alone)>> together(kThreads);
+  std::vector<std::thread> threads;
+  for (auto& result : together) threads.emplace_back([&] { result = compute(); });
+  for (std::thread& thread : threads) thread.join();
+  for (const auto& result : together) EXPECT_EQ(result, alone);
+}
+
 TEST(SharedObjects, ServeFourThreads) {
   const Shared shared;
   ASSERT_FALSE(HasFailure());
   const std::vector<Kiv32f> alone = shared.results();
   EXPECT_TRUE(std::none_of(alone.begin(), alone.end(), [](Kiv32f x) { return std::isnan(x); }));
-  std::vector<std::vector<Kiv32f>> together(kThreads);
-  std::vector<std::thread> threads;
-  for (auto& result : together) threads.emplace_back([&] { result = shared.results(); });
-  for (std::thread& thread : threads) thread.join();
-  for (const auto& result : together) EXPECT_EQ(result, alone);
+  expect_same_on_threads([&] { return shared.results(); });
+}
+
+TEST(SharedObjects, ABookOfEachKindIsSearchedAndSortedByFourThreads) {
+  constexpr int kHeight = 500, kWidth = 13, kNearest = 50;
+  const auto vectors = Random(6).values<Kiv32f>(kHeight * kWidth, -1.0, 1.0);
+  for (const KivCdbkHint hint : {kivCdbkFullSearch, kivCdbkSplitLargest}) {
+    KivsCdbkState_32f* book = nullptr;
+    ASSERT_EQ(kivsCdbkInitAlloc_L2_32f(&book, vectors.data(), kWidth, kWidth, kHeight,
+                                       hint == kivCdbkFullSearch ? kHeight : 200, hint),
+              kivStatusOk);
+    expect_same_on_threads([&] {
+      std::vector<Kiv32s> result(kHeight * (1 + kNearest));
+      EXPECT_EQ(kivsVQ_32f(vectors.data(), kWidth, result.data(), kHeight, book), kivStatusOk);
+      for (int r = 0; r < kHeight; ++r) {
+        EXPECT_EQ(
+            kivsVQSingle_Sort_32f(vectors.data() + kWidth * r, result.data() + kHeight + kNearest * r, book, kNearest),
+            kivStatusOk);
+      }
+      return result;
+    });
+    kivsCdbkFree_32f(book);
+  }
 }
 
 }  // namespace

@@ -2,7 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <regex>
+#include <filesystem>
+#include <iterator>
+#include <set>
+#include <sstream>
+#include <string>
 
 #include <nlohmann/json.hpp>
 
@@ -233,20 +237,24 @@ TEST(InfoCommand, NamesTheLibraryAndItsFile) {
   const CommandResult result = run_kivsr("info");
   EXPECT_EQ(result.status, 0) << result.errors;
   EXPECT_NE(result.output.find("libkivsrw7.so.5.2 5.2"), std::string::npos) << result.output;
-  std::smatch match;
-  ASSERT_TRUE(std::regex_search(result.output, match, std::regex("\nfile +(.*)\n"))) << result.output;
-  EXPECT_EQ(std::filesystem::path(match[1].str()).filename(), "libkivsrw7.so.5.2");
-  EXPECT_TRUE(std::filesystem::is_regular_file(match[1].str())) << result.output;
+  const std::size_t line = result.output.find("\nfile ");
+  ASSERT_NE(line, std::string::npos) << result.output;
+  std::string file;
+  std::istringstream(result.output.substr(line + 5)) >> file;
+  EXPECT_EQ(std::filesystem::path(file).filename(), "libkivsrw7.so.5.2");
+  EXPECT_TRUE(std::filesystem::is_regular_file(file)) << result.output;
 }
 
 TEST(InfoCommand, NamesFeaturesThatTheSystemReportsToo) {
-  const std::string system = read_file("/proc/cpuinfo");
+  const auto words = [](const std::string& text) {
+    std::istringstream stream(text);
+    return std::set<std::string>(std::istream_iterator<std::string>(stream), {});
+  };
+  const auto system = words(read_file("/proc/cpuinfo"));
   const std::string output = run_kivsr("info").output;
-  const std::string features = " " + output.substr(output.find("\nfeatures") + 9) + " ";
+  const auto features = words(output.substr(output.find("\nfeatures") + 9));
   for (const char* name : {"sse2", "ssse3", "avx", "avx2", "fma", "bmi2"}) {
-    EXPECT_EQ(std::regex_search(features, std::regex(std::string("\\s") + name + "\\s")),
-              std::regex_search(system, std::regex(std::string("\\b") + name + "\\b")))
-        << name;
+    EXPECT_EQ(features.count(name), system.count(name)) << name;
   }
 }
 

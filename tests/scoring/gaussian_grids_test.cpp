@@ -269,67 +269,6 @@ void all_gaussians(Model& p) {
 #undef IDENTITY_MIXTURE
 }
 
-void all_selections(Model& p) {
-  const int n = p.height, step = p.step, len = p.len, scale = p.scale_factor;
-  const std::size_t bytes = static_cast<std::size_t>(n) * static_cast<std::size_t>((n + 7) / 8);
-  const auto sign = Random(9).values<Kiv8u>(bytes, 0, 255);
-  const float* const v = p.valsf.data();
-  const float* const i = p.identity_vals.data();
-  const auto score = [](int) { return 0; };
-  const auto largest = [&](bool weighted) {
-    return [&p, weighted](int f) {
-      const std::vector<float>& constants = weighted ? p.valsf : p.identity_vals;
-      double result = 0;
-      for (int j = 0; j < p.height; ++j)
-        result = std::max(result, p.magnitude(f, j, weighted, constants[static_cast<std::size_t>(j)]));
-      return result;
-    };
-  };
-  compare_calls<float>(
-      p, "kivsLogGaussMixture_SelectScaled_16s32f_D2",
-      [&](float* o) {
-        return kivsLogGaussMixture_SelectScaled_16s32f_D2(p.x.data(), p.m.data(), p.w.data(), step, len, v, sign.data(),
-                                                          n, o, n, -9, scale);
-      },
-      [&](float* o) {
-        return kivsLogGaussMixture_Select_32f_D2(p.xf.data(), p.mf.data(), p.wf.data(), step, len, v, sign.data(), n, o,
-                                                 n, -9);
-      },
-      score, largest(true));
-  compare_calls<float>(
-      p, "kivsLogGaussMixture_SelectScaled_16s32f_D2L",
-      [&](float* o) {
-        return kivsLogGaussMixture_SelectScaled_16s32f_D2L(p.x.const_rows(), p.m.const_rows(), p.w.const_rows(), len, v,
-                                                           sign.data(), n, o, n, -9, scale);
-      },
-      [&](float* o) {
-        return kivsLogGaussMixture_Select_32f_D2L(p.xf.const_rows(), p.mf.const_rows(), p.wf.const_rows(), len, v,
-                                                  sign.data(), n, o, n, -9);
-      },
-      score, largest(true));
-  compare_calls<float>(
-      p, "kivsLogGaussMixture_SelectIdVarScaled_16s32f_D2",
-      [&](float* o) {
-        return kivsLogGaussMixture_SelectIdVarScaled_16s32f_D2(p.x.data(), p.m.data(), step, len, i, sign.data(), n, o,
-                                                               n, -9, scale);
-      },
-      [&](float* o) {
-        return kivsLogGaussMixture_SelectIdVar_32f_D2(p.xf.data(), p.mf.data(), step, len, i, sign.data(), n, o, n, -9);
-      },
-      score, largest(false));
-  compare_calls<float>(
-      p, "kivsLogGaussMixture_SelectIdVarScaled_16s32f_D2L",
-      [&](float* o) {
-        return kivsLogGaussMixture_SelectIdVarScaled_16s32f_D2L(p.x.const_rows(), p.m.const_rows(), len, i, sign.data(),
-                                                                n, o, n, -9, scale);
-      },
-      [&](float* o) {
-        return kivsLogGaussMixture_SelectIdVar_32f_D2L(p.xf.const_rows(), p.mf.const_rows(), len, i, sign.data(), n, o,
-                                                       n, -9);
-      },
-      score, largest(false));
-}
-
 void all_singles(Model& p) {
   const Kiv16s *const x = p.x.data(), *const m = p.m.data(), *const w = p.w.data();
   const float *const xf = p.xf.data(), *const mf = p.mf.data(), *const wf = p.wf.data();
@@ -423,7 +362,6 @@ TEST(GaussianGrids, ShortAndFloatAgree) {
         Model model(height, len, scale_factor, scale_factor < 10, seed++);
         all_frames(model);
         all_gaussians(model);
-        if (height < 100) all_selections(model);
         all_singles(model);
         all_blocks(model);
         if (HasFailure()) return;

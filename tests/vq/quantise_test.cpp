@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <limits>
 #include <numeric>
-#include <thread>
 
 #include "books.h"
 #include "support/guarded.h"
@@ -250,30 +249,6 @@ TYPED_TEST(SearchTest, TreeSearchFindsCodewordsThemselves) {
         ASSERT_TRUE(std::equal(x, x + kWidth, codeword));
       }
     }
-  }
-}
-
-TEST(Search, OneBookServesManyThreads) {
-  Random random(6);
-  const auto vectors = random.values<float>(500 * 13, -1.0, 1.0);
-  for (const KivCdbkHint hint : {kivCdbkFullSearch, kivCdbkSplitLargest}) {
-    const Book<float> book(vectors, 13, hint == kivCdbkFullSearch ? 500 : 200, hint);
-    const auto search = [&] {
-      std::vector<Kiv32s> result(500);
-      kivsVQ_32f(vectors.data(), 13, result.data(), 500, book);
-      for (std::size_t r = 0; r < 500; ++r) {
-        Kiv32s few[50];
-        kivsVQSingle_Sort_32f(vectors.data() + 13 * r, few, book, 50);
-        result.insert(result.end(), few, few + 50);
-      }
-      return result;
-    };
-    const auto alone = search();
-    std::vector<std::vector<Kiv32s>> results(4);
-    std::vector<std::thread> threads;
-    for (auto& result : results) threads.emplace_back([&] { result = search(); });
-    for (auto& thread : threads) thread.join();
-    for (const auto& result : results) EXPECT_EQ(result, alone);
   }
 }
 

@@ -119,6 +119,8 @@ TEST_F(FeatureReaderTest, NamesTheFileAndWhatIsWrong) {
       {"a.npy", npy(dictionary("<f4", "1, 99999999999999999999"), ""), "too many values"},
       {"a.npy", npy("{'descr': '<f4', 'fortran_order': True, 'shape': (12, 2), }", pairs(false)), "Fortran order"},
       {"a.npy", npy("{'descr': '<f4', 'shape': (12, 2), }", pairs(false)), "no order"},
+      {"a.npy", npy("{'fortran_order': False, 'shape': (12, 2), }", pairs(false)), "no type"},
+      {"a.npy", npy("{'descr': '<f4', 'fortran_order': False}", pairs(false)), "no shape"},
       {"a.npy", npy(std::string(30000, '\''), pairs(false)), "header of 30001 bytes"},
       {"a.htk", "short", "truncated"},
       {"a.htk", header + big_endian(36, 2) + big_endian(6, 2) + pairs(true), "not an HTK file, or truncated"},
