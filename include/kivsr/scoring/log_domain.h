@@ -53,11 +53,11 @@ KIVSR_BEGIN_DECLS
 /** pSrcDst[i] = ln(e^pSrc[i] + e^pSrcDst[i]).
  *
  * The hint selects the evaluation of the 32-bit and the integer forms: kivLogAddHintAc as if in double precision (error
- * half a unit in the last place and 5e-9), kivLogAddHintSp in single precision (two units in the last place of the larger
- * term, or of 1 if that is larger; one and a half times as fast), kivLogAddHintFpu in extended precision, last element
- * first. The 64-bit form evaluates in double precision for all three. With any other hint nothing is computed and the
- * status is kivStatusOk: the floating-point forms leave pSrcDst as it is, the integer forms write back what became of
- * it on the way to single precision and back.
+ * half a unit in the last place and 5e-9), kivLogAddHintSp in single precision (two units in the last place of the
+ * larger term, or of 1 if that is larger; one and a half times as fast), kivLogAddHintFpu in extended precision, last
+ * element first. The 64-bit form evaluates in double precision for all three. With any other hint nothing is computed
+ * and the status is kivStatusOk: the floating-point forms leave pSrcDst as it is, the integer forms write back what
+ * became of it on the way to single precision and back.
  *
  * Integer forms: both elements are converted to single precision and multiplied by 2^-scaleFactor; the result times
  * 2^scaleFactor is rounded to nearest, ties to even, and saturated; a NaN gives the smallest integer.

@@ -144,7 +144,9 @@ TEST(ColumnReduction, HalvesTheColumnsWhenTheyAreTooMany) {
     const int wide = reduction.rows_a_column();
     EXPECT_LE(columns.height(), 8);
     ASSERT_EQ(columns.height(), (height + wide - 1) / wide) << height;
-    if (height > 8) EXPECT_GT(columns.height(), 4) << height;
+    if (height > 8) {
+      EXPECT_GT(columns.height(), 4) << height;
+    }
     for (int column = 0; column < columns.height(); ++column) {
       const int last = std::min((column + 1) * wide, height) - 1;
       const auto middle = static_cast<float>(0.5 * (column * wide + last));

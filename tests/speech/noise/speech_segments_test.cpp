@@ -137,7 +137,9 @@ TEST(SpeechSegmenter, GivesSegmentsWhileTheSignalGoesOn) {
     std::vector<SpeechSegment> found;
     for (std::size_t n = 0; n < samples.size(); n += 400) {
       segmenter.push(std::span(samples).subspan(n, 400), found);
-      if (n == 48000) EXPECT_EQ(found.size(), 1U) << "three seconds after the first";
+      if (n == 48000) {
+        EXPECT_EQ(found.size(), 1U) << "three seconds after the first";
+      }
     }
     segmenter.finish(found);
     ASSERT_EQ(found.size(), 2U);
