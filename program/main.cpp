@@ -34,6 +34,7 @@ int run(int argc, char** argv) {
     kivsr::program::add_enhance(program);
     kivsr::program::add_features(program);
     kivsr::program::add_info(program);
+    kivsr::program::add_pitch(program);
     kivsr::program::add_quantise(program);
     kivsr::program::add_mix(program);
     kivsr::program::add_recognise(program);

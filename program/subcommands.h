@@ -13,6 +13,7 @@ namespace kivsr::program {
 void add_enhance(CLI::App& program);
 void add_features(CLI::App& program);
 void add_info(CLI::App& program);
+void add_pitch(CLI::App& program);
 void add_quantise(CLI::App& program);
 void add_mix(CLI::App& program);
 void add_recognise(CLI::App& program);

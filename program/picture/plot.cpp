@@ -26,6 +26,8 @@ constexpr double kTitleSize = 15.0;
 constexpr Colour kInk = {0.15, 0.15, 0.18};
 constexpr Colour kGrid = {0.88, 0.88, 0.90};
 constexpr Colour kCurve = {0.12, 0.34, 0.60};
+constexpr Colour kLight = {0.45, 0.95, 1.0};  // over an image
+constexpr Colour kDarkEdge = {0.0, 0.05, 0.15};
 
 std::string number(double value) {
   char text[32];
@@ -199,16 +201,27 @@ void Page::image(const Panel& panel, const FeatureMatrix& rows, Range x, Range y
   cairo_restore(cairo);
 }
 
-void Page::curve(const Panel& panel, const std::vector<std::pair<double, double>>& points) {
+void Page::stroke(const Panel& panel, const std::vector<std::pair<double, double>>& points, Colour colour,
+                  double width) {
   cairo_t* const cairo = cairo_.get();
   cairo_save(cairo);
   clip(panel);
-  set_colour(cairo, kCurve);
-  cairo_set_line_width(cairo, 1.4);
+  set_colour(cairo, colour);
+  cairo_set_line_width(cairo, width);
   cairo_set_line_join(cairo, CAIRO_LINE_JOIN_ROUND);
+  cairo_set_line_cap(cairo, CAIRO_LINE_CAP_ROUND);
   for (const auto& [x, y] : points) cairo_line_to(cairo, x_of(panel, x), y_of(panel, y));
   cairo_stroke(cairo);
   cairo_restore(cairo);
+}
+
+void Page::curve(const Panel& panel, const std::vector<std::pair<double, double>>& points) {
+  stroke(panel, points, kCurve, 1.4);
+}
+
+void Page::light_curve(const Panel& panel, const std::vector<std::pair<double, double>>& points) {
+  stroke(panel, points, kDarkEdge, 4.0);
+  stroke(panel, points, kLight, 2.0);
 }
 
 void Page::envelope(const Panel& panel, const std::function<Range(Range x)>& extent) {

@@ -54,6 +54,8 @@ class Page {
   // interval given.
   void image(const Panel& panel, const FeatureMatrix& rows, Range x, Range y, ColourMap map, Range values);
   void curve(const Panel& panel, const std::vector<std::pair<double, double>>& points);
+  // The same over an image: light, with a dark edge.
+  void light_curve(const Panel& panel, const std::vector<std::pair<double, double>>& points);
   // Vertical strokes from low to high, one a pixel column.
   void envelope(const Panel& panel, const std::function<Range(Range x)>& extent);
 
@@ -64,6 +66,7 @@ class Page {
   double x_of(const Panel& panel, double x) const;
   double y_of(const Panel& panel, double y) const;
   void clip(const Panel& panel);
+  void stroke(const Panel& panel, const std::vector<std::pair<double, double>>& points, Colour colour, double width);
   void text(double x, double y, const std::string& text, double align, double size, bool vertical = false);
 
   int width_;

@@ -49,6 +49,38 @@ Peak top_of(const float* r) {
   return {std::min(r[0] - 0.25F * slope * shift, 1.0F), shift};
 }
 
+// The band-limited function through the values r[1 - kReach] .. r[kReach] at a place between r[0] and r[1].
+constexpr int kReach = 8;
+double interpolated(const float* r, double place) {
+  if (place <= 0.0 || place >= 1.0) return static_cast<double>(place <= 0.0 ? r[0] : r[1]);
+  constexpr double kPi = 3.14159265358979323846;
+  const double sine = std::sin(kPi * place) / kPi;
+  double sum = 0.0;
+  for (int k = 1 - kReach; k <= kReach; ++k) {
+    const double distance = place - k;
+    const double window = 0.5 + 0.5 * std::cos(kPi * distance / kReach);
+    sum += (k % 2 == 0 ? sine : -sine) / distance * window * static_cast<double>(r[k]);
+  }
+  return sum;
+}
+
+// Place of the top of a peak at r[0]: that of the parabola, then that of a parabola through band-limited values close
+// to it, where the parabola of a short lag's narrow peak would be off.
+float exact_shift(const float* r) {
+  constexpr double kStep = 0.125;
+  double shift = static_cast<double>(top_of(r).shift);
+  const auto at = [&](double place) { return place < 0.0 ? interpolated(r - 1, place + 1.0) : interpolated(r, place); };
+  for (int turn = 0; turn < 2; ++turn) {
+    const double left = at(shift - kStep);
+    const double middle = at(shift);
+    const double right = at(shift + kStep);
+    const double bend = left - 2.0 * middle + right;
+    if (!(bend < 0.0)) break;
+    shift = std::clamp(shift + std::clamp(0.5 * kStep * (left - right) / bend, -kStep, kStep), -0.75, 0.75);
+  }
+  return static_cast<float>(shift);
+}
+
 }  // namespace
 
 void PitchParameters::validate() const {
@@ -297,17 +329,23 @@ PitchFrame PitchTracker::result_of(std::int64_t frame, const Candidate& candidat
 
 // The highest peak close to the lag in the samples as they came; the lag itself if there is none.
 float PitchTracker::refined_lag(std::int64_t centre, float lag) {
-  const int low = std::max(1, static_cast<int>(lag * (1.0F - kFineRange)) - 1);
+  const int low = static_cast<int>(lag * (1.0F - kFineRange)) - 1;
   const int high = static_cast<int>(lag * (1.0F + kFineRange)) + 2;
-  correlate(samples_, centre, fine_window_, low, high);
+  const int first = std::max(0, low - kReach);
+  correlate(samples_, centre, fine_window_, first, high + kReach);
   float highest = 0.0F;
-  for (std::size_t k = 1; k + 1 < forward_.size(); ++k) {
-    const float* const r = forward_.data() + k;
-    if (!(*r > highest) || !is_peak(r)) continue;
-    highest = *r;
-    lag = static_cast<float>(low) + static_cast<float>(k) + top_of(r).shift;
+  const float* best = nullptr;
+  for (int k = std::max(low, first + 1) + 1; k < high; ++k) {
+    const float* const r = forward_.data() + (k - first);
+    if (*r > highest && is_peak(r)) {
+      highest = *r;
+      best = r;
+    }
   }
-  return lag;
+  if (best == nullptr) return lag;
+  const auto place = best - forward_.data();
+  const float shift = place > kReach ? exact_shift(best) : top_of(best).shift;
+  return static_cast<float>(first + place) + shift;
 }
 
 }  // namespace kivsr::speech

@@ -26,9 +26,9 @@ struct PitchParameters {
 
   // Costs in units of correlation.
   float voicing_threshold = 0.45F;  // correlation of a frame that is as likely voiced as not
-  float silence_threshold = 0.08F;  // frames below so much of the maximum around them tend to be unvoiced
-  float octave_cost = 0.03F;        // against lower candidates, an octave
-  float jump_cost = 0.35F;          // of a change by an octave from frame to frame (10 ms)
+  float silence_threshold = 0.09F;  // frames below so much of the maximum around them tend to be unvoiced
+  float octave_cost = 0.08F;        // against lower candidates, an octave
+  float jump_cost = 0.5F;           // of a change by an octave from frame to frame (10 ms)
   float transition_cost = 0.14F;    // from voiced to unvoiced or back
 
   // Throws Fault for values that contradict each other.

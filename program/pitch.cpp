@@ -1,0 +1,184 @@
+// kivsr pitch: fundamental frequency and voicing of audio files.
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "kivsr/speech/front/pitch_tracker.h"
+#include "kivsr/speech/io/audio_reader.h"
+#include "kivsr/speech/io/extension.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/output_file.h"
+#include "program/picture/feature_picture.h"
+#include "program/picture/pitch_picture.h"
+#include "program/pitch_report.h"
+#include "program/progress.h"
+#include "program/raw_options.h"
+#include "program/subcommands.h"
+
+namespace kivsr::program {
+
+namespace {
+
+const std::map<std::string, PitchFormat> kFormats = {{"text", PitchFormat::kText}, {"csv", PitchFormat::kCsv}};
+
+struct PitchCommand {
+  void run() const;
+  template <class Take>
+  void track(const std::string& file, PitchPicture* picture, double& seconds, Take take) const;
+  PitchParameters parameters_for(const std::string& file) const;
+  void check() const;
+  bool of_rows() const { return lower_extension(output_file) == ".npy"; }
+  bool of_tier() const { return lower_extension(output_file) == ".pitchtier"; }
+
+  std::vector<std::string> audio_files;
+  std::string output_file;
+  std::string picture_file;
+  std::string format;
+  double shift = 0.01;
+  PitchParameters parameters;
+  RawFormat raw;
+};
+
+void PitchCommand::check() const {
+  const std::string extension = lower_extension(output_file);
+  if (!output_file.empty() && !of_rows() && !of_tier() && extension != ".csv" && extension != ".txt") {
+    throw Fault(output_file + ": the name ends in .npy, .csv, .txt or .PitchTier");
+  }
+  if (audio_files.size() > 1 && (of_rows() || of_tier())) throw Fault(output_file + ": holds the pitch of one file");
+  if (!picture_file.empty()) {
+    if (audio_files.size() > 1) throw Fault(picture_file + ": shows one audio file");
+    check_picture_name(picture_file);
+  }
+}
+
+// At the rate of the file; below 8 kHz resampled.
+PitchParameters PitchCommand::parameters_for(const std::string& file) const {
+  PitchParameters chosen = parameters;
+  chosen.sample_rate = std::max(AudioReader(file, raw).sample_rate(), 8000);
+  chosen.shift = static_cast<int>(std::lround(shift * chosen.sample_rate));
+  return chosen;
+}
+
+// take gets the frames as they come.
+template <class Take>
+void PitchCommand::track(const std::string& file, PitchPicture* picture, double& seconds, Take take) const {
+  const PitchParameters chosen = parameters_for(file);
+  MonoReader reader(file, chosen.sample_rate, raw);
+  PitchTracker tracker(chosen);
+  std::vector<float> samples;
+  std::vector<PitchFrame> frames;
+  const auto pass = [&] {
+    if (picture != nullptr) picture->push_frames(frames);
+    take(frames);
+    frames.clear();
+  };
+  for (; reader.read(samples); samples.clear()) {
+    if (picture != nullptr) picture->push_samples(samples);
+    tracker.push(samples, frames);
+    pass();
+  }
+  tracker.finish(frames);
+  pass();
+  seconds = static_cast<double>(reader.samples()) / chosen.sample_rate;
+}
+
+void PitchCommand::run() const {
+  check();
+  std::optional<OutputFile> output;
+  if (!output_file.empty()) output.emplace(output_file);
+  std::optional<PitchPicture> picture;
+  if (!picture_file.empty()) picture.emplace(parameters_for(audio_files.front()));
+  std::optional<FeatureWriter> rows;
+  std::optional<PitchReport> report;
+  if (of_rows()) {
+    rows.emplace(*output, FeatureFormat::kNpy, Recipe::of_features(3));
+  } else {
+    const bool csv = format.empty() ? lower_extension(output_file) == ".csv" : kFormats.at(format) == PitchFormat::kCsv;
+    const PitchFormat chosen = of_tier() ? PitchFormat::kPitchTier : csv ? PitchFormat::kCsv : PitchFormat::kText;
+    report.emplace(
+        chosen, shift,
+        [&](std::string_view text) {
+          if (output) {
+            output->write(text);
+          } else {
+            std::fwrite(text.data(), 1, text.size(), stdout);
+          }
+        },
+        [&](std::int64_t position, std::string_view text) { output->overwrite(position, text); });
+  }
+  Progress progress("pitch", static_cast<int>(audio_files.size()));
+  for (const std::string& file : audio_files) {
+    progress.step(file);
+    if (!output) progress.clear();
+    double seconds = 0.0;
+    if (report) report->begin(file);
+    track(file, picture ? &*picture : nullptr, seconds, [&](const std::vector<PitchFrame>& frames) {
+      if (report) report->append(frames);
+      if (rows) rows->append(pitch_rows(frames));
+    });
+    if (report) report->end(seconds);
+  }
+  progress.clear();
+  if (rows) rows->finish();
+  std::optional<OutputFile> drawing;
+  if (picture) {
+    picture->finish();
+    picture->draw(drawing.emplace(picture_file), std::filesystem::path(audio_files.front()).filename());
+  }
+  if (output) output->commit();
+  if (drawing) drawing->commit();
+}
+
+}  // namespace
+
+void add_pitch(CLI::App& program) {
+  CLI::App* const command = program.add_subcommand("pitch", "Fundamental frequency and voicing of audio files");
+  const auto options = std::make_shared<PitchCommand>();
+  PitchParameters& parameters = options->parameters;
+  command->add_option("audio", options->audio_files, "WAV, FLAC, ... or .raw (16-bit, one channel)")->required();
+  command->add_option("-o,--output", options->output_file,
+                      "File to write: .npy (rows of f0, correlation, probability), .csv, .txt or .PitchTier (default: "
+                      "text on standard output)");
+  command->add_option("--format", options->format, "text or csv, on standard output")
+      ->check(CLI::IsMember({"text", "csv"}));
+  command->add_option("--picture", options->picture_file, "PNG with waveform, spectrogram and pitch");
+  command->add_option("--low", parameters.low_frequency, "Lowest frequency, Hz")
+      ->check(CLI::Range(20.0, 1000.0))
+      ->capture_default_str();
+  command->add_option("--high", parameters.high_frequency, "Highest frequency, Hz")
+      ->check(CLI::Range(24.0, 4000.0))
+      ->capture_default_str();
+  command->add_option("--shift", options->shift, "From frame to frame, s")
+      ->check(CLI::Range(0.001, 0.1))
+      ->capture_default_str();
+  command
+      ->add_option("--voicing-threshold", parameters.voicing_threshold,
+                   "Correlation of a frame that is as likely voiced as not")
+      ->check(CLI::Range(0.0, 1.0))
+      ->capture_default_str();
+  command
+      ->add_option("--silence-threshold", parameters.silence_threshold,
+                   "Frames below so much of the maximum around them tend to be unvoiced")
+      ->check(CLI::Range(0.0, 1.0))
+      ->capture_default_str();
+  command->add_option("--octave-cost", parameters.octave_cost, "Against lower candidates, an octave")
+      ->check(CLI::Range(0.0, 1.0))
+      ->capture_default_str();
+  command->add_option("--jump-cost", parameters.jump_cost, "Of a change by an octave in 10 ms")
+      ->check(CLI::Range(0.0, 10.0))
+      ->capture_default_str();
+  command->add_option("--transition-cost", parameters.transition_cost, "From voiced to unvoiced or back")
+      ->check(CLI::Range(0.0, 10.0))
+      ->capture_default_str();
+  add_raw_options(*command, options->raw);
+  command->callback([options] { options->run(); });
+}
+
+}  // namespace kivsr::program
