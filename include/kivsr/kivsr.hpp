@@ -186,6 +186,7 @@ class Owner {
   std::unique_ptr<S, Release> state_;
 };
 
+using Dft32f = Owner<KivsDFTSpec_R_32f, kivsDFTFree_R_32f>;
 using Fft32f = Owner<KivsFFTSpec_R_32f, kivsFFTFree_R_32f>;
 using Fft16s32s = Owner<KivsFFTSpec_R_16s32s, kivsFFTFree_R_16s32s>;
 using FilterBank32f = Owner<KivsFBankState_32f, kivsFBankFree_32f>;

@@ -105,6 +105,7 @@ enum {
 /** @name State objects
  * @{ */
 /** The record of a state object; its size is a number of bytes that a function of its family reports. */
+typedef struct KivsDFTSpec_R_32f KivsDFTSpec_R_32f;
 typedef struct KivsFFTSpec_R_32f KivsFFTSpec_R_32f;
 typedef struct KivsFFTSpec_R_16s32s KivsFFTSpec_R_16s32s;
 typedef struct KivsFBankState_32f KivsFBankState_32f;

@@ -6,6 +6,7 @@
 #include "vector/conversion.h"
 #include "vector/copy.h"
 #include "vector/covariance.h"
+#include "vector/dft.h"
 #include "vector/division.h"
 #include "vector/dot_product.h"
 #include "vector/entropy.h"

@@ -6,6 +6,8 @@
 //   interleave(re, im)     and back
 //   kLaneElement<V>[l]     which of the W complex numbers stands in lane l between the two: the order that costs no
 //                          instruction, not the natural one
+//   pair_order(v)          from the natural order of elements to that one
+//   pair_order_reversed(v) from the opposite of the natural order to that one
 //   mirrored(v)            lane of element e receives element (W - e) mod W
 //   with_first(v, f)       v with element 0 of f, a vector or a pointer to one number
 //   reversed_pairs(v)      pairs in the opposite order
@@ -69,6 +71,14 @@ inline void deinterleave(Single<T>&, Single<T>&) {}
 template <class T>
 inline void interleave(Single<T>&, Single<T>&) {}
 template <class T>
+inline Single<T> pair_order(Single<T> v) {
+  return v;
+}
+template <class T>
+inline Single<T> pair_order_reversed(Single<T> v) {
+  return v;
+}
+template <class T>
 inline Single<T> mirrored(Single<T> v) {
   return v;
 }
@@ -117,6 +127,8 @@ inline void interleave(Quad& re, Quad& im) {
   im.raw = _mm_unpackhi_ps(re.raw, im.raw);
   re.raw = low;
 }
+inline Quad pair_order(Quad v) { return v; }
+inline Quad pair_order_reversed(Quad v) { return {_mm_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(0, 1, 2, 3))}; }
 inline Quad mirrored(Quad v) { return {_mm_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(1, 2, 3, 0))}; }
 inline Quad with_first(Quad v, Quad first) { return {_mm_move_ss(v.raw, first.raw)}; }
 inline Quad with_first(Quad v, const float* first) { return {_mm_move_ss(v.raw, _mm_load_ss(first))}; }
@@ -185,6 +197,12 @@ inline void interleave(Vec<float>& re, Vec<float>& im) {
   const __m256 low = _mm256_unpacklo_ps(re.raw, im.raw);
   im.raw = _mm256_unpackhi_ps(re.raw, im.raw);
   re.raw = low;
+}
+inline Vec<float> pair_order(Vec<float> v) {
+  return {_mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(v.raw), _MM_SHUFFLE(3, 1, 2, 0)))};
+}
+inline Vec<float> pair_order_reversed(Vec<float> v) {
+  return {_mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(7, 6, 3, 2, 5, 4, 1, 0))};
 }
 inline Vec<float> mirrored(Vec<float> v) {
   return {_mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(0, 7, 2, 5, 6, 3, 4, 1))};

@@ -1,0 +1,44 @@
+// Real DFT of composite lengths beside FFTW, measured plans; sizes are lengths.
+#include <fftw3.h>
+
+#include <algorithm>
+
+#include "kivsr.h"
+#include "side_by_side.h"
+
+namespace kivsr::bench {
+namespace {
+
+void transforms(int n) {
+  KivsDFTSpec_R_32f* spec = nullptr;
+  int buffer_size = 0;
+  kivsDFTInitAlloc_R_32f(&spec, n, kivFftScaleNone, 0);
+  kivsDFTGetBufSize_R_32f(spec, &buffer_size);
+  Kiv8u* const buffer = array<Kiv8u>(buffer_size, [](int) { return 0; });
+  float* const samples = array<float>(n, [](int i) { return noise(i) - 0.5; });
+  float* const ccs = array<float>(n + 2, [](int) { return 0; });
+  float* const back = array<float>(n, [](int) { return 0; });
+  kivsDFTFwd_RToCCS_32f(samples, ccs, spec, buffer);
+
+  auto* const bins = reinterpret_cast<fftwf_complex*>(array<float>(n + 2, [](int) { return 0; }));
+  float* const real = array<float>(n, [](int) { return 0; });
+  const fftwf_plan forward = fftwf_plan_dft_r2c_1d(n, real, bins, FFTW_MEASURE | FFTW_PRESERVE_INPUT);
+  const fftwf_plan inverse = fftwf_plan_dft_c2r_1d(n, bins, real, FFTW_MEASURE | FFTW_DESTROY_INPUT);
+
+  measure("DFTFwd_RToCCS_32f", "ours", n, [=] { kivsDFTFwd_RToCCS_32f(samples, ccs, spec, buffer); });
+  measure("DFTFwd_RToCCS_32f", "FFTW", n, [=] { fftwf_execute_dft_r2c(forward, samples, bins); });
+  // FFTW's inverse overwrites its input: bins of zero stay zero.
+  auto* const silence = reinterpret_cast<fftwf_complex*>(array<float>(n + 2, [](int) { return 0; }));
+  measure("DFTInv_CCSToR_32f", "ours", n, [=] { kivsDFTInv_CCSToR_32f(ccs, back, spec, buffer); });
+  measure("DFTInv_CCSToR_32f", "FFTW", n, [=] { fftwf_execute_dft_c2r(inverse, silence, real); });
+}
+
+}  // namespace
+}  // namespace kivsr::bench
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  for (const int length : {160, 200, 240, 320, 400, 480, 512, 1000, 1024, 1536}) kivsr::bench::transforms(length);
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}
