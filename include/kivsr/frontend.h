@@ -15,5 +15,6 @@
 #include "frontend/periodicity.h"
 #include "frontend/pitch_marks.h"
 #include "frontend/reflection.h"
+#include "frontend/resample.h"
 
 #endif

@@ -189,6 +189,8 @@ class Owner {
 using Dft32f = Owner<KivsDFTSpec_R_32f, kivsDFTFree_R_32f>;
 using Fft32f = Owner<KivsFFTSpec_R_32f, kivsFFTFree_R_32f>;
 using Fft16s32s = Owner<KivsFFTSpec_R_16s32s, kivsFFTFree_R_16s32s>;
+using Resampler32f = Owner<KivsResampleState_32f, kivsResamplePolyphaseFree_32f>;
+using Resampler16s = Owner<KivsResampleState_16s, kivsResamplePolyphaseFree_16s>;
 using FilterBank32f = Owner<KivsFBankState_32f, kivsFBankFree_32f>;
 using FilterBank16s = Owner<KivsFBankState_16s, kivsFBankFree_16s>;
 using DctLifter32f = Owner<KivsDCTLifterState_32f, kivsDCTLifterFree_32f>;

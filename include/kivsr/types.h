@@ -108,6 +108,8 @@ enum {
 typedef struct KivsDFTSpec_R_32f KivsDFTSpec_R_32f;
 typedef struct KivsFFTSpec_R_32f KivsFFTSpec_R_32f;
 typedef struct KivsFFTSpec_R_16s32s KivsFFTSpec_R_16s32s;
+typedef struct KivsResampleState_32f KivsResampleState_32f;
+typedef struct KivsResampleState_16s KivsResampleState_16s;
 typedef struct KivsFBankState_32f KivsFBankState_32f;
 typedef struct KivsFBankState_16s KivsFBankState_16s;
 typedef struct KivsFBankState_32s KivsFBankState_32s;

@@ -1,11 +1,17 @@
-// Real DFT of composite lengths for other families: as fft.h, with a length in the place of the order. Nothing is
-// checked and nothing is allocated; all memory is the caller's.
+// Real DFT of composite lengths for other families, in single and in double precision. Nothing is checked and nothing
+// is allocated; all memory is the caller's:
+//
+//   // blocks of object_bytes<T>(length) and work_bytes<T>(length) bytes, at any address
+//   auto* transform = dft::construct<T>(object, length);
+//   dft::forward(samples, spectrum, *transform, work);   // any number of times
+//
+// `work` belongs to one transform at a time and keeps nothing between two. The object must stay where it was built.
 #pragma once
 
+#include <cstddef>
 #include <initializer_list>
 
-#include "fft.h"
-#include "kivsr/types.h"
+#include "dft_plan.h"
 
 namespace kivsr::dft {
 
@@ -21,15 +27,35 @@ constexpr bool has_passes(int length) {
   return length == 1;
 }
 
-// Of a length with has_passes(length).
-fft::Sizes sizes(int length);
+template <class T>
+struct Factors {
+  const T* passes;
+  const T* lanes;
+  const T* real;
+};
 
-// The object stands at the first 32-byte boundary in `object`. flag: kivFftScaleForward ... kivFftScaleNone.
-KivsDFTSpec_R_32f* construct(void* object, void* construction, int length, int flag, int hint = 0);
+template <class T>
+struct Transform {
+  Plan plan;
+  int length;
+  T forward_factor, inverse_factor;
+  Factors<T> factors;
+};
 
-// N samples to a CCS spectrum: N + 2 values, N + 1 for odd N. dst may be src.
-void forward(const Kiv32f* src, Kiv32f* dst, const KivsDFTSpec_R_32f& spec, void* work);
-// A CCS spectrum to N samples. dst may be src.
-void inverse(const Kiv32f* src, Kiv32f* dst, const KivsDFTSpec_R_32f& spec, void* work);
+// T: float or double. Of a length with has_passes(length), 3 or more.
+template <class T>
+std::size_t object_bytes(int length);
+template <class T>
+std::size_t work_bytes(int length);
+// The object stands at the first 32-byte boundary in `object`.
+template <class T>
+Transform<T>* construct(void* object, int length, double forward_factor = 1.0, double inverse_factor = 1.0);
+
+// N samples to a CCS spectrum: N + 2 values, N + 1 for odd N. dst may be src. S: float or T.
+template <class S, class T>
+void forward(const S* src, T* dst, const Transform<T>& transform, void* work);
+// A CCS spectrum to N samples. dst may be src. S: float or T.
+template <class S, class T>
+void inverse(const S* src, T* dst, const Transform<T>& transform, void* work);
 
 }  // namespace kivsr::dft

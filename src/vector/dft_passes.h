@@ -11,8 +11,8 @@
 
 #include <cassert>
 
+#include "dft.h"
 #include "dft_butterfly.h"
-#include "dft_plan.h"
 #include "fft_real_pass.h"
 
 namespace kivsr::dft {
@@ -28,16 +28,18 @@ using fft::store_pairs_descending;
 // --- where the numbers come from and go to ------------------------------------------------------------------------
 
 // Vector i of complex numbers in pairs.
+template <class S>
 struct Pairs {
-  const float* from;
+  const S* from;
   template <class V>
   Complex<V> load(std::ptrdiff_t i) const {
     return load_pairs<V>(from + 2 * V::width * i);
   }
 };
 // Real numbers, one lane.
+template <class S>
 struct Reals {
-  const float* from;
+  const S* from;
   template <class V>
   Complex<V> load(std::ptrdiff_t i) const {
     return {simd::load_as<V>(from + i), V::broadcast(0)};
@@ -45,9 +47,10 @@ struct Reals {
 };
 
 // Numbers k, k + 1, ... in the order of the elements.
+template <class T>
 struct SplitResult {
-  float* re;
-  float* im;
+  T* re;
+  T* im;
   template <class V>
   void store(std::ptrdiff_t k, Complex<V> z) const {
     simd::store(re + k, z.re);
@@ -55,18 +58,20 @@ struct SplitResult {
   }
 };
 // Exchanged, as the inverse wants them, times a factor.
+template <class T>
 struct ExchangedPairs {
-  float* to;
-  float factor;
+  T* to;
+  T factor;
   template <class V>
   void store(std::ptrdiff_t k, Complex<V> z) const {
     const V f = V::broadcast(factor);
     store_pairs(to + 2 * k, Complex<V>{pair_order(z.im * f), pair_order(z.re * f)});
   }
 };
+template <class T>
 struct ExchangedReals {
-  float* to;
-  float factor;
+  T* to;
+  T factor;
   template <class V>
   void store(std::ptrdiff_t k, Complex<V> z) const {
     simd::store(to + k, z.im * V::broadcast(factor));
@@ -75,8 +80,8 @@ struct ExchangedReals {
 
 // --- passes ---------------------------------------------------------------------------------------------------------
 
-template <class V, int R, class Source>
-[[gnu::flatten, gnu::noinline]] void first_column_pass(Source source, float* __restrict to, std::ptrdiff_t columns) {
+template <class V, int R, class Source, class T>
+[[gnu::flatten, gnu::noinline]] void first_column_pass(Source source, T* __restrict to, std::ptrdiff_t columns) {
   const std::ptrdiff_t stride = columns / R;
   for (std::ptrdiff_t i = 0; i < stride; ++i) {
     Complex<V> c[R];
@@ -87,17 +92,16 @@ template <class V, int R, class Source>
 }
 
 // `points` = L columns in a finished transform. Factors: for each i, those of k = 1 .. R - 1.
-template <class V, int R>
-[[gnu::flatten, gnu::noinline]] void column_pass(const float* __restrict from, float* __restrict to,
-                                                 std::ptrdiff_t columns, std::ptrdiff_t points,
-                                                 const float* __restrict factors) {
+template <class V, int R, class T>
+[[gnu::flatten, gnu::noinline]] void column_pass(const T* __restrict from, T* __restrict to, std::ptrdiff_t columns,
+                                                 std::ptrdiff_t points, const T* __restrict factors) {
   const std::ptrdiff_t stride = columns / R;
   const std::ptrdiff_t groups = stride / points;
   assert(groups * points * R == columns);
   for (std::ptrdiff_t i = 0; i < points; ++i) {
     Complex<V> t[R];
     repeat<R - 1>([&](auto k) {
-      const float* const factor = factors + 2 * ((R - 1) * i + k);
+      const T* const factor = factors + 2 * ((R - 1) * i + k);
       t[k + 1] = {V::broadcast(factor[0]), V::broadcast(factor[1])};
     });
     for (std::ptrdiff_t g = 0; g < groups; ++g) {
@@ -110,9 +114,9 @@ template <class V, int R>
   }
 }
 
-template <class V, class Result>
-[[gnu::flatten, gnu::noinline]] void lane_pass(const float* __restrict from, std::ptrdiff_t columns,
-                                               const float* __restrict factors, Result result) {
+template <class V, class T, class Result>
+[[gnu::flatten, gnu::noinline]] void lane_pass(const T* __restrict from, std::ptrdiff_t columns,
+                                               const T* __restrict factors, Result result) {
   constexpr int W = V::width;
   if constexpr (W == 1) {
     for (std::ptrdiff_t k = 0; k < columns; ++k) result.store(k, load_block<V>(from, k));
@@ -158,23 +162,17 @@ inline void with_radix(int radix, F f) {
   }
 }
 
-struct Factors {
-  const float* passes;
-  const float* lanes;
-  const float* real;
-};
-
 // The complex transform; the two areas hold M numbers each, and the result may go to neither but the second.
-template <class V, class Source, class Result>
-inline void complex_transform(const Plan& plan, const Factors& factors, Source source, float* area, float* other,
+template <class V, class T, class Source, class Result>
+inline void complex_transform(const Plan& plan, const Factors<T>& factors, Source source, T* area, T* other,
                               Result result) {
   const std::ptrdiff_t columns = plan.columns;
   // The last pass over the columns ends in the first area.
-  float* to = plan.count % 2 != 0 ? area : other;
-  float* from = plan.count % 2 != 0 ? other : area;
+  T* to = plan.count % 2 != 0 ? area : other;
+  T* from = plan.count % 2 != 0 ? other : area;
   with_radix(plan.radices[0], [&]<int R>() { first_column_pass<V, R>(source, to, columns); });
   std::ptrdiff_t points = plan.radices[0];
-  const float* table = factors.passes;
+  const T* table = factors.passes;
   for (int i = 1; i < plan.count; ++i) {
     std::swap(from, to);
     with_radix(plan.radices[i], [&]<int R>() {
@@ -188,12 +186,12 @@ inline void complex_transform(const Plan& plan, const Factors& factors, Source s
 }
 
 // From Z, real and imaginary parts apart, to the N + 2 values of the spectrum times the gain.
-template <class V>
-[[gnu::flatten, gnu::noinline]] void forward_real_pass(const float* __restrict re, const float* __restrict im,
-                                                       float* __restrict dst, std::ptrdiff_t count,
-                                                       const float* __restrict factors, float gain) {
+template <class V, class T>
+[[gnu::flatten, gnu::noinline]] void forward_real_pass(const T* __restrict re, const T* __restrict im,
+                                                       T* __restrict dst, std::ptrdiff_t count,
+                                                       const T* __restrict factors, T gain) {
   constexpr int W = V::width;
-  const V half_gain = V::broadcast(0.5F * gain);
+  const V half_gain = V::broadcast(T{0.5} * gain);
   dst[0] = (re[0] + im[0]) * gain;
   dst[1] = 0;
   dst[2 * count] = (re[0] - im[0]) * gain;
@@ -213,12 +211,12 @@ template <class V>
 }
 
 // From the spectrum to Z, in pairs and exchanged.
-template <class V>
-[[gnu::flatten, gnu::noinline]] void inverse_real_pass(const float* __restrict src, float* __restrict pairs,
-                                                       std::ptrdiff_t count, const float* __restrict factors) {
+template <class V, class S, class T>
+[[gnu::flatten, gnu::noinline]] void inverse_real_pass(const S* __restrict src, T* __restrict pairs,
+                                                       std::ptrdiff_t count, const T* __restrict factors) {
   constexpr int W = V::width;
-  pairs[0] = src[0] - src[2 * count];
-  pairs[1] = src[0] + src[2 * count];
+  pairs[0] = static_cast<T>(src[0]) - static_cast<T>(src[2 * count]);
+  pairs[1] = static_cast<T>(src[0]) + static_cast<T>(src[2 * count]);
   for (std::ptrdiff_t group = 0; group < groups_of(count / 2, W); ++group) {
     const std::ptrdiff_t k = 1 + first_of(group, count / 2, W);
     const std::ptrdiff_t mirror = count - k - W + 1;

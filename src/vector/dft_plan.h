@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <type_traits>
 
 #include "fft_butterfly.h"
 #include "frame/simd/complex_lanes.h"
@@ -49,11 +50,12 @@ constexpr void choose_radices(Plan& plan) {
   std::sort(plan.radices, plan.radices + plan.count, [](signed char a, signed char b) { return a > b; });
 }
 
+template <class T>
 constexpr Plan plan_of(int length) {
   Plan plan;
   plan.points = length % 2 == 0 ? length / 2 : length;
   if (length % 2 == 0) {
-    for (const int width : {simd::Vec<float>::width, 4}) {
+    for (const int width : {simd::Vec<T>::width, std::is_same_v<T, float> ? 4 : 1}) {
       if (plan.points % width != 0 || plan.points < width * width) continue;
       plan.lanes = width;
       break;
@@ -65,11 +67,11 @@ constexpr Plan plan_of(int length) {
 }
 
 // Calls f with a null pointer to the vector type of the plan.
-template <class F>
+template <class T, class F>
 inline void with_lanes(const Plan& plan, F f) {
-  if (plan.lanes == simd::Vec<float>::width) return f(static_cast<simd::Vec<float>*>(nullptr));
-  if (plan.lanes == 1) return f(static_cast<simd::Single<float>*>(nullptr));
-  f(static_cast<simd::Quad*>(nullptr));
+  if (plan.lanes == simd::Vec<T>::width) return f(static_cast<simd::Vec<T>*>(nullptr));
+  if (plan.lanes == 1) return f(static_cast<simd::Single<T>*>(nullptr));
+  if constexpr (std::is_same_v<T, float>) f(static_cast<simd::Quad*>(nullptr));
 }
 
 // Elements of the three tables: the factors of the passes, of the lanes, and of the step to the real spectrum.

@@ -277,6 +277,12 @@ inline void deinterleave(Vec<double>& a, Vec<double>& b) {
   a.raw = re;
 }
 inline void interleave(Vec<double>& re, Vec<double>& im) { deinterleave(re, im); }
+inline Vec<double> pair_order(Vec<double> v) {
+  return {_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(3, 1, 2, 0))};
+}
+inline Vec<double> pair_order_reversed(Vec<double> v) {
+  return {_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(0, 2, 1, 3))};
+}
 inline Vec<double> mirrored(Vec<double> v) { return {_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(2, 3, 1, 0))}; }
 inline Vec<double> with_first(Vec<double> v, Vec<double> first) { return {_mm256_blend_pd(v.raw, first.raw, 1)}; }
 inline Vec<double> with_first(Vec<double> v, const double* first) {
@@ -315,6 +321,8 @@ inline void deinterleave(Vec<double>& a, Vec<double>& b) {
   a.raw = re;
 }
 inline void interleave(Vec<double>& re, Vec<double>& im) { deinterleave(re, im); }
+inline Vec<double> pair_order(Vec<double> v) { return v; }
+inline Vec<double> pair_order_reversed(Vec<double> v) { return {_mm_shuffle_pd(v.raw, v.raw, 1)}; }
 inline Vec<double> mirrored(Vec<double> v) { return v; }
 inline Vec<double> with_first(Vec<double> v, Vec<double> first) { return {_mm_move_sd(v.raw, first.raw)}; }
 inline Vec<double> with_first(Vec<double> v, const double* first) { return {_mm_move_sd(v.raw, _mm_load_sd(first))}; }
