@@ -39,7 +39,7 @@ TEST_P(ResamplerTest, KeepsTonesBelowTheLowerNyquistFrequency) {
     const auto output = resample(tone(part * nyquist, from, count), from, to);
     const auto ideal = tone(part * nyquist, to, static_cast<int>(output.size()));
     const std::size_t margin = output.size() / 8;
-    EXPECT_GT(decibels(power(ideal, {}, margin) / power(output, ideal, margin)), 90.0)
+    EXPECT_GT(decibels(power(ideal, {}, margin) / power(output, ideal, margin)), 130.0)
         << part << " of the Nyquist frequency";
   }
 }
@@ -53,7 +53,7 @@ TEST_P(ResamplerTest, RemovesTonesThatTheNewRateCannotHold) {
     const auto input = tone(0.5 * to + part * room, from, count);
     const auto output = resample(input, from, to);
     const std::size_t margin = output.size() / 8;
-    EXPECT_LT(decibels(power(output, {}, margin) / power(input, {}, input.size() / 8)), -90.0) << part;
+    EXPECT_LT(decibels(power(output, {}, margin) / power(input, {}, input.size() / 8)), -125.0) << part;
   }
 }
 
@@ -62,7 +62,7 @@ TEST_P(ResamplerTest, KeepsConstantsAndTheDuration) {
   const std::vector<float> input(static_cast<std::size_t>(from / 4), 1234.0F);
   const auto output = resample(input, from, to);
   EXPECT_EQ(output.size(), static_cast<std::size_t>(std::ceil(static_cast<double>(input.size()) * to / from)));
-  for (std::size_t n = output.size() / 4; n < output.size() * 3 / 4; ++n) ASSERT_NEAR(output[n], 1234.0F, 0.01F);
+  for (std::size_t n = output.size() / 4; n < output.size() * 3 / 4; ++n) ASSERT_NEAR(output[n], 1234.0F, 0.001F);
 }
 
 INSTANTIATE_TEST_SUITE_P(Rates, ResamplerTest,
