@@ -67,6 +67,9 @@ TYPED_TEST(ComplexLanes, Exchanges) {
     // pairs from the last to the first; of one lane there is none
     const std::size_t from = W == 1 ? 0 : (W / 2 - 1 - l / 2) * 2 + l % 2;
     EXPECT_EQ(lanes(reversed_pairs(v))[l], from + 1) << l;
+    const auto element = static_cast<std::size_t>(simd::kLaneElement<V>[l]);
+    EXPECT_EQ(lanes(pair_order(v))[l], element + 1) << l;
+    EXPECT_EQ(lanes(pair_order_reversed(v))[l], W - element) << l;
   }
   if constexpr (W > 1) {
     for (std::size_t l = 0; l < W; ++l) {
