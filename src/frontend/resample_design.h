@@ -17,7 +17,6 @@
 #include <numbers>
 #include <numeric>
 
-#include "frame/elementary.h"
 #include "vector/dft.h"
 
 namespace kivsr::resample {
