@@ -72,7 +72,7 @@ struct StreamParts {
   }
 };
 
-// --- making -----------------------------------------------------------------------------------------------------------
+// --- making --------------------------------------------------------------------------------------------------------
 
 inline void make_taps(const Stream& s, const Filter& filter) {
   const Design& d = s.design;
@@ -148,7 +148,7 @@ inline Stream* make_stream(void* memory, const Design& design, const Rates& rate
   return s;
 }
 
-// --- running ----------------------------------------------------------------------------------------------------------
+// --- running -------------------------------------------------------------------------------------------------------
 
 inline bool all_ordinary(const float* samples, int count) {
   using V = simd::Vec<float>;

@@ -5,7 +5,8 @@
 // Each column is one vector, so that the factors are the same in all lanes. Lanes: with y_l the transform of lane l,
 //   Z[k + Q p] = sum over l of w_W^(l p) w_M^(l k) y_l[k],
 // W columns at a time, turned so that they stand in the lanes. Real spectrum of N = 2 M samples:
-//   X_k = E_k + D_k, X_(M-k) = conj(E_k - D_k), E_k = (Z_k + conj Z_(M-k)) / 2, D_k = -i w_N^k (Z_k - conj Z_(M-k)) / 2.
+//   X_k = E_k + D_k, X_(M-k) = conj(E_k - D_k),
+//   E_k = (Z_k + conj Z_(M-k)) / 2, D_k = -i w_N^k (Z_k - conj Z_(M-k)) / 2.
 // The inverse takes the same complex transform, its real and imaginary parts exchanged on the way in and out.
 #pragma once
 

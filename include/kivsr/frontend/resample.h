@@ -14,11 +14,11 @@ KIVSR_BEGIN_DECLS
  *
  * Output n stands at the time n / outRate, without shift; samples outside the signal count as zero, and N samples give
  * ceil(N outRate / inRate) outputs once the stream is flushed. The outputs are the same bits however the input is cut
- * into calls. h is a sinc at a cut-off frequency midway between passBand and 1, in parts of the lower of the two Nyquist
- * frequencies, under a Kaiser window (J. F. Kaiser, "Nonrecursive digital filter design using the I0-sinh window
+ * into calls. h is a sinc at a cut-off frequency midway between passBand and 1, in parts of the lower of the two
+ * Nyquist frequencies, under a Kaiser window (J. F. Kaiser, "Nonrecursive digital filter design using the I0-sinh window
  * function", 1974): frequencies up to passBand keep their level within 0.01 dB, those from the lower Nyquist frequency
- * on, and the images of an upward conversion, lose stopBand dB, as far as single precision goes. Equal rates pass samples
- * as they are.
+ * on, and the images of an upward conversion, lose stopBand dB, as far as single precision goes. Equal rates pass
+ * samples as they are.
  *
  * | passBand | stopBand | half the filter, in periods of the lower rate |                                        |
  * |----------|----------|-----------------------------------------------|----------------------------------------|
@@ -32,8 +32,8 @@ KIVSR_BEGIN_DECLS
  * | 16s  | Kiv16s  | single precision, to the nearest integer (ties to even), saturated; in any rounding mode |
  *
  * Accuracy: the root mean square error of a tone is below 1.5e-7 of it (137 dB), relative to the loudest samples
- * within GetDelay. An infinity, a NaN or a sample of magnitude 2^112 or more leaves no number in the outputs within half
- * the filter of it, and no trace in the others.
+ * within GetDelay. An infinity, a NaN or a sample of magnitude 2^112 or more leaves no number in the outputs within
+ * half the filter of it, and no trace in the others.
  *
  * Rates whose ratio has no prime factor above 13, among them all usual ones, run in blocks through the real DFT; others
  * take one product of the filter's length for each output. What an output waits for is told by GetDelay: 41 ms from 48
@@ -92,8 +92,8 @@ KIVSR_API KivStatus kivsResamplePolyphaseReset_16s(KivsResampleState_16s* pState
 
 /** @name Delay and lengths
  *
- * GetDelay: an output at the time of sample t has been given once sample t + *pDelay has. GetDstLen: the most outputs of
- * a call with srcLen samples whatever came before, or, of 0 samples, of a flush.
+ * GetDelay: an output at the time of sample t has been given once sample t + *pDelay has. GetDstLen: the most outputs
+ * of a call with srcLen samples whatever came before, or, of 0 samples, of a flush.
  *
  * @param[in] pState the state
  * @param[in] srcLen number of samples, or 0

@@ -46,8 +46,8 @@ KIVSR_BEGIN_DECLS
  *
  * An object holds the tables of one length and one flag. Transforms only read it: one object serves any number of calls
  * and threads. It is not to be moved. Its first word identifies its type until Free clears it. Either in memory of the
- * caller, by GetSize and Init, or in memory of the library, by InitAlloc and Free; sizes are in bytes and enough from an
- * address of any alignment, as for the FFT.
+ * caller, by GetSize and Init, or in memory of the library, by InitAlloc and Free; sizes are in bytes and enough from
+ * an address of any alignment, as for the FFT.
  *
  * @param[in] length number of samples N, 1 .. 2^28, with the prime factors 2, 3 and 5 only
  * @param[in] flag kivFftScaleForward, kivFftScaleInverse, kivFftScaleSqrt or kivFftScaleNone
@@ -77,8 +77,8 @@ KIVSR_API KivStatus kivsDFTGetBufSize_R_32f(const KivsDFTSpec_R_32f* pSpec, int*
  * Fwd_RToCCS: N samples to a spectrum. Inv_CCSToR: a spectrum to N samples; its zeros are not read.
  *
  * Accuracy: the root mean square error relative to that of the spectrum is below 2e-7 * sqrt(log2 N); every factor of
- * the tables is correct to the last bit. The sign of a zero is not specified, but for those of CCS. A NaN or an infinity
- * among the samples may spread over the whole spectrum.
+ * the tables is correct to the last bit. The sign of a zero is not specified, but for those of CCS. A NaN or an
+ * infinity among the samples may spread over the whole spectrum.
  *
  * @param[in] pSrc N samples, or the values of a CCS spectrum
  * @param[out] pDst the values of a CCS spectrum, or N samples; may be pSrc, which then has the larger length
