@@ -7,8 +7,8 @@
 // - taps: every output is one product of the set of its phase and the samples around it;
 // - blocks: down k samples overlap by twice the padding, are transformed, their bins multiplied by the filter's real
 //   response, and transformed back as up k outputs, of which those whose filter lies inside are valid (overlap-save
-//   with a change of length between the transforms). Blocks stand at fixed places of the signal, so that its cut into calls
-//   does not matter. Taken where both transforms have passes for their factors: all usual rates.
+//   with a change of length between the transforms). Blocks stand at fixed places of the signal, so that its cut into
+//   calls does not matter. Taken where both transforms have passes for their factors: all usual rates.
 #pragma once
 
 #include <algorithm>
