@@ -16,9 +16,9 @@ KIVSR_BEGIN_DECLS
  * ceil(N outRate / inRate) outputs once the stream is flushed. The outputs are the same bits however the input is cut
  * into calls. h is a sinc at a cut-off frequency midway between passBand and 1, in parts of the lower of the two
  * Nyquist frequencies, under a Kaiser window (J. F. Kaiser, "Nonrecursive digital filter design using the I0-sinh
- * window function", 1974): frequencies up to passBand keep their level within 0.01 dB, those from the lower Nyquist frequency
- * on, and the images of an upward conversion, lose stopBand dB, as far as single precision goes. Equal rates pass
- * samples as they are.
+ * window function", 1974): frequencies up to passBand keep their level within 0.01 dB, those from the lower Nyquist
+ * frequency on, and the images of an upward conversion, lose stopBand dB, as far as single precision goes. Equal rates
+ * pass samples as they are.
  *
  * | passBand | stopBand | half the filter, in periods of the lower rate |                                        |
  * |----------|----------|-----------------------------------------------|----------------------------------------|
