@@ -183,6 +183,69 @@ void equalisation() {
   });
 }
 
+// A frame of pulses; the loop of step 2 and 3 alone stands for the rest, which no vector code does.
+void waveform() {
+  const auto pulse = [](int i) { return 8000 * std::sin(0.6 * i) * std::exp(-0.05 * (i % 61)) + 50 * noise(i); };
+  const float* const frame = array<float>(200, pulse);
+  const Kiv16s* const frame16 = array<Kiv16s>(200, pulse);
+  float* const result = array<float>(200, [](int) { return 0; });
+  Kiv16s* const result16 = array<Kiv16s>(200, [](int) { return 0; });
+  double* const q = array<double>(208, [](int) { return 0; });
+  double* const s = array<double>(200, [](int) { return 0; });
+  const auto energies = [=](const auto* x) {
+    for (int i = 1; i < 199; ++i) {
+      const double here = x[i];
+      q[i + 4] = std::floor(std::fabs(here * here - static_cast<double>(x[i - 1]) * x[i + 1]) * 0.25 + 0.5);
+    }
+    for (int i = 0; i < 200; ++i) {
+      double sum = 0;
+      for (int k = 0; k < 9; ++k) sum += q[i + k];
+      s[i] = sum;
+    }
+  };
+  measure("WaveProcessing_32f", "ours", 200, [=] { kivsWaveProcessing_Aurora_32f(frame, result); });
+  measure("WaveProcessing_32f", "loop (energies only)", 200, [=] { energies(frame); });
+  measure("WaveProcessing_16s", "ours", 200, [=] { kivsWaveProcessing_Aurora_16s(frame16, result16); });
+  measure("WaveProcessing_16s", "loop (energies only)", 200, [=] { energies(frame16); });
+}
+
+// 118 taps; the loops do what the formula says, both filters by themselves.
+void band_split() {
+  const float* const samples = array<float>(276, [](int i) { return 8000 * (noise(i) - 0.5); });
+  const Kiv16s* const samples16 = array<Kiv16s>(276, [](int i) { return 8000 * (noise(i) - 0.5); });
+  float* const low = array<float>(80, [](int) { return 0; });
+  float* const high = array<float>(80, [](int) { return 0; });
+  Kiv16s* const low16 = array<Kiv16s>(80, [](int) { return 0; });
+  Kiv16s* const high16 = array<Kiv16s>(80, [](int) { return 0; });
+  const float* const taps = array<float>(118, [](int i) { return noise(i) - 0.5; });
+  const float* const mirrored = array<float>(118, [](int i) { return (noise(i) - 0.5) * (i % 2 == 0 ? -1 : 1); });
+  const int* const words = array<int>(118, [](int i) { return (1 << 22) * (noise(i) - 0.5); });
+  measure("LowHighFilter_32f", "ours", 80, [=] { kivsLowHighFilter_Aurora_32f(samples, low, high, 80); });
+  measure("LowHighFilter_32f", "loop", 80, [=] {
+    for (int n = 0; n < 80; ++n) {
+      float a = 0, b = 0;
+#pragma omp simd reduction(+ : a, b)
+      for (int k = 0; k < 118; ++k) a += taps[k] * samples[2 * n + k], b += mirrored[k] * samples[2 * n + k];
+      low[n] = a;
+      high[n] = n % 2 == 0 ? b : -b;
+    }
+  });
+  measure("LowHighFilter_16s", "ours", 80, [=] { kivsLowHighFilter_Aurora_16s_Sfs(samples16, low16, high16, 80, 0); });
+  measure("LowHighFilter_16s", "loop", 80, [=] {
+    for (int n = 0; n < 80; ++n) {
+      std::int64_t even = 0, odd = 0;
+#pragma omp simd reduction(+ : even, odd)
+      for (int k = 0; k < 59; ++k) {
+        even += std::int64_t{words[2 * k]} * samples16[2 * n + 2 * k];
+        odd += std::int64_t{words[2 * k + 1]} * samples16[2 * n + 2 * k + 1];
+      }
+      const std::int64_t sum = (even + odd) >> 23, difference = (odd - even) >> 23;
+      low16[n] = static_cast<Kiv16s>(limited<std::int64_t>(sum, -32768, 32767));
+      high16[n] = static_cast<Kiv16s>(limited<std::int64_t>(n % 2 == 0 ? difference : -difference, -32768, 32767));
+    }
+  });
+}
+
 }  // namespace
 }  // namespace kivsr::bench
 
@@ -191,6 +254,8 @@ int main(int argc, char** argv) {
   kivsr::bench::spectrum_and_taps();
   kivsr::bench::voice_activity();
   kivsr::bench::equalisation();
+  kivsr::bench::waveform();
+  kivsr::bench::band_split();
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
 }

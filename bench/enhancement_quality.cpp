@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "kivsr.h"
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/noise_mixer.h"
@@ -29,8 +29,7 @@ using Samples = std::vector<float>;
 
 double energy(std::span<const float> samples) {
   double sum = 0.0;
-  check(kivsDotProd_32f64f(samples.data(), samples.data(), static_cast<int>(samples.size()), &sum),
-        "kivsDotProd_32f64f");
+  call<kivsDotProd_32f64f>(samples, samples, length, &sum);
   return sum;
 }
 
@@ -38,18 +37,14 @@ double energy(std::span<const float> samples) {
 class LogSpectrum {
  public:
   LogSpectrum() {
-    check(kivsFFTInitAlloc_R_32f(&fft_, 8, kivFftScaleNone, 0), "kivsFFTInitAlloc_R_32f");
     for (std::size_t n = 0; n < kFrame; ++n)
       window_.push_back(static_cast<float>(0.5 - 0.5 * std::cos(2 * M_PI * (static_cast<double>(n) + 0.5) / kFrame)));
   }
-  ~LogSpectrum() { kivsFFTFree_R_32f(fft_); }
-  LogSpectrum(const LogSpectrum&) = delete;
-  LogSpectrum& operator=(const LogSpectrum&) = delete;
 
   std::vector<double> of(const float* samples) const {
     Samples frame(kFrame);
-    check(kivsMul_32f(samples, window_.data(), frame.data(), kFrame), "kivsMul_32f");
-    check(kivsFFTFwd_RToPack_32f(frame.data(), frame.data(), fft_, nullptr), "kivsFFTFwd_RToPack_32f");
+    call<kivsMul_32f>(samples, window_, frame, kFrame);
+    call<kivsFFTFwd_RToPack_32f>(frame, frame, fft_, nullptr);
     std::vector<double> decibels;
     for (std::size_t k = 1; k + 1 < kFrame; k += 2)
       decibels.push_back(10 * std::log10(double{frame[k]} * frame[k] + double{frame[k + 1]} * frame[k + 1] + 1e3));
@@ -57,7 +52,7 @@ class LogSpectrum {
   }
 
  private:
-  KivsFFTSpec_R_32f* fft_ = nullptr;
+  Fft32f fft_ = Fft32f::make<kivsFFTInitAlloc_R_32f>(8, kivFftScaleNone, 0);
   Samples window_;
 };
 

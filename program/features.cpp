@@ -93,8 +93,8 @@ void FeaturesCommand::write_statistics() const {
   if (output_file.empty()) throw Fault("features: nothing to write, give --output");
   if (!picture_file.empty()) throw Fault("features: there is no picture of statistics");
   const MomentsFormat format = moments_format(output_file);
-  FeatureChain chain(recipe.recipe());
   const std::vector<std::string> all = all_files();
+  FeatureChain chain(recipe.recipe(all, raw));
   ColumnStatistics sums;
   bool computed = false;
   Progress progress("statistics", static_cast<int>(all.size()));
@@ -129,7 +129,7 @@ void FeaturesCommand::write_rows() const {
   if (output_file.empty() && picture_file.empty()) {
     throw Fault("features: nothing to write, give --output or --picture");
   }
-  FeatureChain chain(recipe.recipe());
+  FeatureChain chain(recipe.recipe(all, raw));
   const FrontEndParameters& front_end = chain.recipe().front_end;
   const auto format = output_file.empty() ? FeatureFormat::kNpy : feature_format(output_file);
   if (!picture_file.empty()) {

@@ -12,8 +12,10 @@
 #include "kivsr/speech/front/feature_file.h"
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
+#include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/quantise/distortion.h"
+#include "kivsr/speech/quantise/frame_pairs.h"
 #include "kivsr/speech/quantise/quantised_stream.h"
 #include "kivsr/speech/quantise/split_codebook.h"
 #include "program/progress.h"
@@ -70,25 +72,31 @@ void print_distortion(const SplitCodebook& book, const Distortion& distortion) {
               distortion.total_decibel(), static_cast<long long>(distortion.frames()));
 }
 
+constexpr const char* kBitstreamHelp =
+    "Frame pairs of 92 bits with a check, in the layout of ETSI ES 202 050 and RFC 4060, with a codebook of our own";
+
 struct TrainCommand {
   explicit TrainCommand(CLI::App& command) : inputs(command) {}
-  void run() const;
+  void run();
 
   Inputs inputs;
   std::string output_file;
   std::string split;
-  std::string weights = "none";
+  std::string weights;
   std::string rule = "widest";
+  bool bitstream = false;
 
  private:
+  Recipe recipe();
   std::vector<float> distance_weights(const FeatureMatrix& rows) const;
 };
 
 std::vector<float> TrainCommand::distance_weights(const FeatureMatrix& rows) const {
-  if (weights == "none") return std::vector<float>(static_cast<std::size_t>(rows.width), 1.0F);
-  if (weights == "variance") return inverse_variances(rows);
+  const std::string wanted = weights.empty() ? (bitstream ? "variance" : "none") : weights;
+  if (wanted == "none") return std::vector<float>(static_cast<std::size_t>(rows.width), 1.0F);
+  if (wanted == "variance") return inverse_variances(rows);
   std::vector<float> values;
-  std::istringstream numbers(weights);
+  std::istringstream numbers(wanted);
   for (std::string number; std::getline(numbers, number, ',');) {
     std::istringstream text(number);
     float value = -1.0F;
@@ -104,10 +112,24 @@ std::vector<float> TrainCommand::distance_weights(const FeatureMatrix& rows) con
   return values;
 }
 
-void TrainCommand::run() const {
-  FeatureChain chain(inputs.recipe.recipe());
+// Of frame pairs the rows without their decisions about speech, which take a bit each.
+Recipe TrainCommand::recipe() {
+  if (bitstream) inputs.recipe.start_from("etsi-afe");
+  Recipe recipe = inputs.recipe.recipe(inputs.files, inputs.raw);
+  if (!bitstream) return recipe;
+  recipe.speech_column = false;
+  if (recipe.front_end.kind != FrontEndKind::kEtsiAfe || recipe.width() != AdvancedFrontEnd::kColumns ||
+      recipe.drop_frames || !split.empty()) {
+    throw Fault("quantise: --bitstream is for the rows of etsi-afe as they are, with its own split");
+  }
+  return recipe;
+}
+
+void TrainCommand::run() {
+  FeatureChain chain(recipe());
   const int width = chain.recipe().width();
-  const Split groups = split.empty() ? default_split(width) : parse_split(split, width);
+  const Split chosen = split.empty() ? default_split(width) : parse_split(split, width);
+  const Split groups = bitstream ? pair_split() : chosen;
   FeatureMatrix rows;
   rows.width = width;
   {
@@ -146,17 +168,40 @@ void TrainCommand::run() const {
 struct EncodeCommand {
   explicit EncodeCommand(CLI::App& command) : inputs(command) {}
   void run() const;
+  void run_bitstream(const SplitCodebook& book) const;
 
   Inputs inputs;
   std::string book_file;
   std::string output_file;
   std::string output_folder;
+  bool bitstream = false;
 };
 
+void EncodeCommand::run_bitstream(const SplitCodebook& book) const {
+  require_pair_book(book, book_file);
+  const auto names = output_names(inputs.files, output_file, output_folder, ".dsr");
+  Recipe recipe = book.recipe();
+  recipe.speech_column = true;
+  FeatureChain chain(recipe);
+  Progress progress("encode", static_cast<int>(inputs.files.size()));
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    progress.step(inputs.files[i]);
+    const auto frames = code_frames(load_utterance(inputs.files[i], chain, inputs.raw).features, book);
+    const std::string octets = write_pairs(frames);
+    OutputFile output(names[i]);
+    output.write(octets);
+    output.commit();
+    progress.clear();
+    std::printf("%s: %zu frames, %zu frame pairs and the end, %zu bytes\n", names[i].string().c_str(), frames.size(),
+                (frames.size() + 1) / 2, octets.size());
+  }
+}
+
 void EncodeCommand::run() const {
-  const auto names = output_names(inputs.files, output_file, output_folder, ".kvs");
   const SplitCodebook book = SplitCodebook::read(book_file);
   if (inputs.recipe.given()) require_same(book.recipe(), inputs.recipe.recipe(), book_file);
+  if (bitstream) return run_bitstream(book);
+  const auto names = output_names(inputs.files, output_file, output_folder, ".kvs");
   FeatureChain chain(book.recipe());
   Distortion distortion(book.width());
   Progress progress("encode", static_cast<int>(inputs.files.size()));
@@ -180,29 +225,49 @@ void EncodeCommand::run() const {
 
 struct DecodeCommand {
   void run() const;
+  int write_rows(const std::string& file, const SplitCodebook& book, FeatureWriter& writer) const;
 
   std::vector<std::string> files;
   std::string book_file;
   std::string output_file;
   std::string output_folder;
   std::string format = "npy";
+  bool bitstream = false;
 };
+
+// Returns how many there are.
+int DecodeCommand::write_rows(const std::string& file, const SplitCodebook& book, FeatureWriter& writer) const {
+  if (!bitstream) {
+    const QuantisedStream stream = read_quantised(file, book);
+    decode_rows(stream, book, file, [&](const FeatureMatrix& rows) { writer.append(rows); });
+    return stream.frames;
+  }
+  const ReceivedFrames received = read_pairs(read_whole_file(file), file);
+  if (received.damaged > 0) {
+    std::fprintf(stderr, "kivsr: %s: %d of %d frame pairs damaged and concealed\n", file.c_str(), received.damaged,
+                 received.pairs);
+  }
+  writer.append(decode_frames(received.frames, book, file));
+  return static_cast<int>(received.frames.size());
+}
 
 void DecodeCommand::run() const {
   const auto names = output_names(files, output_file, output_folder, "." + format);
   const FeatureFormat written = feature_format(names.front());
   const SplitCodebook book = SplitCodebook::read(book_file);
+  if (bitstream) require_pair_book(book, book_file);
+  Recipe recipe = book.recipe();
+  if (bitstream) recipe.speech_column = true;
   Progress progress("decode", static_cast<int>(files.size()));
   for (std::size_t i = 0; i < names.size(); ++i) {
     progress.step(files[i]);
-    const QuantisedStream stream = read_quantised(files[i], book);
     OutputFile output(names[i]);
-    FeatureWriter writer(output, written, book.recipe());
-    decode_rows(stream, book, files[i], [&](const FeatureMatrix& rows) { writer.append(rows); });
+    FeatureWriter writer(output, written, recipe);
+    const int frames = write_rows(files[i], book, writer);
     writer.finish();
     output.commit();
     progress.clear();
-    std::printf("%s: %d frames of %d values\n", names[i].string().c_str(), stream.frames, book.width());
+    std::printf("%s: %d frames of %d values\n", names[i].string().c_str(), frames, recipe.width());
   }
 }
 
@@ -213,13 +278,13 @@ void add_train_mode(CLI::App& quantise) {
   command->add_option("--split", options->split,
                       "Columns that share a codebook, with the bits of its index: \"0:6,1-2:7,3+5:7,...\" (default: "
                       "pairs of 7 bits, of an odd number the first alone with 6)");
-  command
-      ->add_option("--weights", options->weights,
-                   "Weights of the columns in the distance: none, variance (its inverse), or a number a column")
-      ->capture_default_str();
+  command->add_option("--weights", options->weights,
+                      "Weights of the columns in the distance: none (default), variance (its inverse; default with "
+                      "--bitstream), or a number a column");
   command->add_option("--rule", options->rule, "The cluster that training splits next: widest or largest")
       ->check(CLI::IsMember({"widest", "largest"}))
       ->capture_default_str();
+  command->add_flag("--bitstream", options->bitstream, kBitstreamHelp);
   command->callback([options] { options->run(); });
 }
 
@@ -229,6 +294,7 @@ void add_encode(CLI::App& quantise) {
   command->add_option("--book", options->book_file, "Codebook file")->required();
   command->add_option("-o,--output", options->output_file, "Stream to write");
   command->add_option("--output-folder", options->output_folder, "Folder for the streams of several inputs, name.kvs");
+  command->add_flag("--bitstream", options->bitstream, kBitstreamHelp);
   command->callback([options] { options->run(); });
 }
 
@@ -242,6 +308,7 @@ void add_decode(CLI::App& quantise) {
   command->add_option("--format", options->format, "Extension of the files in the folder: npy, htk, mfc or csv")
       ->check(CLI::IsMember({"npy", "htk", "mfc", "csv"}))
       ->capture_default_str();
+  command->add_flag("--bitstream", options->bitstream, kBitstreamHelp);
   command->callback([options] { options->run(); });
 }
 

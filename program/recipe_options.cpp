@@ -11,6 +11,7 @@
 #include "kivsr/speech/front/presets.h"
 #include "kivsr/speech/front/recipe_fields.h"
 #include "kivsr/speech/io/binary_file.h"
+#include "kivsr/speech/io/feature_format.h"
 
 namespace kivsr::program {
 
@@ -76,12 +77,26 @@ RecipeOptions::RecipeOptions(CLI::App& command, const std::string& preset) : com
   });
 }
 
-Recipe RecipeOptions::start() const {
+// The preset; etsi-afe has a form for each of its rates.
+Recipe RecipeOptions::named(std::span<const std::string> files, const RawFormat& raw) const {
+  const Recipe recipe = preset(preset_);
+  if (recipe.front_end.kind != FrontEndKind::kEtsiAfe) return recipe;
+  if (given("sample-rate")) return preset(preset_, command_.get_option("--sample-rate")->as<int>());
+  const auto audio =
+      std::find_if_not(files.begin(), files.end(), [](const auto& file) { return is_feature_file(file); });
+  return audio == files.end() ? recipe : preset(preset_, AudioReader(*audio, raw).sample_rate());
+}
+
+Recipe RecipeOptions::start(std::span<const std::string> files, const RawFormat& raw) const {
   if (!recipe_file_.empty()) {
     const auto bytes = read_whole_file(recipe_file_);
     return Recipe::parse({bytes.begin(), bytes.end()}, recipe_file_);
   }
-  return feat_params_.empty() ? preset(preset_) : Recipe(read_feat_params(feat_params_).front_end);
+  return feat_params_.empty() ? named(files, raw) : Recipe(read_feat_params(feat_params_).front_end);
+}
+
+void RecipeOptions::start_from(const std::string& preset) {
+  if (!given("preset")) preset_ = preset;
 }
 
 bool RecipeOptions::given(const std::string& name) const { return command_.get_option("--" + name)->count() > 0; }
@@ -109,8 +124,8 @@ void RecipeOptions::fit_lengths(const Recipe& start, Recipe& recipe) const {
   }
 }
 
-Recipe RecipeOptions::recipe() const {
-  const Recipe from = start();
+Recipe RecipeOptions::recipe(std::span<const std::string> files, const RawFormat& raw) const {
+  const Recipe from = start(files, raw);
   Recipe recipe = from;
   std::size_t index = 0;
   visit_fields(recipe, [&]<class Value>(const RecipeField&, Value& value) {

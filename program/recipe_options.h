@@ -2,10 +2,12 @@
 #pragma once
 
 #include <deque>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "kivsr/speech/front/recipe.h"
+#include "kivsr/speech/io/audio_reader.h"
 #include "program/speech_names.h"
 
 namespace CLI {
@@ -24,12 +26,16 @@ class RecipeOptions {
 
   // After the command line was read: the start with the options applied, checked.
   // Another sampling rate alone keeps the window and the shift in seconds and the band within half the rate.
-  Recipe recipe() const;
+  // files: what it is for; the rate of the first one of audio chooses between the two forms of etsi-afe.
+  Recipe recipe(std::span<const std::string> files = {}, const RawFormat& raw = {}) const;
+  // Where the recipe starts from now on when the command line names nothing else.
+  void start_from(const std::string& preset);
   // Whether the command line says anything about the recipe.
   bool given() const;
 
  private:
-  Recipe start() const;
+  Recipe start(std::span<const std::string> files, const RawFormat& raw) const;
+  Recipe named(std::span<const std::string> files, const RawFormat& raw) const;
   bool given(const std::string& name) const;
   void fit_lengths(const Recipe& start, Recipe& recipe) const;
 

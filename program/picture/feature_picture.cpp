@@ -49,13 +49,16 @@ Labels frequency_labels(const FrontEndParameters& parameters) {
   return labels;
 }
 
+// The picture shows the sound, also where the rows come of the advanced front end.
 FrontEndParameters of_energies(FrontEndParameters parameters) {
+  parameters.kind = FrontEndKind::kGeneral;
   parameters.output = Output::kLogMel;
   parameters.energy = false;
   return parameters;
 }
 
 FrontEndParameters of_cepstra(FrontEndParameters parameters) {
+  parameters.kind = FrontEndKind::kGeneral;
   parameters.output = Output::kCepstra;
   parameters.energy = false;
   parameters.zeroth = ZerothCepstrum::kFirst;

@@ -54,7 +54,7 @@ StreamingWindow streaming_window(Dynamics dynamics) {
 class StreamingDynamics : public RowStage {
  public:
   explicit StreamingDynamics(const Recipe& recipe) : window_(streaming_window(recipe.dynamics)) {
-    matrix_.width = recipe.width();
+    matrix_.width = recipe.feature_width();
     waiting_.width = recipe.input_width();
   }
 

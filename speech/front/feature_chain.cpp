@@ -17,10 +17,20 @@ Recipe validated(const Recipe& recipe) {
   return recipe;
 }
 
+// For the front end that stands idle beside the advanced one.
+FrontEndParameters general(const FrontEndParameters& parameters) {
+  return parameters.kind == FrontEndKind::kGeneral ? parameters : FrontEndParameters();
+}
+
 }  // namespace
 
 FeatureChain::FeatureChain(const Recipe& recipe)
-    : recipe_(validated(recipe)), front_end_(recipe.front_end, recipe.noise_reduction) {
+    : recipe_(validated(recipe)),
+      front_end_(general(recipe.front_end), recipe.noise_reduction),
+      speech_(recipe.speech_column, recipe.drop_frames) {
+  if (recipe_.front_end.kind == FrontEndKind::kEtsiAfe) {
+    advanced_.emplace(recipe_.front_end.sample_rate, speech_.needed());
+  }
   const auto add = [&](std::unique_ptr<RowStage> stage) {
     if (stage) stages_.push_back(std::move(stage));
   };
@@ -29,7 +39,8 @@ FeatureChain::FeatureChain(const Recipe& recipe)
   add(make_normalisation_stage(recipe_));
   add(make_dynamics_stage(recipe_));
   before_.assign(stages_.size() + 1, {recipe_.input_width(), {}});
-  before_.back().width = recipe_.width();
+  before_.back().width = recipe_.feature_width();
+  spoken_.width = recipe_.width();
 }
 
 // Sends what lies before a stage through it and those behind it.
@@ -38,29 +49,44 @@ void FeatureChain::pass(std::size_t stage, const RowTaker& take) {
     if (before_[stage].height() > 0) stages_[stage]->push(before_[stage], before_[stage + 1]);
     before_[stage].values.clear();
   }
-  if (before_.back().height() > 0) take(before_.back());
-  before_.back().values.clear();
+  FeatureMatrix& features = before_.back();
+  FeatureMatrix& rows = speech_.needed() ? spoken_ : features;
+  if (speech_.needed()) {
+    speech_.take(decisions_);
+    speech_.push(features, spoken_);
+  }
+  if (rows.height() > 0) take(rows);
+  rows.values.clear();
+  features.values.clear();
 }
 
 void FeatureChain::push(std::span<const float> samples, const RowTaker& take) {
   if (recipe_.source != Source::kAudio) throw Fault("the recipe starts from features, not from audio");
-  front_end_.push(samples, before_.front());
+  if (advanced_) {
+    advanced_->push(samples, before_.front(), decisions_);
+  } else {
+    front_end_.push(samples, before_.front());
+  }
   pass(0, take);
 }
 
 void FeatureChain::push_rows(const FeatureMatrix& input, const RowTaker& take) {
-  if (input.width != recipe_.input_width()) {
-    throw Fault("rows of " + std::to_string(input.width) + " values, not of " + std::to_string(recipe_.input_width()));
+  if (input.width != recipe_.file_width()) {
+    throw Fault("rows of " + std::to_string(input.width) + " values, not of " + std::to_string(recipe_.file_width()));
   }
   if (recipe_.noise_reduction.method != NoiseMethod::kNone) {
     throw Fault("the noise is reduced in audio, not in features");
   }
-  append_rows(input.values, before_.front());
+  append_rows(speech_.needed() ? speech_.split(input).values : input.values, before_.front());
   pass(0, take);
 }
 
 void FeatureChain::finish(const RowTaker& take) {
-  if (recipe_.source == Source::kAudio) front_end_.finish(before_.front());
+  if (advanced_) {
+    advanced_->finish(before_.front(), decisions_);
+  } else if (recipe_.source == Source::kAudio) {
+    front_end_.finish(before_.front());
+  }
   pass(0, take);
   for (std::size_t stage = 0; stage < stages_.size(); ++stage) {
     for (bool more = true; more;) {
@@ -68,6 +94,7 @@ void FeatureChain::finish(const RowTaker& take) {
       pass(stage + 1, take);
     }
   }
+  speech_.reset();
 }
 
 RowTaker FeatureChain::appending_to(FeatureMatrix& rows) const {

@@ -7,12 +7,15 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
+#include "kivsr/speech/front/advanced_front_end.h"
 #include "kivsr/speech/front/front_end.h"
 #include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/front/row_stage.h"
+#include "kivsr/speech/front/speech_column.h"
 
 namespace kivsr::speech {
 
@@ -47,8 +50,12 @@ class FeatureChain {
 
   Recipe recipe_;
   FrontEnd front_end_;
+  std::optional<AdvancedFrontEnd> advanced_;  // in its place
   std::vector<std::unique_ptr<RowStage>> stages_;
   std::vector<FeatureMatrix> before_;  // each stage, and behind the last
+  SpeechColumn speech_;
+  std::vector<float> decisions_;  // on their way to it
+  FeatureMatrix spoken_;          // rows that have met them
 };
 
 }  // namespace kivsr::speech

@@ -6,6 +6,7 @@
 #include "kivsr/speech/front/frame_analysis.h"
 #include "kivsr/speech/front/noise_reduction.h"
 #include "kivsr/speech/front/row_stage.h"
+#include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
 
@@ -18,6 +19,7 @@ constexpr std::size_t kBlock = 1 << 16;  // samples looked at together: bounds t
 FrontEnd::FrontEnd(const FrontEndParameters& parameters, const NoiseReductionParameters& noise)
     : parameters_(parameters) {
   parameters_.validate();
+  if (parameters_.kind != FrontEndKind::kGeneral) throw Fault("front end: etsi-afe is not the general front end");
   analysis_ = std::make_unique<FrameAnalysis>(parameters_);
   if (noise.method != NoiseMethod::kNone) reduction_ = std::make_unique<NoiseReduction>(parameters_, noise);
   spectrum_.resize(static_cast<std::size_t>(analysis_->spectrum_width()));

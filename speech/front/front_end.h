@@ -1,4 +1,5 @@
-// From samples to rows of cepstra or log mel energies, in blocks of any size.
+// From samples to rows of cepstra or log mel energies, in blocks of any size: the general front end. Next:
+// advanced_front_end.h, the one of ES 202 050.
 // The stages are framing (this class), the spectrum of one frame, the noise reduction of all of them
 // (noise_reduction.h) and the row of one spectrum (frame_analysis.h).
 #pragma once

@@ -19,6 +19,10 @@ void FrontEndParameters::validate() const {
     if (!holds) throw Fault(std::string("front end: ") + message);
   };
   require(sample_rate > 0, "the sampling rate must be above 0 Hz");
+  if (kind == FrontEndKind::kEtsiAfe) {
+    require(sample_rate == 8000 || sample_rate == 16000, "etsi-afe works at 8000 and 16000 Hz");
+    require(*this == etsi_afe_front_end(sample_rate), "etsi-afe is fixed by its standard: only the rate is to choose");
+  }
   require(std::isfinite(pre_emphasis) && std::abs(pre_emphasis) <= 1.0F, "the pre-emphasis must lie between -1 and 1");
   require(window_length >= 1 && window_length <= kLongestFrame,
           "the window must be at least one sample and at most 2^20");
@@ -41,6 +45,40 @@ void FrontEndParameters::validate() const {
   require(lifter >= 0, "the lifter must not be negative");
   require(prediction_order >= 1 && prediction_order <= window_length,
           "the prediction order must be at least one and at most the window");
+}
+
+FrontEndParameters aurora_front_end() {
+  FrontEndParameters parameters;
+  parameters.sample_rate = 8000;
+  parameters.pre_emphasis = 0.9F;
+  parameters.window_length = 200;
+  parameters.shift = 80;
+  parameters.fft_length = 256;
+  parameters.pad_last_frame = false;
+  parameters.filters = Filters::kBins;
+  parameters.filter_count = 23;
+  parameters.low_frequency = 64.0F;
+  parameters.high_frequency = 4000.0F;
+  parameters.log_offset = 0.0F;
+  parameters.log_floor = 4.539993e-5F;  // e^-10
+  parameters.transform = Transform::kPlain;
+  parameters.zeroth = ZerothCepstrum::kLast;
+  parameters.energy = true;
+  return parameters;
+}
+
+FrontEndParameters etsi_afe_front_end(int sample_rate) {
+  FrontEndParameters parameters = aurora_front_end();
+  parameters.kind = FrontEndKind::kEtsiAfe;
+  if (sample_rate == 16000) {
+    parameters.sample_rate = sample_rate;
+    parameters.window_length = 400;
+    parameters.shift = 160;
+    parameters.fft_length = 512;
+    parameters.filter_count = 26;
+    parameters.high_frequency = 8000.0F;
+  }
+  return parameters;
 }
 
 }  // namespace kivsr::speech

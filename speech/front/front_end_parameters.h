@@ -4,6 +4,10 @@
 
 namespace kivsr::speech {
 
+enum class FrontEndKind {
+  kGeneral,  // windows, filters and transforms as the parameters say
+  kEtsiAfe   // the advanced front end of ES 202 050 (advanced_front_end.h), which its standard fixes
+};
 enum class Window { kHamming, kHann, kRectangular };
 enum class Spectrum { kPower, kMagnitude };
 enum class Filters {
@@ -23,6 +27,7 @@ enum class ZerothCepstrum { kFirst, kLast, kNone };
 inline constexpr int kLongestFrame = 1 << 20;  // samples, of windows, shifts and transforms
 
 struct FrontEndParameters {
+  FrontEndKind kind = FrontEndKind::kGeneral;
   int sample_rate = 16000;      // Hz
   float pre_emphasis = 0.97F;   // y(n) = x(n) - a x(n-1)
   bool frame_emphasis = false;  // each frame by itself: its first sample becomes (1 - a) x
@@ -59,5 +64,11 @@ struct FrontEndParameters {
   // Throws Fault for values that contradict each other.
   void validate() const;
 };
+
+// Cepstra of the advanced front end at 8 kHz (ES 202 050, feature extraction) as the general front end computes them.
+FrontEndParameters aurora_front_end();
+
+// The advanced front end itself, at 8000 or 16000 Hz; its other parameters only describe it.
+FrontEndParameters etsi_afe_front_end(int sample_rate);
 
 }  // namespace kivsr::speech

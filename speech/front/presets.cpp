@@ -61,27 +61,6 @@ FrontEndParameters lpc_cepstrum() {
   return parameters;
 }
 
-// Cepstra of the ETSI advanced front end at 8 kHz (ES 202 050, feature extraction), without its noise reduction.
-FrontEndParameters aurora_front_end() {
-  FrontEndParameters parameters;
-  parameters.sample_rate = 8000;
-  parameters.pre_emphasis = 0.9F;
-  parameters.window_length = 200;
-  parameters.shift = 80;
-  parameters.fft_length = 256;
-  parameters.pad_last_frame = false;
-  parameters.filters = Filters::kBins;
-  parameters.filter_count = 23;
-  parameters.low_frequency = 64.0F;
-  parameters.high_frequency = 4000.0F;
-  parameters.log_offset = 0.0F;
-  parameters.log_floor = 4.539993e-5F;  // e^-10
-  parameters.transform = Transform::kPlain;
-  parameters.zeroth = ZerothCepstrum::kLast;
-  parameters.energy = true;
-  return parameters;
-}
-
 Recipe sphinx_39() {
   Recipe recipe = sphinx_en_us();
   recipe.normalisation = Normalisation::kMean;
@@ -103,6 +82,14 @@ Recipe aurora() {
   return recipe;
 }
 
+Recipe etsi_afe(int sample_rate) {
+  Recipe recipe = etsi_afe_front_end(sample_rate);
+  recipe.equalisation = Equalisation::kFromZero;
+  recipe.reference_cepstrum = aurora_reference_cepstrum();
+  recipe.speech_column = true;
+  return recipe;
+}
+
 struct Preset {
   const char* name;
   Recipe (*make)();
@@ -115,6 +102,7 @@ constexpr Preset kPresets[] = {
     {"htk-like", htk_like},
     {"lpc-cepstrum", [] { return Recipe(lpc_cepstrum()); }},
     {"aurora", aurora},
+    {"etsi-afe", [] { return etsi_afe(16000); }},
 };
 
 }  // namespace
@@ -126,6 +114,12 @@ Recipe preset(const std::string& name) {
     known += (known.empty() ? "" : ", ") + std::string(preset.name);
   }
   throw Fault("no preset '" + name + "' (there are " + known + ")");
+}
+
+Recipe preset(const std::string& name, int file_rate) {
+  const Recipe recipe = preset(name);
+  const bool narrow = file_rate > 0 && file_rate < recipe.front_end.sample_rate;
+  return narrow && recipe.front_end.kind == FrontEndKind::kEtsiAfe ? etsi_afe(8000) : recipe;
 }
 
 std::vector<std::string> preset_names() {

@@ -69,10 +69,12 @@ int Recipe::input_width() const { return source == Source::kFeatures ? source_wi
 std::vector<std::string> Recipe::column_names() const {
   const std::vector<std::string> statics = static_names(*this);
   std::vector<std::string> names = statics;
-  if (dynamics == Dynamics::kNone) return names;
   for (const char* ending : {"_d", "_a"}) {
-    for (const std::string& name : statics) names.push_back(name + ending);
+    for (const std::string& name : statics) {
+      if (dynamics != Dynamics::kNone) names.push_back(name + ending);
+    }
   }
+  if (speech_column) names.emplace_back("vad");
   return names;
 }
 
@@ -99,6 +101,9 @@ void Recipe::validate() const {
                 equalisation == Equalisation::kNone && !normalise_energy && dynamics != Dynamics::kAurora,
             "rows of features as the source go through no front end and nothing that needs to know their columns");
   }
+  const bool etsi_afe = front_end.kind == FrontEndKind::kEtsiAfe;
+  require(etsi_afe || (!speech_column && !drop_frames), "only etsi-afe decides which frames hold speech");
+  require(!etsi_afe || noise_reduction.method == NoiseMethod::kNone, "etsi-afe reduces the noise by itself");
   if (equalisation != Equalisation::kNone) EqualisationStage(front_end, reference_cepstrum);
   require(!normalise_energy || front_end.energy, "without the log energy there is none to normalise");
   require(std::isfinite(silence_floor) && silence_floor > 0.0F, "the silence floor must be above 0 dB");

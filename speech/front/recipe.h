@@ -86,15 +86,21 @@ struct Recipe {
   Dynamics dynamics = Dynamics::kNone;
   int regression_window = 2;  // W
 
+  bool speech_column = false;  // rows end with 1 where the frame holds speech, else 0; etsi-afe
+  bool drop_frames = false;    // rows without speech are left out; etsi-afe
+
   bool operator==(const Recipe&) const = default;
 
-  // Values of a row of the front end or of the source, of one without its derivatives, and of one as it comes out.
+  // Values of a row of the front end or of the source, of one as a file of such rows holds it (with its decision about
+  // speech where that is wanted), of one without its derivatives, of one with them, and of one as it comes out.
   int input_width() const;
+  int file_width() const { return input_width() + (speech_column || drop_frames ? 1 : 0); }
   int static_width() const { return dynamics == Dynamics::kAurora ? 13 : input_width(); }
-  int width() const { return dynamics == Dynamics::kNone ? static_width() : 3 * static_width(); }
+  int feature_width() const { return dynamics == Dynamics::kNone ? static_width() : 3 * static_width(); }
+  int width() const { return feature_width() + (speech_column ? 1 : 0); }
   double frame_seconds() const { return front_end.frame_seconds(); }
   // "c0", "c1", ... or "mel1", ..., then "energy"; "x1", "x2", ... of a source of features; derivatives with "_d" and
-  // "_a" behind the name.
+  // "_a" behind the name; then "vad" of the decision about speech.
   std::vector<std::string> column_names() const;
   // What in the recipe is defined over the whole utterance, for which its rows must wait; empty if nothing is.
   std::string needs_whole_utterance() const;

@@ -16,6 +16,7 @@ struct RecipeField {
 
 // Names of the values of an enumeration, in their order.
 std::span<const std::string_view> names_of(Source);
+std::span<const std::string_view> names_of(FrontEndKind);
 std::span<const std::string_view> names_of(Window);
 std::span<const std::string_view> names_of(Spectrum);
 std::span<const std::string_view> names_of(Filters);
@@ -37,6 +38,10 @@ void visit_fields(R& recipe, Visit&& visit) {
 
   constexpr std::string_view kFront = "Front end";
   auto& front = recipe.front_end;
+  visit(RecipeField{"front-end",
+                    "The general one, or the advanced one of ETSI ES 202 050, which nothing but the rate changes",
+                    kFront},
+        front.kind);
   visit(RecipeField{"sample-rate", "Hz; audio of another rate is resampled", kFront}, front.sample_rate);
   visit(RecipeField{"pre-emphasis", "a of y(n) = x(n) - a x(n-1)", kFront}, front.pre_emphasis);
   visit(RecipeField{"frame-emphasis", "Pre-emphasis that starts anew in each frame", kFront}, front.frame_emphasis);
@@ -101,6 +106,10 @@ void visit_fields(R& recipe, Visit&& visit) {
         recipe.dynamics);
   visit(RecipeField{"regression-window", "Frames on either side that the regression sees", kBehind},
         recipe.regression_window);
+  visit(RecipeField{"speech-column", "Append a column: 1 where the frame holds speech, else 0 (etsi-afe)", kBehind},
+        recipe.speech_column);
+  visit(RecipeField{"drop-frames", "Leave out the rows of frames without speech (etsi-afe)", kBehind},
+        recipe.drop_frames);
 }
 
 // A value as the text form has it.

@@ -16,6 +16,7 @@ constexpr Name kFirstLine = "kivsr-recipe 1";
 constexpr Name kUtterance = "utterance";  // of a maximum that is not known before
 
 constexpr std::array<Name, 2> kSources{"audio", "features"};
+constexpr std::array<Name, 2> kFrontEndKinds{"general", "etsi-afe"};
 constexpr std::array<Name, 3> kWindows{"hamming", "hann", "rectangular"};
 constexpr std::array<Name, 2> kSpectra{"power", "magnitude"};
 constexpr std::array<Name, 3> kFilters{"hertz", "mel", "bins"};
@@ -48,6 +49,7 @@ struct Given {
 }  // namespace
 
 std::span<const Name> names_of(Source) { return kSources; }
+std::span<const Name> names_of(FrontEndKind) { return kFrontEndKinds; }
 std::span<const Name> names_of(Window) { return kWindows; }
 std::span<const Name> names_of(Spectrum) { return kSpectra; }
 std::span<const Name> names_of(Filters) { return kFilters; }

@@ -16,10 +16,10 @@ namespace {
 // Returns how many rows were read.
 std::int64_t stream_rows(const std::filesystem::path& file, FeatureChain& chain, const RowTaker& take) {
   const Recipe& recipe = chain.recipe();
-  FeatureReader reader(file, recipe.input_width());
-  if (reader.width() != recipe.input_width()) {
+  FeatureReader reader(file, recipe.file_width());
+  if (reader.width() != recipe.file_width()) {
     throw Fault(file.string() + ": rows of " + std::to_string(reader.width()) + " values, " +
-                std::to_string(recipe.input_width()) + " are needed");
+                std::to_string(recipe.file_width()) + " are needed");
   }
   if (recipe.noise_reduction.method != NoiseMethod::kNone) {
     throw Fault(file.string() + ": noise is reduced in audio, not in features");
@@ -72,6 +72,7 @@ UtteranceInfo stream(const std::filesystem::path& file, FeatureChain& chain, con
   }
   chain.finish(checked);
   info.frames = frames;
+  if (frames == 0 && chain.recipe().drop_frames) throw Fault(file.string() + ": no frame holds speech");
   if (frames == 0) throw Fault(file.string() + ": shorter than one frame");
   return info;
 }

@@ -1,13 +1,11 @@
-// The noise reduction of the advanced front end (ETSI ES 202 050, clause 5.1): a two-stage mel-warped Wiener filter for
-// speech at 8 kHz, with its offset compensation. The first stage whitens with the noise of the frames that hold no
-// speech; the second one works on what is left and filters hard in noise only.
+// The noise reduction of the advanced front end (ETSI ES 202 050, clause 5.1) for listening: a two-stage mel-warped
+// Wiener filter for speech at 8 kHz, with its offset compensation.
 #pragma once
 
 #include <cstddef>
 
-#include "kivsr/speech/noise/aurora_control.h"
+#include "kivsr/speech/noise/aurora_reduction.h"
 #include "kivsr/speech/noise/enhancer.h"
-#include "kivsr/speech/noise/wiener_stage.h"
 
 namespace kivsr::speech {
 
@@ -26,19 +24,13 @@ class AuroraEnhancer : public Enhancer {
   void step(std::span<const float> frame, std::vector<float>& output);
   void record_noise_of_frame();
 
-  WienerStage first_stage_;
-  WienerStage second_stage_;
-  FrameBuffer first_buffer_;
-  FrameBuffer second_buffer_;
-  NoiseGate gate_;
-  Aggression aggression_;
+  AuroraReduction reduction_;
   std::vector<float> pending_;
-  int frames_ = 0;
+  bool started_ = false;      // a frame that is not all zeros came
+  std::size_t designed_ = 0;  // frames whose noise is known, silent ones in front counted
   std::size_t recorded_ = 0;  // rows of the noise track
   std::size_t samples_in_ = 0;
   std::size_t samples_out_ = 0;
-  float offset_input_ = 0.0F;   // last sample before the offset compensation
-  float offset_output_ = 0.0F;  // and behind it
 };
 
 }  // namespace kivsr::speech

@@ -3,20 +3,16 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <span>
 #include <vector>
 
-#include "kivsr/speech/noise/aurora_control.h"
-#include "kivsr/speech/noise/wiener_stage.h"
+#include "kivsr/speech/noise/voice_decision.h"
 
 namespace kivsr::speech {
 
-// The library's two forms of the detector.
-enum class Arithmetic { kSinglePrecision, kSixteenBits };
-
 // One signal after the other. Decision t, counted from 0, is about the frame of 80 samples around sample 80 (t + 1).
-// The detector decides frames from the fifth on; the first four take the decision of the fifth.
+// The detector decides frames from the fifth on; the first four take the decision of the fifth. Frames of digital
+// silence at the start hold no speech and do not count.
 class SpeechDetector {
  public:
   explicit SpeechDetector(Arithmetic arithmetic);
@@ -30,20 +26,12 @@ class SpeechDetector {
  private:
   void reset();
   void step(std::span<const float> frame, std::vector<bool>& speech);
-  float dither();
-  int decide();
   void take(int result, std::vector<bool>& speech);
 
-  KivsVADState_Aurora* state() { return reinterpret_cast<KivsVADState_Aurora*>(state_.data()); }
-
-  Arithmetic arithmetic_;
-  std::vector<Kiv32s> state_;
-  WienerStage stage_;
-  NoiseGate gate_;
-  FrameBuffer buffer_;
+  GatedStage stage_;
+  VoiceDecision decision_;
   std::vector<float> pending_;
-  std::uint32_t random_ = 1;
-  int frames_ = 0;
+  std::size_t silent_ = 0;   // frames of digital silence before the first that is not
   int calls_ = 0;            // decisions and flushes so far
   std::size_t decided_ = 0;  // frames of this signal that have a decision
   std::size_t wanted_ = 0;   // frames that the whole signal has

@@ -11,24 +11,13 @@ namespace kivsr::speech {
 
 namespace {
 
-constexpr int kWindow = 200;
 constexpr int kWindowStart = 60;  // in the buffer
-constexpr int kTransformOrder = 8;
-constexpr int kTransform = 1 << kTransformOrder;
-constexpr int kResponse = 10;  // values of the impulse response that the taps are made of
 constexpr int kTaps = 17;
-constexpr int kAveragingFrames = 100;  // the noise is a plain mean over so many frames, then forgets by 0.99
-constexpr int kFirstFrames = 11;       // the same of the second stage, before it follows by itself
+constexpr int kCentre = kTaps / 2;
+constexpr int kResponse = kCentre + 1;  // values of the impulse response that the taps are made of
+constexpr int kAveragingFrames = 100;   // the noise is a plain mean over so many frames, then forgets by 0.99
+constexpr int kFirstFrames = 11;        // the same of the second stage, before it follows by itself
 const float kLeastMagnitude = std::exp(-10.0F);
-
-std::vector<float> raised_cosine(int length) {
-  std::vector<float> window(static_cast<std::size_t>(length));
-  for (int n = 0; n < length; ++n) {
-    window[static_cast<std::size_t>(n)] =
-        static_cast<float>(0.5 - 0.5 * std::cos(2.0 * std::numbers::pi * (n + 0.5) / length));
-  }
-  return window;
-}
 
 // x = keep * x + (1 - keep) * y
 template <std::size_t n>
@@ -44,6 +33,27 @@ void root_of(const std::array<float, n>& power, std::array<float, n>& magnitude)
   std::transform(power.begin(), power.end(), magnitude.begin(), [](float x) { return std::sqrt(x); });
 }
 
+// The Wiener rule in two passes (clause 5.1.5). Noise powers and gains here are divided exactly: the library's kernels
+// begin with the processor's estimates of reciprocals, whose 12 bits would show in the cepstra.
+void design_gains(const float* mean, const float* noise, const float* clean, float* gains) {
+  for (int i = 0; i < kAuroraSpectrum; ++i) {
+    const float reciprocal = 1.0F / noise[i];
+    const float excess = mean[i] * reciprocal - 1.0F;
+    const float prior = 0.98F * clean[i] * reciprocal + 0.02F * (excess > 0.0F ? excess : 0.0F);
+    const float ratio = prior / (1.0F + prior) * mean[i] * reciprocal;
+    const float raised = ratio > 0.079432823F ? ratio : 0.079432823F;
+    gains[i] = raised / (1.0F + raised);
+  }
+}
+
+// The noise of the second stage behind its first frames; powers above zero.
+void follow_noise(const float* power, float* noise) {
+  for (int i = 0; i < kAuroraSpectrum; ++i) {
+    const float share = power[i] / (power[i] + noise[i]);
+    noise[i] *= 0.9F + 0.1F * share * (1.0F + noise[i] / (noise[i] + 0.1F * power[i]));
+  }
+}
+
 }  // namespace
 
 void FrameBuffer::push(std::span<const float> frame) {
@@ -51,16 +61,7 @@ void FrameBuffer::push(std::span<const float> frame) {
   std::copy(frame.begin(), frame.end(), samples_.end() - kAuroraFrame);
 }
 
-WienerStage::WienerStage(NoiseUpdate update)
-    : update_(update),
-      window_(raised_cosine(kWindow)),
-      tap_window_(raised_cosine(kTaps)),
-      samples_(kTransform, 0.0F),
-      packed_(kTransform) {
-  fft_ = Fft32f::make<kivsFFTInitAlloc_R_32f>(kTransformOrder, kivFftScaleNone, 0);
-  int work = 0;
-  call<kivsFFTGetBufSize_R_32f>(fft_, &work);
-  fft_work_.resize(static_cast<std::size_t>(std::max(work, 1)));
+WienerStage::WienerStage(NoiseUpdate update) : update_(update), tap_window_(raised_cosine(kTaps)) {
   bank_ = FilterBank32f::make<kivsMelFBankInitAllocLow_Aurora_32f>();
   make_inverse_transform();
   reset();
@@ -87,19 +88,17 @@ void WienerStage::make_inverse_transform() {
 
 void WienerStage::reset() {
   frames_ = 0;
+  power_.fill(0.0F);
   clean_.fill(0.0F);
   noise_.fill(kLeastMagnitude);
   noise_power_.fill(kLeastMagnitude * kLeastMagnitude);
 }
 
-// Power spectra of the windowed samples, pairs of bins averaged, and the mean of two frames.
 void WienerStage::analyse(const FrameBuffer& buffer) {
-  call<kivsMul_32f>(buffer.data() + kWindowStart, window_, samples_, kWindow);
-  call<kivsFFTFwd_RToPerm_32f>(samples_, packed_, fft_, fft_work_);
   previous_power_ = power_;
-  call<kivsSmoothedPowerSpectrumAurora_32f>(packed_, power_, kTransform);
+  spectrum_.analyse(buffer.data() + kWindowStart, power_);
   root_of(power_, magnitude_);
-  Spectrum mean = frames_ == 1 ? power_ : previous_power_;
+  Spectrum mean = previous_power_;
   forget(mean, power_, 0.5F);
   root_of(mean, mean_);
 }
@@ -115,7 +114,7 @@ void WienerStage::update_noise(bool may_update) {
     if (frames_ < kFirstFrames) {
       forget(noise_power_, power, 1.0F - 1.0F / static_cast<float>(frames_));
     } else {
-      call<kivsNoiseSpectrumUpdate_Aurora_32f>(power, noise_power_, noise_power_, kAuroraSpectrum);
+      follow_noise(power.data(), noise_power_.data());
     }
     for (float& x : noise_power_) x = std::max(x, kLeastMagnitude * kLeastMagnitude);
     root_of(noise_power_, noise_);
@@ -127,7 +126,7 @@ void WienerStage::design(const FrameBuffer& buffer, bool may_update) {
   ++frames_;
   analyse(buffer);
   update_noise(may_update);
-  call<kivsWienerFilterDesign_Aurora_32f>(mean_, noise_, clean_, gains_, kAuroraSpectrum);
+  design_gains(mean_.data(), noise_.data(), clean_.data(), gains_.data());
   call<kivsMul_32f>(gains_, magnitude_, clean_, kAuroraSpectrum);
   call<kivsEvalFBank_32f>(gains_, mel_gains_, bank_);
 }
@@ -138,11 +137,11 @@ void WienerStage::filter(const FrameBuffer& buffer, float aggression, std::span<
   call<kivsAddC_32f>(gains, 1.0F - aggression, gains, kAuroraBands);
   std::array<float, kResponse> response;
   call<kivsMatVecMul_32f_D2>(inverse_transform_, kAuroraBands, gains, kAuroraBands, response, kResponse);
+  // Symmetric taps delay all frequencies alike.
   std::array<float, kTaps> taps;
-  call<kivsTabsCalculation_Aurora_32f>(response, taps);
+  for (std::size_t k = 0; k <= kCentre; ++k) taps[kCentre - k] = taps[kCentre + k] = response[k];
   call<kivsMul_32f>(taps, tap_window_, taps, kTaps);
-  const float* const frame = buffer.data() + kAuroraFrame - kTaps / 2;
-  call<kivsResidualFilter_Aurora_32f>(frame, output, taps);
+  call<kivsResidualFilter_Aurora_32f>(buffer.data() + kAuroraFrame - kCentre, output, taps);
 }
 
 }  // namespace kivsr::speech

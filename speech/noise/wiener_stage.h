@@ -1,6 +1,6 @@
 // One stage of the two-stage mel-warped Wiener filter (ETSI ES 202 050, clauses 5.1.3 to 5.1.10): from four frames of
-// 80 samples at 8 kHz the filter of the second one. The enhancer runs two of them in a row (aurora_enhancer.h), the
-// voice activity detector reads the gains of the first (noise/speech_detector.h).
+// 80 samples at 8 kHz the filter of the second one. Next: aurora_reduction.h, two of them in a row; voice_decision.h,
+// which reads the gains of the first.
 #pragma once
 
 #include <array>
@@ -8,12 +8,12 @@
 #include <vector>
 
 #include "kivsr/kivsr.hpp"
+#include "kivsr/speech/noise/smoothed_spectrum.h"
 
 namespace kivsr::speech {
 
 inline constexpr int kAuroraRate = 8000;
 inline constexpr int kAuroraFrame = 80;
-inline constexpr int kAuroraSpectrum = 65;  // smoothed bins from 0 to 4000 Hz
 inline constexpr int kAuroraBands = 25;
 
 // The four newest frames of a stage; the second is the one that is filtered.
@@ -24,6 +24,8 @@ class FrameBuffer {
   void push(std::span<const float> frame);
   void clear() { samples_.fill(0.0F); }
   const float* data() const { return samples_.data(); }
+  // The one that is filtered.
+  std::span<const float> second() const { return std::span(samples_).subspan(kAuroraFrame, kAuroraFrame); }
 
  private:
   std::array<float, kFrames * kAuroraFrame> samples_{};
@@ -43,7 +45,8 @@ class WienerStage {
   // The filter of these gains applied to the second frame. aggression: 1 takes the gains, 0 leaves the frame alone.
   void filter(const FrameBuffer& buffer, float aggression, std::span<float> output);
 
-  // Of the frame that was designed last; spectra are magnitudes (roots of power).
+  // Of the frame that was designed last; noise and clean are magnitudes, roots of power.
+  std::span<const float> power() const { return power_; }
   std::span<const float> gains() const { return gains_; }
   std::span<const float> mel_gains() const { return mel_gains_; }
   std::span<const float> noise() const { return noise_; }
@@ -53,7 +56,7 @@ class WienerStage {
   static double window_power() { return 75.0; }
 
  private:
-  using Spectrum = std::array<float, kAuroraSpectrum>;
+  using Spectrum = SmoothedSpectrum::Power;
 
   void make_inverse_transform();
   void analyse(const FrameBuffer& buffer);
@@ -61,18 +64,14 @@ class WienerStage {
 
   NoiseUpdate update_;
   int frames_ = 0;
-  Fft32f fft_;
+  SmoothedSpectrum spectrum_;
   FilterBank32f bank_;
-  std::vector<Kiv8u> fft_work_;
-  std::vector<float> window_;
   std::vector<float> inverse_transform_;  // rows of kAuroraBands: one value of the impulse response each
   std::vector<float> tap_window_;
-  std::vector<float> samples_;
-  std::vector<float> packed_;
   Spectrum power_{};
   Spectrum previous_power_{};
   Spectrum magnitude_{};    // of this frame
-  Spectrum mean_{};         // root of the mean power of this frame and the one before
+  Spectrum mean_{};         // root of the mean power of this frame and the one before, zero before the first
   Spectrum noise_power_{};  // continuous
   Spectrum noise_{};
   Spectrum clean_{};

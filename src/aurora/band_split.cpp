@@ -53,6 +53,7 @@ template <int kVectors, class Sum>
   for (int k = 0; k < kPairs; ++k) {
     const V even_tap = V::broadcast(taps.even[k]);
     const V odd_tap = V::broadcast(taps.even[kPairs - 1 - k]);
+#pragma GCC unroll 8
     for (int v = 0; v < kVectors; ++v) {
       e[v] = mul_add(even_tap, simd::load<Sum>(even + k + v * V::width), e[v]);
       o[v] = mul_add(odd_tap, simd::load<Sum>(odd + k + v * V::width), o[v]);
@@ -64,7 +65,7 @@ template <int kVectors, class Sum>
 template <class Sum, class T, class Finish>
 void split_block(const Taps<Sum>& taps, const T* src, T* low, T* high, int len, Finish finish) {
   using V = simd::Vec<Sum>;
-  constexpr int kVectors = simd::kAccumulators / 2;  // sums of both kinds in registers
+  constexpr int kVectors = simd::kAccumulators == 8 ? 5 : 2;  // sums of both kinds and the taps in registers
   assert(len >= 1 && len <= kBlock);
   Sorted<Sum> samples;
   const int pairs = len + kPairs - 1;
@@ -73,7 +74,7 @@ void split_block(const Taps<Sum>& taps, const T* src, T* low, T* high, int len, 
     samples.odd[i] = static_cast<Sum>(src[2 * i + 1]);
   }
   Sum signs[V::width];
-  for (int i = 0; i < V::width; ++i) signs[i] = i % 2 == 0 ? Sum{1} : Sum{-1};
+  for (int lane = 0; lane < V::width; ++lane) signs[lane] = lane % 2 == 0 ? Sum{1} : Sum{-1};
   const V alternating = simd::load<Sum>(signs);
   const auto put = [&](V e, V o, int n) {
     const int count = std::min(V::width, len - n);
@@ -88,7 +89,8 @@ void split_block(const Taps<Sum>& taps, const T* src, T* low, T* high, int len, 
     for (int v = 0; v < kVectors; ++v) put(e[v], o[v], n + v * V::width);
   }
   // The last vectors may reach behind the block.
-  for (int i = 0; i < V::width; ++i) samples.even[pairs + i] = samples.odd[pairs + i] = Sum{0};
+  store(samples.even + pairs, V::zero());
+  store(samples.odd + pairs, V::zero());
   for (; n < len; n += V::width) {
     V last_e[1];
     V last_o[1];

@@ -3,6 +3,7 @@
 #include "kivsr/aurora/waveform.h"
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
 #include <iterator>
 #include <limits>
@@ -31,6 +32,30 @@ double energy_of(const T* x) {
   return reduce_sum<double>(kFrame, add_square, x);
 }
 
+template <class T>
+void fill(T* begin, T* end, T value) {
+  using V = simd::Vec<T>;
+  const V v = V::broadcast(value);
+  for (; end - begin >= V::width; begin += V::width) store(begin, v);
+  for (; begin != end; ++begin) *begin = value;
+}
+
+// Places of `value` among the elements, which hold it, at least one vector of them.
+int first_of(const double* x, int count, double value) {
+  const Doubles wanted = Doubles::broadcast(value);
+  for (int i = 0;; i = std::min(i + Doubles::width, count - Doubles::width)) {
+    const unsigned found = bit_mask(simd::load<double>(x + i) == wanted);
+    if (found != 0) return i + std::countr_zero(found);
+  }
+}
+int last_of(const double* x, int count, double value) {
+  const Doubles wanted = Doubles::broadcast(value);
+  for (int i = count - Doubles::width;; i = std::max(i - Doubles::width, 0)) {
+    const unsigned found = bit_mask(simd::load<double>(x + i) == wanted);
+    if (found != 0) return i + std::bit_width(found) - 1;
+  }
+}
+
 // A pulse needs no more than this; larger energies of floats would leave the integers of double precision.
 constexpr double kMostEnergy = 0x1p50;
 
@@ -54,11 +79,11 @@ class Energies {
       const Doubles neighbours = simd::load<double>(padded + i) * simd::load<double>(padded + i + 2);
       store(q + i, floor(min(abs(here * here - neighbours) * quarter + half, most)));
     }
-    std::fill(quarters, q, q[0]);
-    std::fill(q + kFrame, std::end(quarters), q[kFrame - 1]);
-    std::fill(sums_, sums_ + kFarthest, -1.0);
+    fill(quarters, q, q[0]);
+    fill(q + kFrame, std::end(quarters), q[kFrame - 1]);
+    fill(sums_, sums_ + kFarthest, -1.0);
     add_neighbours(quarters);
-    std::fill(sums_ + kFarthest + kFrame, std::end(sums_), -1.0);
+    fill(sums_ + kFarthest + kFrame, std::end(sums_), -1.0);
   }
 
   // The first maximum, or -1 if nothing is above zero.
@@ -68,25 +93,19 @@ class Energies {
     for (int i = 0; i < kFrame; i += Doubles::width) most = max(simd::load<double>(s + i), most);
     const double largest = max_lanes(most);
     if (!(largest > 0.0)) return -1;
-    return static_cast<int>(std::find(s, s + kFrame, largest) - s);
+    return first_of(s, kFrame, largest);
   }
   // The maximum among those of kNearest to kFarthest places to the right or left that are in the frame, the farthest of
   // equals. There is one.
   int next_right(int pulse) const {
     assert(pulse >= 0 && pulse + kNearest < kFrame);
-    const double* const s = sums_ + kFarthest;
-    const double largest = largest_of(s + pulse + kNearest);
-    int i = std::min(pulse + kFarthest, kFrame - 1);
-    while (s[i] != largest) --i;
-    return i;
+    const double* const window = sums_ + kFarthest + pulse + kNearest;
+    return pulse + kNearest + last_of(window, kWindow, largest_of(window));
   }
   int next_left(int pulse) const {
     assert(pulse > kNearest && pulse < kFrame);
-    const double* const s = sums_ + kFarthest;
-    const double largest = largest_of(s + pulse - kFarthest);
-    int i = std::max(pulse - kFarthest, 0);
-    while (s[i] != largest) ++i;
-    return i;
+    const double* const window = sums_ + pulse;
+    return pulse - kFarthest + first_of(window, kWindow, largest_of(window));
   }
 
  private:
@@ -173,8 +192,8 @@ void process(const T* src, T* dst) {
     return;
   }
   float weights[kFrame + 1];
-  std::fill(weights, std::end(weights), 0.4F);
-  Pulses(Energies(src)).each_interval([&](int begin, int end) { std::fill(weights + begin, weights + end, 0.6F); });
+  fill(weights, std::end(weights), 0.4F);
+  Pulses(Energies(src)).each_interval([&](int begin, int end) { fill(weights + begin, weights + end, 0.6F); });
   weights[kFrame] = weights[kFrame - 1];
   weigh(weights, src, dst);
 }

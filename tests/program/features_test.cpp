@@ -156,6 +156,35 @@ TEST_F(FeaturesCommandTest, AnotherRateKeepsTheFramesInSeconds) {
       << result.output;
 }
 
+// etsi-afe takes the form that fits the file's rate, and nothing but the rate may be chosen.
+TEST_F(FeaturesCommandTest, EtsiAfeFollowsTheRateOfTheFile) {
+  EXPECT_EQ(values("--preset etsi-afe"), expected(preset("etsi-afe")));
+  Recipe recipe = preset("etsi-afe");
+  recipe.dynamics = Dynamics::kAurora;
+  recipe.drop_frames = true;
+  EXPECT_EQ(values("--preset etsi-afe --dynamics aurora --drop-frames"), expected(recipe));
+  for (const int rate : {8000, 11025}) {
+    const auto file = folder_.write("b.wav", wav(whole(noise(rate)), rate, 1));
+    const CommandResult result =
+        run_kivsr("features " + quoted(file) + " -o " + quoted(folder_ / "b.csv") + " --preset etsi-afe");
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_NE(result.output.find("94 frames of 15 values"), std::string::npos) << result.output;
+    EXPECT_EQ(result.output.find("resampled from 11025 to 8000 Hz") != std::string::npos, rate == 11025);
+    EXPECT_EQ(read_file(folder_ / "b.csv").find("time_s,c1,c2,"), 0U);
+  }
+  for (const char* options : {"--window hann", "--noise-reduction mcra-wiener", "--sample-rate 11025"}) {
+    const CommandResult result =
+        run_kivsr("features " + quoted(audio_) + " -o " + quoted(folder_ / "c.npy") + " --preset etsi-afe " + options);
+    EXPECT_EQ(result.status, 2) << options;
+    EXPECT_NE(result.errors.find("etsi-afe"), std::string::npos) << result.errors;
+  }
+  const auto silence = folder_.write("s.wav", wav(std::vector<int>(16000, 0), 16000, 1));
+  const CommandResult silent = run_kivsr("features " + quoted(silence) + " -o " + quoted(folder_ / "s.npy") +
+                                         " --preset etsi-afe --drop-frames");
+  EXPECT_EQ(silent.status, 2);
+  EXPECT_NE(silent.errors.find("no frame holds speech"), std::string::npos) << silent.errors;
+}
+
 TEST_F(FeaturesCommandTest, WritesFeaturesAndPictureTogether) {
   const CommandResult result = run_kivsr("features " + quoted(audio_) + " -o " + quoted(folder_ / "b.npy") +
                                          " --picture " + quoted(folder_ / "b.png"));

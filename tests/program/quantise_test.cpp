@@ -1,6 +1,7 @@
 // kivsr quantise through the program: the spoken commands from quantised features, outputs and faults.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -141,6 +142,50 @@ TEST_F(QuantiseCommandTest, AFaultIsOneLineAndStatusTwoAndLeavesNothing) {
     EXPECT_EQ(result.errors.find('\n'), result.errors.size() - 1) << result.errors;
     EXPECT_NE(result.errors.find(message), std::string::npos) << arguments << ": " << result.errors;
     EXPECT_EQ(folder_.names(), before) << arguments;
+  }
+}
+
+// Frame pairs of the advanced front end: coded, damaged, cut, and back.
+TEST(QuantiseBitstream, CodesConcealsAndRefuses) {
+  TemporaryFolder folder;
+  const auto audio = folder.write("a.wav", wav(whole(noise(5 * 8000)), 8000, 1));
+  const auto book = " --book " + quoted(folder / "b.kvb"), stream = quoted(folder / "a.dsr");
+  const auto run = [&](const std::string& arguments) { return run_kivsr("quantise " + arguments); };
+  ASSERT_EQ(run("train --bitstream " + quoted(audio) + " -o " + quoted(folder / "b.kvb")).errors, "");
+  const CommandResult encoded = run("encode --bitstream " + quoted(audio) + book + " -o " + stream);
+  ASSERT_EQ(encoded.status, 0) << encoded.errors;
+  std::string octets = read_file(folder / "a.dsr");
+  ASSERT_EQ(octets.size(), 12U * (494 / 2 + 1));
+
+  const auto decode = "decode --bitstream " + stream + book + " -o " + quoted(folder / "a.npy");
+  ASSERT_EQ(run(decode).errors, "");
+  const FeatureMatrix whole_rows = read_feature_file(folder / "a.npy");
+  EXPECT_EQ(whole_rows.height(), 494);
+  EXPECT_EQ(whole_rows.width, 15);
+
+  octets[12 * 40 + 3] ^= 4;
+  folder.write("a.dsr", octets);
+  const CommandResult damaged = run(decode);
+  EXPECT_EQ(damaged.status, 0);
+  EXPECT_NE(damaged.errors.find("1 of 247 frame pairs damaged and concealed"), std::string::npos) << damaged.errors;
+  const FeatureMatrix concealed = read_feature_file(folder / "a.npy");
+  for (int t = 0; t < 494; ++t) {
+    const int source = t == 80 ? 79 : t == 81 ? 82 : t;
+    EXPECT_TRUE(std::equal(concealed.row(t).begin(), concealed.row(t).end(), whole_rows.row(source).begin())) << t;
+  }
+
+  folder.write("a.dsr", octets.substr(0, 100));
+  const CommandResult cut = run(decode);
+  EXPECT_EQ(cut.status, 2);
+  EXPECT_NE(cut.errors.find("a.dsr: cut short"), std::string::npos) << cut.errors;
+  EXPECT_EQ(std::count(cut.errors.begin(), cut.errors.end(), '\n'), 1);
+  for (const std::string& bad :
+       {"train --bitstream --preset mfcc " + quoted(audio) + " -o " + quoted(folder / "c.kvb"),
+        "train --bitstream --split 0-13:8 " + quoted(audio) + " -o " + quoted(folder / "c.kvb"),
+        "train --bitstream --dynamics win2 " + quoted(audio) + " -o " + quoted(folder / "c.kvb")}) {
+    const CommandResult refused = run(bad);
+    EXPECT_EQ(refused.status, 2) << bad;
+    EXPECT_EQ(std::count(refused.errors.begin(), refused.errors.end(), '\n'), 1) << refused.errors;
   }
 }
 

@@ -91,15 +91,16 @@ TEST(Recipe, EveryMemberIsAField) {
     }
   };
   const auto& [source, source_width, front_end, noise_reduction, equalisation, reference, normalise_energy,
-               silence_floor, energy_scale, energy_maximum, normalisation, frames, dynamics, window] = recipe;
+               silence_floor, energy_scale, energy_maximum, normalisation, frames, dynamics, window, speech, drop] =
+      recipe;
   expect_visited(source, source_width, equalisation, reference, normalise_energy, silence_floor, energy_scale,
-                 energy_maximum, normalisation, frames, dynamics, window);
-  const auto& [rate, emphasis, in_frame, length, shift, fft, shape, offset, pad, spectrum, filters, area, rounded,
+                 energy_maximum, normalisation, frames, dynamics, window, speech, drop);
+  const auto& [kind, rate, emphasis, in_frame, length, shift, fft, shape, offset, pad, spectrum, filters, area, rounded,
                count, low, high, multiplier, divisor, floor, log_offset, transform, cepstra, lifter, zeroth, output,
                order, energy] = front_end;
-  expect_visited(rate, emphasis, in_frame, length, shift, fft, shape, offset, pad, spectrum, filters, area, rounded,
-                 count, low, high, multiplier, divisor, floor, log_offset, transform, cepstra, lifter, zeroth, output,
-                 order, energy);
+  expect_visited(kind, rate, emphasis, in_frame, length, shift, fft, shape, offset, pad, spectrum, filters, area,
+                 rounded, count, low, high, multiplier, divisor, floor, log_offset, transform, cepstra, lifter, zeroth,
+                 output, order, energy);
   const auto& [method, memory, least, residual, first, smoothing] = noise_reduction;
   expect_visited(method, memory, least, residual, first, smoothing);
   EXPECT_TRUE(visited.empty()) << "fields of no member";
@@ -113,7 +114,7 @@ TEST(Recipe, FaultsOfTheTextNameOriginAndLine) {
     return fault_of([&] { (void)Recipe::parse(changed, "a.recipe"); });
   };
   EXPECT_EQ(with("lifter = 22", "lifter = many"),
-            "a.recipe: line 26 of the recipe, \"lifter = many\", has a value that is none of this field");
+            "a.recipe: line 27 of the recipe, \"lifter = many\", has a value that is none of this field");
   EXPECT_NE(with("lifter = 22", "lifting = 22").find("the recipe does not say \"lifter\""), std::string::npos);
   EXPECT_NE(with("lifter = 22\n", "lifter = 22\ncolour = red\n").find("\"colour = red\", is not a field"),
             std::string::npos);
