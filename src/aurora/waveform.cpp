@@ -40,6 +40,23 @@ void fill(T* begin, T* end, T value) {
   for (; begin != end; ++begin) *begin = value;
 }
 
+// The largest of kCount elements, four vectors of them or more, in four chains of comparisons.
+template <int kCount>
+double largest(const double* x) {
+  constexpr int kWidth = Doubles::width;
+  static_assert(kCount >= 4 * kWidth);
+  Doubles most[4];
+  for (int v = 0; v < 4; ++v) most[v] = simd::load<double>(x + v * kWidth);
+  int i = 4 * kWidth;
+  for (; i + 4 * kWidth <= kCount; i += 4 * kWidth) {
+#pragma GCC unroll 4
+    for (int v = 0; v < 4; ++v) most[v] = max(simd::load<double>(x + i + v * kWidth), most[v]);
+  }
+  for (; i + kWidth <= kCount; i += kWidth) most[0] = max(simd::load<double>(x + i), most[0]);
+  most[1] = max(simd::load<double>(x + kCount - kWidth), most[1]);
+  return max_lanes(max(max(most[0], most[1]), max(most[2], most[3])));
+}
+
 // Places of `value` among the elements, which hold it, at least one vector of them.
 int first_of(const double* x, int count, double value) {
   const Doubles wanted = Doubles::broadcast(value);
@@ -67,18 +84,20 @@ class Energies {
   explicit Energies(const T* x) {
     double quarters[kFrame + 2 * kReach + Doubles::width];
     double* const q = quarters + kReach;
-    T padded[kFrame + 2];
-    std::copy(x, x + kFrame, padded + 1);
-    padded[0] = x[0];
-    padded[kFrame + 1] = x[kFrame - 1];
     const Doubles quarter = Doubles::broadcast(0.25);
     const Doubles half = Doubles::broadcast(0.5);
     const Doubles most = Doubles::broadcast(kMostEnergy);
-    for (int i = 0; i < kFrame; i += Doubles::width) {
-      const Doubles here = simd::load<double>(padded + i + 1);
-      const Doubles neighbours = simd::load<double>(padded + i) * simd::load<double>(padded + i + 2);
-      store(q + i, floor(min(abs(here * here - neighbours) * quarter + half, most)));
+    const auto rounded = [&](Doubles here, Doubles before, Doubles behind) {
+      return floor(min(abs(here * here - before * behind) * quarter + half, most));
+    };
+    constexpr int kLast = kFrame - 1;
+    for (int next = 1; next < kLast; next += Doubles::width) {
+      const int i = std::min(next, kLast - Doubles::width);  // the last vector overlaps the one before
+      store(q + i, rounded(simd::load<double>(x + i), simd::load<double>(x + i - 1), simd::load<double>(x + i + 1)));
     }
+    const auto at = [&](int i) { return Doubles::broadcast(x[i]); };
+    q[0] = rounded(at(0), at(0), at(1)).first();
+    q[kLast] = rounded(at(kLast), at(kLast - 1), at(kLast)).first();
     fill(quarters, q, q[0]);
     fill(q + kFrame, std::end(quarters), q[kFrame - 1]);
     fill(sums_, sums_ + kFarthest, -1.0);
@@ -89,35 +108,24 @@ class Energies {
   // The first maximum, or -1 if nothing is above zero.
   int first_maximum() const {
     const double* const s = sums_ + kFarthest;
-    Doubles most = Doubles::zero();
-    for (int i = 0; i < kFrame; i += Doubles::width) most = max(simd::load<double>(s + i), most);
-    const double largest = max_lanes(most);
-    if (!(largest > 0.0)) return -1;
-    return first_of(s, kFrame, largest);
+    const double most = largest<kFrame>(s);
+    return most > 0.0 ? first_of(s, kFrame, most) : -1;
   }
   // The maximum among those of kNearest to kFarthest places to the right or left that are in the frame, the farthest of
   // equals. There is one.
   int next_right(int pulse) const {
     assert(pulse >= 0 && pulse + kNearest < kFrame);
     const double* const window = sums_ + kFarthest + pulse + kNearest;
-    return pulse + kNearest + last_of(window, kWindow, largest_of(window));
+    return pulse + kNearest + last_of(window, kWindow, largest<kWindow>(window));
   }
   int next_left(int pulse) const {
     assert(pulse > kNearest && pulse < kFrame);
     const double* const window = sums_ + pulse;
-    return pulse - kFarthest + first_of(window, kWindow, largest_of(window));
+    return pulse - kFarthest + first_of(window, kWindow, largest<kWindow>(window));
   }
 
  private:
   static constexpr int kWindow = kFarthest - kNearest + 1;
-
-  static double largest_of(const double* window) {
-    Doubles most = simd::load<double>(window + kWindow - Doubles::width);
-    for (int i = 0; i + Doubles::width <= kWindow; i += Doubles::width) {
-      most = max(simd::load<double>(window + i), most);
-    }
-    return max_lanes(most);
-  }
 
   // In powers of two: pairs, fours, eights, nine.
   void add_neighbours(const double* q) {

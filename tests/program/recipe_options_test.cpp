@@ -59,7 +59,7 @@ TEST_F(RecipeOptionsTest, APresetHasTheSameMomentsInFeaturesAndInTraining) {
 
 // A codeword for each row gives the rows back, to the bit: what quantise saw is what features wrote.
 TEST_F(RecipeOptionsTest, APresetHasTheSameRowsInFeaturesAndInQuantisation) {
-  const auto few = folder_.write("few.wav", wav(whole(noise(6000)), 16000, 1));
+  const auto few = folder_.write("few.wav", wav(whole(noise(7000)), 16000, 1));
   for (const std::string& name : preset_names()) {
     ASSERT_EQ(run("features --preset " + name + " " + quoted(few) + " -o " + quoted(folder_ / "a.npy")).status, 0);
     const FeatureMatrix rows = read_feature_file(folder_ / "a.npy");
@@ -92,6 +92,7 @@ TEST_F(RecipeOptionsTest, APresetHasTheSameRowsInFeaturesAndInRecognition) {
     ASSERT_EQ(trained.status, 0) << trained.errors;
     EXPECT_EQ(read_word_model(model).recipe, preset(name));
     Recipe front(preset(name).front_end);
+    front.speech_column = preset(name).speech_column;
     const auto recipe = folder_.write("recipe", front.text());
     const auto rows = folder_ / "rows.npy";
     ASSERT_EQ(run("features --recipe " + quoted(recipe) + " " + quoted(audio_) + " -o " + quoted(rows)).status, 0);
