@@ -27,11 +27,11 @@ constexpr float kAboveOwn = 1.25F;
 
 TemplateSpotter::TemplateSpotter(std::vector<SpokenExample> examples, const SpotSettings& settings)
     : examples_(std::move(examples)), settings_(settings) {
-  if (examples_.empty()) throw Fault("spot: no example");
+  if (examples_.empty()) throw Fault("no example to find");
   for (const SpokenExample& example : examples_) {
-    if (example.rows.height() == 0) throw Fault("spot: the example of \"" + example.label + "\" has no frame");
+    if (example.rows.height() == 0) throw Fault("the example of \"" + example.label + "\" has no frame");
     if (example.rows.width != examples_.front().rows.width) {
-      throw Fault("spot: the example of \"" + example.label + "\" has rows of " + std::to_string(example.rows.width) +
+      throw Fault("the example of \"" + example.label + "\" has rows of " + std::to_string(example.rows.width) +
                   " values, others of " + std::to_string(examples_.front().rows.width));
     }
   }
@@ -140,7 +140,7 @@ void TemplateSpotter::derive_thresholds() {
 
 void TemplateSpotter::push(const FeatureMatrix& rows, std::vector<SpotHit>& hits) {
   if (rows.width != rows_.width) {
-    throw Fault("spot: rows of " + std::to_string(rows.width) + " values, the examples have " +
+    throw Fault("rows of " + std::to_string(rows.width) + " values, the examples have " +
                 std::to_string(rows_.width));
   }
   for (int r = 0; r < rows.height(); ++r) {

@@ -42,7 +42,7 @@ constexpr std::ptrdiff_t whole_vectors(std::ptrdiff_t width) { return (width + 3
 // Rows of the Jacobi step and one of zeros, the step and the sums of a pass, rows of a product, lengths of columns.
 constexpr std::uint64_t room_for(std::uint64_t width) {
   const std::uint64_t half = (width + 3) / 4 * 4;
-  return (width + 1) * 2 * half + 4 * half + (kProductRows + 2) * half;
+  return (width + 1) * 2 * half + 4 * half + (kProductRows + 2) * half + 4;
 }
 
 // NaN if an element is not finite.
@@ -143,7 +143,7 @@ class Square {
   }
 
   bool rotate(int iterations) {
-    svd::Rotations rotations(rows_);
+    svd::Rotations rotations(rows_, lengths_);
     for (int i = 0; i < iterations; ++i) {
       if (rotations.sweep()) return true;
     }

@@ -2,6 +2,7 @@
 // which have no row in common: their rotations are computed in the lanes of a vector.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cassert>
 #include <cstddef>
@@ -19,19 +20,22 @@ struct RotatedRows {
   double* base;
   std::ptrdiff_t height;
   std::ptrdiff_t half;
-  double* row(std::ptrdiff_t r) const { return base + (r < height ? r : height) * 2 * half; }
+  double* row(std::ptrdiff_t r) const { return base + r * 2 * half; }
 };
 
 class Rotations {
   using V = simd::Vec<double>;
   static constexpr std::ptrdiff_t W = V::width;
+  using Places = std::array<std::ptrdiff_t, kPairs>;
 
  public:
-  explicit Rotations(RotatedRows rows) : rows_(rows) {}
+  // squares: room for a number a row and one more.
+  Rotations(RotatedRows rows, double* squares) : rows_(rows), squares_(squares) {}
 
   // True when every pair was orthogonal already.
   bool sweep() {
     changed_ = false;
+    for (std::ptrdiff_t r = 0; r <= rows_.height; ++r) squares_[r] = product(r, r);
     const std::ptrdiff_t blocks = (rows_.height + kPairs - 1) / kPairs;
     for (std::ptrdiff_t i = 0; i < blocks; ++i) {
       if (i % 2 == 0) pairs_within_two_blocks(i * kPairs);
@@ -41,14 +45,17 @@ class Rotations {
   }
 
  private:
+  // Rows behind the last one are the one of zeros.
+  std::ptrdiff_t place(std::ptrdiff_t row) const { return row < rows_.height ? row : rows_.height; }
+
   // Every row of one block of four meets every row of the other.
   void pairs_of_two_blocks(std::ptrdiff_t i, std::ptrdiff_t j) {
     for (int turn = 0; turn < kPairs; ++turn) {
-      double* p[kPairs];
-      double* q[kPairs];
+      Places p;
+      Places q;
       for (int k = 0; k < kPairs; ++k) {
-        p[k] = rows_.row(i + k);
-        q[k] = rows_.row(j + (k + turn) % kPairs);
+        p[k] = place(i + k);
+        q[k] = place(j + (k + turn) % kPairs);
       }
       rotate(p, q);
     }
@@ -57,76 +64,78 @@ class Rotations {
   void pairs_within_two_blocks(std::ptrdiff_t i) {
     constexpr int kTurns[3][kPairs] = {{0, 1, 2, 3}, {0, 2, 1, 3}, {0, 3, 1, 2}};
     for (const auto& turn : kTurns) {
-      double* p[kPairs];
-      double* q[kPairs];
+      Places p;
+      Places q;
       for (int k = 0; k < kPairs; ++k) {
         const std::ptrdiff_t block = i + k / 2 * kPairs;
-        p[k] = rows_.row(block + turn[k % 2 * 2]);
-        q[k] = rows_.row(block + turn[k % 2 * 2 + 1]);
+        p[k] = place(block + turn[k % 2 * 2]);
+        q[k] = place(block + turn[k % 2 * 2 + 1]);
       }
       rotate(p, q);
     }
   }
 
-  void rotate(double* const (&p)[kPairs], double* const (&q)[kPairs]) {
-    V pp[kPairs];
-    V qq[kPairs];
-    V pq[kPairs];
+  void rotate(const Places& p, const Places& q) {
+    V sums[kPairs];
 #pragma GCC unroll 4
-    for (int k = 0; k < kPairs; ++k) add_products(p[k], q[k], &pp[k], &qq[k], &pq[k]);
+    for (int k = 0; k < kPairs; ++k) sums[k] = products(p[k], q[k]);
+    alignas(32) double products_pq[kPairs];
+    simd::store_lane_sums(products_pq, sums[0], sums[1], sums[2], sums[3]);
     alignas(32) double squares_p[kPairs];
     alignas(32) double squares_q[kPairs];
-    alignas(32) double products[kPairs];
-    simd::store_lane_sums(squares_p, pp[0], pp[1], pp[2], pp[3]);
-    simd::store_lane_sums(squares_q, qq[0], qq[1], qq[2], qq[3]);
-    simd::store_lane_sums(products, pq[0], pq[1], pq[2], pq[3]);
-
+    for (int k = 0; k < kPairs; ++k) {
+      squares_p[k] = squares_[p[k]];
+      squares_q[k] = squares_[q[k]];
+    }
     alignas(32) double cosines[kPairs];
     alignas(32) double sines[kPairs];
     unsigned needed = 0;
     for (int k = 0; k < kPairs; k += W) {
-      needed |= angles(simd::load<double>(squares_p + k), simd::load<double>(squares_q + k),
-                       simd::load<double>(products + k), cosines + k, sines + k)
-                << k;
+      needed |= angles(squares_p + k, squares_q + k, products_pq + k, cosines + k, sines + k) << k;
     }
     if (needed == 0) return;
     changed_ = true;
     for (int k = 0; k < kPairs; ++k) {
-      if ((needed >> k & 1) != 0) turn(p[k], q[k], V::broadcast(cosines[k]), V::broadcast(sines[k]));
+      if ((needed >> k & 1) == 0) continue;
+      turn(rows_.row(p[k]), rows_.row(q[k]), V::broadcast(cosines[k]), V::broadcast(sines[k]));
+      // A difference of which little is left is not accurate enough for the next angle.
+      const double least = std::min(squares_[p[k]], squares_[q[k]]);
+      squares_[p[k]] = squares_p[k];
+      squares_[q[k]] = squares_q[k] > 0.01 * least ? squares_q[k] : product(q[k], q[k]);
     }
   }
 
-  void add_products(const double* p, const double* q, V* pp, V* qq, V* pq) const {
-    V squares_p = V::zero();
-    V squares_q = V::zero();
-    V products = V::zero();
-#pragma GCC unroll 2
-    for (std::ptrdiff_t i = 0; i < rows_.half; i += W) {
-      const V a = simd::load<double>(p + i);
-      const V b = simd::load<double>(q + i);
-      squares_p = simd::mul_add(a, a, squares_p);
-      squares_q = simd::mul_add(b, b, squares_q);
-      products = simd::mul_add(a, b, products);
+  double product(std::ptrdiff_t p, std::ptrdiff_t q) const { return simd::sum_lanes(products(p, q)); }
+  V products(std::ptrdiff_t p, std::ptrdiff_t q) const {
+    const double* const a = rows_.row(p);
+    const double* const b = rows_.row(q);
+    V even = V::zero();
+    V odd = V::zero();
+    std::ptrdiff_t i = 0;
+    for (; i + 2 * W <= rows_.half; i += 2 * W) {
+      even = simd::mul_add(simd::load<double>(a + i), simd::load<double>(b + i), even);
+      odd = simd::mul_add(simd::load<double>(a + i + W), simd::load<double>(b + i + W), odd);
     }
-    *pp = squares_p;
-    *qq = squares_q;
-    *pq = products;
+    if (i < rows_.half) even = simd::mul_add(simd::load<double>(a + i), simd::load<double>(b + i), even);
+    return even + odd;
   }
 
-  // The rotation that makes rows of square lengths a and b and product d orthogonal and the first of them the longer
-  // one: p becomes cosine p + sine q, q becomes cosine q - sine p. A bit is set where it is needed: the cosine of the
-  // rows' angle is above rounding.
-  static unsigned angles(V a, V b, V d, double* cosine, double* sine) {
+  // The rotations that make rows of square lengths a and b and product d orthogonal and the first of them the longer
+  // one: p becomes cosine p + sine q, q becomes cosine q - sine p; a and b become the square lengths afterwards. A bit
+  // is set where it is needed: the cosine of the rows' angle is above rounding.
+  static unsigned angles(double* squares_p, double* squares_q, const double* products, double* cosine, double* sine) {
+    const V a = simd::load<double>(squares_p);
+    const V b = simd::load<double>(squares_q);
+    const V d = simd::load<double>(products);
     const V one = V::broadcast(1.0);
     constexpr double kLeast = 2 * std::numeric_limits<double>::epsilon();
-    const auto needed = (d / a) * (d / b) > V::broadcast(kLeast * kLeast);
-    const unsigned bits = simd::bit_mask(needed);
-    if (bits == 0) return 0;
+    const unsigned needed = simd::bit_mask((d / a) * (d / b) > V::broadcast(kLeast * kLeast));
+    if (needed == 0) return 0;
     // tan of twice the angle is d / delta; both are divided by the larger one.
     const V delta = simd::abs(a - b) * V::broadcast(0.5);
-    const V product = simd::abs(d);
-    const auto small_angle = delta >= product;
-    const V ratio = simd::min(delta, product) / simd::max(delta, product);
+    const V size = simd::abs(d);
+    const auto small_angle = delta >= size;
+    const V ratio = simd::min(delta, size) / simd::max(delta, size);
     const V root = simd::sqrt(simd::mul_add(ratio, ratio, one));
     const V tangent = simd::select(small_angle, ratio, one) / (simd::select(small_angle, one, ratio) + root);
     const V c = one / simd::sqrt(simd::mul_add(tangent, tangent, one));
@@ -136,7 +145,9 @@ class Rotations {
     // With the roles of the rows changed, p becomes s p + c q and q becomes s q - c p: the sine takes the sign of d.
     simd::store(cosine, simd::select(in_order, c, s));
     simd::store(sine, simd::select(in_order, s, c) ^ sign);
-    return bits;
+    simd::store(squares_p, simd::mul_add(tangent, size, simd::max(a, b)));
+    simd::store(squares_q, simd::neg_mul_add(tangent, size, simd::min(a, b)));
+    return needed;
   }
 
   void turn(double* p, double* q, V cosine, V sine) const {
@@ -150,6 +161,7 @@ class Rotations {
   }
 
   RotatedRows rows_;
+  double* squares_;
   bool changed_ = false;
 };
 
