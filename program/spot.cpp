@@ -163,7 +163,8 @@ class SpotReport {
 };
 
 void SpotCommand::run() const {
-  if (settings.longest < settings.shortest) throw Fault("spot: --longest is below --shortest");
+  if (!std::isfinite(settings.threshold)) throw Fault("spot: --threshold is not a finite number");
+  if (!(settings.shortest <= settings.longest)) throw Fault("spot: --shortest is not up to --longest");
   FeatureChain chain(recipe.recipe());
   TemplateSpotter spotter(examples(chain), settings);
   SpotReport report(format, spotter, chain.recipe().frame_seconds());
