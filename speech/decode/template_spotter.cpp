@@ -140,8 +140,7 @@ void TemplateSpotter::derive_thresholds() {
 
 void TemplateSpotter::push(const FeatureMatrix& rows, std::vector<SpotHit>& hits) {
   if (rows.width != rows_.width) {
-    throw Fault("rows of " + std::to_string(rows.width) + " values, the examples have " +
-                std::to_string(rows_.width));
+    throw Fault("rows of " + std::to_string(rows.width) + " values, the examples have " + std::to_string(rows_.width));
   }
   for (int r = 0; r < rows.height(); ++r) {
     const auto row = rows.row(r);

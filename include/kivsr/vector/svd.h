@@ -18,11 +18,11 @@ KIVSR_BEGIN_DECLS
  * Matrix Anal. Appl. 29(4), 2008). nIter bounds the sweeps of rotations, the last of which finds nothing left to do;
  * 30 always suffice, 5 to 9 are usual.
  *
- * Accuracy: with n = width and e = 2^-52, |A - U diag(s) V^T| <= 4 sqrt(n) e |A|, |U^T U - I| and |V^T V - I| <= 2 (n + 2) e
- * (Frobenius norms). Small singular values are as accurate as large ones where the columns of A merely differ in scale:
- * if A = B D with D diagonal, each value is right to n cond(B) e, whatever D is. Elements are scaled by a power of two
- * first, so that magnitudes from 1e-300 to 1e300 neither overflow nor vanish; values below 1e-290 of the largest one
- * are zero. A singular value of zero has its columns of U and V as the others do.
+ * Accuracy: with n = width and e = 2^-52, |A - U diag(s) V^T| <= 4 sqrt(n) e |A|, and U^T U and V^T V differ from I by
+ * at most (2 n + 4) e (Frobenius norms). Small singular values are as accurate as large ones where the columns of A
+ * merely differ in scale: if A = B D with D diagonal, each value is right to n cond(B) e, whatever D is. Elements are
+ * scaled by a power of two first, so that magnitudes from 1e-300 to 1e300 neither overflow nor vanish; values below
+ * 1e-290 of the largest one are zero. A singular value of zero has its columns of U and V as the others do.
  *
  * Memory: up to 40 columns on the stack, else 2 width^2 numbers and some rows from the library allocator.
  *

@@ -24,14 +24,14 @@ KIVSR_BEGIN_DECLS
  * | DTW_L2Path | of a band | D and the pairs (i, j) of its path |
  * | DTW_L2Open | all; paths begin in any column | for every row j the best path that ends there |
  *
- * The band: cells with |i (height2 - 1) - j (height1 - 1)| <= band (height1 - 1), that is band columns to either side of
- * the diagonal; all cells if it is negative. A distance that is not a number closes its cell. Where no path is left the
- * result is infinity, of integers the largest one, with kivStatusInfResult.
+ * The band: cells with |i (height2 - 1) - j (height1 - 1)| <= band (height1 - 1), that is band columns to either side
+ * of the diagonal; all cells if it is negative. A distance that is not a number closes its cell. Where no path is left
+ * the result is infinity, of integers the largest one, with kivStatusInfResult.
  *
  * Accuracy: distances reduction(width), sums of at most height1 + height2 - 1 of them in single precision. The integer
  * members sum in double precision and round once: the result times 2^-scaleFactor to nearest (ties to even), saturated.
- * Low differences saturate to 16 bits and the sum of their squares to 32. D2 and D2L agree bit for bit, and so do a band
- * that holds the path and none.
+ * Low differences saturate to 16 bits and the sum of their squares to 32. D2 and D2L agree bit for bit, and so do a
+ * band that holds the path and none.
  *
  * Memory: the second sequence once more and a row of sums, Path 4 bytes for each cell of the band; small ones stay
  * on the stack.
@@ -62,8 +62,8 @@ KIVSR_BEGIN_DECLS
  * first sequence that end in row j of the second one
  * @param[in] band columns to either side of the diagonal, or negative: all
  * @param[in] thresh largest sum of interest: cells above it are left out
- * @param[out] pPath pairs (i, j) from (0, 0) on, up to height1 + height2 - 1 of them; on equal sums both sequences go on,
- * else the first one
+ * @param[out] pPath pairs (i, j) from (0, 0) on, up to height1 + height2 - 1 of them; on equal sums both sequences go
+ * on, else the first one
  * @param[out] pPathLen number of pairs, 0 if there is no path
  * @param[out] pStart height2 rows of the second sequence in which these paths begin, -1 where there is no path
  * @param[in] scaleFactor of the result
