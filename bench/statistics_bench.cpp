@@ -75,6 +75,34 @@ void feature_blocks(int height, int width) {
   });
 }
 
+// Columns and rows gathered from a block; the size is the number of rows of the result.
+void gathered(int height, int width) {
+  const float* const x = array<float>(height * width, [](int i) { return 4 * noise(i) - 1; });
+  const Kiv32s* const columns = array<Kiv32s>(width, [=](int k) { return (7 * k + 3) % width; });
+  const Kiv32s* const rows = array<Kiv32s>(height, [=](int i) { return static_cast<Kiv32s>(noise(i) * height); });
+  const Kiv32s* const none = array<Kiv32s>(height, [](int) { return 0; });
+  float* const part = zeros(height * width);
+  float* const sums = zeros(width);
+  const Eigen::Map<const RowMajor<float>> block(x, height, width);
+
+  measure("CopyColumn_32f", "ours", height, [=] { kivsCopyColumn_32f_D2(x, width, width, part, 13, 13, 13, height); });
+  measure("CopyColumn_32f", "Eigen", height,
+          [=] { Eigen::Map<RowMajor<float>>(part, height, 13) = block.middleCols(13, 13); });
+  measure("CopyColumn_Indirect_32f", "ours", height,
+          [=] { kivsCopyColumn_Indirect_32f_D2(x, width, width, part, columns, width, width, height); });
+  measure("CopyColumn_Indirect_32f", "loop", height, [=] {
+    for (int r = 0; r < height; ++r) {
+      for (int k = 0; k < width; ++k) part[r * width + k] = x[r * width + columns[k]];
+    }
+  });
+  measure("AddNRows_32f", "ours", height,
+          [=] { kivsAddNRows_32f_D2(x, height, 0, width, rows, none, height, sums, width); });
+  measure("AddNRows_32f", "Eigen", height, [=] {
+    vector(sums, width).setZero();
+    for (int r = 0; r < height; ++r) vector(sums, width) += block.row(rows[r]).transpose();
+  });
+}
+
 // Square matrices of n rows.
 void products(int n) {
   const float* const x = array<float>(n * n, [](int i) { return noise(i) - 0.5; });
@@ -101,6 +129,7 @@ void products(int n) {
 
 int main(int argc, char** argv) {
   for (const int height : {1000, 100000}) kivsr::bench::feature_blocks(height, 39);
+  for (const int height : {10, 1000}) kivsr::bench::gathered(height, 39);
   for (const int n : {40, 256, 1024}) kivsr::bench::products(n);
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();

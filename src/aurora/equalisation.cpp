@@ -16,7 +16,7 @@ void equalise(const float* reference, float* cepstrum, float* bias, int len, flo
   const float step = loudness * 0.0087890625F;
   using V = simd::Vec<float>;
   const V mu = V::broadcast(step);
-  transform_together<float>(
+  transform_together(
       len,
       [=](V target, V& c, V& b) {
         c = c - b;

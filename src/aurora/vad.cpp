@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <type_traits>
@@ -10,6 +11,8 @@
 #include "frame/scale.h"
 #include "frame/status.h"
 #include "kivsr/aurora/vad.h"
+#include "vector/dot_product.h"
+#include "vector/sums.h"
 
 namespace kivsr {
 namespace {
@@ -57,16 +60,21 @@ void initialise(State<T>& s) {
   s.hangover_length = 23;
 }
 
-// The longest run of active entries from the oldest to the newest.
+// The length of the longest run of active entries from the oldest to the newest, up to four.
 template <class T>
 int longest_run(const State<T>& s) {
-  int longest = 0;
-  int run_length = 0;
-  for (int i = 1; i <= kHistory; ++i) {
-    run_length = s.history[(s.newest + i) % kHistory] != 0 ? run_length + 1 : 0;
-    longest = std::max(longest, run_length);
-  }
-  return longest;
+  static_assert(sizeof(std::uint64_t) == kHistory + sizeof(s.spare));
+  assert(s.newest >= 0 && s.newest < kHistory);
+  std::uint64_t entries;
+  std::memcpy(&entries, s.history, sizeof entries);
+  // Bit 0 of each byte, which is 0 or 1, to bit k of the top byte; the spare byte falls out.
+  const auto active = static_cast<unsigned>((entries & 0x0001010101010101U) * 0x0102040810204080U >> 56) & 0x7FU;
+  // The oldest entry behind the newest one becomes bit 0.
+  const unsigned from_oldest = (active | active << kHistory) >> (s.newest + 1) & 0x7FU;
+  const unsigned pairs = from_oldest & from_oldest >> 1;
+  if ((pairs & pairs >> 2) != 0) return 4;
+  if ((pairs & from_oldest >> 2) != 0) return 3;
+  return pairs != 0 ? 2 : from_oldest != 0 ? 1 : 0;
 }
 
 template <class T>
@@ -90,22 +98,29 @@ struct Factor {
   constexpr Factor(double x) : value(static_cast<float>(x)), in_32nds(static_cast<Kiv32s>(x * 32 + 0.5)) {}
 };
 
+template <class Value>
+struct Measures {
+  Value variance, energy;
+};
+
 struct FloatArithmetic {
   using Value = float;
 
-  static float variance(const float* frame) {
+  // Three sums in the order of their elements, side by side.
+  static Measures<float> measures(const float* bands, const float* frame) {
     float squares = 0.0F;
     float sum = 0.0F;
-    for (int i = 0; i < kFrame; ++i) {
+    float band_sum = 0.0F;
+    for (int i = 0; i < kBands; ++i) {
+      squares += frame[i] * frame[i];
+      sum += frame[i];
+      band_sum += bands[i];
+    }
+    for (int i = kBands; i < kFrame; ++i) {
       squares += frame[i] * frame[i];
       sum += frame[i];
     }
-    return squares * 0.015625F - sum * sum * 0.00024414063F;
-  }
-  static float energy(const float* bands) {
-    float sum = 0.0F;
-    for (int i = 0; i < kBands; ++i) sum += bands[i];
-    return sum * sum - 3.0F;
+    return {squares * 0.015625F - sum * sum * 0.00024414063F, band_sum * band_sum - 3.0F};
   }
   static float band(const float* bands) { return (bands[1] + bands[2] + bands[3]) / 3.0F; }
   static float next_mean(float mean, float energy, int count) {
@@ -121,19 +136,10 @@ struct FloatArithmetic {
 struct WordArithmetic {
   using Value = std::int64_t;
 
-  static Value variance(const Kiv16s* frame) {
-    Value squares = 0;
-    Value sum = 0;
-    for (int i = 0; i < kFrame; ++i) {
-      squares += Kiv32s{frame[i]} * frame[i];
-      sum += frame[i];
-    }
-    return kFrame * squares - sum * sum;
-  }
-  static Value energy(const Kiv16s* bands) {
-    Value sum = 0;
-    for (int i = 0; i < kBands; ++i) sum += bands[i];
-    return sum * sum - 3;
+  static Measures<Value> measures(const Kiv16s* bands, const Kiv16s* frame) {
+    const Value sum = exact_sum(frame, kFrame);
+    const Value band_sum = exact_sum(bands, kBands);
+    return {kFrame * exact_dot_product(frame, frame, kFrame) - sum * sum, band_sum * band_sum - 3};
   }
   static Value band(const Kiv16s* bands) { return (Value{bands[1]} + bands[2] + bands[3]) / 3; }
   static Value next_mean(Value mean, Value energy, int count) {
@@ -184,11 +190,10 @@ void measure(const E* bands, const E* frame, State<T>& s) {
   const int c = s.frames;
   const bool starting = c < kStartFrames;
 
-  const Value variance = A::variance(frame);
+  const auto [variance, energy] = A::measures(bands, frame);
   if (starting) raise<A>(s.variance_floor, variance);
   s.variance_flag = fires<A>(kVarianceRules, s.variance_floor, variance);
 
-  const Value energy = A::energy(bands);
   if (c == 1) s.energy_floor = A::stored(energy);
   if (starting) {
     s.energy_mean = A::stored(A::next_mean(s.energy_mean, energy, c));

@@ -52,11 +52,12 @@ template <class T, class D, class Op, class... S>
   if (has_tail) simd::store(dst + last, tail);
 }
 
-// Arrays that change together, element by element: op gets a vector of each, by reference, and what it leaves in those
-// of arrays that are not const is stored. Lanes behind the last element are zero.
-template <class T, class Op, class... D>
+// Arrays of floats that change together, element by element: op gets a vector of each, by reference, and what it leaves
+// in those of arrays that are not const is stored. What is left behind the last full vector goes in halves, quarters,
+// ...: lanes behind them are zero.
+template <class Op, class... D>
 inline void transform_together(std::ptrdiff_t len, Op op, D*... arrays) {
-  constexpr std::ptrdiff_t W = simd::Vec<T>::width;
+  constexpr std::ptrdiff_t W = simd::Vec<float>::width;
   const auto change = [&](auto vectors, auto store) {
     std::apply(op, vectors);
     const auto keep = [&](auto* p, auto v) {
@@ -66,12 +67,17 @@ inline void transform_together(std::ptrdiff_t len, Op op, D*... arrays) {
   };
   std::ptrdiff_t i = 0;
   for (; i + W <= len; i += W) {
-    change(std::make_tuple(simd::load<T>(arrays + i)...), [=](auto* p, auto v) { simd::store(p + i, v); });
+    change(std::make_tuple(simd::load<float>(arrays + i)...), [=](auto* p, auto v) { simd::store(p + i, v); });
   }
-  if (const int rest = static_cast<int>(len - i); rest > 0) {
-    change(std::make_tuple(simd::load_some<T>(arrays + i, rest)...),
-           [=](auto* p, auto v) { simd::store_some(p + i, v, rest); });
-  }
+  const auto part = [&]<int kLanes>(std::integral_constant<int, kLanes>) {
+    if (((len - i) & kLanes) == 0) return;
+    change(std::make_tuple(simd::load_part<kLanes>(arrays + i)...),
+           [=](auto* p, auto v) { simd::store_part<kLanes>(p + i, v); });
+    i += kLanes;
+  };
+  if constexpr (W == 8) part(std::integral_constant<int, 4>());
+  part(std::integral_constant<int, 2>());
+  part(std::integral_constant<int, 1>());
 }
 
 // The running vectors of a reduction. Their indices are constants everywhere, which keeps them in registers.

@@ -146,7 +146,7 @@ void update_bins(State<float>& s, const float* power, float* noise) {
   const V a_d = V::broadcast(s.noise_smoothing);
   const V b_d = V::broadcast(1.0F - s.noise_smoothing);
   const V delta = V::broadcast(s.threshold);
-  transform_together<float>(
+  transform_together(
       bins(s.fft_length),
       [=](V x, V& smoothed, V& minimum, V& window_minimum, V& presence, V& estimate) {
         smoothed = a_s * smoothed + b_s * x;

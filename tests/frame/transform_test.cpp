@@ -78,7 +78,7 @@ TEST(TransformTogether, ChangesEachElementOnce) {
     for (const GuardAt guard : {GuardAt::kEnd, GuardAt::kStart}) {
       const Guarded<float> source(a, guard);
       Guarded<float> sum(b, guard), difference(c, guard);
-      transform_together<float>(
+      transform_together(
           len,
           [](Vec<float>& x, Vec<float>& y, Vec<float>& z) {
             z = z - y;

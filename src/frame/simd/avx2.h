@@ -134,10 +134,23 @@ struct Load<double, std::int32_t> {
 }  // namespace detail
 
 inline Vec<float> load_some(const float* p, int n) { return {_mm256_maskload_ps(p, detail::first_lanes_32(n))}; }
+template <int kLanes>
+inline Vec<float> load_part(const float* p) {
+  if constexpr (kLanes == 4) return {_mm256_zextps128_ps256(_mm_loadu_ps(p))};
+  if constexpr (kLanes == 2) return {_mm256_zextps128_ps256(_mm_castsi128_ps(detail::load_8_bytes(p)))};
+  return {_mm256_zextps128_ps256(_mm_load_ss(p))};
+}
 inline Vec<double> load_some(const double* p, int n) { return {_mm256_maskload_pd(p, detail::first_lanes_64(n))}; }
 
 inline void store(float* p, Vec<float> v) { _mm256_storeu_ps(p, v.raw); }
 inline void store_some(float* p, Vec<float> v, int n) { _mm256_maskstore_ps(p, detail::first_lanes_32(n), v.raw); }
+template <int kLanes>
+inline void store_part(float* p, Vec<float> v) {
+  const __m128 half = _mm256_castps256_ps128(v.raw);
+  if constexpr (kLanes == 4) _mm_storeu_ps(p, half);
+  if constexpr (kLanes == 2) _mm_storel_pi(reinterpret_cast<__m64*>(p), half);
+  if constexpr (kLanes == 1) _mm_store_ss(p, half);
+}
 inline void store(double* p, Vec<double> v) { _mm256_storeu_pd(p, v.raw); }
 inline void store_some(double* p, Vec<double> v, int n) { _mm256_maskstore_pd(p, detail::first_lanes_64(n), v.raw); }
 inline void store(std::int32_t* p, Vec<std::int32_t> v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v.raw); }

@@ -164,6 +164,10 @@ inline Vec<float> load_some(const float* p, int n) {
     default: return {_mm_movelh_ps(detail::load_2_floats(p), _mm_load_ss(p + 2))};
   }
 }
+template <int kLanes>
+inline Vec<float> load_part(const float* p) {
+  return load_some(p, kLanes);
+}
 inline Vec<double> load_some(const double* p, int n) {
   return n == 0 ? Vec<double>::zero() : Vec<double>{_mm_load_sd(p)};
 }
@@ -173,6 +177,10 @@ inline void store_some(float* p, Vec<float> v, int n) {
   if (n >= 2) _mm_storel_pi(reinterpret_cast<__m64*>(p), v.raw);
   if (n == 1) _mm_store_ss(p, v.raw);
   if (n == 3) _mm_store_ss(p + 2, _mm_movehl_ps(v.raw, v.raw));
+}
+template <int kLanes>
+inline void store_part(float* p, Vec<float> v) {
+  store_some(p, v, kLanes);
 }
 inline void store(double* p, Vec<double> v) { _mm_storeu_pd(p, v.raw); }
 inline void store_some(double* p, Vec<double> v, int n) {

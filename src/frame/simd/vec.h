@@ -7,6 +7,8 @@
 //   load_some<T>(p, n)    n < width elements, the other lanes zero; reads nothing behind them
 //   store(p, v)           integers saturate when the memory type is narrower than the lanes
 //   store_some(p, v, n)   the first n lanes; writes nothing behind them
+//   load_part<n>(p), store_part<n>(p, v)   the same of n = 1, 2 or 4 < width floats by plain loads and stores, between
+//                         which nothing has to wait for the cache
 //   Vec<T>::zero(), Vec<T>::broadcast(x), Vec<float>::in_first_lane(x) (x and zeros), v.first()
 //
 // Arithmetic: + - and, of floats, * / sqrt abs

@@ -81,6 +81,26 @@ TYPED_TEST(Stores, SaturateAndWriteNothingElse) {
   }
 }
 
+template <int kLanes>
+void expect_part() {
+  constexpr std::size_t n = kLanes;
+  for (const GuardAt guard : {GuardAt::kStart, GuardAt::kEnd}) {
+    const Guarded<float> source(Random(n).values<float>(n, -9, 9), guard);
+    Guarded<float> copy(n, guard);
+    const auto v = simd::load_part<kLanes>(source.data());
+    const auto loaded = lanes(v);
+    simd::store_part<kLanes>(copy.data(), v);
+    for (std::size_t l = 0; l < loaded.size(); ++l) EXPECT_EQ(loaded[l], l < n ? source[l] : 0.0F);
+    EXPECT_EQ(copy.values(), source.values());
+  }
+}
+
+TEST(Vec, PartsReadAndWriteNothingElse) {
+  expect_part<1>();
+  expect_part<2>();
+  if constexpr (Vec<float>::width > 4) expect_part<4>();
+}
+
 TEST(Vec, BroadcastsAndFirstLane) {
   const auto check = [](auto x) {
     using V = Vec<decltype(x)>;
