@@ -1,5 +1,5 @@
-/* The vq families: codebooks, quantisation of vectors and of split vectors, vectors rebuilt from tables, shortlists, time
- * warping. */
+/* The vq families: codebooks, quantisation of vectors and of split vectors, vectors rebuilt from tables, shortlists,
+ * time warping. */
 #ifndef KIVSR_VQ_H
 #define KIVSR_VQ_H
 

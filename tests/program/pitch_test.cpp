@@ -46,9 +46,9 @@ std::vector<Row> rows_of_csv(const std::string& text) {
   while (std::getline(lines, line)) {
     Row row{};
     const auto comma = line.find(',');
-    EXPECT_EQ(std::sscanf(line.c_str() + comma, ",%lf,%lf,%lf,%lf", &row.time, &row.f0, &row.correlation,
-                          &row.probability),
-              4);
+    EXPECT_EQ(
+        std::sscanf(line.c_str() + comma, ",%lf,%lf,%lf,%lf", &row.time, &row.f0, &row.correlation, &row.probability),
+        4);
     rows.push_back(row);
   }
   return rows;
@@ -122,8 +122,9 @@ TEST_F(PitchCommandTest, FaultsAreOneLineAndLeaveNothing) {
   for (const std::string& arguments :
        {quoted(missing), quoted(audio_) + " " + quoted(missing) + at("a.csv"), quoted(audio_) + at("a.xyz"),
         quoted(audio_) + " " + quoted(audio_) + at("a.npy"), quoted(audio_) + " " + quoted(audio_) + at("a.PitchTier"),
-        quoted(audio_) + " --picture " + quoted(folder_ / "a.gif"), quoted(audio_) + " --low 300 --high 310" + at("a.csv"),
-        quoted(audio_) + " --low nan", quoted(audio_) + " --shift 0", quoted(audio_) + " --format xml"}) {
+        quoted(audio_) + " --picture " + quoted(folder_ / "a.gif"),
+        quoted(audio_) + " --low 300 --high 310" + at("a.csv"), quoted(audio_) + " --low nan",
+        quoted(audio_) + " --shift 0", quoted(audio_) + " --format xml"}) {
     const CommandResult result = run_kivsr("pitch " + arguments);
     EXPECT_EQ(result.status, 2) << arguments;
     EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;

@@ -481,36 +481,6 @@ inline void store_lane_sums(double* p, Vec<double> a, Vec<double> b, Vec<double>
 inline void transpose_rows(Vec<float> (&v)[4]) { _MM_TRANSPOSE4_PS(v[0].raw, v[1].raw, v[2].raw, v[3].raw); }
 inline Vec<float> reverse(Vec<float> a) { return {_mm_shuffle_ps(a.raw, a.raw, 0x1B)}; }
 inline Vec<std::int32_t> reverse(Vec<std::int32_t> a) { return {_mm_shuffle_epi32(a.raw, 0x1B)}; }
-inline Vec<std::int32_t> lookup(const std::int32_t (&table)[24], Vec<std::int32_t> index) {
-  std::int32_t lanes[4];
-  store(lanes, index);
-  return {_mm_setr_epi32(table[lanes[0]], table[lanes[1]], table[lanes[2]], table[lanes[3]])};
-}
-template <int kColumns>
-struct EightRows {
-  static_assert(kColumns % 4 == 0);
-  alignas(16) float rows[8][kColumns];
-  constexpr explicit EightRows(const float (&values)[8][kColumns]) : rows{} {
-    for (int r = 0; r < 8; ++r) {
-      for (int k = 0; k < kColumns; ++k) rows[r][k] = values[r][k];
-    }
-  }
-};
-template <int kColumns>
-[[gnu::always_inline]] inline void lookup_rows(const EightRows<kColumns>& table, Vec<std::int32_t> row,
-                                               Vec<float> (&columns)[kColumns]) {
-  alignas(16) std::int32_t rows[4];
-  _mm_store_si128(reinterpret_cast<__m128i*>(rows), _mm_and_si128(row.raw, _mm_set1_epi32(7)));
-#pragma GCC unroll 4
-  for (int k = 0; k < kColumns; k += 4) {
-    Vec<float> four[4];
-#pragma GCC unroll 4
-    for (int j = 0; j < 4; ++j) four[j] = {_mm_load_ps(table.rows[rows[j]] + k)};
-    transpose_rows(four);
-#pragma GCC unroll 4
-    for (int j = 0; j < 4; ++j) columns[k + j] = four[j];
-  }
-}
 inline Vec<float> interleave_rows(Vec<float> a) { return a; }
 
 }  // namespace kivsr::simd

@@ -70,7 +70,9 @@
 
 #if defined(__AVX2__)
 #include "avx2.h"
+#include "lookup_avx2.h"
 #else
+#include "lookup_sse2.h"
 #include "sse2.h"
 #endif
 
