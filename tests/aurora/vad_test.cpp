@@ -66,8 +66,9 @@ TYPED_TEST(Vad, StartsUndecidedAndHangsOver) {
     const auto quiet_until = [&](int last) {
       for (; frame < last; ++frame) EXPECT_EQ(detector.quiet(), 2) << frame;
     };
-    // Three active frames load the short hangover only, four the long one; from before frame 36 the long one is 40.
-    quiet_until(early ? 14 : 40);
+    // Three active frames load the short hangover only, four the long one; if the fourth comes before frame 36 the long
+    // one is 40.
+    quiet_until(early ? 31 : 32);
     for (int i = 0; i < 4; ++i, ++frame) EXPECT_EQ(detector.quiet(5), i < 2 ? 2 : 1) << i;
     int speech = 0;
     while (detector.quiet() == 1 && speech < 1000) ++speech;

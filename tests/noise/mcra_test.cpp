@@ -124,6 +124,7 @@ void for_frames(std::size_t bins, int window, int frames, Frame frame) {
   for (int t = 0; t < frames; ++t) {
     std::vector<double> power(bins);
     for (double& p : power) p = std::round(1e7 * random.uniform(0.2, 2) * (t % 300 < 40 ? 60 : 1));
+    if (t < 50) power[1] = 0;  // digital silence is not above its own minimum
     const bool ends = t > 0 && counter == window;
     frame(t, power, ends);
     counter = ends ? 1 : counter + 1;

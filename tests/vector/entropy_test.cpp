@@ -65,6 +65,8 @@ TEST(Entropy, OfWordsReadsFifteenFractionalBits) {
   Kiv32s result = 1;
   EXPECT_EQ(kivsEntropy_16s32s_Sfs(std::vector<Kiv16s>{16384, 0, 16384}.data(), 3, &result, -15), kivStatusOk);
   EXPECT_EQ(result, -32768);
+  EXPECT_EQ(kivsEntropy_16s32s_Sfs(std::vector<Kiv16s>{1, 1, 0, 1}.data(), 4, &result, -15), kivStatusOk);
+  EXPECT_EQ(result, 3 * -15);
   EXPECT_EQ(kivsEntropy_16s32s_Sfs(std::vector<Kiv16s>{16384, -1}.data(), 2, &result, 0), kivStatusNanResult);
   EXPECT_EQ(result, kLow);
 }

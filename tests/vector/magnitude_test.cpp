@@ -84,6 +84,15 @@ TEST(Magnitude, IntegersRoundTheTrueRootOnce) {
   }
 }
 
+// (t^2)^2 + t^2 lies a quarter below the square of t^2 + 1/2, as close as sums of squares come.
+TEST(Magnitude, OfIntegersNextToHalfWayIsTheNearest) {
+  std::vector<Kiv32sc> data;
+  for (Kiv32s t = 40000; t < 40008; ++t) data.push_back({t * t, t});
+  std::vector<Kiv32s> dst(data.size());
+  ASSERT_EQ(kivsMagnitude_32sc_Sfs(data.data(), dst.data(), 8, 0), kivStatusOk);
+  for (std::size_t i = 0; i < data.size(); ++i) EXPECT_EQ(dst[i], data[i].re);
+}
+
 TEST(Magnitude, ChecksNullPointersThenSizes) {
   const Kiv32fc number = {3, 4};
   const Kiv32sc integer = {3, 4};
