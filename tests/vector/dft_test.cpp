@@ -104,7 +104,9 @@ TEST(Dft, AgreesWithTheDefinition) {
       ASSERT_EQ(kivsDFTFwd_RToCCS_32f(src.data(), bins.data(), dft.spec, dft.buffer()), kivStatusOk);
       ASSERT_LE(relative_error(bins.values(), truth, factor_of(flag, n, kivFftScaleForward)), bound(n));
       ASSERT_TRUE(same_bits(bins[1], 0.0F));
-      if (n % 2 == 0) ASSERT_TRUE(same_bits(bins[bins.size() - 1], 0.0F));
+      if (n % 2 == 0) {
+        ASSERT_TRUE(same_bits(bins[bins.size() - 1], 0.0F));
+      }
       // In place, with a buffer of the library's, at another alignment: the same bits.
       Guarded<float> both(bins.size() + 1);
       std::copy(samples.begin(), samples.end(), both.data());

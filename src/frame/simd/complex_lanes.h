@@ -277,9 +277,7 @@ inline void deinterleave(Vec<double>& a, Vec<double>& b) {
   a.raw = re;
 }
 inline void interleave(Vec<double>& re, Vec<double>& im) { deinterleave(re, im); }
-inline Vec<double> pair_order(Vec<double> v) {
-  return {_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(3, 1, 2, 0))};
-}
+inline Vec<double> pair_order(Vec<double> v) { return {_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(3, 1, 2, 0))}; }
 inline Vec<double> pair_order_reversed(Vec<double> v) {
   return {_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(0, 2, 1, 3))};
 }
