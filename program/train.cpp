@@ -94,7 +94,7 @@ void check_list(const std::vector<TrainingItem>& items, const TrainingSettings& 
 
 // Of rows of features only what follows the front end.
 Recipe TrainCommand::recipe_for(Source source, int width) const {
-  const Recipe whole = recipe.recipe();
+  Recipe whole = recipe.recipe();
   if (source == Source::kAudio) return whole;
   Recipe result = Recipe::of_features(width);
   result.normalisation = whole.normalisation;
