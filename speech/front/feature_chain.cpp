@@ -31,6 +31,7 @@ FeatureChain::FeatureChain(const Recipe& recipe)
   if (recipe_.front_end.kind == FrontEndKind::kEtsiAfe) {
     advanced_.emplace(recipe_.front_end.sample_rate, speech_.needed());
   }
+  if (recipe_.pitch) pitch_.emplace(recipe_);
   const auto add = [&](std::unique_ptr<RowStage> stage) {
     if (stage) stages_.push_back(std::move(stage));
   };
@@ -40,6 +41,7 @@ FeatureChain::FeatureChain(const Recipe& recipe)
   add(make_dynamics_stage(recipe_));
   before_.assign(stages_.size() + 1, {recipe_.input_width(), {}});
   before_.back().width = recipe_.feature_width();
+  pitched_.width = recipe_.feature_width() + 3;
   spoken_.width = recipe_.width();
 }
 
@@ -49,7 +51,8 @@ void FeatureChain::pass(std::size_t stage, const RowTaker& take) {
     if (before_[stage].height() > 0) stages_[stage]->push(before_[stage], before_[stage + 1]);
     before_[stage].values.clear();
   }
-  FeatureMatrix& features = before_.back();
+  if (pitch_) pitch_->push(before_.back(), pitched_);
+  FeatureMatrix& features = pitch_ ? pitched_ : before_.back();
   FeatureMatrix& rows = speech_.needed() ? spoken_ : features;
   if (speech_.needed()) {
     speech_.take(decisions_);
@@ -58,10 +61,12 @@ void FeatureChain::pass(std::size_t stage, const RowTaker& take) {
   if (rows.height() > 0) take(rows);
   rows.values.clear();
   features.values.clear();
+  before_.back().values.clear();
 }
 
 void FeatureChain::push(std::span<const float> samples, const RowTaker& take) {
   if (recipe_.source != Source::kAudio) throw Fault("the recipe starts from features, not from audio");
+  if (pitch_) pitch_->take(samples);
   if (advanced_) {
     advanced_->push(samples, before_.front(), decisions_);
   } else {
@@ -77,11 +82,13 @@ void FeatureChain::push_rows(const FeatureMatrix& input, const RowTaker& take) {
   if (recipe_.noise_reduction.method != NoiseMethod::kNone) {
     throw Fault("the noise is reduced in audio, not in features");
   }
+  if (recipe_.pitch) throw Fault("pitch is found in audio, not in features");
   append_rows(speech_.needed() ? speech_.split(input).values : input.values, before_.front());
   pass(0, take);
 }
 
 void FeatureChain::finish(const RowTaker& take) {
+  if (pitch_) pitch_->end_of_audio();
   if (advanced_) {
     advanced_->finish(before_.front(), decisions_);
   } else if (recipe_.source == Source::kAudio) {
@@ -95,6 +102,7 @@ void FeatureChain::finish(const RowTaker& take) {
     }
   }
   speech_.reset();
+  if (pitch_) pitch_->reset();
 }
 
 RowTaker FeatureChain::appending_to(FeatureMatrix& rows) const {

@@ -13,6 +13,7 @@
 
 #include "kivsr/speech/front/advanced_front_end.h"
 #include "kivsr/speech/front/front_end.h"
+#include "kivsr/speech/front/pitch_columns.h"
 #include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/front/row_stage.h"
 #include "kivsr/speech/front/speech_column.h"
@@ -53,6 +54,8 @@ class FeatureChain {
   std::optional<AdvancedFrontEnd> advanced_;  // in its place
   std::vector<std::unique_ptr<RowStage>> stages_;
   std::vector<FeatureMatrix> before_;  // each stage, and behind the last
+  std::optional<PitchColumns> pitch_;
+  FeatureMatrix pitched_;  // rows that have met their pitch
   SpeechColumn speech_;
   std::vector<float> decisions_;  // on their way to it
   FeatureMatrix spoken_;          // rows that have met them

@@ -39,6 +39,11 @@ std::string npy_header(std::int64_t frames, int width) {
   return bytes + header;
 }
 
+// Kinds of HTK have no place for columns of another nature.
+bool is_user_kind(const Recipe& recipe) {
+  return recipe.source == Source::kFeatures || recipe.width() != recipe.feature_width();
+}
+
 // The base kind in the low six bits, then the qualifiers.
 std::uint32_t htk_kind(const Recipe& recipe) {
   constexpr std::uint32_t kLpCepstra = 3;
@@ -51,7 +56,7 @@ std::uint32_t htk_kind(const Recipe& recipe) {
   constexpr std::uint32_t kZeroMean = 04000;
   constexpr std::uint32_t kWithZeroth = 020000;
   const FrontEndParameters& front_end = recipe.front_end;
-  if (recipe.source == Source::kFeatures) return kUser;
+  if (is_user_kind(recipe)) return kUser;
   std::uint32_t kind = kMfcc;
   if (front_end.output == Output::kLogMel) kind = kFilterBank;
   if (front_end.output == Output::kLpcCepstra) kind = kLpCepstra;
@@ -81,8 +86,8 @@ std::string htk_header(std::int64_t frames, const Recipe& recipe) {
 // HTK wants c0 behind the other cepstra, in the statics and in each of their derivatives.
 void put_htk_rows(const FeatureMatrix& rows, const Recipe& recipe, std::string& bytes) {
   const FrontEndParameters& front_end = recipe.front_end;
-  const bool move_zeroth = recipe.source == Source::kAudio && front_end.output == Output::kCepstra &&
-                           front_end.zeroth == ZerothCepstrum::kFirst;
+  const bool move_zeroth =
+      !is_user_kind(recipe) && front_end.output == Output::kCepstra && front_end.zeroth == ZerothCepstrum::kFirst;
   std::vector<float> ordered(static_cast<std::size_t>(rows.width));
   for (int t = 0; t < rows.height(); ++t) {
     const auto row = rows.row(t);

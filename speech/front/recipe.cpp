@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "kivsr/speech/front/equalisation_stage.h"
+#include "kivsr/speech/front/pitch_columns.h"
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
@@ -74,6 +75,7 @@ std::vector<std::string> Recipe::column_names() const {
       if (dynamics != Dynamics::kNone) names.push_back(name + ending);
     }
   }
+  if (pitch) names.insert(names.end(), {"f0", "correlation", "probability"});
   if (speech_column) names.emplace_back("vad");
   return names;
 }
@@ -98,12 +100,13 @@ void Recipe::validate() const {
   require(source_width >= 1 && source_width <= kWidestSource, "the rows of the source must have 1 to 10000 values");
   if (source == Source::kFeatures) {
     require(front_end == FrontEndParameters() && noise_reduction == NoiseReductionParameters() &&
-                equalisation == Equalisation::kNone && !normalise_energy && dynamics != Dynamics::kAurora,
+                equalisation == Equalisation::kNone && !normalise_energy && dynamics != Dynamics::kAurora && !pitch,
             "rows of features as the source go through no front end and nothing that needs to know their columns");
   }
   const bool etsi_afe = front_end.kind == FrontEndKind::kEtsiAfe;
   require(etsi_afe || (!speech_column && !drop_frames), "only etsi-afe decides which frames hold speech");
   require(!etsi_afe || noise_reduction.method == NoiseMethod::kNone, "etsi-afe reduces the noise by itself");
+  if (pitch) pitch_parameters(*this).validate();
   if (equalisation != Equalisation::kNone) EqualisationStage(front_end, reference_cepstrum);
   require(!normalise_energy || front_end.energy, "without the log energy there is none to normalise");
   require(std::isfinite(silence_floor) && silence_floor > 0.0F, "the silence floor must be above 0 dB");

@@ -86,6 +86,10 @@ struct Recipe {
   Dynamics dynamics = Dynamics::kNone;
   int regression_window = 2;  // W
 
+  bool pitch = false;  // behind them f0, correlation and probability of voicing (pitch_tracker.h)
+  float pitch_low_frequency = 60.0F;
+  float pitch_high_frequency = 500.0F;
+
   bool speech_column = false;  // rows end with 1 where the frame holds speech, else 0; etsi-afe
   bool drop_frames = false;    // rows without speech are left out; etsi-afe
 
@@ -97,10 +101,10 @@ struct Recipe {
   int file_width() const { return input_width() + (speech_column || drop_frames ? 1 : 0); }
   int static_width() const { return dynamics == Dynamics::kAurora ? 13 : input_width(); }
   int feature_width() const { return dynamics == Dynamics::kNone ? static_width() : 3 * static_width(); }
-  int width() const { return feature_width() + (speech_column ? 1 : 0); }
+  int width() const { return feature_width() + (pitch ? 3 : 0) + (speech_column ? 1 : 0); }
   double frame_seconds() const { return front_end.frame_seconds(); }
   // "c0", "c1", ... or "mel1", ..., then "energy"; "x1", "x2", ... of a source of features; derivatives with "_d" and
-  // "_a" behind the name; then "vad" of the decision about speech.
+  // "_a" behind the name; then "f0", "correlation", "probability", and "vad" of the decision about speech.
   std::vector<std::string> column_names() const;
   // What in the recipe is defined over the whole utterance, for which its rows must wait; empty if nothing is.
   std::string needs_whole_utterance() const;

@@ -106,6 +106,10 @@ void visit_fields(R& recipe, Visit&& visit) {
         recipe.dynamics);
   visit(RecipeField{"regression-window", "Frames on either side that the regression sees", kBehind},
         recipe.regression_window);
+  visit(RecipeField{"pitch", "Append f0 in Hz (0: unvoiced), correlation and probability of voicing", kBehind},
+        recipe.pitch);
+  visit(RecipeField{"pitch-low", "Hz, lowest f0", kBehind}, recipe.pitch_low_frequency);
+  visit(RecipeField{"pitch-high", "Hz, highest f0", kBehind}, recipe.pitch_high_frequency);
   visit(RecipeField{"speech-column", "Append a column: 1 where the frame holds speech, else 0 (etsi-afe)", kBehind},
         recipe.speech_column);
   visit(RecipeField{"drop-frames", "Leave out the rows of frames without speech (etsi-afe)", kBehind},

@@ -91,10 +91,10 @@ TEST(Recipe, EveryMemberIsAField) {
     }
   };
   const auto& [source, source_width, front_end, noise_reduction, equalisation, reference, normalise_energy,
-               silence_floor, energy_scale, energy_maximum, normalisation, frames, dynamics, window, speech, drop] =
-      recipe;
+               silence_floor, energy_scale, energy_maximum, normalisation, frames, dynamics, window, pitch, pitch_low,
+               pitch_high, speech, drop] = recipe;
   expect_visited(source, source_width, equalisation, reference, normalise_energy, silence_floor, energy_scale,
-                 energy_maximum, normalisation, frames, dynamics, window, speech, drop);
+                 energy_maximum, normalisation, frames, dynamics, window, pitch, pitch_low, pitch_high, speech, drop);
   const auto& [kind, rate, emphasis, in_frame, length, shift, fft, shape, offset, pad, spectrum, filters, area, rounded,
                count, low, high, multiplier, divisor, floor, log_offset, transform, cepstra, lifter, zeroth, output,
                order, energy] = front_end;
