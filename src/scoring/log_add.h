@@ -1,5 +1,5 @@
-// Log-addition, ln(e^a + e^b) = max + ln(1 + e^(min - max)): the vector kernel, its twins of more than single precision
-// and the driver. Constants: log_tables.h, log_add_table.h. Sums of one vector: log_sum.h.
+// Log-addition, ln(e^a + e^b) = max + ln(1 + e^(min - max)): the vector kernel, its extended-precision twin and the
+// driver. Constants: log_tables.h. Sums of one vector: log_sum.h.
 #pragma once
 
 #include <bit>
@@ -7,7 +7,6 @@
 
 #include "frame/simd/vec.h"
 #include "kivsr/types.h"
-#include "log_add_table.h"
 #include "log_tables.h"
 
 namespace kivsr {
@@ -52,37 +51,11 @@ template <class Set, class T>
   return select(d < V::broadcast(static_cast<T>(kLogCutOff)), alone, sum);
 }
 
-// Single precision, to half a unit in the last place of the result and 5e-9: large parts are exact sums of two numbers,
-// so that only the roundings of what is small are left. d + rest is the difference of the terms; slope and centre have
-// so few bits that u and u * slope are exact.
-[[gnu::always_inline]] inline simd::Vec<float> log_add_accurate(simd::Vec<float> a, simd::Vec<float> b) {
-  using V = simd::Vec<float>;
-  static constexpr simd::EightRows<12> kTable{kLogAddRows};
-  const V high = max(b, a);
-  const V low = min(a, b);
-  const V d = low - high;
-  const V less_high = d - low;
-  const V rest = (low - (d - less_high)) - (high + less_high);
-
-  const V y = min(V::broadcast(1.0F) - d, V::broadcast(kLogAddLast));
-  V c[12];
-  simd::lookup_rows(kTable, shift_right(bits(y), 22), c);
-  const V& slope = c[3];
-  const V u = d - c[0];
-  const V u2 = u * u;
-  const V curve = u * (((c[9] + c[10] * u + c[11] * u2) * u2 + (c[7] + c[8] * u)) * u2 + (c[5] + c[6] * u));
-  const V change = c[4] + curve;
-  const V derivative = slope + (change + curve);
-  const V product = u * slope;
-  const V large = c[1] + product;
-  const V sum = high + large;
-  const V added = sum - high;
-  const V error = (high - (sum - added)) + (large - added);
-  const V tiny = (((c[1] - large) + product) + c[2]) + (rest * derivative + error);
-  const V alone = max(high, V::broadcast(static_cast<float>(kLogZero)));
-  // The rest of an infinite d is NaN.
-  const V beyond = (d - V::broadcast(kLogCutOffFloat)) + min(rest, V::broadcast(1.0F));
-  return select(beyond < V::broadcast(kLogCutOffRest), alone, sum + (u * change + tiny));
+// Single precision in, double precision between.
+template <class Set>
+[[gnu::always_inline]] inline simd::Vec<float> log_add_widened(simd::Vec<float> a, simd::Vec<float> b) {
+  return simd::narrow(log_add<Set>(simd::widen_low(a), simd::widen_low(b)),
+                      log_add<Set>(simd::widen_high(a), simd::widen_high(b)));
 }
 
 // Extended precision, the polynomial in two halves of even and odd powers.
@@ -122,7 +95,9 @@ inline void combine(T* src_dst, const T* src, int len, Op op) {
 // src_dst = ln(e^src + e^src_dst). An unknown hint leaves src_dst alone.
 inline void log_add(float* src_dst, const float* src, int len, KivLogAddHint hint) {
   switch (hint) {
-    case kivLogAddHintAc: combine(src_dst, src, len, [](auto a, auto b) { return log_add_accurate(a, b); }); break;
+    case kivLogAddHintAc:
+      combine(src_dst, src, len, [](auto a, auto b) { return log_add_widened<Degree10>(a, b); });
+      break;
     case kivLogAddHintSp: combine(src_dst, src, len, [](auto a, auto b) { return log_add<Degree10>(a, b); }); break;
     case kivLogAddHintFpu:
       for (int i = len - 1; i >= 0; --i) src_dst[i] = static_cast<float>(log_add_extended(src[i], src_dst[i]));

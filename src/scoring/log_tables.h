@@ -84,11 +84,6 @@ struct CorrectionTable {
   }
 };
 
-// The smallest single-precision number that is not dropped, and what the cut-off lies below it.
-inline constexpr float kLogCutOffFloat = -15.3195877F;
-inline constexpr auto kLogCutOffRest = static_cast<float>(kLogCutOff - static_cast<double>(kLogCutOffFloat));
-static_assert(kLogCutOffRest < 0.0F && kLogCutOffRest > -0x1p-20F);
-
 struct Degree10 {
   template <class T>
   static constexpr CorrectionTable<T, 10> table{kDegree10, kCentres10};

@@ -12,8 +12,8 @@ KIVSR_BEGIN_DECLS
  *
  * - Cut-off: if d < -15.3195879547406 the smaller term is dropped. A d of exactly this value is not.
  * - f is a polynomial on each of three intervals. Degree 10, error below 5e-9, in single-precision and integer
- *   functions (intervals d > -2.55, d > -6.8, the rest; of kivLogAddHintAc degree 8 on eight intervals); degree 21, error
- *   below 1e-14, in 64-bit functions (d > -3.5, d > -9, the rest).
+ *   functions (intervals d > -2.55, d > -6.8, the rest); degree 21, error below 1e-14, in 64-bit functions (d > -3.5,
+ *   d > -9, the rest).
  * - A NaN on either side gives NaN, and so do two infinities of the same sign. -infinity and a finite value give the
  *   finite value, not below the log zero.
  *
@@ -52,12 +52,12 @@ KIVSR_BEGIN_DECLS
  * @{ */
 /** pSrcDst[i] = ln(e^pSrc[i] + e^pSrcDst[i]).
  *
- * The hint selects the evaluation of the 32-bit and the integer forms: kivLogAddHintAc as if in double precision (error
- * half a unit in the last place and 5e-9), kivLogAddHintSp in single precision (two units in the last place of the
- * larger term, or of 1 if that is larger; one and a half times as fast), kivLogAddHintFpu in extended precision, last
- * element first. The 64-bit form evaluates in double precision for all three. With any other hint nothing is computed
- * and the status is kivStatusOk: the floating-point forms leave pSrcDst as it is, the integer forms write back what
- * became of it on the way to single precision and back.
+ * The hint selects the evaluation of the 32-bit and the integer forms: kivLogAddHintAc in double precision (error half
+ * a unit in the last place and 5e-9), kivLogAddHintSp in single precision (two units in the last place of the larger
+ * term, or of 1 if that is larger; two to three times as fast), kivLogAddHintFpu in extended precision, last element
+ * first. The 64-bit form evaluates in double precision for all three. With any other hint nothing is computed and the
+ * status is kivStatusOk: the floating-point forms leave pSrcDst as it is, the integer forms write back what became of
+ * it on the way to single precision and back.
  *
  * Integer forms: both elements are converted to single precision and multiplied by 2^-scaleFactor; the result times
  * 2^scaleFactor is rounded to nearest, ties to even, and saturated; a NaN gives the smallest integer.

@@ -463,6 +463,14 @@ inline Vec<float> reverse(Vec<float> a) {
 inline Vec<std::int32_t> reverse(Vec<std::int32_t> a) {
   return {_mm256_permutevar8x32_epi32(a.raw, _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0))};
 }
+inline Vec<std::int32_t> lookup(const std::int32_t (&table)[24], Vec<std::int32_t> index) {
+  const auto third = [&](int first) {
+    return _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(table + first)), index.raw);
+  };
+  const __m256i beyond_7 = _mm256_cmpgt_epi32(index.raw, _mm256_set1_epi32(7));
+  const __m256i beyond_15 = _mm256_cmpgt_epi32(index.raw, _mm256_set1_epi32(15));
+  return {_mm256_blendv_epi8(_mm256_blendv_epi8(third(0), third(8), beyond_7), third(16), beyond_15)};
+}
 inline Vec<float> interleave_rows(Vec<float> a) {
   return {_mm256_permutevar8x32_ps(a.raw, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7))};
 }

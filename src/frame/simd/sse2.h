@@ -481,6 +481,11 @@ inline void store_lane_sums(double* p, Vec<double> a, Vec<double> b, Vec<double>
 inline void transpose_rows(Vec<float> (&v)[4]) { _MM_TRANSPOSE4_PS(v[0].raw, v[1].raw, v[2].raw, v[3].raw); }
 inline Vec<float> reverse(Vec<float> a) { return {_mm_shuffle_ps(a.raw, a.raw, 0x1B)}; }
 inline Vec<std::int32_t> reverse(Vec<std::int32_t> a) { return {_mm_shuffle_epi32(a.raw, 0x1B)}; }
+inline Vec<std::int32_t> lookup(const std::int32_t (&table)[24], Vec<std::int32_t> index) {
+  std::int32_t lanes[4];
+  store(lanes, index);
+  return {_mm_setr_epi32(table[lanes[0]], table[lanes[1]], table[lanes[2]], table[lanes[3]])};
+}
 inline Vec<float> interleave_rows(Vec<float> a) { return a; }
 
 }  // namespace kivsr::simd

@@ -57,8 +57,6 @@
 //   transpose_rows(v[4])  four by four, in each group of four lanes: lane k + 4 h of v[j] becomes lane j + 4 h of v[k]
 //   reverse(v)            lanes in reverse order, of floats and integers
 //   lookup(table, v)      lane by lane an element of a table of 24 integers
-//   lookup_rows(table, v, columns)   lane j of columns[k] becomes element k of row v[j] mod 8 of an EightRows, a constant
-//                         made of a float[8][n], n a multiple of 4
 //   interleave_rows(v)    lane j of group h becomes lane j * groups + h
 //   add_unsigned(sums, x) 64-bit sums plus the lanes of x read as unsigned numbers
 //
@@ -70,9 +68,7 @@
 
 #if defined(__AVX2__)
 #include "avx2.h"
-#include "lookup_avx2.h"
 #else
-#include "lookup_sse2.h"
 #include "sse2.h"
 #endif
 

@@ -127,29 +127,6 @@ TEST(Lanes, ReverseAndLookup) {
   }
 }
 
-constexpr simd::EightRows<4> table_of_rows() {
-  float rows[8][4] = {};
-  for (int r = 0; r < 8; ++r) {
-    for (int k = 0; k < 4; ++k) rows[r][k] = static_cast<float>(10 * r + k);
-  }
-  return simd::EightRows<4>(rows);
-}
-
-TEST(Lanes, LookupOfRows) {
-  using I = simd::Vec<std::int32_t>;
-  static constexpr simd::EightRows<4> kTable = table_of_rows();
-  for (int first = -9; first < 8; ++first) {
-    std::int32_t index[I::width];
-    for (int l = 0; l < I::width; ++l) index[l] = first + 3 * l + 4096 * (l % 2);
-    V columns[4];
-    simd::lookup_rows(kTable, vector_of<I>(index), columns);
-    for (int k = 0; k < 4; ++k) {
-      const auto found = lanes(columns[k]);
-      for (std::size_t l = 0; l < I::width; ++l) EXPECT_EQ(found[l], static_cast<float>(10 * (index[l] & 7) + k));
-    }
-  }
-}
-
 TEST(Lanes, RowsOfFour) {
   Random random(7);
   V v[4];
