@@ -58,7 +58,9 @@ TEST(BinaryFile, PipesAreReadToo) {
 
 TEST(BinaryFile, FaultsSayWhatIsMissingAndWhere) {
   const TemporaryFolder folder;
-  const auto name = folder.write("a", std::string(70000, 'a') + "end");
+  std::string bytes(70000, 'a');
+  bytes += "end";
+  const auto name = folder.write("a", bytes);
   const auto fault_of = [&](const auto& read) -> std::string {
     BinaryFile file(name);
     file.read_bytes(69000, "the start");
