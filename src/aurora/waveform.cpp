@@ -69,7 +69,7 @@ int last_of(const double* x, int count, double value) {
   const Doubles wanted = Doubles::broadcast(value);
   for (int i = count - Doubles::width;; i = std::max(i - Doubles::width, 0)) {
     const unsigned found = bit_mask(simd::load<double>(x + i) == wanted);
-    if (found != 0) return i + std::bit_width(found) - 1;
+    if (found != 0) return i + static_cast<int>(std::bit_width(found)) - 1;
   }
 }
 

@@ -33,6 +33,8 @@ struct Pair {
                          step_covers(first, width), step_covers(second, width));
   }
 };
+template <class Rows>
+Pair(Rows, int, Rows, int, int) -> Pair<Rows>;
 
 // The first sequence a few rows at a time and the second one in columns, in numbers of type T.
 template <class T>
