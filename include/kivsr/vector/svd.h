@@ -42,6 +42,9 @@ KIVSR_BEGIN_DECLS
  * @{ */
 
 /** @name Decomposition
+ * @{ */
+/** Singular value decomposition. kivsSVDSort gives the values from the largest to the smallest; kivsSVD in the order in
+ * which they were found, which is left open.
  * @param[in] pSrc,ppSrc A: its first row, or height row pointers
  * @param[in] srcStep,step elements from one row of A to the next (D2)
  * @param[in,out] pSrcDst,ppSrcDst A, which becomes U
@@ -56,10 +59,7 @@ KIVSR_BEGIN_DECLS
  * @return kivStatusNullPointer; kivStatusBadSize: width, height or nIter < 1, or height < width; kivStatusBadStep: a
  * step < width; kivStatusOutOfRange: an element that is not finite; kivStatusNoMemory; kivStatusNoConvergence: nIter
  * sweeps did not suffice, and the outputs hold the last state, for which A = U diag(s) V^T is true while V^T V = I is
- * not
- * @{ */
-
-/** Values in the order in which they were found, which is left open. */
+ * not */
 KIVSR_API KivStatus kivsSVD_64f_D2(const Kiv64f* pSrc, int srcStep, Kiv64f* pDstU, int dstStepU, Kiv64f* pDstS,
                                    Kiv64f* pDstV, int dstStepV, int width, int height, int nIter);
 KIVSR_API KivStatus kivsSVD_64f_D2L(const Kiv64f* const* ppSrc, Kiv64f** ppDstU, Kiv64f* pDstS, Kiv64f** ppDstV,
@@ -68,8 +68,6 @@ KIVSR_API KivStatus kivsSVD_64f_D2_I(Kiv64f* pSrcDst, int step, Kiv64f* pDstS, K
                                      int height, int nIter);
 KIVSR_API KivStatus kivsSVD_64f_D2L_I(Kiv64f** ppSrcDst, Kiv64f* pDstS, Kiv64f** ppDstV, int width, int height,
                                       int nIter);
-
-/** Values from the largest to the smallest. */
 KIVSR_API KivStatus kivsSVDSort_64f_D2(const Kiv64f* pSrc, int srcStep, Kiv64f* pDstU, int dstStepU, Kiv64f* pDstS,
                                        Kiv64f* pDstV, int dstStepV, int width, int height, int nIter);
 KIVSR_API KivStatus kivsSVDSort_64f_D2L(const Kiv64f* const* ppSrc, Kiv64f** ppDstU, Kiv64f* pDstS, Kiv64f** ppDstV,
