@@ -95,10 +95,8 @@ double explained(const S* x, int len, int period, double energy) {
   }
   // The first `more` places of the period occur once more than the others.
   const int more = len % period;
-  const auto mean = [&](auto of) {
-    const double often = of(0, more);
-    return often / (len / period + 1) + of(more, period - more) / (len / period);
-  };
+  const int times = len / period;
+  const auto mean = [&](auto of) { return of(0, more) / (times + 1) + of(more, period - more) / times; };
   const double i0 = mean([&](int from, int count) { return dot_product<double>(sums + from, sums + from, count); });
   const double i1 = mean([&](int from, int count) {
     return reduce_sum<double>(

@@ -124,7 +124,11 @@ inline void pass_over_rows(Rows rows, Block block, const Pass& pass) {
         default: strip.template operator()<4, kChanged>(); break;
       }
     };
-    end == 0 ? strip_of.template operator()<kFactorIsChanged>() : strip_of.template operator()<false>();
+    if (end == 0) {
+      strip_of.template operator()<kFactorIsChanged>();
+    } else {
+      strip_of.template operator()<false>();
+    }
     whole = true;
   }
 }
