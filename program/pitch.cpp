@@ -30,10 +30,10 @@ const std::map<std::string, PitchFormat> kFormats = {{"text", PitchFormat::kText
 
 struct PitchCommand {
   void run() const;
-  template <class Take>
-  void track(const std::string& file, PitchPicture* picture, double& seconds, Take take) const;
-  PitchParameters parameters_for(const std::string& file) const;
   void check() const;
+  PitchReport report_to(OutputFile* output) const;
+  template <class Take>
+  double track(const std::string& file, std::optional<OutputFile>& drawing, Take take) const;
   bool of_rows() const { return lower_extension(output_file) == ".npy"; }
   bool of_tier() const { return lower_extension(output_file) == ".pitchtier"; }
 
@@ -58,68 +58,75 @@ void PitchCommand::check() const {
   }
 }
 
-// At the rate of the file; below 8 kHz resampled.
-PitchParameters PitchCommand::parameters_for(const std::string& file) const {
-  PitchParameters chosen = parameters;
-  chosen.sample_rate = std::max(AudioReader(file, raw).sample_rate(), 8000);
-  chosen.shift = static_cast<int>(std::lround(shift * chosen.sample_rate));
-  return chosen;
-}
-
-// take gets the frames as they come.
+// take gets the frames as they come. The analysis has the rate of the file, or 8 kHz for one below. Returns the seconds
+// of the file; its picture, if one is asked for, waits for the commit.
 template <class Take>
-void PitchCommand::track(const std::string& file, PitchPicture* picture, double& seconds, Take take) const {
-  const PitchParameters chosen = parameters_for(file);
-  MonoReader reader(file, chosen.sample_rate, raw);
+double PitchCommand::track(const std::string& file, std::optional<OutputFile>& drawing, Take take) const {
+  AudioReader audio(file, raw);
+  PitchParameters chosen = parameters;
+  chosen.sample_rate = std::max(audio.sample_rate(), 8000);
+  chosen.shift = static_cast<int>(std::lround(shift * chosen.sample_rate));
+  MonoReader reader(std::move(audio), file, chosen.sample_rate);
   PitchTracker tracker(chosen);
+  std::optional<PitchPicture> picture;
+  if (!picture_file.empty()) picture.emplace(chosen);
   std::vector<float> samples;
   std::vector<PitchFrame> frames;
   const auto pass = [&] {
-    if (picture != nullptr) picture->push_frames(frames);
+    if (picture) picture->push_frames(frames);
     take(frames);
     frames.clear();
   };
   for (; reader.read(samples); samples.clear()) {
-    if (picture != nullptr) picture->push_samples(samples);
+    if (picture) picture->push_samples(samples);
     tracker.push(samples, frames);
     pass();
   }
   tracker.finish(frames);
   pass();
-  seconds = static_cast<double>(reader.samples()) / chosen.sample_rate;
+  if (picture) {
+    picture->finish();
+    picture->draw(drawing.emplace(picture_file), std::filesystem::path(file).filename());
+  }
+  return static_cast<double>(reader.samples()) / chosen.sample_rate;
+}
+
+// Lines to the output, or to standard output for null.
+PitchReport PitchCommand::report_to(OutputFile* output) const {
+  const bool csv = format.empty() ? lower_extension(output_file) == ".csv" : kFormats.at(format) == PitchFormat::kCsv;
+  return PitchReport(
+      of_tier() ? PitchFormat::kPitchTier
+      : csv     ? PitchFormat::kCsv
+                : PitchFormat::kText,
+      shift,
+      [output](std::string_view text) {
+        if (output != nullptr) {
+          output->write(text);
+        } else {
+          std::fwrite(text.data(), 1, text.size(), stdout);
+        }
+      },
+      [output](std::int64_t position, std::string_view text) { output->overwrite(position, text); });
 }
 
 void PitchCommand::run() const {
   check();
   std::optional<OutputFile> output;
   if (!output_file.empty()) output.emplace(output_file);
-  std::optional<PitchPicture> picture;
-  if (!picture_file.empty()) picture.emplace(parameters_for(audio_files.front()));
   std::optional<FeatureWriter> rows;
   std::optional<PitchReport> report;
   if (of_rows()) {
     rows.emplace(*output, FeatureFormat::kNpy, Recipe::of_features(3));
   } else {
-    const bool csv = format.empty() ? lower_extension(output_file) == ".csv" : kFormats.at(format) == PitchFormat::kCsv;
-    const PitchFormat chosen = of_tier() ? PitchFormat::kPitchTier : csv ? PitchFormat::kCsv : PitchFormat::kText;
-    report.emplace(
-        chosen, shift,
-        [&](std::string_view text) {
-          if (output) {
-            output->write(text);
-          } else {
-            std::fwrite(text.data(), 1, text.size(), stdout);
-          }
-        },
-        [&](std::int64_t position, std::string_view text) { output->overwrite(position, text); });
+    report.emplace(report_to(output ? &*output : nullptr));
   }
+  std::optional<OutputFile> drawing;
   Progress progress("pitch", static_cast<int>(audio_files.size()));
   for (const std::string& file : audio_files) {
     progress.step(file);
     if (!output) progress.clear();
-    double seconds = 0.0;
     if (report) report->begin(file);
-    track(file, picture ? &*picture : nullptr, seconds, [&](const std::vector<PitchFrame>& frames) {
+    const double seconds = track(file, drawing, [&](const std::vector<PitchFrame>& frames) {
       if (report) report->append(frames);
       if (rows) rows->append(pitch_rows(frames));
     });
@@ -127,11 +134,6 @@ void PitchCommand::run() const {
   }
   progress.clear();
   if (rows) rows->finish();
-  std::optional<OutputFile> drawing;
-  if (picture) {
-    picture->finish();
-    picture->draw(drawing.emplace(picture_file), std::filesystem::path(audio_files.front()).filename());
-  }
   if (output) output->commit();
   if (drawing) drawing->commit();
 }

@@ -1,7 +1,8 @@
 #include "program/pitch_report.h"
 
-#include <cstdio>
 #include <utility>
+
+#include "program/report_text.h"
 
 namespace kivsr::program {
 
@@ -12,21 +13,6 @@ constexpr std::string_view kTierPoints = " \npoints: size = ";
 constexpr int kTierTime = 20;   // places for the duration
 constexpr int kTierCount = 12;  // and for the number of points
 
-template <class... A>
-std::string formatted(const char* format, A... values) {
-  char line[160];
-  std::snprintf(line, sizeof line, format, values...);
-  return line;
-}
-
-// A field of a table with commas: in quotation marks where it needs them.
-std::string field(const std::string& text) {
-  if (text.find_first_of(",\"\n\r") == std::string::npos) return text;
-  std::string quoted = "\"";
-  for (const char character : text) quoted += character == '"' ? std::string("\"\"") : std::string(1, character);
-  return quoted + '"';
-}
-
 }  // namespace
 
 PitchReport::PitchReport(PitchFormat format, double frame_seconds, Write write, Overwrite overwrite)
@@ -35,7 +21,7 @@ PitchReport::PitchReport(PitchFormat format, double frame_seconds, Write write, 
 }
 
 void PitchReport::begin(const std::string& file) {
-  file_ = format_ == PitchFormat::kCsv ? field(file) : file;
+  file_ = format_ == PitchFormat::kCsv ? comma_field(file) : file;
   frame_ = voiced_ = 0;
   if (format_ == PitchFormat::kText) {
     write_(file_ + "\n" + formatted("%10s  %8s  %11s  %11s\n", "time", "f0", "correlation", "probability"));

@@ -1,6 +1,5 @@
 // kivsr spot: finds spoken examples in recordings, or tells which command a recording is.
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -15,10 +14,10 @@
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/fault.h"
-#include "kivsr/speech/io/output_file.h"
 #include "program/progress.h"
 #include "program/raw_options.h"
 #include "program/recipe_options.h"
+#include "program/report_text.h"
 #include "program/subcommands.h"
 
 namespace kivsr::program {
@@ -103,7 +102,7 @@ class SpotReport {
   void add_hits(const std::string& recording, double seconds, const std::vector<SpotHit>& hits) {
     if (format_ == "text") {
       text_ += recording + ": " + std::to_string(hits.size()) + (hits.size() == 1 ? " hit in " : " hits in ") +
-               number("%.2f", seconds) + " s\n";
+               formatted("%.2f", seconds) + " s\n";
     }
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const SpotHit& hit : hits) {
@@ -119,7 +118,7 @@ class SpotReport {
     const bool known = best && best->share <= 1.0F;
     const std::string label = known ? label_of(*best) : "-";
     if (format_ == "text") {
-      text_ += recording + ": " + label + (best ? "  " + number("%.3f", double{best->distance}) : "") + "\n";
+      text_ += recording + ": " + label + (best ? "  " + formatted("%.3f", double{best->distance}) : "") + "\n";
     } else if (format_ == "tsv") {
       text_ += recording + "\t" + (best ? line(*best, "\t", label) : "\t\t-\t\t") + "\n";
     } else {
@@ -132,19 +131,14 @@ class SpotReport {
   std::string finished() const { return format_ == "json" ? json_.dump(2) + "\n" : text_; }
 
  private:
-  static std::string number(const char* form, double value) {
-    char digits[64];
-    std::snprintf(digits, sizeof digits, form, value);
-    return digits;
-  }
   const std::string& label_of(const SpotHit& hit) const {
     return spotter_.examples()[static_cast<std::size_t>(hit.example)].label;
   }
   double start(const SpotHit& hit) const { return static_cast<double>(hit.first_frame) * frame_seconds_; }
   double end(const SpotHit& hit) const { return static_cast<double>(hit.last_frame + 1) * frame_seconds_; }
   std::string line(const SpotHit& hit, const char* gap, const std::string& label) const {
-    return number("%.2f", start(hit)) + gap + number("%.2f", end(hit)) + gap + label + gap +
-           number("%.3f", double{hit.distance}) + gap + number("%.3f", double{spotter_.threshold(hit.example)});
+    return formatted("%.2f", start(hit)) + gap + formatted("%.2f", end(hit)) + gap + label + gap +
+           formatted("%.3f", double{hit.distance}) + gap + formatted("%.3f", double{spotter_.threshold(hit.example)});
   }
   std::string line(const SpotHit& hit, const char* gap) const { return line(hit, gap, label_of(hit)); }
   nlohmann::ordered_json object(const SpotHit& hit) const {
@@ -182,14 +176,7 @@ void SpotCommand::run() const {
     }
   }
   progress.clear();
-  const std::string text = report.finished();
-  if (output_file.empty()) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-  } else {
-    OutputFile output(output_file);
-    output.write(text);
-    output.commit();
-  }
+  write_report(output_file, report.finished());
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 // kivsr vad: the segments of audio files that hold speech.
-#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -17,6 +16,7 @@
 #include "program/picture/speech_picture.h"
 #include "program/progress.h"
 #include "program/raw_options.h"
+#include "program/report_text.h"
 #include "program/segment_report.h"
 #include "program/subcommands.h"
 
@@ -91,13 +91,7 @@ void VadCommand::run() const {
     lines += lines_of(file, segmenter, picture);
   }
   progress.clear();
-  if (output_file.empty()) {
-    std::fwrite(lines.data(), 1, lines.size(), stdout);
-  } else {
-    OutputFile output(output_file);
-    output.write(lines);
-    output.commit();
-  }
+  write_report(output_file, lines);
   if (picture) picture->commit();
 }
 

@@ -9,6 +9,7 @@
 #include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/extension.h"
 #include "kivsr/speech/io/fault.h"
+#include "program/report_text.h"
 
 namespace kivsr::program {
 
@@ -17,12 +18,6 @@ namespace {
 constexpr int kWidth = 1280;
 constexpr int kHeight = 900;
 constexpr double kDynamicRange = 80.0;  // dB shown below the loudest energy
-
-std::string formatted(const char* format, double value) {
-  char text[64];
-  std::snprintf(text, sizeof text, format, value);
-  return text;
-}
 
 Range padded(Range range) {
   const double margin = range.span() > 0.0 ? 0.05 * range.span() : 1.0;

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <utility>
 
+#include "kivsr/speech/noise/fft_work.h"
+
 namespace kivsr::program {
 
 namespace {
@@ -27,11 +29,9 @@ PitchPicture::PitchPicture(const PitchParameters& parameters) : parameters_(para
   const std::size_t padded = std::bit_ceil(2 * length);
   order_ = std::countr_zero(padded);
   fft_ = Fft32f::make<kivsFFTInitAlloc_R_32f>(order_, kivFftScaleNone, 0);
-  int work = 0;
-  call<kivsFFTGetBufSize_R_32f>(fft_, &work);
-  fft_work_.resize(static_cast<std::size_t>(std::max(work, 1)));
+  fft_work_ = fft_work(fft_);
   frame_.assign(padded, 0.0F);
-  spectrum_.resize(padded / 2 + 1);
+  spectrum_.resize(padded + 2);
   const double top = std::max(kTopFrequency, 1.5 * static_cast<double>(parameters.high_frequency));
   bins_ = static_cast<int>(top * static_cast<double>(padded) / parameters.sample_rate) + 1;
   pending_.assign(length / 2, 0.0F);  // the first frame stands at the first sample
@@ -61,9 +61,9 @@ void PitchPicture::take_spectra(std::size_t at_least) {
   const auto shift = static_cast<std::size_t>(parameters_.shift);
   for (; begin + std::max(at_least, window_.size()) <= pending_.size(); begin += shift) {
     call<kivsMul_32f>(pending_.data() + begin, window_, frame_.data(), window_.size());
-    call<kivsFFTFwd_RToCCS_32f>(frame_, reinterpret_cast<float*>(spectrum_.data()), fft_, fft_work_);
+    call<kivsFFTFwd_RToCCS_32f>(frame_, spectrum_, fft_, fft_work_);
     for (std::size_t k = 0; k < column.size(); ++k) {
-      const float power = spectrum_[k].re * spectrum_[k].re + spectrum_[k].im * spectrum_[k].im;
+      const float power = spectrum_[2 * k] * spectrum_[2 * k] + spectrum_[2 * k + 1] * spectrum_[2 * k + 1];
       column[k] = 10.0F * std::log10(power + 1e-6F);
     }
     decibels_.add(column);

@@ -37,9 +37,9 @@ class PitchPicture {
   Fft32f fft_;
   std::vector<Kiv8u> fft_work_;
   std::vector<float> window_;
-  std::vector<float> pending_;  // from the start of the next window on
-  std::vector<float> frame_;    // windowed, zeros behind
-  std::vector<Kiv32fc> spectrum_;
+  std::vector<float> pending_;   // from the start of the next window on
+  std::vector<float> frame_;     // windowed, zeros behind
+  std::vector<float> spectrum_;  // pairs
   Envelope envelope_;
   ColumnReduction decibels_;
   ColumnReduction frames_;  // frequency, 1 for voiced, probability

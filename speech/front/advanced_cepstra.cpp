@@ -6,6 +6,7 @@
 #include <numbers>
 
 #include "kivsr/speech/front/high_bands.h"
+#include "kivsr/speech/noise/fft_work.h"
 
 namespace kivsr::speech {
 
@@ -42,9 +43,7 @@ AdvancedCepstra::AdvancedCepstra(bool high_bands)
       power_(size_of(kBins)),
       logs_(size_of(bands_)),
       transformed_(size_of(kCepstra) + 1) {
-  int work = 0;
-  call<kivsFFTGetBufSize_R_32f>(fft_, &work);
-  work_.resize(size_of(std::max(work, 1)));
+  work_ = fft_work(fft_);
   int order = 0;
   filters_ = FilterBank32f::make<kivsMelFBankInitAlloc_32f>(&order, kTransform, 8000, 64.0F, 4000.0F, kLowBands,
                                                             1126.99402F, 700.0F, KIV_FBANK_BINWEIGHT);

@@ -10,6 +10,7 @@
 
 #include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/noise/fft_work.h"
 
 namespace kivsr::speech {
 
@@ -46,9 +47,7 @@ FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters)
     : parameters_(parameters), window_(window_samples(parameters.window, parameters.window_length)) {
   const int order = std::countr_zero(static_cast<unsigned>(parameters_.fft_length));
   fft_ = Fft32f::make<kivsFFTInitAlloc_R_32f>(order, kivFftScaleNone, 0);
-  int work = 0;
-  call<kivsFFTGetBufSize_R_32f>(fft_, &work);
-  fft_work_.resize(size_of(std::max(work, 1)));
+  fft_work_ = fft_work(fft_);
 
   lifter_ = lifter_weights(parameters_.lifter, parameters_.prediction_order);
   predictor_.resize(size_of(parameters_.prediction_order));

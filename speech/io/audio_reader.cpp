@@ -252,7 +252,10 @@ Resampler resampler_of(const std::filesystem::path& file, int from_rate, int to_
 }  // namespace
 
 MonoReader::MonoReader(const std::filesystem::path& file, int sample_rate, const RawFormat& raw)
-    : reader_(file, raw),
+    : MonoReader(AudioReader(file, raw), file, sample_rate) {}
+
+MonoReader::MonoReader(AudioReader reader, const std::filesystem::path& file, int sample_rate)
+    : reader_(std::move(reader)),
       resampler_(resampler_of(file, reader_.sample_rate(), sample_rate == 0 ? reader_.sample_rate() : sample_rate)) {}
 
 bool MonoReader::read(std::vector<float>& samples) {

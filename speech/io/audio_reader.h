@@ -49,6 +49,8 @@ class MonoReader {
  public:
   // sample_rate: 0 for that of the file.
   MonoReader(const std::filesystem::path& file, int sample_rate, const RawFormat& raw = {});
+  // The same of a file that is open already, to look at its rate first.
+  MonoReader(AudioReader reader, const std::filesystem::path& file, int sample_rate);
 
   // Appends the next samples; false behind the last, when nothing was appended.
   bool read(std::vector<float>& samples);

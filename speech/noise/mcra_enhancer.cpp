@@ -9,6 +9,7 @@
 #include <numbers>
 
 #include "kivsr/kivsr.hpp"
+#include "kivsr/speech/noise/fft_work.h"
 
 namespace kivsr::speech {
 
@@ -47,9 +48,7 @@ McraEnhancer::McraEnhancer(int sample_rate, const GainSettings& settings)
   call<kivsMulC_32f_I>(2.0F / kOverlap, synthesis_window_, fft_length_);
   fft_ =
       Fft32f::make<kivsFFTInitAlloc_R_32f>(std::countr_zero(static_cast<unsigned>(fft_length_)), kivFftScaleInverse, 0);
-  int work = 0;
-  call<kivsFFTGetBufSize_R_32f>(fft_, &work);
-  fft_work_.resize(static_cast<std::size_t>(std::max(work, 1)));
+  fft_work_ = fft_work(fft_);
   const auto length = static_cast<std::size_t>(fft_length_);
   samples_.resize(length);
   overlap_.assign(length, 0.0F);

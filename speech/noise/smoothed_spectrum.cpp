@@ -1,8 +1,9 @@
 #include "kivsr/speech/noise/smoothed_spectrum.h"
 
-#include <algorithm>
 #include <cmath>
 #include <numbers>
+
+#include "kivsr/speech/noise/fft_work.h"
 
 namespace kivsr::speech {
 
@@ -27,9 +28,7 @@ SmoothedSpectrum::SmoothedSpectrum()
       window_(raised_cosine(kAuroraWindow)),
       samples_(kTransform, 0.0F),
       packed_(kTransform) {
-  int work = 0;
-  call<kivsFFTGetBufSize_R_32f>(fft_, &work);
-  work_.resize(static_cast<std::size_t>(std::max(work, 1)));
+  work_ = fft_work(fft_);
 }
 
 void SmoothedSpectrum::analyse(const float* samples, Power& power) {

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <limits>
 
-#include "frame/layout.h"
 #include "frame/scratch.h"
 #include "frame/status.h"
 #include "frame/transform.h"
@@ -114,27 +113,18 @@ KivStatus fft_sums(float* r, const float* x, const float* y, std::ptrdiff_t len,
   int order = 1;
   while ((std::int64_t{1} << order) < reach) ++order;
   if (order > fft::kMaximumOrder) return kivStatusNoMemory;
-  const fft::Sizes sizes = fft::sizes<KivsFFTSpec_R_32f>(order);
+  fft::Workspace room(order, 2, kivFftScaleInverse);
+  if (!room) return kivStatusNoMemory;
   const std::ptrdiff_t circle = std::ptrdiff_t{1} << order;
-  Layout layout;
-  const auto object = layout.add<char>(sizes.object);
-  const auto work = layout.add<char>(std::max(sizes.work, sizes.construction));
-  const auto frame = layout.add<float>(static_cast<std::size_t>(circle));
-  const auto rest = layout.add<float>(static_cast<std::size_t>(circle));
-  if (layout.overflow()) return kivStatusNoMemory;
-  Scratch<char> block(layout.bytes());
-  if (!block) return kivStatusNoMemory;
-  void* const area = work.in(block.data());
-  const auto& transform = *fft::construct<KivsFFTSpec_R_32f>(object.in(block.data()), area, order, kivFftScaleInverse);
   const auto spectrum = [&](float* buffer, const float* samples, std::ptrdiff_t count) {
     copy(buffer, samples, count);
     zero(buffer + count, circle - count);
-    fft::forward(buffer, buffer, transform, area, fft::Spectrum::kPack);
+    fft::forward(buffer, buffer, room.transform(), room.work(), fft::Spectrum::kPack);
     return buffer;
   };
-  float* const product = spectrum(frame.in(block.data()), x, len);
-  fft::multiply_pack_conjugate(spectrum(rest.in(block.data()), y, reach), product, circle);
-  fft::inverse(product, product, transform, area);
+  float* const product = spectrum(room.frame(0), x, len);
+  fft::multiply_pack_conjugate(spectrum(room.frame(1), y, reach), product, circle);
+  fft::inverse(product, product, room.transform(), room.work());
   copy(r, product, lags);
   return kivStatusOk;
 }

@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstdint>
 
-#include "frame/layout.h"
 #include "frame/scratch.h"
 #include "frame/status.h"
 #include "frame/transform.h"
@@ -76,29 +75,20 @@ void direct_sums(float* r, const float* x, std::ptrdiff_t len, std::ptrdiff_t la
 }
 
 // The inverse transform of the power spectrum, the frame padded with zeros to twice its length or more so that the
-// ends do not meet. One block of memory: the transform object, its work area (first the temporary memory of its
-// construction) and the padded frame.
+// ends do not meet.
 KivStatus fft_sums(float* r, const float* x, std::ptrdiff_t len, std::ptrdiff_t lags) {
   int order = 1;
   while ((std::int64_t{1} << order) < 2 * std::int64_t{len}) ++order;
   if (order > fft::kMaximumOrder) return kivStatusFftOrderError;
-  const fft::Sizes sizes = fft::sizes<KivsFFTSpec_R_32f>(order);
-  Layout layout;
-  const auto object = layout.add<char>(sizes.object);
-  const auto work = layout.add<char>(std::max(sizes.work, sizes.construction));
-  const auto frame = layout.add<float>(std::size_t{1} << order);
-  if (layout.overflow()) return kivStatusNoMemory;
-  Scratch<char> block(layout.bytes());
-  if (!block) return kivStatusNoMemory;
-  void* const area = work.in(block.data());
-  float* const buffer = frame.in(block.data());
-  const auto& transform = *fft::construct<KivsFFTSpec_R_32f>(object.in(block.data()), area, order, kivFftScaleInverse);
+  fft::Workspace room(order, 1, kivFftScaleInverse);
+  if (!room) return kivStatusNoMemory;
+  float* const buffer = room.frame(0);
   const std::ptrdiff_t n = std::ptrdiff_t{1} << order;
   copy(buffer, x, len);
   zero(buffer + len, n - len);
-  fft::forward(buffer, buffer, transform, area, fft::Spectrum::kPack);
+  fft::forward(buffer, buffer, room.transform(), room.work(), fft::Spectrum::kPack);
   fft::multiply_pack_conjugate(buffer, buffer, n);
-  fft::inverse(buffer, buffer, transform, area);
+  fft::inverse(buffer, buffer, room.transform(), room.work());
   copy(r, buffer, lags);
   return kivStatusOk;
 }

@@ -101,16 +101,9 @@ KivStatus init(Spec** spec, int length, int flag, int hint, void* object, void* 
 KivStatus init_alloc(Spec** spec, int length, int flag, int hint) {
   const KivStatus checks = first_failure(not_null(spec), known_length(length), fft::known_flag(flag));
   if (checks != kivStatusOk) return checks;
-  const fft::Sizes bytes = sizes(length);
-  const auto build = [&](void* construction) {
-    void* const object = allocate_bytes(bytes.object);
-    if (object == nullptr) return kivStatusNoMemory;
-    *spec = construct(object, construction, length, flag, hint);  // at the block's own, aligned, start
-    return kivStatusOk;
-  };
-  if (bytes.construction == 0) return build(nullptr);
-  Scratch<Kiv8u> construction(bytes.construction);
-  return construction ? build(construction.data()) : kivStatusNoMemory;
+  return fft::allocate_object(spec, sizes(length), [=](void* object, void* construction) {
+    return construct(object, construction, length, flag, hint);
+  });
 }
 
 KivStatus buffer_size(const Spec* spec, int* size) {
@@ -120,17 +113,10 @@ KivStatus buffer_size(const Spec* spec, int* size) {
   return run(fft::sizes_fit_int({0, 0, bytes.work}), [&] { *size = static_cast<int>(bytes.work); });
 }
 
-// apply(work) with the caller's buffer, or with one from the allocator where that is null and one is needed.
 template <class Apply>
 KivStatus transform(const void* src, const void* dst, const Spec* spec, Kiv8u* buffer, Apply apply) {
-  const KivStatus checks = first_failure(fft::identified(spec), not_null(src, dst));
-  if (checks != kivStatusOk) return checks;
-  if (const std::size_t bytes = buffer == nullptr ? sizes(spec->length).work : 0; bytes > 0) {
-    Scratch<Kiv8u> work(bytes);
-    return run(require(static_cast<bool>(work), kivStatusNoMemory), [&] { apply(work.data()); });
-  }
-  apply(buffer);
-  return kivStatusOk;
+  return fft::transform(
+      src, dst, spec, buffer, [](const Spec& of) { return sizes(of.length).work; }, apply);
 }
 
 }  // namespace

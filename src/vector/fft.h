@@ -11,8 +11,11 @@
 // block is all there is to do. Objects of exports and of construct() are the same.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 
+#include "frame/layout.h"
+#include "frame/scratch.h"
 #include "kivsr/types.h"
 
 namespace kivsr::fft {
@@ -55,5 +58,36 @@ void inverse(const Kiv32f* src, Kiv32f* dst, const KivsFFTSpec_R_32f& spec, void
 
 // src_dst = src times the conjugate of src_dst, both Pack spectra of `len` values.
 void multiply_pack_conjugate(const Kiv32f* src, Kiv32f* src_dst, std::ptrdiff_t len);
+
+// An object for the length of a call, with its work area and frames of 2^order samples, in one block of memory. The
+// area is first the temporary memory of the object's construction.
+class Workspace {
+ public:
+  Workspace(int order, std::size_t frames, int flag) : Workspace(sizes<KivsFFTSpec_R_32f>(order), order, frames) {
+    if (block_) transform_ = construct<KivsFFTSpec_R_32f>(object_.in(block_.data()), work(), order, flag);
+  }
+
+  // False when there is no memory.
+  explicit operator bool() const { return static_cast<bool>(block_); }
+  const KivsFFTSpec_R_32f& transform() const { return *transform_; }
+  void* work() { return work_.in(block_.data()); }
+  Kiv32f* frame(std::ptrdiff_t number) { return frames_.in(block_.data()) + number * length_; }
+
+ private:
+  Workspace(const Sizes& sizes, int order, std::size_t frames)
+      : length_(std::ptrdiff_t{1} << order),
+        object_(layout_.add<char>(sizes.object)),
+        work_(layout_.add<char>(std::max(sizes.work, sizes.construction))),
+        frames_(layout_.add<Kiv32f>(frames, static_cast<std::size_t>(length_))),
+        block_(layout_.overflow() ? static_cast<std::size_t>(-1) : layout_.bytes()) {}
+
+  Layout layout_;
+  std::ptrdiff_t length_;
+  Part<char> object_;
+  Part<char> work_;
+  Part<Kiv32f> frames_;
+  Scratch<char> block_;
+  const KivsFFTSpec_R_32f* transform_ = nullptr;
+};
 
 }  // namespace kivsr::fft

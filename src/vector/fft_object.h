@@ -98,20 +98,27 @@ KivStatus init(Spec** spec, int order, int flag, int hint, void* object, void* c
              [&] { *spec = construct<Spec>(object, construction, order, flag, hint); });
 }
 
-template <class Spec>
-KivStatus init_alloc(Spec** spec, int order, int flag, int hint) {
-  const KivStatus checks = first_failure(not_null(spec), known_order(order), known_flag(flag));
-  if (checks != kivStatusOk) return checks;
-  const Sizes bytes = sizes<Spec>(order);
+// *spec = make(object, construction), in memory of the allocator.
+template <class Spec, class Make>
+KivStatus allocate_object(Spec** spec, const Sizes& bytes, Make make) {
   const auto build = [&](void* construction) {
     void* const object = allocate_bytes(bytes.object);
     if (object == nullptr) return kivStatusNoMemory;
-    *spec = construct<Spec>(object, construction, order, flag, hint);  // at the block's own, aligned, start
+    *spec = make(object, construction);  // at the block's own, aligned, start
     return kivStatusOk;
   };
   if (bytes.construction == 0) return build(nullptr);
   Scratch<Kiv8u> construction(bytes.construction);
   return construction ? build(construction.data()) : kivStatusNoMemory;
+}
+
+template <class Spec>
+KivStatus init_alloc(Spec** spec, int order, int flag, int hint) {
+  const KivStatus checks = first_failure(not_null(spec), known_order(order), known_flag(flag));
+  if (checks != kivStatusOk) return checks;
+  return allocate_object(spec, sizes<Spec>(order), [=](void* object, void* construction) {
+    return construct<Spec>(object, construction, order, flag, hint);
+  });
 }
 
 template <class Spec>
@@ -122,17 +129,24 @@ KivStatus free_object(Spec* spec) {
   });
 }
 
-// apply(work) with the caller's buffer, or with one from the allocator where that is null and one is needed.
-template <class Spec, class Apply>
-KivStatus transform(const void* src, const void* dst, const Spec* spec, Kiv8u* buffer, Apply apply) {
+// apply(work) with the caller's buffer, or with one of size_of_work(spec) bytes from the allocator where that is null
+// and one is needed.
+template <class Spec, class Size, class Apply>
+KivStatus transform(const void* src, const void* dst, const Spec* spec, Kiv8u* buffer, Size size_of_work, Apply apply) {
   const KivStatus checks = first_failure(identified(spec), not_null(src, dst));
   if (checks != kivStatusOk) return checks;
-  if (buffer == nullptr && spec->order >= kFirstTableOrder) {
-    Scratch<Kiv8u> work(sizes<Spec>(spec->order).work);
+  if (const std::size_t bytes = buffer == nullptr ? size_of_work(*spec) : 0; bytes > 0) {
+    Scratch<Kiv8u> work(bytes);
     return run(require(static_cast<bool>(work), kivStatusNoMemory), [&] { apply(work.data()); });
   }
   apply(buffer);
   return kivStatusOk;
+}
+
+template <class Spec, class Apply>
+KivStatus transform(const void* src, const void* dst, const Spec* spec, Kiv8u* buffer, Apply apply) {
+  return transform(
+      src, dst, spec, buffer, [](const Spec& of) { return sizes<Spec>(of.order).work; }, apply);
 }
 
 }  // namespace kivsr::fft

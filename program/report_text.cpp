@@ -1,0 +1,37 @@
+#include "program/report_text.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+#include "kivsr/speech/io/output_file.h"
+#include "program/speech_names.h"
+
+namespace kivsr::program {
+
+std::string formatted(const char* format, ...) {
+  char line[256];
+  std::va_list values;
+  va_start(values, format);
+  std::vsnprintf(line, sizeof line, format, values);
+  va_end(values);
+  return line;
+}
+
+std::string comma_field(const std::string& text) {
+  if (text.find_first_of(",\"\n\r") == std::string::npos) return text;
+  std::string quoted = "\"";
+  for (const char character : text) quoted += character == '"' ? std::string("\"\"") : std::string(1, character);
+  return quoted + '"';
+}
+
+void write_report(const std::string& file, std::string_view text) {
+  if (file.empty()) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    return;
+  }
+  OutputFile output(file);
+  output.write(text);
+  output.commit();
+}
+
+}  // namespace kivsr::program

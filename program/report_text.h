@@ -1,0 +1,18 @@
+// Pieces of what subcommands print, and where it goes.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace kivsr::program {
+
+// As std::printf makes it.
+__attribute__((format(printf, 1, 2))) std::string formatted(const char* format, ...);
+
+// A field of a table with commas: in quotation marks where it needs them.
+std::string comma_field(const std::string& text);
+
+// To the file, which appears when it is complete, or to standard output where the name is empty.
+void write_report(const std::string& file, std::string_view text);
+
+}  // namespace kivsr::program
