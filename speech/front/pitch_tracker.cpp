@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 #include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/fault.h"
@@ -16,14 +17,17 @@ constexpr double kLowPassSeconds = 0.0003;
 constexpr int kLowPasses = 3;
 constexpr double kTrendSeconds = 0.02;
 constexpr double kSearchSeconds = 0.03;
-constexpr double kFineSeconds = 0.04;
+constexpr double kFineSeconds = 0.05;
 constexpr float kFineRange = 0.04F;  // of the lag, on either side
 
 constexpr float kLeastCorrelation = 0.2F;  // of a candidate
 constexpr std::size_t kMostCandidates = 12;
-constexpr std::size_t kLookAhead = 25;  // frames that the level sees before they are spoken
-constexpr std::size_t kTraceBack = 25;  // frames that the path may still change
-constexpr float kLevelDecay = 0.9995F;  // a frame
+constexpr float kCertainCorrelation = 0.7F;  // from which on a peak needs no support by its multiples
+constexpr int kMultiples = 4;                // of a lag that are looked at, itself included
+constexpr float kMultipleRange = 0.05F;      // of a lag, within which it is the same
+constexpr std::size_t kLookAhead = 25;       // frames that the level sees before they are spoken
+constexpr std::size_t kTraceBack = 25;       // frames that the path may still change
+constexpr float kLevelDecay = 0.9995F;       // a frame
 
 int samples_of(double seconds, double rate) { return static_cast<int>(std::lround(seconds * rate)); }
 
@@ -49,19 +53,36 @@ Peak top_of(const float* r) {
   return {std::min(r[0] - 0.25F * slope * shift, 1.0F), shift};
 }
 
-// The band-limited function through the values r[1 - kReach] .. r[kReach] at a place between r[0] and r[1].
+// The band-limited function through the values r[1 - kReach] .. r[kReach] at a place between r[0] and r[1], by a sinc
+// under a raised cosine, of which the values' turns by pi / kReach are tabulated.
 constexpr int kReach = 8;
+struct Turns {
+  double cosine[2 * kReach];
+  double sine[2 * kReach];
+};
+Turns make_turns() {
+  Turns turns;
+  for (int k = 0; k < 2 * kReach; ++k) {
+    const double angle = std::numbers::pi * (k + 1 - kReach) / kReach;
+    turns.cosine[k] = std::cos(angle);
+    turns.sine[k] = std::sin(angle);
+  }
+  return turns;
+}
+
 double interpolated(const float* r, double place) {
   if (place <= 0.0 || place >= 1.0) return static_cast<double>(place <= 0.0 ? r[0] : r[1]);
-  constexpr double kPi = 3.14159265358979323846;
-  const double sine = std::sin(kPi * place) / kPi;
+  static const Turns turns = make_turns();
+  const double cosine = std::cos(std::numbers::pi * place / kReach);
+  const double sine = std::sin(std::numbers::pi * place / kReach);
   double sum = 0.0;
   for (int k = 1 - kReach; k <= kReach; ++k) {
-    const double distance = place - k;
-    const double window = 0.5 + 0.5 * std::cos(kPi * distance / kReach);
-    sum += (k % 2 == 0 ? sine : -sine) / distance * window * static_cast<double>(r[k]);
+    const int i = k + kReach - 1;
+    const double window = 0.5 + 0.5 * (cosine * turns.cosine[i] + sine * turns.sine[i]);
+    const double term = window * static_cast<double>(r[k]) / (place - k);
+    sum += k % 2 == 0 ? term : -term;
   }
-  return sum;
+  return std::sin(std::numbers::pi * place) / std::numbers::pi * sum;
 }
 
 // Place of the top of a peak at r[0]: that of the parabola, then that of a parabola through band-limited values close
@@ -94,13 +115,35 @@ void PitchParameters::validate() const {
 
 // --- filters --------------------------------------------------------------------------------------------------------
 
-void PitchTracker::MovingMean::reset() {
+int PitchTracker::LowPass::delay() const { return kLowPasses * (length_ / 2); }
+
+void PitchTracker::LowPass::reset() { history_.assign(static_cast<std::size_t>(2 * delay()), 0.0F); }
+
+// Whole blocks are added, a sample further on each time, so that the order of a sum does not depend on how the input is
+// cut.
+void PitchTracker::LowPass::smooth(std::span<float> samples) {
+  const std::size_t kept = history_.size();
+  history_.insert(history_.end(), samples.begin(), samples.end());
+  const float* from = history_.data();
+  std::size_t count = history_.size();
+  for (int pass = 0; pass < kLowPasses; ++pass) {
+    count -= static_cast<std::size_t>(length_ - 1);
+    sums_[pass % 2].assign(from, from + count);
+    float* const to = sums_[pass % 2].data();
+    for (int i = 1; i < length_; ++i) call<kivsAdd_32f_I>(from + i, to, count);
+    from = to;
+  }
+  call<kivsMulC_32f>(from, std::pow(static_cast<float>(length_), -static_cast<float>(kLowPasses)), samples.data(),
+                     count);
+  history_.erase(history_.begin(), history_.end() - static_cast<std::ptrdiff_t>(kept));
+}
+
+void PitchTracker::Trend::reset() {
   sum_ = 0.0;
   history_.assign(static_cast<std::size_t>(2 * half_ + 1), 0.0F);
 }
 
-template <class Result>
-void PitchTracker::MovingMean::filter(std::span<float> samples, Result result) {
+void PitchTracker::Trend::remove(std::span<float> samples) {
   const std::size_t length = static_cast<std::size_t>(2 * half_ + 1);
   const double share = 1.0 / static_cast<double>(length);
   history_.insert(history_.end(), samples.begin(), samples.end());
@@ -108,18 +151,10 @@ void PitchTracker::MovingMean::filter(std::span<float> samples, Result result) {
   double sum = sum_;
   for (std::size_t i = 0; i < samples.size(); ++i) {
     sum += static_cast<double>(oldest[i + length]) - static_cast<double>(oldest[i]);
-    samples[i] = result(static_cast<float>(share * sum), oldest[i + 1 + length / 2]);
+    samples[i] = oldest[i + 1 + length / 2] - static_cast<float>(share * sum);
   }
   sum_ = sum;
   history_.erase(history_.begin(), history_.end() - static_cast<std::ptrdiff_t>(length));
-}
-
-void PitchTracker::MovingMean::smooth(std::span<float> samples) {
-  filter(samples, [](float mean, float) { return mean; });
-}
-
-void PitchTracker::MovingMean::remove(std::span<float> samples) {
-  filter(samples, [](float mean, float centre) { return centre - mean; });
 }
 
 void PitchTracker::Tail::drop_before(std::int64_t position) {
@@ -130,13 +165,14 @@ void PitchTracker::Tail::drop_before(std::int64_t position) {
   begin_ += count;
 }
 
-void PitchTracker::Tail::copy(std::int64_t from, std::span<float> samples) const {
-  const std::int64_t count = static_cast<std::int64_t>(samples.size());
-  const std::int64_t begin = std::clamp(begin_ - from, std::int64_t{0}, count);
-  const std::int64_t stop = std::clamp(end() - from, begin, count);
-  std::fill(samples.begin(), samples.begin() + begin, 0.0F);
-  std::copy_n(samples_.data() + (from + begin - begin_), stop - begin, samples.begin() + begin);
-  std::fill(samples.begin() + stop, samples.end(), 0.0F);
+std::span<const float> PitchTracker::Tail::span(std::int64_t from, std::size_t count, std::vector<float>& room) const {
+  const auto length = static_cast<std::int64_t>(count);
+  if (from >= begin_ && from + length <= end()) return {samples_.data() + (from - begin_), count};
+  const std::int64_t begin = std::clamp(begin_ - from, std::int64_t{0}, length);
+  const std::int64_t stop = std::clamp(end() - from, begin, length);
+  room.assign(count, 0.0F);
+  std::copy_n(samples_.data() + (from + begin - begin_), stop - begin, room.begin() + begin);
+  return room;
 }
 
 void PitchTracker::Tail::reset() {
@@ -149,20 +185,19 @@ void PitchTracker::Tail::reset() {
 PitchTracker::PitchTracker(const PitchParameters& parameters)
     : parameters_((parameters.validate(), parameters)),
       factor_(std::max(1, static_cast<int>(parameters.sample_rate / kSearchRate))),
-      low_pass_(kLowPasses, MovingMean(samples_of(kLowPassSeconds, parameters.sample_rate) | 1)),
-      trend_(samples_of(kTrendSeconds, parameters.sample_rate) | 1) {
+      low_pass_(samples_of(kLowPassSeconds, parameters.sample_rate) | 1),
+      trend_(samples_of(kTrendSeconds, static_cast<double>(parameters.sample_rate) / factor_) | 1),
+      smoother_(static_cast<double>(parameters.shift) / parameters.sample_rate, kFineSeconds) {
   const double rate = static_cast<double>(parameters_.sample_rate) / factor_;
   low_lag_ = std::max(1, static_cast<int>(rate / static_cast<double>(parameters_.high_frequency)) - 1);
   high_lag_ = static_cast<int>(rate / static_cast<double>(parameters_.low_frequency)) + 2;
   search_window_ = samples_of(kSearchSeconds, rate) / 2 * 2;
   fine_window_ = samples_of(kFineSeconds, parameters_.sample_rate) / 2 * 2;
-  filter_delay_ = trend_.half();
-  for (const MovingMean& mean : low_pass_) filter_delay_ += mean.half();
 }
 
 int PitchTracker::delay() const {
-  const int reach = factor_ * (search_window_ / 2 + high_lag_ + 1) + filter_delay_;
-  return reach + static_cast<int>(kLookAhead + kTraceBack) * parameters_.shift;
+  const int reach = factor_ * (search_window_ / 2 + high_lag_ + 1 + trend_.delay()) + low_pass_.delay();
+  return reach + (static_cast<int>(kLookAhead + kTraceBack) + smoother_.delay()) * parameters_.shift;
 }
 
 std::int64_t PitchTracker::sample_of(std::int64_t frame) const { return parameters_.first + frame * parameters_.shift; }
@@ -183,11 +218,12 @@ void PitchTracker::finish(std::vector<PitchFrame>& frames) {
   const std::int64_t in_all = behind_first > 0 ? (behind_first - 1) / parameters_.shift + 1 : 0;
   take(std::vector<float>(static_cast<std::size_t>(delay())));
   advance(in_all, true, frames);
-  for (MovingMean& mean : low_pass_) mean.reset();
+  smoother_.finish(frames);
+  low_pass_.reset();
   trend_.reset();
   samples_.reset();
   search_.reset();
-  received_ = filtered_ = first_frame_ = 0;
+  received_ = smoothed_ = thinned_ = first_frame_ = 0;
   frames_.clear();
   connected_ = 0;
   level_ = 0.0F;
@@ -200,15 +236,20 @@ std::vector<PitchFrame> PitchTracker::run(std::span<const float> samples) {
   return frames;
 }
 
-// Through the filters; of what comes out every factor_-th joins the search.
+// Through the low pass; every factor_-th sample of what comes out, freed from its trend, joins the search.
 void PitchTracker::take(std::span<const float> samples) {
   block_.assign(samples.begin(), samples.end());
-  for (MovingMean& mean : low_pass_) mean.smooth(block_);
-  trend_.remove(block_);
-  for (const float sample : block_) {
-    const std::int64_t position = filtered_++ - filter_delay_;
-    if (position >= 0 && position % factor_ == 0) search_.append(sample);
-  }
+  low_pass_.smooth(block_);
+  const auto count = static_cast<std::int64_t>(block_.size());
+  const std::int64_t first = smoothed_ - low_pass_.delay();  // what block_[0] stands at
+  std::int64_t i = first <= 0 ? std::min(-first, count) : (factor_ - first % factor_) % factor_;
+  thin_block_.clear();
+  for (; i < count; i += factor_) thin_block_.push_back(block_[static_cast<std::size_t>(i)]);
+  smoothed_ += count;
+  trend_.remove(thin_block_);
+  const std::int64_t early = std::clamp<std::int64_t>(trend_.delay() - thinned_, 0, std::ssize(thin_block_));
+  search_.append(std::span<const float>(thin_block_).subspan(static_cast<std::size_t>(early)));
+  thinned_ += std::ssize(thin_block_);
 }
 
 void PitchTracker::advance(std::int64_t frames_in_all, bool last, std::vector<PitchFrame>& result) {
@@ -224,35 +265,40 @@ void PitchTracker::advance(std::int64_t frames_in_all, bool last, std::vector<Pi
     while (!frames_.empty()) emit(frames_.size() - 1, result);
   }
   search_.drop_before(sample_of(next) / factor_ - reach);
-  samples_.drop_before(sample_of(first_frame_) - delay());
+  samples_.drop_before(sample_of(first_frame_) - fine_window_ - factor_ * high_lag_);
 }
 
-// forward_: the mean of the correlations of the window around the centre with what follows and with what precedes it.
-void PitchTracker::correlate(const Tail& signal, std::int64_t centre, int window, int low, int high) {
-  const std::size_t length = static_cast<std::size_t>(window + 2 * high);
-  const std::size_t lags = static_cast<std::size_t>(high - low + 1);
-  span_.resize(length);
-  signal.copy(centre - window / 2 - high, span_);
-  reversed_.assign(span_.rbegin(), span_.rend());
+// forward_: the mean of the correlations of the window around the centre with what follows it and with what precedes
+// it. Returns the window.
+std::span<const float> PitchTracker::correlate(std::int64_t centre) {
+  const auto window = static_cast<std::size_t>(search_window_);
+  const auto reach = static_cast<std::size_t>(high_lag_);
+  const auto span = search_.span(centre - search_window_ / 2 - high_lag_, window + 2 * reach, span_);
+  reversed_.resize(span.size());
+  std::reverse_copy(span.begin(), span.end(), reversed_.begin());
+  const auto lags = static_cast<std::size_t>(high_lag_ - low_lag_ + 1);
   forward_.resize(lags);
   backward_.resize(lags);
-  call<kivsCrossCorrCoeffLag_32f>(span_.data() + high, window, low, high, forward_);
-  call<kivsCrossCorrCoeffLag_32f>(reversed_.data() + high, window, low, high, backward_);
+  call<kivsCrossCorrCoeffLag_32f>(span.data() + reach, window, low_lag_, high_lag_, forward_);
+  call<kivsCrossCorrCoeffLag_32f>(reversed_.data() + reach, window, low_lag_, high_lag_, backward_);
   call<kivsAdd_32f_I>(backward_, forward_, lags);
   call<kivsMulC_32f_I>(0.5F, forward_, lags);
+  return span.subspan(reach, window);
 }
 
 void PitchTracker::analyse(std::int64_t number) {
-  correlate(search_, sample_of(number) / factor_, search_window_, low_lag_, high_lag_);
+  const auto window = correlate(sample_of(number) / factor_);
   Frame& frame = frames_.emplace_back();
-  for (int i = 0; i < search_window_; ++i) {
-    frame.peak = std::max(frame.peak, std::abs(span_[static_cast<std::size_t>(high_lag_ + i)]));
-  }
+  float least = 0.0F;
+  float most = 0.0F;
+  call<kivsMinMax_32f>(window, window.size(), &least, &most);
+  frame.peak = std::max(-least, most);
   find_candidates(frame);
 }
 
 void PitchTracker::find_candidates(Frame& frame) const {
   const float rate = static_cast<float>(parameters_.sample_rate) / static_cast<float>(factor_);
+  const float lowest_octave = std::log2(parameters_.low_frequency);
   for (std::size_t k = 1; k + 1 < forward_.size(); ++k) {
     const float* const r = forward_.data() + k;
     if (!(*r > kLeastCorrelation) || !is_peak(r)) continue;
@@ -260,14 +306,50 @@ void PitchTracker::find_candidates(Frame& frame) const {
     const float lag = static_cast<float>(low_lag_) + static_cast<float>(k) + top.shift;
     const float frequency = rate / lag;
     if (frequency < parameters_.low_frequency || frequency > parameters_.high_frequency) continue;
-    const float octaves = std::log2(frequency / parameters_.low_frequency);
+    const float octave = std::log2(frequency);
+    const float strength = top.height + parameters_.octave_cost * (octave - lowest_octave);
     frame.best = std::max(frame.best, top.height);
-    frame.candidates.push_back(
-        {lag, top.height, std::log2(frequency), top.height + parameters_.octave_cost * octaves, 0.0F, 0});
+    frame.candidates.push_back({lag, top.height, octave, strength, 0.0F, 0});
   }
+  if (frame.best < kCertainCorrelation) join_multiples(frame);
   std::sort(frame.candidates.begin(), frame.candidates.end(),
             [](const Candidate& a, const Candidate& b) { return a.strength > b.strength; });
   if (frame.candidates.size() > kMostCandidates) frame.candidates.resize(kMostCandidates);
+}
+
+// The highest correlation within a sample of the lag.
+float PitchTracker::correlation_near(float lag) const {
+  const auto place = static_cast<std::size_t>(std::lround(lag)) - static_cast<std::size_t>(low_lag_);
+  const float* const r = forward_.data();
+  const std::size_t last = forward_.size() - 1;
+  return std::max({r[place], r[place > 0 ? place - 1 : 0], r[std::min(place + 1, last)]});
+}
+
+// In noise the correlation a period away may be low by chance, but not those of its multiples as well: what a candidate
+// is taken for is at least their mean. Half the lag of a candidate is one more, should its peak be lost.
+void PitchTracker::join_multiples(Frame& frame) const {
+  const float lowest_octave = std::log2(parameters_.low_frequency);
+  const float rate = static_cast<float>(parameters_.sample_rate) / static_cast<float>(factor_);
+  const float shortest = rate / parameters_.high_frequency;
+  auto& candidates = frame.candidates;
+  const std::size_t peaks = candidates.size();
+  for (std::size_t i = 0; i < peaks; ++i) {
+    const float lag = 0.5F * candidates[i].lag;
+    const auto is_near = [lag](const Candidate& c) { return std::abs(c.lag - lag) < kMultipleRange * lag; };
+    if (lag < shortest || std::any_of(candidates.begin(), candidates.end(), is_near)) continue;
+    const float octave = candidates[i].log_frequency + 1.0F;
+    candidates.push_back({lag, correlation_near(lag), octave, 0.0F, 0.0F, 0});
+  }
+  for (Candidate& candidate : candidates) {
+    float sum = candidate.correlation;
+    int count = 1;
+    for (; count < kMultiples && candidate.lag * static_cast<float>(count + 1) < static_cast<float>(high_lag_);
+         ++count) {
+      sum += correlation_near(candidate.lag * static_cast<float>(count + 1));
+    }
+    const float height = std::max(candidate.correlation, sum / static_cast<float>(count));
+    candidate.strength = height + parameters_.octave_cost * (candidate.log_frequency - lowest_octave);
+  }
 }
 
 // Joins a frame to the paths: its candidates and the one of being unvoiced, each to the best of the frame before.
@@ -312,7 +394,7 @@ void PitchTracker::emit(std::size_t behind, std::vector<PitchFrame>& result) {
                        [](const Candidate& a, const Candidate& b) { return a.cost < b.cost; }) -
       ends.begin());
   for (std::size_t i = behind; i > 0; --i) at = static_cast<std::size_t>(frames_[i].candidates[at].before);
-  result.push_back(result_of(first_frame_, frames_.front().candidates[at], frames_.front().best));
+  smoother_.push(result_of(first_frame_, frames_.front().candidates[at], frames_.front().best), result);
   frames_.pop_front();
   ++first_frame_;
   --connected_;
@@ -327,12 +409,17 @@ PitchFrame PitchTracker::result_of(std::int64_t frame, const Candidate& candidat
   return result;
 }
 
-// The highest peak close to the lag in the samples as they came; the lag itself if there is none.
+// The highest peak close to the lag in the samples as they came, between two windows that lie around the centre; the
+// lag itself if there is none.
 float PitchTracker::refined_lag(std::int64_t centre, float lag) {
   const int low = static_cast<int>(lag * (1.0F - kFineRange)) - 1;
   const int high = static_cast<int>(lag * (1.0F + kFineRange)) + 2;
   const int first = std::max(0, low - kReach);
-  correlate(samples_, centre, fine_window_, first, high + kReach);
+  const int last = high + kReach;
+  const auto span = samples_.span(centre - (fine_window_ + static_cast<int>(lag)) / 2,
+                                  static_cast<std::size_t>(fine_window_ + last), span_);
+  forward_.resize(static_cast<std::size_t>(last - first + 1));
+  call<kivsCrossCorrCoeffLag_32f>(span.data(), fine_window_, first, last, forward_);
   float highest = 0.0F;
   const float* best = nullptr;
   for (int k = std::max(low, first + 1) + 1; k < high; ++k) {

@@ -5,8 +5,8 @@
 // speech recognition", ICASSP 2014).
 //
 // Peaks are sought in a signal of about 8 kHz below 1.5 kHz, where noise does least, in windows of 30 ms before and
-// behind the frame; the peak of the path is then looked for again close by in windows of 40 ms of the samples as they
-// came.
+// behind the frame; the peak of the path is then looked for again close by in windows of 50 ms of the samples as they
+// came, and the contour is smoothed over 40 ms on either side.
 #pragma once
 
 #include <cstddef>
@@ -14,6 +14,8 @@
 #include <deque>
 #include <span>
 #include <vector>
+
+#include "kivsr/speech/front/pitch_smoother.h"
 
 namespace kivsr::speech {
 
@@ -27,18 +29,12 @@ struct PitchParameters {
   // Costs in units of correlation.
   float voicing_threshold = 0.45F;  // correlation of a frame that is as likely voiced as not
   float silence_threshold = 0.09F;  // frames below so much of the maximum around them tend to be unvoiced
-  float octave_cost = 0.08F;        // against lower candidates, an octave
-  float jump_cost = 0.5F;           // of a change by an octave from frame to frame (10 ms)
-  float transition_cost = 0.14F;    // from voiced to unvoiced or back
+  float octave_cost = 0.09F;        // against lower candidates, an octave
+  float jump_cost = 0.8F;           // of a change by an octave from frame to frame (10 ms)
+  float transition_cost = 0.35F;    // from voiced to unvoiced or back
 
   // Throws Fault for values that contradict each other.
   void validate() const;
-};
-
-struct PitchFrame {
-  float frequency;    // Hz; 0: unvoiced
-  float correlation;  // normalised, of the path's lag; of the best lag if unvoiced
-  float probability;  // of being voiced, by the best lag alone
 };
 
 // One signal after the other: push its samples as they come, then finish, which leaves the tracker ready for the next.
@@ -54,23 +50,33 @@ class PitchTracker {
   std::vector<PitchFrame> run(std::span<const float> samples);
 
  private:
-  // A centred mean over an odd number of samples, which comes half as many later.
-  class MovingMean {
+  // Moving means over an odd number of samples, one behind the other.
+  class LowPass {
    public:
-    explicit MovingMean(int length) : half_(length / 2) { reset(); }
-    int half() const { return half_; }
+    explicit LowPass(int length) : length_(length) { reset(); }
+    int delay() const;
     void reset();
-    // Each sample becomes the mean around the one half a length before it; or that one less the mean.
+    // Each sample becomes the one that stands delay() before it, smoothed.
     void smooth(std::span<float> samples);
+
+   private:
+    int length_;
+    std::vector<float> history_;  // the last samples, and behind them those of a call
+    std::vector<float> sums_[2];
+  };
+  // A signal less its centred mean over an odd number of samples.
+  class Trend {
+   public:
+    explicit Trend(int length) : half_(length / 2) { reset(); }
+    int delay() const { return half_; }
+    void reset();
+    // Each sample becomes the one that stands delay() before it, less the mean around that one.
     void remove(std::span<float> samples);
 
    private:
-    template <class Result>
-    void filter(std::span<float> samples, Result result);
-
     int half_;
     double sum_;
-    std::vector<float> history_;  // the last samples, and behind them those of a call
+    std::vector<float> history_;
   };
   // The end of a signal, of which the front is dropped when it is not needed any more.
   class Tail {
@@ -79,8 +85,8 @@ class PitchTracker {
     void append(std::span<const float> samples) { samples_.insert(samples_.end(), samples.begin(), samples.end()); }
     std::int64_t end() const { return begin_ + static_cast<std::int64_t>(samples_.size()); }
     void drop_before(std::int64_t position);
-    // Zeros where the signal is not.
-    void copy(std::int64_t from, std::span<float> samples) const;
+    // So many samples, zeros where the signal is not; they may stand in `room`, until the signal changes.
+    std::span<const float> span(std::int64_t from, std::size_t count, std::vector<float>& room) const;
     void reset();
 
    private:
@@ -104,8 +110,10 @@ class PitchTracker {
   void take(std::span<const float> samples);
   void advance(std::int64_t frames_in_all, bool last, std::vector<PitchFrame>& result);
   void analyse(std::int64_t frame);
-  void correlate(const Tail& signal, std::int64_t centre, int window, int low, int high);
+  std::span<const float> correlate(std::int64_t centre);
   void find_candidates(Frame& frame) const;
+  void join_multiples(Frame& frame) const;
+  float correlation_near(float lag) const;
   void connect(std::size_t index);
   void emit(std::size_t behind, std::vector<PitchFrame>& result);
   PitchFrame result_of(std::int64_t frame, const Candidate& candidate, float best);
@@ -118,12 +126,13 @@ class PitchTracker {
   int high_lag_;
   int search_window_;
   int fine_window_;
-  std::vector<MovingMean> low_pass_;
-  MovingMean trend_;
-  int filter_delay_;
+  LowPass low_pass_;
+  Trend trend_;
+  PitchSmoother smoother_;
 
   std::int64_t received_ = 0;  // samples
-  std::int64_t filtered_ = 0;  // of them through the filters
+  std::int64_t smoothed_ = 0;  // of them through the low pass
+  std::int64_t thinned_ = 0;   // samples of the search through all filters
   Tail samples_;
   Tail search_;
   std::int64_t first_frame_ = 0;  // number of frames_[0]
@@ -131,6 +140,7 @@ class PitchTracker {
   std::size_t connected_ = 0;     // of these
   float level_ = 0.0F;            // maximum around the last connected frame
   std::vector<float> block_;
+  std::vector<float> thin_block_;
   std::vector<float> span_;
   std::vector<float> reversed_;
   std::vector<float> forward_;  // correlations, then their mean with those backward

@@ -90,6 +90,16 @@ void lag_sums(float* r, const float* x, const float* y, std::ptrdiff_t len) {
   for (int v = 0; v < kVectors; ++v) simd::store(r + v * W, totals[v]);
 }
 
+// `vectors` of them, at most kTile.
+void few_lag_sums(float* r, const float* x, const float* y, std::ptrdiff_t len, std::ptrdiff_t vectors) {
+  switch (vectors) {
+    case 1: return lag_sums<1>(r, x, y, len);
+    case 2: return lag_sums<2>(r, x, y, len);
+    case 3: return lag_sums<std::min(3, kTile)>(r, x, y, len);
+    default: return lag_sums<kTile>(r, x, y, len);
+  }
+}
+
 void direct_sums(float* r, const float* x, const float* y, std::ptrdiff_t len, std::ptrdiff_t lags) {
   if (lags < W) {
     const int few = static_cast<int>(lags);
@@ -99,8 +109,13 @@ void direct_sums(float* r, const float* x, const float* y, std::ptrdiff_t len, s
   }
   std::ptrdiff_t k = 0;
   for (; k + kTile * W <= lags; k += kTile * W) lag_sums<kTile>(r + k, x, y + k, len);
-  for (; k + W <= lags; k += W) lag_sums<1>(r + k, x, y + k, len);
-  if (k < lags) lag_sums<1>(r + lags - W, x, y + lags - W, len);
+  if (k == lags) return;
+  // The vectors that are left reach back over lags that are done, or the last of them alone does.
+  const std::ptrdiff_t vectors = (lags - k + W - 1) / W;
+  const std::ptrdiff_t start = lags - vectors * W;
+  if (start >= 0) return few_lag_sums(r + start, x, y + start, len, vectors);
+  few_lag_sums(r, x, y, len, vectors - 1);
+  lag_sums<1>(r + lags - W, x, y + lags - W, len);
 }
 
 // From this many products on the sums go through the FFT.
