@@ -4,7 +4,7 @@ MAKEFLAGS += --no-print-directory
 SHELL := /bin/bash
 .SHELLFLAGS := -o pipefail -c
 
-.PHONY: demo test check check-threads check-reference check-clang check-tidy bench docs install format clean
+.PHONY: demo test check check-threads check-reference check-clang check-tidy bench docs python install format clean
 
 demo:
 	@scripts/setup
@@ -54,6 +54,15 @@ bench:
 docs:
 	@scripts/setup docs
 	@mkdir -p build && doxygen docs/Doxyfile
+
+# A wheel of the Python package, in build/wheel.
+python:
+	@scripts/setup python
+	@cmake --preset x86_64 >/dev/null
+	@cmake --build --preset x86_64 -j$(JOBS) --target kivsr_python | scripts/progress
+	@cd python && KIVSR_BUILD=../build/x86_64 JOBS=$(JOBS) /usr/bin/python3 setup.py -q egg_info --egg-base ../build \
+	  build --build-base ../build/wheel/parts bdist_wheel --dist-dir ../build/wheel
+	@ls build/wheel/*.whl
 
 install:
 	cmake -S . -B build/install -DKIVSR_V3=ON

@@ -1,0 +1,3 @@
+"""The version of the library that the package is built from."""
+
+__version__ = "5.2"
