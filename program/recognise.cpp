@@ -13,6 +13,7 @@
 #include <CLI/CLI.hpp>
 
 #include "kivsr/speech/decode/mixture_scorer.h"
+#include "kivsr/speech/decode/ngram_language.h"
 #include "kivsr/speech/decode/search_network.h"
 #include "kivsr/speech/decode/viterbi_search.h"
 #include "kivsr/speech/decode/word_errors.h"
@@ -22,6 +23,7 @@
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/models/acoustic_model.h"
+#include "kivsr/speech/models/packed_ngram_file.h"
 #include "kivsr/speech/models/word_acoustic_model.h"
 #include "kivsr/speech/models/word_model_file.h"
 #include "program/progress.h"
@@ -41,6 +43,7 @@ struct RecogniseCommand {
   std::string grammar_file;
   std::string rule;
   std::string words;
+  std::string ngram_file;
   std::string reference_file;
   std::string format = "text";
   std::string noise_reduction;  // empty: as the model's recipe says
@@ -56,15 +59,18 @@ struct RecogniseCommand {
 
  private:
   struct Task {
-    WordNetwork words;
-    AcousticModel model;
-    Dictionary dictionary;
+    std::unique_ptr<AcousticModel> model;  // stays where it is, as the network refers to it
+    SearchNetwork network;
   };
   Task task() const;
+  Task word_model_task() const;
+  SearchNetwork network_of(WordNetwork words, const Dictionary& pronunciations, const AcousticModel& model) const;
+  SearchNetwork ngram_network_of(const AcousticModel& model) const;
   Recipe recipe_of(const AcousticModel& model) const;
   RecognisedUtterance recognise(const std::string& file, const SearchNetwork& network, ViterbiSearch& search,
                                 FeatureChain& chain) const;
   WordNetwork word_network() const;
+  std::filesystem::path dictionary_path(const AcousticModel& model) const;
   Dictionary dictionary(const AcousticModel& model, const WordNetwork& network) const;
 };
 
@@ -85,17 +91,20 @@ std::vector<std::string> word_list(const std::string& text) {
 }
 
 WordNetwork RecogniseCommand::word_network() const {
-  if (grammar_file.empty() == words.empty()) throw Fault("recognise: give either --grammar or --words");
   return grammar_file.empty() ? word_loop(word_list(words), "--words " + words)
                               : grammar_network(read_grammar(grammar_file), rule);
 }
 
-Dictionary RecogniseCommand::dictionary(const AcousticModel& model, const WordNetwork& network) const {
+std::filesystem::path RecogniseCommand::dictionary_path(const AcousticModel& model) const {
   const std::filesystem::path file =
       dictionary_file.empty() ? find_model_dictionary(model.folder) : std::filesystem::path(dictionary_file);
   if (file.empty()) throw Fault("recognise: the model " + model_name + " has no dictionary beside it, give --dict");
+  return file;
+}
+
+Dictionary RecogniseCommand::dictionary(const AcousticModel& model, const WordNetwork& network) const {
   const auto vocabulary = network.vocabulary();
-  return Dictionary::read(file, &vocabulary);
+  return Dictionary::read(dictionary_path(model), &vocabulary);
 }
 
 // The words that were said, without silence and noise. A quoted token of a grammar can be several.
@@ -109,20 +118,58 @@ std::vector<std::string> spoken_words(const Hypothesis& hypothesis, const Search
   return result;
 }
 
-// The words that are allowed, the model and how its words are pronounced.
-RecogniseCommand::Task RecogniseCommand::task() const {
-  if (!is_word_model_file(model_name)) {
-    WordNetwork words_allowed = word_network();
-    AcousticModel model = read_acoustic_model(find_model_folder(model_name), floors);
-    Dictionary pronunciations = dictionary(model, words_allowed);
-    return {std::move(words_allowed), std::move(model), std::move(pronunciations)};
+SearchNetwork RecogniseCommand::network_of(WordNetwork words_allowed, const Dictionary& pronunciations,
+                                           const AcousticModel& model) const {
+  if (skip_unknown) {
+    for (const std::string& word : remove_unpronounceable(words_allowed, pronunciations, model)) {
+      std::fprintf(stderr, "kivsr: the word \"%s\" cannot be pronounced and is left out\n", word.c_str());
+    }
   }
+  return build_search_network(words_allowed, pronunciations, model, weights);
+}
+
+SearchNetwork RecogniseCommand::ngram_network_of(const AcousticModel& model) const {
+  std::vector<std::string> unknown;
+  SearchNetwork network =
+      build_ngram_network(read_ngram_model(ngram_file), dictionary_path(model), model, weights, unknown);
+  if (!unknown.empty()) {
+    std::fprintf(stderr, "kivsr: %zu words of the language model %s cannot be pronounced and are left out: \"%s\"%s\n",
+                 unknown.size(), ngram_file.c_str(), unknown.front().c_str(), unknown.size() > 1 ? ", ..." : "");
+  }
+  return network;
+}
+
+// A model of whole words knows how they are pronounced, and without anything else any sequence of them may be said.
+RecogniseCommand::Task RecogniseCommand::word_model_task() const {
   WordRecogniser word_model = word_recogniser(read_word_model(model_name), model_name);
   WordNetwork words_allowed =
       grammar_file.empty() && words.empty() ? word_loop(word_model.words, model_name) : word_network();
-  Dictionary pronunciations =
+  const Dictionary pronunciations =
       dictionary_file.empty() ? std::move(word_model.dictionary) : dictionary(word_model.acoustic, words_allowed);
-  return {std::move(words_allowed), std::move(word_model.acoustic), std::move(pronunciations)};
+  Task result;
+  result.model = std::make_unique<AcousticModel>(std::move(word_model.acoustic));
+  result.network = network_of(std::move(words_allowed), pronunciations, *result.model);
+  return result;
+}
+
+// The model, and what may be said.
+RecogniseCommand::Task RecogniseCommand::task() const {
+  const int given = (grammar_file.empty() ? 0 : 1) + (words.empty() ? 0 : 1) + (ngram_file.empty() ? 0 : 1);
+  const bool whole_words = is_word_model_file(model_name);
+  if (given > 1 || (given == 0 && !whole_words)) throw Fault("recognise: give one of --grammar, --words and --lm");
+  if (whole_words && ngram_file.empty()) return word_model_task();
+  if (whole_words) throw Fault("recognise: --lm is for models of phones, " + model_name + " is one of words");
+  Task result;
+  if (!ngram_file.empty()) {
+    result.model = std::make_unique<AcousticModel>(read_acoustic_model(find_model_folder(model_name), floors));
+    result.network = ngram_network_of(*result.model);
+    return result;
+  }
+  WordNetwork words_allowed = word_network();
+  result.model = std::make_unique<AcousticModel>(read_acoustic_model(find_model_folder(model_name), floors));
+  const Dictionary pronunciations = dictionary(*result.model, words_allowed);
+  result.network = network_of(std::move(words_allowed), pronunciations, *result.model);
+  return result;
 }
 
 // The model's own, with what the command line adds for a difficult channel.
@@ -167,26 +214,20 @@ RecognisedUtterance RecogniseCommand::recognise(const std::string& file, const S
 
 void RecogniseCommand::run() const {
   if (alignment && format == "tsv") throw Fault("recognise: --alignment is for the format text");
-  Task given = task();
+  const Task given = task();
   std::optional<References> references;
   if (!reference_file.empty()) {
     references = References::read(reference_file);
     for (const std::string& file : audio_files) references->find(file);
   }
-  if (skip_unknown) {
-    for (const std::string& word : remove_unpronounceable(given.words, given.dictionary, given.model)) {
-      std::fprintf(stderr, "kivsr: the word \"%s\" cannot be pronounced and is left out\n", word.c_str());
-    }
-  }
-  const SearchNetwork network = build_search_network(given.words, given.dictionary, given.model, weights);
-  const std::unique_ptr<Scorer> scorer = make_mixture_scorer(given.model, scoring);
-  FeatureChain chain(recipe_of(given.model));
-  ViterbiSearch search(network, given.model, *scorer, beams);
+  const std::unique_ptr<Scorer> scorer = make_mixture_scorer(*given.model, scoring);
+  FeatureChain chain(recipe_of(*given.model));
+  ViterbiSearch search(given.network, *given.model, *scorer, beams);
   RecogniseReport report(format == "tsv" ? ReportFormat::kTsv : ReportFormat::kText, references.has_value());
   Progress progress("recognise", static_cast<int>(audio_files.size()));
   for (const std::string& file : audio_files) {
     progress.step(file);
-    RecognisedUtterance utterance = recognise(file, network, search, chain);
+    RecognisedUtterance utterance = recognise(file, given.network, search, chain);
     if (references) {
       utterance.reference = references->find(file);
       utterance.errors = count_word_errors(utterance.reference, utterance.words);
@@ -212,6 +253,14 @@ void add_search_options(CLI::App& command, RecogniseCommand& options) {
       ->capture_default_str();
   command.add_option("--word-beam", options.beams.word, "The same between the ends of words")
       ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  command.add_option("--most-phones", options.beams.phones, "Phones that go on after a frame, the best; 0: any number")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command
+      .add_option("--top", options.scoring.top,
+                  "Gaussians of each codebook and stream that are summed, the likeliest of those scored; 0: all")
+      ->check(CLI::NonNegativeNumber)
       ->capture_default_str();
   const std::map<std::string, ScoreArithmetic> arithmetics{{"float", ScoreArithmetic::kSinglePrecision},
                                                            {"double", ScoreArithmetic::kDoublePrecision},
@@ -253,6 +302,8 @@ void add_recognise(CLI::App& program) {
   command->add_option("--rule", options->rule, "Rule of the grammar to start with (default: all public rules)");
   command->add_option("--words", options->words,
                       "Words that may follow each other in any order: a file, or a list with commas");
+  command->add_option("--lm", options->ngram_file,
+                      "Any words of an n-gram model: ARPA text, packed, or the name of one that Debian installs");
   command->add_flag("--skip-unknown", options->skip_unknown,
                     "Leave out words without a pronunciation instead of stopping");
   command->add_option("--reference", options->reference_file,

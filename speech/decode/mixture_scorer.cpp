@@ -1,21 +1,28 @@
 #include "kivsr/speech/decode/mixture_scorer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <limits>
+#include <utility>
 #include <vector>
 
 #include "kivsr/kivsr.hpp"
 #include "kivsr/speech/decode/shortlist.h"
 #include "kivsr/speech/decode/stream_gaussians.h"
+#include "kivsr/speech/decode/tied_weights.h"
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
 namespace {
 
+// The Gaussians of all codebooks in one frame, each codebook scored when it is first asked for.
 template <class Arithmetic>
-class MixtureScorer : public Scorer {
+class CodebookScores {
  public:
-  MixtureScorer(const AcousticModel& model, int shortlist)
+  using Score = typename Arithmetic::Score;
+
+  CodebookScores(const AcousticModel& model, int shortlist)
       : model_(model),
         scored_(shortlist > 0 ? std::min(shortlist, model.densities) : model.densities),
         likelihoods_(static_cast<std::size_t>(model.codebooks) * model.streams.size() *
@@ -28,20 +35,48 @@ class MixtureScorer : public Scorer {
     }
   }
 
-  void score(std::span<const float> frame, std::span<const int> states, std::span<float> scores) override;
+  void start_frame(std::span<const float> frame) {
+    if (static_cast<int>(frame.size()) != model_.dimension) {
+      throw Fault("the features have another dimension than the model's Gaussians");
+    }
+    for (StreamGaussians<Arithmetic>& stream : streams_) stream.set_frame(frame);
+    for (std::size_t stream = 0; stream < shortlists_.size(); ++stream) {
+      cells_[stream] = shortlists_[stream].cell(frame);
+    }
+    if (++frame_ == 0) {
+      std::fill(evaluated_.begin(), evaluated_.end(), 0U);
+      frame_ = 1;
+    }
+  }
+
+  // False if that was done in this frame before.
+  bool evaluate(int codebook) {
+    if (std::exchange(evaluated_[static_cast<std::size_t>(codebook)], frame_) == frame_) return false;
+    for (std::size_t stream = 0; stream < streams_.size(); ++stream) {
+      Score* const scores = row(codebook, stream);
+      shortlists_.empty()
+          ? streams_[stream].score(codebook, scores)
+          : streams_[stream].score(codebook, shortlists_[stream].list(cells_[stream], codebook), scores);
+    }
+    return true;
+  }
+
+  std::size_t streams() const { return streams_.size(); }
+  // Log likelihoods of the Gaussians that are scored.
+  std::span<const Score> likelihoods(int codebook, std::size_t stream) {
+    return {row(codebook, stream), static_cast<std::size_t>(scored_)};
+  }
+  // Which Gaussian of the codebook has the likelihood of that index.
+  int gaussian(int codebook, std::size_t stream, std::size_t index) const {
+    return shortlists_.empty() ? static_cast<int>(index) : shortlists_[stream].list(cells_[stream], codebook)[index];
+  }
+  const Score* log_weights(int state, std::size_t stream) const { return streams_[stream].log_weights(state); }
 
  private:
-  using Score = typename Arithmetic::Score;
-
-  int codebook_of(int state) const { return model_.codebook_of_state[static_cast<std::size_t>(state)]; }
-  Score* likelihoods(int codebook, std::size_t stream) {
+  Score* row(int codebook, std::size_t stream) {
     const std::size_t row = static_cast<std::size_t>(codebook) * streams_.size() + stream;
     return likelihoods_.data() + row * static_cast<std::size_t>(scored_);
   }
-  void start_frame(std::span<const float> frame);
-  void evaluate_codebook(int codebook);
-  void sum_all(std::span<const int> states, std::span<float> scores);
-  void sum_listed(std::span<const int> states, std::span<float> scores);
 
   const AcousticModel& model_;
   int scored_;  // Gaussians of each codebook and stream
@@ -50,111 +85,138 @@ class MixtureScorer : public Scorer {
   std::vector<Score> likelihoods_;     // [codebook][stream][Gaussian]
   std::vector<unsigned> evaluated_;    // frame in which each codebook was evaluated last
   std::vector<int> cells_;             // of the frame, one a stream
-  std::vector<Score> weighted_;        // work area: log weights plus log likelihoods
-  std::vector<Score> listed_likelihoods_;
   unsigned frame_ = 0;
 };
 
+// Each state has a codebook of its own: a log-sum a state and stream.
 template <class Arithmetic>
-void MixtureScorer<Arithmetic>::start_frame(std::span<const float> frame) {
-  for (StreamGaussians<Arithmetic>& stream : streams_) stream.set_frame(frame);
-  for (std::size_t stream = 0; stream < shortlists_.size(); ++stream) cells_[stream] = shortlists_[stream].cell(frame);
-  if (++frame_ == 0) {
-    std::fill(evaluated_.begin(), evaluated_.end(), 0U);
-    frame_ = 1;
-  }
-}
+class ContinuousScorer : public Scorer {
+ public:
+  ContinuousScorer(const AcousticModel& model, int shortlist) : model_(model), codebooks_(model, shortlist) {}
 
-template <class Arithmetic>
-void MixtureScorer<Arithmetic>::evaluate_codebook(int codebook) {
-  for (std::size_t stream = 0; stream < streams_.size(); ++stream) {
-    if (shortlists_.empty()) {
-      streams_[stream].score(codebook, likelihoods(codebook, stream));
-    } else {
-      streams_[stream].score(codebook, shortlists_[stream].list(cells_[stream], codebook),
-                             likelihoods(codebook, stream));
+  void score(std::span<const float> frame, std::span<const int> states, std::span<float> scores) override {
+    using Score = typename Arithmetic::Score;
+    codebooks_.start_frame(frame);
+    for (const int state : states) {
+      const int codebook = model_.codebook_of_state[static_cast<std::size_t>(state)];
+      codebooks_.evaluate(codebook);
+      Score total = 0;
+      for (std::size_t stream = 0; stream < codebooks_.streams(); ++stream) {
+        const auto likelihoods = codebooks_.likelihoods(codebook, stream);
+        weighted_.assign(likelihoods.begin(), likelihoods.end());
+        const Score* weights = codebooks_.log_weights(state, stream);
+        for (std::size_t i = 0; i < weighted_.size(); ++i) {
+          weighted_[i] += weights[codebooks_.gaussian(codebook, stream, i)];
+        }
+        Score sum = 0;
+        call<Arithmetic::log_sum>(weighted_, &sum, weighted_.size());
+        total += sum;
+      }
+      scores[static_cast<std::size_t>(state)] = static_cast<float>(total);
     }
   }
-}
 
-// Every Gaussian of the codebook: the log-sum of a long row for each state and stream.
+ private:
+  const AcousticModel& model_;
+  CodebookScores<Arithmetic> codebooks_;
+  std::vector<typename Arithmetic::Score> weighted_;  // work area: log weights plus log likelihoods
+};
+
+// States share codebooks: those of one are summed together, over the likeliest Gaussians alone. Their likelihoods are
+// taken relative to the best one, so that sums of probabilities stay in range.
 template <class Arithmetic>
-void MixtureScorer<Arithmetic>::sum_all(std::span<const int> states, std::span<float> scores) {
-  weighted_.resize(static_cast<std::size_t>(scored_));
-  for (const int state : states) {
-    Score total = 0;
-    for (std::size_t stream = 0; stream < streams_.size(); ++stream) {
-      std::copy_n(streams_[stream].log_weights(state), weighted_.size(), weighted_.data());
-      call<Arithmetic::add>(likelihoods(codebook_of(state), stream), weighted_, scored_);
-      Score sum = 0;
-      call<Arithmetic::log_sum>(weighted_, &sum, scored_);
-      total += sum;
-    }
-    scores[static_cast<std::size_t>(state)] = static_cast<float>(total);
+class TiedScorer : public Scorer {
+ public:
+  TiedScorer(const AcousticModel& model, int shortlist, int top)
+      : model_(model),
+        codebooks_(model, shortlist),
+        states_(model),
+        top_(static_cast<std::size_t>(top)),
+        totals_(static_cast<std::size_t>(model.definition.states)) {
+    for (const ModelStream& stream : model.streams) weights_.emplace_back(model, stream, states_);
   }
-}
 
-// Few Gaussians: log-sums of short rows would cost more to set up than to compute, so the states and streams of the
-// frame lie side by side and the listed Gaussians are added to all of them one after the other.
-template <class Arithmetic>
-void MixtureScorer<Arithmetic>::sum_listed(std::span<const int> states, std::span<float> scores) {
-  const std::size_t columns = states.size() * streams_.size();
-  const auto rows = static_cast<std::size_t>(scored_);
-  weighted_.resize(rows * columns);
-  listed_likelihoods_.resize(rows * columns);
-  std::size_t column = 0;
-  for (const int state : states) {
-    for (std::size_t stream = 0; stream < streams_.size(); ++stream, ++column) {
-      const Score* weights = streams_[stream].log_weights(state);
-      const Score* likelihood = likelihoods(codebook_of(state), stream);
-      const std::span<const std::uint16_t> list = shortlists_[stream].list(cells_[stream], codebook_of(state));
-      for (std::size_t row = 0; row < rows; ++row) {
-        weighted_[row * columns + column] = weights[list[row]];
-        listed_likelihoods_[row * columns + column] = likelihood[row];
+  void score(std::span<const float> frame, std::span<const int> states, std::span<float> scores) override {
+    codebooks_.start_frame(frame);
+    for (const int state : states) {
+      const int codebook = model_.codebook_of_state[static_cast<std::size_t>(state)];
+      if (codebooks_.evaluate(codebook)) sum_codebook(codebook);
+      scores[static_cast<std::size_t>(state)] = totals_[static_cast<std::size_t>(state)];
+    }
+  }
+
+ private:
+  using Score = typename Arithmetic::Score;
+  using Term = typename TiedWeights<Score>::Term;
+
+  // terms_ are the likeliest Gaussians with their log likelihoods, the best one first.
+  void choose_terms(int codebook, std::size_t stream) {
+    const std::span<const Score> likelihoods = codebooks_.likelihoods(codebook, stream);
+    if (top_ == 0 || top_ >= likelihoods.size()) {
+      terms_.clear();
+      for (std::size_t i = 0; i < likelihoods.size(); ++i) {
+        terms_.push_back({codebooks_.gaussian(codebook, stream, i), likelihoods[i]});
+        if (likelihoods[i] > terms_.front().likelihood) std::swap(terms_.front(), terms_.back());
+      }
+      return;
+    }
+    terms_.assign(top_, {0, std::numeric_limits<Score>::lowest()});
+    for (std::size_t i = 0; i < likelihoods.size(); ++i) {
+      if (!(likelihoods[i] > terms_.back().likelihood)) continue;
+      std::size_t place = top_ - 1;
+      for (; place > 0 && likelihoods[i] > terms_[place - 1].likelihood; --place) terms_[place] = terms_[place - 1];
+      terms_[place] = {codebooks_.gaussian(codebook, stream, i), likelihoods[i]};
+    }
+  }
+
+  static void take_logarithms(std::span<float> values) { call<kivsLn_32f_I>(values, values.size()); }
+  static void take_logarithms(std::span<double> values) {
+    for (double& value : values) value = std::log(value);
+  }
+
+  void sum_codebook(int codebook) {
+    const std::size_t count = states_.count(codebook);
+    const int* const states = states_.states.data() + states_.starts[static_cast<std::size_t>(codebook)];
+    sums_.resize(count);
+    for (std::size_t i = 0; i < count; ++i) totals_[static_cast<std::size_t>(states[i])] = 0.0F;
+    for (std::size_t stream = 0; stream < weights_.size(); ++stream) {
+      choose_terms(codebook, stream);
+      const Score best = terms_.front().likelihood;
+      for (Term& term : terms_) term.likelihood = std::exp(term.likelihood - best);
+      weights_[stream].sum(codebook, terms_, sums_);
+      for (Score& sum : sums_) sum = std::max(sum, std::numeric_limits<Score>::min());
+      take_logarithms(std::span(sums_));
+      for (std::size_t i = 0; i < count; ++i) {
+        totals_[static_cast<std::size_t>(states[i])] += static_cast<float>(sums_[i] + best);
       }
     }
   }
-  call<Arithmetic::add>(listed_likelihoods_, weighted_, length);
-  for (std::size_t row = 1; row < rows; ++row) {
-    call<Arithmetic::log_add>(&weighted_[row * columns], weighted_, columns, kivLogAddHintSp);
-  }
-  const Score* sum = weighted_.data();
-  for (const int state : states) {
-    Score total = 0;
-    for (std::size_t stream = 0; stream < streams_.size(); ++stream) total += *sum++;
-    scores[static_cast<std::size_t>(state)] = static_cast<float>(total);
-  }
-}
+
+  const AcousticModel& model_;
+  CodebookScores<Arithmetic> codebooks_;
+  CodebookStates states_;
+  std::size_t top_;
+  std::vector<TiedWeights<Score>> weights_;  // [stream]
+  std::vector<Term> terms_;
+  std::vector<Score> sums_;
+  std::vector<float> totals_;  // [state], of the codebooks that were evaluated in this frame
+};
 
 template <class Arithmetic>
-void MixtureScorer<Arithmetic>::score(std::span<const float> frame, std::span<const int> states,
-                                      std::span<float> scores) {
-  if (static_cast<int>(frame.size()) != model_.dimension) {
-    throw Fault("the features have another dimension than the model's Gaussians");
+std::unique_ptr<Scorer> make_scorer(const AcousticModel& model, const ScorerOptions& options) {
+  if (model.codebooks == static_cast<int>(model.codebook_of_state.size())) {
+    return std::make_unique<ContinuousScorer<Arithmetic>>(model, options.shortlist);
   }
-  start_frame(frame);
-  if (states.empty()) return;
-  for (const int state : states) {
-    unsigned& evaluated = evaluated_[static_cast<std::size_t>(codebook_of(state))];
-    if (evaluated != frame_) evaluate_codebook(codebook_of(state));
-    evaluated = frame_;
-  }
-  if (shortlists_.empty()) {
-    sum_all(states, scores);
-  } else {
-    sum_listed(states, scores);
-  }
+  return std::make_unique<TiedScorer<Arithmetic>>(model, options.shortlist, std::max(options.top, 0));
 }
 
 }  // namespace
 
 std::unique_ptr<Scorer> make_mixture_scorer(const AcousticModel& model, const ScorerOptions& options) {
   switch (options.arithmetic) {
-    case ScoreArithmetic::kDoublePrecision:
-      return std::make_unique<MixtureScorer<DoubleArithmetic>>(model, options.shortlist);
-    case ScoreArithmetic::kSixteenBits:
-      return std::make_unique<MixtureScorer<ShortArithmetic>>(model, options.shortlist);
-    default: return std::make_unique<MixtureScorer<FloatArithmetic>>(model, options.shortlist);
+    case ScoreArithmetic::kDoublePrecision: return make_scorer<DoubleArithmetic>(model, options);
+    case ScoreArithmetic::kSixteenBits: return make_scorer<ShortArithmetic>(model, options);
+    default: return make_scorer<FloatArithmetic>(model, options);
   }
 }
 

@@ -29,8 +29,6 @@ struct FloatArithmetic {
   using Score = float;
   static constexpr auto rows = kivsLogGaussMaxMultiMix_32f_D2;
   static constexpr auto listed_rows = kivsLogGaussMaxMultiMix_32f_D2L;
-  static constexpr auto add = kivsAdd_32f_I;
-  static constexpr auto log_add = kivsLogAdd_32f;
   static constexpr auto log_sum = kivsLogSum_32f;
 };
 struct DoubleArithmetic {
@@ -38,8 +36,6 @@ struct DoubleArithmetic {
   using Score = double;
   static constexpr auto rows = kivsLogGaussMaxMultiMix_64f_D2;
   static constexpr auto listed_rows = kivsLogGaussMaxMultiMix_64f_D2L;
-  static constexpr auto add = kivsAdd_64f_I;
-  static constexpr auto log_add = kivsLogAdd_64f;
   static constexpr auto log_sum = kivsLogSum_64f;
 };
 struct ShortArithmetic {
@@ -47,8 +43,6 @@ struct ShortArithmetic {
   using Score = float;
   static constexpr auto rows = kivsLogGaussMaxMultiMix_Scaled_16s32f_D2;
   static constexpr auto listed_rows = kivsLogGaussMaxMultiMix_Scaled_16s32f_D2L;
-  static constexpr auto add = kivsAdd_32f_I;
-  static constexpr auto log_add = kivsLogAdd_32f;
   static constexpr auto log_sum = kivsLogSum_32f;
 };
 

@@ -1,72 +1,64 @@
 #include "kivsr/speech/decode/viterbi_search.h"
 
 #include <algorithm>
+#include <array>
 
 namespace kivsr::speech {
-
-namespace {
-
-constexpr std::size_t kWordEnds = 4096;  // that are kept without looking for those that no path leads back to
-
-}  // namespace
 
 ViterbiSearch::ViterbiSearch(const SearchNetwork& network, const AcousticModel& model, Scorer& scorer,
                              const Beams& beams)
     : network_(network),
+      forest_(*network.forest),
       model_(model),
       scorer_(scorer),
       beams_(beams),
       state_count_(model.definition.states_per_phone),
-      states_(network.phones.size() * static_cast<std::size_t>(state_count_)),
-      entering_(network.phones.size()),
-      listed_(network.phones.size(), -1),
-      wanted_(static_cast<std::size_t>(model.definition.independent_states), -1),
-      state_scores_(static_cast<std::size_t>(model.definition.independent_states)),
-      exit_of_node_(network.nodes.size(), -1) {
+      contexts_(forest_.fan_out.contexts()),
+      phones_(network, state_count_),
+      wanted_hmms_(model.definition.hmms.size(), -1),
+      wanted_(static_cast<std::size_t>(model.definition.states), -1),
+      state_scores_(static_cast<std::size_t>(model.definition.states)) {
   reset();
 }
 
 void ViterbiSearch::reset() {
-  std::fill(states_.begin(), states_.end(), Token());
-  std::fill(entering_.begin(), entering_.end(), Token());
-  std::fill(listed_.begin(), listed_.end(), -1);
-  std::fill(wanted_.begin(), wanted_.end(), -1);
-  for (const NodeExit& exit : exits_) exit_of_node_[static_cast<std::size_t>(exit.node)] = -1;
-  exits_.clear();
+  phones_.reset();
+  words_.reset();
   active_.clear();
   next_active_.clear();
-  word_ends_.clear();
-  most_word_ends_ = kWordEnds;
-  settled_.clear();
-  taken_ = 0;
-  first_frame_ = 0;
+  left_phones_.clear();
+  std::fill(wanted_hmms_.begin(), wanted_hmms_.end(), -1);
+  std::fill(wanted_.begin(), wanted_.end(), -1);
+  exits_.clear();
+  exit_histories_.clear();
   best_ = 0.0F;
   offset_ = 0.0;
   frame_ = 0;
-  enter_node(0, {0.0F, -1}, kLogZero);
+  // the start is like the end of a word after which anything may follow
+  exits_.push_back({0.0F, -1, network_.language->start(), -1, forest_.fan_out.silent_context(), nullptr});
+  enter_words(kLogZero);
+  exits_.clear();
+  exit_histories_.clear();
   active_.swap(next_active_);
 }
 
 // frame_ is the frame that the path will meet first.
-void ViterbiSearch::enter(int phone, Token token) {
-  const auto index = static_cast<std::size_t>(phone);
-  if (token.score > entering_[index].score) entering_[index] = token;
-  if (listed_[index] == frame_) return;
-  listed_[index] = frame_;
-  next_active_.push_back(phone);
-}
-
-void ViterbiSearch::enter_node(int node, Token token, float threshold) {
-  for (const SearchEntry& entry : network_.nodes[static_cast<std::size_t>(node)].entries) {
-    if (token.score + entry.weight > threshold) enter(entry.phone, {token.score + entry.weight, token.history});
-  }
+void ViterbiSearch::enter(int index, Token token) {
+  ActivePhone& phone = phones_[index];
+  if (token.score > phones_.entering(index).score) phones_.entering(index) = token;
+  phone.has_path = true;
+  if (phone.listed == frame_) return;
+  phone.listed = frame_;
+  next_active_.push_back(index);
 }
 
 void ViterbiSearch::score_active_states(std::span<const float> frame) {
   wanted_states_.clear();
   for (const int active : active_) {
-    const int phone = network_.phones[static_cast<std::size_t>(active)].phone;
-    for (const int state : model_.definition.phones[static_cast<std::size_t>(phone)].states) {
+    const int hmm = phones_[active].hmm;
+    if (wanted_hmms_[static_cast<std::size_t>(hmm)] == frame_) continue;
+    wanted_hmms_[static_cast<std::size_t>(hmm)] = frame_;
+    for (const int state : model_.definition.states_of_hmm(hmm)) {
       if (wanted_[static_cast<std::size_t>(state)] == frame_) continue;
       wanted_[static_cast<std::size_t>(state)] = frame_;
       wanted_states_.push_back(state);
@@ -76,94 +68,280 @@ void ViterbiSearch::score_active_states(std::span<const float> frame) {
 }
 
 // Moves the paths of one phone over one frame; returns the best score. States are visited from the last to the first,
-// so that each still sees the old scores of those before it.
-float ViterbiSearch::advance(int phone) {
-  const auto index = static_cast<std::size_t>(phone);
-  const int model_phone = network_.phones[index].phone;
-  const float* transitions = model_.transitions(model_phone);
-  const std::vector<int>& model_states = model_.definition.phones[static_cast<std::size_t>(model_phone)].states;
-  Token* states = states_of(phone);
+// so that each still sees the old scores of those before it. kStates 0: any number of states.
+template <int kStates>
+float ViterbiSearch::advance(int index) {
+  const int count = kStates > 0 ? kStates : state_count_;
+  ActivePhone& phone = phones_[index];
+  const float* transitions = model_.transitions(phone.hmm);
+  const int* model_states = model_.definition.states_of_hmm(phone.hmm).data();
+  Token* states = phones_.tokens(index);
+  Token& entering = phones_.entering(index);
   float best = kLogZero;
-  for (int to = state_count_ - 1; to >= 0; --to) {
+  for (int to = count - 1; to >= 0; --to) {
     Token token;
-    if (to == 0) token = entering_[index];
+    if (to == 0) token = entering;
     for (int from = 0; from <= to; ++from) {
-      const float score = states[from].score + transitions[from * (state_count_ + 1) + to];
+      const float score = states[from].score + transitions[from * (count + 1) + to];
       if (score > token.score) token = {score, states[from].history};
     }
-    token.score += state_scores_[static_cast<std::size_t>(model_states[static_cast<std::size_t>(to)])] - best_;
+    token.score += state_scores_[static_cast<std::size_t>(model_states[to])] - best_;
     if (!(token.score > kLogZero)) token = Token();
     states[to] = token;
     best = std::max(best, token.score);
   }
-  entering_[index] = Token();
+  entering = Token();
+  phone.best = best;
   return best;
 }
 
-// Passes the best way out of a phone on to the next phone of the word, or to the node at the word's end.
-void ViterbiSearch::leave(int phone, float threshold) {
-  const SearchPhone& place = network_.phones[static_cast<std::size_t>(phone)];
-  const float* transitions = model_.transitions(place.phone);
-  const Token* states = states_of(phone);
-  Token token;
+template <int kStates>
+float ViterbiSearch::advance_all() {
+  float best = kLogZero;
+  for (const int phone : active_) best = std::max(best, advance<kStates>(phone));
+  return best;
+}
+
+// Raised so far that only about beams_.phones phones stay above it.
+float ViterbiSearch::narrowed_threshold(float threshold) const {
+  if (beams_.phones == 0 || active_.size() <= static_cast<std::size_t>(beams_.phones)) return threshold;
+  constexpr int kBins = 128;
+  std::array<int, kBins> counts{};
+  const float scale = kBins / (best_ - threshold);
+  for (const int index : active_) {
+    const float best = phones_[index].best;
+    if (best > threshold) ++counts[static_cast<std::size_t>(std::min((best_ - best) * scale, kBins - 1.0F))];
+  }
+  int sum = 0;
+  for (int bin = 0; bin < kBins; ++bin) {
+    sum += counts[static_cast<std::size_t>(bin)];
+    if (sum >= beams_.phones) return best_ - static_cast<float>(bin + 1) / scale;
+  }
+  return threshold;
+}
+
+// Of the best way out of a phone.
+float ViterbiSearch::exit_score(int index, int& history) {
+  const float* transitions = model_.transitions(phones_[index].hmm);
+  const Token* states = phones_.tokens(index);
+  float best = kLogZero;
   for (int from = 0; from < state_count_; ++from) {
     const float score = states[from].score + transitions[from * (state_count_ + 1) + state_count_];
-    if (score > token.score) token = {score, states[from].history};
+    if (!(score > best)) continue;
+    best = score;
+    history = states[from].history;
   }
-  if (!(token.score > threshold)) return;
-  if (place.next >= 0) {
-    enter(place.next, token);
-    return;
-  }
-  int& known = exit_of_node_[static_cast<std::size_t>(place.target)];
-  const NodeExit exit{place.target, token.score, token.history, place.label};
-  if (known < 0) {
-    known = static_cast<int>(exits_.size());
-    exits_.push_back(exit);
-  } else if (exit.score > exits_[static_cast<std::size_t>(known)].score) {
-    exits_[static_cast<std::size_t>(known)] = exit;
+  return best;
+}
+
+void ViterbiSearch::leave_phones(float threshold) {
+  for (const int index : active_) {
+    ActivePhone& phone = phones_[index];
+    if (phone.best > threshold) {
+      if (phone.listed != frame_) {
+        phone.listed = frame_;
+        next_active_.push_back(index);
+      }
+      leave(index, threshold);
+    } else if (phone.listed == frame_) {  // a path enters it from the phone before
+      std::fill_n(phones_.tokens(index), state_count_, Token());
+    } else {
+      phones_.leave(index);
+      left_phones_.push_back(index);
+    }
   }
 }
 
-void ViterbiSearch::end_words(float threshold) {
+// Passes the best way out of a phone on to the phones after it, or ends words.
+void ViterbiSearch::leave(int index, float threshold) {
+  Token token;
+  token.score = exit_score(index, token.history);
+  if (!(token.score > threshold)) return;
+  if (phones_[index].variant != nullptr) {
+    end_words(index, token);
+  } else {
+    enter_children(index, token, threshold);
+  }
+}
+
+void ViterbiSearch::enter_children(int index, Token token, float threshold) {
+  const int first_slot = phones_.child_slots(index);
+  const int place = phones_[index].node;
+  token.score -= phones_[index].look_ahead;
+  if (place >= 0) {
+    const TreeNode& node = forest_.nodes[static_cast<std::size_t>(place)];
+    for (int child = node.first; child < node.first + node.count; ++child) {
+      enter_child(index, child, first_slot, token, threshold);
+    }
+    return;
+  }
+  for (const int child : phones_.entries().members(phones_.entries().entry(-1 - place))) {
+    enter_child(index, child, first_slot, token, threshold);
+  }
+}
+
+// The token's score is without any look-ahead.
+void ViterbiSearch::enter_child(int parent, int child, int first_slot, Token token, float threshold) {
+  const TreeNode& node = forest_.nodes[static_cast<std::size_t>(child)];
+  const int slot = first_slot + node.slot;
+  const int slots = forest_.slots_of(node);
+  const int state = phones_[parent].state;
+  const TreeKind kind = phones_[parent].kind;
+  float look_ahead = node.look_ahead;
+  if (node.ends_word()) {
+    const int known = phones_.at(slot);
+    if (known < 0 && !(token.score + look_ahead > threshold)) return;
+    look_ahead = known >= 0 ? phones_[known].look_ahead : word_look_ahead(child, state, kind);
+  }
+  if (!(token.score + look_ahead > threshold)) return;
+  for (int i = 0; i < slots; ++i) {
+    int phone = phones_.at(slot + i);
+    if (phone < 0) {
+      phone = phones_.create(slot + i, state, parent, kind);
+      ActivePhone& made = phones_[phone];
+      made.node = child;
+      made.look_ahead = look_ahead;
+      made.variant =
+          node.ends_word() ? &forest_.fan_out.variants(node.fan_out())[static_cast<std::size_t>(i)] : nullptr;
+      made.hmm = node.ends_word() ? made.variant->hmm : node.link;
+    }
+    enter(phone, {token.score + look_ahead, token.history});
+  }
+}
+
+SearchLanguage::Step ViterbiSearch::follow(int arc, int state, TreeKind kind) const {
+  const int language_state = phones_.state(state).state;
+  if (kind == kWordTree) return network_.language->follow(language_state, arc);
+  const SearchFiller& filler = network_.fillers[static_cast<std::size_t>(arc)];
+  return {filler.weight, language_state, filler.label};
+}
+
+// The best weight of the words that end with a node, exactly.
+float ViterbiSearch::word_look_ahead(int place, int state, TreeKind kind) const {
+  const TreeNode& node = forest_.nodes[static_cast<std::size_t>(place)];
   float best = kLogZero;
-  for (const NodeExit& exit : exits_) best = std::max(best, exit.score);
-  for (const NodeExit& exit : exits_) {
-    if (exit.score < best - beams_.word) continue;
-    word_ends_.push_back({exit.previous, exit.label, static_cast<int>(frame_ - 1)});
-    enter_node(exit.node, {exit.score, static_cast<int>(word_ends_.size()) - 1}, threshold);
+  for (int arc = node.first; arc < node.first + node.count; ++arc) {
+    best = std::max(best, follow(forest_.arcs[static_cast<std::size_t>(arc)], state, kind).weight);
+  }
+  return best;
+}
+
+void ViterbiSearch::end_words(int index, Token token) {
+  const ActivePhone& phone = phones_[index];
+  int first = 0;
+  int count = 0;
+  int base = 0;
+  if (phone.node >= 0) {
+    const TreeNode& node = forest_.nodes[static_cast<std::size_t>(phone.node)];
+    first = node.first;
+    count = node.count;
+    base = forest_.fan_out.base(node.fan_out());
+  } else {
+    const TreeEntry& entry = phones_.entries().entry(-1 - phone.node);
+    const LexiconTree& tree = forest_.trees[static_cast<std::size_t>(phones_.state(phone.state).trees[phone.kind])];
+    const TreeTop& top = forest_.tops[static_cast<std::size_t>(tree.first_top + entry.top)];
+    first = top.first_single;
+    count = top.singles;
+    base = top.phone;
+  }
+  for (int arc = first; arc < first + count; ++arc) {
+    const SearchLanguage::Step step = follow(forest_.arcs[static_cast<std::size_t>(arc)], phone.state, phone.kind);
+    exits_.push_back({token.score - phone.look_ahead + step.weight, token.history, step.next, step.label,
+                      forest_.fan_out.context_of(base), phone.variant});
+  }
+}
+
+// Makes an exit known to the phones that may follow it.
+void ViterbiSearch::join(const WordExit& exit, int index) {
+  const int state = phones_.activate_state(exit.next);
+  const auto known = std::find_if(junctions_.begin(), junctions_.end(), [&](const Junction& junction) {
+    return junction.state == state && junction.context == exit.context;
+  });
+  const auto place = static_cast<std::size_t>(known - junctions_.begin()) * static_cast<std::size_t>(contexts_);
+  if (known == junctions_.end()) {
+    junctions_.push_back({state, exit.context});
+    best_exits_.resize(best_exits_.size() + static_cast<std::size_t>(contexts_), -1);
+  }
+  const auto offer = [&](int context) {
+    int& best = best_exits_[place + static_cast<std::size_t>(context)];
+    if (best < 0 || exit.score > exits_[static_cast<std::size_t>(best)].score) best = index;
+  };
+  if (exit.variant == nullptr) {
+    for (int context = 0; context < contexts_; ++context) offer(context);
+  } else {
+    for (const int context : forest_.fan_out.rights(*exit.variant)) offer(context);
+  }
+}
+
+// Lets the paths at the ends of words enter the words and fillers that may follow.
+void ViterbiSearch::enter_words(float threshold) {
+  float best = kLogZero;
+  for (const WordExit& exit : exits_) best = std::max(best, exit.score);
+  const float word_threshold = std::max(best - beams_.word, threshold);
+  junctions_.clear();
+  best_exits_.clear();
+  exit_histories_.assign(exits_.size(), -1);
+  for (std::size_t index = 0; index < exits_.size(); ++index) {
+    if (exits_[index].score >= word_threshold) join(exits_[index], static_cast<int>(index));
+  }
+  const auto width = static_cast<std::size_t>(contexts_);
+  for (std::size_t junction = 0; junction < junctions_.size(); ++junction) {
+    const int* exits = best_exits_.data() + junction * width;
+    for (const TreeKind kind : {kWordTree, kFillerTree}) enter_tree(junctions_[junction], kind, exits, threshold);
+  }
+}
+
+// best: the best exit for each context that the first phone may be.
+void ViterbiSearch::enter_tree(const Junction& junction, TreeKind kind, const int* best, float threshold) {
+  const int left = kind == kFillerTree ? forest_.fan_out.silent_context() : junction.context;
+  const TreeEntries::List list =
+      phones_.entries().after(phones_.state(junction.state).trees[static_cast<std::size_t>(kind)], left);
+  int first_slot = -1;
+  for (int i = 0; i < list.count; ++i) {
+    const TreeEntry& entry = phones_.entries().entry(list.first + i);
+    const int exit_index = best[entry.context];
+    if (exit_index < 0) continue;
+    const WordExit& exit = exits_[static_cast<std::size_t>(exit_index)];
+    if (!(exit.score + entry.look_ahead > threshold)) continue;
+    if (first_slot < 0) first_slot = phones_.entry_slots(junction.state, kind, left);
+    int phone = phones_.at(first_slot + i);
+    if (phone < 0) {
+      phone = phones_.create(first_slot + i, junction.state, -1, kind);
+      ActivePhone& made = phones_[phone];
+      made.node = -1 - (list.first + i);
+      made.hmm = entry.hmm;
+      made.look_ahead = entry.look_ahead;
+      made.variant = entry.variant;
+    }
+    int& history = exit_histories_[static_cast<std::size_t>(exit_index)];
+    if (history < 0 && exit.label >= 0) history = words_.add(exit.history, exit.label, static_cast<int>(frame_ - 1));
+    enter(phone, {exit.score + entry.look_ahead, history});
   }
 }
 
 void ViterbiSearch::push(std::span<const float> frame) {
-  for (const NodeExit& exit : exits_) exit_of_node_[static_cast<std::size_t>(exit.node)] = -1;
-  exits_.clear();
   score_active_states(frame);
   float best = kLogZero;
-  for (const int phone : active_) best = std::max(best, advance(phone));
+  switch (state_count_) {
+    case 1: best = advance_all<1>(); break;
+    case 3: best = advance_all<3>(); break;
+    case 5: best = advance_all<5>(); break;
+    default: best = advance_all<0>();
+  }
   offset_ += static_cast<double>(best_);
   best_ = best > kLogZero ? best : 0.0F;
   ++frame_;
 
-  const float threshold = std::max(best_ - beams_.state, kLogZero);
+  const float threshold = narrowed_threshold(std::max(best_ - beams_.state, kLogZero));
   next_active_.clear();
-  for (const int phone : active_) {
-    Token* states = states_of(phone);
-    const bool survives =
-        std::any_of(states, states + state_count_, [&](const Token& token) { return token.score > threshold; });
-    if (!survives) {
-      std::fill_n(states, state_count_, Token());
-      continue;
-    }
-    if (listed_[static_cast<std::size_t>(phone)] != frame_) {
-      listed_[static_cast<std::size_t>(phone)] = frame_;
-      next_active_.push_back(phone);
-    }
-    leave(phone, threshold);
-  }
-  end_words(threshold);
+  left_phones_.clear();
+  exits_.clear();
+  leave_phones(threshold);
+  enter_words(threshold);
+  phones_.release(left_phones_);
+  phones_.release_empty_states();
   active_.swap(next_active_);
-  if (word_ends_.size() > most_word_ends_) settle();
+  if (words_.has_grown()) settle();
 }
 
 // Everything that leads back to words: the paths inside phones, those that enter one with the next frame, and the words
@@ -171,107 +349,49 @@ void ViterbiSearch::push(std::span<const float> frame) {
 template <class Visit>
 void ViterbiSearch::visit_histories(Visit&& visit) {
   for (const int phone : active_) {
-    Token* const states = states_of(phone);
+    Token* const states = phones_.tokens(phone);
     for (int state = 0; state < state_count_; ++state) {
       if (states[state].score > kLogZero) visit(states[state].history);
     }
-    Token& entering = entering_[static_cast<std::size_t>(phone)];
+    Token& entering = phones_.entering(phone);
     if (entering.score > kLogZero) visit(entering.history);
   }
-  for (NodeExit& exit : exits_) visit(exit.previous);
+  for (WordExit& exit : exits_) visit(exit.history);
 }
 
-void ViterbiSearch::forget_dead_ends() {
-  std::vector<int> place(word_ends_.size(), -1);  // of those that are kept: where they move
-  visit_histories([&](int history) {
-    for (; history >= 0 && place[static_cast<std::size_t>(history)] < 0;
-         history = word_ends_[static_cast<std::size_t>(history)].previous) {
-      place[static_cast<std::size_t>(history)] = 0;
-    }
-  });
-  int kept = 0;
-  for (std::size_t i = 0; i < word_ends_.size(); ++i) {
-    if (place[i] < 0) continue;
-    WordEnd end = word_ends_[i];
-    if (end.previous >= 0) end.previous = place[static_cast<std::size_t>(end.previous)];
-    word_ends_[static_cast<std::size_t>(kept)] = end;
-    place[i] = kept++;
-  }
-  word_ends_.resize(static_cast<std::size_t>(kept));
-  visit_histories([&](int& history) {
-    if (history >= 0) history = place[static_cast<std::size_t>(history)];
-  });
-}
-
-// The words from the start on that lie on all paths: each is the only one behind the one before it, and no path has its
-// last word earlier. They leave the tree of paths. Words stand behind those that they follow, so that the common ones
-// are the first.
 void ViterbiSearch::settle() {
-  forget_dead_ends();
-  struct Followed {
-    int words = 0;
-    bool by_path = false;
-  };
-  std::vector<Followed> followed(word_ends_.size() + 1);  // the start, then each word
-  const auto of = [&](int history) -> Followed& { return followed[static_cast<std::size_t>(history + 1)]; };
-  for (const WordEnd& end : word_ends_) ++of(end.previous).words;
-  visit_histories([&](int history) { of(history).by_path = true; });
-  std::size_t common = 0;
-  while (followed[common].words == 1 && !followed[common].by_path) {
-    const WordEnd& end = word_ends_[common++];
-    settled_.push_back({end.label, first_frame_, end.frame});
-    first_frame_ = end.frame + 1;
-  }
-  word_ends_.erase(word_ends_.begin(), word_ends_.begin() + static_cast<std::ptrdiff_t>(common));
-  const auto move = [common](int& history) { history = std::max(history - static_cast<int>(common), -1); };
-  for (WordEnd& end : word_ends_) move(end.previous);
-  visit_histories(move);
-  most_word_ends_ = std::max(kWordEnds, 2 * word_ends_.size());
+  words_.settle([this](auto&& visit) { visit_histories(visit); });
 }
 
 std::vector<HypothesisWord> ViterbiSearch::take_settled() {
   settle();
-  const auto first = settled_.begin() + static_cast<std::ptrdiff_t>(taken_);
-  taken_ = settled_.size();
-  return {first, settled_.end()};
-}
-
-std::vector<HypothesisWord> ViterbiSearch::trace(int history) const {
-  std::vector<HypothesisWord> words;
-  while (history >= 0) {
-    const WordEnd& end = word_ends_[static_cast<std::size_t>(history)];
-    const int first = end.previous < 0 ? first_frame_ : word_ends_[static_cast<std::size_t>(end.previous)].frame + 1;
-    words.push_back({end.label, first, end.frame});
-    history = end.previous;
-  }
-  words.insert(words.end(), settled_.rbegin(), settled_.rend());
-  std::reverse(words.begin(), words.end());
-  return words;
+  return words_.take_settled();
 }
 
 Hypothesis ViterbiSearch::finish() {
   Hypothesis result;
   float best = kLogZero;
-  const NodeExit* best_exit = nullptr;
-  for (const NodeExit& exit : exits_) {
-    const float score = exit.score + network_.nodes[static_cast<std::size_t>(exit.node)].final_weight;
+  const WordExit* best_exit = nullptr;
+  for (const WordExit& exit : exits_) {
+    const std::span<const int> rights = forest_.fan_out.rights(*exit.variant);
+    if (std::find(rights.begin(), rights.end(), forest_.fan_out.silent_context()) == rights.end()) continue;
+    const float score = exit.score + network_.language->final_weight(exit.next);
     if (!(score > best)) continue;
     best = score;
     best_exit = &exit;
   }
   if (best_exit != nullptr) {
-    word_ends_.push_back({best_exit->previous, best_exit->label, static_cast<int>(frame_ - 1)});
-    result.words = trace(static_cast<int>(word_ends_.size()) - 1);
+    result.words = words_.trace(words_.add(best_exit->history, best_exit->label, static_cast<int>(frame_ - 1)));
     result.complete = true;
   } else {
     Token token;
     for (const int phone : active_) {
       for (int state = 0; state < state_count_; ++state) {
-        if (states_of(phone)[state].score > token.score) token = states_of(phone)[state];
+        if (phones_.tokens(phone)[state].score > token.score) token = phones_.tokens(phone)[state];
       }
     }
     best = token.score;
-    result.words = trace(token.history);
+    result.words = words_.trace(token.history);
   }
   result.score = static_cast<double>(best) + offset_;
   reset();

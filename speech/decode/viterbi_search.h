@@ -1,6 +1,7 @@
 // Time-synchronous Viterbi search with beams: push the frames of an utterance, then finish, which leaves the search
-// ready for the next one. Memory does not grow with the frames but with the words that were said: of the words on paths
-// only those are kept that a path still leads back to.
+// ready for the next one. Words are found through lexicon trees, every phone sounds as its neighbours make it, in other
+// words too, and the weight of a word is known in part from its first phone on (the best weight of the words that may
+// still come). Next: active_phones.h for the places of paths, word_history.h for the words behind them.
 #pragma once
 
 #include <cstddef>
@@ -8,22 +9,19 @@
 #include <span>
 #include <vector>
 
+#include "kivsr/speech/decode/active_phones.h"
 #include "kivsr/speech/decode/scorer.h"
 #include "kivsr/speech/decode/search_network.h"
+#include "kivsr/speech/decode/word_history.h"
 #include "kivsr/speech/models/acoustic_model.h"
 
 namespace kivsr::speech {
 
 // Paths that fall behind the best one by more than this (natural log) are given up.
 struct Beams {
-  float state = 200.0F;  // every frame
-  float word = 200.0F;   // at the end of a word, behind the best word end of the frame
-};
-
-struct HypothesisWord {
-  int label = 0;  // of the search network
-  int first_frame = 0;
-  int last_frame = 0;
+  float state = 100.0F;  // every frame
+  float word = 60.0F;    // at the end of a word, behind the best word end of the frame
+  int phones = 10000;    // that hold paths after a frame, the best ones; 0: any number
 };
 
 struct Hypothesis {
@@ -43,63 +41,67 @@ class ViterbiSearch {
   Hypothesis finish();
 
  private:
-  // The end of a word on a path; the path goes back by previous.
-  struct WordEnd {
-    int previous;  // index into word_ends_, -1 at the start
-    int label;
-    int frame;
-  };
-  struct NodeExit {
-    int node;
+  // A path at the end of a word.
+  struct WordExit {
     float score;
-    int previous;
+    int history;
+    int next;  // state of the language
     int label;
+    int context;  // of its last phone
+    const FanOutTable::Variant* variant;
   };
-  // The last state of a path inside a phone and the words behind it.
-  struct Token {
-    float score = kLogZero;
-    int history = -1;
+  // Where words that end with the same phone lead to the same state of the language.
+  struct Junction {
+    int state;    // active state
+    int context;  // left context of what follows
   };
 
   void reset();
-  Token* states_of(int phone) {
-    return states_.data() + static_cast<std::size_t>(phone) * static_cast<std::size_t>(state_count_);
-  }
-  void enter(int phone, Token token);
-  void enter_node(int node, Token token, float threshold);
   void score_active_states(std::span<const float> frame);
+  template <int kStates>
   float advance(int phone);
+  template <int kStates>
+  float advance_all();
+  float narrowed_threshold(float threshold) const;
+  float exit_score(int phone, int& history);
+  void enter(int phone, Token token);
+  void leave_phones(float threshold);
   void leave(int phone, float threshold);
-  void end_words(float threshold);
-  std::vector<HypothesisWord> trace(int history) const;
+  void enter_children(int phone, Token token, float threshold);
+  void enter_child(int phone, int node, int first_slot, Token token, float threshold);
+  float word_look_ahead(int node, int state, TreeKind kind) const;
+  SearchLanguage::Step follow(int arc, int state, TreeKind kind) const;
+  void end_words(int phone, Token token);
+  void join(const WordExit& exit, int index);
+  void enter_words(float threshold);
+  void enter_tree(const Junction& junction, TreeKind kind, const int* best, float threshold);
   template <class Visit>
   void visit_histories(Visit&& visit);
-  void forget_dead_ends();
   void settle();
 
   const SearchNetwork& network_;
+  const LexiconForest& forest_;
   const AcousticModel& model_;
   Scorer& scorer_;
   Beams beams_;
   int state_count_;
+  int contexts_;
 
-  std::vector<Token> states_;    // [phone of the network][state]
-  std::vector<Token> entering_;  // [phone of the network]: the path that enters with the next frame
-  std::vector<int> active_;      // phones of the network that hold a path
+  ActivePhones phones_;
+  WordHistory words_;
+  std::vector<int> active_;  // phones that hold a path
   std::vector<int> next_active_;
-  std::vector<std::int64_t> listed_;  // frame for which each phone was listed last
-  std::vector<int> wanted_states_;    // of the model, in this frame
-  std::vector<std::int64_t> wanted_;  // frame in which each state was wanted last
+  std::vector<int> left_phones_;           // phones that lost their paths in this frame
+  std::vector<std::int64_t> wanted_hmms_;  // frame in which each hmm was wanted last
+  std::vector<std::int64_t> wanted_;       // the same for the states of the model
+  std::vector<int> wanted_states_;         // in this frame
   std::vector<float> state_scores_;
-  std::vector<NodeExit> exits_;     // words that end in this frame, the best for each node
-  std::vector<int> exit_of_node_;   // index into exits_, -1
-  std::vector<WordEnd> word_ends_;  // none is older than those before it
-  std::size_t most_word_ends_ = 0;  // when there are more, those without a path are forgotten
-  std::vector<HypothesisWord> settled_;
-  std::size_t taken_ = 0;  // of the settled ones
-  int first_frame_ = 0;    // behind them
-  float best_ = 0.0F;      // of this frame, relative to offset_
-  double offset_ = 0.0;    // scores are kept near zero: true score = score + offset_
+  std::vector<WordExit> exits_;      // of this frame
+  std::vector<int> exit_histories_;  // word of each exit, -1 as long as no path went on from it
+  std::vector<Junction> junctions_;  // of this frame
+  std::vector<int> best_exits_;      // [junction][context of the phone that follows]: exit, -1
+  float best_ = 0.0F;                // of this frame, relative to offset_
+  double offset_ = 0.0;              // scores are kept near zero: true score = score + offset_
   std::int64_t frame_ = 0;
 };
 

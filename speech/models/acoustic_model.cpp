@@ -64,11 +64,21 @@ void add_gaussians(AcousticModel& model, const GaussianParameters& means, const 
   }
 }
 
+// One row of the file holds a Gaussian's weight for every state; a row of the model a state's weights. Blocks of states
+// keep what is written in the cache.
 void add_weights(AcousticModel& model, const PackedWeights& weights) {
+  constexpr std::size_t kBlock = 64;
+  const auto states = static_cast<std::size_t>(model.definition.states);
+  const auto densities = static_cast<std::size_t>(model.densities);
+  const std::vector<float> logs = weights.log_weights();
   for (std::size_t index = 0; index < model.streams.size(); ++index) {
-    for (int state = 0; state < model.definition.independent_states; ++state) {
-      for (int density = 0; density < model.densities; ++density) {
-        model.streams[index].log_weights.push_back(weights.log_weight(static_cast<int>(index), density, state));
+    std::vector<float>& rows = model.streams[index].log_weights;
+    rows.resize(states * densities);
+    for (std::size_t first = 0; first < states; first += kBlock) {
+      const std::size_t last = std::min(first + kBlock, states);
+      for (std::size_t density = 0; density < densities; ++density) {
+        const std::uint8_t* bytes = weights.row(index, density);
+        for (std::size_t state = first; state < last; ++state) rows[state * densities + density] = logs[bytes[state]];
       }
     }
   }
@@ -76,11 +86,10 @@ void add_weights(AcousticModel& model, const PackedWeights& weights) {
 
 void add_weights(AcousticModel& model, const MixtureWeights& weights, float floor) {
   const std::size_t densities = static_cast<std::size_t>(model.densities);
+  const auto states = static_cast<std::size_t>(model.definition.states);
   const float* counts = weights.counts.data();
-  for (ModelStream& stream : model.streams) {
-    stream.log_weights.resize(static_cast<std::size_t>(model.definition.independent_states) * densities);
-  }
-  for (std::size_t state = 0; state < static_cast<std::size_t>(model.definition.independent_states); ++state) {
+  for (ModelStream& stream : model.streams) stream.log_weights.resize(states * densities);
+  for (std::size_t state = 0; state < states; ++state) {
     for (ModelStream& stream : model.streams) {
       normalise_log(
           {counts, densities}, floor, [](float) { return true; }, &stream.log_weights[state * densities]);
@@ -116,13 +125,13 @@ void read_weights(AcousticModel& model, float floor) {
 
 void tie_codebooks(AcousticModel& model, const std::filesystem::path& means) {
   const ModelDefinition& definition = model.definition;
-  model.codebook_of_state.assign(static_cast<std::size_t>(definition.independent_states), 0);
+  model.codebook_of_state.assign(static_cast<std::size_t>(definition.states), 0);
   if (model.codebooks == definition.states) {
     std::iota(model.codebook_of_state.begin(), model.codebook_of_state.end(), 0);
   } else if (model.codebooks == static_cast<int>(definition.phones.size())) {
-    for (std::size_t phone = 0; phone < definition.phones.size(); ++phone) {
-      for (const int state : definition.phones[phone].states) {
-        model.codebook_of_state[static_cast<std::size_t>(state)] = static_cast<int>(phone);
+    for (int hmm = 0; hmm < static_cast<int>(definition.hmms.size()); ++hmm) {
+      for (const int state : definition.states_of_hmm(hmm)) {
+        model.codebook_of_state[static_cast<std::size_t>(state)] = definition.hmms[static_cast<std::size_t>(hmm)].base;
       }
     }
   } else if (model.codebooks != 1) {
@@ -165,10 +174,9 @@ void read_transitions(AcousticModel& model, float floor) {
 
 }  // namespace
 
-const float* AcousticModel::transitions(int phone) const {
-  const std::size_t sources = static_cast<std::size_t>(definition.states_per_phone);
-  const std::size_t matrix =
-      static_cast<std::size_t>(definition.phones[static_cast<std::size_t>(phone)].transition_matrix);
+const float* AcousticModel::transitions(int hmm) const {
+  const auto sources = static_cast<std::size_t>(definition.states_per_phone);
+  const auto matrix = static_cast<std::size_t>(definition.hmms[static_cast<std::size_t>(hmm)].transition_matrix);
   return log_transitions.data() + matrix * sources * (sources + 1);
 }
 

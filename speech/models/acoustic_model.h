@@ -42,9 +42,9 @@ struct AcousticModel {
   int codebooks = 0;
   int densities = 0;  // Gaussians of each codebook and stream
   std::vector<ModelStream> streams;
-  std::vector<int> codebook_of_state;  // of the context-independent states
+  std::vector<int> codebook_of_state;
   std::vector<float> log_transitions;  // [matrix][source][destination]; the last destination is the exit
-  const float* transitions(int phone) const;
+  const float* transitions(int hmm) const;
 };
 
 // A path is taken as it is; a bare name is looked for among the models that Debian installs.

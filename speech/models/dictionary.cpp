@@ -28,24 +28,33 @@ std::string_view base_word(std::string_view word) {
   return number.find_first_not_of("0123456789") == std::string_view::npos ? word.substr(0, open) : word;
 }
 
-Dictionary Dictionary::read(const std::filesystem::path& path, const std::set<std::string, std::less<>>* wanted) {
+void Dictionary::visit(const std::filesystem::path& path, const Filter& wanted, const Visitor& visitor) {
   const std::vector<std::uint8_t> bytes = read_whole_file(path);
   std::string_view rest(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  Dictionary result;
-  result.file_ = path;
+  std::vector<std::string_view> phones;
   for (int number = 1; !rest.empty(); ++number) {
     std::string_view line = rest.substr(0, rest.find('\n'));
     rest.remove_prefix(std::min(line.size() + 1, rest.size()));
     if (line.starts_with(";;") || line.starts_with("##")) continue;
     const std::string_view word = base_word(take_word(line));
-    if (word.empty() || (wanted != nullptr && !wanted->contains(word))) continue;
-    Pronunciation phones;
-    for (std::string_view phone = take_word(line); !phone.empty(); phone = take_word(line)) phones.emplace_back(phone);
+    if (word.empty() || !wanted(word)) continue;
+    phones.clear();
+    for (std::string_view phone = take_word(line); !phone.empty(); phone = take_word(line)) phones.push_back(phone);
     if (phones.empty()) {
       throw Fault(path.string() + ":" + std::to_string(number) + ": no phones after \"" + std::string(word) + "\"");
     }
-    result.words_[std::string(word)].push_back(std::move(phones));
+    visitor(word, phones);
   }
+}
+
+Dictionary Dictionary::read(const std::filesystem::path& path, const std::set<std::string, std::less<>>* wanted) {
+  Dictionary result;
+  result.file_ = path;
+  visit(
+      path, [wanted](std::string_view word) { return wanted == nullptr || wanted->contains(word); },
+      [&result](std::string_view word, std::span<const std::string_view> phones) {
+        result.words_[std::string(word)].emplace_back(phones.begin(), phones.end());
+      });
   return result;
 }
 

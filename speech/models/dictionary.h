@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -19,6 +20,12 @@ class Dictionary {
  public:
   // Keeps the words of the set, or all of them if there is none: a large dictionary is read to its end, not kept.
   static Dictionary read(const std::filesystem::path& file, const std::set<std::string, std::less<>>* wanted = nullptr);
+
+  // Calls a function with each word that is wanted, without the mark of another pronunciation, and its phones, in the
+  // order of the file. They stay only as long as the call.
+  using Visitor = std::function<void(std::string_view word, std::span<const std::string_view> phones)>;
+  using Filter = std::function<bool(std::string_view word)>;
+  static void visit(const std::filesystem::path& file, const Filter& wanted, const Visitor& visitor);
 
   void add(const std::string& word, Pronunciation pronunciation) { words_[word].push_back(std::move(pronunciation)); }
 

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <map>
 #include <sstream>
 
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/models/phone_contexts.h"
 
 namespace kivsr::speech {
 namespace {
@@ -17,6 +19,10 @@ constexpr std::uint32_t kBinaryMarkSwapped = 0x424D4446U;  // the same letters r
 // Faults that every definition can have, however it was written.
 void validate(const ModelDefinition& definition, const BinaryFile& file) {
   if (definition.phones.empty()) file.fail("defines no phones");
+  if (definition.independent_states > definition.states) {
+    file.fail("counts " + std::to_string(definition.independent_states) + " base states but only " +
+              std::to_string(definition.states) + " states");
+  }
   for (const PhoneDefinition& phone : definition.phones) {
     if (phone.transition_matrix < 0 || phone.transition_matrix >= definition.transition_matrices) {
       file.fail("phone " + phone.name + " has no such transition matrix: " + std::to_string(phone.transition_matrix));
@@ -36,56 +42,116 @@ void validate(const ModelDefinition& definition, const BinaryFile& file) {
 // After the mark: version, a text that describes the layout, ten counts, the names padded to a word boundary, the tree
 // of the context-dependent phones (8 bytes a node), 12 bytes a phone, the number of state numbers, and 16 bits for
 // each.
-ModelDefinition read_binary(BinaryFile& file) {
-  if (file.read_word("the version") > 1) file.fail("has a version that is not known");
-  file.read_bytes(file.read_count("the length of the description"), "the description");
-  const int phones = file.read_count("the number of base phones");
-  const int all_phones = file.read_count("the number of phones");
-  ModelDefinition result;
-  result.states_per_phone = file.read_count("the states of a phone");
-  result.independent_states = file.read_count("the number of base states");
-  result.states = file.read_count("the number of states");
-  result.transition_matrices = file.read_count("the number of transition matrices");
-  const int sequences = file.read_count("the number of state sequences");
-  file.read_count("the width of the context");
-  const std::int64_t tree_nodes = file.read_count("the number of tree nodes");
-  file.read_count("the silence phone");
-  if (result.states_per_phone == 0) file.fail("has phones of different lengths, which are not read");
-  if (all_phones < phones) file.fail("has fewer phones than base phones");
+class BinaryReader {
+ public:
+  explicit BinaryReader(BinaryFile& file) : file_(file) {}
 
-  const std::int64_t names = file.position();
-  for (int phone = 0; phone < phones; ++phone) result.phones.emplace_back().name = file.read_string("a phone name");
-  file.read_bytes((4 - (file.position() - names) % 4) % 4, "the padding after the names");
-  file.read_bytes(8 * tree_nodes, "the phone tree");
-
-  std::vector<int> sequence_of_phone;
-  file.require(std::int64_t{12} * all_phones, "the phones");
-  for (PhoneDefinition& phone : result.phones) {
-    sequence_of_phone.push_back(file.read_count("a state sequence number"));
-    phone.transition_matrix = file.read_count("a transition matrix number");
-    phone.filler = file.read_bytes(4, "phone attributes")[0] != 0;
-  }
-  file.read_bytes(std::int64_t{12} * (all_phones - phones), "the phones");
-
-  const std::int64_t numbers = file.read_count("the number of state numbers");
-  if (numbers != std::int64_t{sequences} * result.states_per_phone) file.fail("has state sequences of a wrong length");
-  file.require(2 * numbers, "the state sequences");
-  std::vector<int> states(static_cast<std::size_t>(numbers));
-  for (int& state : states) state = file.read_half_word("the state sequences");
-  file.expect_end();
-  for (int phone = 0; phone < phones; ++phone) {
-    const int sequence = sequence_of_phone[static_cast<std::size_t>(phone)];
-    if (sequence >= sequences) {
-      file.fail("phone " + result.phones[static_cast<std::size_t>(phone)].name + " has no such state sequence");
+  ModelDefinition read() {
+    read_counts();
+    read_names();
+    file_.read_bytes(8 * tree_nodes_, "the phone tree");
+    file_.require(std::int64_t{12} * all_phones_, "the phones");
+    for (int phone = 0; phone < all_phones_; ++phone) read_entry();
+    read_sequences();
+    file_.expect_end();
+    for (std::size_t phone = 0; phone < result_.phones.size(); ++phone) {
+      result_.phones[phone].states = states_of(entries_[phone], result_.phones[phone].name);
+      result_.phones[phone].transition_matrix = entries_[phone].transition_matrix;
+      result_.phones[phone].filler = entries_[phone].attributes[0] != 0;
     }
-    const auto first = states.begin() + std::ptrdiff_t{sequence} * result.states_per_phone;
-    result.phones[static_cast<std::size_t>(phone)].states.assign(first, first + result.states_per_phone);
+    return std::move(result_);
   }
-  return result;
-}
+
+  // The phones in context; the base phones are known to be right.
+  void add_contexts(ModelDefinition& definition) const {
+    const std::size_t phones = definition.phones.size();
+    if (entries_.size() == phones) return;
+    if (phones > PhoneContexts::kMostPhones) file_.fail("has phones in context and too many base phones");
+    PhoneContexts contexts(definition);
+    for (std::size_t index = phones; index < entries_.size(); ++index) {
+      const auto& [sequence, matrix, attributes] = entries_[index];
+      const auto& [position, base, left, right] = attributes;
+      if (position > 3 || base >= phones || left >= phones || right >= phones ||
+          matrix >= definition.transition_matrices) {
+        file_.fail("phone " + std::to_string(index) + " has a context that does not exist");
+      }
+      contexts.add({base, left, right, static_cast<WordPosition>(position), matrix},
+                   states_of(entries_[index], std::to_string(index)));
+    }
+  }
+
+ private:
+  struct Entry {
+    int sequence = 0;
+    int transition_matrix = 0;
+    std::array<std::uint8_t, 4> attributes{};  // filler for base phones, else position, base, left, right
+  };
+
+  void read_counts() {
+    if (file_.read_word("the version") > 1) file_.fail("has a version that is not known");
+    file_.read_bytes(file_.read_count("the length of the description"), "the description");
+    phones_ = file_.read_count("the number of base phones");
+    all_phones_ = file_.read_count("the number of phones");
+    result_.states_per_phone = file_.read_count("the states of a phone");
+    result_.independent_states = file_.read_count("the number of base states");
+    result_.states = file_.read_count("the number of states");
+    result_.transition_matrices = file_.read_count("the number of transition matrices");
+    sequences_ = file_.read_count("the number of state sequences");
+    file_.read_count("the width of the context");
+    tree_nodes_ = file_.read_count("the number of tree nodes");
+    file_.read_count("the silence phone");
+    if (result_.states_per_phone == 0) file_.fail("has phones of different lengths, which are not read");
+    if (all_phones_ < phones_) file_.fail("has fewer phones than base phones");
+  }
+
+  void read_names() {
+    const std::int64_t names = file_.position();
+    for (int phone = 0; phone < phones_; ++phone)
+      result_.phones.emplace_back().name = file_.read_string("a phone name");
+    file_.read_bytes((4 - (file_.position() - names) % 4) % 4, "the padding after the names");
+  }
+
+  void read_entry() {
+    Entry entry;
+    entry.sequence = file_.read_count("a state sequence number");
+    entry.transition_matrix = file_.read_count("a transition matrix number");
+    const auto attributes = file_.read_bytes(4, "phone attributes");
+    std::copy(attributes.begin(), attributes.end(), entry.attributes.begin());
+    entries_.push_back(entry);
+  }
+
+  void read_sequences() {
+    const std::int64_t numbers = file_.read_count("the number of state numbers");
+    if (numbers != std::int64_t{sequences_} * result_.states_per_phone) {
+      file_.fail("has state sequences of a wrong length");
+    }
+    file_.require(2 * numbers, "the state sequences");
+    states_.resize(static_cast<std::size_t>(numbers));
+    for (int& state : states_) {
+      state = file_.read_half_word("the state sequences");
+      if (state >= result_.states) file_.fail("has no such state: " + std::to_string(state));
+    }
+  }
+
+  std::vector<int> states_of(const Entry& entry, const std::string& name) const {
+    if (entry.sequence >= sequences_) file_.fail("phone " + name + " has no such state sequence");
+    const std::ptrdiff_t length = static_cast<std::ptrdiff_t>(states_.size()) / sequences_;
+    const auto first = states_.begin() + entry.sequence * length;
+    return {first, first + length};
+  }
+
+  BinaryFile& file_;
+  ModelDefinition result_;
+  int phones_ = 0;
+  int all_phones_ = 0;
+  int sequences_ = 0;
+  std::int64_t tree_nodes_ = 0;
+  std::vector<Entry> entries_;
+  std::vector<int> states_;  // [sequence][state]
+};
 
 // Lines: a version, counts with their names, then for each phone: base, left, right, position, attribute, matrix,
-// states, N.
+// states, N. The base phones come first and have "-" for left, right and position.
 class TextReader {
  public:
   explicit TextReader(const BinaryFile& file) : file_(file), lines_(content(file)) {}
@@ -94,7 +160,7 @@ class TextReader {
     if (next() != "0.3") fail("is not a model definition: its first line is not the version 0.3");
     ModelDefinition result;
     const int phones = count("n_base");
-    count("n_tri");
+    triphones_ = count("n_tri");
     const int state_map = count("n_state_map");
     result.states = count("n_tied_state");
     result.independent_states = count("n_tied_ci_state");
@@ -103,13 +169,42 @@ class TextReader {
     result.states_per_phone = -1;
     for (int phone = 0; phone < phones; ++phone) {
       result.phones.push_back(read_phone());
+      indices_.try_emplace(result.phones.back().name, phone);
       if (phone == 0) result.states_per_phone = static_cast<int>(result.phones[0].states.size());
     }
     if (state_map < phones * (result.states_per_phone + 1)) fail("n_state_map is too small for its phones");
     return result;
   }
 
+  // The phones in context, whose states and matrices are checked here for want of a name.
+  void add_contexts(ModelDefinition& definition) {
+    if (triphones_ == 0) return;
+    if (definition.phones.size() > PhoneContexts::kMostPhones) fail("has phones in context and too many base phones");
+    PhoneContexts contexts(definition);
+    for (int index = 0; index < triphones_; ++index) {
+      const Line line = read_line();
+      const std::size_t position = std::string("ibes").find(line.position);
+      if (line.position.size() != 1 || position == std::string::npos) fail("has no such position in a word");
+      const bool states_exist = std::all_of(line.phone.states.begin(), line.phone.states.end(),
+                                            [&](int state) { return state < definition.states; });
+      if (!states_exist || static_cast<int>(line.phone.states.size()) != definition.states_per_phone ||
+          line.phone.transition_matrix >= definition.transition_matrices) {
+        fail("a phone in context has states or a transition matrix that do not exist");
+      }
+      contexts.add({known_phone(line.phone.name), known_phone(line.left), known_phone(line.right),
+                    static_cast<WordPosition>(position), line.phone.transition_matrix},
+                   line.phone.states);
+    }
+  }
+
  private:
+  struct Line {
+    PhoneDefinition phone;
+    std::string left;
+    std::string right;
+    std::string position;
+  };
+
   static std::string content(const BinaryFile& file) {
     const auto bytes = read_whole_file(file.name());
     return std::string(bytes.begin(), bytes.end());
@@ -148,47 +243,60 @@ class TextReader {
     return number(value);
   }
 
-  PhoneDefinition read_phone() {
+  int known_phone(const std::string& name) const {
+    const auto found = indices_.find(name);
+    if (found == indices_.end()) fail("has no base phone \"" + name + "\"");
+    return found->second;
+  }
+
+  Line read_line() {
     std::istringstream words(next());
-    PhoneDefinition phone;
-    std::string left;
-    std::string right;
-    std::string position;
+    Line line;
+    PhoneDefinition& phone = line.phone;
     std::string attribute;
     std::string matrix;
-    if (!(words >> phone.name >> left >> right >> position >> attribute >> matrix)) {
+    if (!(words >> phone.name >> line.left >> line.right >> line.position >> attribute >> matrix)) {
       fail("a phone needs at least six fields");
     }
-    if (left != "-" || right != "-") fail("expected a phone without context");
     phone.filler = attribute == "filler";
     phone.transition_matrix = number(matrix);
     std::string state;
     while (words >> state && state != "N") phone.states.push_back(number(state));
     if (state != "N" || phone.states.empty()) fail("the states of phone " + phone.name + " do not end with N");
-    return phone;
+    return line;
+  }
+
+  PhoneDefinition read_phone() {
+    Line line = read_line();
+    if (line.left != "-" || line.right != "-") fail("expected a phone without context");
+    return std::move(line.phone);
   }
 
   const BinaryFile& file_;
   std::istringstream lines_;
   int line_ = 0;
+  int triphones_ = 0;
+  std::map<std::string, int> indices_;
 };
 
-}  // namespace
-
-int ModelDefinition::phone_index(std::string_view name) const {
-  const auto found =
-      std::find_if(phones.begin(), phones.end(), [&](const PhoneDefinition& phone) { return phone.name == name; });
-  return found == phones.end() ? -1 : static_cast<int>(found - phones.begin());
+template <class Reader>
+ModelDefinition read_with(Reader reader, const BinaryFile& file) {
+  ModelDefinition result = reader.read();
+  validate(result, file);
+  result.silence = result.phone_index("SIL");
+  add_independent_hmms(result);
+  reader.add_contexts(result);
+  return result;
 }
+
+}  // namespace
 
 ModelDefinition read_model_definition(const std::filesystem::path& path) {
   BinaryFile file(path);
   const std::uint32_t mark = file.read_word("the first word");
   file.set_big_endian(mark == kBinaryMarkSwapped);
-  ModelDefinition result =
-      mark == kBinaryMark || mark == kBinaryMarkSwapped ? read_binary(file) : TextReader(file).read();
-  validate(result, file);
-  return result;
+  if (mark == kBinaryMark || mark == kBinaryMarkSwapped) return read_with(BinaryReader(file), file);
+  return read_with(TextReader(file), file);
 }
 
 }  // namespace kivsr::speech

@@ -1,5 +1,7 @@
 #include "kivsr/speech/models/sendump.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <map>
 #include <sstream>
@@ -11,6 +13,7 @@ namespace kivsr::speech {
 namespace {
 
 constexpr std::uint32_t kLongestString = 999;
+constexpr std::size_t kClusters = 16;  // the header counts 15 when the last one is the lowest weight of all
 
 // One length word and that many bytes. A length of zero ends the header.
 std::string read_header_string(BinaryFile& file) {
@@ -33,13 +36,37 @@ void detect_byte_order(const std::filesystem::path& path, BinaryFile& file) {
   file.set_big_endian(!plausible);
 }
 
+// The weights that the numbers stand for, then two states a byte.
+void read_clusters(BinaryFile& file, PackedWeights& weights) {
+  std::array<std::uint8_t, kClusters> known{};
+  const auto centres = file.read_bytes(kClusters, "the weights of the clusters");
+  std::copy(centres.begin(), centres.end(), known.begin());
+  const std::int64_t width = (std::int64_t{weights.states} + 1) / 2;
+  const std::int64_t rows = std::int64_t{weights.streams} * weights.densities;
+  file.require(rows, "the mixture weights");
+  file.require(rows * width, "the mixture weights");
+  weights.bytes.reserve(static_cast<std::size_t>(rows * weights.states));
+  for (std::int64_t row = 0; row < rows; ++row) {
+    const auto halves = file.read_bytes(width, "the mixture weights");
+    for (std::size_t state = 0; state < static_cast<std::size_t>(weights.states); ++state) {
+      weights.bytes.push_back(known[halves[state / 2] >> (state % 2 * 4) & 0xFU]);
+    }
+  }
+}
+
 }  // namespace
 
-float PackedWeights::log_weight(int stream, int density, int state) const {
+std::vector<float> PackedWeights::log_weights() const {
   static const double step = 1024.0 * std::log(1.0001);
-  const std::size_t row =
-      static_cast<std::size_t>(stream) * static_cast<std::size_t>(densities) + static_cast<std::size_t>(density);
-  return static_cast<float>(-step * bytes[row * static_cast<std::size_t>(states) + static_cast<std::size_t>(state)]);
+  std::vector<float> result;
+  for (int byte = 0; byte < 256; ++byte) result.push_back(static_cast<float>(-step * byte));
+  return result;
+}
+
+float PackedWeights::log_weight(int stream, int density, int state) const {
+  const std::uint8_t byte =
+      row(static_cast<std::size_t>(stream), static_cast<std::size_t>(density))[static_cast<std::size_t>(state)];
+  return log_weights()[byte];
 }
 
 PackedWeights read_sendump(const std::filesystem::path& path) {
@@ -53,23 +80,32 @@ PackedWeights read_sendump(const std::filesystem::path& path) {
     int value = 0;
     if (words >> name >> value) entries[name] = value;
   }
-  if (const auto clusters = entries.find("cluster_count"); clusters == entries.end() || clusters->second != 0) {
-    file.fail("holds weights in clusters, only plain 8-bit weights are read");
+  const auto entry = [&entries](const char* name, int absent) {
+    const auto found = entries.find(name);
+    return found == entries.end() ? absent : found->second;
+  };
+  const int clusters = entry("cluster_count", -1);
+  const bool halves = clusters != 0;
+  if (halves && (clusters < 15 || clusters > 16 || entry("cluster_bits", 0) != 4)) {
+    file.fail("holds weights in clusters that are not of 4 bits");
   }
 
   PackedWeights result;
-  const auto streams = entries.find("feature_count");
-  result.streams = streams == entries.end() ? 1 : streams->second;
-  result.densities = file.read_count("the number of Gaussians");
-  result.states = file.read_count("the number of states");
+  result.streams = entry("feature_count", 1);
+  result.densities = halves ? entry("mixture_count", 0) : file.read_count("the number of Gaussians");
+  result.states = halves ? entry("model_count", 0) : file.read_count("the number of states");
   if (result.streams < 1 || result.densities < 1 || result.states < 1) file.fail("has no weights");
-  std::int64_t count = 1;
-  for (const int factor : {result.streams, result.densities, result.states}) {
-    count *= factor;
-    file.require(count, "the mixture weights");
+  if (halves) {
+    read_clusters(file, result);
+  } else {
+    std::int64_t count = 1;
+    for (const int factor : {result.streams, result.densities, result.states}) {
+      count *= factor;
+      file.require(count, "the mixture weights");
+    }
+    const auto bytes = file.read_bytes(count, "the mixture weights");
+    result.bytes.assign(bytes.begin(), bytes.end());
   }
-  const auto bytes = file.read_bytes(count, "the mixture weights");
-  result.bytes.assign(bytes.begin(), bytes.end());
   file.expect_end();
   return result;
 }

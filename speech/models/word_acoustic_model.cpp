@@ -63,6 +63,7 @@ WordRecogniser word_recogniser(const WordModel& model, const std::filesystem::pa
     (unit.filler ? acoustic.fillers : result.dictionary).add(unit.name, std::move(pronunciation));
     if (!unit.filler) result.words.push_back(unit.name);
   }
+  add_independent_hmms(definition);
   for (const MixtureState& state : model.states) {
     add_mixture(acoustic, state);
     acoustic.log_transitions.push_back(state.stay > 0.0F ? std::log(state.stay) : kLogZero);

@@ -123,6 +123,29 @@ TEST(Recognise, WeightsOfAGrammarDecide) {
   EXPECT_NE(heard(biased, "--language-weight 0").find("\tgo forward ten meters\t"), std::string::npos);
 }
 
+// The same recording by the installed n-grams and by texts in which a word is likely or not; a word that nobody can
+// pronounce is told.
+TEST(Recognise, LanguageModels) {
+  const std::string audio = " " + quoted(kTestData / "goforward.raw");
+  const CommandResult installed = run_kivsr("recognise --lm en-us" + audio);
+  EXPECT_NE(installed.output.find("goforward.raw: go forward ten meters [score -"), std::string::npos)
+      << installed.output << installed.errors;
+  const TemporaryFolder folder;
+  const auto heard = [&](const std::string& log_ten) {
+    const auto model = folder.write(
+        "lm.arpa",
+        "\\data\\\nngram 1=8\nngram 2=1\n\n\\1-grams:\n-1 <s>\n-1 </s>\n-1 go\n-1 forward\n-1 two\n-1 meters\n"
+        "-1 xyzzyx\n" +
+            log_ten + " ten\n\n\\2-grams:\n-1 go forward\n\n\\end\\\n");
+    return run_kivsr("recognise --lm " + quoted(model) + audio);
+  };
+  const CommandResult even = heard("-1");
+  EXPECT_NE(even.output.find("go forward ten meters"), std::string::npos) << even.output;
+  EXPECT_EQ(even.errors, "kivsr: 1 words of the language model " + (folder / "lm.arpa").string() +
+                             " cannot be pronounced and are left out: \"xyzzyx\"\n");
+  EXPECT_NE(heard("-40").output.find("go forward two meters"), std::string::npos);
+}
+
 TEST(Recognise, FaultsAreOneLineAndStatusTwo) {
   const TemporaryFolder folder;
   const std::string audio = quoted(kTestData / "goforward.raw");
@@ -135,7 +158,7 @@ TEST(Recognise, FaultsAreOneLineAndStatusTwo) {
   const auto bad_word = folder.write("word.gram", "#JSGF V1.0;\ngrammar g;\npublic <g> = go frobnicate;\n");
   const auto empty = folder.write("empty.wav", wav({}, 16000, 1));
   const std::pair<std::string, std::string> cases[] = {
-      {audio, "--grammar or --words"},
+      {audio, "give one of --grammar, --words and --lm"},
       {grammar + "--model no-such-model " + audio, "no-such-model"},
       {grammar + "--model " + quoted(model) + " " + audio, "means: truncated"},
       {"--grammar " + quoted(bad_grammar) + " " + audio, "bad.gram:3:25: "},
@@ -146,6 +169,8 @@ TEST(Recognise, FaultsAreOneLineAndStatusTwo) {
       {grammar + "--reference " + quoted(folder.write("r", "x (other)\n")) + " " + audio, "no utterance goforward"},
       {grammar + "--dict " + quoted(folder / "none.dict") + " " + audio, "none.dict: no such file"},
       {grammar + "--beam nonsense " + audio, "--beam"},
+      {"--lm " + quoted(bad_grammar) + " " + audio, "bad.gram:"},
+      {"--lm en-us " + grammar + audio, "give one of --grammar, --words and --lm"},
       {grammar + "--arithmetic half " + audio, "--arithmetic"},
       {grammar + "--shortlist -1 " + audio, "--shortlist"},
   };

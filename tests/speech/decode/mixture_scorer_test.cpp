@@ -73,7 +73,7 @@ struct EnUs {
 TEST(MixtureScorer, PhoneticallyTiedMixtures) {
   const EnUs files;
   for (const auto& [arithmetic, absolute, relative] : kTolerances) {
-    const std::unique_ptr<Scorer> scorer = make_mixture_scorer(files.model, {arithmetic, 0});
+    const std::unique_ptr<Scorer> scorer = make_mixture_scorer(files.model, {arithmetic, 0, 0});
     std::mt19937 generator(3);
     for (const int phone : {2, 32, 41}) {
       // a frame near the Gaussians of the phone
@@ -112,7 +112,7 @@ TEST(MixtureScorer, ShortlistsHoldTheLikeliestGaussiansOfTheCell) {
   const int counts[] = {1, 4, 30};
   for (std::size_t i = 0; i < 3; ++i) {
     const auto& [arithmetic, absolute, relative] = kTolerances[i];
-    make_mixture_scorer(files.model, {arithmetic, counts[i]})->score(frame, states, scores);
+    make_mixture_scorer(files.model, {arithmetic, counts[i], 0})->score(frame, states, scores);
     for (const int phone : {0, 20, 41}) {
       for (const int state : files.model.definition.phones[static_cast<std::size_t>(phone)].states) {
         const double expected = files.score(phone, state, frame, centre, counts[i]);
@@ -139,8 +139,8 @@ TEST(MixtureScorer, LossesOverSpeech) {
     }
     return result;
   };
-  const auto exact = all_scores({ScoreArithmetic::kDoublePrecision, 0});
-  const auto quantised = all_scores({ScoreArithmetic::kSixteenBits, 0});
+  const auto exact = all_scores({ScoreArithmetic::kDoublePrecision, 0, 0});
+  const auto quantised = all_scores({ScoreArithmetic::kSixteenBits, 0, 0});
   double squares = 0.0;
   for (std::size_t frame = 0; frame < exact.size(); ++frame) {
     for (std::size_t state = 0; state < 126; ++state) {
@@ -152,7 +152,7 @@ TEST(MixtureScorer, LossesOverSpeech) {
   EXPECT_EQ(all_scores({ScoreArithmetic::kSinglePrecision, 128}), all_scores({}));
   double last_loss = 4.0;
   for (const int count : {4, 32}) {
-    const auto listed = all_scores({ScoreArithmetic::kSinglePrecision, count});
+    const auto listed = all_scores({ScoreArithmetic::kSinglePrecision, count, 0});
     double loss = 0.0;
     for (std::size_t frame = 0; frame < exact.size(); ++frame) {
       for (std::size_t state = 0; state < 126; ++state) {

@@ -68,6 +68,38 @@ TEST(ModelDefinition, BrokenFilesAreFaults) {
   EXPECT_NE(changed("filler 1", "filler 7").find("transition matrix"), std::string::npos);
   EXPECT_NE(changed("2 3 N", "2 4 N").find("no such state"), std::string::npos);
   EXPECT_NE(changed("2 3 N", "2 3 3 N").find("3 states"), std::string::npos);
+  EXPECT_NE(changed("4 n_tied_state", "3 n_tied_state").find("counts 4 base states but only 3 states"),
+            std::string::npos);
+}
+
+// Neighbours that were never seen fall back to the same at another place of a word, to silence, to the phone alone.
+TEST(ModelDefinition, PhonesInContextFallBack) {
+  std::string text = kText;
+  text.replace(text.find("0 n_tri"), 1, "4");
+  text.replace(text.find("4 n_tied_state"), 1, "8");
+  text += "AA AA AA i n/a 0 4 5 N\nAA SIL AA b n/a 0 6 7 N\nAA AA SIL e n/a 0 4 5 N\nAA SIL SIL s n/a 0 0 1 N\n";
+  const TemporaryFolder folder;
+  const ModelDefinition definition = read_model_definition(folder.write("mdef", text));
+  const auto first_state = [&](int left, int right, WordPosition position) {
+    return definition.states_of_hmm(definition.hmm_of(0, left, right, position))[0];
+  };
+  EXPECT_EQ(definition.silence, 1);
+  EXPECT_EQ(definition.hmms.size(), 5U) << "two base phones, and two phones in context share one of three models";
+  EXPECT_EQ(first_state(0, 0, WordPosition::kInternal), 4);
+  EXPECT_EQ(first_state(1, 0, WordPosition::kBegin), 6);
+  EXPECT_EQ(first_state(0, 0, WordPosition::kEnd), 4) << "as inside a word";
+  EXPECT_EQ(first_state(1, 0, WordPosition::kInternal), 6) << "as at the start of a word";
+  EXPECT_EQ(definition.hmm_of(1, 0, 0, WordPosition::kSingle), 1) << "a filler has no neighbours";
+
+  const auto fault = [&](const std::string& from, const std::string& to) {
+    std::string changed = text;
+    changed.replace(changed.find(from), from.size(), to);
+    return fault_of([&] { read_model_definition(folder.write("mdef", changed)); });
+  };
+  EXPECT_NE(fault("AA AA AA i", "AA AA ZH i").find("mdef:12: has no base phone \"ZH\""), std::string::npos);
+  EXPECT_NE(fault("AA AA AA i", "AA AA AA x").find("mdef:12: has no such position"), std::string::npos);
+  EXPECT_NE(fault("6 7 N", "6 8 N").find("mdef:13: a phone in context has states"), std::string::npos);
+  EXPECT_NE(fault("4 n_tri", "5 n_tri").find("truncated"), std::string::npos);
 }
 
 TEST(ModelDefinition, ReadsThePackages) {
@@ -75,6 +107,12 @@ TEST(ModelDefinition, ReadsThePackages) {
   EXPECT_EQ(english.phones.size(), 42U);
   EXPECT_EQ(english.states, 5126);
   EXPECT_EQ(english.independent_states, 126);
+  std::set<int> reached;
+  for (int hmm = 0; hmm < static_cast<int>(english.hmms.size()); ++hmm) {
+    const auto states = english.states_of_hmm(hmm);
+    reached.insert(states.begin(), states.end());
+  }
+  EXPECT_EQ(reached.size(), 5126U);
   const ModelDefinition small = read_model_definition(kTestData / "an4_ci_cont" / "mdef");
   EXPECT_EQ(small.phones.size(), 34U);
   EXPECT_EQ(small.phone_index("ZH"), -1);

@@ -34,6 +34,29 @@ TEST(Sendump, ReadsBothByteOrders) {
   }
 }
 
+std::string clustered(const std::string& bits = "cluster_bits 4") {
+  std::string bytes =
+      header({"TITLE", "feature_count 1", "mixture_count 2", "model_count 3", "cluster_count 15", bits}, true);
+  for (char centre = 0; centre < 16; ++centre) bytes += static_cast<char>(3 * centre);
+  return bytes + "\x21\x03\xF4\x05";
+}
+
+TEST(Sendump, FourBitsChooseOneOfSixteenWeights) {
+  const TemporaryFolder folder;
+  const PackedWeights weights = read_sendump(folder.write("sendump", clustered()));
+  EXPECT_EQ(weights.densities, 2);
+  EXPECT_EQ(weights.states, 3);
+  EXPECT_EQ(weights.bytes, (std::vector<std::uint8_t>{3, 6, 9, 12, 45, 15}));
+  expect_fault_at_every_length(clustered(), [](const std::filesystem::path& file) { read_sendump(file); });
+  EXPECT_NE(fault_of([&] { read_sendump(folder.write("sendump", clustered("cluster_bits 5"))); }).find("clusters"),
+            std::string::npos);
+  const PackedWeights digits = read_sendump(kTestData / "tidigits" / "hmm" / "sendump");
+  EXPECT_EQ(digits.states, 670);
+  double sum = 0.0;
+  for (int density = 0; density < 256; ++density) sum += std::exp(digits.log_weight(2, density, 400));
+  EXPECT_NEAR(sum, 1.0, 0.2) << "sixteen steps are coarse";
+}
+
 TEST(Sendump, RefusesWhatItCannotRead) {
   expect_fault_at_every_length(dump(false), [](const std::filesystem::path& file) { read_sendump(file); });
   const TemporaryFolder folder;
@@ -41,7 +64,7 @@ TEST(Sendump, RefusesWhatItCannotRead) {
     return fault_of([&] { read_sendump(folder.write("sendump", bytes)); });
   };
   EXPECT_NE(message(dump(false) + "x").find("left over"), std::string::npos);
-  EXPECT_NE(message(dump(false, "cluster_count 15")).find("clusters"), std::string::npos);
+  EXPECT_NE(message(dump(false, "cluster_count 14")).find("clusters"), std::string::npos);
   EXPECT_NE(message("\x7F\x7F\x7F\x7F and more").find("not a weight dump"), std::string::npos);
 }
 

@@ -1,0 +1,169 @@
+#include "kivsr/speech/decode/grammar_language.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+#include "kivsr/kivsr.hpp"
+#include "kivsr/speech/io/fault.h"
+
+namespace kivsr::speech {
+namespace {
+
+constexpr std::size_t kMostEntries = 5'000'000;
+
+std::string place(const WordNetwork& words, const WordArc& arc) {
+  if (arc.position.line == 0) return words.source;
+  return words.source + ":" + std::to_string(arc.position.line) + ":" + std::to_string(arc.position.column);
+}
+
+}  // namespace
+
+std::vector<std::vector<int>> pronunciations(const std::string& word, const Dictionary& dictionary,
+                                             const AcousticModel& model, std::string& reason) {
+  const std::vector<Pronunciation>* known = dictionary.find(word);
+  if (known == nullptr) {
+    reason = "the word \"" + word + "\" is not in the dictionary " + dictionary.file().string();
+    return {};
+  }
+  std::vector<std::vector<int>> result;
+  for (const Pronunciation& pronunciation : *known) {
+    std::vector<int> phones;
+    for (const std::string& name : pronunciation) {
+      phones.push_back(model.definition.phone_index(name));
+      if (phones.back() >= 0) continue;
+      reason = "the word \"" + word + "\" has the phone " + name + ", which the model " + model.folder.string() +
+               " does not have";
+      break;
+    }
+    if (phones.back() >= 0) result.push_back(std::move(phones));
+  }
+  return result;
+}
+
+// Lays the states out from the start on.
+class GrammarBuilder {
+ public:
+  GrammarBuilder(const WordNetwork& words, const Dictionary& dictionary, const AcousticModel& model,
+                 LexiconForest& forest, GrammarLanguage& language)
+      : words_(words),
+        dictionary_(dictionary),
+        model_(model),
+        forest_(forest),
+        states_(language.states_),
+        arcs_(language.arcs_),
+        arcs_from_(static_cast<std::size_t>(words.nodes)) {}
+
+  void build(const SearchWeights& weights) {
+    scale_weights(weights);
+    for (std::size_t arc = 0; arc < words_.arcs.size(); ++arc) {
+      arcs_from_[static_cast<std::size_t>(words_.arcs[arc].from)].push_back(static_cast<int>(arc));
+    }
+    state_of(words_.start);
+    for (std::size_t state = 0; state < states_.size(); ++state) {
+      const Followers followers = followers_of(static_cast<int>(state));
+      const int tree = tree_of(followers);
+      states_[state].tree = tree;
+    }
+    const bool possible =
+        std::any_of(states_.begin(), states_.end(), [](const auto& state) { return state.final_weight > kLogZero; });
+    if (!possible) throw Fault(words_.source + ": no sentence is possible");
+  }
+
+ private:
+  // Index of a word arc of the network, with the weight of the way to it.
+  using Followers = std::vector<std::pair<int, float>>;
+
+  // log weight * language weight, and the insertion penalty where a word begins
+  void scale_weights(const SearchWeights& weights) {
+    scaled_.resize(words_.arcs.size());
+    if (scaled_.empty()) return;
+    std::vector<float> logs;
+    for (const WordArc& arc : words_.arcs) logs.push_back(arc.log_weight);
+    call<kivsScaleLM_32f>(logs, scaled_, logs.size(), kLogZero, weights.language_weight, 0.0F);
+    for (std::size_t arc = 0; arc < scaled_.size(); ++arc) {
+      if (words_.arcs[arc].word >= 0) scaled_[arc] += weights.insertion_penalty;
+    }
+  }
+
+  // The state of a node of the word network, made when it is first reached.
+  int state_of(int node) {
+    const auto [known, added] = indices_.try_emplace(node, static_cast<int>(nodes_.size()));
+    if (added) {
+      nodes_.push_back(node);
+      states_.emplace_back();
+    }
+    return known->second;
+  }
+
+  // The best weight of every node that can be reached without a word.
+  std::map<int, float> reach_silently(int start) const {
+    std::map<int, float> best{{start, 0.0F}};
+    std::vector<int> open{start};
+    while (!open.empty()) {
+      const int node = open.back();
+      open.pop_back();
+      for (const int index : arcs_from_[static_cast<std::size_t>(node)]) {
+        const WordArc& arc = words_.arcs[static_cast<std::size_t>(index)];
+        if (arc.word >= 0) continue;
+        const float weight = best[node] + scaled_[static_cast<std::size_t>(index)];
+        const auto [known, added] = best.try_emplace(arc.to, weight);
+        if (!added && !(weight > known->second)) continue;
+        known->second = weight;
+        open.push_back(arc.to);
+      }
+    }
+    return best;
+  }
+
+  Followers followers_of(int state) {
+    Followers followers;
+    for (const auto& [reached, weight] : reach_silently(nodes_[static_cast<std::size_t>(state)])) {
+      if (reached == words_.final) states_[static_cast<std::size_t>(state)].final_weight = weight;
+      for (const int arc : arcs_from_[static_cast<std::size_t>(reached)]) {
+        if (words_.arcs[static_cast<std::size_t>(arc)].word < 0) continue;
+        followers.emplace_back(arc, weight + scaled_[static_cast<std::size_t>(arc)]);
+      }
+    }
+    return followers;
+  }
+
+  int tree_of(const Followers& followers) {
+    const auto [known, added] = trees_.try_emplace(followers, -1);
+    if (!added) return known->second;
+    std::vector<LanguageWord> tree;
+    for (const auto& [index, weight] : followers) {
+      const WordArc& arc = words_.arcs[static_cast<std::size_t>(index)];
+      std::string reason;
+      const auto sequences =
+          pronunciations(words_.words[static_cast<std::size_t>(arc.word)], dictionary_, model_, reason);
+      if (sequences.empty()) throw Fault(place(words_, arc) + ": " + reason);
+      const int name = static_cast<int>(arcs_.size());
+      arcs_.push_back({weight, state_of(arc.to), arc.word});
+      for (const auto& phones : sequences) tree.push_back({name, phones, weight});
+      entries_ += sequences.size();
+      if (entries_ > kMostEntries) throw Fault(words_.source + ": too many words can follow each other");
+    }
+    return known->second = forest_.add_tree(std::move(tree));
+  }
+
+  const WordNetwork& words_;
+  const Dictionary& dictionary_;
+  const AcousticModel& model_;
+  LexiconForest& forest_;
+  std::vector<GrammarLanguage::State>& states_;
+  std::vector<SearchLanguage::Step>& arcs_;
+  std::vector<float> scaled_;                // weight of each arc of the network
+  std::vector<std::vector<int>> arcs_from_;  // [node of the network]
+  std::map<int, int> indices_;               // state of a node of the network
+  std::vector<int> nodes_;                   // node of each state
+  std::map<Followers, int> trees_;           // states with the same words and weights share a tree
+  std::size_t entries_ = 0;
+};
+
+GrammarLanguage::GrammarLanguage(const WordNetwork& words, const Dictionary& dictionary, const AcousticModel& model,
+                                 const SearchWeights& weights, LexiconForest& forest) {
+  GrammarBuilder(words, dictionary, model, forest, *this).build(weights);
+}
+
+}  // namespace kivsr::speech

@@ -1,0 +1,81 @@
+#include "kivsr/speech/decode/ngram_language.h"
+
+#include <map>
+#include <string_view>
+#include <utility>
+
+#include "kivsr/kivsr.hpp"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/models/dictionary.h"
+
+namespace kivsr::speech {
+namespace {
+
+bool is_mark(std::string_view word) {
+  return word == "<s>" || word == "</s>" || word == "<UNK>" || word == "<unk>" || word == "<sil>";
+}
+
+}  // namespace
+
+NgramLanguage::NgramLanguage(NgramModel model, const std::filesystem::path& dictionary, const AcousticModel& acoustic,
+                             const SearchWeights& weights, SearchNetwork& network)
+    : model_(std::move(model)), weights_(weights) {
+  std::map<std::string, int, std::less<>> phones;
+  for (std::size_t phone = 0; phone < acoustic.definition.phones.size(); ++phone) {
+    phones.try_emplace(acoustic.definition.phones[phone].name, static_cast<int>(phone));
+  }
+  std::vector<LanguageWord> tree;
+  std::vector<int> arcs(static_cast<std::size_t>(model_.words()), -1);
+  const auto wanted = [this](std::string_view name) { return model_.find_word(name) >= 0 && !is_mark(name); };
+  Dictionary::visit(dictionary, wanted, [&](std::string_view name, std::span<const std::string_view> pronunciation) {
+    LanguageWord entry;
+    for (const std::string_view phone : pronunciation) {
+      const auto known = phones.find(phone);
+      if (known == phones.end()) return;
+      entry.phones.push_back(known->second);
+    }
+    const int word = model_.find_word(name);
+    int& arc = arcs[static_cast<std::size_t>(word)];
+    if (arc < 0) {
+      arc = static_cast<int>(words_.size());
+      words_.push_back(word);
+      network.labels.push_back({std::string(name), false});
+    }
+    entry.arc = arc;
+    tree.push_back(std::move(entry));
+  });
+  for (int word = 0; word < model_.words(); ++word) {
+    if (arcs[static_cast<std::size_t>(word)] < 0 && !is_mark(model_.word(word))) {
+      unpronounceable_.push_back(model_.word(word));
+    }
+  }
+  if (tree.empty()) throw Fault(dictionary.string() + ": pronounces no word of the language model");
+  const int begin = model_.find_word("<s>");
+  start_ = begin < 0 ? 0 : model_.follow(0, begin).next;
+  end_ = model_.find_word("</s>");
+  for (LanguageWord& word : tree) word.look_ahead = follow(0, word.arc).weight;
+  tree_ = network.forest->add_tree(std::move(tree));
+}
+
+SearchLanguage::Step NgramLanguage::follow(int state, int arc) const {
+  const NgramModel::Step step = model_.follow(state, words_[static_cast<std::size_t>(arc)]);
+  return {step.log_probability * weights_.language_weight + weights_.insertion_penalty, step.next, arc};
+}
+
+float NgramLanguage::final_weight(int state) const {
+  return end_ < 0 ? 0.0F : model_.follow(state, end_).log_probability * weights_.language_weight;
+}
+
+SearchNetwork build_ngram_network(NgramModel model, const std::filesystem::path& dictionary,
+                                  const AcousticModel& acoustic, const SearchWeights& weights,
+                                  std::vector<std::string>& unpronounceable) {
+  SearchNetwork network;
+  network.forest = std::make_unique<LexiconForest>(acoustic.definition);
+  auto language = std::make_unique<NgramLanguage>(std::move(model), dictionary, acoustic, weights, network);
+  unpronounceable = language->unpronounceable();
+  network.language = std::move(language);
+  add_fillers(network, acoustic, weights);
+  return network;
+}
+
+}  // namespace kivsr::speech

@@ -1,0 +1,46 @@
+// An n-gram model as the language of a search: any word of it that the dictionary can pronounce may follow any other.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "kivsr/speech/decode/lexicon_tree.h"
+#include "kivsr/speech/decode/search_language.h"
+#include "kivsr/speech/decode/search_network.h"
+#include "kivsr/speech/models/acoustic_model.h"
+#include "kivsr/speech/models/ngram_model.h"
+
+namespace kivsr::speech {
+
+class NgramLanguage : public SearchLanguage {
+ public:
+  // Adds its tree to the network's forest and its words to the labels.
+  NgramLanguage(NgramModel model, const std::filesystem::path& dictionary, const AcousticModel& acoustic,
+                const SearchWeights& weights, SearchNetwork& network);
+
+  int states() const override { return model_.states(); }
+  int start() const override { return start_; }
+  int tree(int) const override { return tree_; }
+  Step follow(int state, int arc) const override;
+  float final_weight(int state) const override;
+
+  // Words of the model that cannot be said for want of a pronunciation.
+  const std::vector<std::string>& unpronounceable() const { return unpronounceable_; }
+
+ private:
+  NgramModel model_;
+  SearchWeights weights_;
+  int start_ = 0;
+  int end_ = -1;  // the word that ends a sentence
+  int tree_ = 0;
+  std::vector<int> words_;  // [arc]: word of the model
+  std::vector<std::string> unpronounceable_;
+};
+
+// The same as a network, with the fillers of the acoustic model.
+SearchNetwork build_ngram_network(NgramModel model, const std::filesystem::path& dictionary,
+                                  const AcousticModel& acoustic, const SearchWeights& weights,
+                                  std::vector<std::string>& unpronounceable);
+
+}  // namespace kivsr::speech

@@ -1,0 +1,41 @@
+// What the search asks of a grammar or a language model: which words may follow in a state, at which weight, and which
+// state comes after them. Next: grammar_language.h, ngram_language.h.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace kivsr::speech {
+
+struct SearchWeights {
+  float language_weight = 6.5F;    // scales the log weights of the word network
+  float insertion_penalty = 0.0F;  // log, added for each word
+  float silence_penalty = -10.0F;  // log, added for each silence between words
+  float noise_penalty = -30.0F;    // log, added for each noise between words
+};
+
+// A word that may follow in the states of one lexicon tree.
+struct LanguageWord {
+  int arc = 0;  // names it to follow()
+  std::vector<int> phones;
+  float look_ahead = 0.0F;  // its weight, or about that where the state decides it
+};
+
+class SearchLanguage {
+ public:
+  struct Step {
+    float weight = 0.0F;  // log, scaled, with the insertion penalty
+    int next = 0;         // state
+    int label = 0;        // of the word
+  };
+
+  virtual ~SearchLanguage() = default;
+  virtual int states() const = 0;
+  virtual int start() const = 0;
+  virtual int tree(int state) const = 0;  // the lexicon tree with the words that may follow
+  virtual Step follow(int state, int arc) const = 0;
+  virtual float final_weight(int state) const = 0;  // of ending the sentence; below kLogZero / 2 where it cannot end
+};
+
+}  // namespace kivsr::speech
