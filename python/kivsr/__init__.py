@@ -9,16 +9,24 @@ arrays [frames, width]. Work is done without the interpreter's lock.
 (98, 13)
 """
 
-from ._version import __version__
-from ._backend import backend, native as _native
-from ._features import FrontEnd, etsi_afe, fbank, features, log_mel, mfcc, postprocess
+from . import _features, _files, _models, _signals
+from ._backend import backend
+from ._backend import native as _native
+from ._features import *  # noqa: F403
+from ._files import *  # noqa: F403
+from ._models import *  # noqa: F403
 from ._recipe import Recipe, preset_names
+from ._signals import *  # noqa: F403
+from ._version import __version__
 
 Fault = _native.Fault
 StatusError = _native.StatusError
 
-
-__all__ = [
-    "Fault", "FrontEnd", "Recipe", "StatusError", "backend", "etsi_afe", "fbank", "features", "log_mel", "mfcc",
-    "postprocess", "preset_names",
-]
+__all__ = ["Fault", "Recipe", "StatusError", "__version__", "backend", "preset_names"]
+__all__ += _features.__all__
+__all__ += _files.__all__
+__all__ += _models.__all__
+__all__ += _signals.__all__
+for _module in (_features, _files, _models, _signals):
+    for _name in _module.__all__:
+        getattr(_module, _name).__module__ = "kivsr"

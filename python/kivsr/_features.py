@@ -8,17 +8,12 @@ import numpy as np
 from numpy.typing import ArrayLike
 
 from ._backend import native
+from ._batch import is_batch
 from ._recipe import Recipe, make_recipe
 
 __all__ = ["FrontEnd", "etsi_afe", "fbank", "features", "log_mel", "mfcc", "postprocess"]
 
 Rows = np.ndarray
-Batch = "list[np.ndarray] | tuple[np.ndarray, ...]"
-
-
-def is_batch(y: Any) -> bool:
-    """Whether an argument is a list of arrays, not one array."""
-    return isinstance(y, (list, tuple)) and not (len(y) > 0 and np.ndim(y[0]) == 0)
 
 
 def features(

@@ -7,7 +7,7 @@ from typing import Any
 
 from ._backend import native
 
-__all__ = ["Recipe", "make_recipe", "preset_names"]
+__all__ = ["Recipe", "make_recipe", "preset_names", "whole_rate"]
 
 Recipe = native.Recipe
 
@@ -48,15 +48,18 @@ def make_recipe(preset: Any, sample_rate: int | None, options: dict[str, Any]) -
         return preset._with(named_options(options)) if options else preset
     if not isinstance(preset, str):
         raise TypeError(f"preset: {preset!r} is neither a name nor a Recipe")
-    return native.Recipe._make(preset, _rate(sample_rate), named_options(options) if options else {})
+    rate = 0 if sample_rate is None else whole_rate(sample_rate)
+    return native.Recipe._make(preset, rate, named_options(options) if options else {})
 
 
-def _rate(sample_rate: int | None) -> int:
-    if sample_rate is None:
-        return 0
-    rate = int(sample_rate)
-    if rate != sample_rate or not 0 < rate < 2**31:
-        raise ValueError(f"sample_rate: {sample_rate!r} is not a whole number of Hz above 0")
+def whole_rate(sample_rate: Any, name: str = "sample_rate") -> int:
+    """A sampling rate as an int; ValueError with the argument's name for what is none."""
+    try:
+        rate = int(sample_rate)
+    except (TypeError, ValueError, OverflowError):
+        rate = 0
+    if isinstance(sample_rate, str) or rate != sample_rate or not 0 < rate < 2**31:
+        raise ValueError(f"{name}: {sample_rate!r} is not a whole number of Hz above 0")
     return rate
 
 

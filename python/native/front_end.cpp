@@ -48,9 +48,8 @@ class SharedChain {
   py::array_t<float> push(const py::object& block) {
     const Samples samples(block, "block", scale_);
     return locked([&](FeatureMatrix& rows) {
-      if (samples.size() > Samples::kBlock) samples.require_finite();  // nothing is taken of a block that is refused
       reserve_rows(recipe_, samples.size(), rows);
-      samples.each_block([&](std::span<const float> part) {
+      samples.each_checked_block([&](std::span<const float> part) {
         begun_ = true;
         chain_->push(part, rows);
       });

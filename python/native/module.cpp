@@ -27,9 +27,9 @@ PYBIND11_MODULE(_native, module) {
                               "A function of the C library refused a call, or there was no memory.");
   kivsr::python::add_recipes(module);
   kivsr::python::add_front_end(module);
-  // kivsr::python::add_noise(module);
-  // kivsr::python::add_files(module);
-  // kivsr::python::add_mixtures(module);
-  // kivsr::python::add_codebooks(module);
+  kivsr::python::add_noise(module);
+  kivsr::python::add_files(module);
+  kivsr::python::add_mixtures(module);
+  kivsr::python::add_codebooks(module);
   // kivsr::python::add_recogniser(module);
 }

@@ -59,6 +59,7 @@ Samples::Samples(const py::handle& object, std::string name, std::optional<doubl
     throw py::value_error(name_ + ": one dimension is wanted, the shape is " + text_of(array_.attr("shape")));
   }
   if (scale && !std::isfinite(*scale)) throw py::value_error("scale: not a finite number");
+  if (scale && *scale == 0.0) throw py::value_error("scale: 0");
   const py::dtype type = array_.dtype();
   type_ = type.kind() == 'i' ? SampleType::kInt16 : type.itemsize() == 4 ? SampleType::kFloat32 : SampleType::kFloat64;
   data_ = static_cast<const char*>(array_.data());
@@ -74,12 +75,6 @@ const Samples& Samples::require_some() const {
 
 void Samples::require_finite() const {
   if (type_ != SampleType::kInt16) each_block([](std::span<const float>) {});
-}
-
-std::vector<float> Samples::all() const {
-  std::vector<float> samples(size_);
-  read(0, samples);
-  return samples;
 }
 
 void Samples::read(std::size_t first, std::span<float> block) const {
@@ -120,17 +115,16 @@ py::array_t<float> owned(std::vector<float>&& values, int width) {
   return owned(std::move(values), std::vector<py::ssize_t>{height, width});
 }
 
-py::array like(const Samples& samples, std::vector<float>&& values) {
-  if (samples.type() != SampleType::kInt16) {
-    const auto factor = static_cast<float>(1.0 / samples.scale());
-    for (float& value : values) value *= factor;
+py::array like(SampleType type, double scale, std::vector<float>&& values) {
+  const double factor = 1.0 / scale;
+  if (type != SampleType::kInt16) {
+    for (float& value : values) value = static_cast<float>(value * factor);
     return owned(std::move(values));
   }
   py::array_t<std::int16_t> result(static_cast<py::ssize_t>(values.size()));
   std::int16_t* const data = result.mutable_data();
   for (std::size_t i = 0; i < values.size(); ++i) {
-    const auto value = static_cast<float>(static_cast<double>(values[i]) / samples.scale());
-    data[i] = static_cast<std::int16_t>(std::lrint(std::clamp(value, -32768.0F, 32767.0F)));
+    data[i] = static_cast<std::int16_t>(std::lrint(std::clamp(values[i] * factor, -32768.0, 32767.0)));
   }
   return result;
 }

@@ -3,6 +3,7 @@
 // Next: rows.h, matrices; batch.h, many arrays.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <span>
@@ -38,6 +39,12 @@ class Samples {
   // Throws std::invalid_argument, which Python sees as ValueError, at a sample that is not finite.
   void require_finite() const;
   // take(block) for one block after the other, each of finite values.
+  // A fault comes before the first block is taken.
+  template <class Take>
+  void each_checked_block(Take&& take) const {
+    if (size_ > kBlock) require_finite();
+    each_block(take);
+  }
   template <class Take>
   void each_block(Take&& take) const {
     std::vector<float> block(std::min(kBlock, size_));
@@ -47,7 +54,6 @@ class Samples {
       take(std::span<const float>(part));
     }
   }
-  std::vector<float> all() const;
 
  private:
   void read(std::size_t first, std::span<float> block) const;
@@ -70,6 +76,6 @@ py::array_t<float> owned(std::vector<float>&& values);
 py::array_t<float> owned(std::vector<float>&& values, int width);
 
 // Results in the type and the unit of the samples that they were made from: int16, rounded and clipped, or float32.
-py::array like(const Samples& samples, std::vector<float>&& values);
+py::array like(SampleType type, double scale, std::vector<float>&& values);
 
 }  // namespace kivsr::python
