@@ -31,12 +31,13 @@ namespace {
 struct FeaturesCommand {
   explicit FeaturesCommand(CLI::App& command) : recipe(command, "sphinx-en-us") {}
 
-  void run() const;
+  void run();
   void write_rows() const;
   void write_statistics() const;
   std::vector<std::string> all_files() const;
   void stream_rows(const std::string& file, FeatureChain& chain, const RowTaker& take) const;
-  void draw(const std::string& file, const FrontEndParameters& front_end, OutputFile& picture) const;
+  void push_sound(const std::string& file, FeaturePicture& picture) const;
+  void explain() const;
 
   RecipeOptions recipe;
   std::vector<std::string> files;
@@ -46,10 +47,17 @@ struct FeaturesCommand {
   RawFormat raw;
   std::size_t block = 0;  // samples
   bool statistics = false;
-  int feature_width = 0;  // of .mfc files
+  std::string explained;    // preset
+  std::string recipe_file;  // to write
+  int feature_width = 0;    // of .mfc files
 };
 
-void FeaturesCommand::run() const { statistics ? write_statistics() : write_rows(); }
+void FeaturesCommand::run() {
+  if (!explained.empty()) recipe.start_from(explained);
+  if (!explained.empty() || !recipe_file.empty()) explain();
+  if (!explained.empty() || (!recipe_file.empty() && output_file.empty() && picture_file.empty())) return;
+  statistics ? write_statistics() : write_rows();
+}
 
 std::vector<std::string> FeaturesCommand::all_files() const {
   std::vector<std::string> all = files;
@@ -80,13 +88,23 @@ void FeaturesCommand::stream_rows(const std::string& file, FeatureChain& chain, 
 }
 
 // The audio once more, as memory would not hold it.
-void FeaturesCommand::draw(const std::string& file, const FrontEndParameters& front_end, OutputFile& picture) const {
-  FeaturePicture drawing(front_end);
-  MonoReader reader(file, front_end.sample_rate, raw);
+void FeaturesCommand::push_sound(const std::string& file, FeaturePicture& picture) const {
+  MonoReader reader(file, picture.sample_rate(), raw);
   std::vector<float> samples;
-  for (; reader.read(samples); samples.clear()) drawing.push(samples);
-  drawing.finish();
-  drawing.draw(picture, std::filesystem::path(file).filename());
+  for (; reader.read(samples); samples.clear()) picture.push(samples);
+  picture.finish();
+}
+
+// The recipe of the command line as a file, or on standard output.
+void FeaturesCommand::explain() const {
+  const std::string text = recipe.recipe(files, raw).explained_text();
+  if (recipe_file.empty()) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    return;
+  }
+  OutputFile output(recipe_file);
+  output.write(text);
+  output.commit();
 }
 
 void FeaturesCommand::write_statistics() const {
@@ -141,14 +159,18 @@ void FeaturesCommand::write_rows() const {
   std::optional<OutputFile> output;
   std::optional<OutputFile> picture;
   std::optional<FeatureWriter> writer;
+  std::optional<FeaturePicture> drawing;
+  if (!picture_file.empty()) drawing.emplace(chain.recipe());
   if (!output_file.empty()) writer.emplace(output.emplace(output_file), format, chain.recipe());
   const auto write = [&](const FeatureMatrix& rows) {
     if (writer) writer->append(rows);
+    if (drawing) drawing->push_rows(rows);
   };
   const UtteranceInfo info = stream_utterance(file, chain, raw, write, block);
   if (writer) writer->finish();
-  if (!picture_file.empty()) {
-    draw(file, front_end, picture.emplace(picture_file));
+  if (drawing) {
+    push_sound(file, *drawing);
+    drawing->draw(picture.emplace(picture_file), std::filesystem::path(file).filename());
   }
   if (output) output->commit();
   if (picture) picture->commit();
@@ -171,7 +193,17 @@ void add_features(CLI::App& program) {
                       "WAV, FLAC, ... or .raw (16-bit, one channel); or rows of the front end in a feature file");
   command->add_option("-o,--output", options->output_file,
                       "File to write: .npy, .htk, .mfc or .csv; of statistics .npy, .csv or .json");
-  command->add_option("--picture", options->picture_file, "PNG with waveform, mel spectrogram and cepstra");
+  command->add_option("--picture", options->picture_file, "PNG with waveform, mel spectrogram and the rows");
+  command
+      ->add_option("--explain", options->explained,
+                   "Print the recipe of that preset, with the options given, a comment for each field")
+      ->excludes("--preset")
+      ->excludes("--recipe")
+      ->excludes("--feat-params")
+      ->excludes("--output")
+      ->excludes("--picture");
+  command->add_option("--as-config", options->recipe_file,
+                      "File to write the recipe of this command line to, which --config reads again");
   add_raw_options(*command, options->raw);
   command->add_option("--block", options->block, "Samples pushed at a time; the rows are the same for every number");
   command->add_flag("--stats", options->statistics,

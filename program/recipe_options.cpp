@@ -18,6 +18,9 @@ namespace kivsr::program {
 namespace {
 
 constexpr const char* kGroup = "Recipe";
+// Of a toolkit's own form, Hz; others scale the preset or are refused.
+constexpr int kLowestRate = 100;
+constexpr int kHighestRate = 1000000;
 
 std::string join(const auto& names) {
   std::string text;
@@ -62,8 +65,8 @@ CLI::Option* add_field(CLI::App& command, const RecipeField& field, std::string&
 RecipeOptions::RecipeOptions(CLI::App& command, const std::string& preset) : command_(command), preset_(preset) {
   CLI::Option* const by_name =
       command.add_option("--preset", preset_, "Recipe to start from: " + join(preset_names()))->capture_default_str();
-  CLI::Option* const by_file =
-      command.add_option("--recipe", recipe_file_, "File of a recipe to start from, as kivsr info --preset prints it");
+  CLI::Option* const by_file = command.add_option(
+      "--recipe,--config", recipe_file_, "File of a recipe to start from, as kivsr features --as-config writes it");
   CLI::Option* const by_model =
       command.add_option("--feat-params", feat_params_, "A model's feat.params to start from: its front end");
   for (CLI::Option* const option : {by_name, by_file, by_model}) option->group(kGroup);
@@ -77,11 +80,15 @@ RecipeOptions::RecipeOptions(CLI::App& command, const std::string& preset) : com
   });
 }
 
-// The preset; etsi-afe has a form for each of its rates.
+// The preset; etsi-afe has a form for each of its rates, and a toolkit knows what another rate changes.
 Recipe RecipeOptions::named(std::span<const std::string> files, const RawFormat& raw) const {
+  const int rate = given("sample-rate") ? command_.get_option("--sample-rate")->as<int>() : 0;
+  if (rate >= kLowestRate && rate <= kHighestRate) {
+    if (const auto recipe = preset_at(preset_, rate)) return *recipe;
+  }
   const Recipe recipe = preset(preset_);
   if (recipe.front_end.kind != FrontEndKind::kEtsiAfe) return recipe;
-  if (given("sample-rate")) return preset(preset_, command_.get_option("--sample-rate")->as<int>());
+  if (rate > 0) return preset(preset_, rate);
   const auto audio =
       std::find_if_not(files.begin(), files.end(), [](const auto& file) { return is_feature_file(file); });
   return audio == files.end() ? recipe : preset(preset_, AudioReader(*audio, raw).sample_rate());
@@ -124,6 +131,18 @@ void RecipeOptions::fit_lengths(const Recipe& start, Recipe& recipe) const {
   }
 }
 
+// What a preset says about columns that the command line took away goes with them.
+void RecipeOptions::follow(Recipe& recipe) const {
+  const bool energy = recipe.front_end.energy;
+  const bool whole =
+      recipe.normalisation == Normalisation::kMean || recipe.normalisation == Normalisation::kMeanVariance;
+  const bool derived = recipe.dynamics != Dynamics::kNone;
+  if (!energy && !given("normalise-energy")) recipe.normalise_energy = false;
+  if (!(energy && whole) && !given("normalise-cepstra-only")) recipe.normalise_cepstra_only = false;
+  if (!(energy && derived) && !given("drop-energy")) recipe.drop_energy = false;
+  if (!derived && !given("derivatives")) recipe.derivatives = Recipe().derivatives;
+}
+
 Recipe RecipeOptions::recipe(std::span<const std::string> files, const RawFormat& raw) const {
   const Recipe from = start(files, raw);
   Recipe recipe = from;
@@ -135,13 +154,12 @@ Recipe RecipeOptions::recipe(std::span<const std::string> files, const RawFormat
     read_field(text, value);
   });
   fit_lengths(from, recipe);
-  if (!given("normalise-energy") && !recipe.front_end.energy) {
-    recipe.normalise_energy = false;  // --no-energy undoes what the preset asked for
-  }
+  follow(recipe);
   // These derivatives read c1 .. c12, c0 and the log energy, whatever the front end would give by itself.
   if (recipe.dynamics == Dynamics::kAurora) {
     recipe.front_end.zeroth = ZerothCepstrum::kLast;
     recipe.front_end.energy = true;
+    recipe.front_end.energy_first = false;
   }
   recipe.validate();
   return recipe;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "kivsr/kivsr.hpp"
+#include "kivsr/speech/front/mel_filters.h"
 #include "kivsr/speech/io/extension.h"
 #include "kivsr/speech/io/fault.h"
 #include "program/report_text.h"
@@ -19,11 +20,6 @@ constexpr int kWidth = 1280;
 constexpr int kHeight = 900;
 constexpr double kDynamicRange = 80.0;  // dB shown below the loudest energy
 
-Range padded(Range range) {
-  const double margin = range.span() > 0.0 ? 0.05 * range.span() : 1.0;
-  return {range.low - margin, range.high + margin};
-}
-
 Range extremes(std::span<const float> values) {
   float low = 0.0F;
   float high = 0.0F;
@@ -33,40 +29,54 @@ Range extremes(std::span<const float> values) {
 
 // Frequencies that people know, at the places of the filters whose centres they are: filter i is centred at i.
 Labels frequency_labels(const FrontEndParameters& parameters) {
-  const auto mel = [&](double frequency) { return std::log1p(frequency / parameters.mel_divisor); };
-  const double low = mel(parameters.low_frequency);
-  const double span = mel(parameters.high_frequency) - low;
+  const MelAxis axis(parameters);
+  const double step = axis.edge(1) - axis.edge(0);
   Labels labels;
   for (const double frequency : {125.0, 250.0, 500.0, 1000.0, 2000.0, 4000.0, 8000.0, 16000.0}) {
-    const double place = (mel(frequency) - low) / span * (parameters.filter_count + 1);
+    const double place = (axis.mel(frequency) - axis.edge(0)) / step;
     if (place >= 0.5 && place <= parameters.filter_count + 0.5) labels.emplace_back(place, formatted("%g", frequency));
   }
   return labels;
 }
 
-// The picture shows the sound, also where the rows come of the advanced front end.
+// The spectrogram shows the sound in decibels, whatever the rows are made of.
 FrontEndParameters of_energies(FrontEndParameters parameters) {
   parameters.kind = FrontEndKind::kGeneral;
   parameters.output = Output::kLogMel;
+  parameters.logarithm = Logarithm::kDecibel;
+  parameters.dynamic_range = 0.0F;
+  parameters.lifter_form = LifterForm::kSine;
   parameters.energy = false;
   return parameters;
 }
 
-FrontEndParameters of_cepstra(FrontEndParameters parameters) {
-  parameters.kind = FrontEndKind::kGeneral;
-  parameters.output = Output::kCepstra;
-  parameters.energy = false;
-  parameters.zeroth = ZerothCepstrum::kFirst;
-  return parameters;
+// Columns of any size side by side: each less its mean, in units of its standard deviation.
+FeatureMatrix standardised(FeatureMatrix rows) {
+  std::vector<double> sum(static_cast<std::size_t>(rows.width), 0.0);
+  std::vector<double> squares(sum.size(), 0.0);
+  const double height = rows.height();
+  for (int t = 0; t < rows.height(); ++t) {
+    for (std::size_t k = 0; k < sum.size(); ++k) sum[k] += static_cast<double>(rows.row(t)[k]) / height;
+  }
+  for (int t = 0; t < rows.height(); ++t) {
+    for (std::size_t k = 0; k < sum.size(); ++k) squares[k] += std::pow(rows.row(t)[k] - sum[k], 2) / height;
+  }
+  for (int t = 0; t < rows.height(); ++t) {
+    for (std::size_t k = 0; k < sum.size(); ++k) {
+      const double deviation = std::max(std::sqrt(squares[k]), 1e-6 * std::abs(sum[k]) + 1e-30);
+      rows.row(t)[k] = static_cast<float>((rows.row(t)[k] - sum[k]) / deviation);
+    }
+  }
+  return rows;
 }
 
-// The strongest hundredth of the values saturates, so that a single one does not bleach the rest.
-float saturation(const FeatureMatrix& values) {
-  std::vector<float> sizes = values.values;
-  for (float& size : sizes) size = std::abs(size);
-  float peak = 0.0F;
-  call<kivsNthMaxElement_32f>(sizes, sizes.size(), sizes.size() / 100, &peak);
-  return std::max(peak, 1e-6F);
+const char* unit_of(Logarithm logarithm) {
+  switch (logarithm) {
+    case Logarithm::kNatural: return "ln";
+    case Logarithm::kDecimal: return "log10";
+    case Logarithm::kDecibel: return "dB";
+    default: return "value";
+  }
 }
 
 }  // namespace
@@ -76,97 +86,94 @@ void check_picture_name(const std::filesystem::path& file) {
   if (extension != ".png") throw Fault(file.string() + ": a picture's name ends in .png");
 }
 
-FeaturePicture::FeaturePicture(const FrontEndParameters& parameters)
-    : parameters_(parameters), mel_(of_energies(parameters)), cepstral_(of_cepstra(parameters)) {}
+FeaturePicture::FeaturePicture(const Recipe& recipe) : recipe_(recipe), mel_(of_energies(recipe.front_end)) {}
 
 void FeaturePicture::push(std::span<const float> samples) {
   FeatureMatrix rows;
   envelope_.add(samples);
   mel_.push(samples, rows);
   energies_.add(rows);
-  rows.values.clear();
-  cepstral_.push(samples, rows);
-  cepstra_.add(rows);
 }
 
 void FeaturePicture::finish() {
   FeatureMatrix rows;
   mel_.finish(rows);
   energies_.add(rows);
-  rows.values.clear();
-  cepstral_.finish(rows);
-  cepstra_.add(rows);
+}
+
+// Whether the rows are nothing but the energies of filters.
+bool FeaturePicture::spectral() const {
+  const FrontEndParameters& front_end = recipe_.front_end;
+  return front_end.kind == FrontEndKind::kGeneral && front_end.output == Output::kLogMel &&
+         recipe_.normalisation == Normalisation::kNone && recipe_.width() == front_end.filter_count;
 }
 
 // A frame stands at its middle: from the left edge of the first column to the right edge of the last one.
 Range FeaturePicture::interval(const ColumnReduction& columns) const {
-  const double low = 0.5 * (parameters_.window_length - parameters_.shift) / parameters_.sample_rate;
+  const FrontEndParameters& front_end = recipe_.front_end;
+  const auto before = static_cast<double>(front_end.samples_before_first());
+  const double low = (0.5 * (front_end.window_length - front_end.shift) - before) / front_end.sample_rate;
   const double frames = static_cast<double>(columns.columns().height()) * columns.rows_a_column();
-  return {low, low + frames * parameters_.frame_seconds()};
+  return {low, low + frames * recipe_.frame_seconds()};
 }
 
 void FeaturePicture::draw_spectrogram(Page& page, Panel panel) const {
-  FeatureMatrix decibels = energies_.columns();
-  const float per_neper = (parameters_.spectrum == Spectrum::kPower ? 10.0F : 20.0F) / std::log(10.0F);
-  call<kivsMulC_32f_I>(per_neper, decibels.values, decibels.values.size());
+  const FeatureMatrix decibels = energies_.columns();
   Range values = extremes(decibels.values);
   values.low = std::max(values.low, values.high - kDynamicRange);
   if (values.span() < 1.0) values.low = values.high - 1.0;
-  panel.y = {0.5, parameters_.filter_count + 0.5};
+  panel.y = {0.5, recipe_.front_end.filter_count + 0.5};
   page.image(panel, decibels, interval(energies_), panel.y, heat_map(), values);
   page.frame(panel, "Mel spectrogram", "Frequency, Hz");
   page.x_axis(panel, "", false);
-  page.y_axis(panel, frequency_labels(parameters_));
+  page.y_axis(panel, frequency_labels(recipe_.front_end));
   page.colour_bar(panel, heat_map(), values, "dB");
 }
 
-void FeaturePicture::draw_zeroth(Page& page, Panel panel, const FeatureMatrix& cepstra) const {
-  const Range time = interval(cepstra_);
-  std::vector<std::pair<double, double>> curve;
-  Range range = {cepstra.row(0)[0], cepstra.row(0)[0]};
-  for (int t = 0; t < cepstra.height(); ++t) {
-    const auto value = static_cast<double>(cepstra.row(t)[0]);
-    curve.emplace_back(time.low + (t + 0.5) * time.span() / cepstra.height(), value);
-    range = {std::min(range.low, value), std::max(range.high, value)};
-  }
-  panel.y = padded(range);
-  page.curve(panel, curve);
-  page.frame(panel, "Cepstrum c0", "c0");
-  page.x_axis(panel, "Time, s", cepstra.width == 1);
-  page.y_axis(panel, numbered(ticks(panel.y, 3)));
+void FeaturePicture::draw_bands(Page& page, Panel panel) const {
+  const FeatureMatrix bands = rows_.columns();
+  Range values = extremes(bands.values);
+  if (values.span() <= 0.0) values.low = values.high - 1.0;
+  panel.y = {0.5, recipe_.front_end.filter_count + 0.5};
+  page.image(panel, bands, interval(rows_), panel.y, heat_map(), values);
+  page.frame(panel, "Features, " + std::to_string(bands.width) + " bands", "Frequency, Hz");
+  page.x_axis(panel, "Time, s", true);
+  page.y_axis(panel, frequency_labels(recipe_.front_end));
+  page.colour_bar(panel, heat_map(), values, unit_of(recipe_.front_end.logarithm));
 }
 
-void FeaturePicture::draw_others(Page& page, Panel panel, const FeatureMatrix& cepstra) const {
-  FeatureMatrix others{cepstra.width - 1, {}};
-  for (int t = 0; t < cepstra.height(); ++t) {
-    const auto row = cepstra.row(t).subspan(1);
-    others.values.insert(others.values.end(), row.begin(), row.end());
-  }
-  const double peak = saturation(others);
-  panel.y = {0.5, others.width + 0.5};
-  page.image(panel, others, interval(cepstra_), panel.y, signed_map(), {-peak, peak});
-  page.frame(panel, "Cepstra c1 to c" + std::to_string(others.width), "Index");
+void FeaturePicture::draw_columns(Page& page, Panel panel) const {
+  constexpr double kShown = 3.0;  // standard deviations
+  constexpr int kMostLabels = 18;
+  const FeatureMatrix columns = standardised(rows_.columns());
+  panel.y = {0.5, columns.width + 0.5};
+  page.image(panel, columns, interval(rows_), panel.y, signed_map(), {-kShown, kShown});
+  page.frame(panel, "Features, each by its mean and deviation", "Column");
   page.x_axis(panel, "Time, s", true);
+  const std::vector<std::string> names = recipe_.column_names();
+  const int step = (columns.width + kMostLabels - 1) / kMostLabels;
   Labels labels;
-  const int step = std::max(1, (others.width + 11) / 12);
-  for (int k = 1; k <= others.width; k += step) labels.emplace_back(k, std::to_string(k));
+  for (int k = 0; k < columns.width; k += step) labels.emplace_back(k + 1, names[static_cast<std::size_t>(k)]);
   page.y_axis(panel, labels);
-  page.colour_bar(panel, signed_map(), {-peak, peak}, "value");
+  page.colour_bar(panel, signed_map(), {-kShown, kShown}, "deviations");
 }
 
 void FeaturePicture::draw(OutputFile& file, const std::string& name) const {
   Page page(kWidth, kHeight);
+  const FrontEndParameters& front_end = recipe_.front_end;
   char line[160];
-  std::snprintf(line, sizeof line, ":  %.2f s at %d Hz, frames of %.3g ms every %.3g ms, %d mel filters", seconds(),
-                parameters_.sample_rate, 1000.0 * parameters_.window_length / parameters_.sample_rate,
-                1000.0 * parameters_.frame_seconds(), parameters_.filter_count);
+  std::snprintf(line, sizeof line, ":  %.2f s at %d Hz, frames of %.3g ms every %.3g ms, rows of %d values", seconds(),
+                front_end.sample_rate, 1000.0 * front_end.window_length / front_end.sample_rate,
+                1000.0 * recipe_.frame_seconds(), recipe_.width());
   page.title(name + line);
   const Range time = {0.0, seconds()};
-  draw_waveform(page, {60.0, 150.0, time, {}}, envelope_, parameters_.sample_rate);
-  draw_spectrogram(page, {240.0, 260.0, time, {}});
-  const FeatureMatrix cepstra = cepstra_.columns();
-  draw_zeroth(page, {530.0, 80.0, time, {}}, cepstra);
-  if (cepstra.width > 1) draw_others(page, {640.0, 210.0, time, {}}, cepstra);
+  draw_waveform(page, {60.0, 150.0, time, {}}, envelope_, front_end.sample_rate);
+  if (spectral()) {
+    draw_bands(page, {240.0, 610.0, time, {}});
+  } else {
+    draw_spectrogram(page, {240.0, 260.0, time, {}});
+    draw_columns(page, {530.0, 320.0, time, {}});
+  }
   page.write(file);
 }
 

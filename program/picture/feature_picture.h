@@ -1,4 +1,4 @@
-// Waveform, mel spectrogram and cepstra of a signal as a picture.
+// Waveform and mel spectrogram of a signal and the rows of features made of it as a picture.
 #pragma once
 
 #include <filesystem>
@@ -15,30 +15,32 @@ namespace kivsr::program {
 // Throws Fault unless the name ends in .png.
 void check_picture_name(const std::filesystem::path& file);
 
-// What is shown is gathered as the samples come; there must be at least one frame.
+// What is shown is gathered as samples and rows come; there must be at least one of each.
 class FeaturePicture {
  public:
-  // Of the front end that rows come from; its own choice of output and of c0 does not matter.
-  explicit FeaturePicture(const FrontEndParameters& parameters);
+  // Of the recipe of the rows. Log mel energies are a spectrogram themselves.
+  explicit FeaturePicture(const Recipe& recipe);
 
+  int sample_rate() const { return recipe_.front_end.sample_rate; }
   void push(std::span<const float> samples);
+  void push_rows(const FeatureMatrix& rows) { rows_.add(rows); }
   void finish();
   // Writes a PNG to the file and leaves the commit to the caller.
   void draw(OutputFile& file, const std::string& name) const;
 
  private:
-  double seconds() const { return static_cast<double>(envelope_.samples()) / parameters_.sample_rate; }
+  double seconds() const { return static_cast<double>(envelope_.samples()) / recipe_.front_end.sample_rate; }
+  bool spectral() const;
   Range interval(const ColumnReduction& columns) const;
   void draw_spectrogram(Page& page, Panel panel) const;
-  void draw_zeroth(Page& page, Panel panel, const FeatureMatrix& cepstra) const;
-  void draw_others(Page& page, Panel panel, const FeatureMatrix& cepstra) const;
+  void draw_bands(Page& page, Panel panel) const;
+  void draw_columns(Page& page, Panel panel) const;
 
-  FrontEndParameters parameters_;
+  Recipe recipe_;
   FrontEnd mel_;
-  FrontEnd cepstral_;
   Envelope envelope_;
   ColumnReduction energies_;
-  ColumnReduction cepstra_;
+  ColumnReduction rows_;
 };
 
 }  // namespace kivsr::program

@@ -54,7 +54,7 @@ StreamingWindow streaming_window(Dynamics dynamics) {
 class StreamingDynamics : public RowStage {
  public:
   explicit StreamingDynamics(const Recipe& recipe) : window_(streaming_window(recipe.dynamics)) {
-    matrix_.width = recipe.feature_width();
+    matrix_.width = 3 * recipe.static_width();
     waiting_.width = recipe.input_width();
   }
 
@@ -170,7 +170,65 @@ void append_regression(FeatureMatrix& rows, int window) {
   rows = std::move(matrix);
 }
 
+// Third derivatives by a regression over five frames of the second; frames beyond either end repeat the first or the
+// last. Then the columns that stay.
+class ColumnsStage : public RowStage {
+ public:
+  explicit ColumnsStage(const Recipe& recipe)
+      : statics_(recipe.static_width()),
+        reach_(recipe.derivatives == 3 ? 2 : 0),
+        kept_(size_of((1 + recipe.derivatives) * statics_)),
+        dropped_(recipe.drop_energy ? recipe.front_end.energy_column() : -1) {
+    frames_.width = 3 * statics_;
+  }
+
+  void push(const FeatureMatrix& rows, FeatureMatrix& result) override {
+    if (frames_.values.empty()) {
+      for (int i = 0; i < reach_; ++i) append_rows(rows.row(0), frames_);
+    }
+    append_rows(rows.values, frames_);
+    emit(result);
+  }
+
+  bool finish(FeatureMatrix& result) override {
+    if (!frames_.values.empty()) repeat_last_row(frames_, frames_.height() + reach_);
+    emit(result);
+    frames_.values.clear();
+    return false;
+  }
+
+ private:
+  // All frames that have their neighbours on both sides; these stay for the next call.
+  void emit(FeatureMatrix& result) {
+    const int complete = std::max(0, frames_.height() - 2 * reach_);
+    for (int t = 0; t < complete; ++t) {
+      const auto row = frames_.row(t + reach_);
+      row_.assign(row.begin(), row.end());
+      for (std::size_t i = 2 * size_of(statics_); reach_ > 0 && i < 3 * size_of(statics_); ++i) {
+        const auto second = [&](int offset) { return frames_.row(t + reach_ + offset)[i]; };
+        row_.push_back(slope_factor(2) * (second(1) - second(-1) + 2.0F * (second(2) - second(-2))));
+      }
+      row_.resize(kept_);
+      if (dropped_ >= 0) row_.erase(row_.begin() + dropped_);
+      append_rows(row_, result);
+    }
+    frames_.values.erase(frames_.values.begin(), frames_.values.begin() + complete * frames_.width);
+  }
+
+  int statics_;
+  int reach_;  // frames that a third derivative looks ahead and back
+  std::size_t kept_;
+  int dropped_;  // column; below 0: none
+  FeatureMatrix frames_;
+  std::vector<float> row_;
+};
+
 }  // namespace
+
+std::unique_ptr<RowStage> make_columns_stage(const Recipe& recipe) {
+  if (recipe.dynamics == Dynamics::kNone || (recipe.derivatives == 2 && !recipe.drop_energy)) return nullptr;
+  return std::make_unique<ColumnsStage>(recipe);
+}
 
 std::unique_ptr<RowStage> make_dynamics_stage(const Recipe& recipe) {
   switch (recipe.dynamics) {

@@ -14,4 +14,8 @@ namespace kivsr::speech {
 // frame went on.
 std::unique_ptr<RowStage> make_dynamics_stage(const Recipe& recipe);
 
+// Behind it, from statics with first and second derivatives to the columns that the recipe wants: third ones appended,
+// as HTK's qualifier _T has them, second ones or the log energy left out. Null where the columns are right.
+std::unique_ptr<RowStage> make_columns_stage(const Recipe& recipe);
+
 }  // namespace kivsr::speech

@@ -13,18 +13,10 @@ namespace kivsr::speech {
 namespace {
 
 std::size_t equalised_count(const FrontEndParameters& parameters) {
-  if (parameters.output == Output::kLogMel) throw Fault("the equalisation is for cepstra");
-  return static_cast<std::size_t>(parameters.output == Output::kLpcCepstra ? parameters.prediction_order
-                                                                           : parameters.cepstrum_count - 1);
-}
-
-bool has_zeroth(const FrontEndParameters& parameters) {
-  return parameters.output == Output::kCepstra && parameters.zeroth != ZerothCepstrum::kNone;
-}
-
-// The column of c1.
-int first_equalised(const FrontEndParameters& parameters) {
-  return has_zeroth(parameters) && parameters.zeroth == ZerothCepstrum::kFirst ? 1 : 0;
+  if (parameters.output != Output::kCepstra && parameters.output != Output::kLpcCepstra) {
+    throw Fault("the equalisation is for cepstra of filters or of linear prediction");
+  }
+  return static_cast<std::size_t>(parameters.cepstra_behind_zeroth());
 }
 
 // Of the mean of the logarithms of the filters' energies to c0.
@@ -61,13 +53,14 @@ EqualisationStage::EqualisationStage(const FrontEndParameters& parameters, std::
       bias_(first_bias_) {}
 
 float EqualisationStage::log_energy(std::span<const float> row) const {
-  if (parameters_.energy) return row.back();
-  if (!has_zeroth(parameters_)) return std::numeric_limits<float>::max();
-  return zeroth_factor(parameters_) * (parameters_.zeroth == ZerothCepstrum::kFirst ? row.front() : row.back());
+  const auto value = [&](int column) { return row[static_cast<std::size_t>(column)]; };
+  if (parameters_.energy) return value(parameters_.energy_column());
+  if (!parameters_.has_zeroth()) return std::numeric_limits<float>::max();
+  return zeroth_factor(parameters_) * value(parameters_.zeroth_column());
 }
 
 void EqualisationStage::push(const FeatureMatrix& rows, FeatureMatrix& result) {
-  const int first = first_equalised(parameters_);
+  const int first = parameters_.first_cepstrum_column();
   if (reference_.empty()) append_rows(rows.values, result);
   for (int t = 0; t < rows.height() && !reference_.empty(); ++t) {
     append_rows(rows.row(t), result);
@@ -91,7 +84,7 @@ std::unique_ptr<RowStage> make_equalisation_stage(const Recipe& recipe) {
       parameters.row_width(), [parameters, reference = recipe.reference_cepstrum](FeatureMatrix& cepstra) {
         std::vector<float> mean(static_cast<std::size_t>(cepstra.width));
         call<kivsMeanColumn_32f_D2>(cepstra.values, cepstra.height(), cepstra.width, mean, cepstra.width);
-        const auto first = mean.begin() + first_equalised(parameters);
+        const auto first = mean.begin() + parameters.first_cepstrum_column();
         const auto count = static_cast<std::ptrdiff_t>(equalised_count(parameters));
         FeatureMatrix equalised{cepstra.width, {}};
         EqualisationStage(parameters, reference, {first, first + count}).push(cepstra, equalised);

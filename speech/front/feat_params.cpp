@@ -37,6 +37,7 @@ class Entry {
     if (std::strchr("nNfF0", first) != nullptr) return false;
     fail("is neither yes nor no");
   }
+  OffsetRemoval offset_removal() const { return yes() ? OffsetRemoval::kAfterEmphasis : OffsetRemoval::kNone; }
   Transform transform() const {
     if (value_ == "dct") return Transform::kDct;
     if (value_ == "legacy") return Transform::kLegacy;
@@ -82,7 +83,7 @@ constexpr EntryRule kRules[] = {
     {"transform", [](const Entry& e, auto& to, auto&) { to.transform = e.transform(); }},
     {"round_filters", [](const Entry& e, auto& to, auto&) { to.round_filters = e.yes(); }},
     {"unit_area", [](const Entry& e, auto& to, auto&) { to.unit_area = e.yes(); }},
-    {"remove_dc", [](const Entry& e, auto& to, auto&) { to.remove_offset = e.yes(); }},
+    {"remove_dc", [](const Entry& e, auto& to, auto&) { to.remove_offset = e.offset_removal(); }},
     {"doublebw", [](const Entry& e, auto&, auto&) { e.accept_only("no"); }},
     {"varnorm", [](const Entry& e, auto&, auto&) { e.accept_only("no"); }},
     {"agc", [](const Entry& e, auto&, auto&) { e.accept_only("none"); }},

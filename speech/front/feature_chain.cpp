@@ -32,15 +32,17 @@ FeatureChain::FeatureChain(const Recipe& recipe)
     advanced_.emplace(recipe_.front_end.sample_rate, speech_.needed());
   }
   if (recipe_.pitch) pitch_.emplace(recipe_);
-  const auto add = [&](std::unique_ptr<RowStage> stage) {
-    if (stage) stages_.push_back(std::move(stage));
+  before_ = {{recipe_.input_width(), {}}};
+  const auto add = [&](std::unique_ptr<RowStage> stage, int width) {
+    if (!stage) return;
+    stages_.push_back(std::move(stage));
+    before_.push_back({width, {}});
   };
-  add(make_equalisation_stage(recipe_));
-  add(make_energy_stage(recipe_));
-  add(make_normalisation_stage(recipe_));
-  add(make_dynamics_stage(recipe_));
-  before_.assign(stages_.size() + 1, {recipe_.input_width(), {}});
-  before_.back().width = recipe_.feature_width();
+  add(make_equalisation_stage(recipe_), recipe_.input_width());
+  add(make_energy_stage(recipe_), recipe_.input_width());
+  add(make_normalisation_stage(recipe_), recipe_.input_width());
+  add(make_dynamics_stage(recipe_), 3 * recipe_.static_width());
+  add(make_columns_stage(recipe_), recipe_.feature_width());
   pitched_.width = recipe_.feature_width() + 3;
   spoken_.width = recipe_.width();
 }

@@ -5,6 +5,7 @@
 #include <climits>
 #include <cmath>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "kivsr/speech/io/fault.h"
@@ -50,26 +51,32 @@ std::uint32_t htk_kind(const Recipe& recipe) {
   constexpr std::uint32_t kMfcc = 6;
   constexpr std::uint32_t kFilterBank = 7;
   constexpr std::uint32_t kUser = 9;
+  constexpr std::uint32_t kPlp = 11;
   constexpr std::uint32_t kWithEnergy = 0100;
+  constexpr std::uint32_t kWithoutEnergy = 0200;  // but its derivatives
   constexpr std::uint32_t kWithDeltas = 0400;
   constexpr std::uint32_t kWithAccelerations = 01000;
   constexpr std::uint32_t kZeroMean = 04000;
   constexpr std::uint32_t kWithZeroth = 020000;
+  constexpr std::uint32_t kWithThird = 0100000;
   const FrontEndParameters& front_end = recipe.front_end;
   if (is_user_kind(recipe)) return kUser;
   std::uint32_t kind = kMfcc;
   if (front_end.output == Output::kLogMel) kind = kFilterBank;
   if (front_end.output == Output::kLpcCepstra) kind = kLpCepstra;
+  if (front_end.output == Output::kPlp) kind = kPlp;
   if (front_end.energy) kind |= kWithEnergy;
-  if (recipe.dynamics != Dynamics::kNone) kind |= kWithDeltas | kWithAccelerations;
+  if (recipe.drop_energy) kind |= kWithoutEnergy;
+  if (recipe.dynamics != Dynamics::kNone) {
+    kind |= kWithDeltas;
+    if (recipe.derivatives >= 2) kind |= kWithAccelerations;
+    if (recipe.derivatives == 3) kind |= kWithThird;
+  }
   if (recipe.normalisation == Normalisation::kMean || recipe.normalisation == Normalisation::kMeanVariance) {
     kind |= kZeroMean;
   }
   // The aurora dynamics put c0 and the log energy into one column, which stands where the energy does.
-  if (front_end.output == Output::kCepstra && front_end.zeroth != ZerothCepstrum::kNone &&
-      recipe.dynamics != Dynamics::kAurora) {
-    kind |= kWithZeroth;
-  }
+  if (front_end.has_zeroth() && recipe.dynamics != Dynamics::kAurora) kind |= kWithZeroth;
   return kind;
 }
 
@@ -83,19 +90,29 @@ std::string htk_header(std::int64_t frames, const Recipe& recipe) {
   return bytes;
 }
 
-// HTK wants c0 behind the other cepstra, in the statics and in each of their derivatives.
+// HTK wants c0 behind the other cepstra and the log energy behind that, in the statics and in each of their
+// derivatives.
+void put_in_htk_order(const FrontEndParameters& front_end, bool with_energy, std::span<float> group) {
+  if (with_energy && front_end.energy_first) std::rotate(group.begin(), group.begin() + 1, group.end());
+  if (!front_end.has_zeroth() || front_end.zeroth != ZerothCepstrum::kFirst) return;
+  std::rotate(group.begin(), group.begin() + 1, group.begin() + 1 + front_end.cepstra_behind_zeroth());
+}
+
 void put_htk_rows(const FeatureMatrix& rows, const Recipe& recipe, std::string& bytes) {
-  const FrontEndParameters& front_end = recipe.front_end;
-  const bool move_zeroth =
-      !is_user_kind(recipe) && front_end.output == Output::kCepstra && front_end.zeroth == ZerothCepstrum::kFirst;
-  std::vector<float> ordered(static_cast<std::size_t>(rows.width));
+  const bool ordered = is_user_kind(recipe) || recipe.dynamics == Dynamics::kAurora;
+  const auto full = static_cast<std::size_t>(recipe.static_width());
+  std::vector<float> row;
   for (int t = 0; t < rows.height(); ++t) {
-    const auto row = rows.row(t);
-    std::copy(row.begin(), row.end(), ordered.begin());
-    for (auto group = ordered.begin(); move_zeroth && group != ordered.end(); group += recipe.static_width()) {
-      std::rotate(group, group + 1, group + front_end.cepstrum_count);
+    row.assign(rows.row(t).begin(), rows.row(t).end());
+    // The statics may be without the log energy that their derivatives have.
+    bool with_energy = recipe.front_end.energy && !recipe.drop_energy;
+    std::size_t width = full - (recipe.drop_energy ? 1 : 0);
+    for (std::size_t begin = 0; !ordered && begin + width <= row.size();) {
+      put_in_htk_order(recipe.front_end, with_energy, std::span(row).subspan(begin, width));
+      begin += std::exchange(width, full);
+      with_energy = recipe.front_end.energy;
     }
-    put(ordered, ByteOrder::kBig, bytes);
+    put(row, ByteOrder::kBig, bytes);
   }
 }
 

@@ -17,13 +17,14 @@ constexpr std::size_t kBlock = 1 << 16;  // samples looked at together: bounds t
 }  // namespace
 
 FrontEnd::FrontEnd(const FrontEndParameters& parameters, const NoiseReductionParameters& noise)
-    : parameters_(parameters) {
+    : parameters_(parameters), conditioning_(parameters) {
   parameters_.validate();
   if (parameters_.kind != FrontEndKind::kGeneral) throw Fault("front end: etsi-afe is not the general front end");
   analysis_ = std::make_unique<FrameAnalysis>(parameters_);
   if (noise.method != NoiseMethod::kNone) reduction_ = std::make_unique<NoiseReduction>(parameters_, noise);
   spectrum_.resize(static_cast<std::size_t>(analysis_->spectrum_width()));
   spectra_.width = analysis_->spectrum_width();
+  logarithms_.width = parameters_.filter_count;
   start();
 }
 
@@ -32,52 +33,73 @@ FrontEnd::FrontEnd(FrontEnd&&) noexcept = default;
 FrontEnd& FrontEnd::operator=(FrontEnd&&) noexcept = default;
 
 void FrontEnd::start() {
+  conditioning_.restart();
   pending_.assign(1, 0.0F);
   skip_ = 0;
+  cut_one_ = false;
   spectra_.values.clear();
+  logarithms_.values.clear();
   log_energies_.clear();
 }
 
-void FrontEnd::add_row(std::span<const float> spectrum, float log_energy, FeatureMatrix& rows) {
-  const auto width = static_cast<std::size_t>(row_width());
+std::span<float> FrontEnd::next_row(FeatureMatrix& rows) const {
+  const auto width = static_cast<std::size_t>(rows.width);
   rows.values.resize(rows.values.size() + width);
-  analysis_->row_of(spectrum, log_energy, std::span(rows.values).last(width));
+  return std::span(rows.values).last(width);
 }
 
-// The row of a frame, or, without rows, its spectrum for later.
+// The row of a frame, or for later: its spectrum, or its logarithms, which must know the largest of the utterance.
 void FrontEnd::emit(std::span<const float> samples, FeatureMatrix* rows) {
+  cut_one_ = true;
   const float log_energy = analysis_->spectrum_of(samples, spectrum_);
-  if (rows != nullptr) return add_row(spectrum_, log_energy, *rows);
-  spectra_.values.insert(spectra_.values.end(), spectrum_.begin(), spectrum_.end());
-  log_energies_.push_back(log_energy);
-}
-
-void FrontEnd::cut(std::span<const float> samples, FeatureMatrix* rows) {
-  const auto length = static_cast<std::size_t>(parameters_.window_length) + 1;
-  const auto shift = static_cast<std::size_t>(parameters_.shift);
-  while (!samples.empty()) {
-    const auto block = samples.first(std::min(samples.size(), kBlock));
-    samples = samples.subspan(block.size());
-    // A shift beyond the window leaves samples between frames that no frame reads.
-    const std::size_t skipped = std::min(skip_, block.size());
-    skip_ -= skipped;
-    pending_.insert(pending_.end(), block.begin() + static_cast<std::ptrdiff_t>(skipped), block.end());
-
-    std::size_t begin = 0;
-    while (begin + length <= pending_.size()) {
-      emit(std::span<const float>(pending_).subspan(begin, length), rows);
-      begin += shift;
-    }
-    if (begin > pending_.size()) {
-      skip_ = begin - pending_.size();
-      begin = pending_.size();
-    }
-    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(begin));
+  if (rows == nullptr) {
+    spectra_.values.insert(spectra_.values.end(), spectrum_.begin(), spectrum_.end());
+    log_energies_.push_back(log_energy);
+  } else if (parameters_.dynamic_range > 0.0F) {
+    analysis_->logarithms_of(spectrum_, next_row(logarithms_));
+    log_energies_.push_back(log_energy);
+  } else {
+    analysis_->row_of(spectrum_, log_energy, next_row(*rows));
   }
 }
 
+void FrontEnd::cut(std::span<const float> samples, FeatureMatrix* rows) {
+  while (!samples.empty()) {
+    const auto block = samples.first(std::min(samples.size(), kBlock));
+    samples = samples.subspan(block.size());
+    cut_block(conditioning_.needed() ? conditioning_.push(block) : block, rows);
+  }
+}
+
+void FrontEnd::cut_block(std::span<const float> block, FeatureMatrix* rows) {
+  const auto length = static_cast<std::size_t>(parameters_.window_length) + 1;
+  const auto shift = static_cast<std::size_t>(parameters_.shift);
+  // A shift beyond the window leaves samples between frames that no frame reads.
+  const std::size_t skipped = std::min(skip_, block.size());
+  skip_ -= skipped;
+  pending_.insert(pending_.end(), block.begin() + static_cast<std::ptrdiff_t>(skipped), block.end());
+
+  std::size_t begin = 0;
+  while (begin + length <= pending_.size()) {
+    emit(std::span<const float>(pending_).subspan(begin, length), rows);
+    begin += shift;
+  }
+  if (begin > pending_.size()) {
+    skip_ = begin - pending_.size();
+    begin = pending_.size();
+  }
+  pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(begin));
+}
+
+// What lies beyond the edge completes frames that reach there; otherwise the last one may be incomplete. Of covering
+// frames it must have a sample that the one before it does not have.
 void FrontEnd::cut_last(FeatureMatrix* rows) {
-  if (parameters_.pad_last_frame && pending_.size() > 1) emit(pending_, rows);
+  if (parameters_.beyond_edges()) return cut_block(conditioning_.finish(), rows);
+  std::size_t seen = 1;
+  if (parameters_.framing == Framing::kCovering && cut_one_) {
+    seen += static_cast<std::size_t>(std::max(0, parameters_.window_length - parameters_.shift));
+  }
+  if (parameters_.pad_last_frame && pending_.size() > seen) emit(pending_, rows);
 }
 
 void FrontEnd::push(std::span<const float> samples, FeatureMatrix& rows) {
@@ -85,15 +107,27 @@ void FrontEnd::push(std::span<const float> samples, FeatureMatrix& rows) {
   cut(samples, reduction_ ? nullptr : &rows);
 }
 
+// The rows of what has waited for the end of the utterance.
+void FrontEnd::release(FeatureMatrix& rows) {
+  const auto log_energy = [&](int t) { return log_energies_[static_cast<std::size_t>(t)]; };
+  if (reduction_) reduction_->run(spectra_);
+  for (int t = 0; t < spectra_.height(); ++t) {
+    if (parameters_.dynamic_range > 0.0F) {
+      analysis_->logarithms_of(spectra_.row(t), next_row(logarithms_));
+    } else {
+      analysis_->row_of(spectra_.row(t), log_energy(t), next_row(rows));
+    }
+  }
+  limit_dynamic_range(parameters_, logarithms_.values);
+  for (int t = 0; t < logarithms_.height(); ++t) {
+    analysis_->row_of_logarithms(logarithms_.row(t), log_energy(t), next_row(rows));
+  }
+}
+
 void FrontEnd::finish(FeatureMatrix& rows) {
   rows.width = row_width();
   cut_last(reduction_ ? nullptr : &rows);
-  if (reduction_) {
-    reduction_->run(spectra_);
-    for (int t = 0; t < spectra_.height(); ++t) {
-      add_row(spectra_.row(t), log_energies_[static_cast<std::size_t>(t)], rows);
-    }
-  }
+  release(rows);
   start();
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "kivsr/speech/front/recipe.h"
+#include "kivsr/speech/front/sample_conditioning.h"
 #include "kivsr/speech/io/feature_matrix.h"
 
 namespace kivsr::speech {
@@ -18,7 +19,8 @@ class FrameAnalysis;
 class NoiseReduction;
 
 // One utterance after the other: push samples as they come, then finish, which leaves it ready for the next.
-// The rows are the same bits however the samples are cut into blocks; with noise reduction they come at the end.
+// The rows are the same bits however the samples are cut into blocks; with noise reduction or a dynamic range they come
+// at the end.
 class FrontEnd {
  public:
   explicit FrontEnd(const FrontEndParameters& parameters, const NoiseReductionParameters& noise = {});
@@ -41,19 +43,24 @@ class FrontEnd {
  private:
   void start();
   void cut(std::span<const float> samples, FeatureMatrix* rows);
+  void cut_block(std::span<const float> block, FeatureMatrix* rows);
   void cut_last(FeatureMatrix* rows);
   void hand_over(FeatureMatrix& spectra);
   void emit(std::span<const float> samples, FeatureMatrix* rows);
-  void add_row(std::span<const float> spectrum, float log_energy, FeatureMatrix& rows);
+  std::span<float> next_row(FeatureMatrix& rows) const;
+  void release(FeatureMatrix& rows);
 
   FrontEndParameters parameters_;
+  SampleConditioning conditioning_;
   std::unique_ptr<FrameAnalysis> analysis_;
   std::unique_ptr<NoiseReduction> reduction_;  // null for none
   std::vector<float> pending_;                 // the sample before the next frame, then its samples so far
   std::size_t skip_ = 0;                       // samples to drop before the next frame
+  bool cut_one_ = false;                       // of this utterance there has been a frame
   std::vector<float> spectrum_;                // of one frame
   FeatureMatrix spectra_;                      // of an utterance, where they must wait for its end
-  std::vector<float> log_energies_;            // the same
+  FeatureMatrix logarithms_;                   // of its filters, where these must
+  std::vector<float> log_energies_;            // with either
 };
 
 }  // namespace kivsr::speech

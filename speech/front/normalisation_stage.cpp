@@ -18,8 +18,8 @@ class EnergyBelowKnownMaximum : public RowStage {
   void push(const FeatureMatrix& rows, FeatureMatrix& result) override {
     for (int t = 0; t < rows.height(); ++t) {
       append_rows(rows.row(t), result);
-      call<kivsNormEnergy_RT_32f>(&result.values.back(), 1, 1, recipe_.silence_floor, *recipe_.energy_maximum,
-                                  recipe_.energy_scale);
+      call<kivsNormEnergy_RT_32f>(result.row(result.height() - 1).data() + recipe_.front_end.energy_column(), 1, 1,
+                                  recipe_.silence_floor, *recipe_.energy_maximum, recipe_.energy_scale);
     }
   }
   bool finish(FeatureMatrix&) override { return false; }
@@ -111,16 +111,24 @@ std::unique_ptr<RowStage> make_energy_stage(const Recipe& recipe) {
   if (!recipe.normalise_energy) return nullptr;
   if (recipe.energy_maximum) return std::make_unique<EnergyBelowKnownMaximum>(recipe);
   const auto act = [recipe](FeatureMatrix& rows) {
-    call<kivsNormEnergy_32f>(rows.values.data() + rows.width - 1, rows.width, rows.height(), recipe.silence_floor,
-                             recipe.energy_scale);
+    call<kivsNormEnergy_32f>(rows.values.data() + recipe.front_end.energy_column(), rows.width, rows.height(),
+                             recipe.silence_floor, recipe.energy_scale);
   };
   return std::make_unique<WholeUtterance>(recipe.input_width(), act);
 }
 
 std::unique_ptr<RowStage> make_normalisation_stage(const Recipe& recipe) {
   const auto whole = [&](bool variance) {
-    return std::make_unique<WholeUtterance>(recipe.input_width(),
-                                            [variance](FeatureMatrix& rows) { normalise_utterance(rows, variance); });
+    const int kept = recipe.normalise_cepstra_only ? recipe.front_end.energy_column() : -1;
+    return std::make_unique<WholeUtterance>(recipe.input_width(), [variance, kept](FeatureMatrix& rows) {
+      std::vector<float> column;
+      for (int t = 0; kept >= 0 && t < rows.height(); ++t)
+        column.push_back(rows.row(t)[static_cast<std::size_t>(kept)]);
+      normalise_utterance(rows, variance);
+      for (int t = 0; kept >= 0 && t < rows.height(); ++t) {
+        rows.row(t)[static_cast<std::size_t>(kept)] = column[static_cast<std::size_t>(t)];
+      }
+    });
   };
   switch (recipe.normalisation) {
     case Normalisation::kNone: return nullptr;

@@ -10,7 +10,7 @@ PitchParameters pitch_parameters(const Recipe& recipe) {
   PitchParameters parameters;
   parameters.sample_rate = recipe.front_end.sample_rate;
   parameters.shift = recipe.front_end.shift;
-  parameters.first = recipe.front_end.window_length / 2;
+  parameters.first = recipe.front_end.window_length / 2 - static_cast<int>(recipe.front_end.samples_before_first());
   parameters.low_frequency = recipe.pitch_low_frequency;
   parameters.high_frequency = recipe.pitch_high_frequency;
   return parameters;

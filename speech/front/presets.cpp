@@ -1,6 +1,7 @@
 #include "kivsr/speech/front/presets.h"
 
 #include "kivsr/speech/front/equalisation_stage.h"
+#include "kivsr/speech/front/toolkit_presets.h"
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
@@ -32,26 +33,6 @@ FrontEndParameters usual_mfcc() {
   return parameters;
 }
 
-// HTK's defaults with 26 filters: c1 .. c12 and log energy.
-FrontEndParameters htk_front_end() {
-  FrontEndParameters parameters;
-  parameters.frame_emphasis = true;
-  parameters.window_length = 400;
-  parameters.pad_last_frame = false;
-  parameters.spectrum = Spectrum::kMagnitude;
-  parameters.filters = Filters::kMel;
-  parameters.filter_count = 26;
-  parameters.low_frequency = 1e-3F;  // stands for 0 Hz
-  parameters.high_frequency = 8000.0F;
-  parameters.transform = Transform::kHtk;
-  parameters.lifter = 22;
-  parameters.log_offset = 0.0F;
-  parameters.log_floor = 1.0F;
-  parameters.zeroth = ZerothCepstrum::kNone;
-  parameters.energy = true;
-  return parameters;
-}
-
 FrontEndParameters lpc_cepstrum() {
   FrontEndParameters parameters;
   parameters.window_length = 400;
@@ -65,13 +46,6 @@ Recipe sphinx_39() {
   Recipe recipe = sphinx_en_us();
   recipe.normalisation = Normalisation::kMean;
   recipe.dynamics = Dynamics::kDifferences;
-  return recipe;
-}
-
-Recipe htk_like() {
-  Recipe recipe = htk_front_end();
-  recipe.normalise_energy = true;
-  recipe.dynamics = Dynamics::kWin2;
   return recipe;
 }
 
@@ -99,7 +73,6 @@ constexpr Preset kPresets[] = {
     {"sphinx-39", sphinx_39},
     {"sphinx", [] { return Recipe(); }},
     {"mfcc", [] { return Recipe(usual_mfcc()); }},
-    {"htk-like", htk_like},
     {"lpc-cepstrum", [] { return Recipe(lpc_cepstrum()); }},
     {"aurora", aurora},
     {"etsi-afe", [] { return etsi_afe(16000); }},
@@ -108,11 +81,12 @@ constexpr Preset kPresets[] = {
 }  // namespace
 
 Recipe preset(const std::string& name) {
-  std::string known;
   for (const Preset& preset : kPresets) {
     if (name == preset.name) return preset.make();
-    known += (known.empty() ? "" : ", ") + std::string(preset.name);
   }
+  if (const auto recipe = toolkit_preset(name, 0)) return *recipe;
+  std::string known;
+  for (const std::string& other : preset_names()) known += (known.empty() ? "" : ", ") + other;
   throw Fault("no preset '" + name + "' (there are " + known + ")");
 }
 
@@ -122,9 +96,12 @@ Recipe preset(const std::string& name, int file_rate) {
   return narrow && recipe.front_end.kind == FrontEndKind::kEtsiAfe ? etsi_afe(8000) : recipe;
 }
 
+std::optional<Recipe> preset_at(const std::string& name, int sample_rate) { return toolkit_preset(name, sample_rate); }
+
 std::vector<std::string> preset_names() {
   std::vector<std::string> names;
   for (const Preset& preset : kPresets) names.emplace_back(preset.name);
+  for (const std::string& name : toolkit_preset_names()) names.push_back(name);
   return names;
 }
 

@@ -29,16 +29,12 @@ std::vector<std::string> static_names(const Recipe& recipe) {
     add("x", 1, recipe.source_width);
     return names;
   }
-  if (front_end.output == Output::kLogMel) {
-    add("mel", 1, front_end.filter_count);
-  } else if (front_end.output == Output::kLpcCepstra) {
-    add("c", 1, front_end.prediction_order);
-  } else {
-    if (front_end.zeroth == ZerothCepstrum::kFirst) add("c", 0, 0);
-    add("c", 1, front_end.cepstrum_count - 1);
-    if (front_end.zeroth == ZerothCepstrum::kLast) add("c", 0, 0);
-  }
-  if (front_end.energy) names.emplace_back("energy");
+  if (front_end.energy && front_end.energy_first) names.emplace_back("energy");
+  if (front_end.output == Output::kLogMel) add("mel", 1, front_end.filter_count);
+  if (front_end.has_zeroth() && front_end.zeroth == ZerothCepstrum::kFirst) add("c", 0, 0);
+  add("c", 1, front_end.cepstra_behind_zeroth());
+  if (front_end.has_zeroth() && front_end.zeroth == ZerothCepstrum::kLast) add("c", 0, 0);
+  if (front_end.energy && !front_end.energy_first) names.emplace_back("energy");
   return names;
 }
 
@@ -51,9 +47,31 @@ void validate(const NoiseReductionParameters& noise, const FrontEndParameters& f
   within(noise.residual, 0.0F, 1.0F, "the residual must lie between 0 and 1");
   within(noise.first_seconds, 0.0F, kLongestSpan, "its beginning must be 0 to 3600 s");
   within(noise.smoothing_seconds, 0.0F, kLongestSpan, "its smoothing must be 0 to 3600 s");
-  if (noise.method != NoiseMethod::kNone && front_end.output == Output::kLpcCepstra) {
+  if (noise.method == NoiseMethod::kNone) return;
+  if (front_end.output == Output::kLpcCepstra) {
     throw Fault("noise reduction: linear prediction has no filters, whose bands it works on");
   }
+  if ((front_end.fft_length & (front_end.fft_length - 1)) != 0) {
+    throw Fault("noise reduction: its estimate of the noise needs an FFT of a power of two");
+  }
+}
+
+void validate_columns(const Recipe& recipe) {
+  const auto require = [](bool holds, const char* message) {
+    if (!holds) throw Fault(std::string("recipe: ") + message);
+  };
+  const FrontEndParameters& front_end = recipe.front_end;
+  const bool derived = recipe.dynamics != Dynamics::kNone;
+  const bool whole =
+      recipe.normalisation == Normalisation::kMean || recipe.normalisation == Normalisation::kMeanVariance;
+  require(!recipe.normalise_cepstra_only || (whole && front_end.energy),
+          "only a log energy can be left out, of what is normalised over the whole utterance");
+  require(recipe.derivatives >= 1 && recipe.derivatives <= 3, "the derivatives must be 1 to 3");
+  require(derived || recipe.derivatives == 2, "without dynamics there are no derivatives to choose");
+  require(!recipe.drop_energy || (derived && front_end.energy && recipe.dynamics != Dynamics::kAurora),
+          "only a log energy with derivatives can be left out");
+  require(recipe.equalisation == Equalisation::kNone || front_end.logarithm == Logarithm::kNatural,
+          "the equalisation needs natural logarithms");
 }
 
 }  // namespace
@@ -70,10 +88,10 @@ int Recipe::input_width() const { return source == Source::kFeatures ? source_wi
 std::vector<std::string> Recipe::column_names() const {
   const std::vector<std::string> statics = static_names(*this);
   std::vector<std::string> names = statics;
-  for (const char* ending : {"_d", "_a"}) {
-    for (const std::string& name : statics) {
-      if (dynamics != Dynamics::kNone) names.push_back(name + ending);
-    }
+  if (drop_energy) names.erase(names.begin() + front_end.energy_column());
+  const char* const endings[] = {"_d", "_a", "_t"};
+  for (int i = 0; dynamics != Dynamics::kNone && i < derivatives; ++i) {
+    for (const std::string& name : statics) names.push_back(name + endings[i]);
   }
   if (pitch) names.insert(names.end(), {"f0", "correlation", "probability"});
   if (speech_column) names.emplace_back("vad");
@@ -82,6 +100,9 @@ std::vector<std::string> Recipe::column_names() const {
 
 std::string Recipe::needs_whole_utterance() const {
   if (noise_reduction.method != NoiseMethod::kNone) return "the noise is estimated from both ends of the utterance";
+  if (front_end.dynamic_range > 0.0F) {
+    return "the logarithms end so far below the largest of the utterance";
+  }
   if (equalisation == Equalisation::kFromMean) return "the equalisation starts from the mean of the utterance";
   if (normalise_energy && !energy_maximum) return "the energy is taken relative to its maximum in the utterance";
   if (normalisation == Normalisation::kMean || normalisation == Normalisation::kMeanVariance) {
@@ -106,6 +127,7 @@ void Recipe::validate() const {
   const bool etsi_afe = front_end.kind == FrontEndKind::kEtsiAfe;
   require(etsi_afe || (!speech_column && !drop_frames), "only etsi-afe decides which frames hold speech");
   require(!etsi_afe || noise_reduction.method == NoiseMethod::kNone, "etsi-afe reduces the noise by itself");
+  validate_columns(*this);
   if (pitch) pitch_parameters(*this).validate();
   if (equalisation != Equalisation::kNone) EqualisationStage(front_end, reference_cepstrum);
   require(!normalise_energy || front_end.energy, "without the log energy there is none to normalise");
@@ -115,9 +137,10 @@ void Recipe::validate() const {
   require(normalisation_frames >= 2, "a running normalisation must remember at least two frames");
   require(regression_window >= 1 && regression_window <= kLongestWindow,
           "the window of the regression must be 1 to 1000 frames");
-  require(dynamics != Dynamics::kAurora || (front_end.output == Output::kCepstra && front_end.cepstrum_count == 13 &&
-                                            front_end.energy && front_end.zeroth == ZerothCepstrum::kLast),
-          "the aurora dynamics need 13 cepstra with c0 last and the log energy");
+  require(dynamics != Dynamics::kAurora ||
+              (front_end.output == Output::kCepstra && front_end.cepstrum_count == 13 && front_end.energy &&
+               !front_end.energy_first && front_end.zeroth == ZerothCepstrum::kLast),
+          "the aurora dynamics need 13 cepstra with c0 last and the log energy behind it");
 }
 
 }  // namespace kivsr::speech

@@ -81,10 +81,13 @@ struct Recipe {
   std::optional<float> energy_maximum;  // a known maximum; without it that of the utterance
 
   Normalisation normalisation = Normalisation::kNone;
+  bool normalise_cepstra_only = false;  // all columns but the log energy
   int normalisation_frames = 300;
 
   Dynamics dynamics = Dynamics::kNone;
   int regression_window = 2;  // W
+  int derivatives = 2;        // how often: 1 .. 3; the third is a regression over five frames of the second
+  bool drop_energy = false;   // the log energy itself, not its derivatives
 
   bool pitch = false;  // behind them f0, correlation and probability of voicing (pitch_tracker.h)
   float pitch_low_frequency = 60.0F;
@@ -100,21 +103,25 @@ struct Recipe {
   int input_width() const;
   int file_width() const { return input_width() + (speech_column || drop_frames ? 1 : 0); }
   int static_width() const { return dynamics == Dynamics::kAurora ? 13 : input_width(); }
-  int feature_width() const { return dynamics == Dynamics::kNone ? static_width() : 3 * static_width(); }
+  int feature_width() const {
+    return (dynamics == Dynamics::kNone ? 1 : 1 + derivatives) * static_width() - (drop_energy ? 1 : 0);
+  }
   int width() const { return feature_width() + (pitch ? 3 : 0) + (speech_column ? 1 : 0); }
   double frame_seconds() const { return front_end.frame_seconds(); }
-  // "c0", "c1", ... or "mel1", ..., then "energy"; "x1", "x2", ... of a source of features; derivatives with "_d" and
-  // "_a" behind the name; then "f0", "correlation", "probability", and "vad" of the decision about speech.
+  // "c0", "c1", ... or "mel1", ..., then "energy"; "x1", "x2", ... of a source of features; derivatives with "_d",
+  // "_a" and "_t" behind the name; then "f0", "correlation", "probability", and "vad" of the decision about speech.
   std::vector<std::string> column_names() const;
   // What in the recipe is defined over the whole utterance, for which its rows must wait; empty if nothing is.
   std::string needs_whole_utterance() const;
   // Throws Fault for values that contradict each other.
   void validate() const;
 
-  // "kivsr-recipe 1" and a line "name = value" for every field; numbers give the same number again.
+  // "kivsr-recipe 2" and a line "name = value" for every field; numbers give the same number again.
   std::string text() const;
+  // The same with a comment before each line that says what it means.
+  std::string explained_text() const;
   // Throws Fault, which names the origin and the line, for a field that is not known, missing or there twice, and for a
-  // value that its field cannot have.
+  // value that its field cannot have. A text of version 1 lacks the fields that came later: they are as it meant them.
   static Recipe parse(const std::string& text, const std::string& origin);
 };
 

@@ -17,12 +17,19 @@ struct RecipeField {
 // Names of the values of an enumeration, in their order.
 std::span<const std::string_view> names_of(Source);
 std::span<const std::string_view> names_of(FrontEndKind);
+std::span<const std::string_view> names_of(Framing);
+std::span<const std::string_view> names_of(Edges);
+std::span<const std::string_view> names_of(OffsetRemoval);
 std::span<const std::string_view> names_of(Window);
 std::span<const std::string_view> names_of(Spectrum);
 std::span<const std::string_view> names_of(Filters);
+std::span<const std::string_view> names_of(MelScale);
+std::span<const std::string_view> names_of(Logarithm);
 std::span<const std::string_view> names_of(Transform);
+std::span<const std::string_view> names_of(LifterForm);
 std::span<const std::string_view> names_of(Output);
 std::span<const std::string_view> names_of(ZerothCepstrum);
+std::span<const std::string_view> names_of(EnergyOf);
 std::span<const std::string_view> names_of(NoiseMethod);
 std::span<const std::string_view> names_of(Equalisation);
 std::span<const std::string_view> names_of(Normalisation);
@@ -43,34 +50,61 @@ void visit_fields(R& recipe, Visit&& visit) {
                     kFront},
         front.kind);
   visit(RecipeField{"sample-rate", "Hz; audio of another rate is resampled", kFront}, front.sample_rate);
+  visit(RecipeField{"input-scale", "Factor of samples in units of a 16-bit integer; 3.0517578e-05: the range -1 .. 1",
+                    kFront},
+        front.input_scale);
+  visit(RecipeField{"dither", "Standard deviation of Gaussian noise added to the scaled samples; 0: none", kFront},
+        front.dither);
+  visit(RecipeField{"dither-seed", "Seed of that noise, the same in every utterance", kFront}, front.dither_seed);
   visit(RecipeField{"pre-emphasis", "a of y(n) = x(n) - a x(n-1)", kFront}, front.pre_emphasis);
   visit(RecipeField{"frame-emphasis", "Pre-emphasis that starts anew in each frame", kFront}, front.frame_emphasis);
   visit(RecipeField{"window-length", "samples", kFront}, front.window_length);
   visit(RecipeField{"shift", "samples from frame to frame", kFront}, front.shift);
-  visit(RecipeField{"fft-length", "a power of two", kFront}, front.fft_length);
+  visit(RecipeField{"fft-length", "samples, without prime factors above 5", kFront}, front.fft_length);
   visit(RecipeField{"window", "Shape of the window", kFront}, front.window);
-  visit(RecipeField{"remove-offset", "Subtract the mean of each frame", kFront}, front.remove_offset);
-  visit(RecipeField{"pad-last-frame", "Fill the last frame with zeros instead of dropping it", kFront},
+  visit(RecipeField{"remove-offset", "Subtract the mean of each frame, before or after pre-emphasis", kFront},
+        front.remove_offset);
+  visit(RecipeField{"framing",
+                    "Frames from the first sample on, as many of them as cover all samples, centred on every shift, or "
+                    "on the middles of the shifts",
+                    kFront},
+        front.framing);
+  visit(RecipeField{"edges", "What centred frames find beyond the first and the last sample", kFront}, front.edges);
+  visit(RecipeField{"pad-last-frame", "Keep the last, incomplete frame instead of dropping it", kFront},
         front.pad_last_frame);
   visit(RecipeField{"spectrum", "What the filters sum", kFront}, front.spectrum);
+  visit(RecipeField{"spectrum-scale", "Factor of the spectrum", kFront}, front.spectrum_scale);
   visit(RecipeField{"filters", "Scale on which the sides of the triangles are straight", kFront}, front.filters);
   visit(RecipeField{"unit-area", "Hertz triangles of equal area instead of equal height", kFront}, front.unit_area);
   visit(RecipeField{"round-filters", "Hertz triangles with edges on FFT bins", kFront}, front.round_filters);
   visit(RecipeField{"filter-count", "Filters", kFront}, front.filter_count);
+  visit(RecipeField{"mel-scale", "m ln(1 + f / d), or that of Slaney's Auditory Toolbox", kFront}, front.mel_scale);
   visit(RecipeField{"low-frequency", "Hz, lower edge of the first filter", kFront}, front.low_frequency);
   visit(RecipeField{"high-frequency", "Hz, upper edge of the last filter", kFront}, front.high_frequency);
   visit(RecipeField{"mel-multiplier", "m of mel = m ln(1 + f / d)", kFront}, front.mel_multiplier);
   visit(RecipeField{"mel-divisor", "d of mel = m ln(1 + f / d), Hz", kFront}, front.mel_divisor);
   visit(RecipeField{"log-floor", "Smaller energies are raised to it", kFront}, front.log_floor);
   visit(RecipeField{"log-offset", "Added to energies before the logarithm", kFront}, front.log_offset);
+  visit(RecipeField{"logarithm", "Of the filters' energies; whisper: (log10 + 4) / 4", kFront}, front.logarithm);
+  visit(RecipeField{"dynamic-range",
+                    "dB below the largest value of the utterance, where the logarithms end; 0: nowhere, above 0 waits "
+                    "for the whole utterance",
+                    kFront},
+        front.dynamic_range);
   visit(RecipeField{"transform", "Cosine transform", kFront}, front.transform);
   visit(RecipeField{"cepstrum-count", "Cepstra, c0 counted", kFront}, front.cepstrum_count);
   visit(RecipeField{"lifter", "Length of the sine lifter; 0: none", kFront}, front.lifter);
+  visit(RecipeField{"lifter-form", "sine: c0 has the factor 1; sine-from-zeroth: that of the first", kFront},
+        front.lifter_form);
   visit(RecipeField{"zeroth", "Place of c0 in the row", kFront}, front.zeroth);
   visit(RecipeField{"output-kind", "What the rows hold", kFront}, front.output);
   visit(RecipeField{"prediction-order", "Order of linear prediction, and number of its cepstra", kFront},
         front.prediction_order);
-  visit(RecipeField{"energy", "Append the log energy of the frame as it came", kFront}, front.energy);
+  visit(RecipeField{"energy", "Log energy in the row", kFront}, front.energy);
+  visit(RecipeField{"energy-of", "The frame before pre-emphasis, the windowed frame or the power spectrum", kFront},
+        front.energy_of);
+  visit(RecipeField{"energy-first", "At the start of the row instead of its end", kFront}, front.energy_first);
+  visit(RecipeField{"energy-floor", "Smaller energies of frames are raised to it", kFront}, front.energy_floor);
 
   constexpr std::string_view kNoise = "Noise reduction (waits for the whole utterance)";
   auto& noise = recipe.noise_reduction;
@@ -101,11 +135,15 @@ void visit_fields(R& recipe, Visit&& visit) {
   visit(RecipeField{"energy-maximum", "Known maximum of the log energy", kBehind}, recipe.energy_maximum);
   visit(RecipeField{"normalise", "Of the columns, by the whole utterance or, running, along with it", kBehind},
         recipe.normalisation);
+  visit(RecipeField{"normalise-cepstra-only", "Leave the log energy as it is", kBehind}, recipe.normalise_cepstra_only);
   visit(RecipeField{"normalise-frames", "Memory of the running forms", kBehind}, recipe.normalisation_frames);
   visit(RecipeField{"dynamics", "Derivatives behind the statics; regression waits for the whole utterance", kBehind},
         recipe.dynamics);
   visit(RecipeField{"regression-window", "Frames on either side that the regression sees", kBehind},
         recipe.regression_window);
+  visit(RecipeField{"derivatives", "1: first, 2: second, 3: third too", kBehind}, recipe.derivatives);
+  visit(RecipeField{"drop-energy", "Leave the log energy out of the rows, its derivatives in", kBehind},
+        recipe.drop_energy);
   visit(RecipeField{"pitch", "Append f0 in Hz (0: unvoiced), correlation and probability of voicing", kBehind},
         recipe.pitch);
   visit(RecipeField{"pitch-low", "Hz, lowest f0", kBehind}, recipe.pitch_low_frequency);

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <sstream>
 #include <utility>
@@ -12,16 +13,25 @@ namespace kivsr::speech {
 namespace {
 
 using Name = std::string_view;
-constexpr Name kFirstLine = "kivsr-recipe 1";
+constexpr Name kFirstLine = "kivsr-recipe 2";
+constexpr Name kFirstLineBefore = "kivsr-recipe 1";
 constexpr Name kUtterance = "utterance";  // of a maximum that is not known before
 
 constexpr std::array<Name, 2> kSources{"audio", "features"};
 constexpr std::array<Name, 2> kFrontEndKinds{"general", "etsi-afe"};
-constexpr std::array<Name, 3> kWindows{"hamming", "hann", "rectangular"};
+constexpr std::array<Name, 4> kFramings{"from-start", "covering", "centred", "half-shift"};
+constexpr std::array<Name, 3> kEdges{"zeros", "reflect", "symmetric"};
+constexpr std::array<Name, 3> kOffsetRemovals{"none", "after-emphasis", "before-emphasis"};
+constexpr std::array<Name, 8> kWindows{"hamming",       "hann",  "rectangular", "hamming-periodic",
+                                       "hann-periodic", "povey", "blackman",    "blackman-periodic"};
 constexpr std::array<Name, 2> kSpectra{"power", "magnitude"};
-constexpr std::array<Name, 3> kFilters{"hertz", "mel", "bins"};
+constexpr std::array<Name, 4> kFilters{"hertz", "mel", "bins", "whole-bins"};
+constexpr std::array<Name, 2> kMelScales{"logarithmic", "slaney"};
+constexpr std::array<Name, 5> kLogarithms{"ln", "log10", "db", "whisper", "none"};
 constexpr std::array<Name, 4> kTransforms{"dct", "legacy", "htk", "plain"};
-constexpr std::array<Name, 3> kOutputs{"cepstra", "log-mel", "lpc-cepstra"};
+constexpr std::array<Name, 2> kLifterForms{"sine", "sine-from-zeroth"};
+constexpr std::array<Name, 4> kOutputs{"cepstra", "log-mel", "lpc-cepstra", "plp"};
+constexpr std::array<Name, 3> kEnergies{"frame", "windowed", "spectrum"};
 constexpr std::array<Name, 3> kZeroths{"first", "last", "none"};
 constexpr std::array<Name, 3> kNoiseMethods{"none", "mcra-wiener", "mcra-emns"};
 constexpr std::array<Name, 3> kEqualisations{"none", "from-zero", "from-mean"};
@@ -46,13 +56,58 @@ struct Given {
   bool used = false;
 };
 
+// The lines behind the first.
+std::vector<Given> given_values(std::istream& lines, const std::string& origin) {
+  std::vector<Given> all;
+  std::string line;
+  for (int number = 2; std::getline(lines, line); ++number) {
+    if (line.empty() || line.front() == '#') continue;
+    const std::string place = "line " + std::to_string(number) + " of the recipe, \"" + line + "\", ";
+    const auto [name, value] = split_line(line);
+    if (name.empty()) throw Fault(origin + ": " + place + "is not like \"name = value\"");
+    for (const Given& given : all) {
+      if (given.name == name) throw Fault(origin + ": " + place + "is there twice");
+    }
+    all.push_back({name, value, place});
+  }
+  return all;
+}
+
+// The fields that version 1 does not have; what it computes is what they are by themselves.
+constexpr std::array kSinceVersion2 =
+    std::to_array<Name>({"input-scale", "dither", "dither-seed", "framing", "edges", "spectrum-scale", "mel-scale",
+                         "logarithm", "dynamic-range", "lifter-form", "energy-of", "energy-first", "energy-floor",
+                         "normalise-cepstra-only", "derivatives", "drop-energy"});
+
+bool in_version_1(Name field) {
+  return std::find(kSinceVersion2.begin(), kSinceVersion2.end(), field) == kSinceVersion2.end();
+}
+
+std::string value_of_version_1(Name field, const std::string& value) {
+  if (field != "remove-offset") return value;
+  return value == "yes" ? "after-emphasis" : value == "no" ? "none" : value;
+}
+
+std::string choices_of(auto choice) {
+  std::string text;
+  for (const Name name : names_of(choice)) text.append(text.empty() ? "" : ", ").append(name);
+  return text;
+}
+
 }  // namespace
 
 std::span<const Name> names_of(Source) { return kSources; }
 std::span<const Name> names_of(FrontEndKind) { return kFrontEndKinds; }
+std::span<const Name> names_of(Framing) { return kFramings; }
+std::span<const Name> names_of(Edges) { return kEdges; }
+std::span<const Name> names_of(OffsetRemoval) { return kOffsetRemovals; }
 std::span<const Name> names_of(Window) { return kWindows; }
 std::span<const Name> names_of(Spectrum) { return kSpectra; }
 std::span<const Name> names_of(Filters) { return kFilters; }
+std::span<const Name> names_of(MelScale) { return kMelScales; }
+std::span<const Name> names_of(Logarithm) { return kLogarithms; }
+std::span<const Name> names_of(LifterForm) { return kLifterForms; }
+std::span<const Name> names_of(EnergyOf) { return kEnergies; }
 std::span<const Name> names_of(Transform) { return kTransforms; }
 std::span<const Name> names_of(Output) { return kOutputs; }
 std::span<const Name> names_of(ZerothCepstrum) { return kZeroths; }
@@ -101,32 +156,39 @@ std::string Recipe::text() const {
   return text;
 }
 
+std::string Recipe::explained_text() const {
+  std::string text(kFirstLine);
+  text += '\n';
+  std::string_view group;
+  visit_fields(*this, [&]<class Value>(const RecipeField& field, const Value& value) {
+    if (field.group != group) text.append("\n# ").append(group = field.group).append("\n");
+    text.append("\n# ").append(field.help);
+    if constexpr (std::is_enum_v<Value>) text.append(": ").append(choices_of(value));
+    text.append("\n").append(field.name).append(" = ").append(field_text(value)).append("\n");
+  });
+  return text;
+}
+
 Recipe Recipe::parse(const std::string& text, const std::string& origin) {
   const auto fail = [&](const std::string& what) { throw Fault(origin + ": " + what); };
   std::istringstream lines(text);
   std::string line;
   std::getline(lines, line);
-  if (line != kFirstLine) fail("the recipe starts with \"" + line + "\", not with \"" + std::string(kFirstLine) + "\"");
-  std::vector<Given> all;
-  for (int number = 2; std::getline(lines, line); ++number) {
-    if (line.empty() || line.front() == '#') continue;
-    const std::string place = "line " + std::to_string(number) + " of the recipe, \"" + line + "\", ";
-    const auto [name, value] = split_line(line);
-    if (name.empty()) fail(place + "is not like \"name = value\"");
-    for (const Given& given : all) {
-      if (given.name == name) fail(place + "is there twice");
-    }
-    all.push_back({name, value, place});
+  const bool before = line == kFirstLineBefore;
+  if (!before && line != kFirstLine) {
+    fail("the recipe starts with \"" + line + "\", not with \"" + std::string(kFirstLine) + "\"");
   }
+  std::vector<Given> all = given_values(lines, origin);
   Recipe recipe;
   visit_fields(recipe, [&](const RecipeField& field, auto& value) {
     for (Given& given : all) {
       if (given.name != field.name) continue;
+      if (before) given.value = value_of_version_1(field.name, given.value);
       if (!read_field(given.value, value)) fail(given.line + "has a value that is none of this field");
       given.used = true;
       return;
     }
-    fail("the recipe does not say \"" + std::string(field.name) + "\"");
+    if (!before || in_version_1(field.name)) fail("the recipe does not say \"" + std::string(field.name) + "\"");
   });
   for (const Given& given : all) {
     if (!given.used) fail(given.line + "is not a field");

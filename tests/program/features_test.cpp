@@ -63,7 +63,29 @@ TEST_F(FeaturesCommandTest, EveryOptionReachesItsParameter) {
       {"--fft-length 2048", [](P& p) { p.fft_length = 2048; }},
       {"--window hann", [](P& p) { p.window = Window::kHann; }},
       {"--window rectangular", [](P& p) { p.window = Window::kRectangular; }},
-      {"--remove-offset", [](P& p) { p.remove_offset = true; }},
+      {"--remove-offset after-emphasis", [](P& p) { p.remove_offset = OffsetRemoval::kAfterEmphasis; }},
+      {"--remove-offset before-emphasis", [](P& p) { p.remove_offset = OffsetRemoval::kBeforeEmphasis; }},
+      {"--input-scale 0.5", [](P& p) { p.input_scale = 0.5F; }},
+      {"--dither 100", [](P& p) { p.dither = 100.0F; }},
+      {"--dither 100 --dither-seed 7", [](P& p) { p.dither = 100.0F, p.dither_seed = 7; }},
+      {"--framing covering", [](P& p) { p.framing = Framing::kCovering; }},
+      {"--framing centred --edges reflect", [](P& p) { p.framing = Framing::kCentred, p.edges = Edges::kReflect; }},
+      {"--framing half-shift --edges symmetric",
+       [](P& p) { p.framing = Framing::kHalfShift, p.edges = Edges::kSymmetric; }},
+      {"--fft-length 450", [](P& p) { p.fft_length = 450; }},
+      {"--spectrum-scale 2", [](P& p) { p.spectrum_scale = 2.0F; }},
+      {"--mel-scale slaney --no-round-filters", [](P& p) { p.mel_scale = MelScale::kSlaney, p.round_filters = false; }},
+      {"--filters whole-bins", [](P& p) { p.filters = Filters::kWholeBins; }},
+      {"--logarithm db", [](P& p) { p.logarithm = Logarithm::kDecibel; }},
+      {"--logarithm log10 --dynamic-range 30", [](P& p) { p.logarithm = Logarithm::kDecimal, p.dynamic_range = 30; }},
+      {"--logarithm none --output-kind log-mel",
+       [](P& p) { p.logarithm = Logarithm::kNone, p.output = Output::kLogMel; }},
+      {"--lifter-form sine-from-zeroth", [](P& p) { p.lifter_form = LifterForm::kSineFromZeroth; }},
+      {"--output-kind plp", [](P& p) { p.output = Output::kPlp; }},
+      {"--energy --energy-of windowed", [](P& p) { p.energy = true, p.energy_of = EnergyOf::kWindowed; }},
+      {"--energy --energy-of spectrum --energy-first",
+       [](P& p) { p.energy = p.energy_first = true, p.energy_of = EnergyOf::kSpectrum; }},
+      {"--energy --energy-floor 1e9", [](P& p) { p.energy = true, p.energy_floor = 1e9F; }},
       {"--no-pad-last-frame", [](P& p) { p.pad_last_frame = false; }},
       {"--spectrum magnitude", [](P& p) { p.spectrum = Spectrum::kMagnitude; }},
       {"--filters mel", [](P& p) { p.filters = Filters::kMel; }},
@@ -112,6 +134,10 @@ TEST_F(FeaturesCommandTest, EveryOptionBehindTheFrontEndReachesItsParameter) {
       {"--no-energy", [](P& p) { p.normalise_energy = p.front_end.energy = false; }},
       {"--silence-floor 20", [](P& p) { p.silence_floor = 20.0F; }},
       {"--energy-scale 0.5", [](P& p) { p.energy_scale = 0.5F; }},
+      {"--normalise mean --normalise-cepstra-only",
+       [](P& p) { p.normalisation = Normalisation::kMean, p.normalise_cepstra_only = true; }},
+      {"--derivatives 1", [](P& p) { p.derivatives = 1; }},
+      {"--derivatives 3 --drop-energy", [](P& p) { p.derivatives = 3, p.drop_energy = true; }},
       {"--energy-maximum 18.5", [](P& p) { p.energy_maximum = 18.5F; }},
       {"--normalise mean", [](P& p) { p.normalisation = Normalisation::kMean; }},
       {"--normalise mean-variance", [](P& p) { p.normalisation = Normalisation::kMeanVariance; }},
@@ -120,9 +146,9 @@ TEST_F(FeaturesCommandTest, EveryOptionBehindTheFrontEndReachesItsParameter) {
        [](P& p) { p.normalisation = Normalisation::kRunningMeanVariance, p.normalisation_frames = 5; }},
   };
   for (const auto& [options, change] : cases) {
-    Recipe parameters = preset("htk-like");
+    Recipe parameters = preset("htk-mfcc:MFCC_E_D_A");
     change(parameters);
-    EXPECT_EQ(values("--preset htk-like " + options), expected(parameters)) << options;
+    EXPECT_EQ(values("--preset htk-mfcc:MFCC_E_D_A " + options), expected(parameters)) << options;
   }
 }
 

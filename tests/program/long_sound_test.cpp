@@ -59,12 +59,12 @@ TEST_F(LongSound, VoiceActivityNeedsNoMoreMemory) {
 }
 
 TEST_F(LongSound, StatisticsOfSoundAndOfRowsNeedNoMoreMemory) {
-  ASSERT_EQ(run_kivsr("features " + quoted(sound_) + " --preset htk-like --no-normalise-energy -o " +
+  ASSERT_EQ(run_kivsr("features " + quoted(sound_) + " --preset htk-mfcc:MFCC_E_D_A --no-normalise-energy -o " +
                       quoted(folder_ / "rows.npy"))
                 .status,
             0);
   for (const auto& input : {sound_, folder_ / "rows.npy"}) {
-    const CommandResult result = run_in(50, "features --stats --preset htk-like --no-normalise-energy " +
+    const CommandResult result = run_in(50, "features --stats --preset htk-mfcc:MFCC_E_D_A --no-normalise-energy " +
                                                 quoted(input) + " -o " + quoted(folder_ / "sums.json"));
     ASSERT_EQ(result.status, 0) << result.errors;
     EXPECT_EQ(result.output, "1 files, 119998 frames of 39 values\n");

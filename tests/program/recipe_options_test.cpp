@@ -59,8 +59,9 @@ TEST_F(RecipeOptionsTest, APresetHasTheSameMomentsInFeaturesAndInTraining) {
 
 // A codeword for each row gives the rows back, to the bit: what quantise saw is what features wrote.
 TEST_F(RecipeOptionsTest, APresetHasTheSameRowsInFeaturesAndInQuantisation) {
-  const auto few = folder_.write("few.wav", wav(whole(noise(7000)), 16000, 1));
   for (const std::string& name : preset_names()) {
+    const auto count = static_cast<int>(45.0 * 16000.0 * preset(name).frame_seconds());
+    const auto few = folder_.write("few.wav", wav(whole(noise(count)), 16000, 1));
     ASSERT_EQ(run("features --preset " + name + " " + quoted(few) + " -o " + quoted(folder_ / "a.npy")).status, 0);
     const FeatureMatrix rows = read_feature_file(folder_ / "a.npy");
     const std::string book = quoted(folder_ / "book");
@@ -158,15 +159,53 @@ TEST_F(RecipeOptionsTest, ATrainingGoesOnWithItsRecipeOnly) {
 
 TEST_F(RecipeOptionsTest, ARecipeInAFileIsAPreset) {
   const auto file = folder_ / "recipe";
-  ASSERT_EQ(run("info --preset htk-like > " + quoted(file)).status, 0);
-  EXPECT_EQ(read_file(file), preset("htk-like").text());
-  ASSERT_EQ(run("features " + quoted(audio_) + " --preset htk-like -o " + quoted(folder_ / "a.npy")).status, 0);
+  ASSERT_EQ(run("info --preset htk-mfcc:MFCC_E_D_A > " + quoted(file)).status, 0);
+  EXPECT_EQ(read_file(file), preset("htk-mfcc:MFCC_E_D_A").text());
+  ASSERT_EQ(run("features " + quoted(audio_) + " --preset htk-mfcc:MFCC_E_D_A -o " + quoted(folder_ / "a.npy")).status,
+            0);
   ASSERT_EQ(run("features " + quoted(audio_) + " --recipe " + quoted(file) + " -o " + quoted(folder_ / "b.npy")).status,
             0);
   EXPECT_EQ(read_file(folder_ / "a.npy"), read_file(folder_ / "b.npy"));
-  for (const char* wrong : {" --recipe none", " --window kaiser", " --shift 1.5", " --log-floor x", " --preset none"}) {
+  for (const char* wrong : {" --config none", " --fft-length 518", " --preset htk-mfcc:MFCC_A", " --explain mfcc",
+                            " --recipe none", " --window kaiser", " --shift 1.5", " --log-floor x", " --preset none"}) {
     EXPECT_EQ(run("features " + quoted(audio_) + wrong + " -o " + quoted(folder_ / "c.npy")).status, 2) << wrong;
   }
+}
+
+TEST_F(RecipeOptionsTest, APresetIsExplainedAndWrittenAsAConfiguration) {
+  for (const std::string& name : preset_names()) {
+    const CommandResult explained = run("features --explain " + name);
+    ASSERT_EQ(explained.status, 0) << explained.errors;
+    EXPECT_EQ(Recipe::parse(explained.output, name), preset(name));
+  }
+  const auto file = quoted(folder_ / "config");
+  const std::string options = " --preset kaldi-mfcc --lifter 0 --dynamics win2";
+  ASSERT_EQ(run("features" + options + " --as-config " + file).status, 0);
+  ASSERT_EQ(run("features " + quoted(audio_) + options + " -o " + quoted(folder_ / "a.npy")).status, 0);
+  ASSERT_EQ(run("features " + quoted(audio_) + " --config " + file + " -o " + quoted(folder_ / "b.npy")).status, 0);
+  EXPECT_EQ(read_file(folder_ / "a.npy"), read_file(folder_ / "b.npy"));
+  const CommandResult changed = run("features --explain kaldi-mfcc --lifter 0");
+  EXPECT_NE(changed.output.find("\nlifter = 0\n"), std::string::npos);
+}
+
+// Windows that a toolkit counts in seconds follow the rate, those that it counts in samples do not.
+TEST_F(RecipeOptionsTest, AToolkitKnowsWhatAnotherRateChanges) {
+  const auto at = [&](const std::string& preset, int rate) {
+    const std::string command = "features --explain " + preset + " --sample-rate " + std::to_string(rate);
+    return Recipe::parse(run(command).output, preset).front_end;
+  };
+  const FrontEndParameters kaldi = at("kaldi-mfcc", 8000);
+  EXPECT_EQ(kaldi.window_length, 200);
+  EXPECT_EQ(kaldi.shift, 80);
+  EXPECT_EQ(kaldi.fft_length, 256);
+  EXPECT_EQ(kaldi.high_frequency, 4000.0F);
+  EXPECT_EQ(at("htk-mfcc:MFCC_E", 44100).window_length, 1102);
+  EXPECT_EQ(at("python-speech-features", 11025).window_length, 276);
+  const FrontEndParameters librosa = at("librosa-mfcc", 16000);
+  EXPECT_EQ(librosa.window_length, 2048);
+  EXPECT_EQ(librosa.shift, 512);
+  EXPECT_EQ(librosa.high_frequency, 8000.0F);
+  EXPECT_EQ(at("sphinx", 8000).window_length, 205);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "kivsr/speech/front/feature_chain.h"
 #include "kivsr/speech/front/presets.h"
 #include "kivsr/speech/io/fault.h"
 #include "program/picture/colour_map.h"
@@ -74,8 +75,9 @@ class Png {
   std::unique_ptr<cairo_surface_t, void (*)(cairo_surface_t*)> surface_;
 };
 
-Png drawn(const TemporaryFolder& folder, const std::vector<float>& samples, const FrontEndParameters& parameters) {
-  FeaturePicture picture(parameters);
+Png drawn(const TemporaryFolder& folder, const std::vector<float>& samples, const Recipe& recipe) {
+  FeaturePicture picture(recipe);
+  picture.push_rows(FeatureChain(recipe).run(samples));
   picture.push(samples);
   picture.finish();
   OutputFile file(folder / "picture.png");
@@ -118,6 +120,40 @@ TEST(FeaturePicture, ShowsAToneAtItsTimeAndFrequency) {
   EXPECT_NEAR(static_cast<double>(bottom - brightest) / (bottom - top), place, 0.06);
   EXPECT_GT(lightness(picture.at(three_quarters, brightest)), 0.7);
   EXPECT_LT(lightness(picture.at(quarter, brightest)), 0.05);
+}
+
+// The lower panel is of the rows themselves: a column that steps up in the middle is blue before and red behind.
+TEST(FeaturePicture, ShowsTheRowsThatAreWritten) {
+  const TemporaryFolder folder;
+  Recipe recipe = preset("htk-mfcc:MFCC_E_D_A");
+  FeaturePicture picture(recipe);
+  FeatureMatrix rows{recipe.width(), {}};
+  for (int t = 0; t < 100; ++t) {
+    for (int k = 0; k < rows.width; ++k) rows.values.push_back(t < 50 ? -1e6F : static_cast<float>(k));
+  }
+  picture.push_rows(rows);
+  picture.push(std::vector<float>(16000, 1.0F));
+  picture.finish();
+  OutputFile file(folder / "picture.png");
+  picture.draw(file, "test");
+  file.commit();
+  const Png png(folder / "picture.png");
+  ASSERT_TRUE(png.ok());
+  int blue = 0;
+  int red = 0;
+  for (int y = png.height() / 2; y < png.height(); ++y) {
+    const Colour left = png.at(png.width() / 4, y);
+    const Colour right = png.at(png.width() * 5 / 8, y);
+    blue += left.blue > left.red + 0.1 ? 1 : 0;
+    red += right.red > right.blue + 0.1 ? 1 : 0;
+  }
+  EXPECT_GT(blue, 200);
+  EXPECT_GT(red, 200);
+}
+
+TEST(FeaturePicture, DrawsEveryPreset) {
+  const TemporaryFolder folder;
+  for (const std::string& name : preset_names()) EXPECT_TRUE(drawn(folder, noise(9000), preset(name)).ok()) << name;
 }
 
 TEST(FeaturePicture, DrawsExtremesOfLengthAndShape) {

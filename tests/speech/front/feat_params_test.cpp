@@ -39,7 +39,7 @@ TEST(FeatParams, SetsWhatItNames) {
   EXPECT_EQ(front_end.transform, Transform::kDct);
   EXPECT_FALSE(front_end.round_filters);
   EXPECT_FALSE(front_end.unit_area);
-  EXPECT_TRUE(front_end.remove_offset);
+  EXPECT_EQ(front_end.remove_offset, OffsetRemoval::kAfterEmphasis);
   EXPECT_EQ(read.entries.at("svspec"), "0-12/13-25/26-38");
 }
 

@@ -106,7 +106,7 @@ TEST_F(FeatureFileTest, HtkQualifiers) {
   std::string bytes = written("a.htk");
   EXPECT_EQ(number(bytes, 10, 2, true), 6U + 020000U + 0100U + 0400U + 01000U + 04000U) << "MFCC_0_E_D_A_Z";
   EXPECT_EQ(floats(bytes, 12, true), (std::vector<float>{1, 2, 0, 9, 11, 12, 10, 19, 21, 22, 20, 29}));
-  parameters_ = preset("htk-like");
+  parameters_ = preset("htk-mfcc:MFCC_E_D_A");
   rows_ = {39, std::vector<float>(39)};
   EXPECT_EQ(number(written("b.htk"), 10, 2, true), 6U + 0100U + 0400U + 01000U) << "MFCC_E_D_A";
   parameters_ = preset("aurora");
@@ -116,6 +116,19 @@ TEST_F(FeatureFileTest, HtkQualifiers) {
   bytes = written("d.htk");
   EXPECT_EQ(number(bytes, 10, 2, true), 3U) << "LPCEPSTRA";
   EXPECT_EQ(floats(bytes, 12, true), rows_.values);
+  parameters_ = preset("kaldi-plp");
+  parameters_.front_end.cepstrum_count = 3;
+  rows_ = {3, {9, 1, 2}};
+  bytes = written("e.htk");
+  EXPECT_EQ(number(bytes, 10, 2, true), 11U + 0100U) << "PLP_E";
+  EXPECT_EQ(floats(bytes, 12, true), (std::vector<float>{1, 2, 9})) << "the energy goes last";
+  parameters_.dynamics = Dynamics::kWin2;
+  parameters_.derivatives = 1;
+  parameters_.drop_energy = true;
+  rows_ = {5, {1, 2, 19, 11, 12}};
+  bytes = written("f.htk");
+  EXPECT_EQ(number(bytes, 10, 2, true), 11U + 0100U + 0200U + 0400U) << "PLP_E_D_N";
+  EXPECT_EQ(floats(bytes, 12, true), (std::vector<float>{1, 2, 11, 12, 19}));
 }
 
 TEST_F(FeatureFileTest, ColumnNames) {

@@ -17,18 +17,21 @@ namespace {
 FrontEndParameters sparse_frames() {
   FrontEndParameters parameters = preset("mfcc").front_end;
   parameters.shift = 700;  // beyond the window: samples that no frame reads
-  parameters.remove_offset = true;
+  parameters.remove_offset = OffsetRemoval::kAfterEmphasis;
   return parameters;
 }
 
 TEST(FrontEnd, BlocksOfEverySizeGiveTheSameBits) {
   const auto samples = noise(4097);
-  for (const FrontEndParameters& parameters : {preset("sphinx-en-us").front_end, preset("mfcc").front_end,
-                                               preset("lpc-cepstrum").front_end, sparse_frames()}) {
+  std::vector<FrontEndParameters> all = {sparse_frames()};
+  for (const std::string& name : preset_names()) {
+    if (preset(name).front_end.kind == FrontEndKind::kGeneral) all.push_back(preset(name).front_end);
+  }
+  for (const FrontEndParameters& parameters : all) {
     FrontEnd front_end(parameters);
     const FeatureMatrix batch = front_end.run(samples);
     ASSERT_GT(batch.height(), 4);
-    for (std::size_t size = 1; size <= samples.size(); size += size < 450 ? 1 : 397) {
+    for (std::size_t size = 1; size <= samples.size(); size += size < 20 ? 1 : size < 450 ? 31 : 397) {
       FeatureMatrix rows;
       for (std::size_t start = 0; start < samples.size(); start += size) {
         front_end.push(std::span(samples).subspan(start, std::min(size, samples.size() - start)), rows);
@@ -36,6 +39,126 @@ TEST(FrontEnd, BlocksOfEverySizeGiveTheSameBits) {
       front_end.finish(rows);
       ASSERT_EQ(rows.values, batch.values) << "blocks of " << size;
     }
+  }
+}
+
+FrontEndParameters centred(int window_length, int shift, Edges edges) {
+  FrontEndParameters parameters = preset("torchaudio-mfcc").front_end;
+  parameters.window_length = window_length;
+  parameters.fft_length = 480;
+  parameters.shift = shift;
+  parameters.edges = edges;
+  parameters.dynamic_range = 0.0F;
+  return parameters;
+}
+
+FrontEndParameters half_shifted(int window_length, int shift) {
+  FrontEndParameters parameters = preset("kaldi-fbank").front_end;
+  parameters.window_length = window_length;
+  parameters.shift = shift;
+  parameters.framing = Framing::kHalfShift;
+  parameters.edges = Edges::kSymmetric;
+  parameters.pad_last_frame = true;
+  return parameters;
+}
+
+// Whatever frames see beyond the edges, the noise that is added and what waits for the end.
+TEST(FrontEnd, ConditionedBlocksGiveTheSameBits) {
+  FrontEndParameters dithered = half_shifted(400, 160);
+  dithered.dither = 1.0F;
+  FrontEndParameters limited = centred(400, 160, Edges::kReflect);
+  limited.dynamic_range = 20.0F;
+  for (const FrontEndParameters& parameters :
+       {dithered, limited, centred(400, 160, Edges::kZeros), centred(240, 600, Edges::kReflect),
+        centred(401, 100, Edges::kSymmetric), half_shifted(400, 1000), half_shifted(200, 190),
+        preset("python-speech-features").front_end}) {
+    FrontEnd front_end(parameters);
+    for (const int count : {0, 1, 2, 79, 199, 200, 201, 399, 400, 401, 639, 800, 3000}) {
+      const auto samples = noise(count);
+      const FeatureMatrix batch = front_end.run(samples);
+      for (const std::size_t size : {1U, 7U, 160U, 401U}) {
+        FeatureMatrix rows;
+        for (std::size_t start = 0; start < samples.size(); start += size) {
+          front_end.push(std::span(samples).subspan(start, std::min(size, samples.size() - start)), rows);
+        }
+        front_end.finish(rows);
+        ASSERT_EQ(rows.values, batch.values) << "blocks of " << size << " of " << count;
+      }
+      if (parameters.beyond_edges()) {
+        ASSERT_EQ(batch.height(), parameters.frames_of(count)) << count;
+      }
+    }
+  }
+}
+
+// The same rows as those of the signal with its mirror images beside it, from whose first sample frames start.
+TEST(FrontEnd, SeesMirrorImagesBeyondTheEdges) {
+  const auto samples = noise(2000);
+  for (const Edges edges : {Edges::kZeros, Edges::kReflect, Edges::kSymmetric}) {
+    FrontEndParameters parameters = centred(400, 160, edges);
+    const FeatureMatrix rows = FrontEnd(parameters).run(samples);
+    std::vector<float> padded;
+    for (int n = -200; n < 2200; ++n) {
+      const int last = 1999;
+      int place = n;
+      if (n < 0) place = edges == Edges::kReflect ? -n : -n - 1;
+      if (n > last) place = edges == Edges::kReflect ? 2 * last - n : 2 * last + 1 - n;
+      const bool outside = n < 0 || n > last;
+      padded.push_back(outside && edges == Edges::kZeros ? 0.0F : samples[static_cast<std::size_t>(place)]);
+    }
+    parameters.framing = Framing::kFromStart;
+    parameters.edges = Edges::kZeros;
+    parameters.pad_last_frame = false;
+    EXPECT_EQ(FrontEnd(parameters).run(padded).values, rows.values);
+  }
+}
+
+TEST(FrontEnd, DitherHasItsSizeAndItsSeed) {
+  FrontEndParameters parameters = preset("kaldi-fbank").front_end;
+  parameters.remove_offset = OffsetRemoval::kNone;
+  parameters.energy = true;
+  const std::vector<float> silence(160000, 0.0F);
+  const auto with = [&](float size, int seed) {
+    parameters.dither = size;
+    parameters.dither_seed = seed;
+    return FrontEnd(parameters).run(silence);
+  };
+  const FeatureMatrix rows = with(3.0F, 1);
+  double energy = 0.0;
+  for (int t = 0; t < rows.height(); ++t) energy += std::exp(rows.row(t)[0]) / rows.height();
+  EXPECT_NEAR(std::sqrt(energy / 400.0), 3.0, 0.03);
+  EXPECT_EQ(with(3.0F, 1).values, rows.values);
+  EXPECT_NE(with(3.0F, 2).values, rows.values);
+  FrontEnd twice(parameters);
+  const FeatureMatrix first = twice.run(silence);
+  EXPECT_EQ(twice.run(silence).values, first.values) << "every utterance by itself";
+}
+
+TEST(FrontEnd, LimitsTheDynamicRangeOfTheUtterance) {
+  const auto samples = noise(4000);
+  for (const Logarithm logarithm :
+       {Logarithm::kNatural, Logarithm::kDecibel, Logarithm::kDecimal, Logarithm::kWhisper}) {
+    FrontEndParameters parameters = centred(400, 160, Edges::kReflect);
+    parameters.output = Output::kLogMel;
+    parameters.filter_count = parameters.cepstrum_count = 20;
+    parameters.logarithm = logarithm;
+    FeatureMatrix expected = FrontEnd(parameters).run(samples);
+    const double decibel = logarithm == Logarithm::kNatural   ? std::log(10.0) / 10.0
+                           : logarithm == Logarithm::kDecibel ? 1.0
+                           : logarithm == Logarithm::kDecimal ? 0.1
+                                                              : 0.025;
+    const float least =
+        *std::max_element(expected.values.begin(), expected.values.end()) - static_cast<float>(10.0 * decibel);
+    int limited = 0;
+    for (float& value : expected.values) {
+      limited += value < least ? 1 : 0;
+      value = std::max(value, least);
+    }
+    ASSERT_GT(limited, 10);
+    parameters.dynamic_range = 10.0F;
+    const FeatureMatrix rows = FrontEnd(parameters).run(samples);
+    ASSERT_EQ(rows.values.size(), expected.values.size());
+    for (std::size_t i = 0; i < rows.values.size(); ++i) ASSERT_NEAR(rows.values[i], expected.values[i], 1e-5);
   }
 }
 
@@ -160,7 +283,7 @@ std::vector<double> reference_htk(std::span<const float> samples) {
 
 TEST(FrontEnd, HtkLikePresetAgreesWithItsDefinition) {
   const auto samples = noise(2000);
-  const FeatureMatrix rows = FrontEnd(preset("htk-like").front_end).run(samples);
+  const FeatureMatrix rows = FrontEnd(preset("htk-mfcc:MFCC_E_D_A").front_end).run(samples);
   ASSERT_EQ(rows.width, 13);
   for (const int t : {0, 1, rows.height() - 1}) {
     const auto expected = reference_htk(std::span(samples).subspan(static_cast<std::size_t>(160 * t)));

@@ -58,7 +58,7 @@ TEST(Recipe, TextGivesEveryPresetBack) {
 // A field that the list forgets would be lost in files and would not tell two recipes apart: the value knows it, the
 // text does not.
 TEST(Recipe, EveryFieldIsToldApartWrittenAndRead) {
-  const Recipe before = preset("htk-like");
+  const Recipe before = preset("htk-mfcc:MFCC_E_D_A");
   int fields = 0;
   for (;; ++fields) {
     Recipe changed = before;
@@ -91,16 +91,19 @@ TEST(Recipe, EveryMemberIsAField) {
     }
   };
   const auto& [source, source_width, front_end, noise_reduction, equalisation, reference, normalise_energy,
-               silence_floor, energy_scale, energy_maximum, normalisation, frames, dynamics, window, pitch, pitch_low,
-               pitch_high, speech, drop] = recipe;
+               silence_floor, energy_scale, energy_maximum, normalisation, cepstra_only, frames, dynamics, window,
+               derivatives, drop_energy, pitch, pitch_low, pitch_high, speech, drop] = recipe;
   expect_visited(source, source_width, equalisation, reference, normalise_energy, silence_floor, energy_scale,
-                 energy_maximum, normalisation, frames, dynamics, window, pitch, pitch_low, pitch_high, speech, drop);
-  const auto& [kind, rate, emphasis, in_frame, length, shift, fft, shape, offset, pad, spectrum, filters, area, rounded,
-               count, low, high, multiplier, divisor, floor, log_offset, transform, cepstra, lifter, zeroth, output,
-               order, energy] = front_end;
-  expect_visited(kind, rate, emphasis, in_frame, length, shift, fft, shape, offset, pad, spectrum, filters, area,
-                 rounded, count, low, high, multiplier, divisor, floor, log_offset, transform, cepstra, lifter, zeroth,
-                 output, order, energy);
+                 energy_maximum, normalisation, cepstra_only, frames, dynamics, window, derivatives, drop_energy, pitch,
+                 pitch_low, pitch_high, speech, drop);
+  const auto& [kind, rate, scale, dither, seed, emphasis, in_frame, length, shift, fft, shape, offset, framing, edges,
+               pad, spectrum, spectrum_scale, filters, area, rounded, count, mel, low, high, multiplier, divisor, floor,
+               log_offset, logarithm, range, transform, cepstra, lifter, form, zeroth, output, order, energy, energy_of,
+               energy_first, energy_floor] = front_end;
+  expect_visited(kind, rate, scale, dither, seed, emphasis, in_frame, length, shift, fft, shape, offset, framing, edges,
+                 pad, spectrum, spectrum_scale, filters, area, rounded, count, mel, low, high, multiplier, divisor,
+                 floor, log_offset, logarithm, range, transform, cepstra, lifter, form, zeroth, output, order, energy,
+                 energy_of, energy_first, energy_floor);
   const auto& [method, memory, least, residual, first, smoothing] = noise_reduction;
   expect_visited(method, memory, least, residual, first, smoothing);
   EXPECT_TRUE(visited.empty()) << "fields of no member";
@@ -114,7 +117,7 @@ TEST(Recipe, FaultsOfTheTextNameOriginAndLine) {
     return fault_of([&] { (void)Recipe::parse(changed, "a.recipe"); });
   };
   EXPECT_EQ(with("lifter = 22", "lifter = many"),
-            "a.recipe: line 27 of the recipe, \"lifter = many\", has a value that is none of this field");
+            "a.recipe: line 36 of the recipe, \"lifter = many\", has a value that is none of this field");
   EXPECT_NE(with("lifter = 22", "lifting = 22").find("the recipe does not say \"lifter\""), std::string::npos);
   EXPECT_NE(with("lifter = 22\n", "lifter = 22\ncolour = red\n").find("\"colour = red\", is not a field"),
             std::string::npos);
@@ -123,7 +126,84 @@ TEST(Recipe, FaultsOfTheTextNameOriginAndLine) {
   EXPECT_NE(with("lifter = 22", "lifter = -1").find("the lifter must not be negative"), std::string::npos);
   EXPECT_NE(with("window = hamming", "window = kaiser").find("none of this field"), std::string::npos);
   EXPECT_NE(with("log-floor = 1", "log-floor = inf").find("none of this field"), std::string::npos);
-  EXPECT_NE(with("kivsr-recipe 1", "kivsr-recipe 2").find("starts with"), std::string::npos);
+  EXPECT_NE(with("kivsr-recipe 2", "kivsr-recipe 3").find("starts with"), std::string::npos);
+}
+
+// As models and codebooks of version 1 hold it: without the fields that came later.
+TEST(Recipe, ReadsTheVersionBefore) {
+  const std::string text = R"(kivsr-recipe 1
+source = audio
+source-width = 13
+front-end = general
+sample-rate = 16000
+pre-emphasis = 0.97
+frame-emphasis = no
+window-length = 400
+shift = 160
+fft-length = 512
+window = hamming
+remove-offset = yes
+pad-last-frame = no
+spectrum = power
+filters = mel
+unit-area = yes
+round-filters = yes
+filter-count = 23
+low-frequency = 20
+high-frequency = 8000
+mel-multiplier = 1126.994
+mel-divisor = 700
+log-floor = 1
+log-offset = 0
+transform = dct
+cepstrum-count = 13
+lifter = 22
+zeroth = first
+output-kind = cepstra
+prediction-order = 12
+energy = no
+noise-reduction = none
+noise-memory = 0.75
+noise-floor = 0.1
+noise-residual = 0.005
+noise-first = 0.05
+noise-smoothing = 0.3
+equalise = none
+reference-cepstrum =
+normalise-energy = no
+silence-floor = 50
+energy-scale = 0.1
+energy-maximum = utterance
+normalise = none
+normalise-frames = 300
+dynamics = win2
+regression-window = 2
+pitch = no
+pitch-low = 60
+pitch-high = 500
+speech-column = no
+drop-frames = no
+)";
+  Recipe expected = preset("mfcc");
+  expected.front_end.remove_offset = OffsetRemoval::kAfterEmphasis;
+  expected.dynamics = Dynamics::kWin2;
+  EXPECT_EQ(differences(Recipe::parse(text, "old"), expected), std::vector<std::string>());
+  std::string without = text;
+  without.replace(without.find("remove-offset = yes"), 19, "remove-offset = no");
+  EXPECT_EQ(Recipe::parse(without, "old").front_end.remove_offset, OffsetRemoval::kNone);
+  without.erase(without.find("lifter = 22\n"), 12);
+  EXPECT_NE(fault_of([&] { (void)Recipe::parse(without, "old"); }).find("does not say \"lifter\""), std::string::npos);
+}
+
+TEST(Recipe, AnExplainedTextIsARecipe) {
+  for (const std::string& name : preset_names()) {
+    const std::string text = preset(name).explained_text();
+    EXPECT_EQ(Recipe::parse(text, name), preset(name));
+    EXPECT_NE(text.find("\n# Scale on which the sides of the triangles are straight: hertz, mel, bins, whole-bins\n"
+                        "filters = "),
+              std::string::npos)
+        << name;
+  }
 }
 
 TEST(Recipe, AnotherRecipeIsRefusedByName) {
@@ -136,10 +216,13 @@ TEST(Recipe, SaysWhatNeedsTheWholeUtterance) {
   EXPECT_EQ(preset("mfcc").needs_whole_utterance(), "");
   EXPECT_EQ(preset("aurora").needs_whole_utterance(), "");
   EXPECT_NE(preset("sphinx-39").needs_whole_utterance().find("mean"), std::string::npos);
-  EXPECT_NE(preset("htk-like").needs_whole_utterance().find("maximum"), std::string::npos);
+  EXPECT_NE(preset("htk-mfcc:MFCC_E_D_A").needs_whole_utterance().find("maximum"), std::string::npos);
   Recipe recipe = preset("mfcc");
   recipe.noise_reduction.method = NoiseMethod::kMcraEmns;
   EXPECT_NE(recipe.needs_whole_utterance().find("noise"), std::string::npos);
+  EXPECT_NE(preset("librosa-mfcc").needs_whole_utterance().find("largest"), std::string::npos);
+  EXPECT_NE(preset("whisper").needs_whole_utterance().find("largest"), std::string::npos);
+  EXPECT_EQ(preset("kaldi-plp").needs_whole_utterance(), "");
   recipe = preset("mfcc");
   recipe.dynamics = Dynamics::kRegression;
   EXPECT_NE(recipe.needs_whole_utterance().find("regression"), std::string::npos);
