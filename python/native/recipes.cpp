@@ -209,7 +209,8 @@ py::object field_of(const Recipe& recipe, const std::string& name) {
 }  // namespace
 
 Recipe make_recipe(const std::string& preset, int sample_rate, const py::dict& options) {
-  const Recipe start = sample_rate > 0 ? speech::preset(preset, sample_rate) : speech::preset(preset);
+  const auto of_toolkit = sample_rate > 0 ? speech::preset_at(preset, sample_rate) : std::nullopt;
+  const Recipe start = of_toolkit ? *of_toolkit : speech::preset(preset, std::max(sample_rate, 0));
   Recipe recipe = start;
   if (sample_rate > 0) recipe.front_end.sample_rate = sample_rate;
   set_options(recipe, options);

@@ -89,13 +89,12 @@ FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters)
   call<kivsDFTGetBufSize_R_32f>(dft_, &bytes);
   dft_work_.resize(size_of(std::max(bytes, 1)));  // no null pointer, which would be allocated
   filters_ = mel_filters(parameters_);
-  make_transform();
+  if (parameters_.output == Output::kCepstra) make_transform();
   if (parameters_.output == Output::kPlp) perceptual_.emplace(parameters_);
   bins_.resize(size_of(spectrum_width()));
   energies_.resize(size_of(parameters_.filter_count));
   const float least = parameters_.logarithm == Logarithm::kNone ? 0.0F : kSmallestEnergy;
   floor_.assign(size_of(parameters_.filter_count), std::max(parameters_.log_floor, least));
-  transformed_.resize(size_of(parameters_.cepstrum_count) + 1);
 }
 
 int FrameAnalysis::spectrum_width() const {
@@ -117,6 +116,7 @@ void FrameAnalysis::make_transform() {
   if (parameters_.transform == Transform::kLegacy) zeroth = scale = 1.0 / filters;
   std::vector<float> weights = lifter_weights(parameters_, count, scale);
   weights.back() = static_cast<float>(zeroth * lifter_weight(parameters_, 0));
+  transformed_.resize(size_of(count) + 1);
   transform_ = DctLifter32f::make<kivsDCTLifterInitAlloc_MulC0_32f>(parameters_.filter_count, weights, count);
 }
 

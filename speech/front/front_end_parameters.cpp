@@ -131,7 +131,8 @@ void FrontEndParameters::validate() const {
   validate_framing(*this);
   validate_filters(*this);
   validate_logarithm(*this);
-  require(cepstrum_count >= 1 && cepstrum_count <= filter_count,
+  const bool of_filters = output == Output::kCepstra || output == Output::kPlp;
+  require(cepstrum_count >= 1 && (!of_filters || cepstrum_count <= filter_count),
           "the cepstra must be at least one and at most the filters");
   require(output != Output::kPlp || cepstrum_count <= prediction_order + 1,
           "perceptual linear prediction has no more cepstra than its order, and c0");

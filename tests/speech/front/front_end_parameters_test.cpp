@@ -32,6 +32,7 @@ TEST(FrontEndParameters, RefusesContradictions) {
   EXPECT_FALSE(refused([](auto& p) { p.low_frequency = 0.0F, p.filter_count = 20; }));
   EXPECT_TRUE(refused([](auto& p) { p.high_frequency = p.low_frequency; }));
   EXPECT_TRUE(refused([](auto& p) { p.cepstrum_count = 41; }));
+  EXPECT_FALSE(refused([](auto& p) { p.filter_count = 8, p.output = Output::kLogMel; })) << "no cepstra";
   EXPECT_TRUE(refused([](auto& p) { p.filter_count = 200; })) << "filters narrower than a bin, edges on bins";
   EXPECT_TRUE(refused([](auto& p) { p.log_floor = -1.0F; }));
   EXPECT_FALSE(refused([](auto& p) { p.filter_count = 100, p.round_filters = false; }));
