@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <iterator>
 #include <limits>
+#include <type_traits>
 
 #include "frame/rounding_mode.h"
 #include "frame/scale.h"
@@ -102,7 +103,7 @@ std::uint64_t places_of(const Sum* x, Sum value) {
 constexpr double kMostEnergy = 0x1p50;
 
 // A sum of nine counts each square of a sample twice at most, so that those of a frame of less energy fit 32 bits.
-constexpr double kMostIntegerEnergy = 0x1p30 - 8;
+constexpr double kMostIntegerEnergy = 0x1p31 - 8;
 
 // Of numbers that are not negative.
 void store_floor(double* to, Doubles v) { store(to, floor(min(v, Doubles::broadcast(kMostEnergy)))); }
@@ -110,10 +111,13 @@ void store_floor(std::int32_t* to, Doubles v) { store_truncated(to, v); }
 
 // The sums of nine neighbours' rounded energies, less than nothing outside the frame. Products of two samples are exact
 // in double precision, and so are the sums of integers; Sum is double, or int32_t for a frame of less than
-// kMostIntegerEnergy.
+// kMostIntegerEnergy, whose sums count from its second least number on.
 template <class Sum>
 class Energies {
   using V = simd::Vec<Sum>;
+  static constexpr bool kIntegers = std::is_integral_v<Sum>;
+  static constexpr Sum kOutside = kIntegers ? std::numeric_limits<Sum>::min() : Sum{-1};
+  static constexpr Sum kNothing = kOutside + 1;
 
  public:
   // x: halves of the samples.
@@ -140,15 +144,15 @@ class Energies {
     q[kLast] = first(rounded(at(kLast), at(kLast - 1), at(kLast)));
     fill(quarters, q, q[0]);
     fill(q + kFrame, std::end(quarters), q[kFrame - 1]);
-    fill(sums_, sums_ + kFarthest, Sum{-1});
+    fill(sums_, sums_ + kFarthest, kOutside);
     add_neighbours(quarters);
-    fill(sums_ + kFarthest + kFrame, std::end(sums_), Sum{-1});
+    fill(sums_ + kFarthest + kFrame, std::end(sums_), kOutside);
   }
 
-  // The first maximum, or -1 if nothing is above zero.
+  // The first maximum, or -1 if there is no energy.
   int first_maximum() const {
     const Sum* const s = sums_ + kFarthest;
-    if (!(largest_ > 0)) return -1;
+    if (!(largest_ > kNothing)) return -1;
     const V wanted = V::broadcast(largest_);
     for (int i = 0;; i += V::width) {
       if (const unsigned found = bit_mask(simd::load<Sum>(s + i) == wanted); found != 0) {
@@ -180,9 +184,11 @@ class Energies {
     for (int i = 0; i < kThrees; i += V::width) {
       store(threes + i, simd::load<Sum>(q + i) + simd::load<Sum>(q + i + 1) + simd::load<Sum>(q + i + 2));
     }
-    V most = V::zero();
+    const V nothing = V::broadcast(kNothing);
+    V most = nothing;
     for (int i = 0; i < kFrame; i += V::width) {
-      const V sum = simd::load<Sum>(threes + i) + simd::load<Sum>(threes + i + 3) + simd::load<Sum>(threes + i + 6);
+      const V six = simd::load<Sum>(threes + i) + simd::load<Sum>(threes + i + 3);
+      const V sum = six + (simd::load<Sum>(threes + i + 6) + nothing);
       store(sums_ + kFarthest + i, sum);
       most = max(sum, most);
     }
