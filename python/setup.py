@@ -25,7 +25,7 @@ class CMakeBuild(build_ext):
         subprocess.run(["cmake", "-S", ROOT, "-B", build, *options], check=True, stdout=subprocess.DEVNULL)
         subprocess.run(["cmake", "--build", build, "-j", jobs, "--target", "kivsr_python"], check=True)
         source = build / "python" / "kivsr"
-        target = ROOT / "python" / "kivsr" if self.inplace else Path(self.build_lib) / "kivsr"
+        target = ROOT / "python" / "src" / "kivsr" if self.inplace else Path(self.build_lib) / "kivsr"
         for pattern in ("*.so", "*/*.so", "*/__init__.py", "*.py", "*.pyi", "py.typed"):
             for file in source.glob(pattern):
                 copy = target / file.relative_to(source)
@@ -42,6 +42,7 @@ class CMakeBuild(build_ext):
 # packages: the folders of extensions come from the build.
 setup(
     packages=["kivsr"],
+    package_dir={"": "src"},
     package_data={"kivsr": ["py.typed", "*.pyi"]},
     ext_modules=[Extension("kivsr._native", sources=[])],
     cmdclass={"build_ext": CMakeBuild},

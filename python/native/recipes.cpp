@@ -126,6 +126,19 @@ void set_options(Recipe& recipe, const py::dict& options) {
   }
 }
 
+// What a preset says about columns that the options took away goes with them.
+void follow(const py::dict& options, Recipe& recipe) {
+  const auto given = [&](const char* name) { return options.contains(name); };
+  const bool energy = recipe.front_end.energy;
+  const bool derived = recipe.dynamics != speech::Dynamics::kNone;
+  const bool whole = recipe.normalisation == speech::Normalisation::kMean ||
+                     recipe.normalisation == speech::Normalisation::kMeanVariance;
+  if (!energy && !given("normalise_energy")) recipe.normalise_energy = false;
+  if (!(energy && whole) && !given("normalise_cepstra_only")) recipe.normalise_cepstra_only = false;
+  if (!(energy && derived) && !given("drop_energy")) recipe.drop_energy = false;
+  if (!derived && !given("derivatives")) recipe.derivatives = Recipe().derivatives;
+}
+
 // What the options say goes before what would follow from the rate or from the other fields.
 void fit(const Recipe& start, const py::dict& options, Recipe& recipe) {
   auto& front_end = recipe.front_end;
@@ -146,10 +159,12 @@ void fit(const Recipe& start, const py::dict& options, Recipe& recipe) {
       front_end.window_length <= speech::kLongestFrame) {
     front_end.fft_length = static_cast<int>(std::bit_ceil(static_cast<unsigned>(front_end.window_length)));
   }
-  if (!given("normalise_energy") && !front_end.energy) recipe.normalise_energy = false;
+  follow(options, recipe);
+  // These derivatives read c1 .. c12, c0 and the log energy, whatever the front end would give by itself.
   if (recipe.dynamics == speech::Dynamics::kAurora && recipe.source == speech::Source::kAudio) {
     front_end.zeroth = speech::ZerothCepstrum::kLast;
     front_end.energy = true;
+    front_end.energy_first = false;
   }
 }
 
@@ -222,6 +237,7 @@ Recipe make_recipe(const std::string& preset, int sample_rate, const py::dict& o
 Recipe with_options(const Recipe& recipe, const py::dict& options) {
   Recipe changed = recipe;
   set_options(changed, options);
+  fit(recipe, options, changed);
   validate(changed, options);
   return changed;
 }

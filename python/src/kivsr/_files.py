@@ -136,7 +136,7 @@ def write_features(file: Path, rows: ArrayLike, recipe: Recipe | None = None) ->
 
 def load_features(
     files: Path | Sequence[Path],
-    preset: str | Recipe = "mfcc",
+    preset: str | Recipe = "kaldi-mfcc",
     *,
     jobs: int = 1,
     raw_rate: int | None = None,

@@ -19,7 +19,7 @@ Rows = np.ndarray
 def features(
     y: ArrayLike | list[np.ndarray],
     sample_rate: int = 16000,
-    preset: str | Recipe = "mfcc",
+    preset: str | Recipe = "kaldi-mfcc",
     *,
     scale: float | None = None,
     jobs: int = 1,
@@ -70,7 +70,9 @@ def features(
     return native.features(y, recipe, scale)
 
 
-def mfcc(y: Any, sample_rate: int = 16000, n_mfcc: int = 13, preset: str | Recipe = "mfcc", **options: Any) -> Any:
+def mfcc(
+    y: Any, sample_rate: int = 16000, n_mfcc: int = 13, preset: str | Recipe = "kaldi-mfcc", **options: Any
+) -> Any:
     """Mel-frequency cepstra: `features` with the number of cepstra, c0 counted.
 
     >>> kivsr.mfcc(np.zeros(16000, np.int16), n_mfcc=20).shape
@@ -79,29 +81,28 @@ def mfcc(y: Any, sample_rate: int = 16000, n_mfcc: int = 13, preset: str | Recip
     return features(y, sample_rate, preset, n_mfcc=n_mfcc, **options)
 
 
-def fbank(y: Any, sample_rate: int = 16000, n_mels: int = 23, preset: str | Recipe = "mfcc", **options: Any) -> Any:
+def fbank(
+    y: Any, sample_rate: int = 16000, n_mels: int = 23, preset: str | Recipe = "kaldi-fbank", **options: Any
+) -> Any:
     """Log energies of a mel filter bank: `features` without the cosine transform.
 
     >>> kivsr.fbank(np.zeros(16000, np.int16), n_mels=40).shape
     (98, 40)
     """
-    return features(y, sample_rate, preset, n_mels=n_mels, output_kind="log-mel", **_fewer_cepstra(n_mels, options))
+    return features(y, sample_rate, preset, n_mels=n_mels, output_kind="log-mel", **options)
 
 
-def log_mel(y: Any, sample_rate: int = 16000, n_mels: int = 80, preset: str | Recipe = "mfcc", **options: Any) -> Any:
+def log_mel(
+    y: Any, sample_rate: int = 16000, n_mels: int = 80, preset: str | Recipe = "kaldi-fbank", **options: Any
+) -> Any:
     """Log mel spectrogram: `fbank` with the 80 bands that neural networks are usually given.
 
     >>> kivsr.log_mel(np.zeros(16000, np.int16)).shape
     (98, 80)
+    >>> kivsr.log_mel(np.zeros(16000, np.int16), preset="whisper").shape
+    (100, 80)
     """
     return fbank(y, sample_rate, n_mels, preset, **options)
-
-
-def _fewer_cepstra(n_mels: int, options: dict[str, Any]) -> dict[str, Any]:
-    """Rows of bands have no cepstra, whose number must not be above that of the bands all the same."""
-    if "n_mfcc" in options or "cepstrum_count" in options or n_mels >= 13:
-        return options
-    return {**options, "cepstrum_count": max(1, int(n_mels))}
 
 
 def etsi_afe(y: Any, sample_rate: int = 16000, *, scale: float | None = None, jobs: int = 1, **options: Any) -> Any:
@@ -141,7 +142,7 @@ class FrontEnd:
 
     def __init__(
         self,
-        preset: str | Recipe = "mfcc",
+        preset: str | Recipe = "kaldi-mfcc",
         sample_rate: int | None = None,
         *,
         scale: float | None = None,

@@ -86,7 +86,7 @@ class Mixture:
 
 
 def train_mixture(
-    rows: ArrayLike | list[np.ndarray],
+    rows: Any,
     components: int = 16,
     *,
     iterations: int = 6,

@@ -63,7 +63,7 @@ def whole_rate(sample_rate: Any, name: str = "sample_rate") -> int:
     return rate
 
 
-def _preset(preset: str = "mfcc", sample_rate: int | None = None, **options: Any) -> Recipe:
+def _preset(preset: str = "kaldi-mfcc", sample_rate: int | None = None, **options: Any) -> Recipe:
     """The recipe of a preset, at another sampling rate and with options if they are given.
 
     >>> kivsr.Recipe.preset("mfcc", 8000, filter_count=20).window_length

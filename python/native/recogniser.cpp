@@ -1,0 +1,237 @@
+// Speech to words, whole or as it comes.
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <pybind11/stl.h>
+#include <pybind11/stl/filesystem.h>
+
+#include "kivsr/speech/decode/mixture_scorer.h"
+#include "kivsr/speech/decode/ngram_language.h"
+#include "kivsr/speech/decode/search_network.h"
+#include "kivsr/speech/decode/viterbi_search.h"
+#include "kivsr/speech/front/feature_chain.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/models/packed_ngram_file.h"
+#include "kivsr/speech/models/word_acoustic_model.h"
+#include "kivsr/speech/models/word_model_file.h"
+#include "native/bindings.h"
+#include "native/rows.h"
+
+namespace kivsr::python {
+
+namespace {
+
+using std::filesystem::path;
+
+// What may be said: words in any order, a grammar, or an n-gram model; all empty: the words of a word model.
+struct Language {
+  std::optional<std::vector<std::string>> words;
+  std::string grammar;  // its text
+  std::string rule;
+  std::string ngram;
+
+  bool given() const { return words.has_value() || !grammar.empty(); }
+  speech::WordNetwork network() const {
+    return words ? speech::word_loop(*words, "words")
+                 : speech::grammar_network(speech::parse_grammar(grammar, "grammar"), rule);
+  }
+};
+
+path dictionary_path(const std::string& given, const path& model) {
+  const path file = given.empty() ? speech::find_model_dictionary(model) : path(given);
+  if (file.empty()) throw speech::Fault("dictionary: the model " + model.string() + " has none beside it");
+  return file;
+}
+
+// Model, network and search refer to each other: they stay where they are.
+class Recogniser {
+ public:
+  Recogniser(const std::string& model, const Language& language, const std::string& dictionary,
+             const speech::SearchWeights& weights, const speech::Beams& beams, std::optional<double> scale)
+      : scale_(scale) {
+    const py::gil_scoped_release released;
+    if (speech::is_word_model_file(model)) {
+      open_words(model, language, dictionary, weights);
+    } else {
+      open_phones(model, language, dictionary, weights);
+    }
+    scorer_ = speech::make_mixture_scorer(*model_, {});
+    search_ = std::make_unique<speech::ViterbiSearch>(network_, *model_, *scorer_, beams);
+    chain_.emplace(model_->recipe);
+    beams_ = beams;
+  }
+  Recogniser(const Recogniser&) = delete;
+
+  const speech::Recipe& recipe() const { return model_->recipe; }
+
+  // Words that no more sound can change.
+  py::list push(const py::object& block) {
+    const Samples samples(block, "block", scale_);
+    std::vector<speech::HypothesisWord> words;
+    run([&] {
+      begun_ = true;
+      samples.each_checked_block([&](std::span<const float> part) { chain_->push(part, follow()); });
+      words = search_->take_settled();
+    });
+    return words_list(words);
+  }
+  py::tuple finish() {
+    speech::Hypothesis hypothesis;
+    run([&] { hypothesis = end(); });
+    return result(hypothesis);
+  }
+  py::tuple whole(const py::object& y, const std::string& name) {
+    const Samples samples(y, name, scale_);
+    samples.require_some();
+    speech::Hypothesis hypothesis;
+    run([&] {
+      require_start();
+      begun_ = true;
+      samples.each_block([&](std::span<const float> part) { chain_->push(part, follow()); });
+      hypothesis = end();
+    });
+    return result(hypothesis);
+  }
+  // Rows of the model's recipe.
+  py::tuple whole_rows(const py::object& array) {
+    const speech::FeatureMatrix rows = rows_of(array, "rows", recipe().width());
+    speech::Hypothesis hypothesis;
+    run([&] {
+      require_start();
+      begun_ = true;
+      follow()(rows);
+      hypothesis = search_->finish();
+      begun_ = false;
+    });
+    return result(hypothesis);
+  }
+
+ private:
+  void open_words(const std::string& file, const Language& language, const std::string& dictionary,
+                  const speech::SearchWeights& weights) {
+    if (!language.ngram.empty()) throw speech::Fault("ngram: is for models of phones, " + file + " is one of words");
+    speech::WordRecogniser words = speech::word_recogniser(speech::read_word_model(file), file);
+    const speech::WordNetwork allowed = language.given() ? language.network() : speech::word_loop(words.words, file);
+    model_ = std::make_unique<speech::AcousticModel>(std::move(words.acoustic));
+    const auto vocabulary = allowed.vocabulary();
+    const speech::Dictionary pronunciations =
+        dictionary.empty() ? std::move(words.dictionary) : speech::Dictionary::read(dictionary, &vocabulary);
+    network_ = speech::build_search_network(allowed, pronunciations, *model_, weights);
+  }
+  void open_phones(const std::string& name, const Language& language, const std::string& dictionary,
+                   const speech::SearchWeights& weights) {
+    if (language.given() != language.ngram.empty()) {
+      throw speech::Fault("recognise: one of words, grammar and ngram is wanted for a model of phones");
+    }
+    model_ = std::make_unique<speech::AcousticModel>(speech::read_acoustic_model(speech::find_model_folder(name)));
+    const path pronunciations = dictionary_path(dictionary, model_->folder);
+    if (language.given()) {
+      const speech::WordNetwork allowed = language.network();
+      const auto vocabulary = allowed.vocabulary();
+      network_ = speech::build_search_network(allowed, speech::Dictionary::read(pronunciations, &vocabulary), *model_,
+                                              weights);
+      return;
+    }
+    std::vector<std::string> unknown;
+    network_ = speech::build_ngram_network(speech::read_ngram_model(language.ngram), pronunciations, *model_, weights,
+                                           unknown);
+  }
+
+  speech::RowTaker follow() {
+    return [this](const speech::FeatureMatrix& rows) {
+      for (int frame = 0; frame < rows.height(); ++frame) search_->push(rows.row(frame));
+    };
+  }
+  speech::Hypothesis end() {
+    chain_->finish(follow());
+    begun_ = false;
+    return search_->finish();
+  }
+  void require_start() const {
+    if (begun_) throw std::invalid_argument("y: an utterance has begun with push(), finish() ends it");
+  }
+  // Without the interpreter, the search to itself. A fault before the first sample is taken leaves all as it was;
+  // behind it the utterance has ended.
+  template <class Act>
+  void run(Act&& act) {
+    const py::gil_scoped_release released;
+    const std::lock_guard lock(mutex_);
+    const bool before = begun_;
+    try {
+      act();
+    } catch (const std::invalid_argument&) {
+      if (!before && begun_) start_again();
+      throw;
+    } catch (...) {
+      start_again();
+      throw;
+    }
+  }
+  void start_again() {
+    search_ = std::make_unique<speech::ViterbiSearch>(network_, *model_, *scorer_, beams_);
+    chain_.emplace(model_->recipe);
+    begun_ = false;
+  }
+
+  // (word, start, end, filler)
+  py::list words_list(const std::vector<speech::HypothesisWord>& words) const {
+    const double seconds = model_->recipe.frame_seconds();
+    py::list list;
+    for (const speech::HypothesisWord& word : words) {
+      const speech::SearchLabel& label = network_.labels[static_cast<std::size_t>(word.label)];
+      list.append(
+          py::make_tuple(label.word, word.first_frame * seconds, (word.last_frame + 1) * seconds, label.filler));
+    }
+    return list;
+  }
+  py::tuple result(const speech::Hypothesis& hypothesis) const {
+    return py::make_tuple(words_list(hypothesis.words), hypothesis.score, hypothesis.complete);
+  }
+
+  std::optional<double> scale_;
+  std::unique_ptr<speech::AcousticModel> model_;
+  speech::SearchNetwork network_;
+  std::unique_ptr<speech::Scorer> scorer_;
+  std::unique_ptr<speech::ViterbiSearch> search_;
+  speech::Beams beams_;
+  std::optional<speech::FeatureChain> chain_;
+  std::mutex mutex_;
+  bool begun_ = false;
+};
+
+std::unique_ptr<Recogniser> make(const std::string& model, const std::optional<std::vector<std::string>>& words,
+                                 const std::string& grammar, const std::string& rule, const std::string& ngram,
+                                 const std::string& dictionary, const py::dict& numbers, std::optional<double> scale) {
+  speech::SearchWeights weights;
+  speech::Beams beams;
+  const auto set = [&](const char* name, auto& member) {
+    if (!numbers.contains(name)) return;
+    member = static_cast<std::remove_reference_t<decltype(member)>>(numbers[name].cast<double>());
+  };
+  set("language_weight", weights.language_weight);
+  set("insertion_penalty", weights.insertion_penalty);
+  set("silence_penalty", weights.silence_penalty);
+  set("noise_penalty", weights.noise_penalty);
+  set("beam", beams.state);
+  set("word_beam", beams.word);
+  return std::make_unique<Recogniser>(model, Language{words, grammar, rule, ngram}, dictionary, weights, beams, scale);
+}
+
+}  // namespace
+
+void add_recogniser(py::module_& module) {
+  py::class_<Recogniser>(module, "Recogniser")
+      .def(py::init(&make), py::arg("model"), py::arg("words"), py::arg("grammar"), py::arg("rule"), py::arg("ngram"),
+           py::arg("dictionary"), py::arg("numbers"), py::arg("scale"))
+      .def_property_readonly("recipe", &Recogniser::recipe)
+      .def("push", &Recogniser::push, py::arg("block"))
+      .def("finish", &Recogniser::finish)
+      .def("whole", &Recogniser::whole, py::arg("y"), py::arg("name") = "y")
+      .def("whole_rows", &Recogniser::whole_rows, py::arg("rows"));
+}
+
+}  // namespace kivsr::python

@@ -1,0 +1,4 @@
+from typing import Any
+
+backend: str
+native: Any

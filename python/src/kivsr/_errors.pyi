@@ -1,0 +1,5 @@
+class Fault(ValueError): ...
+
+class StatusError(RuntimeError):
+    status: int
+    function: str

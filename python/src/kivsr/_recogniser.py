@@ -1,0 +1,145 @@
+"""Speech to words."""
+
+from __future__ import annotations
+
+import os
+from typing import Any, NamedTuple, Sequence
+
+import numpy as np
+from numpy.typing import ArrayLike
+
+from ._backend import native
+from ._batch import in_turn, is_batch
+from ._files import Path, readable
+from ._recipe import Recipe
+
+__all__ = ["Recogniser", "Recognition", "Word", "recognise"]
+
+
+class Word(NamedTuple):
+    """A word and when it was said, in seconds; filler: silence or a noise."""
+
+    text: str
+    start: float
+    end: float
+    filler: bool
+
+
+class Recognition(NamedTuple):
+    """What was heard: `text`, or `words` with times; complete: whether the utterance ended where a sentence may."""
+
+    words: list[Word]
+    score: float
+    complete: bool
+
+    @property
+    def text(self) -> str:
+        """The words without silence and noises."""
+        return " ".join(word.text for word in self.words if not word.filler)
+
+
+NUMBERS = ("language_weight", "insertion_penalty", "silence_penalty", "noise_penalty", "beam", "word_beam")
+
+
+class Recogniser:
+    """The words of a signal, whole or in blocks as it comes; one utterance after the other.
+
+    Parameters
+    ----------
+    model : path or str
+        Folder of an acoustic model, name of one that Debian installs, or a file of word models of `kivsr train`.
+    words : sequence of str, optional
+        Words that may follow each other in any order.
+    grammar : str or path, optional
+        A grammar in JSGF: its text, or its file.
+    ngram : path or str, optional
+        An n-gram model: ARPA text, packed, or the name of one that Debian installs. Of words, grammar and ngram one is
+        given; a file of word models needs none, its words may then follow each other.
+    rule : str
+        Rule of the grammar to start with; without it all that are public.
+    dictionary : path, optional
+        Of pronunciations; without it the one beside the model.
+    **numbers
+        language_weight, insertion_penalty, silence_penalty, noise_penalty, beam, word_beam of `kivsr recognise`.
+
+    A call takes a whole utterance at the rate of `recipe.sample_rate`. `push` gives the words that are settled, `finish`
+    the whole. Threads may share one; their calls take turns.
+    """
+
+    def __init__(
+        self,
+        model: Path = "en-us",
+        *,
+        words: Sequence[str] | None = None,
+        grammar: Path | None = None,
+        ngram: Path | None = None,
+        rule: str = "",
+        dictionary: Path | None = None,
+        scale: float | None = None,
+        **numbers: float,
+    ) -> None:
+        if isinstance(words, str):
+            raise TypeError("words: a sequence of words, not one text")
+        for name, value in numbers.items():
+            if name not in NUMBERS:
+                raise TypeError(f"{name}: no option of the recogniser (there are {', '.join(NUMBERS)})")
+            if not isinstance(value, (int, float)) or not np.isfinite(value):
+                raise ValueError(f"{name}: {value!r} is not a finite number")
+        text = "" if grammar is None else _grammar_text(grammar)
+        self._recogniser = native.Recogniser(
+            os.fspath(model), None if words is None else list(words), text, rule,
+            "" if ngram is None else os.fspath(ngram), "" if dictionary is None else readable(dictionary), numbers, scale)
+
+    @property
+    def recipe(self) -> Recipe:
+        """Of the features that the model was trained from."""
+        return self._recogniser.recipe
+
+    def push(self, block: ArrayLike) -> list[Word]:
+        """Words that no more sound can change."""
+        return [Word(*word) for word in self._recogniser.push(block)]
+
+    def finish(self) -> Recognition:
+        """The whole utterance; the next push begins another."""
+        return _recognition(self._recogniser.finish())
+
+    def __call__(self, y: ArrayLike) -> Recognition:
+        """A whole utterance; none must have begun."""
+        return _recognition(self._recogniser.whole(y))
+
+    def of_rows(self, rows: ArrayLike) -> Recognition:
+        """The same from features of the recipe."""
+        return _recognition(self._recogniser.whole_rows(rows))
+
+
+def _grammar_text(grammar: Path) -> str:
+    if isinstance(grammar, str) and grammar.lstrip().startswith("#JSGF"):
+        return grammar
+    with open(readable(grammar), encoding="utf-8") as stream:
+        return stream.read()
+
+
+def _recognition(result: Any) -> Recognition:
+    words, score, complete = result
+    return Recognition([Word(*word) for word in words], score, complete)
+
+
+def recognise(y: Any, model: Path = "en-us", *, jobs: int = 1, **options: Any) -> Any:
+    """The words of a recording, or of a list of them on threads; options of `Recogniser`, which is made once a thread.
+
+    Returns
+    -------
+    Recognition
+        `text`, `words` with times, `score`, `complete`; of a list, a list of them.
+    """
+    if not is_batch(y):
+        return Recogniser(model, **options)(y)
+    idle: list[Recogniser] = []
+
+    def one(signal: Any, name: str) -> Recognition:
+        recogniser = idle.pop() if idle else Recogniser(model, **options)
+        result = _recognition(recogniser._recogniser.whole(signal, name))
+        idle.append(recogniser)
+        return result
+
+    return in_turn(one, y, jobs)

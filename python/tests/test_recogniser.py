@@ -1,0 +1,79 @@
+from pathlib import Path
+
+import numpy as np
+import pytest
+
+import kivsr
+
+DATA = Path("/usr/share/pocketsphinx/test/data")
+GRAMMAR = """#JSGF V1.0;
+grammar move;
+public <move> = go (forward | backward) (one | two | three | ten) (meter | meters);
+"""
+pytestmark = pytest.mark.skipif(not DATA.is_dir(), reason="pocketsphinx-testdata is not installed")
+
+
+@pytest.fixture(scope="module")
+def y():
+    return kivsr.read_audio(DATA / "goforward.raw")[0]
+
+
+@pytest.fixture(scope="module")
+def recogniser():
+    return kivsr.Recogniser("en-us", grammar=GRAMMAR)
+
+
+def test_a_sentence(recogniser, y):
+    heard = recogniser(y)
+    assert heard.text == "go forward ten meters" and heard.complete
+    words = [word for word in heard.words if not word.filler]
+    assert [word.text for word in words] == heard.text.split()
+    assert all(a.end <= b.start + 1e-9 and a.start < a.end for a, b in zip(words, words[1:]))
+    assert 0 < words[0].start and words[-1].end <= len(y) / 16000 + 0.05
+    rows = kivsr.features(y, preset=recogniser.recipe)
+    assert recogniser.of_rows(rows) == heard
+    assert kivsr.Recogniser(grammar=DATA / "goforward.gram")(y).text == "go forward ten meters"
+
+
+def test_blocks_and_settled_words(recogniser, y):
+    settled = [word for block in np.array_split(y, 60) for word in recogniser.push(block)]
+    with pytest.raises(ValueError, match="y: an utterance has begun"):
+        recogniser(y)
+    with pytest.raises(ValueError, match="block: sample 0 is not"):
+        recogniser.push(np.array([np.nan]))
+    heard = recogniser.finish()
+    assert heard.text == "go forward ten meters"
+    assert settled == heard.words[: len(settled)]
+
+
+def test_words_in_any_order_and_batches(y):
+    results = kivsr.recognise([y, y[: len(y) // 2], y], words=["go", "forward", "ten", "meters"], jobs=2)
+    assert results[0].text == "go forward ten meters" and results[2] == results[0]
+
+
+@pytest.mark.parametrize(
+    "options, kind, text",
+    [
+        ({}, kivsr.Fault, "one of words, grammar and ngram"),
+        ({"words": ["go"], "ngram": "en-us"}, kivsr.Fault, "one of words, grammar and ngram"),
+        ({"words": "go"}, TypeError, "words: a sequence"),
+        ({"words": ["qqxyzzy"]}, kivsr.Fault, "qqxyzzy"),
+        ({"grammar": "#JSGF V1.0; grammar a; public <a> = ("}, kivsr.Fault, "grammar:1:"),
+        ({"grammar": "missing.gram"}, FileNotFoundError, "missing.gram"),
+        ({"words": ["go"], "dictionary": "missing.dic"}, FileNotFoundError, "missing.dic"),
+        ({"words": ["go"], "speed": 3}, TypeError, "speed: no option"),
+        ({"words": ["go"], "beam": float("nan")}, ValueError, "beam: nan"),
+        ({"model": "missing", "words": ["go"]}, kivsr.Fault, "missing"),
+    ],
+)
+def test_options_that_cannot_be_used(options, kind, text):
+    with pytest.raises(kind, match=text):
+        kivsr.Recogniser(**options)
+
+
+def test_signals_that_cannot_be_used(recogniser):
+    for bad in (np.zeros(0), np.zeros((2, 2)), np.array([np.inf])):
+        with pytest.raises(ValueError, match="^y: "):
+            recogniser(bad)
+    with pytest.raises(ValueError, match="rows: rows of"):
+        recogniser.of_rows(np.zeros((3, 2)))
