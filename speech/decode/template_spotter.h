@@ -37,7 +37,7 @@ struct SpotHit {
 };
 
 // The largest distance of a hit where the examples tell nothing: one label with one example.
-inline constexpr float kUsualThreshold = 0.62F;
+inline constexpr float kUsualThreshold = 0.58F;
 
 class TemplateSpotter {
  public:

@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <bit>
 #include <cassert>
+#include <cstdint>
 #include <iterator>
 #include <limits>
+#include <type_traits>
 
 #include "frame/rounding_mode.h"
 #include "frame/scale.h"
@@ -17,6 +19,7 @@ namespace kivsr {
 namespace {
 
 using Doubles = simd::Vec<double>;
+using Integers = simd::Vec<std::int32_t>;
 
 constexpr int kFrame = 200;
 constexpr int kReach = 4;  // of the sum of nine, to either side
@@ -24,132 +27,183 @@ constexpr int kNearest = 25;
 constexpr int kFarthest = 79;
 constexpr int kMostPulses = kFrame / kNearest + 1;
 constexpr double kLeastEnergy = 100.0;
-static_assert(kFrame % Doubles::width == 0);
+static_assert(kFrame % (2 * Doubles::width) == 0 && kFrame % Integers::width == 0);
 
+// Halves of the samples. Returns their energy.
 template <class T>
-double energy_of(const T* x) {
-  const auto add_square = [](Doubles sum, Doubles v) { return mul_add(v, v, sum); };
-  return reduce_sum<double>(kFrame, add_square, x);
+double halve(const T* x, double* halves) {
+  const Doubles half = Doubles::broadcast(0.5);
+  Doubles sums[2] = {Doubles::zero(), Doubles::zero()};
+  for (int i = 0; i < kFrame; i += 2 * Doubles::width) {
+#pragma GCC unroll 2
+    for (int k = 0; k < 2; ++k) {
+      const int place = i + k * Doubles::width;
+      const Doubles v = simd::load<double>(x + place) * half;
+      store(halves + place, v);
+      sums[k] = mul_add(v, v, sums[k]);
+    }
+  }
+  return sum_lanes(sums[0] + sums[1]);
 }
 
 template <class T>
 void fill(T* begin, T* end, T value) {
   using V = simd::Vec<T>;
   const V v = V::broadcast(value);
-  for (; end - begin >= V::width; begin += V::width) store(begin, v);
-  for (; begin != end; ++begin) *begin = value;
+  if (end - begin < V::width) return std::fill(begin, end, value);
+  for (; end - begin > V::width; begin += V::width) store(begin, v);
+  store(end - V::width, v);
+}
+
+double largest_lane(Doubles v) { return max_lanes(v); }
+std::int32_t largest_lane(Integers v) {
+  std::int32_t lanes[Integers::width];
+  store(lanes, v);
+#pragma GCC unroll 4
+  for (int n = Integers::width / 2; n > 0; n /= 2) {
+#pragma GCC unroll 4
+    for (int i = 0; i < n; ++i) lanes[i] = std::max(lanes[i], lanes[i + n]);
+  }
+  return lanes[0];
 }
 
 // The largest of kCount elements, four vectors of them or more, in four chains of comparisons.
-template <int kCount>
-double largest(const double* x) {
-  constexpr int kWidth = Doubles::width;
-  static_assert(kCount >= 4 * kWidth);
-  Doubles most[4];
-  for (int v = 0; v < 4; ++v) most[v] = simd::load<double>(x + v * kWidth);
-  int i = 4 * kWidth;
-  for (; i + 4 * kWidth <= kCount; i += 4 * kWidth) {
+template <int kCount, class Sum>
+Sum largest(const Sum* x) {
+  using V = simd::Vec<Sum>;
+  static_assert(kCount >= 4 * V::width);
+  V most[4];
+  for (int v = 0; v < 4; ++v) most[v] = simd::load<Sum>(x + v * V::width);
+  int i = 4 * V::width;
+  for (; i + 4 * V::width <= kCount; i += 4 * V::width) {
 #pragma GCC unroll 4
-    for (int v = 0; v < 4; ++v) most[v] = max(simd::load<double>(x + i + v * kWidth), most[v]);
+    for (int v = 0; v < 4; ++v) most[v] = max(simd::load<Sum>(x + i + v * V::width), most[v]);
   }
-  for (; i + kWidth <= kCount; i += kWidth) most[0] = max(simd::load<double>(x + i), most[0]);
-  most[1] = max(simd::load<double>(x + kCount - kWidth), most[1]);
-  return max_lanes(max(max(most[0], most[1]), max(most[2], most[3])));
+  for (; i + V::width <= kCount; i += V::width) most[0] = max(simd::load<Sum>(x + i), most[0]);
+  most[1] = max(simd::load<Sum>(x + kCount - V::width), most[1]);
+  return largest_lane(max(max(most[0], most[1]), max(most[2], most[3])));
 }
 
-// Places of `value` among the elements, which hold it, at least one vector of them.
-int first_of(const double* x, int count, double value) {
-  const Doubles wanted = Doubles::broadcast(value);
-  for (int i = 0;; i = std::min(i + Doubles::width, count - Doubles::width)) {
-    const unsigned found = bit_mask(simd::load<double>(x + i) == wanted);
-    if (found != 0) return i + std::countr_zero(found);
+// A bit for each element that is `value`.
+template <int kCount, class Sum>
+std::uint64_t places_of(const Sum* x, Sum value) {
+  using V = simd::Vec<Sum>;
+  static_assert(kCount >= V::width && kCount <= 64);
+  const V wanted = V::broadcast(value);
+  std::uint64_t places = 0;
+#pragma GCC unroll 16
+  for (int group = 0; group < (kCount + V::width - 1) / V::width; ++group) {
+    const int i = std::min(group * V::width, kCount - V::width);
+    places |= std::uint64_t{bit_mask(simd::load<Sum>(x + i) == wanted)} << i;
   }
-}
-int last_of(const double* x, int count, double value) {
-  const Doubles wanted = Doubles::broadcast(value);
-  for (int i = count - Doubles::width;; i = std::max(i - Doubles::width, 0)) {
-    const unsigned found = bit_mask(simd::load<double>(x + i) == wanted);
-    if (found != 0) return i + static_cast<int>(std::bit_width(found)) - 1;
-  }
+  return places;
 }
 
 // A pulse needs no more than this; larger energies of floats would leave the integers of double precision.
 constexpr double kMostEnergy = 0x1p50;
 
+// A sum of nine counts each square of a sample twice at most, so that those of a frame of less energy fit 32 bits.
+constexpr double kMostIntegerEnergy = 0x1p31 - 8;
+
+// Of numbers that are not negative.
+void store_floor(double* to, Doubles v) { store(to, floor(min(v, Doubles::broadcast(kMostEnergy)))); }
+void store_floor(std::int32_t* to, Doubles v) { store_truncated(to, v); }
+
 // The sums of nine neighbours' rounded energies, less than nothing outside the frame. Products of two samples are exact
-// in double precision, and so are the sums of integers.
+// in double precision, and so are the sums of integers; Sum is double, or int32_t for a frame of less than
+// kMostIntegerEnergy, whose sums count from its second least number on.
+template <class Sum>
 class Energies {
+  using V = simd::Vec<Sum>;
+  static constexpr bool kIntegers = std::is_integral_v<Sum>;
+  static constexpr Sum kOutside = kIntegers ? std::numeric_limits<Sum>::min() : Sum{-1};
+  static constexpr Sum kNothing = kOutside + 1;
+
  public:
-  template <class T>
-  explicit Energies(const T* x) {
-    double quarters[kFrame + 2 * kReach + Doubles::width];
-    double* const q = quarters + kReach;
-    const Doubles quarter = Doubles::broadcast(0.25);
+  // x: halves of the samples.
+  explicit Energies(const double* x) {
+    Sum quarters[kFrame + 2 * kReach + V::width];
+    Sum* const q = quarters + kReach;
     const Doubles half = Doubles::broadcast(0.5);
-    const Doubles most = Doubles::broadcast(kMostEnergy);
     const auto rounded = [&](Doubles here, Doubles before, Doubles behind) {
-      return floor(min(abs(here * here - before * behind) * quarter + half, most));
+      return abs(neg_mul_add(before, behind, here * here)) + half;
+    };
+    const auto first = [](Doubles v) {
+      Sum lanes[Doubles::width];
+      store_floor(lanes, v);
+      return lanes[0];
     };
     constexpr int kLast = kFrame - 1;
     for (int next = 1; next < kLast; next += Doubles::width) {
       const int i = std::min(next, kLast - Doubles::width);  // the last vector overlaps the one before
-      store(q + i, rounded(simd::load<double>(x + i), simd::load<double>(x + i - 1), simd::load<double>(x + i + 1)));
+      store_floor(q + i,
+                  rounded(simd::load<double>(x + i), simd::load<double>(x + i - 1), simd::load<double>(x + i + 1)));
     }
     const auto at = [&](int i) { return Doubles::broadcast(x[i]); };
-    q[0] = rounded(at(0), at(0), at(1)).first();
-    q[kLast] = rounded(at(kLast), at(kLast - 1), at(kLast)).first();
+    q[0] = first(rounded(at(0), at(0), at(1)));
+    q[kLast] = first(rounded(at(kLast), at(kLast - 1), at(kLast)));
     fill(quarters, q, q[0]);
     fill(q + kFrame, std::end(quarters), q[kFrame - 1]);
-    fill(sums_, sums_ + kFarthest, -1.0);
+    fill(sums_, sums_ + kFarthest, kOutside);
     add_neighbours(quarters);
-    fill(sums_ + kFarthest + kFrame, std::end(sums_), -1.0);
+    fill(sums_ + kFarthest + kFrame, std::end(sums_), kOutside);
   }
 
-  // The first maximum, or -1 if nothing is above zero.
+  // The first maximum, or -1 if there is no energy.
   int first_maximum() const {
-    const double* const s = sums_ + kFarthest;
-    const double most = largest<kFrame>(s);
-    return most > 0.0 ? first_of(s, kFrame, most) : -1;
+    const Sum* const s = sums_ + kFarthest;
+    if (!(largest_ > kNothing)) return -1;
+    const V wanted = V::broadcast(largest_);
+    for (int i = 0;; i += V::width) {
+      if (const unsigned found = bit_mask(simd::load<Sum>(s + i) == wanted); found != 0) {
+        return i + std::countr_zero(found);
+      }
+    }
   }
   // The maximum among those of kNearest to kFarthest places to the right or left that are in the frame, the farthest of
   // equals. There is one.
   int next_right(int pulse) const {
     assert(pulse >= 0 && pulse + kNearest < kFrame);
-    const double* const window = sums_ + kFarthest + pulse + kNearest;
-    return pulse + kNearest + last_of(window, kWindow, largest<kWindow>(window));
+    const Sum* const window = sums_ + kFarthest + pulse + kNearest;
+    const std::uint64_t places = places_of<kWindow>(window, largest<kWindow>(window));
+    return pulse + kNearest + static_cast<int>(std::bit_width(places)) - 1;
   }
   int next_left(int pulse) const {
     assert(pulse > kNearest && pulse < kFrame);
-    const double* const window = sums_ + pulse;
-    return pulse - kFarthest + first_of(window, kWindow, largest<kWindow>(window));
+    const Sum* const window = sums_ + pulse;
+    return pulse - kFarthest + std::countr_zero(places_of<kWindow>(window, largest<kWindow>(window)));
   }
 
  private:
   static constexpr int kWindow = kFarthest - kNearest + 1;
 
-  // In powers of two: pairs, fours, eights, nine.
-  void add_neighbours(const double* q) {
-    double pairs[kFrame + 8];
-    double fours[kFrame + 4];
-    for (int i = 0; i < kFrame + 8; i += Doubles::width) {
-      store(pairs + i, simd::load<double>(q + i) + simd::load<double>(q + i + 1));
+  // Threes of neighbours, and three of those.
+  void add_neighbours(const Sum* q) {
+    constexpr int kThrees = kFrame + 2 * kReach - 2;
+    Sum threes[kThrees + V::width];
+    for (int i = 0; i < kThrees; i += V::width) {
+      store(threes + i, simd::load<Sum>(q + i) + simd::load<Sum>(q + i + 1) + simd::load<Sum>(q + i + 2));
     }
-    for (int i = 0; i < kFrame + 4; i += Doubles::width) {
-      store(fours + i, simd::load<double>(pairs + i) + simd::load<double>(pairs + i + 2));
+    const V nothing = V::broadcast(kNothing);
+    V most = nothing;
+    for (int i = 0; i < kFrame; i += V::width) {
+      const V six = simd::load<Sum>(threes + i) + simd::load<Sum>(threes + i + 3);
+      const V sum = six + (simd::load<Sum>(threes + i + 6) + nothing);
+      store(sums_ + kFarthest + i, sum);
+      most = max(sum, most);
     }
-    for (int i = 0; i < kFrame; i += Doubles::width) {
-      const Doubles eight = simd::load<double>(fours + i) + simd::load<double>(fours + i + 4);
-      store(sums_ + kFarthest + i, eight + simd::load<double>(q + i + 8));
-    }
+    largest_ = largest_lane(most);
   }
 
-  double sums_[kFarthest + kFrame + kFarthest];
+  Sum sums_[kFarthest + kFrame + kFarthest];
+  Sum largest_;
 };
 
 // The pulses of a frame from left to right.
 class Pulses {
  public:
-  explicit Pulses(const Energies& energies) {
+  template <class Sum>
+  explicit Pulses(const Energies<Sum>& energies) {
     const int first = energies.first_maximum();
     if (first < 0) return;
     int left[kMostPulses];
@@ -194,14 +248,17 @@ void weigh(const float* weights, const Kiv16s* src, Kiv16s* dst) {
 template <class T>
 void process(const T* src, T* dst) {
   const NearestRounding nearest;
-  const double energy = energy_of(src);
+  double halves[kFrame];
+  const double energy = 4.0 * halve(src, halves);
   if (!(energy >= kLeastEnergy && energy <= std::numeric_limits<double>::max())) {
     std::copy(src, src + kFrame, dst);
     return;
   }
   float weights[kFrame + 1];
   fill(weights, std::end(weights), 0.4F);
-  Pulses(Energies(src)).each_interval([&](int begin, int end) { fill(weights + begin, weights + end, 0.6F); });
+  const Pulses pulses =
+      energy < kMostIntegerEnergy ? Pulses(Energies<std::int32_t>(halves)) : Pulses(Energies<double>(halves));
+  pulses.each_interval([&](int begin, int end) { fill(weights + begin, weights + end, 0.6F); });
   weights[kFrame] = weights[kFrame - 1];
   weigh(weights, src, dst);
 }

@@ -37,6 +37,16 @@ struct Pairs {
     return load_pairs<V>(from + 2 * V::width * i);
   }
 };
+// The same, real and imaginary parts apart.
+template <class T>
+struct Parts {
+  const T* re;
+  const T* im;
+  template <class V>
+  Complex<V> load(std::ptrdiff_t i) const {
+    return {pair_order(simd::load_as<V>(re + V::width * i)), pair_order(simd::load_as<V>(im + V::width * i))};
+  }
+};
 // Real numbers, one lane.
 template <class S>
 struct Reals {
@@ -211,13 +221,13 @@ template <class V, class T>
   }
 }
 
-// From the spectrum to Z, in pairs and exchanged.
+// From the spectrum to Z, its parts exchanged. Orders of pairs are their own inverses.
 template <class V, class S, class T>
-[[gnu::flatten, gnu::noinline]] void inverse_real_pass(const S* __restrict src, T* __restrict pairs,
+[[gnu::flatten, gnu::noinline]] void inverse_real_pass(const S* __restrict src, T* __restrict re, T* __restrict im,
                                                        std::ptrdiff_t count, const T* __restrict factors) {
   constexpr int W = V::width;
-  pairs[0] = static_cast<T>(src[0]) - static_cast<T>(src[2 * count]);
-  pairs[1] = static_cast<T>(src[0]) + static_cast<T>(src[2 * count]);
+  re[0] = static_cast<T>(src[0]) - static_cast<T>(src[2 * count]);
+  im[0] = static_cast<T>(src[0]) + static_cast<T>(src[2 * count]);
   for (std::ptrdiff_t group = 0; group < groups_of(count / 2, W); ++group) {
     const std::ptrdiff_t k = 1 + first_of(group, count / 2, W);
     const std::ptrdiff_t mirror = count - k - W + 1;
@@ -225,8 +235,10 @@ template <class V, class S, class T>
     const Complex<V> m = load_pairs_descending<V>(src + 2 * mirror);
     const Complex<V> e = {x.re + m.re, x.im - m.im};
     const Complex<V> d = rotated<true>(Complex<V>{x.re - m.re, x.im + m.im}, load_block<V>(factors, group));
-    store_pairs(pairs + 2 * k, Complex<V>{e.im + d.im, e.re + d.re});
-    store_pairs_descending(pairs + 2 * mirror, Complex<V>{d.im - e.im, e.re - d.re});
+    simd::store(re + k, pair_order(e.im + d.im));
+    simd::store(im + k, pair_order(e.re + d.re));
+    simd::store(re + mirror, pair_order_reversed(d.im - e.im));
+    simd::store(im + mirror, pair_order_reversed(e.re - d.re));
   }
 }
 

@@ -66,11 +66,17 @@ constexpr Plan plan_of(int length) {
   return plan;
 }
 
-// Calls f with a null pointer to the vector type of the plan.
+// Of the step between the complex transform and the real spectrum: there the numbers stand in their natural order.
+template <class T>
+constexpr int real_lanes(const Plan& plan) {
+  return plan.points / 2 >= simd::Vec<T>::width ? simd::Vec<T>::width : plan.lanes;
+}
+
+// Calls f with a null pointer to the vector type of so many lanes.
 template <class T, class F>
-inline void with_lanes(const Plan& plan, F f) {
-  if (plan.lanes == simd::Vec<T>::width) return f(static_cast<simd::Vec<T>*>(nullptr));
-  if (plan.lanes == 1) return f(static_cast<simd::Single<T>*>(nullptr));
+inline void with_lanes(int lanes, F f) {
+  if (lanes == simd::Vec<T>::width) return f(static_cast<simd::Vec<T>*>(nullptr));
+  if (lanes == 1) return f(static_cast<simd::Single<T>*>(nullptr));
   if constexpr (std::is_same_v<T, float>) f(static_cast<simd::Quad*>(nullptr));
 }
 
@@ -90,8 +96,10 @@ constexpr std::size_t lane_table_count(const Plan& plan) {
   return static_cast<std::size_t>(groups_of(plan.columns, plan.lanes) * 2 * plan.lanes * (plan.lanes - 1));
 }
 // Pairs of bins k and M - k for k = 1 .. M / 2.
+template <class T>
 constexpr std::size_t real_table_count(const Plan& plan) {
-  return static_cast<std::size_t>(groups_of(plan.points / 2, plan.lanes) * 2 * plan.lanes);
+  const int lanes = real_lanes<T>(plan);
+  return static_cast<std::size_t>(groups_of(plan.points / 2, lanes) * 2 * lanes);
 }
 // The first element of vector `group` of `count`: the last one reaches back over its neighbour.
 constexpr std::ptrdiff_t first_of(std::ptrdiff_t group, std::ptrdiff_t count, int lanes) {

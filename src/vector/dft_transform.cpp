@@ -97,7 +97,7 @@ struct ObjectParts {
   ObjectParts(const Plan& plan, int length) : transform(layout.add<Transform<T>>(1)) {
     passes = layout.add<T>(pass_table_count(plan));
     lanes = layout.add<T>(lane_table_count(plan));
-    real = layout.add<T>(length % 2 == 0 ? real_table_count(plan) : 0);
+    real = layout.add<T>(length % 2 == 0 ? real_table_count<T>(plan) : 0);
   }
 };
 
@@ -119,21 +119,29 @@ void with_areas(const Plan& plan, void* work, F f) {
   f(parts.area.in(block), parts.other.in(block));
 }
 
-template <class V, class S, class T>
+template <class S, class T>
 void forward_even(const S* src, T* dst, const Transform<T>& t, void* work) {
   with_areas<T>(t.plan, work, [&](T* area, T* other) {
     const std::ptrdiff_t count = t.plan.points;
-    complex_transform<V>(t.plan, t.factors, Pairs<S>{src}, area, other, SplitResult<T>{other, other + count});
-    forward_real_pass<V>(other, other + count, dst, count, t.factors.real, t.forward_factor);
+    with_lanes<T>(t.plan.lanes, [&]<class V>(V*) {
+      complex_transform<V>(t.plan, t.factors, Pairs<S>{src}, area, other, SplitResult<T>{other, other + count});
+    });
+    with_lanes<T>(real_lanes<T>(t.plan), [&]<class V>(V*) {
+      forward_real_pass<V>(other, other + count, dst, count, t.factors.real, t.forward_factor);
+    });
   });
 }
 
-template <class V, class S, class T>
+template <class S, class T>
 void inverse_even(const S* src, T* dst, const Transform<T>& t, void* work) {
   with_areas<T>(t.plan, work, [&](T* area, T* other) {
-    T* const pairs = t.plan.count % 2 != 0 ? other : area;  // where the first pass does not write
-    inverse_real_pass<V>(src, pairs, t.plan.points, t.factors.real);
-    complex_transform<V>(t.plan, t.factors, Pairs<T>{pairs}, area, other, ExchangedPairs<T>{dst, t.inverse_factor});
+    T* const re = t.plan.count % 2 != 0 ? other : area;  // where the first pass does not write
+    T* const im = re + t.plan.points;
+    with_lanes<T>(real_lanes<T>(t.plan),
+                  [&]<class V>(V*) { inverse_real_pass<V>(src, re, im, t.plan.points, t.factors.real); });
+    with_lanes<T>(t.plan.lanes, [&]<class V>(V*) {
+      complex_transform<V>(t.plan, t.factors, Parts<T>{re, im}, area, other, ExchangedPairs<T>{dst, t.inverse_factor});
+    });
   });
 }
 
@@ -194,23 +202,21 @@ Transform<T>* construct(void* object, int length, double forward_factor, double 
         {parts.passes.in(block), parts.lanes.in(block), parts.real.in(block)}};
   build_pass_table(plan, parts.passes.in(block));
   if (length % 2 != 0) return t;
-  with_lanes<T>(plan, [&]<class V>(V*) {
-    build_lane_table<V>(plan, parts.lanes.in(block));
-    build_real_table<V>(plan, parts.real.in(block));
-  });
+  with_lanes<T>(plan.lanes, [&]<class V>(V*) { build_lane_table<V>(plan, parts.lanes.in(block)); });
+  with_lanes<T>(real_lanes<T>(plan), [&]<class V>(V*) { build_real_table<V>(plan, parts.real.in(block)); });
   return t;
 }
 
 template <class S, class T>
 void forward(const S* src, T* dst, const Transform<T>& transform, void* work) {
   if (transform.length % 2 != 0) return forward_odd(src, dst, transform, work);
-  with_lanes<T>(transform.plan, [&]<class V>(V*) { forward_even<V>(src, dst, transform, work); });
+  forward_even(src, dst, transform, work);
 }
 
 template <class S, class T>
 void inverse(const S* src, T* dst, const Transform<T>& transform, void* work) {
   if (transform.length % 2 != 0) return inverse_odd(src, dst, transform, work);
-  with_lanes<T>(transform.plan, [&]<class V>(V*) { inverse_even<V>(src, dst, transform, work); });
+  inverse_even(src, dst, transform, work);
 }
 
 template std::size_t object_bytes<float>(int length);

@@ -87,17 +87,23 @@ class Rotations {
       squares_p[k] = squares_[p[k]];
       squares_q[k] = squares_[q[k]];
     }
-    alignas(32) double cosines[kPairs];
     alignas(32) double sines[kPairs];
-    unsigned needed = 0;
+    alignas(32) double tangents[kPairs];
+    PairBits pairs;
     for (int k = 0; k < kPairs; k += W) {
-      needed |= angles(squares_p + k, squares_q + k, products_pq + k, cosines + k, sines + k) << k;
+      const PairBits some = angles(squares_p + k, squares_q + k, products_pq + k, sines + k, tangents + k);
+      pairs.needed |= some.needed << k;
+      pairs.exchanged |= some.exchanged << k;
     }
-    if (needed == 0) return;
+    if (pairs.needed == 0) return;
     changed_ = true;
     for (int k = 0; k < kPairs; ++k) {
-      if ((needed >> k & 1) == 0) continue;
-      turn(rows_.row(p[k]), rows_.row(q[k]), V::broadcast(cosines[k]), V::broadcast(sines[k]));
+      if ((pairs.needed >> k & 1) == 0) continue;
+      double* const first = rows_.row(p[k]);
+      double* const second = rows_.row(q[k]);
+      const bool exchanged = (pairs.exchanged >> k & 1) != 0;
+      turn(exchanged ? second : first, exchanged ? first : second, first, second, V::broadcast(sines[k]),
+           V::broadcast(tangents[k]));
       // A difference of which little is left is not accurate enough for the next angle.
       const double least = std::min(squares_[p[k]], squares_[q[k]]);
       squares_[p[k]] = squares_p[k];
@@ -120,17 +126,24 @@ class Rotations {
     return even + odd;
   }
 
-  // The rotations that make rows of square lengths a and b and product d orthogonal and the first of them the longer
-  // one: p becomes cosine p + sine q, q becomes cosine q - sine p; a and b become the square lengths afterwards. A bit
-  // is set where it is needed: the cosine of the rows' angle is above rounding.
-  static unsigned angles(double* squares_p, double* squares_q, const double* products, double* cosine, double* sine) {
+  // A bit a pair.
+  struct PairBits {
+    unsigned needed = 0;     // the cosine of the rows' angle is above rounding
+    unsigned exchanged = 0;  // the second row is the longer one
+  };
+
+  // The rotations by at most 45 degrees that make rows of square lengths a and b and product d orthogonal, with the
+  // longer row as the first: their sines, and the tangents of half their angles. a and b become the square lengths
+  // afterwards, the longer one first.
+  static PairBits angles(double* squares_p, double* squares_q, const double* products, double* sine,
+                         double* half_tangent) {
     const V a = simd::load<double>(squares_p);
     const V b = simd::load<double>(squares_q);
     const V d = simd::load<double>(products);
     const V one = V::broadcast(1.0);
     constexpr double kLeast = 2 * std::numeric_limits<double>::epsilon();
     const unsigned needed = simd::bit_mask((d / a) * (d / b) > V::broadcast(kLeast * kLeast));
-    if (needed == 0) return 0;
+    if (needed == 0) return {};
     // tan of twice the angle is d / delta; both are divided by the larger one.
     const V delta = simd::abs(a - b) * V::broadcast(0.5);
     const V size = simd::abs(d);
@@ -138,25 +151,24 @@ class Rotations {
     const V ratio = simd::min(delta, size) / simd::max(delta, size);
     const V root = simd::sqrt(simd::mul_add(ratio, ratio, one));
     const V tangent = simd::select(small_angle, ratio, one) / (simd::select(small_angle, one, ratio) + root);
-    const V c = one / simd::sqrt(simd::mul_add(tangent, tangent, one));
-    const V s = tangent * c;
-    const auto in_order = a >= b;
+    const V secant = simd::sqrt(simd::mul_add(tangent, tangent, one));
     const V sign = d & V::broadcast(-0.0);
-    // With the roles of the rows changed, p becomes s p + c q and q becomes s q - c p: the sine takes the sign of d.
-    simd::store(cosine, simd::select(in_order, c, s));
-    simd::store(sine, simd::select(in_order, s, c) ^ sign);
+    simd::store(sine, (tangent / secant) ^ sign);
+    simd::store(half_tangent, (tangent / (one + secant)) ^ sign);
     simd::store(squares_p, simd::mul_add(tangent, size, simd::max(a, b)));
     simd::store(squares_q, simd::neg_mul_add(tangent, size, simd::min(a, b)));
-    return needed;
+    return {needed, simd::bit_mask(b > a)};
   }
 
-  void turn(double* p, double* q, V cosine, V sine) const {
+  // x' = x + s (y - t x) and y' = y - s (x + t y), t the tangent of half the angle: x cos + y sin and y cos - x sin,
+  // but what is rounded besides the result is as small as the angle.
+  void turn(const double* x, const double* y, double* new_x, double* new_y, V sine, V half_tangent) const {
 #pragma GCC unroll 2
     for (std::ptrdiff_t i = 0; i < 2 * rows_.half; i += W) {
-      const V a = simd::load<double>(p + i);
-      const V b = simd::load<double>(q + i);
-      simd::store(p + i, simd::mul_add(sine, b, cosine * a));
-      simd::store(q + i, simd::neg_mul_add(sine, a, cosine * b));
+      const V a = simd::load<double>(x + i);
+      const V b = simd::load<double>(y + i);
+      simd::store(new_x + i, simd::mul_add(sine, simd::neg_mul_add(half_tangent, a, b), a));
+      simd::store(new_y + i, simd::neg_mul_add(sine, simd::mul_add(half_tangent, b, a), b));
     }
   }
 

@@ -117,7 +117,7 @@ std::vector<T> samples_of(const std::vector<double>& x) {
 TEST(WaveProcessing, WeighsAsDefined) {
   Random random;
   for (const int period : {25, 33, 47, 60, 79, 80, 120, 199, 300}) {
-    for (const double level : {3.0, 900.0, 30000.0}) {
+    for (const double level : {3.0, 900.0, 3300.0, 5000.0, 30000.0}) {
       const auto x = pulses(random, period, random.integer(0, period - 1), level, level * random.integer(0, 3) / 10);
       expect_defined(samples_of<float>(x), "float");
       expect_defined(samples_of<Kiv16s>(x), "16 bits");

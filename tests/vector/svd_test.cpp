@@ -390,6 +390,18 @@ TEST(Svd, AllocatesAboveFortyColumnsAndSurvivesFailures) {
   expect_survives_failed_allocations(at_width(41));
 }
 
+// Sweeps of rotations add their rounding errors up; they stay small however many there are.
+TEST(Svd, ResidualOfLargeMatrices) {
+  for (const int w : {64, 128, 256}) {
+    Matrix a(w, w, w);
+    fill_normal(a, static_cast<unsigned>(w));
+    Result result(w, w);
+    decompose(a, result);
+    ASSERT_EQ(result.status, kivStatusOk);
+    EXPECT_LE(residual(a, result), w > 128 ? 3.5e-15 : 3e-15) << w;
+  }
+}
+
 TEST(Svd, QrTransColumnRotatesTwoColumns) {
   Matrix a(5, 4, 4), before(5, 4, 4);
   fill_normal(a, 2);
