@@ -194,14 +194,6 @@ void add_features(CLI::App& program) {
   command->add_option("-o,--output", options->output_file,
                       "File to write: .npy, .htk, .mfc or .csv; of statistics .npy, .csv or .json");
   command->add_option("--picture", options->picture_file, "PNG with waveform, mel spectrogram and the rows");
-  command
-      ->add_option("--explain", options->explained,
-                   "Print the recipe of that preset, with the options given, a comment for each field")
-      ->excludes("--preset")
-      ->excludes("--recipe")
-      ->excludes("--feat-params")
-      ->excludes("--output")
-      ->excludes("--picture");
   command->add_option("--as-config", options->recipe_file,
                       "File to write the recipe of this command line to, which --config reads again");
   add_raw_options(*command, options->raw);
@@ -211,6 +203,16 @@ void add_features(CLI::App& program) {
   command->add_option("--list", options->list_file, "File with the name of a further file on every line");
   command->add_option("--mfc-width", options->feature_width, "Values in a row of .mfc files that --stats reads")
       ->check(CLI::PositiveNumber);
+  command
+      ->add_option("--explain", options->explained,
+                   "Print the recipe of that preset, with the options given, a comment for each field")
+      ->excludes("--preset")
+      ->excludes("--recipe")
+      ->excludes("--feat-params")
+      ->excludes("--output")
+      ->excludes("--picture")
+      ->excludes("--stats")
+      ->excludes("--list");
   command->callback([options] { options->run(); });
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <functional>
 #include <numbers>
 
 #include "kivsr/speech/front/presets.h"
@@ -343,6 +344,72 @@ TEST(FrontEnd, LevelMovesOnlyTheZerothCepstrum) {
     for (int t = 0; t < quiet.height(); ++t) {
       EXPECT_NEAR(loud.row(t)[0] - quiet.row(t)[0], gain * 5.0, 1e-3) << "sqrt(25) times the gain of a band";
       for (std::size_t k = 1; k < 13; ++k) ASSERT_NEAR(loud.row(t)[k], quiet.row(t)[k], 2e-3);
+    }
+  }
+}
+
+// The energy of a windowed frame of ones is that of the window.
+TEST(FrontEnd, WindowsHaveTheirShapes) {
+  const std::pair<Window, std::function<double(double, double)>> shapes[] = {
+      {Window::kHamming, [](double symmetric, double) { return 0.54 - 0.46 * std::cos(symmetric); }},
+      {Window::kHammingPeriodic, [](double, double periodic) { return 0.54 - 0.46 * std::cos(periodic); }},
+      {Window::kHann, [](double symmetric, double) { return std::pow(std::sin(symmetric / 2.0), 2); }},
+      {Window::kHannPeriodic, [](double, double periodic) { return std::pow(std::sin(periodic / 2.0), 2); }},
+      {Window::kPovey, [](double symmetric, double) { return std::pow(std::sin(symmetric / 2.0), 1.7); }},
+      {Window::kBlackman,
+       [](double symmetric, double) {
+         return 0.34 - 0.5 * std::cos(symmetric) + 0.16 * std::pow(std::cos(symmetric), 2);
+       }},
+      {Window::kBlackmanPeriodic,
+       [](double, double periodic) {
+         return 0.34 - 0.5 * std::cos(periodic) + 0.16 * std::pow(std::cos(periodic), 2);
+       }},
+      {Window::kRectangular, [](double, double) { return 1.0; }},
+  };
+  constexpr int kLength = 20;  // short, so that a period of one sample less shows
+  FrontEndParameters parameters = preset("kaldi-fbank").front_end;
+  parameters.remove_offset = OffsetRemoval::kNone;
+  parameters.pre_emphasis = 0.0F;
+  parameters.window_length = parameters.shift = kLength;
+  parameters.energy = true;
+  parameters.energy_of = EnergyOf::kWindowed;
+  for (const auto& [window, shape] : shapes) {
+    parameters.window = window;
+    double energy = 0.0;
+    for (int n = 0; n < kLength; ++n) {
+      const double phase = 2.0 * std::numbers::pi * n;
+      energy += std::pow(shape(phase / (kLength - 1), phase / kLength), 2);
+    }
+    const FeatureMatrix rows = FrontEnd(parameters).run(std::vector<float>(kLength, 1.0F));
+    ASSERT_EQ(rows.height(), 1);
+    EXPECT_NEAR(rows.row(0)[0], std::log(energy), 1e-6) << static_cast<int>(window);
+  }
+}
+
+// A magnitude spectrum has the energy of its squares.
+TEST(FrontEnd, EnergyOfASpectrumIsThatOfItsPowers) {
+  FrontEndParameters parameters = preset("python-speech-features").front_end;
+  const auto samples = noise(2000);
+  const FeatureMatrix powers = FrontEnd(parameters).run(samples);
+  parameters.spectrum = Spectrum::kMagnitude;
+  parameters.spectrum_scale = std::sqrt(parameters.spectrum_scale);
+  const FeatureMatrix magnitudes = FrontEnd(parameters).run(samples);
+  for (int t = 0; t < powers.height(); ++t) EXPECT_NEAR(magnitudes.row(t)[0], powers.row(t)[0], 1e-5);
+}
+
+TEST(FrontEnd, LiftersHaveTheirForms) {
+  FrontEndParameters parameters = preset("librosa-mfcc").front_end;
+  const auto samples = noise(4000);
+  const FeatureMatrix plain = FrontEnd(parameters).run(samples);
+  parameters.lifter = 30;
+  for (const LifterForm form : {LifterForm::kSine, LifterForm::kSineFromZeroth}) {
+    parameters.lifter_form = form;
+    const FeatureMatrix rows = FrontEnd(parameters).run(samples);
+    for (int k = 0; k < rows.width; ++k) {
+      const int place = form == LifterForm::kSine ? k : k + 1;
+      const double weight = 1.0 + 15.0 * std::sin(std::numbers::pi * place / 30.0);
+      const auto column = static_cast<std::size_t>(k);
+      EXPECT_NEAR(rows.row(3)[column], weight * plain.row(3)[column], 1e-3) << k;
     }
   }
 }
