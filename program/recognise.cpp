@@ -1,13 +1,18 @@
 // kivsr recognise: audio or feature files to words, by a grammar or a list of words.
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <optional>
 #include <set>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -45,9 +50,10 @@ struct RecogniseCommand {
   std::string words;
   std::string ngram_file;
   std::string reference_file;
-  std::string format = "text";
+  ReportFormat format = ReportFormat::kText;
   std::string noise_reduction;  // empty: as the model's recipe says
   bool alignment = false;
+  int jobs = 1;
   bool skip_unknown = false;
   bool equalise = false;
   std::vector<std::string> audio_files;
@@ -62,6 +68,8 @@ struct RecogniseCommand {
     std::unique_ptr<AcousticModel> model;  // stays where it is, as the network refers to it
     SearchNetwork network;
   };
+  void check_format() const;
+  void recognise_all(const Task& given, const std::function<void(RecognisedUtterance&&)>& report) const;
   Task task() const;
   Task word_model_task() const;
   SearchNetwork network_of(WordNetwork words, const Dictionary& pronunciations, const AcousticModel& model) const;
@@ -106,6 +114,9 @@ Dictionary RecogniseCommand::dictionary(const AcousticModel& model, const WordNe
   const auto vocabulary = network.vocabulary();
   return Dictionary::read(dictionary_path(model), &vocabulary);
 }
+
+// Forms that consist of words with their times.
+bool with_times(ReportFormat format) { return format != ReportFormat::kText && format != ReportFormat::kTsv; }
 
 // The words that were said, without silence and noise. A quoted token of a grammar can be several.
 std::vector<std::string> spoken_words(const Hypothesis& hypothesis, const SearchNetwork& network) {
@@ -202,39 +213,79 @@ RecognisedUtterance RecogniseCommand::recognise(const std::string& file, const S
   utterance.complete = hypothesis.complete;
   utterance.audio_seconds = info.seconds;
   utterance.elapsed_seconds = elapsed.count();
-  if (alignment) {
+  if (alignment || with_times(format)) {
     const double seconds = chain.recipe().frame_seconds();
     for (const HypothesisWord& word : hypothesis.words) {
-      utterance.alignment.push_back({network.labels[static_cast<std::size_t>(word.label)].word,
-                                     word.first_frame * seconds, (word.last_frame + 1) * seconds});
+      const SearchLabel& label = network.labels[static_cast<std::size_t>(word.label)];
+      utterance.alignment.push_back(
+          {label.word, word.first_frame * seconds, (word.last_frame + 1) * seconds, label.filler});
     }
   }
   return utterance;
 }
 
+void RecogniseCommand::check_format() const {
+  if (alignment && format != ReportFormat::kText) throw Fault("recognise: --alignment is for the format text");
+  if ((format == ReportFormat::kSrt || format == ReportFormat::kTextGrid) && audio_files.size() > 1) {
+    throw Fault("recognise: the formats srt and textgrid hold one recording");
+  }
+}
+
+// The files in their order, several at a time; report is called for each as soon as those before it are done.
+void RecogniseCommand::recognise_all(const Task& given,
+                                     const std::function<void(RecognisedUtterance&&)>& report) const {
+  std::vector<std::promise<RecognisedUtterance>> results(audio_files.size());
+  std::atomic<std::size_t> next = 0;
+  const Recipe recipe = recipe_of(*given.model);
+  const auto work = [&] {
+    std::unique_ptr<Scorer> scorer;
+    std::optional<FeatureChain> chain;
+    std::optional<ViterbiSearch> search;
+    for (std::size_t file = next++; file < results.size(); file = next++) {
+      try {
+        if (!scorer) {
+          scorer = make_mixture_scorer(*given.model, scoring);
+          chain.emplace(recipe);
+          search.emplace(given.network, *given.model, *scorer, beams);
+        }
+        results[file].set_value(recognise(audio_files[file], given.network, *search, *chain));
+      } catch (...) {
+        results[file].set_exception(std::current_exception());
+        return;
+      }
+    }
+  };
+  std::vector<std::jthread> threads;
+  for (int job = 0; job < std::min(jobs, static_cast<int>(results.size())); ++job) threads.emplace_back(work);
+  try {
+    for (std::promise<RecognisedUtterance>& result : results) report(result.get_future().get());
+  } catch (...) {
+    next = results.size();  // the others finish the file they are at
+    throw;
+  }
+}
+
 void RecogniseCommand::run() const {
-  if (alignment && format == "tsv") throw Fault("recognise: --alignment is for the format text");
+  check_format();
   const Task given = task();
   std::optional<References> references;
   if (!reference_file.empty()) {
     references = References::read(reference_file);
     for (const std::string& file : audio_files) references->find(file);
   }
-  const std::unique_ptr<Scorer> scorer = make_mixture_scorer(*given.model, scoring);
-  FeatureChain chain(recipe_of(*given.model));
-  ViterbiSearch search(given.network, *given.model, *scorer, beams);
-  RecogniseReport report(format == "tsv" ? ReportFormat::kTsv : ReportFormat::kText, references.has_value());
+  RecogniseReport report(format, references.has_value());
   Progress progress("recognise", static_cast<int>(audio_files.size()));
-  for (const std::string& file : audio_files) {
-    progress.step(file);
-    RecognisedUtterance utterance = recognise(file, given.network, search, chain);
+  std::size_t file = 0;
+  progress.step(audio_files[file]);
+  recognise_all(given, [&](RecognisedUtterance&& utterance) {
     if (references) {
-      utterance.reference = references->find(file);
+      utterance.reference = references->find(utterance.file);
       utterance.errors = count_word_errors(utterance.reference, utterance.words);
     }
     progress.clear();
     report.add(utterance);
-  }
+    if (++file < audio_files.size()) progress.step(audio_files[file]);
+  });
   report.finish();
 }
 
@@ -256,6 +307,9 @@ void add_search_options(CLI::App& command, RecogniseCommand& options) {
       ->capture_default_str();
   command.add_option("--most-phones", options.beams.phones, "Phones that go on after a frame, the best; 0: any number")
       ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command.add_option("--phone-beam", options.beams.phone, "Log score behind the best at which no phone is entered")
+      ->check(CLI::PositiveNumber)
       ->capture_default_str();
   command
       .add_option("--top", options.scoring.top,
@@ -315,8 +369,14 @@ void add_recognise(CLI::App& program) {
                    "none, mcra-wiener or mcra-emns (default: as the model's recipe says)")
       ->check(CLI::IsMember({"none", "mcra-wiener", "mcra-emns"}));
   command->add_flag("--alignment", options->alignment, "Print start and end of each word in seconds");
-  command->add_option("--format", options->format, "text or tsv")
-      ->check(CLI::IsMember({"text", "tsv"}))
+  const std::map<std::string, ReportFormat> formats{
+      {"text", ReportFormat::kText}, {"tsv", ReportFormat::kTsv}, {"json", ReportFormat::kJson},
+      {"ctm", ReportFormat::kCtm},   {"srt", ReportFormat::kSrt}, {"textgrid", ReportFormat::kTextGrid}};
+  command->add_option("--format", options->format, "text, tsv, json (an object a line), ctm, srt or textgrid")
+      ->transform(CLI::CheckedTransformer(formats))
+      ->option_text("NAME [text]");
+  command->add_option("--jobs,-j", options->jobs, "Files that are recognised at a time")
+      ->check(CLI::Range(1, 1024))
       ->capture_default_str();
   add_search_options(*command, *options);
   add_raw_options(*command, options->raw);

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "program/transcript_format.h"
+
 namespace kivsr::program {
 namespace {
 
@@ -59,12 +61,19 @@ void RecogniseReport::add(const RecognisedUtterance& utterance) {
   audio_seconds_ += utterance.audio_seconds;
   elapsed_seconds_ += utterance.elapsed_seconds;
   errors_ += utterance.errors;
-  format_ == ReportFormat::kTsv ? add_tsv(utterance) : add_text(utterance);
+  switch (format_) {
+    case ReportFormat::kText: add_text(utterance); break;
+    case ReportFormat::kTsv: add_tsv(utterance); break;
+    case ReportFormat::kJson: std::fputs(json_line(utterance).c_str(), stdout); break;
+    case ReportFormat::kCtm: std::fputs(ctm_lines(utterance).c_str(), stdout); break;
+    case ReportFormat::kSrt: std::fputs(srt_text(utterance).c_str(), stdout); break;
+    case ReportFormat::kTextGrid: std::fputs(text_grid(utterance).c_str(), stdout); break;
+  }
   std::fflush(stdout);
 }
 
 void RecogniseReport::finish() const {
-  if (format_ == ReportFormat::kTsv || (utterances_ < 2 && !with_reference_)) return;
+  if (format_ != ReportFormat::kText || (utterances_ < 2 && !with_reference_)) return;
   std::printf("total: %d files, %.2f s, real-time factor %.4f", utterances_, audio_seconds_,
               ratio(elapsed_seconds_, audio_seconds_));
   if (with_reference_) {

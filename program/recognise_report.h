@@ -1,4 +1,5 @@
-// What recognise prints: a line a file and the totals, for people or as tab-separated values.
+// What recognise prints: a line a file and the totals for people, tab-separated values, or a form that other programs
+// read (transcript_format.h).
 #pragma once
 
 #include <string>
@@ -13,6 +14,7 @@ struct AlignedWord {
   std::string word;
   double start = 0.0;  // seconds
   double end = 0.0;
+  bool filler = false;
 };
 
 struct RecognisedUtterance {
@@ -27,7 +29,7 @@ struct RecognisedUtterance {
   std::vector<AlignedWord> alignment;  // silence and noise included
 };
 
-enum class ReportFormat { kText, kTsv };
+enum class ReportFormat { kText, kTsv, kJson, kCtm, kSrt, kTextGrid };
 
 class RecogniseReport {
  public:

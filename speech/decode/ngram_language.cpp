@@ -53,6 +53,7 @@ NgramLanguage::NgramLanguage(NgramModel model, const std::filesystem::path& dict
   const int begin = model_.find_word("<s>");
   start_ = begin < 0 ? 0 : model_.follow(0, begin).next;
   end_ = model_.find_word("</s>");
+  model_.forget_names();
   for (LanguageWord& word : tree) word.look_ahead = follow(0, word.arc).weight;
   tree_ = network.forest->add_tree(std::move(tree));
 }

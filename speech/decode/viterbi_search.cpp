@@ -160,7 +160,7 @@ void ViterbiSearch::leave(int index, float threshold) {
   if (phones_[index].variant != nullptr) {
     end_words(index, token);
   } else {
-    enter_children(index, token, threshold);
+    enter_children(index, token, entry_threshold_);
   }
 }
 
@@ -336,8 +336,9 @@ void ViterbiSearch::push(std::span<const float> frame) {
   next_active_.clear();
   left_phones_.clear();
   exits_.clear();
+  entry_threshold_ = std::max(threshold, best_ - beams_.phone);
   leave_phones(threshold);
-  enter_words(threshold);
+  enter_words(entry_threshold_);
   phones_.release(left_phones_);
   phones_.release_empty_states();
   active_.swap(next_active_);

@@ -20,6 +20,7 @@ namespace kivsr::speech {
 // Paths that fall behind the best one by more than this (natural log) are given up.
 struct Beams {
   float state = 100.0F;  // every frame
+  float phone = 80.0F;   // at the start of a phone
   float word = 60.0F;    // at the end of a word, behind the best word end of the frame
   int phones = 10000;    // that hold paths after a frame, the best ones; 0: any number
 };
@@ -96,12 +97,13 @@ class ViterbiSearch {
   std::vector<std::int64_t> wanted_;       // the same for the states of the model
   std::vector<int> wanted_states_;         // in this frame
   std::vector<float> state_scores_;
-  std::vector<WordExit> exits_;      // of this frame
-  std::vector<int> exit_histories_;  // word of each exit, -1 as long as no path went on from it
-  std::vector<Junction> junctions_;  // of this frame
-  std::vector<int> best_exits_;      // [junction][context of the phone that follows]: exit, -1
-  float best_ = 0.0F;                // of this frame, relative to offset_
-  double offset_ = 0.0;              // scores are kept near zero: true score = score + offset_
+  std::vector<WordExit> exits_;       // of this frame
+  std::vector<int> exit_histories_;   // word of each exit, -1 as long as no path went on from it
+  std::vector<Junction> junctions_;   // of this frame
+  std::vector<int> best_exits_;       // [junction][context of the phone that follows]: exit, -1
+  float best_ = 0.0F;                 // of this frame, relative to offset_
+  float entry_threshold_ = kLogZero;  // of this frame, for the start of a phone
+  double offset_ = 0.0;               // scores are kept near zero: true score = score + offset_
   std::int64_t frame_ = 0;
 };
 

@@ -13,6 +13,11 @@ int NgramModel::find_word(std::string_view word) const {
   return found == index_.end() ? -1 : found->second;
 }
 
+void NgramModel::forget_names() {
+  index_ = {};
+  names_ = {};
+}
+
 // Words of the context that a state is.
 std::size_t NgramModel::level_of(std::size_t state) const {
   std::size_t level = 0;

@@ -29,6 +29,8 @@ class NgramModel {
   int words() const { return static_cast<int>(names_.size()); }
   const std::string& word(int index) const { return names_[static_cast<std::size_t>(index)]; }
   int find_word(std::string_view word) const;  // -1 if there is none
+  // Frees what only the names of words need, once they have been looked up.
+  void forget_names();
   std::size_t count(int order) const { return levels_[static_cast<std::size_t>(order) - 1].words.size(); }
 
   int states() const { return static_cast<int>(bases_.back()); }

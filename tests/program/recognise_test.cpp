@@ -146,6 +146,23 @@ TEST(Recognise, LanguageModels) {
   EXPECT_NE(heard("-40").output.find("go forward two meters"), std::string::npos);
 }
 
+// Several files at a time give the output of one at a time, in the order of the files; a fault stops them all.
+TEST(Recognise, JobsKeepTheOrder) {
+  const TemporaryFolder folder;
+  std::string files;
+  for (int i = 1; i <= 5; ++i) files += " " + quoted(kTestData / "cards" / ("00" + std::to_string(i) + ".wav"));
+  const std::string options = "recognise --format ctm --grammar " + quoted(kTestData / "cards" / "cards.gram");
+  const CommandResult one = run_kivsr(options + files);
+  ASSERT_EQ(one.status, 0) << one.errors;
+  EXPECT_EQ(one.output.find("001 1 0."), 0U) << one.output;
+  EXPECT_EQ(std::count(one.output.begin(), one.output.end(), '\n'), 21);
+  EXPECT_EQ(run_kivsr(options + " --jobs 3" + files).output, one.output);
+  const CommandResult fault = run_kivsr(options + " --jobs 3 " + quoted(folder / "none.wav") + files);
+  EXPECT_EQ(fault.status, 2);
+  EXPECT_EQ(fault.output, "");
+  EXPECT_EQ(std::count(fault.errors.begin(), fault.errors.end(), '\n'), 1) << fault.errors;
+}
+
 TEST(Recognise, FaultsAreOneLineAndStatusTwo) {
   const TemporaryFolder folder;
   const std::string audio = quoted(kTestData / "goforward.raw");
@@ -170,6 +187,8 @@ TEST(Recognise, FaultsAreOneLineAndStatusTwo) {
       {grammar + "--dict " + quoted(folder / "none.dict") + " " + audio, "none.dict: no such file"},
       {grammar + "--beam nonsense " + audio, "--beam"},
       {"--lm " + quoted(bad_grammar) + " " + audio, "bad.gram:"},
+      {grammar + "--format srt " + audio + " " + audio, "hold one recording"},
+      {grammar + "--format json --alignment " + audio, "--alignment"},
       {"--lm en-us " + grammar + audio, "give one of --grammar, --words and --lm"},
       {grammar + "--arithmetic half " + audio, "--arithmetic"},
       {grammar + "--shortlist -1 " + audio, "--shortlist"},

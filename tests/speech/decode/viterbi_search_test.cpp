@@ -231,7 +231,7 @@ TEST(ViterbiSearch, FindsTheBestOfAllPaths) {
                               "public <g> = a [b] /* x */ (/3/ ab | /1/ ba);", "public <g> = [a] b*;"}) {
       const WordNetwork words = tiny_grammar(rules);
       const SearchNetwork network = build_search_network(words, dictionary, model, weights);
-      ViterbiSearch search(network, model, scorer, {1e6F, 1e6F});
+      ViterbiSearch search(network, model, scorer, {1e6F, 1e6F, 1e6F, 0});
       int complete = 0;
       for (std::size_t utterance = 0; utterance < 24; ++utterance) {
         const Frames frames = random_frames(generator, 1 + utterance % 7, 4.0F, model);
@@ -270,7 +270,7 @@ TEST(ViterbiSearch, BeamsLoseOnlyScore) {
   double previous = -1e30;
   bool pruned = false;
   for (const float beam : {0.5F, 8.0F, 1e5F}) {
-    ViterbiSearch search(network, model, scorer, {beam, beam});
+    ViterbiSearch search(network, model, scorer, {beam, beam, beam, 0});
     for (const auto& frame : frames) search.push(frame);
     const Hypothesis found = search.finish();
     const double score = found.complete ? found.score : -1e30;
@@ -290,7 +290,7 @@ TEST(ViterbiSearch, SettledWordsAreThoseOfTheEnd) {
   TableScorer scorer;
   std::mt19937 generator(12);
   const Frames frames = random_frames(generator, 20000, 6.0F, model);
-  ViterbiSearch search(network, model, scorer, {60.0F, 60.0F});
+  ViterbiSearch search(network, model, scorer, {60.0F, 60.0F, 60.0F, 0});
   for (const auto& frame : frames) search.push(frame);
   const Hypothesis expected = search.finish();
   ASSERT_GT(expected.words.size(), 1500U);
