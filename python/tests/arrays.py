@@ -1,6 +1,14 @@
 """Arrays of the same values that lie differently in memory, with numbers around them that would be noticed."""
 
+import ctypes
+import mmap
+
 import numpy as np
+
+PAGE = mmap.PAGESIZE
+PAGES = 64
+LIBC = ctypes.CDLL(None, use_errno=True)
+LIBC.mprotect.argtypes = [ctypes.c_void_p, ctypes.c_size_t, ctypes.c_int]
 
 POISON = {"i": 32767, "f": 1e30}
 
@@ -28,3 +36,18 @@ def laid_out(values, rng):
             view = np.flip(view, axis)
     view[...] = values
     return view
+
+
+class Guarded:
+    """Memory whose end is followed by a page without access."""
+
+    def __init__(self):
+        self.memory = mmap.mmap(-1, (PAGES + 1) * PAGE)
+        self.bytes = np.frombuffer(self.memory, np.uint8)
+        address = self.bytes.ctypes.data + PAGES * PAGE
+        assert LIBC.mprotect(address, PAGE, 0) == 0
+
+    def array(self, count, dtype):
+        size = count * np.dtype(dtype).itemsize
+        assert size <= PAGES * PAGE
+        return self.bytes[PAGES * PAGE - size : PAGES * PAGE].view(dtype)

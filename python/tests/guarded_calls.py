@@ -1,33 +1,12 @@
 """Calls the C functions with arrays of exactly the length that kivsr.raw asks for, each before a page that cannot be
 touched: guarded_calls.py SEED. Prints each function before it is called; a crash ends the process."""
 
-import ctypes
-import mmap
 import sys
 
 import numpy as np
+from arrays import Guarded
 
 from kivsr import raw
-
-PAGE = mmap.PAGESIZE
-PAGES = 24
-LIBC = ctypes.CDLL(None, use_errno=True)
-LIBC.mprotect.argtypes = [ctypes.c_void_p, ctypes.c_size_t, ctypes.c_int]
-
-
-class Guarded:
-    """Memory whose end is followed by a page without access."""
-
-    def __init__(self):
-        self.memory = mmap.mmap(-1, (PAGES + 1) * PAGE)
-        self.bytes = np.frombuffer(self.memory, np.uint8)
-        address = self.bytes.ctypes.data + PAGES * PAGE
-        assert LIBC.mprotect(address, PAGE, 0) == 0
-
-    def array(self, count, dtype):
-        size = count * np.dtype(dtype).itemsize
-        assert size <= PAGES * PAGE
-        return self.bytes[PAGES * PAGE - size : PAGES * PAGE].view(dtype)
 
 
 def checked(name):
