@@ -88,6 +88,21 @@ void peaks(int len, int reach, int average) {
   });
 }
 
+void marks(int len, int frames) {
+  const Kiv32s* const places = array<Kiv32s>(len, [](int i) { return 140 * i + 20 * noise(i); });
+  float* const f0 = array<float>(frames, [](int) { return 0; });
+  measure("PitchmarkToF0_32s32f", "ours", frames,
+          [=] { kivsPitchmarkToF0_32s32f(places, len, f0, frames, 160, 16000.0F, 400); });
+  measure("PitchmarkToF0_32s32f", "loop", frames, [=] {
+    for (int t = 0; t < frames; ++t) {
+      const Kiv32s* const behind = std::upper_bound(places, places + len, 160 * t);
+      const bool between = behind > places && behind < places + len;
+      const int period = between ? behind[0] - behind[-1] : 0;
+      f0[t] = period > 0 && period <= 400 ? 16000.0F / static_cast<float>(period) : 0.0F;
+    }
+  });
+}
+
 }  // namespace
 }  // namespace kivsr::bench
 
@@ -98,6 +113,7 @@ int main(int argc, char** argv) {
   kivsr::bench::cross_correlation(1600, 1600);
   kivsr::bench::least_squares(320, 20, 160);
   kivsr::bench::peaks(10000, 8, 20);
+  kivsr::bench::marks(1000, 850);
   benchmark::RunSpecifiedBenchmarks();
   return 0;
 }
