@@ -71,7 +71,8 @@ TEST_F(LongSound, StatisticsOfSoundAndOfRowsNeedNoMoreMemory) {
   }
 }
 
-// The recipe of the model keeps its cepstra to the end, 6 MB, the model has 25 MB; the search forgets what leads nowhere.
+// The recipe of the model keeps its cepstra to the end, 6 MB, the model has 25 MB; the search forgets what leads
+// nowhere.
 TEST_F(LongSound, RecognitionNeedsNoMoreMemory) {
   const CommandResult result =
       run_in(80, "recognise --words \"yes,no\" --shortlist 4 --beam 60 --format tsv " + quoted(sound_));
