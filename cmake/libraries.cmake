@@ -1,5 +1,26 @@
-# The libraries: one source tree, compiled for the baseline and, with KIVSR_V3, once more for AVX2 + FMA.
+# The libraries: one source tree, compiled for the baseline and, with KIVSR_V3 and KIVSR_V4, once more each for AVX2 + FMA
+# and for AVX-512.
 include(GNUInstallDirs)
+include(CheckCXXSourceCompiles)
+
+# Processors without a file of their own in src/frame/simd take generic.h. What no processor may lack is said here, once.
+if(CMAKE_CXX_BYTE_ORDER STREQUAL "BIG_ENDIAN")
+  message(FATAL_ERROR "kivsr needs a little-endian processor; ${CMAKE_SYSTEM_PROCESSOR} is big-endian")
+endif()
+check_cxx_source_compiles("#include <limits>
+  typedef float Four __attribute__((vector_size(16)));
+  static_assert(std::numeric_limits<float>::is_iec559 && std::numeric_limits<double>::is_iec559);
+  int main(int count, char**) {
+    const Four v = {1, 2, 3, float(count)};
+    return int(__builtin_shufflevector(v, v, 3, 2, 1, 0)[0]);
+  }" KIVSR_HAS_VECTORS)
+if(NOT KIVSR_HAS_VECTORS)
+  message(FATAL_ERROR "kivsr needs IEEE arithmetic and a compiler with vector extensions: GCC 12, clang 14 or newer")
+endif()
+check_cxx_source_compiles("int main() { return sizeof(int[__x86_64__]) == 0; }" KIVSR_IS_X86_64)
+if((KIVSR_V3 OR KIVSR_V4) AND NOT KIVSR_IS_X86_64)
+  message(FATAL_ERROR "KIVSR_V3 and KIVSR_V4 are for 64-bit x86; this target is ${CMAKE_SYSTEM_PROCESSOR}")
+endif()
 
 file(GLOB_RECURSE KIVSR_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.cpp)
 list(FILTER KIVSR_SOURCES EXCLUDE REGEX "/src/core/")
@@ -7,8 +28,12 @@ list(FILTER KIVSR_SOURCES EXCLUDE REGEX "/src/core/")
 # Rounding is part of the interface: no fused operations that the source does not name, SSE arithmetic on i386.
 add_library(kivsr_arithmetic INTERFACE)
 target_compile_options(kivsr_arithmetic INTERFACE -ffp-contract=off -fno-math-errno)
-if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+check_cxx_source_compiles("int main() { return sizeof(int[__i386__]) == 0; }" KIVSR_IS_I386)
+if(KIVSR_IS_I386)
   target_compile_options(kivsr_arithmetic INTERFACE -msse2 -mfpmath=sse)
+endif()
+if(KIVSR_GENERIC)
+  target_compile_definitions(kivsr_arithmetic INTERFACE KIVSR_GENERIC)
 endif()
 target_include_directories(kivsr_arithmetic INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>)
@@ -18,7 +43,7 @@ add_library(kivsr_flags INTERFACE)
 target_link_libraries(kivsr_flags INTERFACE kivsr_arithmetic)
 target_compile_options(kivsr_flags INTERFACE -fno-exceptions -fno-rtti -fno-threadsafe-statics -fvisibility=hidden
   -fvisibility-inlines-hidden)
-if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+if(KIVSR_IS_I386)
   target_compile_options(kivsr_flags INTERFACE -mstackrealign)
 endif()
 
@@ -57,16 +82,30 @@ target_include_directories(kivsr_static INTERFACE
 set_target_properties(kivsr_static PROPERTIES OUTPUT_NAME kivsr EXPORT_NAME kivsr_static)
 add_library(kivsr::kivsr_static ALIAS kivsr_static)
 
-if(KIVSR_V3)
-  # The dynamic loader prefers this folder beside the baseline library on a processor that can run it.
-  add_library(kivsrw7_v3 SHARED ${KIVSR_SOURCES})
-  kivsr_shared(kivsrw7_v3 kivsrw7)
-  target_compile_options(kivsrw7_v3 PRIVATE -march=x86-64-v3)
-  target_link_libraries(kivsrw7_v3 PUBLIC kivcore PRIVATE m)
+# GCC 12 warns of its own header of AVX-512.
+set(kivsr_v4_options -march=x86-64-v4 $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-uninitialized>)
+set(kivsr_v3_options -march=x86-64-v3)
+
+# The dynamic loader prefers these folders beside the baseline library on a processor that can run what is in them.
+function(kivsr_hardware_library level)
+  set(target kivsrw7_${level})
+  add_library(${target} SHARED ${KIVSR_SOURCES})
+  kivsr_shared(${target} kivsrw7)
+  target_compile_options(${target} PRIVATE ${kivsr_${level}_options})
+  target_link_libraries(${target} PUBLIC kivcore PRIVATE m)
+  set_target_properties(${target} PROPERTIES BUILD_RPATH "$ORIGIN/../.." INSTALL_RPATH "$ORIGIN/../.."
+    LIBRARY_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/glibc-hwcaps/x86-64-${level})
+endfunction()
+if(KIVSR_V3 OR KIVSR_V4)
   if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     # Where it knows the registers of a callee, GCC forgets the vzeroupper behind the call (tests/package/upper_halves).
     set_source_files_properties(src/aurora/vad.cpp src/vq/split_vector.cpp PROPERTIES COMPILE_OPTIONS -fno-ipa-ra)
   endif()
-  set_target_properties(kivsrw7_v3 PROPERTIES BUILD_RPATH "$ORIGIN/../.." INSTALL_RPATH "$ORIGIN/../.."
-    LIBRARY_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/glibc-hwcaps/x86-64-v3)
+endif()
+if(KIVSR_V3)
+  kivsr_hardware_library(v3)
+endif()
+if(KIVSR_V4)
+  kivsr_hardware_library(v4)
 endif()

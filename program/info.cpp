@@ -1,11 +1,9 @@
 // kivsr info: which library runs on which processor.
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 #include <string>
 
-#include <dlfcn.h>
 #include <CLI/CLI.hpp>
 #if defined(__i386__) || defined(__x86_64__)
 #include <cpuid.h>
@@ -13,27 +11,14 @@
 
 #include "kivsr.h"
 #include "kivsr/speech/front/presets.h"
+#include "program/library_file.h"
+#include "program/selftest/calls.h"
 #include "program/speech_names.h"
 #include "program/subcommands.h"
 
 namespace kivsr::program {
 
 namespace {
-
-// The file that the dynamic loader mapped. The version record lies in it, whatever the linker did to function
-// addresses.
-std::string library_file() {
-  Dl_info where{};
-  if (dladdr(kivsrGetLibVersion(), &where) == 0 || where.dli_fname == nullptr) return "unknown";
-  std::error_code error;
-  const auto real = std::filesystem::canonical(where.dli_fname, error);
-  return error ? where.dli_fname : real.string();
-}
-
-std::string library_build(const std::string& file) {
-  if (file.find("glibc-hwcaps/x86-64-v3") != std::string::npos) return "x86-64-v3 (AVX2, FMA)";
-  return sizeof(void*) == 4 ? "i386 (SSE2)" : "x86-64 (SSE2)";
-}
 
 std::string processor_name() {
 #if defined(__i386__) || defined(__x86_64__)
@@ -71,6 +56,11 @@ std::string processor_features() {
   add(__builtin_cpu_supports("fma"), "fma");
   add(__builtin_cpu_supports("bmi2"), "bmi2");
   add(__builtin_cpu_supports("avx512f"), "avx512f");
+  add(__builtin_cpu_supports("avx512bw"), "avx512bw");
+  add(__builtin_cpu_supports("avx512dq"), "avx512dq");
+  add(__builtin_cpu_supports("avx512vl"), "avx512vl");
+#elif defined(__aarch64__)
+  features = "neon";
 #endif
   return features.empty() ? "none known" : features;
 }
@@ -82,7 +72,7 @@ void print_info() {
               version.majorBuild, version.build, version.targetCpu);
   std::printf("version    %s, %s\n", version.version, version.buildDate);
   std::printf("file       %s\n", file.c_str());
-  std::printf("build      %s\n", library_build(file).c_str());
+  std::printf("backend    %s\n", selftest::backend_name(selftest::backend_of(file.c_str())));
   std::printf("processor  %s\n", processor_name().c_str());
   std::printf("features   %s\n", processor_features().c_str());
 }

@@ -38,6 +38,7 @@ int run(int argc, char** argv) {
     kivsr::program::add_quantise(program);
     kivsr::program::add_mix(program);
     kivsr::program::add_recognise(program);
+    kivsr::program::add_selftest(program);
     kivsr::program::add_spot(program);
     kivsr::program::add_train(program);
     kivsr::program::add_vad(program);

@@ -17,6 +17,7 @@ void add_pitch(CLI::App& program);
 void add_quantise(CLI::App& program);
 void add_mix(CLI::App& program);
 void add_recognise(CLI::App& program);
+void add_selftest(CLI::App& program);
 void add_spot(CLI::App& program);
 void add_train(CLI::App& program);
 void add_vad(CLI::App& program);

@@ -18,8 +18,8 @@
 namespace kivsr {
 namespace {
 
-using Doubles = simd::Vec<double>;
-using Integers = simd::Vec<std::int32_t>;
+using Doubles = simd::ShortVec<double>;
+using Integers = simd::ShortVec<std::int32_t>;
 
 constexpr int kFrame = 200;
 constexpr int kReach = 4;  // of the sum of nine, to either side
@@ -38,7 +38,7 @@ double halve(const T* x, double* halves) {
 #pragma GCC unroll 2
     for (int k = 0; k < 2; ++k) {
       const int place = i + k * Doubles::width;
-      const Doubles v = simd::load<double>(x + place) * half;
+      const Doubles v = simd::load_as<Doubles>(x + place) * half;
       store(halves + place, v);
       sums[k] = mul_add(v, v, sums[k]);
     }
@@ -70,31 +70,31 @@ std::int32_t largest_lane(Integers v) {
 // The largest of kCount elements, four vectors of them or more, in four chains of comparisons.
 template <int kCount, class Sum>
 Sum largest(const Sum* x) {
-  using V = simd::Vec<Sum>;
+  using V = simd::ShortVec<Sum>;
   static_assert(kCount >= 4 * V::width);
   V most[4];
-  for (int v = 0; v < 4; ++v) most[v] = simd::load<Sum>(x + v * V::width);
+  for (int v = 0; v < 4; ++v) most[v] = simd::load_as<V>(x + v * V::width);
   int i = 4 * V::width;
   for (; i + 4 * V::width <= kCount; i += 4 * V::width) {
 #pragma GCC unroll 4
-    for (int v = 0; v < 4; ++v) most[v] = max(simd::load<Sum>(x + i + v * V::width), most[v]);
+    for (int v = 0; v < 4; ++v) most[v] = max(simd::load_as<V>(x + i + v * V::width), most[v]);
   }
-  for (; i + V::width <= kCount; i += V::width) most[0] = max(simd::load<Sum>(x + i), most[0]);
-  most[1] = max(simd::load<Sum>(x + kCount - V::width), most[1]);
+  for (; i + V::width <= kCount; i += V::width) most[0] = max(simd::load_as<V>(x + i), most[0]);
+  most[1] = max(simd::load_as<V>(x + kCount - V::width), most[1]);
   return largest_lane(max(max(most[0], most[1]), max(most[2], most[3])));
 }
 
 // A bit for each element that is `value`.
 template <int kCount, class Sum>
 std::uint64_t places_of(const Sum* x, Sum value) {
-  using V = simd::Vec<Sum>;
+  using V = simd::ShortVec<Sum>;
   static_assert(kCount >= V::width && kCount <= 64);
   const V wanted = V::broadcast(value);
   std::uint64_t places = 0;
 #pragma GCC unroll 16
   for (int group = 0; group < (kCount + V::width - 1) / V::width; ++group) {
     const int i = std::min(group * V::width, kCount - V::width);
-    places |= std::uint64_t{bit_mask(simd::load<Sum>(x + i) == wanted)} << i;
+    places |= std::uint64_t{bit_mask(simd::load_as<V>(x + i) == wanted)} << i;
   }
   return places;
 }
@@ -114,7 +114,7 @@ void store_floor(std::int32_t* to, Doubles v) { store_truncated(to, v); }
 // kMostIntegerEnergy, whose sums count from its second least number on.
 template <class Sum>
 class Energies {
-  using V = simd::Vec<Sum>;
+  using V = simd::ShortVec<Sum>;
   static constexpr bool kIntegers = std::is_integral_v<Sum>;
   static constexpr Sum kOutside = kIntegers ? std::numeric_limits<Sum>::min() : Sum{-1};
   static constexpr Sum kNothing = kOutside + 1;
@@ -136,8 +136,8 @@ class Energies {
     constexpr int kLast = kFrame - 1;
     for (int next = 1; next < kLast; next += Doubles::width) {
       const int i = std::min(next, kLast - Doubles::width);  // the last vector overlaps the one before
-      store_floor(q + i,
-                  rounded(simd::load<double>(x + i), simd::load<double>(x + i - 1), simd::load<double>(x + i + 1)));
+      store_floor(q + i, rounded(simd::load_as<Doubles>(x + i), simd::load_as<Doubles>(x + i - 1),
+                                 simd::load_as<Doubles>(x + i + 1)));
     }
     const auto at = [&](int i) { return Doubles::broadcast(x[i]); };
     q[0] = first(rounded(at(0), at(0), at(1)));
@@ -155,7 +155,7 @@ class Energies {
     if (!(largest_ > kNothing)) return -1;
     const V wanted = V::broadcast(largest_);
     for (int i = 0;; i += V::width) {
-      if (const unsigned found = bit_mask(simd::load<Sum>(s + i) == wanted); found != 0) {
+      if (const unsigned found = bit_mask(simd::load_as<V>(s + i) == wanted); found != 0) {
         return i + std::countr_zero(found);
       }
     }
@@ -182,13 +182,13 @@ class Energies {
     constexpr int kThrees = kFrame + 2 * kReach - 2;
     Sum threes[kThrees + V::width];
     for (int i = 0; i < kThrees; i += V::width) {
-      store(threes + i, simd::load<Sum>(q + i) + simd::load<Sum>(q + i + 1) + simd::load<Sum>(q + i + 2));
+      store(threes + i, simd::load_as<V>(q + i) + simd::load_as<V>(q + i + 1) + simd::load_as<V>(q + i + 2));
     }
     const V nothing = V::broadcast(kNothing);
     V most = nothing;
     for (int i = 0; i < kFrame; i += V::width) {
-      const V six = simd::load<Sum>(threes + i) + simd::load<Sum>(threes + i + 3);
-      const V sum = six + (simd::load<Sum>(threes + i + 6) + nothing);
+      const V six = simd::load_as<V>(threes + i) + simd::load_as<V>(threes + i + 3);
+      const V sum = six + (simd::load_as<V>(threes + i + 6) + nothing);
       store(sums_ + kFarthest + i, sum);
       most = max(sum, most);
     }

@@ -221,12 +221,13 @@ KivStatus design_checked(const T* power, const T* noise, const T* previous, T* d
 template <class Lane, class T>
 void make_taps(const T* src, T* taps) {
   constexpr int kCentre = kTaps / 2;
-  constexpr int kWidth = simd::Vec<Lane>::width;
+  constexpr int kWidth = std::min(kCentre, simd::Vec<Lane>::width);
+  using V = simd::Lanes<Lane, kWidth>;
   static_assert(kCentre % kWidth == 0);
   taps[kCentre] = src[0];
   for (int k = 0; k < kCentre; k += kWidth) {
-    store(taps + kCentre - kWidth - k, reverse(simd::load<Lane>(src + 1 + k)));
-    store(taps + kCentre + 1 + k, simd::load<Lane>(src + 2 + k));
+    store(taps + kCentre - kWidth - k, reverse(simd::load_as<V>(src + 1 + k)));
+    store(taps + kCentre + 1 + k, simd::load_as<V>(src + 2 + k));
   }
 }
 
@@ -255,15 +256,16 @@ void filter(const float* src, float* dst, const float* taps) {
 }
 
 // The 16-bit form adds pairs of products in 32 bits that wrap. Lane j of a vector belongs to output n + 2 j.
-using Words = simd::Vec<Kiv32s>;
+using Words = simd::ShortVec<Kiv32s>;
+using WordPairs = simd::Lanes<Kiv16s, 2 * Words::width>;
 using TapPairs = Kiv32s[kTaps / 2 + 1][Words::width];
 static_assert(kFrame % (2 * Words::width) == 0);
 
 // The pair k of the output in lane 0 at `start`. The last tap is the second of its pair, so that nothing behind the
 // samples is read.
 Words products(const Kiv16s* start, const TapPairs& pairs, int k) {
-  return simd::products_of_pairs(start + (k < kTaps / 2 ? 2 * k : kTaps - 2),
-                                 reinterpret_cast<const Kiv16s*>(pairs[k]));
+  return products_of_pairs(simd::load_as<WordPairs>(start + (k < kTaps / 2 ? 2 * k : kTaps - 2)),
+                           simd::load_as<WordPairs>(reinterpret_cast<const Kiv16s*>(pairs[k])));
 }
 
 // Taps whose sums fit 32 bits: integers throughout. scaled(sum) is the result in 32 bits, to be saturated.

@@ -1,4 +1,4 @@
-// The SSE rounding mode: pinned for the length of a conversion, the caller's control word restored afterwards.
+// The rounding mode: pinned for the length of a conversion, the caller's restored afterwards.
 #pragma once
 
 #include "simd/control.h"
@@ -8,31 +8,31 @@ namespace kivsr {
 // Rounding to nearest for its lifetime. Free when it already is the mode in force.
 class NearestRounding {
  public:
-  NearestRounding() : caller_(simd::control_word()) {
-    if ((caller_ & simd::kRoundingBits) != 0) simd::set_control_word(caller_ & ~simd::kRoundingBits);
+  NearestRounding() : caller_(simd::rounding()) {
+    if (!simd::is_nearest(caller_)) simd::set_rounding(simd::nearest(caller_));
   }
   ~NearestRounding() {
-    if ((caller_ & simd::kRoundingBits) != 0) simd::set_control_word(caller_);
+    if (!simd::is_nearest(caller_)) simd::set_rounding(caller_);
   }
   NearestRounding(const NearestRounding&) = delete;
   NearestRounding& operator=(const NearestRounding&) = delete;
 
  private:
-  unsigned caller_;
+  decltype(simd::rounding()) caller_;
 };
 
 // The same for long double.
 class NearestExtendedRounding {
  public:
-  NearestExtendedRounding() : caller_(simd::extended_control_word()) {
-    simd::set_extended_control_word(static_cast<unsigned short>(caller_ & ~simd::kExtendedRoundingBits));
+  NearestExtendedRounding() : caller_(simd::extended_rounding()) {
+    simd::set_extended_rounding(simd::extended_nearest(caller_));
   }
-  ~NearestExtendedRounding() { simd::set_extended_control_word(caller_); }
+  ~NearestExtendedRounding() { simd::set_extended_rounding(caller_); }
   NearestExtendedRounding(const NearestExtendedRounding&) = delete;
   NearestExtendedRounding& operator=(const NearestExtendedRounding&) = delete;
 
  private:
-  unsigned short caller_;
+  decltype(simd::extended_rounding()) caller_;
 };
 
 }  // namespace kivsr

@@ -84,8 +84,9 @@ inline Dst round_saturated(double x) {
 }
 
 // Lanes divided by 2^shift to nearest, ties to even, 0 < shift < 32.
-inline simd::Vec<std::int32_t> shift_right_rounded(simd::Vec<std::int32_t> x, int shift) {
-  using V = simd::Vec<std::int32_t>;
+template <int W>
+inline simd::Lanes<std::int32_t, W> shift_right_rounded(simd::Lanes<std::int32_t, W> x, int shift) {
+  using V = simd::Lanes<std::int32_t, W>;
   const V quotient = simd::shift_right(x, shift);
   const V rest = x & V::broadcast(static_cast<std::int32_t>((std::uint32_t{1} << shift) - 1));
   const V half = V::broadcast(static_cast<std::int32_t>(std::uint32_t{1} << (shift - 1)));
@@ -95,8 +96,9 @@ inline simd::Vec<std::int32_t> shift_right_rounded(simd::Vec<std::int32_t> x, in
 }
 
 // Lanes times 2^shift for a store that saturates to 16 bits, 0 <= shift < 16.
-inline simd::Vec<std::int32_t> shift_left_for_16_bits(simd::Vec<std::int32_t> x, int shift) {
-  using V = simd::Vec<std::int32_t>;
+template <int W>
+inline simd::Lanes<std::int32_t, W> shift_left_for_16_bits(simd::Lanes<std::int32_t, W> x, int shift) {
+  using V = simd::Lanes<std::int32_t, W>;
   return simd::shift_left(simd::max(simd::min(x, V::broadcast(32767)), V::broadcast(-32768)), shift);
 }
 

@@ -24,7 +24,8 @@ inline bool same_or_apart(const D* dst, const S* src, std::ptrdiff_t len) {
 
 // dst[i] = op(src[i]...), computed in lanes of T; memory types convert on load and store (integers saturate).
 // A tail is computed as the last full vector, which overlaps the body and is loaded before the body writes, so that
-// sources may be the destination itself; below one vector every element passes through a broadcast vector.
+// sources may be the destination itself; below one vector every element passes through a broadcast vector, or all
+// together through a vector that the first one fills up where masks cost nothing.
 // An operation that collects flags must not mind seeing an element twice.
 template <class T, class D, class Op, class... S>
 [[gnu::always_inline]] inline void transform(std::ptrdiff_t len, Op op, D* dst, const S*... src) {
@@ -32,6 +33,11 @@ template <class T, class D, class Op, class... S>
   constexpr std::ptrdiff_t W = V::width;
   assert(len >= 0 && (same_or_apart(dst, src, len) && ...));
   if (len < W) {
+    if constexpr (simd::kMaskedTails) {
+      const int n = static_cast<int>(len);
+      if (n > 0) simd::store_some(dst, op(simd::load_filled<T>(src, n)...), n);
+      return;
+    }
     for (std::ptrdiff_t i = 0; i < len; ++i) {
       simd::store_some(dst + i, op(V::broadcast(static_cast<T>(src[i]))...), 1);
     }
@@ -75,7 +81,8 @@ inline void transform_together(std::ptrdiff_t len, Op op, D*... arrays) {
            [=](auto* p, auto v) { simd::store_part<kLanes>(p + i, v); });
     i += kLanes;
   };
-  if constexpr (W == 8) part(std::integral_constant<int, 4>());
+  if constexpr (W > 8) part(std::integral_constant<int, 8>());
+  if constexpr (W > 4) part(std::integral_constant<int, 4>());
   part(std::integral_constant<int, 2>());
   part(std::integral_constant<int, 1>());
 }

@@ -19,22 +19,18 @@ using V = simd::Vec<float>;
 
 // Watches for undefined operations and divisions by zero in its lifetime, whatever flags the caller left set, and never
 // traps. Rounds to nearest: where k = -1 the sum 1 + k must be +0, and 16-bit results are those of one mode. Afterwards
-// the control word is the caller's with the invalid flag clear.
+// the state is the caller's with the invalid flag clear.
 class InvalidWatch {
  public:
-  InvalidWatch() : caller_(simd::control_word()) {
-    simd::set_control_word((caller_ & ~(kWatched | simd::kRoundingBits)) | simd::kMaskBits);
-  }
-  ~InvalidWatch() { simd::set_control_word(caller_ & ~simd::kInvalidFlag); }
+  InvalidWatch() : caller_(simd::start_watch()) {}
+  ~InvalidWatch() { simd::end_watch(caller_); }
   InvalidWatch(const InvalidWatch&) = delete;
   InvalidWatch& operator=(const InvalidWatch&) = delete;
 
-  bool raised() const { return (simd::control_word() & kWatched) != 0; }
-  KivStatus status() const { return raised() ? kivStatusDivByZero : kivStatusOk; }
+  KivStatus status() const { return simd::undefined_met() ? kivStatusDivByZero : kivStatusOk; }
 
  private:
-  static constexpr unsigned kWatched = simd::kInvalidFlag | simd::kZeroDivideFlag;
-  unsigned caller_;
+  decltype(simd::start_watch()) caller_;
 };
 
 constexpr auto kAreaRatio = [](V k) {
@@ -42,20 +38,18 @@ constexpr auto kAreaRatio = [](V k) {
   return (one - k) / (one + k);
 };
 
-// Undefined ratios, which carry the processor's own NaN, become infinite.
+// Undefined ratios, where k is infinite, become infinite, and with them the caller's NaNs whose sign bit is set. They
+// are marked by such a NaN first, since processors differ in the NaN that they make.
 KivStatus area_ratios(const float* k, float* dst, std::ptrdiff_t len) {
   const InvalidWatch watch;
-  transform<float>(len, kAreaRatio, dst, k);
-  if (!watch.raised()) return kivStatusOk;
-  using I = simd::Vec<std::int32_t>;
-  const I top_ten = I::broadcast(static_cast<std::int32_t>(0xFFC00000U));
-  const I infinity = bits(V::broadcast(Special<float>::infinity()));
+  const V infinity = V::broadcast(Special<float>::infinity());
+  const V undefined = V::broadcast(-std::numeric_limits<float>::quiet_NaN());
   transform<float>(
-      len,
-      [=](V ratio) {
-        const I pattern = bits(ratio);
-        return from_bits(select((pattern & top_ten) == top_ten, infinity, pattern));
-      },
+      len, [=](V x) { return select(abs(x) == infinity, undefined, kAreaRatio(x)); }, dst, k);
+  if (watch.status() == kivStatusOk) return kivStatusOk;
+  const auto top_ten = bits(undefined);
+  transform<float>(
+      len, [=](V ratio) { return from_bits(select((bits(ratio) & top_ten) == top_ten, bits(infinity), bits(ratio))); },
       dst, static_cast<const float*>(dst));
   return kivStatusDivByZero;
 }

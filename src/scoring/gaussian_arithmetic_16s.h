@@ -12,9 +12,9 @@
 #include "frame/rounding_mode.h"
 #include "frame/scale.h"
 #include "frame/simd/vec.h"
-#include "frame/simd/word_rows.h"
 #include "frame/transform.h"
 #include "gaussian_rows.h"
+#include "word_rows.h"
 
 namespace kivsr {
 
@@ -38,7 +38,7 @@ class WordArithmetic {
   using Result = R;
   using V = simd::Vec<float>;
   static constexpr int kGroup = 8;
-  static constexpr int kGroups = simd::kWordRows * kGroup;
+  static constexpr int kGroups = word_groups::kWordRows * kGroup;
 
   // Scores are val - distance 2^-(scaleFactor + 1).
   explicit WordArithmetic(int scale_factor) : scale_(single_scale(std::clamp(scale_factor, -200, 200) + 1)) {}
@@ -95,13 +95,15 @@ class WordArithmetic {
     const auto ws = weights(w);
     std::ptrdiff_t i = 0;
     if constexpr (!std::is_same_v<decltype(ws), const OneRow<float>>) {
-      for (; i + kGroups <= len; i += kGroups) sum = simd::add_row_sums(sum, group<Of::kGroups>(xs, ms, ws, 0, i));
+      for (; i + kGroups <= len; i += kGroups)
+        sum = word_groups::add_row_sums(sum, group<Of::kGroups>(xs, ms, ws, 0, i));
     }
-    for (; i + kGroup <= len; i += kGroup) sum = simd::add_first_row_sum(sum, group<Of::kRows>(xs, ms, ws, 0, i));
+    for (; i + kGroup <= len; i += kGroup)
+      sum = word_groups::add_first_row_sum(sum, group<Of::kRows>(xs, ms, ws, 0, i));
     if (i < len) {
-      const simd::Eight terms = plain_terms(xs, ms, ws, 0, len - kGroup);
+      const word_groups::Eight terms = plain_terms(xs, ms, ws, 0, len - kGroup);
       float eight[kGroup];
-      simd::store_first(eight, terms);
+      word_groups::store_first(eight, terms);
       for (std::ptrdiff_t k = kGroup - (len - i); k < kGroup; ++k) sum += eight[k];
     }
     return sum * kUnscaled<decltype(ws)>;
@@ -147,26 +149,26 @@ class WordArithmetic {
 
   // From element i on: a group of row k (and of row k + 4), or a group of row k (and the next one).
   template <Of kOf, class View>
-  static simd::Words words(View view, int k, std::ptrdiff_t i) {
+  static word_groups::Words words(View view, int k, std::ptrdiff_t i) {
     if constexpr (kOf == Of::kGroups) {
-      return simd::load_groups(view.row(k) + i);
+      return word_groups::load_groups(view.row(k) + i);
     } else if constexpr (std::is_same_v<View, OneRow<Kiv16s>>) {
-      return simd::same_words(view.row(0) + i);
+      return word_groups::same_words(view.row(0) + i);
     } else {
-      return simd::load_words([&](int row) { return view.row(k + 4 * row) + i; });
+      return word_groups::load_words([&](int row) { return view.row(k + 4 * row) + i; });
     }
   }
   template <Of kOf, class W>
-  static simd::Eight weighted(simd::Eight d, W w, int k, std::ptrdiff_t i) {
-    const simd::Eight squares{d.low * d.low, d.high * d.high};
+  static word_groups::Eight weighted(word_groups::Eight d, W w, int k, std::ptrdiff_t i) {
+    const word_groups::Eight squares{d.low * d.low, d.high * d.high};
     if constexpr (kUnit<W>) {
       return squares;
     } else {
-      simd::Eight weights;
+      word_groups::Eight weights;
       if constexpr (std::is_same_v<W, OneRow<float>>) {
-        weights = simd::same_eight(w.row(0) + i);
+        weights = word_groups::same_eight(w.row(0) + i);
       } else {
-        weights = simd::to_eight(words<kOf>(w, k, i));
+        weights = word_groups::to_eight(words<kOf>(w, k, i));
       }
       return {squares.low * weights.low, squares.high * weights.high};
     }
@@ -174,15 +176,15 @@ class WordArithmetic {
   // Terms of groups, the last four added to the first four.
   template <Of kOf, class X, class M, class W>
   static V group(X x, M m, W w, int k, std::ptrdiff_t i) {
-    const simd::Words d = simd::subtract_saturated(words<kOf>(x, k, i), words<kOf>(m, k, i));
-    const simd::Eight terms = weighted<kOf>(simd::to_eight(d), w, k, i);
+    const word_groups::Words d = simd::subtract_saturated(words<kOf>(x, k, i), words<kOf>(m, k, i));
+    const word_groups::Eight terms = weighted<kOf>(word_groups::to_eight(d), w, k, i);
     return terms.low + terms.high;
   }
   // Terms of eight elements whose differences do not saturate.
   template <class X, class M, class W>
-  static simd::Eight plain_terms(X x, M m, W w, int k, std::ptrdiff_t i) {
-    const simd::Eight a = simd::to_eight(words<Of::kRows>(x, k, i));
-    const simd::Eight b = simd::to_eight(words<Of::kRows>(m, k, i));
+  static word_groups::Eight plain_terms(X x, M m, W w, int k, std::ptrdiff_t i) {
+    const word_groups::Eight a = word_groups::to_eight(words<Of::kRows>(x, k, i));
+    const word_groups::Eight b = word_groups::to_eight(words<Of::kRows>(m, k, i));
     return weighted<Of::kRows>({a.low - b.low, a.high - b.high}, w, k, i);
   }
 
@@ -192,17 +194,16 @@ class WordArithmetic {
     V sums = V::zero();
     std::ptrdiff_t i = 0;
     for (; i + kGroups <= len; i += kGroups) {
-      V groups[simd::kWordRows][4];
+      V groups[word_groups::kWordRows][4];
 #pragma GCC unroll 8
       for (int r = 0; r < V::width; ++r) groups[r / 4][r % 4] = group<Of::kGroups>(x, m, w, r, i);
-      sums = simd::add_group_sums(sums, groups);
+      sums = word_groups::add_group_sums(sums, groups);
     }
-    if (kGroups > kGroup && i + kGroup <= len) {
+    for (; kGroups > kGroup && i + kGroup <= len; i += kGroup) {
       V rows[4];
 #pragma GCC unroll 4
       for (int k = 0; k < 4; ++k) rows[k] = group<Of::kRows>(x, m, w, k, i);
-      sums = sums + simd::lane_sums(rows);
-      i += kGroup;
+      sums = sums + word_groups::lane_sums(rows);
     }
     if (const auto rest = static_cast<int>(len - i); rest > 0) sums = add_rest(sums, x, m, w, len - kGroup, rest);
     return sums * V::broadcast(kUnscaled<W>);
@@ -215,7 +216,7 @@ class WordArithmetic {
     V high[4];
 #pragma GCC unroll 4
     for (int k = 0; k < 4; ++k) {
-      const simd::Eight terms = plain_terms(x, m, w, k, i);
+      const word_groups::Eight terms = plain_terms(x, m, w, k, i);
       low[k] = terms.low;
       high[k] = terms.high;
     }

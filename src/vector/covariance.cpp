@@ -24,7 +24,7 @@ constexpr int kTile = 4;  // columns i of a tile
 #if defined(__i386__)
 constexpr int kStrip = 1;
 #else
-constexpr int kStrip = 2;
+constexpr int kStrip = V::width < 8 ? 2 : 1;
 #endif
 constexpr std::ptrdiff_t kStripColumns = kStrip * V::width;
 static_assert(kPanel % kTile == 0 && kPanel % kStripColumns == 0);

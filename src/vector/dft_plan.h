@@ -55,7 +55,7 @@ constexpr Plan plan_of(int length) {
   Plan plan;
   plan.points = length % 2 == 0 ? length / 2 : length;
   if (length % 2 == 0) {
-    for (const int width : {simd::Vec<T>::width, std::is_same_v<T, float> ? 4 : 1}) {
+    for (const int width : {simd::ComplexVec<T>::width, std::is_same_v<T, float> ? 4 : 1}) {
       if (plan.points % width != 0 || plan.points < width * width) continue;
       plan.lanes = width;
       break;
@@ -69,13 +69,13 @@ constexpr Plan plan_of(int length) {
 // Of the step between the complex transform and the real spectrum: there the numbers stand in their natural order.
 template <class T>
 constexpr int real_lanes(const Plan& plan) {
-  return plan.points / 2 >= simd::Vec<T>::width ? simd::Vec<T>::width : plan.lanes;
+  return plan.points / 2 >= simd::ComplexVec<T>::width ? simd::ComplexVec<T>::width : plan.lanes;
 }
 
 // Calls f with a null pointer to the vector type of so many lanes.
 template <class T, class F>
 inline void with_lanes(int lanes, F f) {
-  if (lanes == simd::Vec<T>::width) return f(static_cast<simd::Vec<T>*>(nullptr));
+  if (lanes == simd::ComplexVec<T>::width) return f(static_cast<simd::ComplexVec<T>*>(nullptr));
   if (lanes == 1) return f(static_cast<simd::Single<T>*>(nullptr));
   if constexpr (std::is_same_v<T, float>) f(static_cast<simd::Quad*>(nullptr));
 }

@@ -85,8 +85,8 @@ void forward(const Kiv32f* src, Kiv32f* dst, const KivsFFTSpec_R_32f& spec, void
     if (spec.order < kFirstTableOrder) return small_forward<kSpectrum>(src, dst, spec.order, scale);
     if constexpr (in_registers<float>(kRegisterOrder)) {
       if (spec.order == kRegisterOrder) {
-        return forward_in_registers<simd::Vec<float>, kSpectrum>(src, dst, spec.complex_tables, spec.real_tables,
-                                                                 0.5F * scale);
+        return forward_in_registers<simd::ComplexVec<float>, kSpectrum>(src, dst, spec.complex_tables, spec.real_tables,
+                                                                        0.5F * scale);
       }
     }
     with_lanes<float>(spec.order, [&]<class V>(V*) {
@@ -100,8 +100,8 @@ void inverse(const Kiv32f* src, Kiv32f* dst, const KivsFFTSpec_R_32f& spec, void
   if (spec.order < kFirstTableOrder) return small_inverse(src, dst, spec.order, scale);
   if constexpr (in_registers<float>(kRegisterOrder)) {
     if (spec.order == kRegisterOrder) {
-      return inverse_in_registers<simd::Vec<float>>(src, dst, spec.complex_tables, spec.real_tables,
-                                                    0.5F * forward_scale(spec), scale);
+      return inverse_in_registers<simd::ComplexVec<float>>(src, dst, spec.complex_tables, spec.real_tables,
+                                                           0.5F * forward_scale(spec), scale);
     }
   }
   with_lanes<float>(
@@ -119,7 +119,7 @@ Complex<V> times_conjugate(Complex<V> a, Complex<V> b) {
 }  // namespace
 
 [[gnu::flatten]] void multiply_pack_conjugate(const Kiv32f* src, Kiv32f* src_dst, std::ptrdiff_t len) {
-  using V = simd::Vec<float>;
+  using V = simd::ComplexVec<float>;
   using One = simd::Single<float>;
   src_dst[0] = src[0] * src_dst[0];
   const std::ptrdiff_t end = len % 2 == 0 ? len - 1 : len;

@@ -19,7 +19,7 @@ inline constexpr int kRegisterOrder = 6;
 
 template <class T>
 constexpr bool in_registers(int order) {
-  return std::is_same_v<T, float> && simd::Vec<T>::width == 8 && order == kRegisterOrder;
+  return std::is_same_v<T, float> && simd::ComplexVec<T>::width == 8 && order == kRegisterOrder;
 }
 
 // Blocks of the tables: w_32^(j p) for p = 1 .. 3; -i w_64^k times the gain for k = 0 .. 15.

@@ -19,7 +19,7 @@ inline constexpr int kFirstTableOrder = 4;
 // Lanes for an order: the widest vectors that the mirrored columns of the last pass can fill twice.
 template <class T>
 constexpr int lanes(int order) {
-  constexpr int W = simd::Vec<T>::width;
+  constexpr int W = simd::ComplexVec<T>::width;
   if ((1 << (order - 1)) >= 8 * W) return W;
   if (W == 8 && (1 << (order - 1)) >= 32) return 4;
   return 1;
@@ -73,7 +73,7 @@ constexpr const Radices& radices(int order) {
 // Elements of the tables of the passes between the first and the last, and of the last.
 template <class T>
 constexpr std::uint64_t middle_table_count(int order) {
-  if (in_registers<T>(order)) return 2 * simd::Vec<T>::width * kRegisterMiddleBlocks;
+  if (in_registers<T>(order)) return 2 * simd::ComplexVec<T>::width * kRegisterMiddleBlocks;
   const Radices& r = radices<T>(order);
   std::uint64_t points = std::uint64_t{1} << r.first;
   std::uint64_t count = 0;
@@ -107,7 +107,7 @@ namespace detail {
 
 template <class T>
 constexpr int lane_element(int width, int lane) {
-  if (width == simd::Vec<T>::width) return simd::kLaneElement<simd::Vec<T>>[lane];
+  if (width == simd::ComplexVec<T>::width) return simd::kLaneElement<simd::ComplexVec<T>>[lane];
   return lane;
 }
 
@@ -163,8 +163,8 @@ class RootPowers {
 template <class T, class F>
 inline void with_lanes(int order, F f) {
   const int width = lanes<T>(order);
-  if (width == simd::Vec<T>::width) {
-    f(static_cast<simd::Vec<T>*>(nullptr));
+  if (width == simd::ComplexVec<T>::width) {
+    f(static_cast<simd::ComplexVec<T>*>(nullptr));
   } else if (width == 1) {
     f(static_cast<simd::Single<T>*>(nullptr));
   } else {

@@ -300,6 +300,20 @@ TEST(InfoCommand, NamesTheLibraryAndItsFile) {
   EXPECT_TRUE(std::filesystem::is_regular_file(file)) << result.output;
 }
 
+TEST(InfoCommand, NamesTheBackendOfTheFile) {
+  const std::string output = run_kivsr("info").output;
+  const bool wide = output.find("glibc-hwcaps/x86-64-v3") != std::string::npos;
+  EXPECT_EQ(output.find("backend    x86-64-v3 (AVX2, FMA)") != std::string::npos, wide) << output;
+  EXPECT_NE(output.find("\nbackend "), std::string::npos) << output;
+}
+
+TEST(SelftestCommand, FindsTheExpectedDigests) {
+  const CommandResult result = run_kivsr("selftest");
+  EXPECT_EQ(result.status, 0) << result.output << result.errors;
+  EXPECT_NE(result.output.find("\nvector/fft "), std::string::npos) << result.output;
+  EXPECT_EQ(result.output.find("DIFFERS"), std::string::npos) << result.output;
+}
+
 TEST(InfoCommand, NamesFeaturesThatTheSystemReportsToo) {
   const auto words = [](const std::string& text) {
     std::istringstream stream(text);

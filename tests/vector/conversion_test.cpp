@@ -1,8 +1,8 @@
 // Conversions between element types against references in extended precision.
 #include <gtest/gtest.h>
-#include <xmmintrin.h>
 
 #include <algorithm>
+#include <cfenv>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -74,24 +74,23 @@ TEST(Conversion, ToIntegersRoundsAsAskedAndSaturates) {
 }
 
 TEST(Conversion, DoesNotDependOnTheCallersRoundingModeAndKeepsIt) {
-  const unsigned before = _mm_getcsr();
-  for (unsigned mode : {_MM_ROUND_UP, _MM_ROUND_DOWN, _MM_ROUND_TOWARD_ZERO}) {
+  for (const int mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
     const std::vector<float> floats(9, 2.5F);
     const std::vector<double> doubles(9, 1 + 0x1p-24 + 0x1p-40);
     const std::vector<Kiv32s> integers(9, 16777217);
     Kiv16s words[9];
     Kiv32s longs[9], more[9];
     float nearest[9], scaled[9], narrow[9];
-    _mm_setcsr((before & ~_MM_ROUND_MASK) | mode);
+    std::fesetround(mode);
     kivsConvert_32f16s_Sfs(floats.data(), words, 9, kivRndNear, 0);
     kivsConvert_32f32s_Sfs(floats.data(), longs, 9, kivRndNear, 0);
     kivsConvert_64f32s_Sfs(doubles.data(), more, 9, kivRndNear, 0);
     kivsConvert_32s32f(integers.data(), nearest, 9);
     kivsConvert_32s32f_Sfs(integers.data(), scaled, 9, 1);
     kivsConvert_64f32f(doubles.data(), narrow, 9);
-    const unsigned after = _mm_getcsr();
-    _mm_setcsr(before);
-    EXPECT_EQ(after & _MM_ROUND_MASK, mode);
+    const int after = std::fegetround();
+    std::fesetround(FE_TONEAREST);
+    EXPECT_EQ(after, mode);
     for (int i : {0, 8}) {
       EXPECT_EQ(words[i], 2);
       EXPECT_EQ(longs[i], 2);

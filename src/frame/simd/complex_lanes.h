@@ -19,17 +19,22 @@
 //
 // For vectors of eight lanes, whose halves are Quads:
 //
-//   joined<V>(low, high), low_half(v), high_half(v)
 //   exchanged_halves(v)    the high half, then the low one
 //   exchanged_pairs(v)     the two pairs of each half in the opposite order
 //   mirrored_in_order(v)   `mirrored` for elements in their natural order
 //
-// Besides Vec<float> and Vec<double> there are Quad, four floats in every build, and Single<T>, one lane.
+// The vectors are ComplexVec<T>, the widest that pays, Quad, four floats in every build, and Single<T>, one lane.
 #pragma once
+
+#include <array>
 
 #include "vec.h"
 
 namespace kivsr::simd {
+
+// Sixteen lanes leave too few columns to the usual transforms.
+template <class T>
+using ComplexVec = ShortVec<T>;
 
 // --- one lane ---------------------------------------------------------------
 
@@ -97,240 +102,137 @@ inline Single<T> reversed_pairs(Single<T> v) {
 template <class T>
 inline void transpose(Single<T> (&)[1]) {}
 
-// --- four floats --------------------------------------------------------------
-
-#if defined(__AVX2__)
-struct Quad {
-  using Element = float;
-  static constexpr int width = 4;
-  __m128 raw;
-  static Quad broadcast(float x) { return {_mm_set1_ps(x)}; }
-  float first() const { return _mm_cvtss_f32(raw); }
-};
-inline Quad operator+(Quad a, Quad b) { return {_mm_add_ps(a.raw, b.raw)}; }
-inline Quad operator-(Quad a, Quad b) { return {_mm_sub_ps(a.raw, b.raw)}; }
-inline Quad operator*(Quad a, Quad b) { return {_mm_mul_ps(a.raw, b.raw)}; }
-inline Quad mul_add(Quad a, Quad b, Quad c) { return {_mm_fmadd_ps(a.raw, b.raw, c.raw)}; }
-inline Quad neg_mul_add(Quad a, Quad b, Quad c) { return {_mm_fnmadd_ps(a.raw, b.raw, c.raw)}; }
-inline void store(float* p, Quad v) { _mm_storeu_ps(p, v.raw); }
-#else
-using Quad = Vec<float>;
-#endif
-
-inline void deinterleave(Quad& a, Quad& b) {
-  const __m128 re = _mm_shuffle_ps(a.raw, b.raw, _MM_SHUFFLE(2, 0, 2, 0));
-  b.raw = _mm_shuffle_ps(a.raw, b.raw, _MM_SHUFFLE(3, 1, 3, 1));
-  a.raw = re;
-}
-inline void interleave(Quad& re, Quad& im) {
-  const __m128 low = _mm_unpacklo_ps(re.raw, im.raw);
-  im.raw = _mm_unpackhi_ps(re.raw, im.raw);
-  re.raw = low;
-}
-inline Quad pair_order(Quad v) { return v; }
-inline Quad pair_order_reversed(Quad v) { return {_mm_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(0, 1, 2, 3))}; }
-inline Quad mirrored(Quad v) { return {_mm_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(1, 2, 3, 0))}; }
-inline Quad with_first(Quad v, Quad first) { return {_mm_move_ss(v.raw, first.raw)}; }
-inline Quad with_first(Quad v, const float* first) { return {_mm_move_ss(v.raw, _mm_load_ss(first))}; }
-inline Quad reversed_pairs(Quad v) { return {_mm_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(1, 0, 3, 2))}; }
-inline Quad with_gap(Quad v) {
-  const __m128 kept = _mm_castsi128_ps(_mm_setr_epi32(-1, 0, -1, -1));
-  return {_mm_and_ps(_mm_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(2, 1, 0, 0)), kept)};
-}
-inline Quad moved_down(Quad v) { return {_mm_castsi128_ps(_mm_srli_si128(_mm_castps_si128(v.raw), 4))}; }
-inline Quad without_gap(Quad v) { return {_mm_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(3, 3, 2, 0))}; }
-inline Quad moved_up(Quad v) { return {_mm_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(2, 1, 0, 0))}; }
-inline void transpose(Quad (&rows)[4]) { _MM_TRANSPOSE4_PS(rows[0].raw, rows[1].raw, rows[2].raw, rows[3].raw); }
-
-// Defined where a vector is two Quads.
-template <class V>
-V joined(Quad low, Quad high);
-
 // --- loads and the order of lanes ------------------------------------------------
-
-template <class V>
-struct LaneTraits {
-  template <class S>
-  static V load_from(const S* p) {
-    return load<typename V::Element>(p);
-  }
-};
-template <class T>
-struct LaneTraits<Single<T>> {
-  template <class S>
-  static Single<T> load_from(const S* p) {
-    return {static_cast<T>(*p)};
-  }
-};
-#if defined(__AVX2__)
-template <>
-struct LaneTraits<Quad> {
-  static Quad load_from(const float* p) { return {_mm_loadu_ps(p)}; }
-};
-#endif
-
-template <class V, class S>
-inline V load_as(const S* p) {
-  return LaneTraits<V>::load_from(p);
-}
-
-template <class V>
-inline constexpr int kLaneElement[V::width] = {};
-template <>
-inline constexpr int kLaneElement<Quad>[4] = {0, 1, 2, 3};
-
-#if defined(__AVX2__)
-
-// --- eight floats, four doubles ---------------------------------------------------
-
-template <>
-inline constexpr int kLaneElement<Vec<float>>[8] = {0, 1, 4, 5, 2, 3, 6, 7};
-template <>
-inline constexpr int kLaneElement<Vec<double>>[4] = {0, 2, 1, 3};
-
-inline void deinterleave(Vec<float>& a, Vec<float>& b) {
-  const __m256 re = _mm256_shuffle_ps(a.raw, b.raw, _MM_SHUFFLE(2, 0, 2, 0));
-  b.raw = _mm256_shuffle_ps(a.raw, b.raw, _MM_SHUFFLE(3, 1, 3, 1));
-  a.raw = re;
-}
-inline void interleave(Vec<float>& re, Vec<float>& im) {
-  const __m256 low = _mm256_unpacklo_ps(re.raw, im.raw);
-  im.raw = _mm256_unpackhi_ps(re.raw, im.raw);
-  re.raw = low;
-}
-inline Vec<float> pair_order(Vec<float> v) {
-  return {_mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(v.raw), _MM_SHUFFLE(3, 1, 2, 0)))};
-}
-inline Vec<float> pair_order_reversed(Vec<float> v) {
-  return {_mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(7, 6, 3, 2, 5, 4, 1, 0))};
-}
-inline Vec<float> mirrored(Vec<float> v) {
-  return {_mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(0, 7, 2, 5, 6, 3, 4, 1))};
-}
-inline Vec<float> with_first(Vec<float> v, Vec<float> first) { return {_mm256_blend_ps(v.raw, first.raw, 1)}; }
-inline Vec<float> with_first(Vec<float> v, const float* first) {
-  return with_first(v, Vec<float>{_mm256_castps128_ps256(_mm_load_ss(first))});
-}
-inline Vec<float> reversed_pairs(Vec<float> v) {
-  return {_mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(v.raw), _MM_SHUFFLE(0, 1, 2, 3)))};
-}
-inline Vec<float> with_gap(Vec<float> v) {
-  const __m256 spread = _mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6));
-  return {_mm256_blend_ps(spread, _mm256_setzero_ps(), 0x02)};
-}
-inline Vec<float> moved_down(Vec<float> v) {
-  const __m256 moved = _mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(1, 2, 3, 4, 5, 6, 7, 7));
-  return {_mm256_blend_ps(moved, _mm256_setzero_ps(), 0x80)};
-}
-inline Vec<float> without_gap(Vec<float> v) {
-  return {_mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(0, 2, 3, 4, 5, 6, 7, 7))};
-}
-inline Vec<float> moved_up(Vec<float> v) {
-  return {_mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6))};
-}
-template <>
-inline Vec<float> joined(Quad low, Quad high) {
-  return {_mm256_set_m128(high.raw, low.raw)};
-}
-inline Quad low_half(Vec<float> v) { return {_mm256_castps256_ps128(v.raw)}; }
-inline Quad high_half(Vec<float> v) { return {_mm256_extractf128_ps(v.raw, 1)}; }
-inline Vec<float> exchanged_halves(Vec<float> v) { return {_mm256_permute2f128_ps(v.raw, v.raw, 0x01)}; }
-inline Vec<float> exchanged_pairs(Vec<float> v) { return {_mm256_shuffle_ps(v.raw, v.raw, _MM_SHUFFLE(1, 0, 3, 2))}; }
-inline Vec<float> mirrored_in_order(Vec<float> v) {
-  return {_mm256_permutevar8x32_ps(v.raw, _mm256_setr_epi32(0, 7, 6, 5, 4, 3, 2, 1))};
-}
 
 namespace detail {
 
-// The 4 x 4 transposes of the lower and of the upper halves.
-inline void transpose_halves(__m256& a, __m256& b, __m256& c, __m256& d) {
-  const __m256 ab_low = _mm256_unpacklo_ps(a, b);
-  const __m256 ab_high = _mm256_unpackhi_ps(a, b);
-  const __m256 cd_low = _mm256_unpacklo_ps(c, d);
-  const __m256 cd_high = _mm256_unpackhi_ps(c, d);
-  a = _mm256_shuffle_ps(ab_low, cd_low, _MM_SHUFFLE(1, 0, 1, 0));
-  b = _mm256_shuffle_ps(ab_low, cd_low, _MM_SHUFFLE(3, 2, 3, 2));
-  c = _mm256_shuffle_ps(ab_high, cd_high, _MM_SHUFFLE(1, 0, 1, 0));
-  d = _mm256_shuffle_ps(ab_high, cd_high, _MM_SHUFFLE(3, 2, 3, 2));
+template <class T, class S>
+struct Load<Single<T>, S> {
+  static Single<T> full(const S* p) { return {static_cast<T>(*p)}; }
+};
+
+// Deinterleaving stays within groups of 128 bits: half a group comes from each of the two vectors.
+template <class V>
+constexpr int lane_element(int lane) {
+  constexpr int kHalf = kGroup<V> / 2;
+  return lane / kGroup<V> * kHalf + lane % kHalf + lane % kGroup<V> / kHalf * (V::width / 2);
+}
+template <class V>
+constexpr int lane_of_element(int element) {
+  int lane = 0;
+  while (lane_element<V>(lane) != element) ++lane;
+  return lane;
+}
+template <class V>
+constexpr auto lane_elements() {
+  std::array<int, V::width> elements = {};
+  if constexpr (V::width > 1) {
+    for (int l = 0; l < V::width; ++l) elements[static_cast<std::size_t>(l)] = lane_element<V>(l);
+  }
+  return elements;
 }
 
-inline void exchange_halves(__m256& a, __m256& b) {
-  const __m256 low = _mm256_permute2f128_ps(a, b, 0x20);
-  b = _mm256_permute2f128_ps(a, b, 0x31);
-  a = low;
+// Zero in place of one lane.
+template <int kLane, class T, int W>
+inline Lanes<T, W> without_lane(Lanes<T, W> v) {
+  using Bits = Lanes<Integer<sizeof(T)>, W>;
+  typename Bits::Raw kept = ~Bits::zero().raw;
+  kept[kLane] = 0;
+  return v & recast<Lanes<T, W>>(kept);
 }
 
 }  // namespace detail
 
-inline void transpose(Vec<float> (&rows)[8]) {
-  detail::transpose_halves(rows[0].raw, rows[1].raw, rows[2].raw, rows[3].raw);
-  detail::transpose_halves(rows[4].raw, rows[5].raw, rows[6].raw, rows[7].raw);
-  detail::exchange_halves(rows[0].raw, rows[4].raw);
-  detail::exchange_halves(rows[1].raw, rows[5].raw);
-  detail::exchange_halves(rows[2].raw, rows[6].raw);
-  detail::exchange_halves(rows[3].raw, rows[7].raw);
-}
+template <class V>
+inline constexpr auto kLaneElement = detail::lane_elements<V>();
 
-inline void deinterleave(Vec<double>& a, Vec<double>& b) {
-  const __m256d re = _mm256_unpacklo_pd(a.raw, b.raw);
-  b.raw = _mm256_unpackhi_pd(a.raw, b.raw);
-  a.raw = re;
-}
-inline void interleave(Vec<double>& re, Vec<double>& im) { deinterleave(re, im); }
-inline Vec<double> pair_order(Vec<double> v) { return {_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(3, 1, 2, 0))}; }
-inline Vec<double> pair_order_reversed(Vec<double> v) {
-  return {_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(0, 2, 1, 3))};
-}
-inline Vec<double> mirrored(Vec<double> v) { return {_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(2, 3, 1, 0))}; }
-inline Vec<double> with_first(Vec<double> v, Vec<double> first) { return {_mm256_blend_pd(v.raw, first.raw, 1)}; }
-inline Vec<double> with_first(Vec<double> v, const double* first) {
-  return with_first(v, Vec<double>{_mm256_castpd128_pd256(_mm_load_sd(first))});
-}
-inline Vec<double> reversed_pairs(Vec<double> v) { return {_mm256_permute2f128_pd(v.raw, v.raw, 1)}; }
-inline Vec<double> with_gap(Vec<double> v) {
-  return {_mm256_blend_pd(_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(2, 1, 0, 0)), _mm256_setzero_pd(), 0x2)};
-}
-inline Vec<double> moved_down(Vec<double> v) {
-  return {_mm256_blend_pd(_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(3, 3, 2, 1)), _mm256_setzero_pd(), 0x8)};
-}
-inline Vec<double> without_gap(Vec<double> v) { return {_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(3, 3, 2, 0))}; }
-inline Vec<double> moved_up(Vec<double> v) { return {_mm256_permute4x64_pd(v.raw, _MM_SHUFFLE(2, 1, 0, 0))}; }
-inline void transpose(Vec<double> (&rows)[4]) {
-  const __m256d a = _mm256_unpacklo_pd(rows[0].raw, rows[1].raw);
-  const __m256d b = _mm256_unpackhi_pd(rows[0].raw, rows[1].raw);
-  const __m256d c = _mm256_unpacklo_pd(rows[2].raw, rows[3].raw);
-  const __m256d d = _mm256_unpackhi_pd(rows[2].raw, rows[3].raw);
-  rows[0].raw = _mm256_permute2f128_pd(a, c, 0x20);
-  rows[1].raw = _mm256_permute2f128_pd(b, d, 0x20);
-  rows[2].raw = _mm256_permute2f128_pd(a, c, 0x31);
-  rows[3].raw = _mm256_permute2f128_pd(b, d, 0x31);
-}
+// --- several lanes ----------------------------------------------------------------
 
-#else
-
-// --- two doubles --------------------------------------------------------------
-
-template <>
-inline constexpr int kLaneElement<Vec<double>>[2] = {0, 1};
-
-inline void deinterleave(Vec<double>& a, Vec<double>& b) {
-  const __m128d re = _mm_unpacklo_pd(a.raw, b.raw);
-  b.raw = _mm_unpackhi_pd(a.raw, b.raw);
-  a.raw = re;
+template <class T, int W>
+inline void deinterleave(Lanes<T, W>& a, Lanes<T, W>& b) {
+  using V = Lanes<T, W>;
+  constexpr auto kFrom = [](int l) {
+    constexpr int kHalf = detail::kGroup<V> / 2;
+    return l % detail::kGroup<V> / kHalf * W + detail::group_start<V>(l) + 2 * (l % kHalf);
+  };
+  const V re = detail::shuffled(a, b, [](int l) { return decltype(kFrom){}(l); });
+  b = detail::shuffled(a, b, [](int l) { return decltype(kFrom){}(l) + 1; });
+  a = re;
 }
-inline void interleave(Vec<double>& re, Vec<double>& im) { deinterleave(re, im); }
-inline Vec<double> pair_order(Vec<double> v) { return v; }
-inline Vec<double> pair_order_reversed(Vec<double> v) { return {_mm_shuffle_pd(v.raw, v.raw, 1)}; }
-inline Vec<double> mirrored(Vec<double> v) { return v; }
-inline Vec<double> with_first(Vec<double> v, Vec<double> first) { return {_mm_move_sd(v.raw, first.raw)}; }
-inline Vec<double> with_first(Vec<double> v, const double* first) { return {_mm_move_sd(v.raw, _mm_load_sd(first))}; }
-inline Vec<double> reversed_pairs(Vec<double> v) { return v; }
-inline Vec<double> with_gap(Vec<double> v) { return {_mm_unpacklo_pd(v.raw, _mm_setzero_pd())}; }
-inline Vec<double> moved_down(Vec<double> v) { return {_mm_unpackhi_pd(v.raw, _mm_setzero_pd())}; }
-inline Vec<double> without_gap(Vec<double> v) { return v; }
-inline Vec<double> moved_up(Vec<double> v) { return {_mm_unpacklo_pd(v.raw, v.raw)}; }
-inline void transpose(Vec<double> (&rows)[2]) { deinterleave(rows[0], rows[1]); }
-
-#endif
+template <class T, int W>
+inline void interleave(Lanes<T, W>& re, Lanes<T, W>& im) {
+  const auto low = detail::unpack_low(re, im);
+  im = detail::unpack_high(re, im);
+  re = low;
+}
+template <class T, int W>
+inline Lanes<T, W> pair_order(Lanes<T, W> v) {
+  return detail::permuted(v, [](int l) { return detail::lane_element<Lanes<T, W>>(l); });
+}
+template <class T, int W>
+inline Lanes<T, W> pair_order_reversed(Lanes<T, W> v) {
+  return detail::permuted(v, [](int l) { return W - 1 - detail::lane_element<Lanes<T, W>>(l); });
+}
+template <class T, int W>
+inline Lanes<T, W> mirrored(Lanes<T, W> v) {
+  using V = Lanes<T, W>;
+  return detail::permuted(v, [](int l) { return detail::lane_of_element<V>((W - detail::lane_element<V>(l)) % W); });
+}
+template <class T, int W>
+inline Lanes<T, W> with_first(Lanes<T, W> v, Lanes<T, W> first) {
+  return detail::shuffled(v, first, [](int l) { return l == 0 ? W : l; });
+}
+template <class T, int W>
+inline Lanes<T, W> with_first(Lanes<T, W> v, const T* first) {
+  return with_first(v, Lanes<T, W>::in_first_lane(*first));
+}
+template <class T, int W>
+inline Lanes<T, W> reversed_pairs(Lanes<T, W> v) {
+  return detail::permuted(v, [](int l) { return W - 2 - l / 2 * 2 + l % 2; });
+}
+template <class T, int W>
+inline Lanes<T, W> with_gap(Lanes<T, W> v) {
+  return detail::without_lane<1>(detail::permuted(v, [](int l) { return l == 0 ? 0 : l - 1; }));
+}
+template <class T, int W>
+inline Lanes<T, W> moved_down(Lanes<T, W> v) {
+  return detail::without_lane<W - 1>(detail::permuted(v, [](int l) { return (l + 1) % W; }));
+}
+template <class T, int W>
+inline Lanes<T, W> without_gap(Lanes<T, W> v) {
+  return detail::permuted(v, [](int l) { return l == 0 ? 0 : l + 1 < W ? l + 1 : W - 1; });
+}
+template <class T, int W>
+inline Lanes<T, W> moved_up(Lanes<T, W> v) {
+  return detail::permuted(v, [](int l) { return l == 0 ? 0 : l - 1; });
+}
+template <int W>
+inline Lanes<float, W> exchanged_halves(Lanes<float, W> v) {
+  return detail::permuted(v, [](int l) { return (l + W / 2) % W; });
+}
+template <int W>
+inline Lanes<float, W> exchanged_pairs(Lanes<float, W> v) {
+  return detail::permuted(v, [](int l) { return l ^ 2; });
+}
+template <int W>
+inline Lanes<float, W> mirrored_in_order(Lanes<float, W> v) {
+  return detail::permuted(v, [](int l) { return (W - l) % W; });
+}
+template <class T, int W>
+inline void transpose(Lanes<T, W> (&rows)[W]) {
+  constexpr int kGroup = detail::kGroup<Lanes<T, W>>;
+#pragma GCC unroll 8
+  for (int first = 0; first < W; first += kGroup) {
+    if constexpr (kGroup == 4) {
+      transpose_rows(rows + first);
+    } else {
+      interleave(rows[first], rows[first + 1]);
+    }
+  }
+  if constexpr (W == 2 * kGroup) {
+#pragma GCC unroll 8
+    for (int k = 0; k < kGroup; ++k) detail::exchange_runs<kGroup>(rows[k], rows[kGroup + k]);
+  }
+}
 
 }  // namespace kivsr::simd

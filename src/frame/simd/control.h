@@ -1,25 +1,20 @@
-// The control and status word of the SIMD unit, and the control word of the unit beside it.
+// The state of the floating-point unit, as far as the library sets it: the rounding mode, pinned for the length of a
+// calculation, and the sticky flags of undefined operations.
+//
+//   rounding(), set_rounding(r)    what holds the rounding mode of floats and doubles
+//   is_nearest(r), nearest(r)      whether it rounds to nearest, ties to even; r with that mode
+//   extended_rounding(), set_extended_rounding(r), extended_nearest(r)   the same of long double
+//   start_watch()      the caller's state; from here on rounds to nearest, no flag is set, nothing traps
+//   undefined_met()    whether an operation had no defined result since, or a finite number was divided by zero
+//   end_watch(state)   the caller's state again, with the flag of undefined operations clear
 #pragma once
 
-#include <xmmintrin.h>
-
-namespace kivsr::simd {
-
-inline constexpr unsigned kRoundingBits = 0x6000;    // zero: to nearest, ties to even
-inline constexpr unsigned kInvalidFlag = 0x0001;     // sticky: an operation had no defined result
-inline constexpr unsigned kZeroDivideFlag = 0x0004;  // sticky: a finite number was divided by zero
-inline constexpr unsigned kMaskBits = 0x1F80;        // set: exceptions raise their flag and do not trap
-
-inline unsigned control_word() { return _mm_getcsr(); }
-inline void set_control_word(unsigned word) { _mm_setcsr(word); }
-
-// The same of the unit that computes long double.
-inline constexpr unsigned short kExtendedRoundingBits = 0x0C00;
-inline unsigned short extended_control_word() {
-  unsigned short word;
-  asm volatile("fnstcw %0" : "=m"(word));
-  return word;
-}
-inline void set_extended_control_word(unsigned short word) { asm volatile("fldcw %0" : : "m"(word) : "memory"); }
-
-}  // namespace kivsr::simd
+#if defined(KIVSR_GENERIC)
+#include "control_generic.h"
+#elif defined(__SSE2__)
+#include "control_x86.h"
+#elif defined(__aarch64__)
+#include "control_arm64.h"
+#else
+#include "control_generic.h"
+#endif

@@ -107,4 +107,23 @@ void expect_lanewise(const char* name, Op op, Reference reference, const std::ve
   }
 }
 
+// The lanes folded in halves until one is left.
+template <class Lanes, class Operation>
+auto folded(Lanes a, Operation operation) {
+  for (std::size_t half = a.size() / 2; half > 0; half /= 2) {
+    for (std::size_t l = 0; l < half; ++l) a[l] = operation(a[l], a[l + half]);
+  }
+  return a[0];
+}
+
+template <class T>
+simd::Vec<T> random_vector(Random& random) {
+  T values[simd::Vec<T>::width];
+  for (T& x : values) {
+    x = random.integer(0, 9) == 0 ? edge_values<T>()[static_cast<std::size_t>(random.integer(0, 30))]
+                                  : static_cast<T>(std::ldexp(random.uniform(-1, 1), random.integer(-6, 6)));
+  }
+  return vector_of<simd::Vec<T>>(values);
+}
+
 }  // namespace kivsr::test

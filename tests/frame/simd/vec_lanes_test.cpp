@@ -3,32 +3,12 @@
 #include <utility>
 
 #include "frame/simd/vec.h"
-#include "frame/simd/word_rows.h"
 #include "lanes.h"
 
 namespace kivsr::test {
 namespace {
 
 using simd::Vec;
-
-// The lanes folded in halves until one is left.
-template <class Lanes, class Operation>
-auto folded(Lanes a, Operation operation) {
-  for (std::size_t half = a.size() / 2; half > 0; half /= 2) {
-    for (std::size_t l = 0; l < half; ++l) a[l] = operation(a[l], a[l + half]);
-  }
-  return a[0];
-}
-
-template <class T>
-Vec<T> random_vector(Random& random) {
-  T values[Vec<T>::width];
-  for (T& x : values) {
-    x = random.integer(0, 9) == 0 ? edge_values<T>()[static_cast<std::size_t>(random.integer(0, 30))]
-                                  : static_cast<T>(std::ldexp(random.uniform(-1, 1), random.integer(-6, 6)));
-  }
-  return vector_of<Vec<T>>(values);
-}
 
 template <class T>
 class Folds : public ::testing::Test {};
@@ -101,7 +81,7 @@ TEST(Lanes, WidenAndNarrow) {
   }
 }
 
-// --- groups of four lanes, groups of eight words ------------------------------------------------------------------
+// --- groups of four lanes ------------------------------------------------------------------
 
 using V = Vec<float>;
 constexpr std::size_t kRows = V::width / 4;
@@ -137,61 +117,6 @@ TEST(Lanes, RowsOfFour) {
     for (std::size_t l = 0; l < V::width; ++l) {
       EXPECT_TRUE(same_bits(lanes(v[k])[l], before[l % 4][k + l / 4 * 4]));
       EXPECT_TRUE(same_bits(lanes(interleave_rows(v[k]))[l], lanes(v[k])[l % kRows * 4 + l / kRows]));
-    }
-  }
-}
-
-std::array<float, 4> row(V v, std::size_t r) {
-  const auto all = lanes(v);
-  return {all[4 * r], all[4 * r + 1], all[4 * r + 2], all[4 * r + 3]};
-}
-
-TEST(WordRows, LoadSubtractAndWiden) {
-  static_assert(kRows == simd::kWordRows);
-  Random random(8);
-  for (int i = 0; i < 100; ++i) {
-    const auto x = random.values<std::int16_t>(16, -32768, 32767);
-    const auto y = random.values<std::int16_t>(16, -32768, 32767);
-    const auto weights = random.values<float>(8, -9, 9);
-    const auto x_row = [&](int r) { return x.data() + 3 * r; };
-    const simd::Eight rows = to_eight(subtract_saturated(simd::load_words(x_row), simd::same_words(y.data())));
-    const simd::Eight groups = to_eight(simd::load_groups(x.data()));
-    const simd::Eight same = simd::same_eight(weights.data());
-    float first[8];
-    simd::store_first(first, groups);
-    for (std::size_t r = 0; r < kRows; ++r) {
-      for (std::size_t k = 0; k < 8; ++k) {
-        const auto element = [&](const simd::Eight& eight) { return row(k < 4 ? eight.low : eight.high, r)[k % 4]; };
-        const int difference = std::clamp(x[3 * r + k] - y[k], -32768, 32767);
-        EXPECT_EQ(element(rows), 65536.0F * static_cast<float>(difference));
-        EXPECT_EQ(element(groups), 65536.0F * x[8 * r + k]);
-        EXPECT_EQ(element(same), weights[k]);
-        EXPECT_EQ(first[k], 65536.0F * x[k]);
-      }
-    }
-  }
-}
-
-TEST(WordRows, SumsInTheOrderOfGroups) {
-  const auto sum = [](float a, float b) { return a + b; };
-  Random random(9);
-  for (int i = 0; i < 200; ++i) {
-    V v[kRows][4];
-    for (auto& four : v) {
-      for (V& each : four) each = random_vector<float>(random);
-    }
-    const V start = random_vector<float>(random);
-    const auto sums = lanes(lane_sums(v[0]));
-    const auto group_sums = lanes(add_group_sums(start, v));
-    float first = 0.5F + folded(row(v[0][0], 0), sum);
-    EXPECT_TRUE(same_bits(add_first_row_sum(0.5F, v[0][0]), first));
-    for (std::size_t r = 1; r < kRows; ++r) first += folded(row(v[0][0], r), sum);
-    EXPECT_TRUE(same_bits(add_row_sums(0.5F, v[0][0]), first));
-    for (std::size_t l = 0; l < V::width; ++l) {
-      EXPECT_TRUE(same_bits(sums[l], folded(row(v[0][l % 4], l / 4), sum)));
-      float expected = lanes(start)[l];
-      for (std::size_t h = 0; h < kRows; ++h) expected += folded(row(v[l / 4][l % 4], h), sum);
-      EXPECT_TRUE(same_bits(group_sums[l], expected));
     }
   }
 }

@@ -36,6 +36,12 @@ TYPED_TEST(Loads, ConvertEachElement) {
                                     pool.begin() + static_cast<std::ptrdiff_t>(i) + n);
       const Guarded<S> memory(elements);
       const auto v = lanes(n == W ? simd::load<T>(memory.data()) : simd::load_some<T>(memory.data(), n));
+      if (n > 0) {
+        const auto filled = lanes(simd::load_filled<T>(memory.data(), n));
+        for (std::size_t l = 0; l < W; ++l) {
+          ASSERT_TRUE(same_bits(filled[l], static_cast<T>(elements[l < static_cast<std::size_t>(n) ? l : 0])));
+        }
+      }
       for (int l = 0; l < W; ++l) {
         const T expected = l < n ? static_cast<T>(elements[static_cast<std::size_t>(l)]) : T{0};
         ASSERT_TRUE(same_bits(v[static_cast<std::size_t>(l)], expected)) << n << " lane " << l;
@@ -99,6 +105,7 @@ TEST(Vec, PartsReadAndWriteNothingElse) {
   expect_part<1>();
   expect_part<2>();
   if constexpr (Vec<float>::width > 4) expect_part<4>();
+  if constexpr (Vec<float>::width > 8) expect_part<8>();
 }
 
 TEST(Vec, BroadcastsAndFirstLane) {

@@ -16,7 +16,7 @@ using Word = std::int32_t;
 
 template <class T>
 T fused_where_available(T a, T b, T c) {
-#if defined(__FMA__)
+#if defined(__FMA__) && !defined(KIVSR_GENERIC)
   return std::fma(a, b, c);
 #else
   return a * b + c;
@@ -121,7 +121,7 @@ TYPED_TEST(FloatLanes, AnyAndAll) {
 // Exact, but for floats where the estimate of the reciprocal is corrected; then a unit of the smallest subnormal too.
 template <class T>
 bool is_quotient(T actual, T n, T d) {
-#if !defined(__AVX2__)
+#if defined(__SSE2__) && !defined(__AVX2__) && !defined(KIVSR_GENERIC)
   if (sizeof(T) == sizeof(float) && std::isfinite(n / d)) {
     return std::abs(actual - n / d) <= kCorrectedTolerance * std::abs(n / d) + std::numeric_limits<T>::denorm_min();
   }

@@ -1,0 +1,84 @@
+// Calls of one hot kernel, for counting instructions: kernel_calls NAME TIMES. scripts/kernel-instructions runs it.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "kivsr.h"
+
+namespace {
+
+template <class T>
+T* numbers(std::size_t count, T least, T step) {
+  static std::vector<std::vector<T>> rooms;
+  std::vector<T> room(count);
+  for (std::size_t i = 0; i < count; ++i) room[i] = static_cast<T>(least + step * static_cast<T>(i * 7 % 16));
+  rooms.push_back(std::move(room));
+  return rooms.back().data();
+}
+
+constexpr int kLength = 512;
+constexpr int kRows = 64;
+constexpr int kWidth = 39;
+constexpr int kStep = 40;
+
+using Kernel = std::pair<const char*, std::function<void()>>;
+
+std::vector<Kernel> kernels() {
+  Kiv32f* const a = numbers<Kiv32f>(kRows * kStep, -1, 0.125F);
+  Kiv32f* const b = numbers<Kiv32f>(kRows * kStep, 0.5F, 0.125F);
+  Kiv32f* const c = numbers<Kiv32f>(kRows * kStep, 0, 0.25F);
+  Kiv16s* const words = numbers<Kiv16s>(kRows * kStep, -100, 13);
+  Kiv16s* const more = numbers<Kiv16s>(kRows * kStep, 1, 5);
+  static KivsFFTSpec_R_32f* fft = nullptr;
+  kivsFFTInitAlloc_R_32f(&fft, 9, kivFftScaleNone, 0);
+  static KivsDCTLifterState_32f* dct = nullptr;
+  kivsDCTLifterInitAlloc_32f(&dct, 25, 12, 22, 1);
+  static KivsFBankState_32f* bank = nullptr;
+  static int order = 0;
+  kivsMelFBankInitAlloc_32f(&bank, &order, 400, 16000, 64, 8000, 25, 2595, 700, KIV_FBANK_BINWEIGHT);
+  static KivsCdbkState_32f* book = nullptr;
+  kivsCdbkInitAlloc_L2_32f(&book, b, kWidth, kStep, kRows, kRows, kivCdbkFullSearch);
+  static Kiv32s index[kRows];
+  static Kiv32f result;
+  return {
+      {"product", [=] { kivsMul_32f(a, b, c, kLength); }},
+      {"dot product", [=] { kivsDotProd_32f(a, b, kLength, &result); }},
+      {"sum", [=] { kivsSum_32f(a, kLength, &result, 0); }},
+      {"logarithm",
+       [=] {
+         std::memcpy(c, b, kLength * sizeof *c);
+         kivsLn_32f_I(c, kLength);
+       }},
+      {"words to floats", [=] { kivsConvert_16s32f(words, c, kLength); }},
+      {"floats to words", [=] { kivsConvert_32f16s_Sfs(a, more + kLength, kLength, kivRndNear, -8); }},
+      {"product of words", [=] { kivsMul_16s_Sfs(words, more, more + kLength, kLength, 3); }},
+      {"FFT of 512", [=] { kivsFFTFwd_RToCCS_32f(a, c, fft, nullptr); }},
+      {"inverse FFT of 512", [=] { kivsFFTInv_PackToR_32f(a, c, fft, nullptr); }},
+      {"mel bank", [=] { kivsEvalFBank_32f(b, c, bank); }},
+      {"DCT and lifter", [=] { kivsDCTLifter_32f(a, c, dct); }},
+      {"Gaussian scores", [=] { kivsLogGaussMultiMix_32f_D2(a, b, kStep, b, kWidth, c, kRows); }},
+      {"Gaussian scores, words",
+       [=] { kivsLogGaussMultiMix_Scaled_16s32f_D2(words, more, kStep, more, kWidth, c, kRows, 10); }},
+      {"log addition", [=] { kivsLogAdd_32f(a, c, kLength, static_cast<KivLogAddHint>(0)); }},
+      {"log sum", [=] { kivsLogSum_32f(a, &result, kLength); }},
+      {"nearest of 64 vectors", [=] { kivsVQ_32f(b, kStep, index, kRows, book); }},
+  };
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  for (const auto& [name, call] : kernels()) {
+    if (argc < 2) {
+      std::puts(name);
+    } else if (std::strcmp(name, argv[1]) == 0) {
+      for (int k = std::atoi(argv[2]); k > 0; --k) call();
+      return 0;
+    }
+  }
+  return argc < 2 ? 0 : 1;
+}
