@@ -20,7 +20,7 @@ namespace kivsr::speech {
 // Paths that fall behind the best one by more than this (natural log) are given up.
 struct Beams {
   float state = 100.0F;  // every frame
-  float phone = 80.0F;   // at the start of a phone
+  float phone = 100.0F;  // at the start of a phone
   float word = 60.0F;    // at the end of a word, behind the best word end of the frame
   int phones = 10000;    // that hold paths after a frame, the best ones; 0: any number
 };
