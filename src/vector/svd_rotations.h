@@ -24,7 +24,7 @@ struct RotatedRows {
 };
 
 class Rotations {
-  using V = simd::Vec<double>;
+  using V = simd::ShortVec<double>;
   static constexpr std::ptrdiff_t W = V::width;
   using Places = std::array<std::ptrdiff_t, kPairs>;
 
@@ -119,10 +119,10 @@ class Rotations {
     V odd = V::zero();
     std::ptrdiff_t i = 0;
     for (; i + 2 * W <= rows_.half; i += 2 * W) {
-      even = simd::mul_add(simd::load<double>(a + i), simd::load<double>(b + i), even);
-      odd = simd::mul_add(simd::load<double>(a + i + W), simd::load<double>(b + i + W), odd);
+      even = simd::mul_add(simd::load_as<V>(a + i), simd::load_as<V>(b + i), even);
+      odd = simd::mul_add(simd::load_as<V>(a + i + W), simd::load_as<V>(b + i + W), odd);
     }
-    if (i < rows_.half) even = simd::mul_add(simd::load<double>(a + i), simd::load<double>(b + i), even);
+    if (i < rows_.half) even = simd::mul_add(simd::load_as<V>(a + i), simd::load_as<V>(b + i), even);
     return even + odd;
   }
 
@@ -137,9 +137,9 @@ class Rotations {
   // afterwards, the longer one first.
   static PairBits angles(double* squares_p, double* squares_q, const double* products, double* sine,
                          double* half_tangent) {
-    const V a = simd::load<double>(squares_p);
-    const V b = simd::load<double>(squares_q);
-    const V d = simd::load<double>(products);
+    const V a = simd::load_as<V>(squares_p);
+    const V b = simd::load_as<V>(squares_q);
+    const V d = simd::load_as<V>(products);
     const V one = V::broadcast(1.0);
     constexpr double kLeast = 2 * std::numeric_limits<double>::epsilon();
     const unsigned needed = simd::bit_mask((d / a) * (d / b) > V::broadcast(kLeast * kLeast));
@@ -165,8 +165,8 @@ class Rotations {
   void turn(const double* x, const double* y, double* new_x, double* new_y, V sine, V half_tangent) const {
 #pragma GCC unroll 2
     for (std::ptrdiff_t i = 0; i < 2 * rows_.half; i += W) {
-      const V a = simd::load<double>(x + i);
-      const V b = simd::load<double>(y + i);
+      const V a = simd::load_as<V>(x + i);
+      const V b = simd::load_as<V>(y + i);
       simd::store(new_x + i, simd::mul_add(sine, simd::neg_mul_add(half_tangent, a, b), a));
       simd::store(new_y + i, simd::neg_mul_add(sine, simd::mul_add(half_tangent, b, a), b));
     }
