@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "frame/simd/lanes.h"
+#include "../frame/simd/lanes.h"
 
 namespace kivsr::test {
 namespace {

@@ -101,6 +101,21 @@ template <class T>
 inline Float16 load_filled(const float* p, int n) requires std::is_same_v<T, float> {
   return {_mm512_mask_loadu_ps(_mm512_set1_ps(*p), detail::first_lanes(n), p)};
 }
+template <class T>
+inline Vec<T> load_filled(const std::int16_t* p, int n)
+  requires(sizeof(T) == 4)
+{
+  const Int16 words =
+      detail::int16(_mm512_cvtepi16_epi32(_mm256_mask_loadu_epi16(_mm256_set1_epi16(*p), detail::first_lanes(n), p)));
+  if constexpr (std::is_same_v<T, float>) {
+    return to_float(words);
+  } else {
+    return words;
+  }
+}
+inline void store_some(std::int16_t* p, Int16 v, int n) {
+  _mm512_mask_cvtsepi32_storeu_epi16(p, detail::first_lanes(n), detail::x86(v));
+}
 inline void store(std::int16_t* p, Int16 v) {
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_cvtsepi32_epi16(detail::x86(v)));
 }
