@@ -68,6 +68,7 @@ struct RecogniseCommand {
     std::unique_ptr<AcousticModel> model;  // stays where it is, as the network refers to it
     SearchNetwork network;
   };
+  struct Worker;
   void check_format() const;
   void recognise_all(const Task& given, const std::function<void(RecognisedUtterance&&)>& report) const;
   Task task() const;
@@ -231,24 +232,39 @@ void RecogniseCommand::check_format() const {
   }
 }
 
+// What one thread needs to recognise one file after the other.
+struct RecogniseCommand::Worker {
+  explicit Worker(const RecogniseCommand& options, const Task& given)
+      : command(options),
+        network(given.network),
+        scorer(make_mixture_scorer(*given.model, options.scoring)),
+        chain(options.recipe_of(*given.model)),
+        search(given.network, *given.model, *scorer, options.beams) {}
+  RecognisedUtterance recognise(const std::string& file) { return command.recognise(file, network, search, chain); }
+
+  const RecogniseCommand& command;
+  const SearchNetwork& network;
+  std::unique_ptr<Scorer> scorer;
+  FeatureChain chain;
+  ViterbiSearch search;
+};
+
 // The files in their order, several at a time; report is called for each as soon as those before it are done.
 void RecogniseCommand::recognise_all(const Task& given,
                                      const std::function<void(RecognisedUtterance&&)>& report) const {
+  if (jobs == 1 || audio_files.size() == 1) {
+    Worker worker(*this, given);
+    for (const std::string& file : audio_files) report(worker.recognise(file));
+    return;
+  }
   std::vector<std::promise<RecognisedUtterance>> results(audio_files.size());
   std::atomic<std::size_t> next = 0;
-  const Recipe recipe = recipe_of(*given.model);
   const auto work = [&] {
-    std::unique_ptr<Scorer> scorer;
-    std::optional<FeatureChain> chain;
-    std::optional<ViterbiSearch> search;
+    std::optional<Worker> worker;
     for (std::size_t file = next++; file < results.size(); file = next++) {
       try {
-        if (!scorer) {
-          scorer = make_mixture_scorer(*given.model, scoring);
-          chain.emplace(recipe);
-          search.emplace(given.network, *given.model, *scorer, beams);
-        }
-        results[file].set_value(recognise(audio_files[file], given.network, *search, *chain));
+        if (!worker) worker.emplace(*this, given);
+        results[file].set_value(worker->recognise(audio_files[file]));
       } catch (...) {
         results[file].set_exception(std::current_exception());
         return;
