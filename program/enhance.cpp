@@ -165,6 +165,7 @@ void stream(AudioReader& reader, std::span<const std::unique_ptr<Enhancer>> chan
 void EnhanceCommand::run() const {
   check_audio_name(output_file);
   if (!picture_file.empty()) check_picture_name(picture_file);
+  say_unused_raw_options(raw, {input_file});
   AudioReader reader(input_file, raw);
   const auto channels = enhancers(reader);
   std::optional<Comparison> comparison;

@@ -17,9 +17,10 @@
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_reader.h"
 #include "kivsr/speech/io/output_file.h"
+#include "program/file_loop.h"
 #include "program/moments_file.h"
+#include "program/numbers.h"
 #include "program/picture/feature_picture.h"
-#include "program/progress.h"
 #include "program/raw_options.h"
 #include "program/recipe_options.h"
 #include "program/subcommands.h"
@@ -56,6 +57,7 @@ void FeaturesCommand::run() {
   if (!explained.empty()) recipe.start_from(explained);
   if (!explained.empty() || !recipe_file.empty()) explain();
   if (!explained.empty() || (!recipe_file.empty() && output_file.empty() && picture_file.empty())) return;
+  say_unused_raw_options(raw, all_files());
   statistics ? write_statistics() : write_rows();
 }
 
@@ -115,9 +117,8 @@ void FeaturesCommand::write_statistics() const {
   FeatureChain chain(recipe.recipe(all, raw));
   ColumnStatistics sums;
   bool computed = false;
-  Progress progress("statistics", static_cast<int>(all.size()));
-  for (const std::string& file : all) {
-    progress.step(file);
+  FileLoop loop("statistics", static_cast<int>(all.size()));
+  const auto add = [&](const std::string& file) {
     computed = computed || !is_feature_file(file);
     stream_rows(file, chain, [&](const FeatureMatrix& rows) {
       if (sums.width() != 0 && rows.width != sums.width()) {
@@ -127,8 +128,16 @@ void FeaturesCommand::write_statistics() const {
       sums.add(rows);
     });
     sums.end_file();
-  }
-  progress.clear();
+  };
+  loop.run(all, [&](const std::string& file) {
+    const ColumnStatistics before = sums;
+    try {
+      add(file);
+    } catch (...) {
+      sums = before;  // without the rows in front of the fault
+      throw;
+    }
+  });
   if (sums.frames() < 2) throw Fault("features: statistics need at least two frames");
   ColumnMoments moments = sums.moments();
   if (computed) moments.columns = chain.recipe().column_names();
@@ -138,6 +147,7 @@ void FeaturesCommand::write_statistics() const {
   output.commit();
   std::printf("%lld files, %lld frames of %d values\n", static_cast<long long>(moments.files),
               static_cast<long long>(moments.frames), sums.width());
+  loop.finish();
 }
 
 void FeaturesCommand::write_rows() const {
@@ -197,12 +207,14 @@ void add_features(CLI::App& program) {
   command->add_option("--as-config", options->recipe_file,
                       "File to write the recipe of this command line to, which --config reads again");
   add_raw_options(*command, options->raw);
-  command->add_option("--block", options->block, "Samples pushed at a time; the rows are the same for every number");
+  add_number(*command, "--block", options->block, 0, 1'000'000'000,
+             "Samples pushed at a time, 0: as suits; the rows are the same for every number");
   command->add_flag("--stats", options->statistics,
                     "Write mean, variance and covariance of the columns of many audio or feature files");
   command->add_option("--list", options->list_file, "File with the name of a further file on every line");
-  command->add_option("--mfc-width", options->feature_width, "Values in a row of .mfc files that --stats reads")
-      ->check(CLI::PositiveNumber);
+  add_number(*command, "--mfc-width", options->feature_width, 1, 10000,
+             "Values in a row of .mfc files that --stats reads")
+      ->needs("--stats");
   command
       ->add_option("--explain", options->explained,
                    "Print the recipe of that preset, with the options given, a comment for each field")

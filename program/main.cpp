@@ -9,6 +9,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "kivsr/speech/io/output_file.h"
 #include "program/subcommands.h"
 
 namespace {
@@ -25,6 +26,20 @@ int report(const char* message) noexcept {
     if (last) return kExitFault;
     message += length + 1;
   }
+}
+
+// Told to end, the program leaves no half-written file behind.
+extern "C" void end_by(int signal) {
+  kivsr::speech::remove_partial_files();
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
+}
+
+void watch_signals() {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGXCPU}) {
+    if (std::signal(signal, end_by) == SIG_IGN) std::signal(signal, SIG_IGN);  // as under nohup
+  }
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a fault like any other, not the end
 }
 
 int run(int argc, char** argv) {
@@ -58,7 +73,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a fault like any other, not the end
+  watch_signals();
   try {
     return run(argc, argv);
   } catch (const std::bad_alloc&) {

@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/noise_mixer.h"
 #include "kivsr/speech/io/output_file.h"
+#include "program/numbers.h"
 #include "program/raw_options.h"
 #include "program/subcommands.h"
 
@@ -33,7 +35,11 @@ struct MixCommand {
 
 void MixCommand::run() const {
   check_audio_name(output_file);
+  say_unused_raw_options(raw, {input_file, noise == "white" ? input_file : noise});
   AudioChannels audio = read_audio_channels(input_file, raw);
+  OutputFile output(output_file);
+  AudioWriter writer(output, output_file, audio.sample_rate, static_cast<int>(audio.channels.size()),
+                     audio.sample_format);
   const std::size_t count = audio.channels.front().size();
   const std::vector<float> samples =
       noise == "white" ? white_noise(count, seed)
@@ -44,8 +50,8 @@ void MixCommand::run() const {
   } catch (const Fault& fault) {
     throw Fault(input_file + " with " + noise + ": " + fault.what());
   }
-  OutputFile output(output_file);
-  write_audio(output, output_file, audio);
+  writer.append(audio.channels);
+  writer.finish();
   output.commit();
   std::printf("%s: %s at %g dB", output_file.c_str(), noise.c_str(), snr);
   if (beyond != 0) std::printf(", %d samples beyond full scale", beyond);
@@ -61,10 +67,11 @@ void add_mix(CLI::App& program) {
   command->add_option("output", options->output_file, "File to write: .wav or .flac")->required();
   command->add_option("--noise", options->noise, "white, or an audio file, which is repeated and resampled as needed")
       ->capture_default_str();
-  command->add_option("--snr", options->snr, "Signal-to-noise ratio of the energies of the whole file, dB")
-      ->check(CLI::Range(-200.0, 200.0))
+  add_number(*command, "--snr", options->snr, -200.0, 200.0,
+             "Signal-to-noise ratio of the energies of the whole file, dB")
       ->capture_default_str();
-  command->add_option("--seed", options->seed, "Chooses the white noise, or the place where the file begins")
+  add_number(*command, "--seed", options->seed, 0, std::numeric_limits<std::uint32_t>::max(),
+             "Chooses the white noise, or the place where the file begins")
       ->capture_default_str();
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -15,10 +16,11 @@
 #include "kivsr/speech/io/extension.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/output_file.h"
+#include "program/file_loop.h"
+#include "program/numbers.h"
 #include "program/picture/feature_picture.h"
 #include "program/picture/pitch_picture.h"
 #include "program/pitch_report.h"
-#include "program/progress.h"
 #include "program/raw_options.h"
 #include "program/subcommands.h"
 
@@ -121,21 +123,22 @@ void PitchCommand::run() const {
     report.emplace(report_to(output ? &*output : nullptr));
   }
   std::optional<OutputFile> drawing;
-  Progress progress("pitch", static_cast<int>(audio_files.size()));
-  for (const std::string& file : audio_files) {
-    progress.step(file);
-    if (!output) progress.clear();
-    if (report) report->begin(file);
+  say_unused_raw_options(raw, audio_files);
+  FileLoop loop("pitch", static_cast<int>(audio_files.size()));
+  loop.run(audio_files, [&](const std::string& file) {
+    if (!output) loop.progress().clear();
+    bool begun = false;  // not before the file has shown that it is audio
     const double seconds = track(file, drawing, [&](const std::vector<PitchFrame>& frames) {
+      if (report && !std::exchange(begun, true)) report->begin(file);
       if (report) report->append(frames);
       if (rows) rows->append(pitch_rows(frames));
     });
     if (report) report->end(seconds);
-  }
-  progress.clear();
+  });
   if (rows) rows->finish();
   if (output) output->commit();
   if (drawing) drawing->commit();
+  loop.finish();
 }
 
 }  // namespace
@@ -151,33 +154,21 @@ void add_pitch(CLI::App& program) {
   command->add_option("--format", options->format, "text or csv, on standard output")
       ->check(CLI::IsMember({"text", "csv"}));
   command->add_option("--picture", options->picture_file, "PNG with waveform, spectrogram and pitch");
-  command->add_option("--low", parameters.low_frequency, "Lowest frequency, Hz")
-      ->check(CLI::Range(20.0, 1000.0))
+  add_number(*command, "--low", parameters.low_frequency, 20.0, 1000.0, "Lowest frequency, Hz")->capture_default_str();
+  add_number(*command, "--high", parameters.high_frequency, 24.0, 4000.0, "Highest frequency, Hz")
       ->capture_default_str();
-  command->add_option("--high", parameters.high_frequency, "Highest frequency, Hz")
-      ->check(CLI::Range(24.0, 4000.0))
+  add_number(*command, "--shift", options->shift, 0.001, 0.1, "From frame to frame, s")->capture_default_str();
+  add_number(*command, "--voicing-threshold", parameters.voicing_threshold, 0.0, 1.0,
+             "Correlation of a frame that is as likely voiced as not")
       ->capture_default_str();
-  command->add_option("--shift", options->shift, "From frame to frame, s")
-      ->check(CLI::Range(0.001, 0.1))
+  add_number(*command, "--silence-threshold", parameters.silence_threshold, 0.0, 1.0,
+             "Frames below so much of the maximum around them tend to be unvoiced")
       ->capture_default_str();
-  command
-      ->add_option("--voicing-threshold", parameters.voicing_threshold,
-                   "Correlation of a frame that is as likely voiced as not")
-      ->check(CLI::Range(0.0, 1.0))
+  add_number(*command, "--octave-cost", parameters.octave_cost, 0.0, 1.0, "Against lower candidates, an octave")
       ->capture_default_str();
-  command
-      ->add_option("--silence-threshold", parameters.silence_threshold,
-                   "Frames below so much of the maximum around them tend to be unvoiced")
-      ->check(CLI::Range(0.0, 1.0))
+  add_number(*command, "--jump-cost", parameters.jump_cost, 0.0, 10.0, "Of a change by an octave in 10 ms")
       ->capture_default_str();
-  command->add_option("--octave-cost", parameters.octave_cost, "Against lower candidates, an octave")
-      ->check(CLI::Range(0.0, 1.0))
-      ->capture_default_str();
-  command->add_option("--jump-cost", parameters.jump_cost, "Of a change by an octave in 10 ms")
-      ->check(CLI::Range(0.0, 10.0))
-      ->capture_default_str();
-  command->add_option("--transition-cost", parameters.transition_cost, "From voiced to unvoiced or back")
-      ->check(CLI::Range(0.0, 10.0))
+  add_number(*command, "--transition-cost", parameters.transition_cost, 0.0, 10.0, "From voiced to unvoiced or back")
       ->capture_default_str();
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });

@@ -1,4 +1,5 @@
 // kivsr quantise: codebooks for features, features as packed bits, and back.
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -18,6 +19,7 @@
 #include "kivsr/speech/quantise/frame_pairs.h"
 #include "kivsr/speech/quantise/quantised_stream.h"
 #include "kivsr/speech/quantise/split_codebook.h"
+#include "program/file_loop.h"
 #include "program/progress.h"
 #include "program/raw_options.h"
 #include "program/recipe_options.h"
@@ -100,7 +102,7 @@ std::vector<float> TrainCommand::distance_weights(const FeatureMatrix& rows) con
   for (std::string number; std::getline(numbers, number, ',');) {
     std::istringstream text(number);
     float value = -1.0F;
-    if (!(text >> value) || !text.eof() || !(value >= 0.0F)) {
+    if (!(text >> value) || !text.eof() || !(value >= 0.0F) || !std::isfinite(value)) {
       throw Fault("--weights: \"" + number + "\" is not a number from 0 on (none, variance or one a column)");
     }
     values.push_back(value);
@@ -126,20 +128,18 @@ Recipe TrainCommand::recipe() {
 }
 
 void TrainCommand::run() {
+  say_unused_raw_options(inputs.raw, inputs.files);
   FeatureChain chain(recipe());
   const int width = chain.recipe().width();
   const Split chosen = split.empty() ? default_split(width) : parse_split(split, width);
   const Split groups = bitstream ? pair_split() : chosen;
   FeatureMatrix rows;
   rows.width = width;
-  {
-    Progress progress("features", static_cast<int>(inputs.files.size()));
-    for (const std::string& file : inputs.files) {
-      progress.step(file);
-      const FeatureMatrix more = load_utterance(file, chain, inputs.raw).features;
-      rows.values.insert(rows.values.end(), more.values.begin(), more.values.end());
-    }
-  }
+  FileLoop loop("features", static_cast<int>(inputs.files.size()));
+  loop.run(inputs.files, [&](const std::string& file) {
+    const FeatureMatrix more = load_utterance(file, chain, inputs.raw).features;
+    rows.values.insert(rows.values.end(), more.values.begin(), more.values.end());
+  });
   const std::vector<float> distance = distance_weights(rows);
   std::vector<GroupCodebook> trained;
   {
@@ -163,6 +163,7 @@ void TrainCommand::run() {
     }
   }
   print_distortion(book, distortion);
+  loop.finish();
 }
 
 struct EncodeCommand {
@@ -183,44 +184,50 @@ void EncodeCommand::run_bitstream(const SplitCodebook& book) const {
   Recipe recipe = book.recipe();
   recipe.speech_column = true;
   FeatureChain chain(recipe);
-  Progress progress("encode", static_cast<int>(inputs.files.size()));
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    progress.step(inputs.files[i]);
-    const auto frames = code_frames(load_utterance(inputs.files[i], chain, inputs.raw).features, book);
+  FileLoop loop("encode", static_cast<int>(inputs.files.size()));
+  auto name = names.begin();
+  loop.run(inputs.files, [&](const std::string& file) {
+    const std::filesystem::path& written = *name++;
+    const auto frames = code_frames(load_utterance(file, chain, inputs.raw).features, book);
     const std::string octets = write_pairs(frames);
-    OutputFile output(names[i]);
+    OutputFile output(written);
     output.write(octets);
     output.commit();
-    progress.clear();
-    std::printf("%s: %zu frames, %zu frame pairs and the end, %zu bytes\n", names[i].string().c_str(), frames.size(),
+    loop.progress().clear();
+    std::printf("%s: %zu frames, %zu frame pairs and the end, %zu bytes\n", written.c_str(), frames.size(),
                 (frames.size() + 1) / 2, octets.size());
-  }
+  });
+  loop.finish();
 }
 
 void EncodeCommand::run() const {
+  say_unused_raw_options(inputs.raw, inputs.files);
   const SplitCodebook book = SplitCodebook::read(book_file);
   if (inputs.recipe.given()) require_same(book.recipe(), inputs.recipe.recipe(), book_file);
   if (bitstream) return run_bitstream(book);
   const auto names = output_names(inputs.files, output_file, output_folder, ".kvs");
   FeatureChain chain(book.recipe());
   Distortion distortion(book.width());
-  Progress progress("encode", static_cast<int>(inputs.files.size()));
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    progress.step(inputs.files[i]);
+  FileLoop loop("encode", static_cast<int>(inputs.files.size()));
+  auto name = names.begin();
+  loop.run(inputs.files, [&](const std::string& file) {
+    const std::filesystem::path& written = *name++;
+    Distortion with_this = distortion;
     RowEncoder encoder(book,
-                       [&](const FeatureMatrix& rows, const FeatureMatrix& decoded) { distortion.add(rows, decoded); });
-    stream_utterance(inputs.files[i], chain, inputs.raw, [&](const FeatureMatrix& rows) { encoder.push(rows); });
+                       [&](const FeatureMatrix& rows, const FeatureMatrix& decoded) { with_this.add(rows, decoded); });
+    stream_utterance(file, chain, inputs.raw, [&](const FeatureMatrix& rows) { encoder.push(rows); });
     const QuantisedStream stream = encoder.finish();
-    OutputFile output(names[i]);
+    OutputFile output(written);
     const std::int64_t bytes = write_quantised(output, stream, book);
     output.commit();
-    progress.clear();
-    std::printf("%s: %d frames, %lld bytes, %.0f bit/s with the header\n", names[i].string().c_str(), stream.frames,
+    distortion = with_this;
+    loop.progress().clear();
+    std::printf("%s: %d frames, %lld bytes, %.0f bit/s with the header\n", written.c_str(), stream.frames,
                 static_cast<long long>(bytes),
                 8.0 * static_cast<double>(bytes) / (stream.frames * book.recipe().frame_seconds()));
-  }
-  progress.clear();
+  });
   print_distortion(book, distortion);
+  loop.finish();
 }
 
 struct DecodeCommand {
@@ -258,17 +265,19 @@ void DecodeCommand::run() const {
   if (bitstream) require_pair_book(book, book_file);
   Recipe recipe = book.recipe();
   if (bitstream) recipe.speech_column = true;
-  Progress progress("decode", static_cast<int>(files.size()));
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    progress.step(files[i]);
-    OutputFile output(names[i]);
+  FileLoop loop("decode", static_cast<int>(files.size()));
+  auto name = names.begin();
+  loop.run(files, [&](const std::string& file) {
+    const std::filesystem::path& result = *name++;
+    OutputFile output(result);
     FeatureWriter writer(output, written, recipe);
-    const int frames = write_rows(files[i], book, writer);
+    const int frames = write_rows(file, book, writer);
     writer.finish();
     output.commit();
-    progress.clear();
-    std::printf("%s: %d frames of %d values\n", names[i].string().c_str(), frames, recipe.width());
-  }
+    loop.progress().clear();
+    std::printf("%s: %d frames of %d values\n", result.c_str(), frames, recipe.width());
+  });
+  loop.finish();
 }
 
 void add_train_mode(CLI::App& quantise) {

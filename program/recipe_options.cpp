@@ -12,6 +12,7 @@
 #include "kivsr/speech/front/recipe_fields.h"
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/feature_format.h"
+#include "program/recipe_partners.h"
 
 namespace kivsr::program {
 
@@ -161,6 +162,7 @@ Recipe RecipeOptions::recipe(std::span<const std::string> files, const RawFormat
     recipe.front_end.energy = true;
     recipe.front_end.energy_first = false;
   }
+  require_partners(recipe, [this](const std::string& option) { return given(option); });
   recipe.validate();
   return recipe;
 }

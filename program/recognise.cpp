@@ -31,7 +31,8 @@
 #include "kivsr/speech/models/packed_ngram_file.h"
 #include "kivsr/speech/models/word_acoustic_model.h"
 #include "kivsr/speech/models/word_model_file.h"
-#include "program/progress.h"
+#include "program/file_loop.h"
+#include "program/numbers.h"
 #include "program/raw_options.h"
 #include "program/recognise_report.h"
 #include "program/subcommands.h"
@@ -70,7 +71,7 @@ struct RecogniseCommand {
   };
   struct Worker;
   void check_format() const;
-  void recognise_all(const Task& given, const std::function<void(RecognisedUtterance&&)>& report) const;
+  void recognise_all(const Task& given, FileLoop& loop, const std::function<void(RecognisedUtterance&&)>& report) const;
   Task task() const;
   Task word_model_task() const;
   SearchNetwork network_of(WordNetwork words, const Dictionary& pronunciations, const AcousticModel& model) const;
@@ -83,11 +84,24 @@ struct RecogniseCommand {
   Dictionary dictionary(const AcousticModel& model, const WordNetwork& network) const;
 };
 
-// The words of a file if there is one of that name, else of the text itself.
+// What stands for a file of words and not for the words: @ and its name, the name of a file or a pipe that is there,
+// or one that looks like no word.
+std::optional<std::string> word_file(const std::string& text) {
+  if (text.starts_with('@')) return text.substr(1);
+  std::error_code error;  // a long list is no name at all
+  const auto type = std::filesystem::status(text, error).type();
+  const bool is_file = type == std::filesystem::file_type::regular || type == std::filesystem::file_type::fifo ||
+                       type == std::filesystem::file_type::character;
+  const bool one = text.find_first_of(", ") == std::string::npos;
+  const bool looks_like_file = text.find('/') != std::string::npos || text.ends_with(".txt") ||
+                               text.ends_with(".lst") || text.ends_with(".list") || text.ends_with(".words");
+  return is_file || (one && looks_like_file) ? std::optional(text) : std::nullopt;
+}
+
 std::vector<std::string> word_list(const std::string& text) {
   std::string list = text;
-  if (std::filesystem::is_regular_file(text)) {
-    const std::vector<std::uint8_t> bytes = read_whole_file(text);
+  if (const auto file = word_file(text)) {
+    const std::vector<std::uint8_t> bytes = read_whole_file(*file);
     list.assign(bytes.begin(), bytes.end());
   }
   for (char& character : list) {
@@ -203,7 +217,13 @@ RecognisedUtterance RecogniseCommand::recognise(const std::string& file, const S
   const auto follow = [&](const FeatureMatrix& rows) {
     for (int frame = 0; frame < rows.height(); ++frame) search.push(rows.row(frame));
   };
-  const UtteranceInfo info = stream_utterance(file, chain, raw, follow);
+  UtteranceInfo info;
+  try {
+    info = stream_utterance(file, chain, raw, follow);
+  } catch (...) {
+    search.finish();  // what it holds of this file is not for the next
+    throw;
+  }
   const Hypothesis hypothesis = search.finish();
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
 
@@ -250,7 +270,7 @@ struct RecogniseCommand::Worker {
 };
 
 // The files in their order, several at a time; report is called for each as soon as those before it are done.
-void RecogniseCommand::recognise_all(const Task& given,
+void RecogniseCommand::recognise_all(const Task& given, FileLoop& loop,
                                      const std::function<void(RecognisedUtterance&&)>& report) const {
   if (jobs == 1 || audio_files.size() == 1) {
     Worker worker(*this, given);
@@ -267,14 +287,14 @@ void RecogniseCommand::recognise_all(const Task& given,
         results[file].set_value(worker->recognise(audio_files[file]));
       } catch (...) {
         results[file].set_exception(std::current_exception());
-        return;
       }
     }
   };
   std::vector<std::jthread> threads;
   for (int job = 0; job < std::min(jobs, static_cast<int>(results.size())); ++job) threads.emplace_back(work);
   try {
-    for (std::promise<RecognisedUtterance>& result : results) report(result.get_future().get());
+    std::size_t file = 0;
+    loop.run(audio_files, [&](const std::string&) { report(results[file++].get_future().get()); });
   } catch (...) {
     next = results.size();  // the others finish the file they are at
     throw;
@@ -283,6 +303,8 @@ void RecogniseCommand::recognise_all(const Task& given,
 
 void RecogniseCommand::run() const {
   check_format();
+  if (!rule.empty() && grammar_file.empty()) throw Fault("recognise: --rule needs --grammar");
+  say_unused_raw_options(raw, audio_files);
   const Task given = task();
   std::optional<References> references;
   if (!reference_file.empty()) {
@@ -290,47 +312,45 @@ void RecogniseCommand::run() const {
     for (const std::string& file : audio_files) references->find(file);
   }
   RecogniseReport report(format, references.has_value());
-  Progress progress("recognise", static_cast<int>(audio_files.size()));
-  std::size_t file = 0;
-  progress.step(audio_files[file]);
-  recognise_all(given, [&](RecognisedUtterance&& utterance) {
+  FileLoop loop("recognise", static_cast<int>(audio_files.size()));
+  recognise_all(given, loop, [&](RecognisedUtterance&& utterance) {
     if (references) {
       utterance.reference = references->find(utterance.file);
       utterance.errors = count_word_errors(utterance.reference, utterance.words);
     }
-    progress.clear();
+    loop.progress().clear();
     report.add(utterance);
-    if (++file < audio_files.size()) progress.step(audio_files[file]);
   });
   report.finish();
+  loop.finish();
 }
 
 void add_search_options(CLI::App& command, RecogniseCommand& options) {
-  command.add_option("--language-weight", options.weights.language_weight, "Factor of the grammar's log weights")
-      ->check(CLI::NonNegativeNumber)
+  add_number(command, "--language-weight", options.weights.language_weight, 0, 1000,
+             "Factor of the grammar's log weights")
       ->capture_default_str();
-  command.add_option("--insertion-penalty", options.weights.insertion_penalty, "Added to the log score for each word")
+  add_number(command, "--insertion-penalty", options.weights.insertion_penalty, -10000, 10000,
+             "Added to the log score for each word")
       ->capture_default_str();
-  command.add_option("--silence-penalty", options.weights.silence_penalty, "Added to the log score for each silence")
+  add_number(command, "--silence-penalty", options.weights.silence_penalty, -10000, 10000,
+             "Added to the log score for each silence")
       ->capture_default_str();
-  command.add_option("--noise-penalty", options.weights.noise_penalty, "Added to the log score for each noise")
+  add_number(command, "--noise-penalty", options.weights.noise_penalty, -10000, 10000,
+             "Added to the log score for each noise")
       ->capture_default_str();
-  command.add_option("--beam", options.beams.state, "Log score behind the best at which a path is given up")
-      ->check(CLI::PositiveNumber)
+  add_number(command, "--beam", options.beams.state, 0.001F, 1e6F,
+             "Log score behind the best at which a path is given up")
       ->capture_default_str();
-  command.add_option("--word-beam", options.beams.word, "The same between the ends of words")
-      ->check(CLI::PositiveNumber)
+  add_number(command, "--word-beam", options.beams.word, 0.001F, 1e6F, "The same between the ends of words")
       ->capture_default_str();
-  command.add_option("--most-phones", options.beams.phones, "Phones that go on after a frame, the best; 0: any number")
-      ->check(CLI::NonNegativeNumber)
+  add_number(command, "--most-phones", options.beams.phones, 0, 1'000'000'000,
+             "Phones that go on after a frame, the best; 0: any number")
       ->capture_default_str();
-  command.add_option("--phone-beam", options.beams.phone, "Log score behind the best at which no phone is entered")
-      ->check(CLI::PositiveNumber)
+  add_number(command, "--phone-beam", options.beams.phone, 0.001F, 1e6F,
+             "Log score behind the best at which no phone is entered")
       ->capture_default_str();
-  command
-      .add_option("--top", options.scoring.top,
-                  "Gaussians of each codebook and stream that are summed, the likeliest of those scored; 0: all")
-      ->check(CLI::NonNegativeNumber)
+  add_number(command, "--top", options.scoring.top, 0, 65536,
+             "Gaussians of each codebook and stream that are summed, the likeliest of those scored; 0: all")
       ->capture_default_str();
   const std::map<std::string, ScoreArithmetic> arithmetics{{"float", ScoreArithmetic::kSinglePrecision},
                                                            {"double", ScoreArithmetic::kDoublePrecision},
@@ -338,16 +358,12 @@ void add_search_options(CLI::App& command, RecogniseCommand& options) {
   command.add_option("--arithmetic", options.scoring.arithmetic, "Of the Gaussians: float, double or 16s (16 bits)")
       ->transform(CLI::CheckedTransformer(arithmetics))
       ->option_text("NAME [float]");
-  command
-      .add_option("--shortlist", options.scoring.shortlist,
-                  "Gaussians of each codebook and stream that are scored for a frame, 0: all")
-      ->check(CLI::NonNegativeNumber)
+  add_number(command, "--shortlist", options.scoring.shortlist, 0, 65536,
+             "Gaussians of each codebook and stream that are scored for a frame, 0: all")
       ->capture_default_str();
-  command.add_option("--variance-floor", options.floors.variance, "Smallest variance of a Gaussian")
-      ->check(CLI::PositiveNumber)
+  add_number(command, "--variance-floor", options.floors.variance, 1e-20F, 1e6F, "Smallest variance of a Gaussian")
       ->capture_default_str();
-  command.add_option("--weight-floor", options.floors.mixture_weight, "Smallest mixture weight")
-      ->check(CLI::NonNegativeNumber)
+  add_number(command, "--weight-floor", options.floors.mixture_weight, 0, 1, "Smallest mixture weight")
       ->capture_default_str();
 }
 
@@ -370,8 +386,9 @@ void add_recognise(CLI::App& program) {
                       "Pronunciation dictionary (default: the one beside the model)");
   command->add_option("--grammar", options->grammar_file, "What may be said: a grammar in JSGF");
   command->add_option("--rule", options->rule, "Rule of the grammar to start with (default: all public rules)");
-  command->add_option("--words", options->words,
-                      "Words that may follow each other in any order: a file, or a list with commas");
+  command->add_option(
+      "--words", options->words,
+      "Words that may follow each other in any order: a list with commas, or a file, @name to be clear");
   command->add_option("--lm", options->ngram_file,
                       "Any words of an n-gram model: ARPA text, packed, or the name of one that Debian installs");
   command->add_flag("--skip-unknown", options->skip_unknown,
@@ -391,8 +408,7 @@ void add_recognise(CLI::App& program) {
   command->add_option("--format", options->format, "text, tsv, json (an object a line), ctm, srt or textgrid")
       ->transform(CLI::CheckedTransformer(formats))
       ->option_text("NAME [text]");
-  command->add_option("--jobs,-j", options->jobs, "Files that are recognised at a time")
-      ->check(CLI::Range(1, 1024))
+  add_number(*command, "--jobs,-j", options->jobs, 1, 1024, "Files that are recognised at a time")
       ->capture_default_str();
   add_search_options(*command, *options);
   add_raw_options(*command, options->raw);

@@ -14,7 +14,8 @@
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/fault.h"
-#include "program/progress.h"
+#include "program/file_loop.h"
+#include "program/numbers.h"
 #include "program/raw_options.h"
 #include "program/recipe_options.h"
 #include "program/report_text.h"
@@ -157,26 +158,30 @@ class SpotReport {
 };
 
 void SpotCommand::run() const {
-  if (!std::isfinite(settings.threshold)) throw Fault("spot: --threshold is not a finite number");
   if (!(settings.shortest <= settings.longest)) throw Fault("spot: --shortest is not up to --longest");
   FeatureChain chain(recipe.recipe());
   TemplateSpotter spotter(examples(chain), settings);
   SpotReport report(format, spotter, chain.recipe().frame_seconds());
-  Progress progress("spot", static_cast<int>(recordings.size()));
-  for (const std::string& recording : recordings) {
-    progress.step(recording);
+  say_unused_raw_options(raw, recordings);
+  FileLoop loop("spot", static_cast<int>(recordings.size()));
+  loop.run(recordings, [&](const std::string& recording) {
     std::vector<SpotHit> hits;
-    const UtteranceInfo info =
-        stream_utterance(recording, chain, raw, [&](const FeatureMatrix& rows) { spotter.push(rows, hits); });
+    UtteranceInfo info;
+    try {
+      info = stream_utterance(recording, chain, raw, [&](const FeatureMatrix& rows) { spotter.push(rows, hits); });
+    } catch (...) {
+      spotter.finish(hits);  // what it holds of this recording is not for the next
+      throw;
+    }
     spotter.finish(hits);
     if (commands) {
       report.add_command(recording, spotter.best());
     } else {
       report.add_hits(recording, info.seconds, hits);
     }
-  }
-  progress.clear();
+  });
   write_report(output_file, report.finished());
+  loop.finish();
 }
 
 }  // namespace
@@ -195,16 +200,14 @@ void add_spot(CLI::App& program) {
       ->allow_extra_args(false);
   command->add_flag("--commands", options->commands,
                     "Each recording is one command: print its label, or - if none is near enough");
-  command
-      ->add_option("--threshold", options->settings.threshold,
-                   "Largest distance of a hit (0: each label's own, from the examples)")
-      ->check(CLI::NonNegativeNumber)
+  add_number(*command, "--threshold", options->settings.threshold, 0, 1000,
+             "Largest distance of a hit (0: each label's own, from the examples)")
       ->capture_default_str();
-  command->add_option("--shortest", options->settings.shortest, "Shortest match, as part of its example's length")
-      ->check(CLI::NonNegativeNumber)
+  add_number(*command, "--shortest", options->settings.shortest, 0, 10,
+             "Shortest match, as part of its example's length")
       ->capture_default_str();
-  command->add_option("--longest", options->settings.longest, "Longest match, as part of its example's length")
-      ->check(CLI::Range(0.1, 10.0))
+  add_number(*command, "--longest", options->settings.longest, 0.1, 10,
+             "Longest match, as part of its example's length")
       ->capture_default_str();
   command->add_option("-o,--output", options->output_file, "File to write (default: standard output)");
   command->add_option("--format", options->format, "text, tsv or json")

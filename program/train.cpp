@@ -16,6 +16,8 @@
 #include "kivsr/speech/models/word_model_file.h"
 #include "kivsr/speech/train/start_model.h"
 #include "kivsr/speech/train/trainer.h"
+#include "program/file_loop.h"
+#include "program/numbers.h"
 #include "program/progress.h"
 #include "program/raw_options.h"
 #include "program/recipe_options.h"
@@ -63,6 +65,7 @@ struct TrainCommand {
   WordModel model_;
   int pass_ = 0;
   TrainingUtterances utterances_;
+  std::optional<FileLoop> reading_;  // says at the end that files were left out
 };
 
 // "2/5" as the index 1 of 5.
@@ -127,9 +130,16 @@ void TrainCommand::begin(const std::vector<TrainingItem>& items) {
 }
 
 void TrainCommand::load(const std::vector<TrainingItem>& items, int part, int parts) {
-  Progress progress("read", static_cast<int>(items.size()) / parts);
-  const auto step = [&](const std::filesystem::path& file) { progress.step(file.string()); };
-  utterances_ = load_utterances(items, model_, raw, step, part, parts);
+  const int count = (static_cast<int>(items.size()) - part + parts - 1) / parts;
+  FileLoop& loop = reading_.emplace("read", count);
+  const auto step = [&](const std::filesystem::path& file) { loop.progress().step(file.string()); };
+  const auto left_out = [&](const Fault& fault) {
+    if (count == 1) throw fault;
+    loop.say(fault.what());
+  };
+  utterances_ = load_utterances(items, model_, raw, step, part, parts, left_out);
+  loop.progress().clear();
+  loop.require_one();
 }
 
 // With warnings a line on standard error names each utterance that cannot be used.
@@ -215,19 +225,20 @@ void TrainCommand::run() {
   } else {
     write_part(items);
   }
+  if (reading_) reading_->finish();
 }
 
 template <class Value>
-CLI::Option* add_setting(CLI::App& command, const std::shared_ptr<TrainCommand>& options, const std::string& name,
-                         Value TrainingSettings::*member, const std::string& text) {
-  CLI::Option* const option =
-      command.add_option("--" + name, options->settings.*member, text)->capture_default_str()->group("Training");
+void add_setting(CLI::App& command, const std::shared_ptr<TrainCommand>& options, const std::string& name,
+                 Value TrainingSettings::*member, std::type_identity_t<Value> low, std::type_identity_t<Value> high,
+                 const std::string& text) {
+  CLI::Option* const option = add_number(command, "--" + name, options->settings.*member, low, high, text);
+  option->capture_default_str()->group("Training");
   options->comparisons.push_back([=, command = options.get()](const TrainingSettings& stored) {
     if (option->count() > 0 && command->settings.*member != stored.*member) {
       throw Fault(command->model_file + ": was begun with another --" + name);
     }
   });
-  return option;
 }
 
 void add_training_settings(CLI::App& command, const std::shared_ptr<TrainCommand>& options) {
@@ -240,27 +251,29 @@ void add_training_settings(CLI::App& command, const std::shared_ptr<TrainCommand
       }
     });
   };
-  add_setting(command, options, "states", &S::states, "States of each word");
-  add_setting(command, options, "silence-states", &S::silence_states, "States of the silence between words; 0: none");
-  add_setting(command, options, "components", &S::components, "Most Gaussians of a state");
-  add_setting(command, options, "start-components", &S::start_components, "Gaussians of a state to start with");
-  add_setting(command, options, "iterations", &S::iterations, "Passes for each number of Gaussians");
+  add_setting(command, options, "states", &S::states, 1, 1000, "States of each word");
+  add_setting(command, options, "silence-states", &S::silence_states, 0, 1000,
+              "States of the silence between words; 0: none");
+  add_setting(command, options, "components", &S::components, 1, 8192, "Most Gaussians of a state");
+  add_setting(command, options, "start-components", &S::start_components, 1, 8192,
+              "Gaussians of a state to start with");
+  add_setting(command, options, "iterations", &S::iterations, 1, 10000, "Passes for each number of Gaussians");
   compare_switch(command.add_option("--method", options->method, "All paths or the best path")
                      ->check(CLI::IsMember({"baum-welch", "viterbi"})),
                  "method", &S::viterbi);
   compare_switch(command.add_option("--start", options->start, "Means of a trained codebook, or random frames")
                      ->check(CLI::IsMember({"codebook", "random"})),
                  "start", &S::random_start);
-  add_setting(command, options, "seed", &S::seed, "Of the random start");
-  add_setting(command, options, "variance-floor", &S::variance_floor, "Smallest variance");
-  add_setting(command, options, "variance-floor-share", &S::variance_floor_share,
+  add_setting(command, options, "seed", &S::seed, 0, 2'000'000'000, "Of the random start");
+  add_setting(command, options, "variance-floor", &S::variance_floor, 1e-12, 1e12, "Smallest variance");
+  add_setting(command, options, "variance-floor-share", &S::variance_floor_share, 0, 1,
               "Smallest variance as a share of that of all frames");
-  add_setting(command, options, "variance-prior", &S::variance_prior,
+  add_setting(command, options, "variance-prior", &S::variance_prior, 0, 1e9,
               "Frames that the mean variance of all words counts in each Gaussian");
-  add_setting(command, options, "weight-floor", &S::weight_floor, "Smallest weight of a Gaussian");
-  add_setting(command, options, "least-occupation", &S::least_occupation,
+  add_setting(command, options, "weight-floor", &S::weight_floor, 0, 1, "Smallest weight of a Gaussian");
+  add_setting(command, options, "least-occupation", &S::least_occupation, 0, 1e9,
               "Frames of a Gaussian below which it is merged with another");
-  add_setting(command, options, "split-distance", &S::split_distance,
+  add_setting(command, options, "split-distance", &S::split_distance, 1e-6, 10,
               "Standard deviations that the halves of a split Gaussian move");
 }
 
@@ -278,20 +291,26 @@ void add_train(CLI::App& program) {
   command->add_option("--extension", options->list.extension, "Added to the names of the list");
   command->add_option("--align-with", options->aligner_file,
                       "Start from where this model finds the words, not from an even spread");
-  command
-      ->add_option("--frames-per-state", options->frames_per_state,
-                   "With --align-with: states of each word by its duration there, one for so many frames")
-      ->check(CLI::PositiveNumber);
+  add_number(*command, "--frames-per-state", options->frames_per_state, 0.1, 1000,
+             "With --align-with: states of each word by its duration there, one for so many frames")
+      ->needs("--align-with");
   command->add_flag("--mixture", options->plain_mixture,
                     "Train one mixture of all frames; nothing is said about words");
   command->add_flag("--resume", options->resume, "Go on with the model if it is there");
-  command->add_option("--passes", options->most_passes, "Stop after so many passes; 0: after the start")
-      ->check(CLI::NonNegativeNumber);
+  add_number(*command, "--passes", options->most_passes, 0, 1'000'000, "Stop after so many passes; 0: after the start");
   command->add_option("--part", options->part_text, "Only add up part i of n of the list for the next pass: i/n");
-  command->add_option("--statistics", options->statistics_file, "File for the sums of --part");
-  command->add_option("--sum", options->sum_files, "Files of all parts: finish the pass with them");
-  command->add_option("--mfc-width", options->source_width, "Values of a frame in .mfc files")
-      ->check(CLI::Range(1, 10000))
+  command->add_option("--statistics", options->statistics_file, "File for the sums of --part")->needs("--part");
+  CLI::Option* const sum =
+      command->add_option("--sum", options->sum_files, "Files of all parts: finish the pass with them");
+  for (const char* other :
+       {"--list", "--transcripts", "--folder", "--extension", "--align-with", "--passes", "--part"}) {
+    sum->excludes(other);
+  }
+  for (const char* of_list : {"--transcripts", "--folder", "--extension"}) {
+    command->get_option(of_list)->needs("--list");
+  }
+  command->get_option("--part")->excludes("--passes");
+  add_number(*command, "--mfc-width", options->source_width, 1, 10000, "Values of a frame in .mfc files")
       ->capture_default_str();
   add_raw_options(*command, options->raw);
   add_training_settings(*command, options);

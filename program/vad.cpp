@@ -12,9 +12,10 @@
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/output_file.h"
 #include "kivsr/speech/noise/speech_segments.h"
+#include "program/file_loop.h"
+#include "program/numbers.h"
 #include "program/picture/feature_picture.h"
 #include "program/picture/speech_picture.h"
-#include "program/progress.h"
 #include "program/raw_options.h"
 #include "program/report_text.h"
 #include "program/segment_report.h"
@@ -29,6 +30,8 @@ const std::map<std::string, SegmentFormat> kFormats = {
 const std::map<std::string, Arithmetic> kArithmetics = {{"float", Arithmetic::kSinglePrecision},
                                                         {"16s", Arithmetic::kSixteenBits}};
 
+const std::map<std::string, SpeechMethod> kMethods = {{"voices", SpeechMethod::kVoices}, {"etsi", SpeechMethod::kEtsi}};
+
 template <class Value>
 std::vector<std::string> names_of(const std::map<std::string, Value>& choices) {
   std::vector<std::string> names;
@@ -36,23 +39,26 @@ std::vector<std::string> names_of(const std::map<std::string, Value>& choices) {
   return names;
 }
 
+constexpr int kLongestSpan = 3600;  // s
+
 struct VadCommand {
   void run() const;
-  std::string lines_of(const std::string& file, SpeechSegmenter& segmenter, std::optional<OutputFile>& picture) const;
+  std::string lines_of(const std::string& file, std::optional<OutputFile>& picture) const;
 
   std::vector<std::string> audio_files;
   std::string output_file;
   std::string picture_file;
   std::string format = "text";
   std::string arithmetic = "float";
+  std::string method = "voices";
   SegmentRules rules;
   RawFormat raw;
 };
 
 // The lines about a file; its picture, if one is asked for, waits for the commit.
-std::string VadCommand::lines_of(const std::string& file, SpeechSegmenter& segmenter,
-                                 std::optional<OutputFile>& picture) const {
+std::string VadCommand::lines_of(const std::string& file, std::optional<OutputFile>& picture) const {
   MonoReader reader(file, kAuroraRate, raw);
+  SpeechSegmenter segmenter(kArithmetics.at(arithmetic), rules, kMethods.at(method));
   std::optional<SpeechPicture> drawing;
   if (!picture_file.empty()) {
     drawing.emplace(kAuroraRate);
@@ -65,7 +71,6 @@ std::string VadCommand::lines_of(const std::string& file, SpeechSegmenter& segme
     segmenter.push(samples, segments);
   }
   segmenter.finish(segments);
-  segmenter.listener = nullptr;
   if (drawing) {
     if (!drawing->has_frames()) throw Fault(file + ": shorter than one frame of 10 ms");
     drawing->draw(picture.emplace(picture_file), std::filesystem::path(file).filename(), segments);
@@ -82,17 +87,14 @@ void VadCommand::run() const {
     if (audio_files.size() > 1) throw Fault("vad: --picture shows one audio file");
     check_picture_name(picture_file);
   }
-  SpeechSegmenter segmenter(kArithmetics.at(arithmetic), rules);
+  say_unused_raw_options(raw, audio_files);
   std::string lines = segment_header(chosen);
   std::optional<OutputFile> picture;
-  Progress progress("vad", static_cast<int>(audio_files.size()));
-  for (const std::string& file : audio_files) {
-    progress.step(file);
-    lines += lines_of(file, segmenter, picture);
-  }
-  progress.clear();
+  FileLoop loop("vad", static_cast<int>(audio_files.size()));
+  loop.run(audio_files, [&](const std::string& file) { lines += lines_of(file, picture); });
   write_report(output_file, lines);
   if (picture) picture->commit();
+  loop.finish();
 }
 
 }  // namespace
@@ -106,22 +108,22 @@ void add_vad(CLI::App& program) {
       ->check(CLI::IsMember(names_of(kFormats)))
       ->capture_default_str();
   command->add_option("--picture", options->picture_file, "PNG with waveform, energy and segments");
+  command
+      ->add_option("--method", options->method,
+                   "What is speech: voices, or etsi: every sound that the detector of ES 202 050 finds")
+      ->check(CLI::IsMember(names_of(kMethods)))
+      ->capture_default_str();
   command->add_option("--arithmetic", options->arithmetic, "Form of the detector: float or 16s")
       ->check(CLI::IsMember(names_of(kArithmetics)))
       ->capture_default_str();
-  command->add_option("--minimum-pause", options->rules.minimum_pause, "Close shorter pauses, s")
-      ->check(CLI::NonNegativeNumber)
+  add_number(*command, "--minimum-pause", options->rules.minimum_pause, 0, kLongestSpan, "Close shorter pauses, s")
       ->capture_default_str();
-  command->add_option("--minimum-speech", options->rules.minimum_speech, "Drop shorter segments, s")
-      ->check(CLI::NonNegativeNumber)
+  add_number(*command, "--minimum-speech", options->rules.minimum_speech, 0, kLongestSpan, "Drop shorter segments, s")
       ->capture_default_str();
-  command
-      ->add_option("--trim", options->rules.trim,
-                   "Cut frames this far below the loudest of their segment, dB (0: none)")
-      ->check(CLI::NonNegativeNumber)
+  add_number(*command, "--trim", options->rules.trim, 0, 200,
+             "Cut frames this far below the loudest of their segment, dB (0: none)")
       ->capture_default_str();
-  command->add_option("--margin", options->rules.margin, "But keep those so close to a louder one, s")
-      ->check(CLI::NonNegativeNumber)
+  add_number(*command, "--margin", options->rules.margin, 0, kLongestSpan, "But keep those so close to a louder one, s")
       ->capture_default_str();
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });

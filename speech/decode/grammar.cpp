@@ -1,6 +1,8 @@
 #include "kivsr/speech/decode/grammar.h"
 
 #include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "kivsr/speech/decode/grammar_lexer.h"
@@ -69,7 +71,7 @@ class GrammarParser {
     if (rule.name == "NULL" || rule.name == "VOID") {
       fail("<" + rule.name + "> has a fixed meaning and cannot be defined");
     }
-    if (grammar_.find(rule.name) != nullptr) fail("the rule <" + rule.name + "> is defined twice");
+    if (!names_.insert(rule.name).second) fail("the rule <" + rule.name + "> is defined twice");
     advance();
     expect('=', "after <" + rule.name + ">");
     rule.expression = parse_alternatives(0);
@@ -78,18 +80,19 @@ class GrammarParser {
   }
 
   Expression parse_alternatives(int depth) {
-    if (depth > kDeepestNesting) fail("brackets are nested too deeply");
+    if (depth > kDeepestNesting) {
+      fail("brackets are nested more than " + std::to_string(kDeepestNesting) + " deep");
+    }
     Expression result;
     result.kind = Expression::Kind::kAlternatives;
     result.position = lexeme_.position;
     for (bool more = true; more;) {
-      const bool weighted = lexeme_.kind == Lexeme::Kind::kWeight;
-      if (!result.parts.empty() && weighted != !result.weights.empty()) {
-        fail("either all alternatives have a weight or none has");
-      }
-      if (weighted) {
+      if (lexeme_.kind == Lexeme::Kind::kWeight) {
+        result.weights.resize(result.parts.size(), 1.0);
         result.weights.push_back(lexeme_.number);
         advance();
+      } else if (!result.weights.empty()) {
+        result.weights.push_back(1.0);
       }
       result.parts.push_back(parse_sequence(depth));
       more = lexeme_.is_symbol('|');
@@ -158,45 +161,77 @@ class GrammarParser {
   GrammarLexer lexer_;
   Lexeme lexeme_;
   Grammar grammar_;
+  std::unordered_set<std::string> names_;  // of its rules
 };
 
-// Follows every reference once; a rule that is met again while it is open refers to itself.
+// Follows every reference once; a rule that is met again while it is open refers to itself. Chains of rules may be as
+// long as the grammar, so the way back is a list and not the stack of the processor.
 class ReferenceCheck {
  public:
-  explicit ReferenceCheck(const Grammar& grammar) : grammar_(grammar), states_(grammar.rules.size(), State::kUnseen) {}
+  explicit ReferenceCheck(const Grammar& grammar) : grammar_(grammar), states_(grammar.rules.size(), State::kUnseen) {
+    for (std::size_t index = 0; index < grammar.rules.size(); ++index) {
+      indices_.emplace(grammar.rules[index].name, index);
+    }
+  }
 
   void run() {
     for (std::size_t index = 0; index < grammar_.rules.size(); ++index) {
-      if (states_[index] == State::kUnseen) enter(index);
+      if (states_[index] == State::kUnseen) follow(index);
     }
   }
 
  private:
   enum class State { kUnseen, kOpen, kDone };
+  struct Visit {
+    std::size_t rule;
+    std::vector<const Expression*> references;  // those not yet followed, the next one last
+  };
 
-  void enter(std::size_t index) {
-    states_[index] = State::kOpen;
-    visit(grammar_.rules[index].expression);
-    states_[index] = State::kDone;
+  static void collect(const Expression& expression, std::vector<const Expression*>& references) {
+    if (expression.kind == Expression::Kind::kReference) references.push_back(&expression);
+    for (const Expression& part : expression.parts) collect(part, references);
   }
 
-  void visit(const Expression& expression) {
-    for (const Expression& part : expression.parts) visit(part);
-    if (expression.kind != Expression::Kind::kReference) return;
-    const Rule* rule = grammar_.find(expression.text);
-    if (rule == nullptr) {
-      grammar_fault(grammar_.source, expression.position, "the rule <" + expression.text + "> is not defined");
+  Visit open(std::size_t index) {
+    states_[index] = State::kOpen;
+    Visit visit{index, {}};
+    collect(grammar_.rules[index].expression, visit.references);
+    std::reverse(visit.references.begin(), visit.references.end());
+    return visit;
+  }
+
+  void follow(std::size_t first) {
+    std::vector<Visit> way;
+    way.push_back(open(first));
+    while (!way.empty()) {
+      Visit& last = way.back();
+      if (last.references.empty()) {
+        states_[last.rule] = State::kDone;
+        way.pop_back();
+        continue;
+      }
+      const Expression& reference = *last.references.back();
+      last.references.pop_back();
+      const std::size_t index = index_of(reference);
+      if (states_[index] == State::kOpen) {
+        grammar_fault(grammar_.source, reference.position,
+                      "the rule <" + reference.text + "> refers to itself; use * or + to repeat");
+      }
+      if (states_[index] == State::kUnseen) way.push_back(open(index));
     }
-    const auto index = static_cast<std::size_t>(rule - grammar_.rules.data());
-    if (states_[index] == State::kOpen) {
-      grammar_fault(grammar_.source, expression.position,
-                    "the rule <" + expression.text + "> refers to itself; use * or + to repeat");
+  }
+
+  std::size_t index_of(const Expression& reference) const {
+    const auto found = indices_.find(reference.text);
+    if (found == indices_.end()) {
+      grammar_fault(grammar_.source, reference.position, "the rule <" + reference.text + "> is not defined");
     }
-    if (states_[index] == State::kUnseen) enter(index);
+    return found->second;
   }
 
   const Grammar& grammar_;
   std::vector<State> states_;
+  std::unordered_map<std::string_view, std::size_t> indices_;
 };
 
 }  // namespace

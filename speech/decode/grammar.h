@@ -20,7 +20,7 @@ struct Expression {
     kToken,
     kReference,     // text: name of the rule
     kSequence,      // of parts; empty: <NULL>, which is spoken by saying nothing
-    kAlternatives,  // of parts; weights: one each, or empty
+    kAlternatives,  // of parts; weights: one each, 1 where the text has none, or empty where it has none at all
     kOptional,      // parts[0], or nothing
     kRepeat,        // parts[0] any number of times, or not at all
     kRepeatOnce,    // parts[0] at least once

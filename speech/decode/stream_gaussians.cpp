@@ -13,6 +13,14 @@ constexpr int kGroup = 8;           // elements that 16-bit scores take at once
 constexpr int kDeviationBits = 10;  // 2^10 <= standard deviation of a quantised feature < 2^11
 constexpr int kMedianBits = 8;      // 2^8 <= median of the quantised inverse variances < 2^9
 
+// The power of two below a variance, or its inverse, kept within what scaling by it and by its square can hold: a feature
+// that never moves, or has no bound, is a fault of the model and not of the arithmetic.
+int scale_exponent(float value) {
+  constexpr int kMost = 48;
+  if (!(value > 0.0F)) return -kMost;
+  return std::isinf(value) ? kMost : std::clamp(std::ilogb(value), -kMost, kMost);
+}
+
 // p of every feature.
 std::vector<int> feature_exponents(const ModelStream& stream) {
   const auto length = static_cast<std::size_t>(stream.length);
@@ -28,7 +36,7 @@ std::vector<int> feature_exponents(const ModelStream& stream) {
   }
   std::vector<int> exponents;
   for (std::size_t i = 0; i < length; ++i) {
-    exponents.push_back(kDeviationBits - std::ilogb(std::sqrt(within[i] + std::max(between[i], 0.0F))));
+    exponents.push_back(kDeviationBits - scale_exponent(std::sqrt(within[i] + std::max(between[i], 0.0F))));
   }
   return exponents;
 }
@@ -104,7 +112,7 @@ void StreamGaussians<ShortArithmetic>::load(const ModelStream& stream) {
   for (std::size_t i = 0; i < sorted.size(); ++i) sorted[i] *= inverse_squares[i % length];
   const auto median = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
   std::nth_element(sorted.begin(), median, sorted.end());
-  scale_factor_ = kMedianBits - std::ilogb(*median);
+  scale_factor_ = kMedianBits - scale_exponent(*median);
   copies_.inverse_variances = quantise_rows(stream.inverse_variances, inverse_squares, scale_factor_, step_);
 
   // ln of the inverse variances in the model's units: 2^-q w 4^p

@@ -1,39 +1,67 @@
 #include "kivsr/speech/decode/word_network.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <map>
 #include <numeric>
+#include <string_view>
+#include <unordered_map>
 
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
 namespace {
 
-// Rules are written out at each reference, so that rules of rules can grow without measure.
-constexpr std::size_t kMostArcs = 2'000'000;
+// Rules are written out at each reference, so that rules of rules can grow without measure, and with rules that cannot
+// be spoken even without an arc.
+constexpr std::size_t kMostArcs = 1'000'000;
+constexpr std::size_t kMostParts = 8 * kMostArcs;
+const float kLogHalf = static_cast<float>(std::log(0.5));
 
-// Lays an expression between two nodes that exist already, so that alternatives share both ends.
+// Lays an expression between two nodes that exist already, so that alternatives share both ends. What is still to lay
+// waits in a list: references can be as deep as the grammar is long.
 class NetworkBuilder {
  public:
   explicit NetworkBuilder(const Grammar& grammar) : grammar_(grammar) {
     network_.source = grammar.source;
     network_.start = add_node();
     network_.final = add_node();
+    for (const Rule& rule : grammar.rules) rules_.emplace(rule.name, &rule.expression);
   }
 
   WordNetwork build(const std::vector<const Rule*>& rules) {
     const float weight = static_cast<float>(-std::log(static_cast<double>(rules.size())));
-    for (const Rule* rule : rules) lay(rule->expression, network_.start, network_.final, weight);
+    for (const Rule* rule : rules) {
+      waiting_.push_back({&rule->expression, network_.start, network_.final, weight});
+      while (!waiting_.empty()) {
+        const Part part = waiting_.back();
+        waiting_.pop_back();
+        if (++parts_ > kMostParts) fail_as_too_large(part.expression->position);
+        const auto laid = static_cast<std::ptrdiff_t>(waiting_.size());
+        lay(part);
+        std::reverse(waiting_.begin() + laid, waiting_.end());  // the first of its parts comes next
+      }
+    }
     return std::move(network_);
   }
 
  private:
+  struct Part {
+    const Expression* expression;
+    int from;
+    int to;
+    float weight;
+  };
+
+  [[noreturn]] void fail_as_too_large(TextPosition position) const {
+    grammar_fault(grammar_.source, position, "the grammar is too large when its rules are written out");
+  }
+
   int add_node() { return network_.nodes++; }
 
   void add_arc(int from, int to, int word, float weight, TextPosition position) {
-    if (network_.arcs.size() >= kMostArcs) {
-      grammar_fault(grammar_.source, position, "the grammar is too large when its rules are written out");
-    }
+    if (network_.arcs.size() >= kMostArcs) fail_as_too_large(position);
     network_.arcs.push_back({from, to, word, weight, position});
   }
 
@@ -50,55 +78,66 @@ class NetworkBuilder {
     return node;
   }
 
-  void lay(const Expression& expression, int from, int to, float weight) {
-    static const float half = static_cast<float>(std::log(0.5));
-    const TextPosition position = expression.position;
-    switch (expression.kind) {
+  void lay(const Part& part) {
+    const auto [expression, from, to, weight] = part;
+    const TextPosition position = expression->position;
+    switch (expression->kind) {
       case Expression::Kind::kNever: break;
-      case Expression::Kind::kToken: add_arc(from, to, word_index(expression.text), weight, position); break;
-      case Expression::Kind::kReference: lay(grammar_.find(expression.text)->expression, from, to, weight); break;
-      case Expression::Kind::kSequence: lay_sequence(expression, from, to, weight); break;
-      case Expression::Kind::kAlternatives: lay_alternatives(expression, from, to, weight); break;
+      case Expression::Kind::kToken: add_arc(from, to, word_index(expression->text), weight, position); break;
+      case Expression::Kind::kReference: waiting_.push_back({rules_.at(expression->text), from, to, weight}); break;
+      case Expression::Kind::kSequence: lay_sequence(part); break;
+      case Expression::Kind::kAlternatives: lay_alternatives(part); break;
       case Expression::Kind::kOptional:
-        add_arc(from, to, -1, weight + half, position);
-        lay(expression.parts[0], from, to, weight + half);
+        add_arc(from, to, -1, weight + kLogHalf, position);
+        waiting_.push_back({&expression->parts[0], from, to, weight + kLogHalf});
         break;
       case Expression::Kind::kRepeat:
-      case Expression::Kind::kRepeatOnce: {
-        // from -> before -> part -> after, and from after either back or on; or past all of it
-        const bool skippable = expression.kind == Expression::Kind::kRepeat;
-        const int before = branch(from, skippable ? weight + half : weight, position);
-        const int after = add_node();
-        lay(expression.parts[0], before, after, 0.0F);
-        add_arc(after, before, -1, half, position);
-        add_arc(after, to, -1, half, position);
-        if (skippable) add_arc(from, to, -1, weight + half, position);
-        break;
-      }
+      case Expression::Kind::kRepeatOnce: lay_repeat(part); break;
     }
   }
 
-  void lay_sequence(const Expression& expression, int from, int to, float weight) {
-    if (expression.parts.empty()) add_arc(from, to, -1, weight, expression.position);
-    for (std::size_t index = 0; index < expression.parts.size(); ++index) {
-      const bool last = index + 1 == expression.parts.size();
-      const int next = last ? to : add_node();
-      lay(expression.parts[index], from, next, index == 0 ? weight : 0.0F);
+  // from -> before -> part -> after, and from after either back or on; or past all of it
+  void lay_repeat(const Part& part) {
+    const TextPosition position = part.expression->position;
+    const bool skippable = part.expression->kind == Expression::Kind::kRepeat;
+    const int before = branch(part.from, skippable ? part.weight + kLogHalf : part.weight, position);
+    const int after = add_node();
+    waiting_.push_back({&part.expression->parts[0], before, after, 0.0F});
+    add_arc(after, before, -1, kLogHalf, position);
+    add_arc(after, part.to, -1, kLogHalf, position);
+    if (skippable) add_arc(part.from, part.to, -1, part.weight + kLogHalf, position);
+  }
+
+  void lay_sequence(const Part& part) {
+    const std::vector<Expression>& parts = part.expression->parts;
+    if (parts.empty()) add_arc(part.from, part.to, -1, part.weight, part.expression->position);
+    int from = part.from;
+    for (std::size_t index = 0; index < parts.size(); ++index) {
+      const bool last = index + 1 == parts.size();
+      const int next = last ? part.to : add_node();
+      waiting_.push_back({&parts[index], from, next, index == 0 ? part.weight : 0.0F});
       from = next;
     }
   }
 
-  void lay_alternatives(const Expression& expression, int from, int to, float weight) {
+  void lay_alternatives(const Part& part) {
+    const Expression& expression = *part.expression;
     const double count = static_cast<double>(expression.parts.size());
     const double sum =
         expression.weights.empty() ? count : std::accumulate(expression.weights.begin(), expression.weights.end(), 0.0);
     for (std::size_t index = 0; index < expression.parts.size(); ++index) {
       const double share = (expression.weights.empty() ? 1.0 : expression.weights[index]) / sum;
-      if (share > 0.0) lay(expression.parts[index], from, to, weight + static_cast<float>(std::log(share)));
+      if (share > 0.0) {
+        waiting_.push_back(
+            {&expression.parts[index], part.from, part.to, part.weight + static_cast<float>(std::log(share))});
+      }
     }
   }
 
   const Grammar& grammar_;
+  std::unordered_map<std::string_view, const Expression*> rules_;
+  std::vector<Part> waiting_;
+  std::size_t parts_ = 0;  // that were laid
   WordNetwork network_;
   std::map<std::string, int> indices_;
 };

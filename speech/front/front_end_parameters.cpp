@@ -9,6 +9,9 @@ namespace kivsr::speech {
 
 namespace {
 
+constexpr int kMostFilters = 4096;
+constexpr int kMostCepstra = 1024;
+
 bool prime_factors_up_to_five(int length) {
   for (const int factor : {2, 3, 5}) {
     while (length % factor == 0) length /= factor;
@@ -54,8 +57,9 @@ void validate_framing(const FrontEndParameters& parameters) {
 void validate_filters(const FrontEndParameters& parameters) {
   require(std::isfinite(parameters.spectrum_scale) && parameters.spectrum_scale > 0.0F,
           "the scale of the spectrum must be above 0");
-  require(parameters.filter_count >= 1 && parameters.filter_count <= parameters.fft_length / 2,
-          "the filters must be at least one and at most half the FFT length");
+  require(parameters.filter_count >= 1 && parameters.filter_count <= parameters.fft_length / 2 &&
+              parameters.filter_count <= kMostFilters,
+          "the filters must be at least one and at most half the FFT length, or 4096");
   require(parameters.low_frequency >= 0.0F, "the lowest frequency must not be below 0 Hz");
   require(parameters.high_frequency > parameters.low_frequency, "the highest frequency must be above the lowest");
   require(parameters.high_frequency <= 0.5F * static_cast<float>(parameters.sample_rate),

@@ -10,9 +10,10 @@ namespace kivsr::speech {
 
 namespace {
 
-constexpr int kLongestWindow = 1000;     // frames
-constexpr int kWidestSource = 10000;     // values
-constexpr float kLongestSpan = 3600.0F;  // s
+constexpr int kLongestWindow = 1000;        // frames
+constexpr int kLongestMemory = 10'000'000;  // frames
+constexpr int kWidestSource = 10000;        // values
+constexpr float kLongestSpan = 3600.0F;     // s
 
 std::vector<std::string> static_names(const Recipe& recipe) {
   const FrontEndParameters& front_end = recipe.front_end;
@@ -131,10 +132,12 @@ void Recipe::validate() const {
   if (pitch) pitch_parameters(*this).validate();
   if (equalisation != Equalisation::kNone) EqualisationStage(front_end, reference_cepstrum);
   require(!normalise_energy || front_end.energy, "without the log energy there is none to normalise");
-  require(std::isfinite(silence_floor) && silence_floor > 0.0F, "the silence floor must be above 0 dB");
-  require(std::isfinite(energy_scale) && energy_scale > 0.0F, "the scale of the energy must be above 0");
-  require(!energy_maximum || std::isfinite(*energy_maximum), "the maximum of the energy is not a number");
-  require(normalisation_frames >= 2, "a running normalisation must remember at least two frames");
+  require(silence_floor > 0.0F && silence_floor <= 1000.0F, "the silence floor must be above 0 and at most 1000 dB");
+  require(energy_scale > 0.0F && energy_scale <= 1e6F, "the scale of the energy must be above 0 and at most 10^6");
+  require(!energy_maximum || std::abs(*energy_maximum) <= 1000.0F,
+          "the maximum of the energy must be -1000 to 1000 as a natural logarithm");
+  require(normalisation_frames >= 2 && normalisation_frames <= kLongestMemory,
+          "a running normalisation must remember at least two frames, at most 10^7");
   require(regression_window >= 1 && regression_window <= kLongestWindow,
           "the window of the regression must be 1 to 1000 frames");
   require(dynamics != Dynamics::kAurora ||

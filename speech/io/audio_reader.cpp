@@ -2,19 +2,19 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <climits>
 #include <cmath>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <utility>
 
 #include <sndfile.h>
+#include <unistd.h>
 
 #include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/extension.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/seekable_file.h"
 
 namespace kivsr::speech {
 
@@ -33,14 +33,6 @@ struct CloseSound {
 };
 using Sound = std::unique_ptr<SNDFILE, CloseSound>;
 
-bool is_raw(const std::filesystem::path& file, const RawFormat& raw) {
-  const std::string extension = lower_extension(file);
-  if (extension == ".raw") return true;
-  if (raw.sample_rate <= 0) return false;
-  SF_INFO info{};
-  return !Sound(sf_open(file.c_str(), SFM_READ, &info)) && sf_error(nullptr) == SF_ERR_UNRECOGNISED_FORMAT;
-}
-
 std::uint32_t little_endian_32(const unsigned char* bytes) {
   return bytes[0] | static_cast<std::uint32_t>(bytes[1]) << 8U | static_cast<std::uint32_t>(bytes[2]) << 16U |
          static_cast<std::uint32_t>(bytes[3]) << 24U;
@@ -48,15 +40,12 @@ std::uint32_t little_endian_32(const unsigned char* bytes) {
 
 // Bytes of sound that the header of a RIFF file promises beyond those that the file holds. libsndfile silently takes
 // what is there. Programs that write to a pipe leave a size of 0 or nearly 2^31 or 2^32, which promises nothing.
-std::uint64_t missing_riff_bytes(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
+std::uint64_t missing_riff_bytes(const SeekableFile& file) {
   std::array<unsigned char, 12> header{};
-  if (!stream.read(reinterpret_cast<char*>(header.data()), 12) || std::memcmp(header.data(), "RIFF", 4) != 0) return 0;
-  std::error_code error;
-  const std::uint64_t file_size = std::filesystem::file_size(file, error);
+  if (file.read(0, header) < 12 || std::memcmp(header.data(), "RIFF", 4) != 0) return 0;
+  const auto file_size = static_cast<std::uint64_t>(file.size());
   std::uint64_t position = 12;
-  while (!error && stream.seekg(static_cast<std::streamoff>(position)) &&
-         stream.read(reinterpret_cast<char*>(header.data()), 8)) {
+  while (position + 8 <= file_size && file.read(static_cast<std::int64_t>(position), std::span(header).first(8)) == 8) {
     const std::uint64_t size = little_endian_32(header.data() + 4);
     position += 8;
     if (std::memcmp(header.data(), "data", 4) == 0) {
@@ -67,12 +56,50 @@ std::uint64_t missing_riff_bytes(const std::filesystem::path& file) {
   return 0;
 }
 
+// libsndfile over a file that is open already.
+class SoundFile {
+ public:
+  explicit SoundFile(SeekableFile file) : file_(std::move(file)) {
+    SF_VIRTUAL_IO calls{length, seek, read, nullptr, tell};
+    sound_.reset(sf_open_virtual(&calls, SFM_READ, &info, this));
+  }
+  SoundFile(const SoundFile&) = delete;
+  SoundFile& operator=(const SoundFile&) = delete;
+
+  SNDFILE* get() const { return sound_.get(); }
+  SeekableFile& file() { return file_; }
+  SF_INFO info{};
+
+ private:
+  static SoundFile& self(void* data) { return *static_cast<SoundFile*>(data); }
+  static sf_count_t length(void* data) { return self(data).file_.size(); }
+  static sf_count_t tell(void* data) { return self(data).position_; }
+  static sf_count_t seek(sf_count_t offset, int whence, void* data) {
+    const sf_count_t from = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? self(data).position_ : length(data);
+    const sf_count_t place = from + offset;
+    return place < 0 ? -1 : self(data).position_ = place;
+  }
+  static sf_count_t read(void* bytes, sf_count_t count, void* data) {
+    const auto wanted = static_cast<std::size_t>(std::max<sf_count_t>(count, 0));
+    const auto done = static_cast<sf_count_t>(
+        self(data).file_.read(self(data).position_, {static_cast<unsigned char*>(bytes), wanted}));
+    self(data).position_ += done;
+    return done;
+  }
+
+  SeekableFile file_;
+  sf_count_t position_ = 0;
+  Sound sound_;
+};
+
 // Speech changes little from one sample to the next; with its bytes swapped it is noise. Compares the two as the
-// samples go by.
+// samples go by. Samples that had 8 bits once are smooth either way: their low bytes are all the same.
 class ByteOrderCheck {
  public:
   void add(std::int16_t sample) {
     const auto bits = static_cast<std::uint16_t>(sample);
+    if (count_ == 0) first_low_byte_ = bits & 0xFFU;
+    low_bytes_differ_ = low_bytes_differ_ || (bits & 0xFFU) != first_low_byte_;
     const auto swapped = static_cast<std::int16_t>(static_cast<std::uint16_t>(bits << 8U | bits >> 8U));
     if (count_++ > 0) {
       as_read_ += std::abs(static_cast<double>(sample) - last_);
@@ -82,7 +109,7 @@ class ByteOrderCheck {
     last_swapped_ = swapped;
   }
   // True if the samples would be far smoother with their bytes the other way round.
-  bool looks_swapped() const { return count_ >= 1000 && as_read_ > 8.0 * swapped_; }
+  bool looks_swapped() const { return count_ >= 1000 && low_bytes_differ_ && as_read_ > 8.0 * swapped_; }
 
  private:
   std::int64_t count_ = 0;
@@ -90,6 +117,8 @@ class ByteOrderCheck {
   double swapped_ = 0.0;
   std::int16_t last_ = 0;
   std::int16_t last_swapped_ = 0;
+  unsigned first_low_byte_ = 0;
+  bool low_bytes_differ_ = false;
 };
 
 }  // namespace
@@ -107,9 +136,12 @@ class AudioReader::Source {
 
 class AudioReader::RawSource : public AudioReader::Source {
  public:
-  RawSource(const std::filesystem::path& file, const RawFormat& raw)
-      : file_(file), big_endian_(raw.big_endian), stream_(file, std::ios::binary), bytes_(kBlock) {
-    if (!stream_) fail(file, std::string("cannot be read: ") + std::strerror(errno));
+  RawSource(const std::filesystem::path& file, SeekableFile content, const RawFormat& raw)
+      : file_(file),
+        big_endian_(raw.big_endian),
+        order_is_known_(raw.order_is_known),
+        content_(std::move(content)),
+        bytes_(kBlock) {
     sample_rate = raw.sample_rate > 0 ? raw.sample_rate : kDefaultRawRate;
     sample_format = SF_FORMAT_PCM_16;
     block.resize(1);
@@ -119,8 +151,7 @@ class AudioReader::RawSource : public AudioReader::Source {
     std::vector<float>& samples = block.front();
     samples.clear();
     if (ended_) return;
-    stream_.read(reinterpret_cast<char*>(bytes_.data()), static_cast<std::streamsize>(bytes_.size()));
-    const auto count = static_cast<std::size_t>(stream_.gcount());
+    const std::size_t count = content_.read(2 * total, bytes_);
     if (count % 2 != 0) fail(file_, "truncated: an odd number of bytes for 16-bit samples");
     for (std::size_t i = 0; i < count; i += 2) {
       const unsigned low = bytes_[i + (big_endian_ ? 1 : 0)];
@@ -136,17 +167,18 @@ class AudioReader::RawSource : public AudioReader::Source {
 
  private:
   void check_whole() const {
-    if (stream_.bad()) fail(file_, "cannot be read to its end");
+    if (2 * total < content_.size()) fail(file_, "cannot be read to its end");
     if (total == 0) fail(file_, "holds no samples");
-    if (order_.looks_swapped()) {
-      fail(file_,
-           big_endian_ ? "byte-swapped: the samples are little-endian" : "byte-swapped: the samples are big-endian");
+    if (!order_is_known_ && order_.looks_swapped()) {
+      fail(file_, std::string("byte-swapped: the samples look ") + (big_endian_ ? "little" : "big") +
+                      "-endian (--raw-order-known, if they are not)");
     }
   }
 
   std::filesystem::path file_;
   bool big_endian_;
-  std::ifstream stream_;
+  bool order_is_known_;
+  SeekableFile content_;
   std::vector<unsigned char> bytes_;
   ByteOrderCheck order_;
   bool ended_ = false;
@@ -154,16 +186,11 @@ class AudioReader::RawSource : public AudioReader::Source {
 
 class AudioReader::SoundSource : public AudioReader::Source {
  public:
-  explicit SoundSource(const std::filesystem::path& file) : file_(file) {
-    SF_INFO info{};
-    sound_.reset(sf_open(file.c_str(), SFM_READ, &info));
-    if (!sound_) {
-      std::string reason = sf_strerror(nullptr);
-      while (!reason.empty() && (reason.back() == '.' || reason.back() == '\n')) reason.pop_back();
-      fail(file, "cannot be read as audio: " + reason);
-    }
+  SoundSource(const std::filesystem::path& file, std::unique_ptr<SoundFile> sound)
+      : file_(file), sound_(std::move(sound)) {
+    const SF_INFO& info = sound_->info;
     if (info.channels < 1 || info.samplerate < 1) fail(file, "names no channels or no sampling rate");
-    if (const std::uint64_t missing = missing_riff_bytes(file); missing != 0) {
+    if (const std::uint64_t missing = missing_riff_bytes(sound_->file()); missing != 0) {
       fail(file, "truncated: " + std::to_string(missing) + " bytes of sound are missing");
     }
     sample_rate = info.samplerate;
@@ -178,7 +205,7 @@ class AudioReader::SoundSource : public AudioReader::Source {
     for (auto& channel : block) channel.clear();
     if (ended_) return;
     const sf_count_t count =
-        sf_readf_float(sound_.get(), interleaved_.data(), static_cast<sf_count_t>(frames_at_once_));
+        sf_readf_float(sound_->get(), interleaved_.data(), static_cast<sf_count_t>(frames_at_once_));
     ended_ = count <= 0;
     if (ended_) return check_whole();
     if (total + count > INT_MAX) fail(file_, "too long: more than 2^31 samples");
@@ -197,7 +224,7 @@ class AudioReader::SoundSource : public AudioReader::Source {
 
  private:
   void check_whole() const {
-    if (sf_error(sound_.get()) != SF_ERR_NO_ERROR) fail(file_, std::string("damaged: ") + sf_strerror(sound_.get()));
+    if (sf_error(sound_->get()) != SF_ERR_NO_ERROR) fail(file_, std::string("damaged: ") + sf_strerror(sound_->get()));
     if (promised_ != SF_COUNT_MAX && total < promised_) {
       fail(file_, "truncated: " + std::to_string(total) + " of " + std::to_string(promised_) + " samples");
     }
@@ -205,7 +232,7 @@ class AudioReader::SoundSource : public AudioReader::Source {
   }
 
   std::filesystem::path file_;
-  Sound sound_;
+  std::unique_ptr<SoundFile> sound_;
   sf_count_t promised_ = 0;
   std::size_t frames_at_once_ = 1;
   std::vector<float> interleaved_;
@@ -213,14 +240,20 @@ class AudioReader::SoundSource : public AudioReader::Source {
 };
 
 AudioReader::AudioReader(const std::filesystem::path& file, const RawFormat& raw) {
-  std::error_code error;
-  const auto status = std::filesystem::status(file, error);
-  if (!std::filesystem::exists(status)) fail(file, "no such file");
-  if (std::filesystem::is_directory(status)) fail(file, "is a folder, not an audio file");
-  if (is_raw(file, raw)) {
-    source_ = std::make_unique<RawSource>(file, raw);
+  SeekableFile content(file);
+  if (lower_extension(file) == ".raw") {
+    source_ = std::make_unique<RawSource>(file, std::move(content), raw);
+    return;
+  }
+  auto sound = std::make_unique<SoundFile>(std::move(content));
+  if (sound->get() != nullptr) {
+    source_ = std::make_unique<SoundSource>(file, std::move(sound));
+  } else if (raw.sample_rate > 0 && sf_error(nullptr) == SF_ERR_UNRECOGNISED_FORMAT) {
+    source_ = std::make_unique<RawSource>(file, std::move(sound->file()), raw);
   } else {
-    source_ = std::make_unique<SoundSource>(file);
+    std::string reason = sf_strerror(nullptr);
+    while (!reason.empty() && (reason.back() == '.' || reason.back() == '\n')) reason.pop_back();
+    fail(file, "cannot be read as audio: " + reason);
   }
 }
 
@@ -232,6 +265,7 @@ int AudioReader::sample_rate() const { return source_->sample_rate; }
 int AudioReader::channels() const { return static_cast<int>(source_->block.size()); }
 int AudioReader::sample_format() const { return source_->sample_format; }
 std::int64_t AudioReader::samples() const { return source_->total; }
+bool AudioReader::is_headerless() const { return dynamic_cast<const RawSource*>(source_.get()) != nullptr; }
 
 std::span<const std::vector<float>> AudioReader::read() {
   source_->fill();

@@ -18,10 +18,12 @@ struct RawFormat {
   // format libsndfile does not recognise.
   int sample_rate = 0;
   bool big_endian = false;
+  bool order_is_known = false;  // samples that look swapped are taken as they are
 };
 
-// Any file that libsndfile can read, or a headerless one. What is wrong with a file is a Fault that names it: missing,
-// not audio, empty, truncated, byte-swapped, not a number; the last four may show at the end only.
+// Any file that libsndfile can read, or a headerless one; a pipe too, once all of it came (seekable_file.h). What is
+// wrong with a file is a Fault that names it: missing, not audio, empty, truncated, byte-swapped, not a number; the
+// last four may show at the end only.
 class AudioReader {
  public:
   explicit AudioReader(const std::filesystem::path& file, const RawFormat& raw = {});
@@ -32,6 +34,8 @@ class AudioReader {
   int sample_rate() const;
   int channels() const;
   int sample_format() const;  // SF_FORMAT_SUBMASK of libsndfile: how the file keeps its samples
+
+  bool is_headerless() const;  // read as the RawFormat says
 
   // The next samples, one span a channel, all of one length; empty behind the last. They stay until the next call.
   std::span<const std::vector<float>> read();

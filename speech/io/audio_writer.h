@@ -16,7 +16,8 @@ void check_audio_name(const std::filesystem::path& file);
 
 // Writes samples as they come in the format of `name` into the file and leaves the commit to the caller. Samples are in
 // units of a 16-bit integer; beyond the range of the sample format they are clipped. The sample format is that of the
-// audio where the file format knows it, else the nearest that loses nothing (FLAC: 24 bits).
+// audio where the file format knows it, else the nearest that loses nothing (of 32 bits and floats in FLAC: 24 bits);
+// of a lossy codec 16 bits. What cannot be written is a Fault of the constructor.
 class AudioWriter {
  public:
   AudioWriter(OutputFile& file, const std::filesystem::path& name, int sample_rate, int channels, int sample_format);
@@ -29,6 +30,7 @@ class AudioWriter {
 
  private:
   struct Sound;
+  [[noreturn]] void fail(const char* reason) const;
 
   std::filesystem::path name_;
   std::unique_ptr<Sound> sound_;

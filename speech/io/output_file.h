@@ -1,6 +1,8 @@
 // A file that appears under its name only when it is complete: bytes go to a temporary name in the same folder,
 // commit() renames it. Without a commit the destructor removes the temporary file, so a fault leaves nothing
-// half-written.
+// half-written; a program that is told to end calls remove_partial_files().
+// A name that exists keeps being what it is: a symbolic link is followed, permissions stay, a file that has other names
+// too (hard links) gets the bytes in place, once there is room for all of them. What may not be written is refused.
 #pragma once
 
 #include <cstddef>
@@ -27,15 +29,25 @@ class OutputFile {
   int descriptor() const { return descriptor_; }
 
  private:
+  void open_temporary();
   void flush();
   void write_all(std::string_view text, std::int64_t position);
+  void copy_to_target() const;
+  void forget_temporary();
   [[noreturn]] void fail(const char* what, int error) const;
 
   std::filesystem::path name_;
+  std::filesystem::path target_;  // behind symbolic links
   std::filesystem::path temporary_;
+  bool in_place_ = false;
+  int slot_ = -1;  // in the list of partial files
   int descriptor_ = -1;
   std::int64_t written_ = 0;  // bytes of the file
   std::string buffer_;        // those behind them
 };
+
+// Removes what every OutputFile of the process has written so far. Only for a process that ends at once; a handler of
+// signals may call it.
+void remove_partial_files() noexcept;
 
 }  // namespace kivsr::speech

@@ -1,40 +1,21 @@
 #include "kivsr/speech/io/row_store.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <string>
 #include <utility>
 
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/temporary_file.h"
 
 namespace kivsr::speech {
 
 namespace {
 
-std::filesystem::path temporary_folder() {
-  std::error_code error;
-  for (const char* folder : {static_cast<const char*>(std::getenv("TMPDIR")), "/var/tmp"}) {
-    if (folder != nullptr && std::filesystem::is_directory(folder, error)) return folder;
-  }
-  return std::filesystem::temp_directory_path();
-}
-
 [[noreturn]] void fail(const std::string& what, int error) {
   throw Fault("a temporary file " + what + ": " + std::strerror(error));
-}
-
-int open_temporary() {
-  const std::filesystem::path folder = temporary_folder();
-  std::string name = (folder / "kivsr-rows-XXXXXX").string();
-  const int descriptor = mkostemp(name.data(), O_CLOEXEC);
-  if (descriptor < 0) fail("in " + folder.string() + " cannot be written", errno);
-  unlink(name.c_str());
-  return descriptor;
 }
 
 }  // namespace
@@ -53,7 +34,7 @@ RowStore& RowStore::operator=(RowStore&& other) noexcept {
 }
 
 void RowStore::append(std::span<const float> values) {
-  if (descriptor_ < 0) descriptor_ = open_temporary();
+  if (descriptor_ < 0) descriptor_ = open_temporary_file();
   const char* bytes = reinterpret_cast<const char*>(values.data());
   std::size_t left = values.size_bytes();
   auto place = static_cast<off_t>(size_ * static_cast<std::int64_t>(sizeof(float)));

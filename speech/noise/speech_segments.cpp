@@ -130,21 +130,32 @@ std::vector<SpeechSegment> speech_segments(const std::vector<bool>& speech, std:
 }
 
 void SpeechSegmenter::pass_on(std::vector<SpeechSegment>& segments) {
-  if (listener) listener(speech_, decibels_);
-  finder_.push(speech_, decibels_, segments);
-  speech_.clear();
+  std::vector<bool> decided;
+  if (evidence_) {
+    const auto both = static_cast<std::ptrdiff_t>(std::min(speech_.size(), possible_.size()));
+    decided.assign(speech_.begin(), speech_.begin() + both);
+    for (std::size_t t = 0; t < decided.size(); ++t) decided[t] = decided[t] && possible_[t];
+    speech_.erase(speech_.begin(), speech_.begin() + both);
+    possible_.erase(possible_.begin(), possible_.begin() + both);
+  } else {
+    decided.swap(speech_);
+  }
+  if (listener) listener(decided, decibels_);
+  finder_.push(decided, decibels_, segments);
   decibels_.clear();
 }
 
 void SpeechSegmenter::push(std::span<const float> samples, std::vector<SpeechSegment>& segments) {
   samples_ += samples.size();
   detector_.push(samples, speech_);
+  if (evidence_) evidence_->push(samples, possible_);
   energies_.push(samples, decibels_);
   pass_on(segments);
 }
 
 void SpeechSegmenter::finish(std::vector<SpeechSegment>& segments) {
   detector_.finish(speech_);
+  if (evidence_) evidence_->finish(possible_);
   energies_.finish(decibels_);
   pass_on(segments);
   finder_.finish(static_cast<double>(samples_) / kAuroraRate, segments);

@@ -2,12 +2,20 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <span>
 #include <vector>
 
 #include "kivsr/speech/noise/speech_detector.h"
+#include "kivsr/speech/noise/voice_evidence.h"
 
 namespace kivsr::speech {
+
+// What counts as speech.
+enum class SpeechMethod {
+  kVoices,  // what the detector of the standard finds, where voices can be (voice_evidence.h)
+  kEtsi     // every sound that the detector of the standard finds
+};
 
 struct SpeechSegment {
   double start;  // seconds
@@ -68,7 +76,10 @@ std::vector<SpeechSegment> speech_segments(const std::vector<bool>& speech, std:
 // Samples at 8 kHz in, segments out: a detector, its energies and the rules together. One signal after the other.
 class SpeechSegmenter {
  public:
-  SpeechSegmenter(Arithmetic arithmetic, const SegmentRules& rules) : detector_(arithmetic), finder_(rules) {}
+  SpeechSegmenter(Arithmetic arithmetic, const SegmentRules& rules, SpeechMethod method = SpeechMethod::kEtsi)
+      : detector_(arithmetic), finder_(rules) {
+    if (method == SpeechMethod::kVoices) evidence_.emplace();
+  }
 
   // Appends the segments that are known to be complete.
   void push(std::span<const float> samples, std::vector<SpeechSegment>& segments);
@@ -86,6 +97,8 @@ class SpeechSegmenter {
   std::size_t samples_ = 0;
   std::vector<bool> speech_;
   std::vector<float> decibels_;
+  std::optional<VoiceEvidence> evidence_;
+  std::vector<bool> possible_;
 };
 
 }  // namespace kivsr::speech

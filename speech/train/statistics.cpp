@@ -1,6 +1,7 @@
 #include "kivsr/speech/train/statistics.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 
 #include "kivsr/kivsr.hpp"
@@ -14,6 +15,7 @@ namespace {
 constexpr const char* kKind = "kivsr-statistics 1";
 constexpr int kBlockFrames = 1000;               // of a plain mixture, whose frames do not depend on each other
 constexpr std::int64_t kMostCells = 50'000'000;  // frames times places of one utterance
+constexpr double kMostSum = 1e30;
 constexpr double kLeastShare = 1e-12;            // of a component in a frame; what is less is not worth adding
 
 // Calls visit with every sum, in the order of the file.
@@ -29,6 +31,26 @@ void visit_sums(Self& self, Visit visit) {
     visit(std::span(state.first));
     visit(std::span(state.second));
   }
+}
+
+// What is wrong with sums that some file holds; no run over finite features gives such. Sums of rounded terms may be
+// beyond their bounds by a little.
+const char* fault_of(const StateStatistics& state, std::size_t dimension) {
+  constexpr double kSlack = 1.0 + 1e-6;
+  constexpr double kLeast = 1e-6;  // frames
+  for (std::size_t i = 0; i < state.occupation.size(); ++i) {
+    const double frames = state.occupation[i];
+    if (!(frames >= 0.0)) return "a component is occupied for less than no frame";
+    for (std::size_t k = i * dimension; k < (i + 1) * dimension; ++k) {
+      if (!(state.second[k] >= 0.0)) return "a sum of squares is negative";
+      if (std::abs(state.first[k]) > std::sqrt(frames) * std::sqrt(state.second[k]) * kSlack + kLeast) {
+        return "a sum is larger than its squares allow";
+      }
+    }
+  }
+  return state.stay >= 0.0 && state.stay <= state.total() * kSlack + kLeast ? nullptr
+                                                                            : "a state is stayed in for longer than it "
+                                                                              "is occupied";
 }
 
 }  // namespace
@@ -184,8 +206,24 @@ Statistics Statistics::read(const std::filesystem::path& file, const WordModel& 
   if (reader.value("model") != std::to_string(result.model_checksum_)) {
     reader.fail("the sums are those of another model or of another pass");
   }
-  visit_sums(result, [&](std::span<double> sums) { reader.get(sums, "sums"); });
+  bool plausible = true;
+  visit_sums(result, [&](std::span<double> sums) {
+    reader.get(sums, "sums");
+    plausible = plausible && std::all_of(sums.begin(), sums.end(), [](double sum) { return std::abs(sum) < kMostSum; });
+  });
   reader.finish();
+  if (!plausible) reader.fail("no run gives these sums: one is infinite, no number or beyond 1e30");
+  double occupied = 0.0;
+  for (const StateStatistics& state : result.states) {
+    if (const char* const fault = fault_of(state, result.mean_.size())) {
+      reader.fail(std::string("no run gives these sums: ") + fault);
+    }
+    occupied += state.total();
+  }
+  if (result.frames < 0.0 || result.utterances < 0.0 || result.skipped < 0.0 ||
+      occupied > result.frames * (1.0 + 1e-6)) {
+    reader.fail("no run gives these sums: the states are occupied for more frames than there are");
+  }
   return result;
 }
 

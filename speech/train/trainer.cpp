@@ -1,5 +1,6 @@
 #include "kivsr/speech/train/trainer.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "kivsr/speech/io/fault.h"
@@ -17,6 +18,17 @@ const char* reason(Statistics::Outcome outcome) {
     case Statistics::Outcome::kImpossible: return "cannot be aligned with its words";
   }
   return "";
+}
+
+// What a model file can hold.
+bool is_storable(const MixtureState& state) {
+  constexpr float kMost = 1e30F;
+  const auto all_of = [](const std::vector<float>& values, float least, float most) {
+    return std::all_of(values.begin(), values.end(), [=](float value) { return value >= least && value <= most; });
+  };
+  return state.stay >= 0.0F && state.stay < 1.0F && std::isfinite(state.occupation) &&
+         all_of(state.weights, 0.0F, 1.0F + 1e-3F) && all_of(state.means, -kMost, kMost) &&
+         all_of(state.variances, 1.0F / kMost, kMost);
 }
 
 }  // namespace
@@ -47,6 +59,9 @@ ReestimationReport finish_pass(WordModel& model, const Statistics& statistics, c
   if (!(statistics.frames > 0.0)) throw Fault("none of the utterances can be used");
   if (!std::isfinite(statistics.log_likelihood)) throw Fault("the log likelihood of the pass is not finite");
   const ReestimationReport report = reestimate(model, statistics, settings);
+  if (!std::all_of(model.states.begin(), model.states.end(), is_storable)) {
+    throw Fault("the pass gives means or variances that no model can hold: the features are out of all bounds");
+  }
   store_settings(settings, pass + 1, model.training);
   return report;
 }

@@ -81,6 +81,12 @@ void TrainingUtterances::append(const FeatureMatrix& rows) {
   all_.back().frames += rows.height();
 }
 
+void TrainingUtterances::remove_last() {
+  frames_ -= all_.back().frames;
+  all_.pop_back();
+  store_.shrink(frames_ * width_);
+}
+
 void TrainingUtterances::append_rows_of(const TrainingUtterance& utterance, int first, int count,
                                         FeatureMatrix& rows) const {
   rows.width = width_;
@@ -95,22 +101,40 @@ FeatureMatrix TrainingUtterances::rows(const TrainingUtterance& utterance) const
   return rows;
 }
 
+namespace {
+
+void load_item(const TrainingItem& item, const WordModel& model, const RawFormat& raw, FeatureChain& chain,
+               TrainingUtterances& utterances) {
+  std::vector<int> words;
+  if (!model.plain_mixture) {
+    for (const std::string& word : item.words) {
+      words.push_back(model.find_unit(word));
+      if (words.back() < 0) throw Fault(item.file.string() + ": the model does not have the word \"" + word + "\"");
+    }
+  }
+  utterances.add(item.file, words);
+  try {
+    stream_utterance(item.file, chain, raw, [&](const FeatureMatrix& rows) { utterances.append(rows); });
+  } catch (const Fault&) {
+    utterances.remove_last();
+    throw;
+  }
+}
+
+}  // namespace
+
 TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const WordModel& model, const RawFormat& raw,
-                                   const FileListener& begin, int part, int parts) {
+                                   const FileListener& begin, int part, int parts, const FaultListener& left_out) {
   TrainingUtterances utterances;
   FeatureChain chain(model.recipe);
   for (std::size_t i = static_cast<std::size_t>(part); i < items.size(); i += static_cast<std::size_t>(parts)) {
-    const std::filesystem::path& file = items[i].file;
-    if (begin) begin(file);
-    std::vector<int> words;
-    if (!model.plain_mixture) {
-      for (const std::string& word : items[i].words) {
-        words.push_back(model.find_unit(word));
-        if (words.back() < 0) throw Fault(file.string() + ": the model does not have the word \"" + word + "\"");
-      }
+    if (begin) begin(items[i].file);
+    try {
+      load_item(items[i], model, raw, chain, utterances);
+    } catch (const Fault& fault) {
+      if (!left_out) throw;
+      left_out(fault);
     }
-    utterances.add(file, words);
-    stream_utterance(file, chain, raw, [&](const FeatureMatrix& rows) { utterances.append(rows); });
   }
   return utterances;
 }

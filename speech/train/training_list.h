@@ -9,6 +9,7 @@
 
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_reader.h"
+#include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/row_store.h"
 #include "kivsr/speech/models/word_model.h"
 
@@ -45,6 +46,8 @@ class TrainingUtterances {
   // Rows that are appended belong to the utterance that was added last.
   void add(const std::filesystem::path& file, const std::vector<int>& words);
   void append(const FeatureMatrix& rows);
+  // Takes back the utterance that was added last.
+  void remove_last();
 
   const std::vector<TrainingUtterance>& all() const { return all_; }
   std::int64_t frames() const { return frames_; }
@@ -62,8 +65,13 @@ class TrainingUtterances {
 // Is told of each file before it is worked on.
 using FileListener = std::function<void(const std::filesystem::path& file)>;
 
-// Loads every parts-th item from part on. Throws Fault for a word that the model does not have.
+// Is told of each file that cannot be used, and why.
+using FaultListener = std::function<void(const Fault& fault)>;
+
+// Loads every parts-th item from part on. A file that cannot be read, or has a word that the model does not have, is
+// left out if somebody is told of it; else its Fault is thrown on.
 TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const WordModel& model, const RawFormat& raw,
-                                   const FileListener& begin = {}, int part = 0, int parts = 1);
+                                   const FileListener& begin = {}, int part = 0, int parts = 1,
+                                   const FaultListener& left_out = {});
 
 }  // namespace kivsr::speech

@@ -252,7 +252,6 @@ TEST_F(FeaturesCommandTest, AFaultIsOneLineAndStatusTwoAndLeavesNothing) {
       {"features --stats " + output, "no audio file"},
       {"features --stats --list none.txt" + output, "none.txt: cannot be read"},
       {"features --stats " + quoted(audio_) + " -o " + quoted(folder_ / "s.mfc"), "s.mfc: the extension"},
-      {"features --stats " + quoted(audio_) + " " + quoted(wide) + output, "wide.csv: rows of 2 values"},
       {"features --stats " + quoted(wide) + output, "at least two frames"},
       {"features --stats " + quoted(infinite) + output, "infinite.csv: frame 1, value 0 is not finite"},
       {"", "subcommand"},

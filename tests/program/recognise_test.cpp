@@ -83,6 +83,34 @@ TEST(Recognise, WordLoopAlignmentAndReference) {
   EXPECT_NEAR(last, 2.79, 0.03);
 }
 
+// What --words means: a list however long, a file by its name or with @ in front, a pipe; never a mistyped name.
+TEST(Recognise, WordsAreAListOrAFile) {
+  const TemporaryFolder folder;
+  folder.write("words", "go forward\nten meters");
+  folder.write("plain", "go forward");
+  const std::string audio = " " + quoted(kTestData / "goforward.raw");
+  const std::string in_folder = "cd " + quoted(folder.path()) + " && ";
+  const auto without_times = [](const CommandResult& result) {
+    return result.output.substr(0, result.output.find(" ["));
+  };
+  const std::string said = without_times(run_kivsr("recognise --words go,forward,ten,meters" + audio));
+  EXPECT_NE(said.find("go forward ten meters"), std::string::npos) << said;
+  for (const char* words : {"words", "@words", "./words"}) {
+    EXPECT_EQ(without_times(run_kivsr("recognise --words " + std::string(words) + audio, in_folder)), said) << words;
+  }
+  const CommandResult piped = run_kivsr("recognise --words /dev/stdin" + audio, in_folder + "cat words | ");
+  EXPECT_EQ(without_times(piped), said) << piped.errors;
+  std::string many = "go,forward,ten,meters";
+  for (int i = 0; i < 100; ++i) many += ",forward,meters";
+  EXPECT_EQ(without_times(run_kivsr("recognise --words " + many + audio)), said);
+  for (const char* words : {"@missing", "./missing", "missing.txt"}) {
+    const CommandResult result = run_kivsr("recognise --words " + std::string(words) + audio, in_folder);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.errors.find("missing"), std::string::npos);
+    EXPECT_NE(result.errors.find(": no such file"), std::string::npos) << result.errors;
+  }
+}
+
 TEST(Recognise, CepstraFromAFileGiveTheScoreOfTheAudio) {
   const TemporaryFolder folder;
   const auto audio = kTestData / "goforward.raw";

@@ -41,18 +41,20 @@ TEST_F(VadCommandTest, AllFormatsTellTheSameTimes) {
   const double expected[] = {1, 2, 3, 4};
   for (const std::string arithmetic : {"float", "16s"}) {
     const std::string options = " --margin 0.02 --arithmetic " + arithmetic;
-    const CommandResult text = run_kivsr("vad " + quoted(audio_) + options);
+    const CommandResult text = run_kivsr("vad --method etsi " + quoted(audio_) + options);
     ASSERT_EQ(text.status, 0) << text.errors;
     EXPECT_NE(text.output.find("a.wav: 2 segments, 2.1"), std::string::npos) << text.output;
     EXPECT_NE(text.output.find(" s of speech in 6.00 s\n"), std::string::npos);
 
-    const CommandResult csv = run_kivsr("vad --format csv " + quoted(audio_) + options);
+    const CommandResult csv = run_kivsr("vad --method etsi --format csv " + quoted(audio_) + options);
     std::istringstream table(csv.output);
     std::string line;
     std::getline(table, line);
     EXPECT_EQ(line, "file,start,end");
     const auto labels = folder_ / "labels.txt";
-    EXPECT_EQ(run_kivsr("vad --format audacity " + quoted(audio_) + options + " -o " + quoted(labels)).output, "");
+    EXPECT_EQ(
+        run_kivsr("vad --method etsi --format audacity " + quoted(audio_) + options + " -o " + quoted(labels)).output,
+        "");
     std::istringstream track(read_file(labels));
     for (int i = 0; i < 4; i += 2) {
       std::getline(table, line);
@@ -75,17 +77,17 @@ TEST_F(VadCommandTest, AllFormatsTellTheSameTimes) {
 
 TEST_F(VadCommandTest, PictureAndFaults) {
   const auto picture = folder_ / "a.png";
-  EXPECT_EQ(run_kivsr("vad " + quoted(audio_) + " --picture " + quoted(picture)).status, 0);
+  EXPECT_EQ(run_kivsr("vad --method etsi " + quoted(audio_) + " --picture " + quoted(picture)).status, 0);
   EXPECT_EQ(read_file(picture).substr(1, 3), "PNG");
   const auto before = folder_.names();
   const auto shortest = folder_.write("b.wav", wav({1, 2, 3}, 8000, 1));
-  EXPECT_EQ(run_kivsr("vad " + quoted(shortest)).output.find(": 0 segments") != std::string::npos, true);
+  EXPECT_EQ(run_kivsr("vad --method etsi " + quoted(shortest)).output.find(": 0 segments") != std::string::npos, true);
   const std::string output = " -o " + quoted(folder_ / "no.txt") + " --picture " + quoted(folder_ / "no.png") + " ";
   for (const std::string& arguments :
        {quoted(audio_) + " " + quoted(audio_) + output, quoted(audio_) + output + "--minimum-pause -1",
         quoted(folder_ / "missing.wav") + output, quoted(shortest) + output,
         quoted(audio_) + " " + quoted(audio_) + " --format audacity", quoted(audio_) + " --arithmetic 8s"}) {
-    const CommandResult result = run_kivsr("vad " + arguments);
+    const CommandResult result = run_kivsr("vad --method etsi " + arguments);
     EXPECT_EQ(result.status, 2) << arguments;
     EXPECT_EQ(result.errors.substr(0, 7), "kivsr: ") << result.errors;
   }

@@ -70,6 +70,27 @@ struct EnUs {
   }
 };
 
+// A stream whose variances leave the numbers of the processor: nothing overflows, scores stay numbers.
+TEST(MixtureScorer, ExtremeVariances) {
+  for (const float inverse : {1e-30F, 1e-38F, 1e30F, 3e38F}) {
+    AcousticModel model;
+    model.dimension = 2;
+    model.codebooks = 1;
+    model.densities = 2;
+    model.definition.states = model.definition.independent_states = 1;
+    model.codebook_of_state = {0};
+    model.streams = {{0, 2, {0.0F, 1.0F, -1.0F, 2.0F}, {inverse, 1.0F, inverse, 2.0F}, {0.0F, 0.0F}, {-0.7F, -0.7F}}};
+    for (const ScoreArithmetic arithmetic : {ScoreArithmetic::kSinglePrecision, ScoreArithmetic::kSixteenBits}) {
+      const auto scorer = make_mixture_scorer(model, {arithmetic, 0});
+      const std::vector<float> frame{0.5F, 0.5F};
+      const std::vector<int> states{0};
+      std::vector<float> scores(1);
+      scorer->score(frame, states, scores);
+      EXPECT_FALSE(std::isnan(scores[0])) << inverse;
+    }
+  }
+}
+
 TEST(MixtureScorer, PhoneticallyTiedMixtures) {
   const EnUs files;
   for (const auto& [arithmetic, absolute, relative] : kTolerances) {

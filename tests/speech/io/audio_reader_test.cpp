@@ -1,8 +1,14 @@
 // Files longer than what is read at a time: nothing is lost, doubled or shifted where the blocks meet.
 #include "kivsr/speech/io/audio_reader.h"
 
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <thread>
+
 #include <gtest/gtest.h>
 
+#include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "speech/support/signals.h"
 #include "speech/support/temporary_folder.h"
@@ -71,6 +77,45 @@ TEST(AudioReader, FaultsAtTheEndAreNotTakenForTheEnd) {
         }
       },
       Fault);
+}
+
+// A complete file through a pipe, which has no size, is itself; and so it is for the next who looks.
+TEST(AudioReader, PipesAreReadWholeAndMoreThanOnce) {
+  const TemporaryFolder folder;
+  const auto values = whole(noise(100001));
+  const auto pipe = folder / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  std::thread program([&] { folder.write("pipe", wav(values, 16000, 1)); });
+  for (int reader = 0; reader < 2; ++reader) {
+    const Audio audio = read_audio(pipe);
+    EXPECT_EQ(audio.sample_rate, 16000);
+    EXPECT_TRUE(std::equal(values.begin(), values.end(), audio.samples.begin(), audio.samples.end()));
+  }
+  program.join();
+
+  const auto cut = folder / "cut";
+  ASSERT_EQ(mkfifo(cut.c_str(), 0600), 0);
+  std::thread broken([&] {
+    std::string bytes = wav(values, 16000, 1);
+    bytes.resize(bytes.size() - 1000);
+    folder.write("cut", bytes);
+  });
+  EXPECT_THROW(read_audio(cut), Fault);
+  broken.join();
+}
+
+// Samples that had 8 bits are as smooth one way as the other; what looks swapped otherwise may be said to be right.
+TEST(AudioReader, ByteOrderOfHeaderlessAudio) {
+  const TemporaryFolder folder;
+  std::vector<int> values = whole(tone(100.0, 16000, 20000));
+  const auto swapped = folder.write("swapped.raw", bytes_16(values, true));
+  EXPECT_THROW(read_audio(swapped), Fault);
+  EXPECT_EQ(read_audio(swapped, {.order_is_known = true}).samples.size(), values.size());
+  for (const int low : {0, 128}) {
+    for (int& value : values) value = value / 256 * 256 + low;
+    const Audio audio = read_audio(folder.write("eight.raw", bytes_16(values)));
+    EXPECT_TRUE(std::equal(values.begin(), values.end(), audio.samples.begin(), audio.samples.end()));
+  }
 }
 
 }  // namespace

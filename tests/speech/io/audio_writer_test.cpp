@@ -1,6 +1,12 @@
 #include "kivsr/speech/io/audio_writer.h"
 
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -49,6 +55,50 @@ TEST(AudioWriter, RoundsToNearest) {
 TEST(AudioWriter, ClipsWhatDoesNotFit) {
   const AudioChannels audio{{{40000.0F, -40000.0F, 32767.0F, 1.0F}}, 16000, SF_FORMAT_PCM_16};
   EXPECT_EQ(through_file(audio, "a.wav").channels[0], (std::vector<float>{32767.0F, -32768.0F, 32767.0F, 1.0F}));
+}
+
+// What a codec that loses wrote goes into 16 bits; 8 bits stay 8 bits where they can.
+TEST(AudioWriter, TakesASampleFormatThatTheFileKnows) {
+  for (const auto& [sample_format, name, expected] :
+       {std::tuple(SF_FORMAT_MPEG_LAYER_III, "a.wav", SF_FORMAT_PCM_16),
+        std::tuple(SF_FORMAT_VORBIS, "a.flac", SF_FORMAT_PCM_16),
+        std::tuple(SF_FORMAT_GSM610, "a.flac", SF_FORMAT_PCM_16), std::tuple(SF_FORMAT_ULAW, "a.wav", SF_FORMAT_ULAW),
+        std::tuple(SF_FORMAT_ULAW, "a.flac", SF_FORMAT_PCM_16),
+        std::tuple(SF_FORMAT_PCM_U8, "a.flac", SF_FORMAT_PCM_S8),
+        std::tuple(SF_FORMAT_PCM_S8, "a.wav", SF_FORMAT_PCM_U8)}) {
+    const AudioChannels audio{{std::vector<float>(2000, 512.0F)}, 16000, sample_format};
+    const AudioChannels read = through_file(audio, name);
+    EXPECT_EQ(read.sample_format, expected) << name << " " << sample_format;
+    EXPECT_NEAR(read.channels[0][1000], 512.0F, 16.0F);
+  }
+}
+
+// libsndfile writes the end of the sound while it closes the file: no room for it must not go unnoticed.
+TEST(AudioWriter, NoRoomIsAFaultAtTheEndToo) {
+  for (const char* name : {"a.wav", "a.flac"}) {
+    const TemporaryFolder folder;
+    const pid_t child = fork();
+    if (child == 0) {
+      std::signal(SIGXFSZ, SIG_IGN);
+      const rlimit limit{100, 100};
+      setrlimit(RLIMIT_FSIZE, &limit);
+      int status = 1;
+      try {
+        OutputFile file(folder / name);
+        AudioWriter writer(file, folder / name, 16000, 1, SF_FORMAT_PCM_16);
+        writer.append(std::vector<std::vector<float>>{noise(1000, 1)});
+        writer.finish();
+        file.commit();
+      } catch (const Fault& fault) {
+        status = std::string(fault.what()).find("cannot be written: File too large") != std::string::npos ? 0 : 2;
+      }
+      _exit(status);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0) << name;
+    EXPECT_TRUE(folder.names().empty()) << name;
+  }
 }
 
 TEST(AudioWriter, RefusesOtherNames) {

@@ -1,5 +1,6 @@
 // Training against expectation maximisation written out in double precision, sums by parts, floors, merging, splitting.
 #include <cmath>
+#include <functional>
 #include <numeric>
 
 #include "kivsr/speech/front/presets.h"
@@ -141,6 +142,47 @@ TEST(Training, PartsAddUpToTheWhole) {
     }
     EXPECT_THROW(Statistics::read(folder / "part", expected), Fault) << "sums of another model";
   }
+}
+
+// A file with the right checksum may still hold what no run gives.
+TEST(Training, SumsThatNoRunGivesAreRefused) {
+  const WordModel model = small_model();
+  const TemporaryFolder folder;
+  Statistics good(model);
+  good.frames = 100.0;
+  good.add_rows(model, 1, random_rows(20, 3, 7), std::vector<double>(40, 0.5));
+  good.states[1].stay = 12.0;
+  good.write(folder / "good");
+  EXPECT_NO_THROW(Statistics::read(folder / "good", model));
+  const std::pair<const char*, std::function<void(Statistics&)>> spoilt[] = {
+      {"occupied for less", [](Statistics& sums) { sums.states[1].occupation[0] = -1.0; }},
+      {"infinite", [](Statistics& sums) { sums.states[1].occupation[1] = INFINITY; }},
+      {"infinite", [](Statistics& sums) { sums.states[1].second[2] = NAN; }},
+      {"infinite", [](Statistics& sums) { sums.log_likelihood = -INFINITY; }},
+      {"squares is negative", [](Statistics& sums) { sums.states[1].second[4] = -0.5; }},
+      {"larger than its squares", [](Statistics& sums) { sums.states[1].first[0] = 1e6; }},
+      {"stayed in", [](Statistics& sums) { sums.states[1].stay = 30.0; }},
+      {"more frames than there are", [](Statistics& sums) { sums.frames = 10.0; }},
+  };
+  for (const auto& [fault, spoil] : spoilt) {
+    Statistics sums = good;
+    spoil(sums);
+    sums.write(folder / "bad");
+    try {
+      Statistics::read(folder / "bad", model);
+      ADD_FAILURE() << fault;
+    } catch (const Fault& error) {
+      EXPECT_NE(std::string(error.what()).find(fault), std::string::npos) << error.what();
+    }
+  }
+  // Rows out of all bounds give no model that could be read again.
+  Statistics wild(model);
+  wild.frames = 20.0;
+  FeatureMatrix rows = random_rows(20, 3, 7);
+  for (float& value : rows.values) value *= 1e20F;
+  wild.add_rows(model, 1, rows, std::vector<double>(40, 0.5));
+  WordModel next = model;
+  EXPECT_THROW(finish_pass(next, wild, TrainingSettings{}, 0), Fault);
 }
 
 // Sums of two components: mean 1 and -1, variance 0.5, given frames.

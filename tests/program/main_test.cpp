@@ -1,0 +1,87 @@
+// The program as a process: signals, pipes, links, options that need others.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "speech/support/command.h"
+#include "speech/support/signals.h"
+
+namespace kivsr::program::test {
+
+using namespace speech::test;
+
+// A signal while the program works leaves nothing but what was there.
+TEST(Program, SignalsLeaveNoPartialFile) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    const TemporaryFolder folder;
+    const auto sound = folder.write("long.wav", wav(whole(noise(16000 * 60, 2)), 16000, 1));
+    const auto result = folder.write("result.npy", "what was there");
+    const pid_t child = fork();
+    if (child == 0) {
+      std::signal(signal, SIG_DFL);
+      const char* const program = std::getenv("KIVSR_EXECUTABLE");
+      execl(program, program, "pitch", "-o", result.c_str(), sound.c_str(), nullptr);
+      _exit(127);
+    }
+    // It works as soon as its partial file is there.
+    for (int waited = 0; folder.names().size() < 3 && waited < 10000; ++waited) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    kill(child, signal);
+    int status = 0;
+    waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFSIGNALED(status)) << "it was too fast to be stopped";
+    EXPECT_EQ(WTERMSIG(status), signal);
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"long.wav", "result.npy"}));
+    EXPECT_EQ(read_file(result), "what was there");
+  }
+}
+
+TEST(Program, SoundThroughPipes) {
+  const TemporaryFolder folder;
+  const auto sound = folder.write("a.wav", wav(whole(noise(30000, 2)), 16000, 1));
+  const auto raw = folder.write("a.raw", bytes_16(whole(tone(300, 16000, 30000))));
+  const CommandResult named = run_kivsr("features -o " + quoted(folder / "named.npy") + " " + quoted(sound));
+  ASSERT_EQ(named.status, 0) << named.errors;
+  const std::string cat = "cat " + quoted(sound) + " | ";
+  const CommandResult piped = run_kivsr("features -o " + quoted(folder / "piped.npy") + " /dev/stdin", cat);
+  ASSERT_EQ(piped.status, 0) << piped.errors;
+  EXPECT_EQ(read_file(folder / "named.npy"), read_file(folder / "piped.npy"));
+  // The rate of the file is looked at before its samples are.
+  const CommandResult advanced =
+      run_kivsr("features --preset etsi-afe -o " + quoted(folder / "advanced.npy") + " /dev/stdin", cat);
+  EXPECT_EQ(advanced.status, 0) << advanced.errors;
+  const CommandResult headerless = run_kivsr("vad --raw-rate 16000 /dev/stdin", "cat " + quoted(raw) + " | ");
+  EXPECT_EQ(headerless.status, 0) << headerless.errors;
+  EXPECT_EQ(headerless.errors, "");
+}
+
+TEST(Program, OptionsWithoutTheirPartners) {
+  const TemporaryFolder folder;
+  const auto sound = quoted(folder.write("a.wav", wav(whole(noise(30000, 2)), 16000, 1)));
+  const std::pair<std::string, std::string> refused[] = {
+      {"recognise --words a --rule r " + sound, "--rule needs --grammar"},
+      {"features -o x.npy --mfc-width 5 " + sound, "--mfc-width requires --stats"},
+      {"train --model m --list l --frames-per-state 3", "--frames-per-state requires --align-with"},
+      {"train --model m --list l --statistics s", "--statistics requires --part"},
+      {"train --model m --list l --sum s", "excludes"},
+      {"train --model m --sum s --extension .wav", "--list"},
+  };
+  for (const auto& [arguments, expected] : refused) {
+    const CommandResult result = run_kivsr(arguments, "cd " + quoted(folder.path()) + " && ");
+    EXPECT_EQ(result.status, 2) << arguments;
+    EXPECT_NE(result.errors.find(expected), std::string::npos) << arguments << "\n" << result.errors;
+  }
+  const CommandResult said = run_kivsr("vad --raw-rate 8000 " + sound);
+  EXPECT_EQ(said.status, 0);
+  EXPECT_EQ(said.errors, "kivsr: no audio without a header is given, the --raw options are not used\n");
+}
+
+}  // namespace kivsr::program::test
