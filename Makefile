@@ -7,7 +7,7 @@ SHELL := /bin/bash
 # What the C library's own tests are called; the rest looks at the package as a host of x86 sees it.
 LIBRARY_TESTS := -R '^(core|frame|vector|frontend|scoring|training|vq|aurora|noise|foundation|selftest|interface)$$'
 
-.PHONY: demo test check check-threads check-reference check-clang check-tidy check-generic check-arm64 bench docs python install format clean
+.PHONY: demo test check check-threads check-reference check-clang check-tidy check-generic check-arm64 fuzz bench docs python install format clean
 
 demo:
 	@scripts/setup
@@ -59,6 +59,13 @@ check-arm64:
 	@scripts/setup arm64
 	@cmake --preset arm64 >/dev/null && cmake --build --preset arm64 -j$(JOBS) | scripts/progress
 	@ctest --test-dir build/arm64 --output-on-failure -j$(JOBS) $(LIBRARY_TESTS)
+
+# Every parser and every function with inputs that nobody meant: make fuzz SECONDS=600, for each target.
+SECONDS ?= 60
+fuzz:
+	@scripts/setup check
+	@cmake --preset fuzz >/dev/null && cmake --build --preset fuzz -j$(JOBS) | scripts/progress
+	@scripts/fuzz build/fuzz/bin/kivsr_fuzz $(SECONDS)
 
 bench:
 	@scripts/setup bench

@@ -168,7 +168,32 @@ void Page::colour_bar(const Panel& panel, ColourMap map, Range values, const std
   text(left, panel.top - 11.0, unit, 0.0, kTextSize);
 }
 
-void Page::image(const Panel& panel, const FeatureMatrix& rows, Range x, Range y, ColourMap map, Range values) {
+namespace {
+
+// No more columns than that: each the mean of the rows that it stands for. Interpolation by the drawing library would mix
+// the bands of a row too.
+FeatureMatrix fitted(const FeatureMatrix& rows, int most) {
+  const std::int64_t height = rows.height();
+  if (height <= most) return rows;
+  FeatureMatrix means{rows.width, {}};
+  for (std::int64_t column = 0; column < most; ++column) {
+    const std::int64_t from = column * height / most;
+    const std::int64_t to = (column + 1) * height / most;
+    for (int band = 0; band < rows.width; ++band) {
+      double sum = 0.0;
+      for (std::int64_t t = from; t < to; ++t) {
+        sum += static_cast<double>(rows.row(static_cast<int>(t))[static_cast<std::size_t>(band)]);
+      }
+      means.values.push_back(static_cast<float>(sum / static_cast<double>(to - from)));
+    }
+  }
+  return means;
+}
+
+}  // namespace
+
+void Page::image(const Panel& panel, const FeatureMatrix& given, Range x, Range y, ColourMap map, Range values) {
+  const FeatureMatrix rows = fitted(given, std::max(1, static_cast<int>(x_of(panel, x.high) - x_of(panel, x.low))));
   const int columns = rows.height();
   if (columns == 0 || rows.width == 0) return;
   const std::unique_ptr<cairo_surface_t, void (*)(cairo_surface_t*)> image(
@@ -195,7 +220,7 @@ void Page::image(const Panel& panel, const FeatureMatrix& rows, Range x, Range y
   cairo_scale(cairo, (x_of(panel, x.high) - x_of(panel, x.low)) / columns,
               (y_of(panel, y.low) - y_of(panel, y.high)) / rows.width);
   cairo_set_source_surface(cairo, image.get(), 0.0, 0.0);
-  cairo_pattern_set_filter(cairo_get_source(cairo), columns > width_ ? CAIRO_FILTER_GOOD : CAIRO_FILTER_NEAREST);
+  cairo_pattern_set_filter(cairo_get_source(cairo), CAIRO_FILTER_NEAREST);
   cairo_pattern_set_extend(cairo_get_source(cairo), CAIRO_EXTEND_NONE);
   cairo_paint(cairo);
   cairo_restore(cairo);

@@ -16,7 +16,7 @@ constexpr const char* kKind = "kivsr-statistics 1";
 constexpr int kBlockFrames = 1000;               // of a plain mixture, whose frames do not depend on each other
 constexpr std::int64_t kMostCells = 50'000'000;  // frames times places of one utterance
 constexpr double kMostSum = 1e30;
-constexpr double kLeastShare = 1e-12;            // of a component in a frame; what is less is not worth adding
+constexpr double kLeastShare = 1e-12;  // of a component in a frame; what is less is not worth adding
 
 // Calls visit with every sum, in the order of the file.
 template <class Self, class Visit>

@@ -169,6 +169,26 @@ TEST(FeaturePicture, DrawsExtremesOfLengthAndShape) {
 }
 
 // Means of 1, 2, 4, ... rows: the columns are few, keep their order, and together have the mean of all rows.
+// However many rows lie side by side, a band keeps its colour to its edge.
+TEST(Page, BandsDoNotMergeInLongPictures) {
+  const TemporaryFolder folder;
+  const auto picture = [&](int frames) {
+    FeatureMatrix rows{20, {}};
+    for (int t = 0; t < frames; ++t) {
+      for (int band = 0; band < 20; ++band) rows.values.push_back(band % 2 == 0 ? 0.0F : 1.0F);
+    }
+    Page page(1280, 400);
+    page.image({50.0, 300.0, {0.0, 1.0}, {0.0, 20.0}}, rows, {0.0, 1.0}, {0.0, 20.0}, heat_map(), {0.0, 1.0});
+    const auto name = folder / std::to_string(frames);
+    OutputFile file(name);
+    page.write(file);
+    file.commit();
+    return read_file(name);
+  };
+  const std::string few = picture(500);
+  for (const int frames : {1111, 2500, 20000}) EXPECT_EQ(picture(frames), few) << frames;
+}
+
 TEST(ColumnReduction, HalvesTheColumnsWhenTheyAreTooMany) {
   for (const int height : {0, 1, 7, 8, 9, 16, 17, 100, 1000}) {
     ColumnReduction reduction(8);

@@ -1,0 +1,98 @@
+// Texts: grammars, references, recipes, lists of files, splits, and the command line.
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "fuzz/target.h"
+#include "kivsr/speech/decode/grammar.h"
+#include "kivsr/speech/decode/word_errors.h"
+#include "kivsr/speech/decode/word_network.h"
+#include "kivsr/speech/front/feature_chain.h"
+#include "kivsr/speech/front/recipe.h"
+#include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/quantise/split.h"
+#include "kivsr/speech/train/training_list.h"
+#include "program/subcommands.h"
+
+namespace kivsr::fuzz {
+
+namespace {
+
+using namespace speech;
+
+std::string text_of(Bytes bytes) { return {bytes.begin(), bytes.end()}; }
+
+void run_grammar(Bytes bytes) { grammar_network(parse_grammar(text_of(bytes), "grammar")); }
+const Registration grammar("grammar", run_grammar);
+
+// The parts of a rule without the lines in front, which mutations break first.
+void run_rule(Bytes bytes) {
+  grammar_network(parse_grammar("#JSGF V1.0;\ngrammar g;\npublic <r> = " + text_of(bytes) + ";\n<s> = x;", "grammar"));
+}
+const Registration rule("rule", run_rule);
+
+void run_references(Bytes bytes) { References::read(file_of(bytes, "references")); }
+const Registration references("references", run_references);
+
+void run_recipe(Bytes bytes) {
+  const Recipe recipe = Recipe::parse(text_of(bytes), "recipe");
+  FeatureChain chain(recipe);
+  if (recipe.source == Source::kFeatures) {
+    FeatureMatrix rows{recipe.file_width(),
+                       std::vector<float>(20 * static_cast<std::size_t>(recipe.file_width()), 1.0F)};
+    chain.run_rows(rows);
+  } else {
+    std::vector<float> samples(2000);
+    for (std::size_t i = 0; i < samples.size(); ++i) samples[i] = static_cast<float>(i * 7919 % 2001) - 1000.0F;
+    chain.run(samples);
+  }
+}
+const Registration recipe("recipe", run_recipe);
+
+void run_training_list(Bytes bytes) {
+  TrainingListFiles files;
+  files.list = file_of(bytes, "list");
+  list_checksum(read_training_list(files, true));
+}
+const Registration training_list("training_list", run_training_list);
+
+void run_split(Bytes bytes) {
+  for (const SplitGroup& group : parse_split(text_of(bytes), 14)) split_text(group);
+}
+const Registration split("split", run_split);
+
+// Arguments between zero bytes. What the command line is read into is looked at, nothing is done: files that commands
+// ask for are not there.
+void run_command_line(Bytes bytes) {
+  std::vector<std::string> arguments(1);
+  for (const std::uint8_t byte : bytes.first(std::min<std::size_t>(bytes.size(), 4096))) {
+    if (byte == '\0') {
+      arguments.emplace_back();
+    } else {
+      arguments.back().push_back(static_cast<char>(byte));
+    }
+  }
+  std::reverse(arguments.begin(), arguments.end());
+  CLI::App program("fuzz", "kivsr");
+  program.require_subcommand(1);
+  using namespace program;
+  for (auto add : {add_enhance, add_features, add_info, add_pitch, add_quantise, add_mix, add_recognise, add_spot,
+                   add_train, add_vad}) {
+    add(program);
+  }
+  for (CLI::App* command : program.get_subcommands([](CLI::App*) { return true; })) {
+    command->callback([] {});
+    for (CLI::App* inner : command->get_subcommands([](CLI::App*) { return true; })) inner->callback([] {});
+  }
+  try {
+    program.parse(arguments);
+  } catch (const CLI::ParseError&) {
+  }
+}
+const Registration command_line("command_line", run_command_line);
+
+}  // namespace
+
+}  // namespace kivsr::fuzz
