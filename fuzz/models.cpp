@@ -7,8 +7,10 @@
 #include "kivsr/speech/decode/mixture_scorer.h"
 #include "kivsr/speech/front/feat_params.h"
 #include "kivsr/speech/io/little_endian.h"
+#include "kivsr/speech/models/arpa_file.h"
 #include "kivsr/speech/models/dictionary.h"
 #include "kivsr/speech/models/model_definition.h"
+#include "kivsr/speech/models/packed_ngram_file.h"
 #include "kivsr/speech/models/s3_file.h"
 #include "kivsr/speech/models/sendump.h"
 #include "kivsr/speech/models/word_acoustic_model.h"
@@ -63,6 +65,20 @@ const Registration feat_params("feat_params", run_feat_params);
 
 void run_dictionary(Bytes bytes) { Dictionary::read(file_of(bytes, "words.dict")); }
 const Registration dictionary("dictionary", run_dictionary);
+
+void follow(const NgramModel& model) {
+  int state = 0;
+  for (int word = 0; word < std::min(model.words(), 50); ++word) {
+    state = model.follow(state, model.words() - 1 - word).next;
+    if (state < 0 || state >= model.states()) __builtin_trap();
+  }
+}
+
+void run_arpa(Bytes bytes) { follow(read_arpa_file(file_of(bytes, "words.lm"))); }
+const Registration arpa("arpa", run_arpa);
+
+void run_packed_ngrams(Bytes bytes) { follow(read_packed_ngrams(file_of(bytes, "words.lm.bin"))); }
+const Registration packed_ngrams("packed_ngrams", run_packed_ngrams);
 
 // A file with the right checksum behind it, without which mutations would get no further.
 std::vector<std::uint8_t> with_checksum(std::vector<std::uint8_t> content) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <queue>
 #include <utility>
 
 #include "kivsr/kivsr.hpp"
@@ -96,21 +97,24 @@ class GrammarBuilder {
     return known->second;
   }
 
-  // The best weight of every node that can be reached without a word.
+  // The best weight of every node that can be reached without a word: no weight is above 0, so that the best of the open
+  // nodes is final and each is left once.
   std::map<int, float> reach_silently(int start) const {
     std::map<int, float> best{{start, 0.0F}};
-    std::vector<int> open{start};
+    std::priority_queue<std::pair<float, int>> open;
+    open.emplace(0.0F, start);
     while (!open.empty()) {
-      const int node = open.back();
-      open.pop_back();
+      const auto [reached, node] = open.top();
+      open.pop();
+      if (reached < best[node]) continue;
       for (const int index : arcs_from_[static_cast<std::size_t>(node)]) {
         const WordArc& arc = words_.arcs[static_cast<std::size_t>(index)];
         if (arc.word >= 0) continue;
-        const float weight = best[node] + scaled_[static_cast<std::size_t>(index)];
+        const float weight = reached + scaled_[static_cast<std::size_t>(index)];
         const auto [known, added] = best.try_emplace(arc.to, weight);
         if (!added && !(weight > known->second)) continue;
         known->second = weight;
-        open.push_back(arc.to);
+        open.emplace(weight, arc.to);
       }
     }
     return best;

@@ -35,14 +35,14 @@ int allocations_left = -1;  // until one fails; below 0: none does
 }  // namespace
 
 // Of the whole program; only here does one fail.
-void* operator new(std::size_t count) {
+[[gnu::noinline]] void* operator new(std::size_t count) {
   if (allocations_left >= 0 && allocations_left-- == 0) throw std::bad_alloc();
   void* const block = std::malloc(count == 0 ? 1 : count);
   if (block == nullptr) throw std::bad_alloc();
   return block;
 }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace kivsr::speech::test {
 namespace {
