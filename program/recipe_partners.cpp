@@ -13,8 +13,10 @@ struct Partner {
 };
 
 bool reduces_noise(const Recipe& recipe) { return recipe.noise_reduction.method != NoiseMethod::kNone; }
-bool makes_cepstra(const Recipe& recipe) { return recipe.front_end.output == Output::kCepstra; }
-bool predicts(const Recipe& recipe) { return recipe.front_end.output == Output::kLpcCepstra; }
+bool makes_cepstra(const Recipe& recipe) { return recipe.front_end.output != Output::kLogMel; }
+bool predicts(const Recipe& recipe) {
+  return recipe.front_end.output == Output::kLpcCepstra || recipe.front_end.output == Output::kPlp;
+}
 bool equalises(const Recipe& recipe) { return recipe.equalisation != Equalisation::kNone; }
 bool normalises_energy(const Recipe& recipe) { return recipe.normalise_energy; }
 bool regresses(const Recipe& recipe) { return recipe.dynamics == Dynamics::kRegression; }
@@ -25,9 +27,9 @@ bool normalises_along(const Recipe& recipe) {
 }
 
 constexpr Partner kPartners[] = {
-    {"prediction-order", "--output-kind lpc-cepstra", predicts},
-    {"cepstrum-count", "--output-kind cepstra", makes_cepstra},
-    {"lifter", "--output-kind cepstra", makes_cepstra},
+    {"prediction-order", "--output-kind lpc-cepstra or plp", predicts},
+    {"cepstrum-count", "an --output-kind of cepstra", makes_cepstra},
+    {"lifter", "an --output-kind of cepstra", makes_cepstra},
     {"noise-memory", "--noise-reduction", reduces_noise},
     {"noise-floor", "--noise-reduction", reduces_noise},
     {"noise-residual", "--noise-reduction", reduces_noise},

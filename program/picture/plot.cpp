@@ -170,8 +170,8 @@ void Page::colour_bar(const Panel& panel, ColourMap map, Range values, const std
 
 namespace {
 
-// No more columns than that: each the mean of the rows that it stands for. Interpolation by the drawing library would mix
-// the bands of a row too.
+// No more columns than that: each the mean of the rows that it stands for. Interpolation by the drawing library would
+// mix the bands of a row too.
 FeatureMatrix fitted(const FeatureMatrix& rows, int most) {
   const std::int64_t height = rows.height();
   if (height <= most) return rows;

@@ -97,8 +97,8 @@ class GrammarBuilder {
     return known->second;
   }
 
-  // The best weight of every node that can be reached without a word: no weight is above 0, so that the best of the open
-  // nodes is final and each is left once.
+  // The best weight of every node that can be reached without a word: no weight is above 0, so that the best of the
+  // open nodes is final and each is left once.
   std::map<int, float> reach_silently(int start) const {
     std::map<int, float> best{{start, 0.0F}};
     std::priority_queue<std::pair<float, int>> open;

@@ -13,8 +13,8 @@ constexpr int kGroup = 8;           // elements that 16-bit scores take at once
 constexpr int kDeviationBits = 10;  // 2^10 <= standard deviation of a quantised feature < 2^11
 constexpr int kMedianBits = 8;      // 2^8 <= median of the quantised inverse variances < 2^9
 
-// The power of two below a variance, or its inverse, kept within what scaling by it and by its square can hold: a feature
-// that never moves, or has no bound, is a fault of the model and not of the arithmetic.
+// The power of two below a variance, or its inverse, kept within what scaling by it and by its square can hold: a
+// feature that never moves, or has no bound, is a fault of the model and not of the arithmetic.
 int scale_exponent(float value) {
   constexpr int kMost = 48;
   if (!(value > 0.0F)) return -kMost;

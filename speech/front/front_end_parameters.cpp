@@ -136,6 +136,8 @@ void FrontEndParameters::validate() const {
   validate_filters(*this);
   validate_logarithm(*this);
   const bool of_filters = output == Output::kCepstra || output == Output::kPlp;
+  require(cepstrum_count <= kMostCepstra && prediction_order <= kMostCepstra,
+          "there are at most 1024 cepstra, and as many coefficients of prediction");
   require(cepstrum_count >= 1 && (!of_filters || cepstrum_count <= filter_count),
           "the cepstra must be at least one and at most the filters");
   require(output != Output::kPlp || cepstrum_count <= prediction_order + 1,
@@ -143,7 +145,7 @@ void FrontEndParameters::validate() const {
   require(output != Output::kPlp || prediction_order <= filter_count,
           "the prediction order must be at most the filters");
   require(zeroth != ZerothCepstrum::kNone || cepstrum_count >= 2, "no cepstrum is left without the zeroth");
-  require(lifter >= 0, "the lifter must not be negative");
+  require(lifter >= 0 && lifter <= 1'000'000, "the lifter must not be negative, nor above 10^6");
   require(lifter_form == LifterForm::kSine || output == Output::kCepstra,
           "linear prediction has the sine lifter of its cepstra only");
   require(prediction_order >= 1 && prediction_order <= window_length,
