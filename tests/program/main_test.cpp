@@ -18,29 +18,39 @@ namespace kivsr::program::test {
 using namespace speech::test;
 
 // A signal while the program works leaves nothing but what was there.
+// Ends the program by the signal as soon as its partial file is there; returns how it ended.
+int end_pitch_by(int signal, const TemporaryFolder& folder, const std::filesystem::path& sound,
+                 const std::filesystem::path& result) {
+  const pid_t child = fork();
+  if (child == 0) {
+    std::signal(signal, SIG_DFL);
+    const char* const program = std::getenv("KIVSR_EXECUTABLE");
+    execl(program, program, "pitch", "-o", result.c_str(), sound.c_str(), nullptr);
+    _exit(127);
+  }
+  for (int waited = 0; folder.names().size() < 3 && waited < 2000; ++waited) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  kill(child, signal);
+  int status = 0;
+  waitpid(child, &status, 0);
+  return status;
+}
+
+// A signal while the program works leaves nothing but what was there.
 TEST(Program, SignalsLeaveNoPartialFile) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     const TemporaryFolder folder;
     const auto sound = folder.write("long.wav", wav(whole(noise(16000 * 60, 2)), 16000, 1));
-    const auto result = folder.write("result.npy", "what was there");
-    const pid_t child = fork();
-    if (child == 0) {
-      std::signal(signal, SIG_DFL);
-      const char* const program = std::getenv("KIVSR_EXECUTABLE");
-      execl(program, program, "pitch", "-o", result.c_str(), sound.c_str(), nullptr);
-      _exit(127);
-    }
-    // It works as soon as its partial file is there.
-    for (int waited = 0; folder.names().size() < 3 && waited < 10000; ++waited) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    kill(child, signal);
     int status = 0;
-    waitpid(child, &status, 0);
+    for (int attempt = 0; attempt < 10 && !WIFSIGNALED(status); ++attempt) {  // a busy machine may be too late
+      folder.write("result.npy", "what was there");
+      status = end_pitch_by(signal, folder, sound, folder / "result.npy");
+    }
     ASSERT_TRUE(WIFSIGNALED(status)) << "it was too fast to be stopped";
     EXPECT_EQ(WTERMSIG(status), signal);
     EXPECT_EQ(folder.names(), (std::vector<std::string>{"long.wav", "result.npy"}));
-    EXPECT_EQ(read_file(result), "what was there");
+    EXPECT_EQ(read_file(folder / "result.npy"), "what was there");
   }
 }
 
