@@ -102,9 +102,7 @@ inline Float16 load_filled(const float* p, int n) requires std::is_same_v<T, flo
   return {_mm512_mask_loadu_ps(_mm512_set1_ps(*p), detail::first_lanes(n), p)};
 }
 template <class T>
-inline Vec<T> load_filled(const std::int16_t* p, int n)
-  requires(sizeof(T) == 4)
-{
+inline Vec<T> load_filled(const std::int16_t* p, int n) requires(sizeof(T) == 4) {
   const Int16 words =
       detail::int16(_mm512_cvtepi16_epi32(_mm256_mask_loadu_epi16(_mm256_set1_epi16(*p), detail::first_lanes(n), p)));
   if constexpr (std::is_same_v<T, float>) {
