@@ -7,7 +7,7 @@ SHELL := /bin/bash
 # What the C library's own tests are called; the rest looks at the package as a host of x86 sees it.
 LIBRARY_TESTS := -R '^(core|frame|vector|frontend|scoring|training|vq|aurora|noise|foundation|selftest|interface)$$'
 
-.PHONY: demo test check check-threads check-reference check-clang check-tidy check-generic check-arm64 fuzz bench docs python install format clean
+.PHONY: demo test check check-threads check-reference check-tidy check-generic check-arm64 fuzz bench docs python install format clean
 
 demo:
 	@scripts/setup
@@ -18,7 +18,7 @@ demo:
 	@scripts/noise-table build/x86_64/bin/kivsr
 
 test:
-	@scripts/setup
+	@scripts/setup test
 	@scripts/check-format
 	@for preset in x86_64 i386 asan; do \
 	  echo "== $$preset"; \
@@ -27,30 +27,25 @@ test:
 	done
 
 # What the test command does not cover.
-check: check-threads check-reference check-clang check-tidy check-generic check-arm64
+check: check-threads check-reference check-tidy check-generic check-arm64
 
 # Objects that threads share, under the thread sanitizer: every other test runs on one thread.
 check-threads:
-	@scripts/setup
+	@scripts/setup test
 	@cmake --preset tsan >/dev/null && cmake --build --preset tsan -j$(JOBS) | scripts/progress
 	@ctest --test-dir build/tsan --output-on-failure -R '^concurrency$$'
 
 # Every public function documented, every parameter of it.
 check-reference: docs
 
-check-clang:
-	@scripts/setup check
-	@cmake --preset clang >/dev/null && cmake --build --preset clang -j$(JOBS) | scripts/progress
-	@ctest --test-dir build/clang --output-on-failure -j$(JOBS)
-
 check-tidy:
-	@scripts/setup check
-	@cmake --preset clang >/dev/null
-	@scripts/tidy build/clang $(JOBS)
+	@scripts/setup test check
+	@cmake --preset asan >/dev/null && cmake --build --preset asan -j$(JOBS) | scripts/progress
+	@scripts/tidy build/asan $(JOBS)
 
 # The library without any instruction set's own file.
 check-generic:
-	@scripts/setup
+	@scripts/setup test
 	@cmake --preset generic >/dev/null && cmake --build --preset generic -j$(JOBS) | scripts/progress
 	@ctest --test-dir build/generic --output-on-failure -j$(JOBS) $(LIBRARY_TESTS)
 
@@ -63,7 +58,7 @@ check-arm64:
 # Every parser and every function with inputs that nobody meant: make fuzz SECONDS=600, for each target.
 SECONDS ?= 60
 fuzz:
-	@scripts/setup check
+	@scripts/setup test
 	@cmake --preset fuzz >/dev/null && cmake --build --preset fuzz -j$(JOBS) | scripts/progress
 	@scripts/fuzz build/fuzz/bin/kivsr_fuzz $(SECONDS)
 

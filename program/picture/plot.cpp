@@ -10,7 +10,7 @@
 
 #include "kivsr/speech/io/fault.h"
 
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef KIVSR_SANITIZE
 // The font configuration keeps a few bytes for the life of the process: no leak of ours.
 extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
 #endif

@@ -24,7 +24,7 @@ CommandResult run_in(int megabytes, const std::string& arguments) {
 class LongSound : public ::testing::Test {
  protected:
   void SetUp() override {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef KIVSR_SANITIZE
     GTEST_SKIP() << "the sanitizer reserves more";
 #endif
     std::string minute;
