@@ -1,5 +1,6 @@
 # The front door. Presets and targets: CMakePresets.json, docs/architecture.md.
 JOBS ?= $(shell nproc)
+PREFIX ?= /usr/local
 MAKEFLAGS += --no-print-directory
 SHELL := /bin/bash
 .SHELLFLAGS := -o pipefail -c
@@ -82,7 +83,8 @@ python:
 	@ls build/wheel/*.whl
 
 install:
-	cmake -S . -B build/install $(if $(filter x86_64,$(shell uname -m)),-DKIVSR_V3=ON)
+	@scripts/setup
+	cmake -S . -B build/install -DCMAKE_INSTALL_PREFIX=$(PREFIX)
 	cmake --build build/install -j$(JOBS)
 	cmake --install build/install
 

@@ -1,6 +1,9 @@
 # find_package(kivsr): kivsr::kivsr and kivsr::kivsr_static, the C library; kivsr::speech where the speech library is
 # installed, and kivsr::speech_static where what that links, libsndfile and zlib, is there too.
 include(${CMAKE_CURRENT_LIST_DIR}/kivsr-targets.cmake)
+if(NOT TARGET kivsr::kivsr)
+  add_library(kivsr::kivsr ALIAS kivsr::kivsr_static)
+endif()
 include(${CMAKE_CURRENT_LIST_DIR}/kivsr_speech-targets.cmake OPTIONAL)
 if(EXISTS ${CMAKE_CURRENT_LIST_DIR}/kivsr_speech_static-targets.cmake)
   find_package(PkgConfig QUIET)

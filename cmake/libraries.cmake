@@ -1,6 +1,5 @@
 # The libraries: one source tree, compiled for the baseline and, with KIVSR_V3 and KIVSR_V4, once more each for AVX2 + FMA
 # and for AVX-512.
-include(GNUInstallDirs)
 include(CheckCXXSourceCompiles)
 
 # Processors without a file of their own in src/frame/simd take generic.h. What no processor may lack is said here, once.
@@ -42,7 +41,7 @@ target_include_directories(kivsr_arithmetic INTERFACE
 add_library(kivsr_flags INTERFACE)
 target_link_libraries(kivsr_flags INTERFACE kivsr_arithmetic)
 target_compile_options(kivsr_flags INTERFACE -fno-exceptions -fno-rtti -fno-threadsafe-statics -fvisibility=hidden
-  -fvisibility-inlines-hidden)
+  -fvisibility-inlines-hidden ${KIVSR_HARDENING_COMPILE})
 if(KIVSR_IS_I386)
   target_compile_options(kivsr_flags INTERFACE -mstackrealign)
 endif()
@@ -56,31 +55,41 @@ endif()
 function(kivsr_shared target name)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:kivsr_flags>)
   set_target_properties(${target} PROPERTIES OUTPUT_NAME ${name} SUFFIX ".so.5.2" LINKER_LANGUAGE C)
-  target_link_options(${target} PRIVATE -Wl,-soname,lib${name}.so.5.2 -Wl,-z,relro,-z,now,--as-needed
+  target_link_options(${target} PRIVATE -Wl,-soname,lib${name}.so.5.2 -Wl,--as-needed ${KIVSR_HARDENING_LINK}
     $<$<NOT:$<BOOL:${KIVSR_SANITIZE}>>:-Wl,-z,defs>)
   target_include_directories(${target} INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 endfunction()
 
-add_library(kivcore SHARED src/core/constants.cpp)
-kivsr_shared(kivcore kivcore)
+# An archive of everything, constants included.
+function(kivsr_archive target)
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:kivsr_flags> INTERFACE m)
+  target_include_directories(${target} INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  set_target_properties(${target} PROPERTIES OUTPUT_NAME kivsr)
+  add_library(kivsr::${target} ALIAS ${target})
+endfunction()
 
 # Compiled once for the shared and the static library.
 add_library(kivsr_objects OBJECT ${KIVSR_SOURCES})
 target_link_libraries(kivsr_objects PRIVATE kivsr_flags)
-
-add_library(kivsrw7 SHARED $<TARGET_OBJECTS:kivsr_objects>)
-kivsr_shared(kivsrw7 kivsrw7)
-target_link_libraries(kivsrw7 PUBLIC kivcore PRIVATE m)
-set_target_properties(kivsrw7 PROPERTIES EXPORT_NAME kivsr BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
-add_library(kivsr::kivsr ALIAS kivsrw7)
-
 add_library(kivsr_static STATIC $<TARGET_OBJECTS:kivsr_objects> src/core/constants.cpp)
-target_link_libraries(kivsr_static PRIVATE $<BUILD_INTERFACE:kivsr_flags> INTERFACE m)
-target_include_directories(kivsr_static INTERFACE
-  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-set_target_properties(kivsr_static PROPERTIES OUTPUT_NAME kivsr EXPORT_NAME kivsr_static)
-add_library(kivsr::kivsr_static ALIAS kivsr_static)
+kivsr_archive(kivsr_static)
+
+# Both kinds are made; with BUILD_SHARED_LIBS=OFF the archives alone, and kivsr::kivsr is one of them.
+set(KIVSR_SHARED ON)
+if(DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
+  set(KIVSR_SHARED OFF)
+  add_library(kivsr::kivsr ALIAS kivsr_static)
+else()
+  add_library(kivcore SHARED src/core/constants.cpp)
+  kivsr_shared(kivcore kivcore)
+  add_library(kivsrw7 SHARED $<TARGET_OBJECTS:kivsr_objects>)
+  kivsr_shared(kivsrw7 kivsrw7)
+  target_link_libraries(kivsrw7 PUBLIC kivcore PRIVATE m)
+  set_target_properties(kivsrw7 PROPERTIES EXPORT_NAME kivsr BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
+  add_library(kivsr::kivsr ALIAS kivsrw7)
+endif()
 
 # GCC 12 warns of its own header of AVX-512.
 set(kivsr_v4_options -march=x86-64-v4 $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
@@ -89,13 +98,22 @@ set(kivsr_v3_options -march=x86-64-v3)
 
 # The dynamic loader prefers these folders beside the baseline library on a processor that can run what is in them.
 function(kivsr_hardware_library level)
-  set(target kivsrw7_${level})
-  add_library(${target} SHARED ${KIVSR_SOURCES})
-  kivsr_shared(${target} kivsrw7)
-  target_compile_options(${target} PRIVATE ${kivsr_${level}_options})
-  target_link_libraries(${target} PUBLIC kivcore PRIVATE m)
-  set_target_properties(${target} PROPERTIES BUILD_RPATH "$ORIGIN/../.." INSTALL_RPATH "$ORIGIN/../.."
-    LIBRARY_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/glibc-hwcaps/x86-64-${level})
+  set(folder glibc-hwcaps/x86-64-${level})
+  add_library(kivsr_objects_${level} OBJECT ${KIVSR_SOURCES})
+  target_link_libraries(kivsr_objects_${level} PRIVATE kivsr_flags)
+  target_compile_options(kivsr_objects_${level} PRIVATE ${kivsr_${level}_options})
+  add_library(kivsr_static_${level} STATIC $<TARGET_OBJECTS:kivsr_objects_${level}> src/core/constants.cpp)
+  kivsr_archive(kivsr_static_${level})
+  set_target_properties(kivsr_static_${level} PROPERTIES
+    ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/${folder})
+  if(KIVSR_SHARED)
+    set(target kivsrw7_${level})
+    add_library(${target} SHARED $<TARGET_OBJECTS:kivsr_objects_${level}>)
+    kivsr_shared(${target} kivsrw7)
+    target_link_libraries(${target} PUBLIC kivcore PRIVATE m)
+    set_target_properties(${target} PROPERTIES BUILD_RPATH "$ORIGIN/../.." INSTALL_RPATH "$ORIGIN/../.."
+      LIBRARY_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/${folder})
+  endif()
 endfunction()
 if(KIVSR_V3 OR KIVSR_V4)
   if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)

@@ -4,12 +4,18 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
+#include "kivsr.h"
+#include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/output_file.h"
+#include "program/help_formatter.h"
+#include "program/near_miss.h"
 #include "program/subcommands.h"
 
 namespace {
@@ -42,28 +48,57 @@ void watch_signals() {
   std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a fault like any other, not the end
 }
 
-int run(int argc, char** argv) {
+void add_subcommands(CLI::App& program) {
+  kivsr::program::add_enhance(program);
+  kivsr::program::add_features(program);
+  kivsr::program::add_info(program);
+  kivsr::program::add_pitch(program);
+  kivsr::program::add_quantise(program);
+  kivsr::program::add_mix(program);
+  kivsr::program::add_recognise(program);
+  kivsr::program::add_selftest(program);
+  kivsr::program::add_spot(program);
+  kivsr::program::add_train(program);
+  kivsr::program::add_vad(program);
+  kivsr::program::add_help(program);
+  program.get_subcommand("recognise")->alias("recognize");
+  program.get_subcommand("quantise")->alias("quantize");
+}
+
+// What CLI11 would take for something else, or refuse without a hint.
+void refuse_near_misses(const CLI::App& program, const std::vector<std::string>& arguments) {
+  if (arguments.empty() || arguments[0].starts_with('-')) return;
+  const CLI::App* const subcommand = kivsr::program::find_subcommand(program, arguments[0]);
+  if (subcommand == nullptr) throw kivsr::speech::Fault(kivsr::program::unknown_subcommand(program, arguments[0]));
+  kivsr::program::refuse_single_hyphens(*subcommand, arguments);
+}
+
+// The first argument that nothing takes.
+std::string unexpected(const CLI::App& program) {
+  const std::vector<CLI::App*> chosen = program.get_subcommands();
+  const CLI::App& command = chosen.empty() ? program : *chosen.front();
+  const std::vector<std::string> rest = command.remaining();
+  if (rest.empty()) return "";
+  return rest[0].starts_with('-') ? kivsr::program::unknown_option(command, rest[0])
+                                  : "\"" + rest[0] + "\" is one argument too many";
+}
+
+int run(const std::vector<std::string>& arguments) {
   CLI::App program("Speech features and recognition on the kivsr library", "kivsr");
   program.require_subcommand(1);
+  program.formatter(std::make_shared<kivsr::program::HelpFormatter>());
+  program.option_defaults()->always_capture_default();
+  const KivLibraryVersion& version = *kivsrGetLibVersion();
+  program.set_version_flag("--version", "kivsr " + std::string(version.version), "Print the version and exit");
+  add_subcommands(program);
   try {
-    kivsr::program::add_enhance(program);
-    kivsr::program::add_features(program);
-    kivsr::program::add_info(program);
-    kivsr::program::add_pitch(program);
-    kivsr::program::add_quantise(program);
-    kivsr::program::add_mix(program);
-    kivsr::program::add_recognise(program);
-    kivsr::program::add_selftest(program);
-    kivsr::program::add_spot(program);
-    kivsr::program::add_train(program);
-    kivsr::program::add_vad(program);
-    const auto is_first_word = [&](CLI::App* subcommand) { return subcommand->get_name() == argv[1]; };
-    if (argc > 1 && argv[1][0] != '-' && program.get_subcommands(is_first_word).empty()) {
-      return report(("no subcommand '" + std::string(argv[1]) + "' (see kivsr --help)").c_str());
-    }
-    program.parse(argc, argv);
+    refuse_near_misses(program, arguments);
+    program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // from the last to the first
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) return report("standard output cannot be written");
     return 0;
+  } catch (const CLI::ExtrasError& error) {
+    const std::string what = unexpected(program);
+    return report(what.empty() ? error.what() : what.c_str());
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return program.exit(error);
     return report((std::string(error.what()) + " (see kivsr --help)").c_str());
@@ -75,7 +110,7 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
   watch_signals();
   try {
-    return run(argc, argv);
+    return run({argv + (argc > 0 ? 1 : 0), argv + argc});
   } catch (const std::bad_alloc&) {
     return report("out of memory");
   } catch (const std::exception& error) {
