@@ -274,7 +274,7 @@ void RecogniseCommand::recognise_all(const Task& given, FileLoop& loop,
                                      const std::function<void(RecognisedUtterance&&)>& report) const {
   if (jobs == 1 || audio_files.size() == 1) {
     Worker worker(*this, given);
-    for (const std::string& file : audio_files) report(worker.recognise(file));
+    loop.run(audio_files, [&](const std::string& file) { report(worker.recognise(file)); });
     return;
   }
   std::vector<std::promise<RecognisedUtterance>> results(audio_files.size());

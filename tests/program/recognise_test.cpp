@@ -174,7 +174,8 @@ TEST(Recognise, LanguageModels) {
   EXPECT_NE(heard("-40").output.find("go forward two meters"), std::string::npos);
 }
 
-// Several files at a time give the output of one at a time, in the order of the files; a fault stops them all.
+// Several files at a time give the output of one at a time, in the order of the files; a bad one is named, the others
+// are done.
 TEST(Recognise, JobsKeepTheOrder) {
   const TemporaryFolder folder;
   std::string files;
@@ -185,10 +186,13 @@ TEST(Recognise, JobsKeepTheOrder) {
   EXPECT_EQ(one.output.find("001 1 0."), 0U) << one.output;
   EXPECT_EQ(std::count(one.output.begin(), one.output.end(), '\n'), 21);
   EXPECT_EQ(run_kivsr(options + " --jobs 3" + files).output, one.output);
-  const CommandResult fault = run_kivsr(options + " --jobs 3 " + quoted(folder / "none.wav") + files);
-  EXPECT_EQ(fault.status, 2);
-  EXPECT_EQ(fault.output, "");
-  EXPECT_EQ(std::count(fault.errors.begin(), fault.errors.end(), '\n'), 1) << fault.errors;
+  for (const char* const jobs : {" --jobs 1 ", " --jobs 3 "}) {
+    const CommandResult fault = run_kivsr(options + jobs + quoted(folder / "none.wav") + files);
+    EXPECT_EQ(fault.status, 2) << jobs;
+    EXPECT_EQ(fault.output, one.output) << jobs;
+    EXPECT_NE(fault.errors.find("none.wav: "), std::string::npos) << fault.errors;
+    EXPECT_NE(fault.errors.find("1 of 6 files"), std::string::npos) << fault.errors;
+  }
 }
 
 TEST(Recognise, FaultsAreOneLineAndStatusTwo) {
