@@ -42,11 +42,18 @@ std::vector<std::string> names_of(const std::set<CLI::Option*>& options) {
   return names;
 }
 
-// Type names are "TEXT:{text,csv}" where a set of words is checked, "NUMBER from 0 to 1" where a range is.
+// Type names are "TEXT:{text,csv}" where a set of words is checked, "ENUM:value in {text->0,csv->1} OR ..." where words
+// stand for enumerators, "NUMBER from 0 to 1" where a range is.
 void describe_argument(std::string type, OptionHelp& help) {
-  if (const std::size_t open = type.find(":{"); open != std::string::npos) {
+  if (const std::size_t open = type.find('{'); open != std::string::npos) {
     const std::size_t close = type.find('}', open);
-    help.choices = split(type.substr(open + 2, close - open - 2), ',');
+    for (const std::string& choice : split(type.substr(open + 1, close - open - 1), ',')) {
+      const std::size_t arrow = choice.find("->");
+      help.choices.push_back(choice.substr(0, arrow));
+      if (arrow != std::string::npos && choice.substr(arrow + 2) == help.default_value) {
+        help.default_value = help.choices.back();
+      }
+    }
     help.argument = joined(help.choices, "|");
     return;
   }
@@ -67,8 +74,8 @@ OptionHelp described(const CLI::Option& option) {
   help.required = option.get_required();
   help.several = option.get_expected_max() == CLI::detail::expected_max_vector_size;
   if (option.get_type_size() == 0) return help;
-  describe_argument(option.get_type_name(), help);
   help.default_value = option.get_default_str();
+  describe_argument(option.get_type_name(), help);
   if (help.default_value == "[]") help.default_value.clear();  // an empty list
   return help;
 }

@@ -53,9 +53,13 @@ TEST_F(LongSound, EnhancementNeedsNoMoreMemory) {
 }
 
 TEST_F(LongSound, VoiceActivityNeedsNoMoreMemory) {
-  const CommandResult result = run_in(90, "vad " + quoted(sound_) + " --format csv");
-  ASSERT_EQ(result.status, 0) << result.errors;
-  EXPECT_NE(result.output.find(sound_.string() + ","), std::string::npos) << result.output;
+  // The standard's detector takes the noise for speech from time to time, the other one never does.
+  for (const bool standard : {false, true}) {
+    const CommandResult result =
+        run_in(90, "vad " + quoted(sound_) + " --format csv --method " + (standard ? "etsi" : "voices"));
+    ASSERT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(result.output.find(sound_.string() + ",") != std::string::npos, standard) << result.output;
+  }
 }
 
 TEST_F(LongSound, StatisticsOfSoundAndOfRowsNeedNoMoreMemory) {
