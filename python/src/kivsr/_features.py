@@ -62,7 +62,7 @@ def features(
     [(98, 13), (48, 13)]
     >>> kivsr.features(y, filter_count=0)
     Traceback (most recent call last):
-    kivsr.Fault: filter_count=0: front end: the filters must be at least one and at most half the FFT length
+    kivsr.Fault: filter_count=0: front end: the filters must be at least one and at most half the FFT length, or 4096
     """
     recipe = make_recipe(preset, sample_rate, options)
     if is_batch(y):
