@@ -109,8 +109,9 @@ std::vector<double> pulses(Random& random, int period, int offset, double level,
 
 template <class T>
 std::vector<T> samples_of(const std::vector<double>& x) {
+  using L = std::numeric_limits<T>;
   std::vector<T> samples;
-  for (const double v : x) samples.push_back(static_cast<T>(v));
+  for (const double v : x) samples.push_back(static_cast<T>(std::clamp<double>(v, L::lowest(), L::max())));
   return samples;
 }
 

@@ -27,8 +27,7 @@ class Random {
   template <class T>
   T value(double low, double high) {
     if constexpr (std::is_integral_v<T>) {
-      return static_cast<T>(
-          std::uniform_int_distribution<long long>(static_cast<long long>(low), static_cast<long long>(high))(engine_));
+      return static_cast<T>(std::uniform_int_distribution<long long>(whole(low), whole(high))(engine_));
     } else {
       return static_cast<T>(uniform(low, high));
     }
@@ -45,6 +44,11 @@ class Random {
   }
 
  private:
+  // The double next to the largest integer of 64 bits is not one.
+  static long long whole(double x) {
+    return x >= 0x1p63 ? std::numeric_limits<long long>::max() : static_cast<long long>(x);
+  }
+
   std::mt19937 engine_;
 };
 
