@@ -2,7 +2,6 @@
 
 #include <map>
 #include <sstream>
-#include <utility>
 #include <vector>
 
 #include "program/option_help.h"
@@ -27,9 +26,9 @@ std::string option_entry(const OptionHelp& option) {
   return entry(option.usage(), remark.empty() ? option.description : option.description + " [" + remark + "]");
 }
 
-std::string usage_of(const CLI::App& command, std::string name, const std::vector<OptionHelp>& options) {
+std::string usage_of(const CLI::App& command, const std::string& name, const std::vector<OptionHelp>& options) {
   // Called for its own help, a subcommand is handed its name with the program's in front.
-  std::string usage = "Usage: " + (name.empty() ? command.get_name() : std::move(name));
+  std::string usage = "Usage: " + (name.empty() ? command.get_name() : name);
   usage += " [OPTIONS]";
   for (const OptionHelp& option : options) {
     if (option.positional) usage += " " + (option.required ? option.usage() : "[" + option.usage() + "]");
@@ -55,7 +54,7 @@ std::string wrapped(const std::string& text, std::size_t indent, std::size_t wid
 
 std::string HelpFormatter::make_help(const CLI::App* command, std::string name, CLI::AppFormatMode) const {
   const std::vector<OptionHelp> options = options_of(*command);
-  std::string text = command->get_description() + "\n" + usage_of(*command, std::move(name), options) + "\n";
+  std::string text = command->get_description() + "\n" + usage_of(*command, name, options) + "\n";
   std::vector<std::string> groups;
   std::map<std::string, std::string> entries;
   for (const OptionHelp& option : options) {

@@ -55,6 +55,13 @@ TEST(RoundingMode, IsPinnedAndRestored) {
   }
 }
 
+// By operations of floats: on 32-bit x86 feraiseexcept would set the flags of another unit too.
+void raise_flags(int flags) {
+  if ((flags & FE_INVALID) != 0) in_order(in_order(0.0F) / in_order(0.0F));
+  if ((flags & FE_DIVBYZERO) != 0) in_order(in_order(1.0F) / in_order(0.0F));
+  if ((flags & FE_INEXACT) != 0) in_order(in_order(1.0F) / in_order(3.0F));
+}
+
 TEST(RoundingMode, UndefinedOperationsAreSeen) {
   const auto undefined_after = [&](float numerator, float divisor) {
     const auto caller = simd::start_watch();
@@ -67,7 +74,7 @@ TEST(RoundingMode, UndefinedOperationsAreSeen) {
     for (const int mode : {FE_UPWARD, FE_TONEAREST}) {
       std::fesetround(mode);
       std::feclearexcept(FE_ALL_EXCEPT);
-      std::feraiseexcept(raised);
+      raise_flags(raised);
       EXPECT_FALSE(undefined_after(1, 2));
       EXPECT_TRUE(undefined_after(0, 0));
       EXPECT_TRUE(undefined_after(1, 0));
