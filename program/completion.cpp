@@ -3,16 +3,11 @@
 #include <CLI/CLI.hpp>
 
 #include "program/option_help.h"
+#include "program/report_text.h"
 
 namespace kivsr::program {
 
 namespace {
-
-std::string joined(const std::vector<std::string>& words) {
-  std::string text;
-  for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
-  return text;
-}
 
 std::string subcommand_names(const CLI::App& program) {
   std::vector<std::string> names;

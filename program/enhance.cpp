@@ -21,6 +21,7 @@
 #include "program/picture/enhancement_picture.h"
 #include "program/picture/feature_picture.h"
 #include "program/raw_options.h"
+#include "program/report_text.h"
 #include "program/subcommands.h"
 
 namespace kivsr::program {
@@ -28,11 +29,8 @@ namespace kivsr::program {
 namespace {
 
 std::string describe(const AudioReader& reader) {
-  char text[96];
-  std::snprintf(text, sizeof text, "%.2f s at %d Hz, %d channel%s",
-                static_cast<double>(reader.samples()) / reader.sample_rate(), reader.sample_rate(), reader.channels(),
-                reader.channels() == 1 ? "" : "s");
-  return text;
+  return formatted("%.2f s at %d Hz, %d channel%s", static_cast<double>(reader.samples()) / reader.sample_rate(),
+                   reader.sample_rate(), reader.channels(), reader.channels() == 1 ? "" : "s");
 }
 
 struct EnhanceCommand {
@@ -200,8 +198,7 @@ void add_enhance(CLI::App& program) {
   command->add_option("input", options->input_file, "WAV, FLAC, ... or .raw (16-bit, one channel)")->required();
   command->add_option("output", options->output_file, "File to write: .wav or .flac")->required();
   command->add_option("--method", options->method, "How the noise is estimated and suppressed")
-      ->check(CLI::IsMember(enhancement_methods()))
-      ->capture_default_str();
+      ->check(CLI::IsMember(enhancement_methods()));
   command->add_option("--reference", options->reference_file,
                       "The same sound without noise: prints the segmental signal-to-noise ratio before and after");
   command->add_option("--picture", options->picture_file, "PNG with spectrograms before, after and of the noise");

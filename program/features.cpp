@@ -23,6 +23,7 @@
 #include "program/picture/feature_picture.h"
 #include "program/raw_options.h"
 #include "program/recipe_options.h"
+#include "program/report_text.h"
 #include "program/subcommands.h"
 
 namespace kivsr::program {
@@ -98,16 +99,7 @@ void FeaturesCommand::push_sound(const std::string& file, FeaturePicture& pictur
 }
 
 // The recipe of the command line as a file, or on standard output.
-void FeaturesCommand::explain() const {
-  const std::string text = recipe.recipe(files, raw).explained_text();
-  if (recipe_file.empty()) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    return;
-  }
-  OutputFile output(recipe_file);
-  output.write(text);
-  output.commit();
-}
+void FeaturesCommand::explain() const { write_report(recipe_file, recipe.recipe(files, raw).explained_text()); }
 
 void FeaturesCommand::write_statistics() const {
   if (output_file.empty()) throw Fault("features: nothing to write, give --output");

@@ -65,14 +65,11 @@ void add_mix(CLI::App& program) {
   const auto options = std::make_shared<MixCommand>();
   command->add_option("input", options->input_file, "WAV, FLAC, ... or .raw (16-bit, one channel)")->required();
   command->add_option("output", options->output_file, "File to write: .wav or .flac")->required();
-  command->add_option("--noise", options->noise, "white, or an audio file, which is repeated and resampled as needed")
-      ->capture_default_str();
+  command->add_option("--noise", options->noise, "white, or an audio file, which is repeated and resampled as needed");
   add_number(*command, "--snr", options->snr, -200.0, 200.0,
-             "Signal-to-noise ratio of the energies of the whole file, dB")
-      ->capture_default_str();
+             "Signal-to-noise ratio of the energies of the whole file, dB");
   add_number(*command, "--seed", options->seed, 0, std::numeric_limits<std::uint32_t>::max(),
-             "Chooses the white noise, or the place where the file begins")
-      ->capture_default_str();
+             "Chooses the white noise, or the place where the file begins");
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }

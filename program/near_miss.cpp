@@ -55,8 +55,10 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 36> kElsewhe
     {"cmn", "normalise"},
 }};
 
-// American spelling, underscores.
-std::string our_spelling(std::string name) {
+// Without hyphens in front and a value behind, in our spelling, with hyphens for underscores.
+std::string bare_name(const std::string& option) {
+  std::string name = option.substr(std::min(option.find_first_not_of('-'), option.size()));
+  name = name.substr(0, name.find('='));
   std::replace(name.begin(), name.end(), '_', '-');
   for (std::size_t at = name.find("ize"); at != std::string::npos; at = name.find("ize", at + 1)) name[at + 1] = 's';
   return name;
@@ -71,8 +73,8 @@ std::size_t changes(const std::string& a, const std::string& b) {
     next[0] = i;
     for (std::size_t j = 1; j <= b.size(); ++j) {
       next[j] = std::min({row[j] + 1, next[j - 1] + 1, row[j - 1] + (a[i - 1] != b[j - 1] ? 1U : 0U)});
-      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
-        next[j] = std::min(next[j], before[j - 2] + 1);
+      const bool swapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
+      if (swapped) next[j] = std::min(next[j], before[j - 2] + 1);
     }
     std::swap(before, row);
     std::swap(row, next);
@@ -88,6 +90,18 @@ std::vector<std::string> long_names(const CLI::App& command) {
     }
   }
   return names;
+}
+
+// The known name that a bare one is, or stands for elsewhere; empty if there is none.
+std::string known_name(const std::vector<std::string>& known, const std::string& name) {
+  const auto is_known = [&](std::string_view text) {
+    return std::find(known.begin(), known.end(), text) != known.end();
+  };
+  if (is_known(name)) return name;
+  for (const auto& [elsewhere, ours] : kElsewhere) {
+    if (name == elsewhere && is_known(ours)) return std::string(ours);
+  }
+  return "";
 }
 
 }  // namespace
@@ -120,24 +134,11 @@ std::string unknown_subcommand(const CLI::App& program, const std::string& name)
 }
 
 std::string unknown_option(const CLI::App& command, const std::string& option) {
-  const std::string meant = meant_option(command, option);
-  return "no option " + option.substr(0, option.find('=')) + (meant.empty() ? "" : ", did you mean " + meant + "?") +
-         " (see kivsr " + command.get_name() + " --help)";
-}
-
-std::string meant_option(const CLI::App& command, const std::string& option) {
   const std::vector<std::string> known = long_names(command);
-  const auto is_known = [&](std::string_view name) {
-    return std::find(known.begin(), known.end(), name) != known.end();
-  };
-  std::string name = option.substr(std::min(option.find_first_not_of('-'), option.size()));
-  name = our_spelling(name.substr(0, name.find('=')));
-  if (is_known(name)) return "--" + name;
-  for (const auto& [elsewhere, ours] : kElsewhere) {
-    if (name == elsewhere && is_known(ours)) return "--" + std::string(ours);
-  }
-  const std::string close = nearest(name, known);
-  return close.empty() ? "" : "--" + close;
+  std::string meant = known_name(known, bare_name(option));
+  if (meant.empty()) meant = nearest(bare_name(option), known);
+  return "no option " + option.substr(0, option.find('=')) + (meant.empty() ? "" : ", did you mean --" + meant + "?") +
+         " (see kivsr " + command.get_name() + " --help)";
 }
 
 void refuse_single_hyphens(const CLI::App& command, const std::vector<std::string>& arguments) {
@@ -145,12 +146,7 @@ void refuse_single_hyphens(const CLI::App& command, const std::vector<std::strin
   for (const std::string& argument : arguments) {
     if (argument == "--") return;
     if (argument.size() < 3 || argument[0] != '-' || argument[1] == '-') continue;
-    const std::string name = our_spelling(argument.substr(1, argument.find('=') - 1));
-    const bool other_tools = std::any_of(kElsewhere.begin(), kElsewhere.end(), [&](const auto& pair) {
-      return pair.first == name && std::find(known.begin(), known.end(), pair.second) != known.end();
-    });
-    if (!other_tools && std::find(known.begin(), known.end(), name) == known.end()) continue;
-    throw Fault(unknown_option(command, argument));
+    if (!known_name(known, bare_name(argument)).empty()) throw Fault(unknown_option(command, argument));
   }
 }
 

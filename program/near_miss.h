@@ -19,11 +19,8 @@ const CLI::App* find_subcommand(const CLI::App& program, const std::string& name
 // What to tell who typed one that is not there.
 std::string unknown_subcommand(const CLI::App& program, const std::string& name);
 
-// The option of the command that somebody means who types `option`, spelt wrongly or as other tools call it; empty if
-// nothing comes close.
-std::string meant_option(const CLI::App& command, const std::string& option);
-
-// What to tell who typed an option that the command does not have.
+// What to tell who typed an option that the command does not have: with the one that is meant, spelt wrongly or as
+// other tools call it, if something comes close.
 std::string unknown_option(const CLI::App& command, const std::string& option);
 
 // Looks for long options with one hyphen, which would be read as short ones with a value ("-hmm" as "-h" with "mm").

@@ -20,9 +20,9 @@ struct NumberRange {
 };
 
 template <class Value>
-CLI::Option* add_number(CLI::App& command, const std::string& name, Value& value, std::type_identity_t<Value> low,
-                        std::type_identity_t<Value> high, const std::string& help) {
-  const NumberRange range{static_cast<double>(low), static_cast<double>(high), std::is_integral_v<Value>};
+CLI::Option* add_number(CLI::App& command, const std::string& name, Value& value, double low, double high,
+                        const std::string& help) {
+  const NumberRange range{low, high, std::is_integral_v<Value>};
   return command.add_option(name, value, help)
       ->type_name((range.whole ? "INTEGER " : "NUMBER ") + range.words())
       ->check([range](const std::string& text) { return range.fault(text); });

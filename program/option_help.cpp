@@ -5,15 +5,11 @@
 
 #include <CLI/CLI.hpp>
 
+#include "program/report_text.h"
+
 namespace kivsr::program {
 
 namespace {
-
-std::string joined(const std::vector<std::string>& words, const std::string& between) {
-  std::string text;
-  for (const std::string& word : words) text += (text.empty() ? "" : between) + word;
-  return text;
-}
 
 std::vector<std::string> split(const std::string& text, char at) {
   std::vector<std::string> words(1);
@@ -42,18 +38,11 @@ std::vector<std::string> names_of(const std::set<CLI::Option*>& options) {
   return names;
 }
 
-// Type names are "TEXT:{text,csv}" where a set of words is checked, "ENUM:value in {text->0,csv->1} OR ..." where words
-// stand for enumerators, "NUMBER from 0 to 1" where a range is.
+// Type names are "TEXT:{text,csv}" where a set of words is checked, "NUMBER from 0 to 1" where a range is.
 void describe_argument(std::string type, OptionHelp& help) {
   if (const std::size_t open = type.find('{'); open != std::string::npos) {
     const std::size_t close = type.find('}', open);
-    for (const std::string& choice : split(type.substr(open + 1, close - open - 1), ',')) {
-      const std::size_t arrow = choice.find("->");
-      help.choices.push_back(choice.substr(0, arrow));
-      if (arrow != std::string::npos && choice.substr(arrow + 2) == help.default_value) {
-        help.default_value = help.choices.back();
-      }
-    }
+    help.choices = split(type.substr(open + 1, close - open - 1), ',');
     help.argument = joined(help.choices, "|");
     return;
   }

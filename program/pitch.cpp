@@ -154,22 +154,16 @@ void add_pitch(CLI::App& program) {
   command->add_option("--format", options->format, "text or csv, on standard output")
       ->check(CLI::IsMember({"text", "csv"}));
   command->add_option("--picture", options->picture_file, "PNG with waveform, spectrogram and pitch");
-  add_number(*command, "--low", parameters.low_frequency, 20.0, 1000.0, "Lowest frequency, Hz")->capture_default_str();
-  add_number(*command, "--high", parameters.high_frequency, 24.0, 4000.0, "Highest frequency, Hz")
-      ->capture_default_str();
-  add_number(*command, "--shift", options->shift, 0.001, 0.1, "From frame to frame, s")->capture_default_str();
+  add_number(*command, "--low", parameters.low_frequency, 20.0, 1000.0, "Lowest frequency, Hz");
+  add_number(*command, "--high", parameters.high_frequency, 24.0, 4000.0, "Highest frequency, Hz");
+  add_number(*command, "--shift", options->shift, 0.001, 0.1, "From frame to frame, s");
   add_number(*command, "--voicing-threshold", parameters.voicing_threshold, 0.0, 1.0,
-             "Correlation of a frame that is as likely voiced as not")
-      ->capture_default_str();
+             "Correlation of a frame that is as likely voiced as not");
   add_number(*command, "--silence-threshold", parameters.silence_threshold, 0.0, 1.0,
-             "Frames below so much of the maximum around them tend to be unvoiced")
-      ->capture_default_str();
-  add_number(*command, "--octave-cost", parameters.octave_cost, 0.0, 1.0, "Against lower candidates, an octave")
-      ->capture_default_str();
-  add_number(*command, "--jump-cost", parameters.jump_cost, 0.0, 10.0, "Of a change by an octave in 10 ms")
-      ->capture_default_str();
-  add_number(*command, "--transition-cost", parameters.transition_cost, 0.0, 10.0, "From voiced to unvoiced or back")
-      ->capture_default_str();
+             "Frames below so much of the maximum around them tend to be unvoiced");
+  add_number(*command, "--octave-cost", parameters.octave_cost, 0.0, 1.0, "Against lower candidates, an octave");
+  add_number(*command, "--jump-cost", parameters.jump_cost, 0.0, 10.0, "Of a change by an octave in 10 ms");
+  add_number(*command, "--transition-cost", parameters.transition_cost, 0.0, 10.0, "From voiced to unvoiced or back");
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }

@@ -291,8 +291,7 @@ void add_train_mode(CLI::App& quantise) {
                       "Weights of the columns in the distance: none (default), variance (its inverse; default with "
                       "--bitstream), or a number a column");
   command->add_option("--rule", options->rule, "The cluster that training splits next: widest or largest")
-      ->check(CLI::IsMember({"widest", "largest"}))
-      ->capture_default_str();
+      ->check(CLI::IsMember({"widest", "largest"}));
   command->add_flag("--bitstream", options->bitstream, kBitstreamHelp);
   command->callback([options] { options->run(); });
 }
@@ -315,8 +314,7 @@ void add_decode(CLI::App& quantise) {
   command->add_option("-o,--output", options->output_file, "Feature file to write: .npy, .htk, .mfc or .csv");
   command->add_option("--output-folder", options->output_folder, "Folder for the features of several streams");
   command->add_option("--format", options->format, "Extension of the files in the folder: npy, htk, mfc or csv")
-      ->check(CLI::IsMember({"npy", "htk", "mfc", "csv"}))
-      ->capture_default_str();
+      ->check(CLI::IsMember({"npy", "htk", "mfc", "csv"}));
   command->add_flag("--bitstream", options->bitstream, kBitstreamHelp);
   command->callback([options] { options->run(); });
 }

@@ -1,12 +1,11 @@
 #include "program/recipe_options.h"
 
 #include <algorithm>
-#include <bit>
-#include <cmath>
 #include <cstdint>
 
 #include <CLI/CLI.hpp>
 
+#include "kivsr/speech/front/dependent_fields.h"
 #include "kivsr/speech/front/feat_params.h"
 #include "kivsr/speech/front/presets.h"
 #include "kivsr/speech/front/recipe_fields.h"
@@ -64,8 +63,7 @@ CLI::Option* add_field(CLI::App& command, const RecipeField& field, std::string&
 }  // namespace
 
 RecipeOptions::RecipeOptions(CLI::App& command, const std::string& preset) : command_(command), preset_(preset) {
-  CLI::Option* const by_name =
-      command.add_option("--preset", preset_, "Recipe to start from: " + join(preset_names()))->capture_default_str();
+  CLI::Option* const by_name = command.add_option("--preset", preset_, "Recipe to start from: " + join(preset_names()));
   CLI::Option* const by_file = command.add_option(
       "--recipe,--config", recipe_file_, "File of a recipe to start from, as kivsr features --as-config writes it");
   CLI::Option* const by_model =
@@ -115,35 +113,6 @@ bool RecipeOptions::given() const {
          std::any_of(options_.begin(), options_.end(), counts);
 }
 
-void RecipeOptions::fit_lengths(const Recipe& start, Recipe& recipe) const {
-  FrontEndParameters& front_end = recipe.front_end;
-  if (front_end.sample_rate != start.front_end.sample_rate && front_end.sample_rate > 0) {
-    const double ratio = static_cast<double>(front_end.sample_rate) / start.front_end.sample_rate;
-    const auto scaled = [&](int length) { return static_cast<int>(std::lround(length * ratio)); };
-    if (!given("window-length")) front_end.window_length = scaled(start.front_end.window_length);
-    if (!given("shift")) front_end.shift = scaled(start.front_end.shift);
-    if (!given("high-frequency")) {
-      front_end.high_frequency = std::min(front_end.high_frequency, 0.5F * static_cast<float>(front_end.sample_rate));
-    }
-  }
-  if (!given("fft-length") && front_end.window_length > front_end.fft_length &&
-      front_end.window_length <= kLongestFrame) {
-    front_end.fft_length = static_cast<int>(std::bit_ceil(static_cast<unsigned>(front_end.window_length)));
-  }
-}
-
-// What a preset says about columns that the command line took away goes with them.
-void RecipeOptions::follow(Recipe& recipe) const {
-  const bool energy = recipe.front_end.energy;
-  const bool whole =
-      recipe.normalisation == Normalisation::kMean || recipe.normalisation == Normalisation::kMeanVariance;
-  const bool derived = recipe.dynamics != Dynamics::kNone;
-  if (!energy && !given("normalise-energy")) recipe.normalise_energy = false;
-  if (!(energy && whole) && !given("normalise-cepstra-only")) recipe.normalise_cepstra_only = false;
-  if (!(energy && derived) && !given("drop-energy")) recipe.drop_energy = false;
-  if (!derived && !given("derivatives")) recipe.derivatives = Recipe().derivatives;
-}
-
 Recipe RecipeOptions::recipe(std::span<const std::string> files, const RawFormat& raw) const {
   const Recipe from = start(files, raw);
   Recipe recipe = from;
@@ -154,15 +123,9 @@ Recipe RecipeOptions::recipe(std::span<const std::string> files, const RawFormat
     if (option == nullptr || option->count() == 0) return;
     read_field(text, value);
   });
-  fit_lengths(from, recipe);
-  follow(recipe);
-  // These derivatives read c1 .. c12, c0 and the log energy, whatever the front end would give by itself.
-  if (recipe.dynamics == Dynamics::kAurora) {
-    recipe.front_end.zeroth = ZerothCepstrum::kLast;
-    recipe.front_end.energy = true;
-    recipe.front_end.energy_first = false;
-  }
-  require_partners(recipe, [this](const std::string& option) { return given(option); });
+  const auto is_given = [this](const std::string& option) { return given(option); };
+  fit_dependent_fields(from, is_given, recipe);
+  require_partners(recipe, is_given);
   recipe.validate();
   return recipe;
 }

@@ -37,8 +37,6 @@ class RecipeOptions {
   Recipe start(std::span<const std::string> files, const RawFormat& raw) const;
   Recipe named(std::span<const std::string> files, const RawFormat& raw) const;
   bool given(const std::string& name) const;
-  void follow(Recipe& recipe) const;
-  void fit_lengths(const Recipe& start, Recipe& recipe) const;
 
   CLI::App& command_;
   std::string preset_;

@@ -31,6 +31,7 @@
 #include "kivsr/speech/models/packed_ngram_file.h"
 #include "kivsr/speech/models/word_acoustic_model.h"
 #include "kivsr/speech/models/word_model_file.h"
+#include "program/choices.h"
 #include "program/file_loop.h"
 #include "program/numbers.h"
 #include "program/raw_options.h"
@@ -327,44 +328,31 @@ void RecogniseCommand::run() const {
 
 void add_search_options(CLI::App& command, RecogniseCommand& options) {
   add_number(command, "--language-weight", options.weights.language_weight, 0, 1000,
-             "Factor of the grammar's log weights")
-      ->capture_default_str();
+             "Factor of the grammar's log weights");
   add_number(command, "--insertion-penalty", options.weights.insertion_penalty, -10000, 10000,
-             "Added to the log score for each word")
-      ->capture_default_str();
+             "Added to the log score for each word");
   add_number(command, "--silence-penalty", options.weights.silence_penalty, -10000, 10000,
-             "Added to the log score for each silence")
-      ->capture_default_str();
+             "Added to the log score for each silence");
   add_number(command, "--noise-penalty", options.weights.noise_penalty, -10000, 10000,
-             "Added to the log score for each noise")
-      ->capture_default_str();
-  add_number(command, "--beam", options.beams.state, 0.001F, 1e6F,
-             "Log score behind the best at which a path is given up")
-      ->capture_default_str();
-  add_number(command, "--word-beam", options.beams.word, 0.001F, 1e6F, "The same between the ends of words")
-      ->capture_default_str();
+             "Added to the log score for each noise");
+  add_number(command, "--beam", options.beams.state, 0.001, 1e6,
+             "Log score behind the best at which a path is given up");
+  add_number(command, "--word-beam", options.beams.word, 0.001, 1e6, "The same between the ends of words");
   add_number(command, "--most-phones", options.beams.phones, 0, 1'000'000'000,
-             "Phones that go on after a frame, the best; 0: any number")
-      ->capture_default_str();
-  add_number(command, "--phone-beam", options.beams.phone, 0.001F, 1e6F,
-             "Log score behind the best at which no phone is entered")
-      ->capture_default_str();
+             "Phones that go on after a frame, the best; 0: any number");
+  add_number(command, "--phone-beam", options.beams.phone, 0.001, 1e6,
+             "Log score behind the best at which no phone is entered");
   add_number(command, "--top", options.scoring.top, 0, 65536,
-             "Gaussians of each codebook and stream that are summed, the likeliest of those scored; 0: all")
-      ->capture_default_str();
-  const std::map<std::string, ScoreArithmetic> arithmetics{{"float", ScoreArithmetic::kSinglePrecision},
-                                                           {"double", ScoreArithmetic::kDoublePrecision},
-                                                           {"16s", ScoreArithmetic::kSixteenBits}};
-  command.add_option("--arithmetic", options.scoring.arithmetic, "Of the Gaussians: float, double or 16s (16 bits)")
-      ->transform(CLI::CheckedTransformer(arithmetics))
-      ->option_text("NAME [float]");
+             "Gaussians of each codebook and stream that are summed, the likeliest of those scored; 0: all");
+  add_choice(command, "--arithmetic", options.scoring.arithmetic,
+             {{"float", ScoreArithmetic::kSinglePrecision},
+              {"double", ScoreArithmetic::kDoublePrecision},
+              {"16s", ScoreArithmetic::kSixteenBits}},
+             "Of the Gaussians: float, double or 16s (16 bits)");
   add_number(command, "--shortlist", options.scoring.shortlist, 0, 65536,
-             "Gaussians of each codebook and stream that are scored for a frame, 0: all")
-      ->capture_default_str();
-  add_number(command, "--variance-floor", options.floors.variance, 1e-20F, 1e6F, "Smallest variance of a Gaussian")
-      ->capture_default_str();
-  add_number(command, "--weight-floor", options.floors.mixture_weight, 0, 1, "Smallest mixture weight")
-      ->capture_default_str();
+             "Gaussians of each codebook and stream that are scored for a frame, 0: all");
+  add_number(command, "--variance-floor", options.floors.variance, 1e-20, 1e6, "Smallest variance of a Gaussian");
+  add_number(command, "--weight-floor", options.floors.mixture_weight, 0, 1, "Smallest mixture weight");
 }
 
 }  // namespace
@@ -378,10 +366,8 @@ void add_recognise(CLI::App& program) {
           "WAV, FLAC, ... or .raw (16-bit, one channel); or cepstra of the model's front end: .npy, .htk, .mfc "
           "or .csv")
       ->required();
-  command
-      ->add_option("--model", options->model_name,
-                   "Folder of the acoustic model, name of one that Debian installs, or file of a model of words")
-      ->capture_default_str();
+  command->add_option("--model", options->model_name,
+                      "Folder of the acoustic model, name of one that Debian installs, or file of a model of words");
   command->add_option("--dict", options->dictionary_file,
                       "Pronunciation dictionary (default: the one beside the model)");
   command->add_option("--grammar", options->grammar_file, "What may be said: a grammar in JSGF");
@@ -402,14 +388,15 @@ void add_recognise(CLI::App& program) {
                    "none, mcra-wiener or mcra-emns (default: as the model's recipe says)")
       ->check(CLI::IsMember({"none", "mcra-wiener", "mcra-emns"}));
   command->add_flag("--alignment", options->alignment, "Print start and end of each word in seconds");
-  const std::map<std::string, ReportFormat> formats{
-      {"text", ReportFormat::kText}, {"tsv", ReportFormat::kTsv}, {"json", ReportFormat::kJson},
-      {"ctm", ReportFormat::kCtm},   {"srt", ReportFormat::kSrt}, {"textgrid", ReportFormat::kTextGrid}};
-  command->add_option("--format", options->format, "text, tsv, json (an object a line), ctm, srt or textgrid")
-      ->transform(CLI::CheckedTransformer(formats))
-      ->option_text("NAME [text]");
-  add_number(*command, "--jobs,-j", options->jobs, 1, 1024, "Files that are recognised at a time")
-      ->capture_default_str();
+  add_choice(*command, "--format", options->format,
+             {{"text", ReportFormat::kText},
+              {"tsv", ReportFormat::kTsv},
+              {"json", ReportFormat::kJson},
+              {"ctm", ReportFormat::kCtm},
+              {"srt", ReportFormat::kSrt},
+              {"textgrid", ReportFormat::kTextGrid}},
+             "text, tsv, json (an object a line), ctm, srt or textgrid");
+  add_number(*command, "--jobs,-j", options->jobs, 1, 1024, "Files that are recognised at a time");
   add_search_options(*command, *options);
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });

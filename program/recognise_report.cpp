@@ -2,16 +2,11 @@
 
 #include <cstdio>
 
+#include "program/report_text.h"
 #include "program/transcript_format.h"
 
 namespace kivsr::program {
 namespace {
-
-std::string joined(const std::vector<std::string>& words) {
-  std::string result;
-  for (const std::string& word : words) result += (result.empty() ? "" : " ") + word;
-  return result;
-}
 
 double ratio(double elapsed, double audio) { return audio > 0.0 ? elapsed / audio : 0.0; }
 

@@ -17,11 +17,23 @@ std::string formatted(const char* format, ...) {
   return line;
 }
 
-std::string comma_field(const std::string& text) {
-  if (text.find_first_of(",\"\n\r") == std::string::npos) return text;
+std::string joined(const std::vector<std::string>& words, std::string_view between) {
+  std::string text;
+  for (const std::string& word : words) {
+    if (&word != &words.front()) text += between;
+    text += word;
+  }
+  return text;
+}
+
+std::string in_quotes(const std::string& text) {
   std::string quoted = "\"";
   for (const char character : text) quoted += character == '"' ? std::string("\"\"") : std::string(1, character);
   return quoted + '"';
+}
+
+std::string comma_field(const std::string& text) {
+  return text.find_first_of(",\"\n\r") == std::string::npos ? text : in_quotes(text);
 }
 
 void write_report(const std::string& file, std::string_view text) {

@@ -3,11 +3,17 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kivsr::program {
 
 // As std::printf makes it.
 __attribute__((format(printf, 1, 2))) std::string formatted(const char* format, ...);
+
+std::string joined(const std::vector<std::string>& words, std::string_view between = " ");
+
+// In quotation marks, those inside doubled.
+std::string in_quotes(const std::string& text);
 
 // A field of a table with commas: in quotation marks where it needs them.
 std::string comma_field(const std::string& text);

@@ -201,18 +201,13 @@ void add_spot(CLI::App& program) {
   command->add_flag("--commands", options->commands,
                     "Each recording is one command: print its label, or - if none is near enough");
   add_number(*command, "--threshold", options->settings.threshold, 0, 1000,
-             "Largest distance of a hit (0: each label's own, from the examples)")
-      ->capture_default_str();
+             "Largest distance of a hit (0: each label's own, from the examples)");
   add_number(*command, "--shortest", options->settings.shortest, 0, 10,
-             "Shortest match, as part of its example's length")
-      ->capture_default_str();
+             "Shortest match, as part of its example's length");
   add_number(*command, "--longest", options->settings.longest, 0.1, 10,
-             "Longest match, as part of its example's length")
-      ->capture_default_str();
+             "Longest match, as part of its example's length");
   command->add_option("-o,--output", options->output_file, "File to write (default: standard output)");
-  command->add_option("--format", options->format, "text, tsv or json")
-      ->check(CLI::IsMember({"text", "tsv", "json"}))
-      ->capture_default_str();
+  command->add_option("--format", options->format, "text, tsv or json")->check(CLI::IsMember({"text", "tsv", "json"}));
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }

@@ -233,7 +233,7 @@ void add_setting(CLI::App& command, const std::shared_ptr<TrainCommand>& options
                  Value TrainingSettings::*member, std::type_identity_t<Value> low, std::type_identity_t<Value> high,
                  const std::string& text) {
   CLI::Option* const option = add_number(command, "--" + name, options->settings.*member, low, high, text);
-  option->capture_default_str()->group("Training");
+  option->group("Training");
   options->comparisons.push_back([=, command = options.get()](const TrainingSettings& stored) {
     if (option->count() > 0 && command->settings.*member != stored.*member) {
       throw Fault(command->model_file + ": was begun with another --" + name);
@@ -244,7 +244,7 @@ void add_setting(CLI::App& command, const std::shared_ptr<TrainCommand>& options
 void add_training_settings(CLI::App& command, const std::shared_ptr<TrainCommand>& options) {
   using S = TrainingSettings;
   const auto compare_switch = [&](CLI::Option* option, const std::string& name, bool S::*member) {
-    option->capture_default_str()->group("Training");
+    option->group("Training");
     options->comparisons.push_back([=, train = options.get()](const S& stored) {
       if (option->count() > 0 && train->settings.*member != stored.*member) {
         throw Fault(train->model_file + ": was begun with another --" + name);
@@ -310,8 +310,7 @@ void add_train(CLI::App& program) {
     command->get_option(of_list)->needs("--list");
   }
   command->get_option("--part")->excludes("--passes");
-  add_number(*command, "--mfc-width", options->source_width, 1, 10000, "Values of a frame in .mfc files")
-      ->capture_default_str();
+  add_number(*command, "--mfc-width", options->source_width, 1, 10000, "Values of a frame in .mfc files");
   add_raw_options(*command, options->raw);
   add_training_settings(*command, options);
   command->callback([options] { options->run(); });

@@ -20,18 +20,10 @@ std::string srt_time(double seconds) {
                    milliseconds / 1000 % 60, milliseconds % 1000);
 }
 
-std::string praat_text(const std::string& text) {
-  std::string quoted = "\"";
-  for (const char character : text) quoted += character == '"' ? std::string("\"\"") : std::string(1, character);
-  return quoted + '"';
-}
-
 }  // namespace
 
 std::string json_line(const RecognisedUtterance& utterance) {
-  std::string text;
-  for (const std::string& word : utterance.words) text += (text.empty() ? "" : " ") + word;
-  nlohmann::ordered_json line{{"file", utterance.file},         {"text", text},
+  nlohmann::ordered_json line{{"file", utterance.file},         {"text", joined(utterance.words)},
                               {"score", utterance.score},       {"seconds", utterance.audio_seconds},
                               {"complete", utterance.complete}, {"words", nlohmann::ordered_json::array()}};
   for (const AlignedWord& word : utterance.alignment) {
@@ -87,7 +79,7 @@ std::string text_grid(const RecognisedUtterance& utterance) {
     const AlignedWord& word = utterance.alignment[i];
     text += formatted("        intervals [%zu]:\n            xmin = %.6f\n            xmax = %.6f\n            text = ",
                       i + 1, word.start, word.end);
-    text += praat_text(word.filler ? std::string() : word.word) + "\n";
+    text += in_quotes(word.filler ? std::string() : word.word) + "\n";
   }
   return text;
 }

@@ -1,6 +1,5 @@
 // kivsr vad: the segments of audio files that hold speech.
 #include <filesystem>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,6 +11,7 @@
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/output_file.h"
 #include "kivsr/speech/noise/speech_segments.h"
+#include "program/choices.h"
 #include "program/file_loop.h"
 #include "program/numbers.h"
 #include "program/picture/feature_picture.h"
@@ -25,20 +25,6 @@ namespace kivsr::program {
 
 namespace {
 
-const std::map<std::string, SegmentFormat> kFormats = {
-    {"text", SegmentFormat::kText}, {"csv", SegmentFormat::kCsv}, {"audacity", SegmentFormat::kAudacity}};
-const std::map<std::string, Arithmetic> kArithmetics = {{"float", Arithmetic::kSinglePrecision},
-                                                        {"16s", Arithmetic::kSixteenBits}};
-
-const std::map<std::string, SpeechMethod> kMethods = {{"voices", SpeechMethod::kVoices}, {"etsi", SpeechMethod::kEtsi}};
-
-template <class Value>
-std::vector<std::string> names_of(const std::map<std::string, Value>& choices) {
-  std::vector<std::string> names;
-  for (const auto& [name, value] : choices) names.push_back(name);
-  return names;
-}
-
 constexpr int kLongestSpan = 3600;  // s
 
 struct VadCommand {
@@ -48,9 +34,9 @@ struct VadCommand {
   std::vector<std::string> audio_files;
   std::string output_file;
   std::string picture_file;
-  std::string format = "text";
-  std::string arithmetic = "float";
-  std::string method = "voices";
+  SegmentFormat format = SegmentFormat::kText;
+  Arithmetic arithmetic = Arithmetic::kSinglePrecision;
+  SpeechMethod method = SpeechMethod::kVoices;
   SegmentRules rules;
   RawFormat raw;
 };
@@ -58,7 +44,7 @@ struct VadCommand {
 // The lines about a file; its picture, if one is asked for, waits for the commit.
 std::string VadCommand::lines_of(const std::string& file, std::optional<OutputFile>& picture) const {
   MonoReader reader(file, kAuroraRate, raw);
-  SpeechSegmenter segmenter(kArithmetics.at(arithmetic), rules, kMethods.at(method));
+  SpeechSegmenter segmenter(arithmetic, rules, method);
   std::optional<SpeechPicture> drawing;
   if (!picture_file.empty()) {
     drawing.emplace(kAuroraRate);
@@ -75,12 +61,11 @@ std::string VadCommand::lines_of(const std::string& file, std::optional<OutputFi
     if (!drawing->has_frames()) throw Fault(file + ": shorter than one frame of 10 ms");
     drawing->draw(picture.emplace(picture_file), std::filesystem::path(file).filename(), segments);
   }
-  return segment_lines(file, segments, static_cast<double>(reader.samples()) / kAuroraRate, kFormats.at(format));
+  return segment_lines(file, segments, static_cast<double>(reader.samples()) / kAuroraRate, format);
 }
 
 void VadCommand::run() const {
-  const SegmentFormat chosen = kFormats.at(format);
-  if (audio_files.size() > 1 && chosen == SegmentFormat::kAudacity) {
+  if (audio_files.size() > 1 && format == SegmentFormat::kAudacity) {
     throw Fault("vad: a label track belongs to one audio file");
   }
   if (!picture_file.empty()) {
@@ -88,7 +73,7 @@ void VadCommand::run() const {
     check_picture_name(picture_file);
   }
   say_unused_raw_options(raw, audio_files);
-  std::string lines = segment_header(chosen);
+  std::string lines = segment_header(format);
   std::optional<OutputFile> picture;
   FileLoop loop("vad", static_cast<int>(audio_files.size()));
   loop.run(audio_files, [&](const std::string& file) { lines += lines_of(file, picture); });
@@ -104,27 +89,21 @@ void add_vad(CLI::App& program) {
   const auto options = std::make_shared<VadCommand>();
   command->add_option("audio", options->audio_files, "WAV, FLAC, ... or .raw (16-bit, one channel)")->required();
   command->add_option("-o,--output", options->output_file, "File to write (default: standard output)");
-  command->add_option("--format", options->format, "text, csv, or audacity: a label track")
-      ->check(CLI::IsMember(names_of(kFormats)))
-      ->capture_default_str();
+  add_choice(*command, "--format", options->format,
+             {{"text", SegmentFormat::kText}, {"csv", SegmentFormat::kCsv}, {"audacity", SegmentFormat::kAudacity}},
+             "text, csv, or audacity: a label track");
   command->add_option("--picture", options->picture_file, "PNG with waveform, energy and segments");
-  command
-      ->add_option("--method", options->method,
-                   "What is speech: voices, or etsi: every sound that the detector of ES 202 050 finds")
-      ->check(CLI::IsMember(names_of(kMethods)))
-      ->capture_default_str();
-  command->add_option("--arithmetic", options->arithmetic, "Form of the detector: float or 16s")
-      ->check(CLI::IsMember(names_of(kArithmetics)))
-      ->capture_default_str();
-  add_number(*command, "--minimum-pause", options->rules.minimum_pause, 0, kLongestSpan, "Close shorter pauses, s")
-      ->capture_default_str();
-  add_number(*command, "--minimum-speech", options->rules.minimum_speech, 0, kLongestSpan, "Drop shorter segments, s")
-      ->capture_default_str();
+  add_choice(*command, "--method", options->method, {{"voices", SpeechMethod::kVoices}, {"etsi", SpeechMethod::kEtsi}},
+             "What is speech: voices, or etsi: every sound that the detector of ES 202 050 finds");
+  add_choice(*command, "--arithmetic", options->arithmetic,
+             {{"float", Arithmetic::kSinglePrecision}, {"16s", Arithmetic::kSixteenBits}},
+             "Form of the detector: float or 16s");
+  add_number(*command, "--minimum-pause", options->rules.minimum_pause, 0, kLongestSpan, "Close shorter pauses, s");
+  add_number(*command, "--minimum-speech", options->rules.minimum_speech, 0, kLongestSpan, "Drop shorter segments, s");
   add_number(*command, "--trim", options->rules.trim, 0, 200,
-             "Cut frames this far below the loudest of their segment, dB (0: none)")
-      ->capture_default_str();
-  add_number(*command, "--margin", options->rules.margin, 0, kLongestSpan, "But keep those so close to a louder one, s")
-      ->capture_default_str();
+             "Cut frames this far below the loudest of their segment, dB (0: none)");
+  add_number(*command, "--margin", options->rules.margin, 0, kLongestSpan,
+             "But keep those so close to a louder one, s");
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }

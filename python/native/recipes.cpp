@@ -1,7 +1,6 @@
 #include "native/recipes.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <optional>
 #include <string_view>
@@ -10,6 +9,7 @@
 
 #include <pybind11/stl.h>
 
+#include "kivsr/speech/front/dependent_fields.h"
 #include "kivsr/speech/front/presets.h"
 #include "kivsr/speech/front/recipe_fields.h"
 #include "kivsr/speech/io/fault.h"
@@ -126,46 +126,10 @@ void set_options(Recipe& recipe, const py::dict& options) {
   }
 }
 
-// What a preset says about columns that the options took away goes with them.
-void follow(const py::dict& options, Recipe& recipe) {
-  const auto given = [&](const char* name) { return options.contains(name); };
-  const bool energy = recipe.front_end.energy;
-  const bool derived = recipe.dynamics != speech::Dynamics::kNone;
-  const bool whole = recipe.normalisation == speech::Normalisation::kMean ||
-                     recipe.normalisation == speech::Normalisation::kMeanVariance;
-  if (!energy && !given("normalise_energy")) recipe.normalise_energy = false;
-  if (!(energy && whole) && !given("normalise_cepstra_only")) recipe.normalise_cepstra_only = false;
-  if (!(energy && derived) && !given("drop_energy")) recipe.drop_energy = false;
-  if (!derived && !given("derivatives")) recipe.derivatives = Recipe().derivatives;
-}
-
-// What the options say goes before what would follow from the rate or from the other fields.
+// What the options say goes before what follows from it.
 void fit(const Recipe& start, const py::dict& options, Recipe& recipe) {
-  auto& front_end = recipe.front_end;
-  const auto given = [&](const char* name) { return options.contains(name); };
-  const auto& from = start.front_end;
-  if (front_end.sample_rate != from.sample_rate && front_end.sample_rate > 0) {
-    const double ratio = static_cast<double>(front_end.sample_rate) / from.sample_rate;
-    const auto scaled = [&](int length) {
-      return static_cast<int>(std::clamp<double>(std::round(length * ratio), 1.0, speech::kLongestFrame + 1.0));
-    };
-    if (!given("window_length")) front_end.window_length = scaled(from.window_length);
-    if (!given("shift")) front_end.shift = scaled(from.shift);
-    if (!given("high_frequency")) {
-      front_end.high_frequency = std::min(front_end.high_frequency, 0.5F * static_cast<float>(front_end.sample_rate));
-    }
-  }
-  if (!given("fft_length") && front_end.window_length > front_end.fft_length &&
-      front_end.window_length <= speech::kLongestFrame) {
-    front_end.fft_length = static_cast<int>(std::bit_ceil(static_cast<unsigned>(front_end.window_length)));
-  }
-  follow(options, recipe);
-  // These derivatives read c1 .. c12, c0 and the log energy, whatever the front end would give by itself.
-  if (recipe.dynamics == speech::Dynamics::kAurora && recipe.source == speech::Source::kAudio) {
-    front_end.zeroth = speech::ZerothCepstrum::kLast;
-    front_end.energy = true;
-    front_end.energy_first = false;
-  }
+  const auto given = [&](const std::string& field) { return options.contains(python_name(field).c_str()); };
+  fit_dependent_fields(start, given, recipe);
 }
 
 void validate(const Recipe& recipe, const py::dict& options) {
