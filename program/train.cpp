@@ -45,6 +45,7 @@ struct TrainCommand {
   std::vector<std::string> sum_files;
   RawFormat raw;
   int source_width = 13;  // of .mfc files
+  int jobs = 1;
   std::string method = "baum-welch";
   std::string start = "codebook";
   TrainingSettings settings;
@@ -153,7 +154,7 @@ Statistics TrainCommand::add_up(bool warnings) const {
       std::fprintf(stderr, "kivsr: %s %s and is left out\n", file.c_str(), reason.c_str());
     };
   }
-  return collect(model_, utterances_, settings, listener);
+  return collect(model_, utterances_, settings, listener, jobs);
 }
 
 void TrainCommand::complete_pass(const Statistics& statistics) {
@@ -310,6 +311,7 @@ void add_train(CLI::App& program) {
     command->get_option(of_list)->needs("--list");
   }
   command->get_option("--part")->excludes("--passes");
+  add_number(*command, "--jobs,-j", options->jobs, 1, 1024, "Utterances that are worked on at a time");
   add_number(*command, "--mfc-width", options->source_width, 1, 10000, "Values of a frame in .mfc files");
   add_raw_options(*command, options->raw);
   add_training_settings(*command, options);

@@ -1,5 +1,6 @@
 #include "kivsr/speech/train/mixture_evaluator.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "kivsr/kivsr.hpp"
@@ -7,9 +8,9 @@
 
 namespace kivsr::speech {
 
-MixtureEvaluator::MixtureEvaluator(const WordModel& model) : model_(model) {
-  const int dimension = model.dimension();
-  for (const MixtureState& state : model.states) {
+MixtureEvaluator::MixtureEvaluator(std::span<const MixtureState> states, int dimension)
+    : states_(states), dimension_(dimension) {
+  for (const MixtureState& state : states) {
     Terms& terms = terms_.emplace_back();
     std::vector<double> normalisers;
     for (int component = 0; component < state.components(); ++component) {
@@ -22,22 +23,23 @@ MixtureEvaluator::MixtureEvaluator(const WordModel& model) : model_(model) {
       terms.constants.push_back(weight > 0.0 ? std::log(weight) : static_cast<double>(kLogZero));
     }
     call<kivsOutProbPreCalc_64f_I>(terms.constants, normalisers, state.components());
+    terms.means.assign(state.means.begin(), state.means.end());
+    terms.single_constants.assign(terms.constants.begin(), terms.constants.end());
   }
 }
 
 MixtureLikelihoods MixtureEvaluator::evaluate(int index, const FeatureMatrix& features, int first, int count) const {
-  const MixtureState& state = model_.states[static_cast<std::size_t>(index)];
+  const MixtureState& state = states_[static_cast<std::size_t>(index)];
   const Terms& terms = terms_[static_cast<std::size_t>(index)];
-  const int dimension = model_.dimension();
   const auto frames = static_cast<std::size_t>(count);
   MixtureLikelihoods result;
   result.frames = count;
   result.components.resize(static_cast<std::size_t>(state.components()) * frames);
   for (std::size_t component = 0; component < terms.constants.size(); ++component) {
     double* const row = result.components.data() + component * frames;
-    const std::size_t gaussian = component * static_cast<std::size_t>(dimension);
+    const std::size_t gaussian = component * static_cast<std::size_t>(dimension_);
     call<kivsLogGauss_32f64f_D2>(features.row(first), features.width, state.means.data() + gaussian,
-                                 terms.inverse_variances.data() + gaussian, dimension, row, count,
+                                 terms.inverse_variances.data() + gaussian, dimension_, row, count,
                                  terms.constants[component]);
     if (component == 0) {
       result.mixture.assign(row, row + frames);
@@ -46,6 +48,20 @@ MixtureLikelihoods MixtureEvaluator::evaluate(int index, const FeatureMatrix& fe
     }
   }
   return result;
+}
+
+double MixtureEvaluator::score(int index, const float* frame, float* components) const {
+  const MixtureState& state = states_[static_cast<std::size_t>(index)];
+  const Terms& terms = terms_[static_cast<std::size_t>(index)];
+  const int count = state.components();
+  std::copy(terms.single_constants.begin(), terms.single_constants.end(), components);
+  call<kivsLogGaussMultiMix_32f_D2>(state.means, terms.inverse_variances, dimension_, frame, dimension_, components,
+                                    count);
+  if (count == 1) return static_cast<double>(*components);
+  const float greatest = *std::max_element(components, components + count);
+  double sum = 0.0;
+  for (int i = 0; i < count; ++i) sum += std::exp(static_cast<double>(components[i] - greatest));
+  return static_cast<double>(greatest) + std::log(sum);
 }
 
 void MixtureLikelihoods::to_shares() {

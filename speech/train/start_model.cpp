@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 #include <numeric>
 #include <random>
 #include <set>
@@ -60,7 +59,11 @@ Segmentation spread_evenly(const WordModel& model, const std::vector<TrainingUtt
   Segmentation result(model.states.size());
   for (std::size_t u = 0; u < utterances.size(); ++u) {
     if (!model.plain_mixture && utterances[u].words.empty()) continue;
-    const std::vector<int> states = utterance_chain(model, utterances[u].words).states;
+    std::vector<int> states;
+    for (const int unit : utterance_units(model, utterances[u].words)) {
+      const std::vector<int> more = states_of(model.units[static_cast<std::size_t>(unit)]);
+      states.insert(states.end(), more.begin(), more.end());
+    }
     const int height = utterances[u].frames;
     if (height >= static_cast<int>(states.size())) result.spread(u, 0, height, states);
   }
@@ -71,12 +74,12 @@ Segmentation spread_evenly(const WordModel& model, const std::vector<TrainingUtt
 void spread_path(const WordModel& model, const WordModel& aligner, const std::vector<int>& units,
                  const Occupation& path, std::size_t utterance, int height, Segmentation& result) {
   int t = 0;
-  std::size_t end = 0;  // the place behind the unit
+  int end = 0;  // the place behind the unit
   for (const int unit : units) {
     const WordUnit& aligned = aligner.units[static_cast<std::size_t>(unit)];
-    end += static_cast<std::size_t>(aligned.states);
+    end += aligned.states;
     const int first = t;
-    while (t < height && path.place(t) < end) ++t;
+    while (t < height && path.shares[static_cast<std::size_t>(t)].place < end) ++t;
     const int target = model.find_unit(aligned.name);
     if (target >= 0) {
       result.spread(utterance, first, t - first, states_of(model.units[static_cast<std::size_t>(target)]));
@@ -88,18 +91,20 @@ void spread_path(const WordModel& model, const WordModel& aligner, const std::ve
 Segmentation align(const WordModel& model, const WordModel& aligner, const TrainingUtterances& utterances) {
   Segmentation result(model.states.size());
   const MixtureEvaluator evaluator(aligner);
+  TrainingWork work(evaluator, kDefaultBeam);
   for (std::size_t u = 0; u < utterances.all().size(); ++u) {
     const TrainingUtterance& utterance = utterances.all()[u];
     std::vector<int> words;
     for (const int word : utterance.words) {
       words.push_back(aligner.find_unit(model.units[static_cast<std::size_t>(word)].name));
     }
-    if (words.empty() || utterance.frames < shortest_path(aligner, words)) continue;
-    const StateChain chain = utterance_chain(aligner, words);
-    std::map<int, MixtureLikelihoods> likelihoods;
-    const std::vector<double> emissions = chain_emissions(chain, evaluator, utterances.rows(utterance), likelihoods);
-    const Occupation path = occupy(chain, emissions, AlignmentMethod::kViterbi);
-    if (path.possible) {
+    if (words.empty()) continue;
+    const UtteranceGraph graph = utterance_graph(aligner, words);
+    if (utterance.frames < shortest_path(graph)) continue;
+    const FeatureMatrix rows = utterances.rows(utterance);
+    work.scorer.set(rows);
+    const Occupation& path = work.finder.find(graph, utterance.frames, work.scorer, AlignmentMethod::kViterbi);
+    if (path.outcome == Occupation::Outcome::kDone) {
       spread_path(model, aligner, utterance_units(aligner, words), path, u, utterance.frames, result);
     }
   }

@@ -13,10 +13,9 @@ namespace kivsr::speech {
 namespace {
 
 constexpr const char* kKind = "kivsr-statistics 1";
-constexpr int kBlockFrames = 1000;               // of a plain mixture, whose frames do not depend on each other
-constexpr std::int64_t kMostCells = 50'000'000;  // frames times places of one utterance
+constexpr int kBlockFrames = 1000;  // of a plain mixture, whose frames do not depend on each other
 constexpr double kMostSum = 1e30;
-constexpr double kLeastShare = 1e-12;  // of a component in a frame; what is less is not worth adding
+constexpr double kLeastAdded = 1e-9;  // of a state or a component in a frame; what is less is not worth adding
 
 // Calls visit with every sum, in the order of the file.
 template <class Self, class Visit>
@@ -31,6 +30,8 @@ void visit_sums(Self& self, Visit visit) {
     visit(std::span(state.first));
     visit(std::span(state.second));
   }
+  visit(std::span(self.row_frames));
+  visit(std::span(self.row_stays));
 }
 
 // What is wrong with sums that some file holds; no run over finite features gives such. Sums of rounded terms may be
@@ -55,27 +56,48 @@ const char* fault_of(const StateStatistics& state, std::size_t dimension) {
 
 }  // namespace
 
-std::vector<double> chain_emissions(const StateChain& chain, const MixtureEvaluator& evaluator,
-                                    const FeatureMatrix& features, std::map<int, MixtureLikelihoods>& likelihoods) {
-  const auto places = static_cast<std::size_t>(chain.places());
-  const auto frames = static_cast<std::size_t>(features.height());
-  std::vector<double> emissions(frames * places);
-  for (std::size_t place = 0; place < places; ++place) {
-    const int state = chain.states[place];
-    if (!likelihoods.contains(state)) likelihoods[state] = evaluator.evaluate(state, features, 0, features.height());
-    const std::vector<double>& column = likelihoods[state].mixture;
-    for (std::size_t t = 0; t < frames; ++t) emissions[t * places + place] = column[t];
+StateScorer::StateScorer(const MixtureEvaluator& evaluator)
+    : evaluator_(evaluator), scored_(evaluator.states().size()), likelihoods_(evaluator.states().size()) {
+  int most = 1;
+  for (const MixtureState& state : evaluator.states()) most = std::max(most, state.components());
+  components_.resize(static_cast<std::size_t>(most));
+}
+
+void StateScorer::set(const FeatureMatrix& features) { features_ = &features; }
+
+double StateScorer::log_likelihood(int state) {
+  const auto at = static_cast<std::size_t>(state);
+  if (scored_[at] != number_) {
+    scored_[at] = number_;
+    likelihoods_[at] = evaluator_.score(state, row_, components_.data());
   }
-  return emissions;
+  return likelihoods_[at];
+}
+
+TrainingWork::TrainingWork(const MixtureEvaluator& gaussians, double beam)
+    : evaluator(gaussians),
+      scorer(gaussians),
+      finder(beam),
+      row(static_cast<std::size_t>(gaussians.dimension())),
+      difference(row.size()),
+      origin(row.size()) {
+  for (const MixtureState& state : gaussians.states()) {
+    components.resize(std::max(components.size(), state.weights.size()));
+  }
 }
 
 double StateStatistics::total() const { return std::accumulate(occupation.begin(), occupation.end(), 0.0); }
 
 Statistics::Statistics(const WordModel& model)
-    : model_checksum_(word_model_checksum(model)),
-      mean_(static_cast<std::size_t>(model.dimension())),
+    : Statistics(model.states, model.dimension(), 0, word_model_checksum(model)) {}
+
+Statistics::Statistics(std::span<const MixtureState> shape, int dimension, int rows, std::uint32_t checksum)
+    : row_frames(static_cast<std::size_t>(rows)),
+      row_stays(row_frames.size()),
+      model_checksum_(checksum),
+      mean_(static_cast<std::size_t>(dimension)),
       variance_(mean_.size()) {
-  for (const MixtureState& state : model.states) {
+  for (const MixtureState& state : shape) {
     StateStatistics& sums = states.emplace_back();
     sums.occupation.resize(state.weights.size());
     sums.first.resize(state.means.size());
@@ -88,7 +110,7 @@ Statistics::Statistics(const WordModel& model)
 // component: first += W o, second += W (V + o^2).
 void Statistics::add_component(const MixtureState& mixture, int component, std::size_t rows, StateStatistics& sums) {
   const double total = std::accumulate(weights_.begin(), weights_.end(), 0.0);
-  if (!(total > kLeastShare)) return;
+  if (!(total > kLeastAdded)) return;
   const std::size_t dimension = mean_.size();
   const std::size_t row = static_cast<std::size_t>(component) * dimension;
   call<kivsDivC_64f_I>(total, weights_, rows);
@@ -126,17 +148,17 @@ void Statistics::add_rows(const WordModel& model, int state, const FeatureMatrix
 void Statistics::add_state(const WordModel& model, int state, const FeatureMatrix& features, int first_frame,
                            MixtureLikelihoods& likelihoods, std::span<const double> shares) {
   likelihoods.to_shares();
-  std::vector<std::size_t> frames;
+  std::vector<std::size_t> used;
   FeatureMatrix rows{features.width, {}};
   for (std::size_t t = 0; t < static_cast<std::size_t>(likelihoods.frames); ++t) {
-    if (!(shares[t] > kLeastShare)) continue;
+    if (!(shares[t] > kLeastAdded)) continue;
     const auto row = features.row(first_frame + static_cast<int>(t));
     rows.values.insert(rows.values.end(), row.begin(), row.end());
-    frames.push_back(t);
+    used.push_back(t);
   }
   std::vector<double> products;
   for (auto own = likelihoods.components.begin(); own != likelihoods.components.end(); own += likelihoods.frames) {
-    for (const std::size_t t : frames) products.push_back(own[static_cast<std::ptrdiff_t>(t)] * shares[t]);
+    for (const std::size_t t : used) products.push_back(own[static_cast<std::ptrdiff_t>(t)] * shares[t]);
   }
   add_rows(model, state, rows, products);
 }
@@ -149,47 +171,74 @@ void Statistics::add_mixture(const WordModel& model, const MixtureEvaluator& eva
     log_likelihood += std::accumulate(likelihoods.mixture.begin(), likelihoods.mixture.end(), 0.0);
     add_state(model, 0, features, first, likelihoods, whole);
   }
+  frames += features.height();
+  utterances += 1.0;
 }
 
-Statistics::Outcome Statistics::add_utterance(const WordModel& model, const MixtureEvaluator& evaluator,
-                                              const FeatureMatrix& features, std::span<const int> words,
-                                              AlignmentMethod method) {
-  const int height = features.height();
-  if (model.plain_mixture) {
-    add_mixture(model, evaluator, features);
-  } else {
-    if (words.empty()) return Outcome::kNoWords;
-    if (height < shortest_path(model, words)) return Outcome::kTooShort;
-    const StateChain chain = utterance_chain(model, words);
-    const auto places = static_cast<std::size_t>(chain.places());
-    if (static_cast<std::int64_t>(height) * chain.places() > kMostCells) return Outcome::kTooLong;
-    std::map<int, MixtureLikelihoods> likelihoods;
-    const std::vector<double> emissions = chain_emissions(chain, evaluator, features, likelihoods);
-    const Occupation occupation = occupy(chain, emissions, method);
-    if (!occupation.possible) return Outcome::kImpossible;
-    log_likelihood += occupation.log_likelihood;
-    // a state that is passed several times has the sum of its places
-    std::map<int, std::vector<double>> shares;
-    for (std::size_t place = 0; place < places; ++place) {
-      states[static_cast<std::size_t>(chain.states[place])].stay += occupation.stay_count[place];
-      std::vector<double>& column = shares[chain.states[place]];
-      column.resize(static_cast<std::size_t>(height));
-      for (std::size_t t = 0; t < static_cast<std::size_t>(height); ++t) {
-        column[t] += occupation.shares[t * places + place];
-      }
-    }
-    for (const auto& [state, column] : shares) add_state(model, state, features, 0, likelihoods[state], column);
+// One frame, work.row: first += share (x - mean), second += share (x - mean)^2.
+void Statistics::add_share(int state, const float* row, double share, TrainingWork& work) {
+  StateStatistics& sums = states[static_cast<std::size_t>(state)];
+  const std::size_t count = sums.occupation.size();
+  const double likelihood = count == 1 ? 0.0 : work.evaluator.score(state, row, work.components.data());
+  for (std::size_t component = 0; component < count; ++component) {
+    const double own =
+        count == 1 ? share : share * std::exp(static_cast<double>(work.components[component]) - likelihood);
+    if (!(own > kLeastAdded)) continue;
+    const std::size_t first = component * mean_.size();
+    sums.occupation[component] += own;
+    work.difference = work.row;
+    call<kivsSub_64f_I>(work.evaluator.mean(state, component), work.difference, mean_.size());
+    call<kivsMeanVarAcc_64f>(work.difference, work.origin, sums.first.data() + first, sums.second.data() + first,
+                             mean_.size(), own);
   }
-  frames += height;
+}
+
+void Statistics::add_shares(const UtteranceGraph& graph, const FeatureMatrix& features, const Occupation& occupation,
+                            TrainingWork& work) {
+  int frame = -1;
+  for (const PlaceShare& share : occupation.shares) {
+    const auto place = static_cast<std::size_t>(share.place);
+    if (graph.rows.empty()) {
+      states[static_cast<std::size_t>(graph.states[place])].stay += share.stay;
+    } else {
+      row_frames[static_cast<std::size_t>(graph.rows[place])] += share.share;
+      row_stays[static_cast<std::size_t>(graph.rows[place])] += share.stay;
+    }
+    if (!(share.share > kLeastAdded)) continue;
+    const float* const row = features.row(share.frame).data();
+    if (share.frame != frame) std::copy_n(row, mean_.size(), work.row.begin());
+    frame = share.frame;
+    add_share(graph.states[place], row, share.share, work);
+  }
+}
+
+Statistics::Outcome Statistics::add_utterance(const UtteranceGraph& graph, const FeatureMatrix& features,
+                                              AlignmentMethod method, TrainingWork& work) {
+  if (graph.places() == 0) return Outcome::kNoWords;
+  if (features.height() < shortest_path(graph)) return Outcome::kTooShort;
+  work.scorer.set(features);
+  const Occupation& occupation = work.finder.find(graph, features.height(), work.scorer, method);
+  if (occupation.outcome == Occupation::Outcome::kTooLong) return Outcome::kTooLong;
+  if (occupation.outcome != Occupation::Outcome::kDone) return Outcome::kImpossible;
+  log_likelihood += occupation.log_likelihood;
+  add_shares(graph, features, occupation, work);
+  frames += features.height();
   utterances += 1.0;
   return Outcome::kUsed;
+}
+
+void Statistics::clear() {
+  visit_sums(*this, [](std::span<double> sums) { std::fill(sums.begin(), sums.end(), 0.0); });
 }
 
 void Statistics::add(const Statistics& other) {
   std::vector<std::span<const double>> terms;
   visit_sums(other, [&](std::span<const double> sums) { terms.push_back(sums); });
   std::size_t next = 0;
-  visit_sums(*this, [&](std::span<double> sums) { call<kivsAdd_64f_I>(terms[next++].data(), sums, sums.size()); });
+  visit_sums(*this, [&](std::span<double> sums) {
+    if (!sums.empty()) call<kivsAdd_64f_I>(terms[next].data(), sums, sums.size());
+    ++next;
+  });
 }
 
 void Statistics::write(const std::filesystem::path& file) const {

@@ -5,14 +5,13 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <map>
 #include <span>
 #include <vector>
 
 #include "kivsr/speech/io/feature_matrix.h"
 #include "kivsr/speech/models/word_model.h"
 #include "kivsr/speech/train/mixture_evaluator.h"
-#include "kivsr/speech/train/state_chain.h"
+#include "kivsr/speech/train/occupation.h"
 
 namespace kivsr::speech {
 
@@ -25,23 +24,55 @@ struct StateStatistics {
   double total() const;
 };
 
-// [frame][place]: log likelihoods of the frames in the states of the chain. likelihoods gets those of each state.
-std::vector<double> chain_emissions(const StateChain& chain, const MixtureEvaluator& evaluator,
-                                    const FeatureMatrix& features, std::map<int, MixtureLikelihoods>& likelihoods);
+// Scores the frames of one utterance after the other; each state once a frame.
+class StateScorer : public FrameScorer {
+ public:
+  explicit StateScorer(const MixtureEvaluator& evaluator);
+  void set(const FeatureMatrix& features);
+  void begin(int frame) override { row_ = features_->row(frame).data(), ++number_; }
+  double log_likelihood(int state) override;
+
+ private:
+  const MixtureEvaluator& evaluator_;
+  const FeatureMatrix* features_ = nullptr;
+  const float* row_ = nullptr;
+  std::uint64_t number_ = 0;           // of the frame, over all utterances
+  std::vector<std::uint64_t> scored_;  // [state]: the last frame it was scored for
+  std::vector<double> likelihoods_;    // [state]
+  std::vector<float> components_;
+};
+
+// What a thread needs to add one utterance after the other.
+struct TrainingWork {
+  TrainingWork(const MixtureEvaluator& gaussians, double beam);
+
+  const MixtureEvaluator& evaluator;
+  StateScorer scorer;
+  OccupationFinder finder;
+  std::vector<float> components;
+  std::vector<double> row;         // a frame in double precision
+  std::vector<double> difference;  // from a mean
+  std::vector<double> origin;      // zeros
+};
 
 class Statistics {
  public:
   // Zero, in the shape of the model.
   explicit Statistics(const WordModel& model);
+  // rows: of the transitions, where states do not have their own. checksum: of the model.
+  Statistics(std::span<const MixtureState> shape, int dimension, int rows, std::uint32_t checksum);
 
   // What became of an utterance.
   enum class Outcome { kUsed, kTooShort, kTooLong, kNoWords, kImpossible };
-  // Adds one utterance; nothing is added unless it was used. words: units of the model; a plain mixture needs none.
-  Outcome add_utterance(const WordModel& model, const MixtureEvaluator& evaluator, const FeatureMatrix& features,
-                        std::span<const int> words, AlignmentMethod method);
+  // Adds one utterance; nothing is added unless it was used. An empty graph: nothing is said.
+  Outcome add_utterance(const UtteranceGraph& graph, const FeatureMatrix& features, AlignmentMethod method,
+                        TrainingWork& work);
+  // All rows belong to the only state of a plain mixture.
+  void add_mixture(const WordModel& model, const MixtureEvaluator& evaluator, const FeatureMatrix& features);
   // Adds rows to the components of a state. shares: [component][row].
   void add_rows(const WordModel& model, int state, const FeatureMatrix& rows, std::span<const double> shares);
   void add(const Statistics& other);
+  void clear();
 
   void write(const std::filesystem::path& file) const;
   // Throws Fault unless the file belongs to this model.
@@ -52,10 +83,14 @@ class Statistics {
   double skipped = 0.0;  // utterances that were not used
   double log_likelihood = 0.0;
   std::vector<StateStatistics> states;
+  std::vector<double> row_frames;  // [row of transitions]: frames there
+  std::vector<double> row_stays;   // and those after which the path stays
 
  private:
+  void add_shares(const UtteranceGraph& graph, const FeatureMatrix& features, const Occupation& occupation,
+                  TrainingWork& work);
+  void add_share(int state, const float* row, double share, TrainingWork& work);
   void add_component(const MixtureState& mixture, int component, std::size_t rows, StateStatistics& sums);
-  void add_mixture(const WordModel& model, const MixtureEvaluator& evaluator, const FeatureMatrix& features);
   void add_state(const WordModel& model, int state, const FeatureMatrix& features, int first_frame,
                  MixtureLikelihoods& likelihoods, std::span<const double> shares);
 

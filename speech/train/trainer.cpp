@@ -2,23 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/train/utterance_blocks.h"
 
 namespace kivsr::speech {
 
 namespace {
-
-const char* reason(Statistics::Outcome outcome) {
-  switch (outcome) {
-    case Statistics::Outcome::kUsed: break;
-    case Statistics::Outcome::kTooShort: return "has fewer frames than its words have states";
-    case Statistics::Outcome::kTooLong: return "is too long to be aligned in one piece";
-    case Statistics::Outcome::kNoWords: return "has an empty transcript";
-    case Statistics::Outcome::kImpossible: return "cannot be aligned with its words";
-  }
-  return "";
-}
 
 // What a model file can hold.
 bool is_storable(const MixtureState& state) {
@@ -39,19 +30,28 @@ void prepare_pass(WordModel& model, const TrainingSettings& settings, int pass) 
 }
 
 Statistics collect(const WordModel& model, const TrainingUtterances& utterances, const TrainingSettings& settings,
-                   const TrainingListener& listener) {
-  Statistics statistics(model);
+                   const TrainingListener& listener, int jobs) {
   const MixtureEvaluator evaluator(model);
   const auto method = settings.viterbi ? AlignmentMethod::kViterbi : AlignmentMethod::kBaumWelch;
-  for (const TrainingUtterance& utterance : utterances.all()) {
-    if (listener.begin) listener.begin(utterance.file);
-    const auto outcome =
-        statistics.add_utterance(model, evaluator, utterances.rows(utterance), utterance.words, method);
-    if (outcome == Statistics::Outcome::kUsed) continue;
-    statistics.skipped += 1.0;
-    if (listener.left_out) listener.left_out(utterance.file, reason(outcome));
+  const auto make_adder = [&]() -> UtteranceAdder {
+    return [&, work = std::make_shared<TrainingWork>(evaluator, kDefaultBeam)](std::size_t index, Statistics& sums) {
+      const TrainingUtterance& utterance = utterances.all()[index];
+      const FeatureMatrix rows = utterances.rows(utterance);
+      if (model.plain_mixture) {
+        sums.add_mixture(model, evaluator, rows);
+        return Statistics::Outcome::kUsed;
+      }
+      if (utterance.words.empty()) return Statistics::Outcome::kNoWords;
+      return sums.add_utterance(utterance_graph(model, utterance.words), rows, method, *work);
+    };
+  };
+  const auto file = [&](std::size_t index) -> const std::filesystem::path& { return utterances.all()[index].file; };
+  UtteranceListener named;
+  if (listener.begin) named.begin = [&](std::size_t index) { listener.begin(file(index)); };
+  if (listener.left_out) {
+    named.left_out = [&](std::size_t index, const std::string& reason) { listener.left_out(file(index), reason); };
   }
-  return statistics;
+  return add_up(Statistics(model), utterances.all().size(), jobs, make_adder, named);
 }
 
 ReestimationReport finish_pass(WordModel& model, const Statistics& statistics, const TrainingSettings& settings,

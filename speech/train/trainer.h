@@ -22,9 +22,9 @@ struct TrainingListener {
   std::function<void(const std::filesystem::path& file, const std::string& reason)> left_out;
 };
 
-// The sums over the utterances, one of which is in memory at a time.
+// The sums over the utterances, one of which is in memory for each thread at a time; the same for every number of jobs.
 Statistics collect(const WordModel& model, const TrainingUtterances& utterances, const TrainingSettings& settings,
-                   const TrainingListener& listener = {});
+                   const TrainingListener& listener = {}, int jobs = 1);
 
 // Makes the model of the next pass and returns what is printed about this one. Throws Fault if no utterance was used.
 ReestimationReport finish_pass(WordModel& model, const Statistics& statistics, const TrainingSettings& settings,

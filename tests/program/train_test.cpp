@@ -89,7 +89,7 @@ TEST(Train, GoesOnAfterAnInterruptionBitForBit) {
   const CommandResult whole = run_kivsr(train_digits(list, folder / "whole") + options);
   ASSERT_EQ(whole.status, 0) << whole.errors;
 
-  ASSERT_EQ(run_kivsr(train_digits(list, folder / "stopped") + options + " --passes 2").status, 0);
+  ASSERT_EQ(run_kivsr(train_digits(list, folder / "stopped") + options + " --passes 2 --jobs 3").status, 0);
   EXPECT_NE(read_file(folder / "stopped"), read_file(folder / "whole"));
   const CommandResult resumed = run_kivsr(train_digits(list, folder / "stopped") + " --resume");
   ASSERT_EQ(resumed.status, 0) << resumed.errors;
