@@ -1,4 +1,5 @@
 // kivsr pitch: fundamental frequency and voicing of audio files.
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -6,7 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
+#include <string_view>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -17,6 +18,7 @@
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/output_file.h"
 #include "program/file_loop.h"
+#include "program/file_options.h"
 #include "program/numbers.h"
 #include "program/picture/feature_picture.h"
 #include "program/picture/pitch_picture.h"
@@ -28,19 +30,24 @@ namespace kivsr::program {
 
 namespace {
 
-const std::map<std::string, PitchFormat> kFormats = {{"text", PitchFormat::kText}, {"csv", PitchFormat::kCsv}};
+// rows: .npy.
+const std::map<std::string, std::string> kExtensions = {
+    {"text", ".txt"}, {"csv", ".csv"}, {"npy", ".npy"}, {"pitchtier", ".PitchTier"}};
+
+bool is_rows(const std::string& output) { return lower_extension(output) == ".npy"; }
+bool is_tier(const std::string& output) { return lower_extension(output) == ".pitchtier"; }
 
 struct PitchCommand {
   void run() const;
-  void check() const;
-  PitchReport report_to(OutputFile* output) const;
+  void check(const std::vector<FileTask>& tasks) const;
   template <class Take>
   double track(const std::string& file, std::optional<OutputFile>& drawing, Take take) const;
-  bool of_rows() const { return lower_extension(output_file) == ".npy"; }
-  bool of_tier() const { return lower_extension(output_file) == ".pitchtier"; }
+  void write_own(const FileTask& task, std::optional<OutputFile>& drawing, FileTurn& turn) const;
+  void report_to(const FileTask& task, const PitchReport::Write& write, std::optional<OutputFile>& drawing,
+                 FileTurn& turn) const;
+  PitchFormat format_of(const std::string& output) const;
 
-  std::vector<std::string> audio_files;
-  std::string output_file;
+  FileOptions files;
   std::string picture_file;
   std::string format;
   double shift = 0.01;
@@ -48,16 +55,30 @@ struct PitchCommand {
   RawFormat raw;
 };
 
-void PitchCommand::check() const {
-  const std::string extension = lower_extension(output_file);
-  if (!output_file.empty() && !of_rows() && !of_tier() && extension != ".csv" && extension != ".txt") {
-    throw Fault(output_file + ": the name ends in .npy, .csv, .txt or .PitchTier");
+// The name decides, or --format where there is none.
+PitchFormat PitchCommand::format_of(const std::string& output) const {
+  if (is_tier(output)) return PitchFormat::kPitchTier;
+  const bool csv = format.empty() ? lower_extension(output) == ".csv" : format == "csv";
+  return csv ? PitchFormat::kCsv : PitchFormat::kText;
+}
+
+void PitchCommand::check(const std::vector<FileTask>& tasks) const {
+  for (const FileTask& task : tasks) {
+    const std::string& name = task.output.empty() ? files.output : task.output;
+    const std::string extension = lower_extension(name);
+    if (!name.empty() && name != "-" && !is_rows(name) && !is_tier(name) && extension != ".csv" &&
+        extension != ".txt") {
+      throw Fault(name + ": the name ends in .npy, .csv, .txt or .PitchTier");
+    }
+    const bool shared = task.output.empty();
+    if (shared && (is_rows(name) || is_tier(name))) throw Fault(name + ": holds the pitch of one file");
+    if (shared && (format == "npy" || format == "pitchtier")) {
+      throw Fault("pitch: the format " + format + " is for files, give --output or --output-folder");
+    }
   }
-  if (audio_files.size() > 1 && (of_rows() || of_tier())) throw Fault(output_file + ": holds the pitch of one file");
-  if (!picture_file.empty()) {
-    if (audio_files.size() > 1) throw Fault(picture_file + ": shows one audio file");
-    check_picture_name(picture_file);
-  }
+  if (picture_file.empty()) return;
+  if (tasks.size() > 1) throw Fault(picture_file + ": shows one audio file");
+  check_picture_name(picture_file);
 }
 
 // take gets the frames as they come. The analysis has the rate of the file, or 8 kHz for one below. Returns the seconds
@@ -93,49 +114,57 @@ double PitchCommand::track(const std::string& file, std::optional<OutputFile>& d
   return static_cast<double>(reader.samples()) / chosen.sample_rate;
 }
 
-// Lines to the output, or to standard output for null.
-PitchReport PitchCommand::report_to(OutputFile* output) const {
-  const bool csv = format.empty() ? lower_extension(output_file) == ".csv" : kFormats.at(format) == PitchFormat::kCsv;
-  return PitchReport(
-      of_tier() ? PitchFormat::kPitchTier
-      : csv     ? PitchFormat::kCsv
-                : PitchFormat::kText,
-      shift,
-      [output](std::string_view text) {
-        if (output != nullptr) {
-          output->write(text);
-        } else {
-          std::fwrite(text.data(), 1, text.size(), stdout);
-        }
-      },
-      [output](std::int64_t position, std::string_view text) { output->overwrite(position, text); });
+// Into a file of its own.
+void PitchCommand::write_own(const FileTask& task, std::optional<OutputFile>& drawing, FileTurn& turn) const {
+  OutputFile output(task.output);
+  if (is_rows(task.output)) {
+    FeatureWriter rows(output, FeatureFormat::kNpy, Recipe::of_features(3));
+    turn.heard(track(task.input, drawing, [&](const auto& frames) { rows.append(pitch_rows(frames)); }));
+    rows.finish();
+  } else {
+    const PitchFormat chosen = format_of(task.output);
+    output.write(pitch_header(chosen));
+    PitchReport report(
+        chosen, task.input, shift, [&](std::string_view text) { output.write(text); },
+        [&](std::int64_t position, std::string_view text) { output.overwrite(position, text); });
+    const double seconds = track(task.input, drawing, [&](const auto& frames) { report.append(frames); });
+    report.end(seconds);
+    turn.heard(seconds);
+  }
+  output.commit();
+}
+
+// Into what all files share, when it is the file's turn.
+void PitchCommand::report_to(const FileTask& task, const PitchReport::Write& write, std::optional<OutputFile>& drawing,
+                             FileTurn& turn) const {
+  PitchReport report(format_of(files.output), task.input, shift, [&](std::string_view text) {
+    turn.post([&write, text = std::string(text)] { write(text); }, text.size());
+  });
+  turn.heard(track(task.input, drawing, [&](const auto& frames) { report.append(frames); }));
 }
 
 void PitchCommand::run() const {
-  check();
+  auto tasks = file_tasks(files, Outputs::kShared,
+                          [this](const std::string&) { return kExtensions.at(format.empty() ? "text" : format); });
+  if (tasks.size() == 1 && tasks[0].output.empty()) tasks[0].output = files.output;
+  check(tasks);
+  say_unused_raw_options(raw, inputs_of(tasks));
   std::optional<OutputFile> output;
-  if (!output_file.empty()) output.emplace(output_file);
-  std::optional<FeatureWriter> rows;
-  std::optional<PitchReport> report;
-  if (of_rows()) {
-    rows.emplace(*output, FeatureFormat::kNpy, Recipe::of_features(3));
-  } else {
-    report.emplace(report_to(output ? &*output : nullptr));
-  }
+  if (!files.output.empty() && tasks[0].output != files.output) output.emplace(files.output);
+  FileLoop loop("pitch", tasks, files.jobs, files.stop_at_fault);
+  const PitchReport::Write write = [&](std::string_view text) {
+    if (output) return output->write(text);
+    loop.progress().clear();
+    std::fwrite(text.data(), 1, text.size(), stdout);
+  };
+  const auto shares = [](const FileTask& task) { return task.output.empty(); };
+  if (std::any_of(tasks.begin(), tasks.end(), shares)) write(pitch_header(format_of(files.output)));
   std::optional<OutputFile> drawing;
-  say_unused_raw_options(raw, audio_files);
-  FileLoop loop("pitch", static_cast<int>(audio_files.size()));
-  loop.run(audio_files, [&](const std::string& file) {
-    if (!output) loop.progress().clear();
-    bool begun = false;  // not before the file has shown that it is audio
-    const double seconds = track(file, drawing, [&](const std::vector<PitchFrame>& frames) {
-      if (report && !std::exchange(begun, true)) report->begin(file);
-      if (report) report->append(frames);
-      if (rows) rows->append(pitch_rows(frames));
-    });
-    if (report) report->end(seconds);
+  loop.run([&] {
+    return [&](const FileTask& task, FileTurn& turn) {
+      task.output.empty() ? report_to(task, write, drawing, turn) : write_own(task, drawing, turn);
+    };
   });
-  if (rows) rows->finish();
   if (output) output->commit();
   if (drawing) drawing->commit();
   loop.finish();
@@ -147,12 +176,11 @@ void add_pitch(CLI::App& program) {
   CLI::App* const command = program.add_subcommand("pitch", "Fundamental frequency and voicing of audio files");
   const auto options = std::make_shared<PitchCommand>();
   PitchParameters& parameters = options->parameters;
-  command->add_option("audio", options->audio_files, "WAV, FLAC, ... or .raw (16-bit, one channel)")->required();
-  command->add_option("-o,--output", options->output_file,
-                      "File to write: .npy (rows of f0, correlation, probability), .csv, .txt or .PitchTier (default: "
-                      "text on standard output)");
-  command->add_option("--format", options->format, "text or csv, on standard output")
-      ->check(CLI::IsMember({"text", "csv"}));
+  add_file_options(*command, options->files, Outputs::kShared, "WAV, FLAC, ... or .raw (16-bit, one channel)",
+                   "File to write: .npy (rows of f0, correlation, probability), .csv, .txt or .PitchTier (default: text "
+                   "on standard output)");
+  command->add_option("--format", options->format, "On standard output text or csv, in a folder npy or pitchtier too")
+      ->check(CLI::IsMember({"text", "csv", "npy", "pitchtier"}));
   command->add_option("--picture", options->picture_file, "PNG with waveform, spectrogram and pitch");
   add_number(*command, "--low", parameters.low_frequency, 20.0, 1000.0, "Lowest frequency, Hz");
   add_number(*command, "--high", parameters.high_frequency, 24.0, 4000.0, "Highest frequency, Hz");

@@ -15,14 +15,20 @@ constexpr int kTierCount = 12;  // and for the number of points
 
 }  // namespace
 
-PitchReport::PitchReport(PitchFormat format, double frame_seconds, Write write, Overwrite overwrite)
-    : format_(format), frame_seconds_(frame_seconds), write_(std::move(write)), overwrite_(std::move(overwrite)) {
-  if (format_ == PitchFormat::kCsv) write_("file,time,f0,correlation,probability\n");
+std::string pitch_header(PitchFormat format) {
+  return format == PitchFormat::kCsv ? "file,time,f0,correlation,probability\n" : "";
 }
 
-void PitchReport::begin(const std::string& file) {
-  file_ = format_ == PitchFormat::kCsv ? comma_field(file) : file;
-  frame_ = voiced_ = 0;
+PitchReport::PitchReport(PitchFormat format, const std::string& file, double frame_seconds, Write write,
+                         Overwrite overwrite)
+    : format_(format),
+      file_(format == PitchFormat::kCsv ? comma_field(file) : file),
+      frame_seconds_(frame_seconds),
+      write_(std::move(write)),
+      overwrite_(std::move(overwrite)) {}
+
+void PitchReport::begin() {
+  begun_ = true;
   if (format_ == PitchFormat::kText) {
     write_(file_ + "\n" + formatted("%10s  %8s  %11s  %11s\n", "time", "f0", "correlation", "probability"));
   } else if (format_ == PitchFormat::kPitchTier) {
@@ -34,6 +40,8 @@ void PitchReport::begin(const std::string& file) {
 }
 
 void PitchReport::append(std::span<const PitchFrame> frames) {
+  if (!begun_) begin();
+  std::string text;
   for (const PitchFrame& frame : frames) {
     const double time = static_cast<double>(frame_++) * frame_seconds_;
     const auto f0 = static_cast<double>(frame.frequency);
@@ -41,19 +49,20 @@ void PitchReport::append(std::span<const PitchFrame> frames) {
     const auto probability = static_cast<double>(frame.probability);
     switch (format_) {
       case PitchFormat::kText:
-        write_(formatted("%10.3f  %8.2f  %11.4f  %11.4f\n", time, f0, correlation, probability));
+        text += formatted("%10.3f  %8.2f  %11.4f  %11.4f\n", time, f0, correlation, probability);
         break;
       case PitchFormat::kCsv:
-        write_(file_ + formatted(",%.6g,%.6g,%.6g,%.6g\n", time, f0, correlation, probability));
+        text += file_ + formatted(",%.6g,%.6g,%.6g,%.6g\n", time, f0, correlation, probability);
         break;
       case PitchFormat::kPitchTier:
         if (!(f0 > 0.0)) break;
         ++voiced_;
-        write_(formatted("points [%lld]:\n    number = %.9g \n    value = %.9g \n", static_cast<long long>(voiced_),
-                         time, f0));
+        text += formatted("points [%lld]:\n    number = %.9g \n    value = %.9g \n", static_cast<long long>(voiced_),
+                          time, f0);
         break;
     }
   }
+  write_(text);
 }
 
 void PitchReport::end(double seconds) {

@@ -1,4 +1,4 @@
-// What pitch writes: the frames of one file or of several, as they come.
+// What pitch writes: the frames of a file, as they come.
 #pragma once
 
 #include <cstdint>
@@ -21,25 +21,32 @@ enum class PitchFormat {
   kPitchTier  // of Praat: time and frequency of the voiced frames of one file
 };
 
-// Lines for people and for other programs; write gets them as they come.
+// The first line of a table of several files.
+std::string pitch_header(PitchFormat format);
+
+// Lines about one file, for people and for other programs; write gets them as they come.
 class PitchReport {
  public:
   using Write = std::function<void(std::string_view text)>;
   // Behind the last frame of kPitchTier the numbers in the head are put in their place by overwrite.
   using Overwrite = std::function<void(std::int64_t position, std::string_view text)>;
 
-  PitchReport(PitchFormat format, double frame_seconds, Write write, Overwrite overwrite = {});
+  PitchReport(PitchFormat format, const std::string& file, double frame_seconds, Write write,
+              Overwrite overwrite = {});
 
-  void begin(const std::string& file);
+  // Nothing is written before the first frames: the file has shown then that it is audio.
   void append(std::span<const PitchFrame> frames);
   void end(double seconds);
 
  private:
+  void begin();
+
   PitchFormat format_;
+  std::string file_;
   double frame_seconds_;
   Write write_;
   Overwrite overwrite_;
-  std::string file_;
+  bool begun_ = false;
   std::int64_t frame_ = 0;
   std::int64_t voiced_ = 0;
 };

@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -20,9 +19,11 @@
 #include "kivsr/speech/quantise/quantised_stream.h"
 #include "kivsr/speech/quantise/split_codebook.h"
 #include "program/file_loop.h"
+#include "program/file_options.h"
 #include "program/progress.h"
 #include "program/raw_options.h"
 #include "program/recipe_options.h"
+#include "program/report_text.h"
 #include "program/subcommands.h"
 
 namespace kivsr::program {
@@ -40,23 +41,6 @@ struct Inputs {
   std::vector<std::string> files;
   RawFormat raw;
 };
-
-// Names of the files to write: the one that was given, or one in the folder for each input.
-std::vector<std::filesystem::path> output_names(const std::vector<std::string>& inputs, const std::string& file,
-                                                const std::string& folder, const std::string& extension) {
-  if (file.empty() == folder.empty()) throw Fault("quantise: give either --output or --output-folder");
-  if (!file.empty() && inputs.size() > 1) throw Fault("quantise: several inputs need --output-folder");
-  if (!file.empty()) return {file};
-  std::vector<std::filesystem::path> names;
-  std::set<std::filesystem::path> taken;
-  for (const std::string& input : inputs) {
-    names.push_back(std::filesystem::path(folder) / (std::filesystem::path(input).stem().string() + extension));
-    if (!taken.insert(names.back()).second) {
-      throw Fault("quantise: two inputs would both become " + names.back().string());
-    }
-  }
-  return names;
-}
 
 void print_distortion(const SplitCodebook& book, const Distortion& distortion) {
   std::printf("%-6s  %-10s  %10s  %6s\n", "column", "group", "rms error", "dB");
@@ -135,9 +119,10 @@ void TrainCommand::run() {
   const Split groups = bitstream ? pair_split() : chosen;
   FeatureMatrix rows;
   rows.width = width;
-  FileLoop loop("features", static_cast<int>(inputs.files.size()));
-  loop.run(inputs.files, [&](const std::string& file) {
-    const FeatureMatrix more = load_utterance(file, chain, inputs.raw).features;
+  const std::vector<FileTask> tasks = tasks_of(inputs.files);
+  FileLoop loop("features", tasks);
+  loop.run_in_turn([&](const FileTask& task, FileTurn&) {
+    const FeatureMatrix more = load_utterance(task.input, chain, inputs.raw).features;
     rows.values.insert(rows.values.end(), more.values.begin(), more.values.end());
   });
   const std::vector<float> distance = distance_weights(rows);
@@ -167,66 +152,70 @@ void TrainCommand::run() {
 }
 
 struct EncodeCommand {
-  explicit EncodeCommand(CLI::App& command) : inputs(command) {}
+  explicit EncodeCommand(CLI::App& command) : recipe(command, "sphinx-en-us") {}
   void run() const;
-  void run_bitstream(const SplitCodebook& book) const;
+  void encode_pairs(const FileTask& task, const SplitCodebook& book, FeatureChain& chain, FileTurn& turn) const;
+  void encode(const FileTask& task, const SplitCodebook& book, FeatureChain& chain, FileTurn& turn,
+              Distortion& all) const;
 
-  Inputs inputs;
+  RecipeOptions recipe;
+  FileOptions files;
+  RawFormat raw;
   std::string book_file;
-  std::string output_file;
-  std::string output_folder;
   bool bitstream = false;
 };
 
-void EncodeCommand::run_bitstream(const SplitCodebook& book) const {
-  require_pair_book(book, book_file);
-  const auto names = output_names(inputs.files, output_file, output_folder, ".dsr");
-  Recipe recipe = book.recipe();
-  recipe.speech_column = true;
-  FeatureChain chain(recipe);
-  FileLoop loop("encode", static_cast<int>(inputs.files.size()));
-  auto name = names.begin();
-  loop.run(inputs.files, [&](const std::string& file) {
-    const std::filesystem::path& written = *name++;
-    const auto frames = code_frames(load_utterance(file, chain, inputs.raw).features, book);
-    const std::string octets = write_pairs(frames);
-    OutputFile output(written);
-    output.write(octets);
-    output.commit();
-    loop.progress().clear();
-    std::printf("%s: %zu frames, %zu frame pairs and the end, %zu bytes\n", written.c_str(), frames.size(),
-                (frames.size() + 1) / 2, octets.size());
-  });
-  loop.finish();
+void EncodeCommand::encode_pairs(const FileTask& task, const SplitCodebook& book, FeatureChain& chain,
+                                 FileTurn& turn) const {
+  const Utterance utterance = load_utterance(task.input, chain, raw);
+  const auto frames = code_frames(utterance.features, book);
+  const std::string octets = write_pairs(frames);
+  OutputFile output(task.output);
+  output.write(octets);
+  output.commit();
+  turn.heard(utterance.info.seconds);
+  turn.print(task.output + formatted(": %zu frames, %zu frame pairs and the end, %zu bytes\n", frames.size(),
+                                     (frames.size() + 1) / 2, octets.size()));
+}
+
+void EncodeCommand::encode(const FileTask& task, const SplitCodebook& book, FeatureChain& chain, FileTurn& turn,
+                           Distortion& all) const {
+  Distortion of_file(book.width());
+  RowEncoder encoder(book,
+                     [&](const FeatureMatrix& rows, const FeatureMatrix& decoded) { of_file.add(rows, decoded); });
+  const UtteranceInfo info =
+      stream_utterance(task.input, chain, raw, [&](const FeatureMatrix& rows) { encoder.push(rows); });
+  const QuantisedStream stream = encoder.finish();
+  OutputFile output(task.output);
+  const std::int64_t bytes = write_quantised(output, stream, book);
+  output.commit();
+  turn.heard(info.seconds);
+  turn.post([&all, of_file] { all.add(of_file); });
+  turn.print(task.output + formatted(": %d frames, %lld bytes, %.0f bit/s with the header\n", stream.frames,
+                                     static_cast<long long>(bytes),
+                                     8.0 * static_cast<double>(bytes) /
+                                         (stream.frames * book.recipe().frame_seconds())));
 }
 
 void EncodeCommand::run() const {
-  say_unused_raw_options(inputs.raw, inputs.files);
+  const auto tasks =
+      file_tasks(files, Outputs::kOneEach, [this](const std::string&) { return bitstream ? ".dsr" : ".kvs"; });
+  say_unused_raw_options(raw, inputs_of(tasks));
   const SplitCodebook book = SplitCodebook::read(book_file);
-  if (inputs.recipe.given()) require_same(book.recipe(), inputs.recipe.recipe(), book_file);
-  if (bitstream) return run_bitstream(book);
-  const auto names = output_names(inputs.files, output_file, output_folder, ".kvs");
-  FeatureChain chain(book.recipe());
+  if (recipe.given()) require_same(book.recipe(), recipe.recipe(), book_file);
+  if (bitstream) require_pair_book(book, book_file);
+  Recipe chosen = book.recipe();
+  chosen.speech_column = chosen.speech_column || bitstream;
   Distortion distortion(book.width());
-  FileLoop loop("encode", static_cast<int>(inputs.files.size()));
-  auto name = names.begin();
-  loop.run(inputs.files, [&](const std::string& file) {
-    const std::filesystem::path& written = *name++;
-    Distortion with_this = distortion;
-    RowEncoder encoder(book,
-                       [&](const FeatureMatrix& rows, const FeatureMatrix& decoded) { with_this.add(rows, decoded); });
-    stream_utterance(file, chain, inputs.raw, [&](const FeatureMatrix& rows) { encoder.push(rows); });
-    const QuantisedStream stream = encoder.finish();
-    OutputFile output(written);
-    const std::int64_t bytes = write_quantised(output, stream, book);
-    output.commit();
-    distortion = with_this;
-    loop.progress().clear();
-    std::printf("%s: %d frames, %lld bytes, %.0f bit/s with the header\n", written.c_str(), stream.frames,
-                static_cast<long long>(bytes),
-                8.0 * static_cast<double>(bytes) / (stream.frames * book.recipe().frame_seconds()));
+  FileLoop loop("encode", tasks, files.jobs, files.stop_at_fault);
+  loop.run([&] {
+    const auto chain = std::make_shared<FeatureChain>(chosen);
+    return [&, chain](const FileTask& task, FileTurn& turn) {
+      if (bitstream) return encode_pairs(task, book, *chain, turn);
+      encode(task, book, *chain, turn, distortion);
+    };
   });
-  print_distortion(book, distortion);
+  if (!bitstream) print_distortion(book, distortion);
   loop.finish();
 }
 
@@ -234,10 +223,8 @@ struct DecodeCommand {
   void run() const;
   int write_rows(const std::string& file, const SplitCodebook& book, FeatureWriter& writer) const;
 
-  std::vector<std::string> files;
+  FileOptions files;
   std::string book_file;
-  std::string output_file;
-  std::string output_folder;
   std::string format = "npy";
   bool bitstream = false;
 };
@@ -259,23 +246,21 @@ int DecodeCommand::write_rows(const std::string& file, const SplitCodebook& book
 }
 
 void DecodeCommand::run() const {
-  const auto names = output_names(files, output_file, output_folder, "." + format);
-  const FeatureFormat written = feature_format(names.front());
+  const auto tasks = file_tasks(files, Outputs::kOneEach, [this](const std::string&) { return "." + format; });
+  for (const FileTask& task : tasks) feature_format(task.output);
   const SplitCodebook book = SplitCodebook::read(book_file);
   if (bitstream) require_pair_book(book, book_file);
   Recipe recipe = book.recipe();
   if (bitstream) recipe.speech_column = true;
-  FileLoop loop("decode", static_cast<int>(files.size()));
-  auto name = names.begin();
-  loop.run(files, [&](const std::string& file) {
-    const std::filesystem::path& result = *name++;
-    OutputFile output(result);
-    FeatureWriter writer(output, written, recipe);
-    const int frames = write_rows(file, book, writer);
+  FileLoop loop("decode", tasks, files.jobs, files.stop_at_fault);
+  loop.run_in_turn([&](const FileTask& task, FileTurn& turn) {
+    OutputFile output(task.output);
+    FeatureWriter writer(output, feature_format(task.output), recipe);
+    const int frames = write_rows(task.input, book, writer);
     writer.finish();
     output.commit();
-    loop.progress().clear();
-    std::printf("%s: %d frames of %d values\n", result.c_str(), frames, recipe.width());
+    turn.heard(frames * recipe.frame_seconds());
+    turn.print(task.output + formatted(": %d frames of %d values\n", frames, recipe.width()));
   });
   loop.finish();
 }
@@ -300,8 +285,9 @@ void add_encode(CLI::App& quantise) {
   CLI::App* const command = quantise.add_subcommand("encode", "Turn audio or feature files into packed bits");
   const auto options = std::make_shared<EncodeCommand>(*command);
   command->add_option("--book", options->book_file, "Codebook file")->required();
-  command->add_option("-o,--output", options->output_file, "Stream to write");
-  command->add_option("--output-folder", options->output_folder, "Folder for the streams of several inputs, name.kvs");
+  add_file_options(*command, options->files, Outputs::kOneEach,
+                   "Audio (WAV, FLAC, ..., .raw) or features (.npy, .htk, .mfc, .csv)", "Stream to write");
+  add_raw_options(*command, options->raw);
   command->add_flag("--bitstream", options->bitstream, kBitstreamHelp);
   command->callback([options] { options->run(); });
 }
@@ -309,10 +295,9 @@ void add_encode(CLI::App& quantise) {
 void add_decode(CLI::App& quantise) {
   CLI::App* const command = quantise.add_subcommand("decode", "Turn packed bits back into feature files");
   const auto options = std::make_shared<DecodeCommand>();
-  command->add_option("stream", options->files, "Streams that encode wrote")->required();
+  add_file_options(*command, options->files, Outputs::kOneEach, "Streams that encode wrote",
+                   "Feature file to write: .npy, .htk, .mfc or .csv");
   command->add_option("--book", options->book_file, "Codebook file of the encoding")->required();
-  command->add_option("-o,--output", options->output_file, "Feature file to write: .npy, .htk, .mfc or .csv");
-  command->add_option("--output-folder", options->output_folder, "Folder for the features of several streams");
   command->add_option("--format", options->format, "Extension of the files in the folder: npy, htk, mfc or csv")
       ->check(CLI::IsMember({"npy", "htk", "mfc", "csv"}));
   command->add_flag("--bitstream", options->bitstream, kBitstreamHelp);

@@ -1,18 +1,14 @@
 // kivsr recognise: audio or feature files to words, by a grammar or a list of words.
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <functional>
-#include <future>
 #include <map>
 #include <memory>
 #include <optional>
 #include <set>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -27,15 +23,18 @@
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/output_file.h"
 #include "kivsr/speech/models/acoustic_model.h"
 #include "kivsr/speech/models/packed_ngram_file.h"
 #include "kivsr/speech/models/word_acoustic_model.h"
 #include "kivsr/speech/models/word_model_file.h"
 #include "program/choices.h"
 #include "program/file_loop.h"
+#include "program/file_options.h"
 #include "program/numbers.h"
 #include "program/raw_options.h"
 #include "program/recognise_report.h"
+#include "program/report_text.h"
 #include "program/subcommands.h"
 
 namespace kivsr::program {
@@ -55,10 +54,9 @@ struct RecogniseCommand {
   ReportFormat format = ReportFormat::kText;
   std::string noise_reduction;  // empty: as the model's recipe says
   bool alignment = false;
-  int jobs = 1;
   bool skip_unknown = false;
   bool equalise = false;
-  std::vector<std::string> audio_files;
+  FileOptions files;
   RawFormat raw;
   ModelFloors floors;
   SearchWeights weights;
@@ -71,8 +69,8 @@ struct RecogniseCommand {
     SearchNetwork network;
   };
   struct Worker;
-  void check_format() const;
-  void recognise_all(const Task& given, FileLoop& loop, const std::function<void(RecognisedUtterance&&)>& report) const;
+  void check_format(const std::vector<FileTask>& tasks) const;
+  void recognise_all(const Task& given, const std::vector<FileTask>& tasks) const;
   Task task() const;
   Task word_model_task() const;
   SearchNetwork network_of(WordNetwork words, const Dictionary& pronunciations, const AcousticModel& model) const;
@@ -246,10 +244,23 @@ RecognisedUtterance RecogniseCommand::recognise(const std::string& file, const S
   return utterance;
 }
 
-void RecogniseCommand::check_format() const {
+void RecogniseCommand::check_format(const std::vector<FileTask>& tasks) const {
   if (alignment && format != ReportFormat::kText) throw Fault("recognise: --alignment is for the format text");
-  if ((format == ReportFormat::kSrt || format == ReportFormat::kTextGrid) && audio_files.size() > 1) {
-    throw Fault("recognise: the formats srt and textgrid hold one recording");
+  const auto shares = [](const FileTask& task) { return task.output.empty(); };
+  if ((format == ReportFormat::kSrt || format == ReportFormat::kTextGrid) && tasks.size() > 1 &&
+      std::any_of(tasks.begin(), tasks.end(), shares)) {
+    throw Fault("recognise: the formats srt and textgrid hold one recording, give --output-folder");
+  }
+}
+
+std::string extension_of(ReportFormat format) {
+  switch (format) {
+    case ReportFormat::kTsv: return ".tsv";
+    case ReportFormat::kJson: return ".json";
+    case ReportFormat::kCtm: return ".ctm";
+    case ReportFormat::kSrt: return ".srt";
+    case ReportFormat::kTextGrid: return ".TextGrid";
+    default: return ".txt";
   }
 }
 
@@ -270,60 +281,48 @@ struct RecogniseCommand::Worker {
   ViterbiSearch search;
 };
 
-// The files in their order, several at a time; report is called for each as soon as those before it are done.
-void RecogniseCommand::recognise_all(const Task& given, FileLoop& loop,
-                                     const std::function<void(RecognisedUtterance&&)>& report) const {
-  if (jobs == 1 || audio_files.size() == 1) {
-    Worker worker(*this, given);
-    loop.run(audio_files, [&](const std::string& file) { report(worker.recognise(file)); });
-    return;
-  }
-  std::vector<std::promise<RecognisedUtterance>> results(audio_files.size());
-  std::atomic<std::size_t> next = 0;
-  const auto work = [&] {
-    std::optional<Worker> worker;
-    for (std::size_t file = next++; file < results.size(); file = next++) {
-      try {
-        if (!worker) worker.emplace(*this, given);
-        results[file].set_value(worker->recognise(audio_files[file]));
-      } catch (...) {
-        results[file].set_exception(std::current_exception());
-      }
-    }
-  };
-  std::vector<std::jthread> threads;
-  for (int job = 0; job < std::min(jobs, static_cast<int>(results.size())); ++job) threads.emplace_back(work);
-  try {
-    std::size_t file = 0;
-    loop.run(audio_files, [&](const std::string&) { report(results[file++].get_future().get()); });
-  } catch (...) {
-    next = results.size();  // the others finish the file they are at
-    throw;
-  }
-}
-
-void RecogniseCommand::run() const {
-  check_format();
-  if (!rule.empty() && grammar_file.empty()) throw Fault("recognise: --rule needs --grammar");
-  say_unused_raw_options(raw, audio_files);
-  const Task given = task();
+// In one report, or each file in its own.
+void RecogniseCommand::recognise_all(const Task& given, const std::vector<FileTask>& tasks) const {
   std::optional<References> references;
   if (!reference_file.empty()) {
     references = References::read(reference_file);
-    for (const std::string& file : audio_files) references->find(file);
+    for (const FileTask& task : tasks) references->find(task.input);
   }
-  RecogniseReport report(format, references.has_value());
-  FileLoop loop("recognise", static_cast<int>(audio_files.size()));
-  recognise_all(given, loop, [&](RecognisedUtterance&& utterance) {
-    if (references) {
-      utterance.reference = references->find(utterance.file);
-      utterance.errors = count_word_errors(utterance.reference, utterance.words);
-    }
+  FileLoop loop("recognise", tasks, files.jobs, files.stop_at_fault);
+  std::optional<OutputFile> output;
+  if (!files.output.empty()) output.emplace(files.output);
+  RecogniseReport report(format, references.has_value(), [&](std::string_view text) {
+    if (output) return output->write(text);
     loop.progress().clear();
-    report.add(utterance);
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fflush(stdout);
+  });
+  loop.run([&] {
+    const auto worker = std::make_shared<Worker>(*this, given);
+    return [&, worker](const FileTask& task, FileTurn& turn) {
+      RecognisedUtterance utterance = worker->recognise(task.input);
+      turn.heard(utterance.audio_seconds);
+      if (references) {
+        utterance.reference = references->find(utterance.file);
+        utterance.errors = count_word_errors(utterance.reference, utterance.words);
+      }
+      if (task.output.empty()) return turn.post([&report, utterance] { report.add(utterance); });
+      std::string text;
+      RecogniseReport(format, references.has_value(), [&](std::string_view more) { text += more; }).add(utterance);
+      write_report(task.output, text);
+    };
   });
   report.finish();
+  if (output) output->commit();
   loop.finish();
+}
+
+void RecogniseCommand::run() const {
+  const auto tasks = file_tasks(files, Outputs::kShared, [this](const std::string&) { return extension_of(format); });
+  check_format(tasks);
+  if (!rule.empty() && grammar_file.empty()) throw Fault("recognise: --rule needs --grammar");
+  say_unused_raw_options(raw, inputs_of(tasks));
+  recognise_all(task(), tasks);
 }
 
 void add_search_options(CLI::App& command, RecogniseCommand& options) {
@@ -360,12 +359,10 @@ void add_search_options(CLI::App& command, RecogniseCommand& options) {
 void add_recognise(CLI::App& program) {
   CLI::App* const command = program.add_subcommand("recognise", "Recognise the words of audio files");
   const auto options = std::make_shared<RecogniseCommand>();
-  command
-      ->add_option(
-          "audio", options->audio_files,
-          "WAV, FLAC, ... or .raw (16-bit, one channel); or cepstra of the model's front end: .npy, .htk, .mfc "
-          "or .csv")
-      ->required();
+  add_file_options(*command, options->files, Outputs::kShared,
+                   "WAV, FLAC, ... or .raw (16-bit, one channel); or cepstra of the model's front end: .npy, .htk, .mfc "
+                   "or .csv",
+                   "File to write (default: standard output)");
   command->add_option("--model", options->model_name,
                       "Folder of the acoustic model, name of one that Debian installs, or file of a model of words");
   command->add_option("--dict", options->dictionary_file,
@@ -396,7 +393,6 @@ void add_recognise(CLI::App& program) {
               {"srt", ReportFormat::kSrt},
               {"textgrid", ReportFormat::kTextGrid}},
              "text, tsv, json (an object a line), ctm, srt or textgrid");
-  add_number(*command, "--jobs,-j", options->jobs, 1, 1024, "Files that are recognised at a time");
   add_search_options(*command, *options);
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });

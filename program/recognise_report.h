@@ -1,8 +1,10 @@
-// What recognise prints: a line a file and the totals for people, tab-separated values, or a form that other programs
+// What recognise writes: a line a file and the totals for people, tab-separated values, or a form that other programs
 // read (transcript_format.h).
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kivsr/speech/decode/word_errors.h"
@@ -33,16 +35,18 @@ enum class ReportFormat { kText, kTsv, kJson, kCtm, kSrt, kTextGrid };
 
 class RecogniseReport {
  public:
-  RecogniseReport(ReportFormat format, bool with_reference);
+  using Write = std::function<void(std::string_view text)>;
+  RecogniseReport(ReportFormat format, bool with_reference, Write write);
   void add(const RecognisedUtterance& utterance);
   void finish() const;
 
  private:
-  void add_text(const RecognisedUtterance& utterance) const;
-  void add_tsv(const RecognisedUtterance& utterance) const;
+  std::string text_of(const RecognisedUtterance& utterance) const;
+  std::string tsv_of(const RecognisedUtterance& utterance) const;
 
   ReportFormat format_;
   bool with_reference_;
+  Write write_;
   int utterances_ = 0;
   double audio_seconds_ = 0.0;
   double elapsed_seconds_ = 0.0;

@@ -163,8 +163,10 @@ void SpotCommand::run() const {
   TemplateSpotter spotter(examples(chain), settings);
   SpotReport report(format, spotter, chain.recipe().frame_seconds());
   say_unused_raw_options(raw, recordings);
-  FileLoop loop("spot", static_cast<int>(recordings.size()));
-  loop.run(recordings, [&](const std::string& recording) {
+  const std::vector<FileTask> tasks = tasks_of(recordings);
+  FileLoop loop("spot", tasks);
+  loop.run_in_turn([&](const FileTask& task, FileTurn& turn) {
+    const std::string& recording = task.input;
     std::vector<SpotHit> hits;
     UtteranceInfo info;
     try {
@@ -174,6 +176,7 @@ void SpotCommand::run() const {
       throw;
     }
     spotter.finish(hits);
+    turn.heard(info.seconds);
     if (commands) {
       report.add_command(recording, spotter.best());
     } else {

@@ -66,7 +66,7 @@ struct TrainCommand {
   WordModel model_;
   int pass_ = 0;
   TrainingUtterances utterances_;
-  std::optional<FileLoop> reading_;  // says at the end that files were left out
+  std::optional<BadFiles> bad_;  // says at the end that files were left out
 };
 
 // "2/5" as the index 1 of 5.
@@ -132,15 +132,16 @@ void TrainCommand::begin(const std::vector<TrainingItem>& items) {
 
 void TrainCommand::load(const std::vector<TrainingItem>& items, int part, int parts) {
   const int count = (static_cast<int>(items.size()) - part + parts - 1) / parts;
-  FileLoop& loop = reading_.emplace("read", count);
-  const auto step = [&](const std::filesystem::path& file) { loop.progress().step(file.string()); };
+  BadFiles& bad = bad_.emplace(static_cast<std::size_t>(count));
+  Progress progress("read", count);
+  const auto step = [&](const std::filesystem::path& file) { progress.step(file.string()); };
   const auto left_out = [&](const Fault& fault) {
     if (count == 1) throw fault;
-    loop.say(fault.what());
+    bad.say(fault.what(), progress);
   };
   utterances_ = load_utterances(items, model_, raw, step, part, parts, left_out);
-  loop.progress().clear();
-  loop.require_one();
+  progress.clear();
+  bad.require_one();
 }
 
 // With warnings a line on standard error names each utterance that cannot be used.
@@ -226,7 +227,7 @@ void TrainCommand::run() {
   } else {
     write_part(items);
   }
-  if (reading_) reading_->finish();
+  if (bad_) bad_->finish();
 }
 
 template <class Value>

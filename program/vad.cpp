@@ -1,4 +1,5 @@
 // kivsr vad: the segments of audio files that hold speech.
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -13,6 +14,7 @@
 #include "kivsr/speech/noise/speech_segments.h"
 #include "program/choices.h"
 #include "program/file_loop.h"
+#include "program/file_options.h"
 #include "program/numbers.h"
 #include "program/picture/feature_picture.h"
 #include "program/picture/speech_picture.h"
@@ -25,14 +27,16 @@ namespace kivsr::program {
 
 namespace {
 
+std::string extension_of(SegmentFormat format) { return format == SegmentFormat::kCsv ? ".csv" : ".txt"; }
+
 constexpr int kLongestSpan = 3600;  // s
 
 struct VadCommand {
   void run() const;
-  std::string lines_of(const std::string& file, std::optional<OutputFile>& picture) const;
+  void check(const std::vector<FileTask>& tasks) const;
+  std::string lines_of(const std::string& file, std::optional<OutputFile>& picture, FileTurn& turn) const;
 
-  std::vector<std::string> audio_files;
-  std::string output_file;
+  FileOptions files;
   std::string picture_file;
   SegmentFormat format = SegmentFormat::kText;
   Arithmetic arithmetic = Arithmetic::kSinglePrecision;
@@ -42,7 +46,8 @@ struct VadCommand {
 };
 
 // The lines about a file; its picture, if one is asked for, waits for the commit.
-std::string VadCommand::lines_of(const std::string& file, std::optional<OutputFile>& picture) const {
+std::string VadCommand::lines_of(const std::string& file, std::optional<OutputFile>& picture,
+                                 FileTurn& turn) const {
   MonoReader reader(file, kAuroraRate, raw);
   SpeechSegmenter segmenter(arithmetic, rules, method);
   std::optional<SpeechPicture> drawing;
@@ -61,23 +66,37 @@ std::string VadCommand::lines_of(const std::string& file, std::optional<OutputFi
     if (!drawing->has_frames()) throw Fault(file + ": shorter than one frame of 10 ms");
     drawing->draw(picture.emplace(picture_file), std::filesystem::path(file).filename(), segments);
   }
-  return segment_lines(file, segments, static_cast<double>(reader.samples()) / kAuroraRate, format);
+  const double seconds = static_cast<double>(reader.samples()) / kAuroraRate;
+  turn.heard(seconds);
+  return segment_lines(file, segments, seconds, format);
+}
+
+void VadCommand::check(const std::vector<FileTask>& tasks) const {
+  const bool several = tasks.size() > 1;
+  const bool shared = std::any_of(tasks.begin(), tasks.end(), [](const FileTask& task) { return task.output.empty(); });
+  if (several && shared && format == SegmentFormat::kAudacity) {
+    throw Fault("vad: a label track belongs to one audio file, give --output-folder");
+  }
+  if (picture_file.empty()) return;
+  if (several) throw Fault("vad: --picture shows one audio file");
+  check_picture_name(picture_file);
 }
 
 void VadCommand::run() const {
-  if (audio_files.size() > 1 && format == SegmentFormat::kAudacity) {
-    throw Fault("vad: a label track belongs to one audio file");
-  }
-  if (!picture_file.empty()) {
-    if (audio_files.size() > 1) throw Fault("vad: --picture shows one audio file");
-    check_picture_name(picture_file);
-  }
-  say_unused_raw_options(raw, audio_files);
-  std::string lines = segment_header(format);
+  const auto tasks = file_tasks(files, Outputs::kShared, [this](const std::string&) { return extension_of(format); });
+  check(tasks);
+  say_unused_raw_options(raw, inputs_of(tasks));
+  std::string shared;
   std::optional<OutputFile> picture;
-  FileLoop loop("vad", static_cast<int>(audio_files.size()));
-  loop.run(audio_files, [&](const std::string& file) { lines += lines_of(file, picture); });
-  write_report(output_file, lines);
+  FileLoop loop("vad", tasks, files.jobs, files.stop_at_fault);
+  loop.run([&] {
+    return [&](const FileTask& task, FileTurn& turn) {
+      const std::string lines = lines_of(task.input, picture, turn);
+      if (!task.output.empty()) return write_report(task.output, segment_header(format) + lines);
+      turn.post([&shared, lines] { shared += lines; }, lines.size());
+    };
+  });
+  if (files.output_folder.empty()) write_report(files.output, segment_header(format) + shared);
   if (picture) picture->commit();
   loop.finish();
 }
@@ -87,8 +106,8 @@ void VadCommand::run() const {
 void add_vad(CLI::App& program) {
   CLI::App* const command = program.add_subcommand("vad", "Find the segments of audio files that hold speech");
   const auto options = std::make_shared<VadCommand>();
-  command->add_option("audio", options->audio_files, "WAV, FLAC, ... or .raw (16-bit, one channel)")->required();
-  command->add_option("-o,--output", options->output_file, "File to write (default: standard output)");
+  add_file_options(*command, options->files, Outputs::kShared, "WAV, FLAC, ... or .raw (16-bit, one channel)",
+                   "File to write (default: standard output)");
   add_choice(*command, "--format", options->format,
              {{"text", SegmentFormat::kText}, {"csv", SegmentFormat::kCsv}, {"audacity", SegmentFormat::kAudacity}},
              "text, csv, or audacity: a label track");

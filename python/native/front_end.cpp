@@ -8,7 +8,7 @@
 #include <pybind11/stl.h>
 
 #include "kivsr/speech/front/feature_chain.h"
-#include "native/batch.h"
+#include "kivsr/speech/io/batch.h"
 #include "native/bindings.h"
 #include "native/recipes.h"
 #include "native/rows.h"
@@ -150,12 +150,13 @@ py::list features_batch(const py::sequence& batch, const Recipe& recipe, std::op
   for (std::size_t i = 0; i < batch.size(); ++i) {
     all.emplace_back(py::object(batch[i]), "y[" + std::to_string(i) + "]", scale).require_some();
   }
-  const std::size_t threads = threads_of(jobs, all.size());
+  if (jobs < 0) throw py::value_error("jobs: not negative, 0 for one a processor");
+  const std::size_t threads = speech::batch_threads(jobs, all.size());
   std::vector<FeatureMatrix> rows(all.size());
   {
     const py::gil_scoped_release released;
     std::vector<std::optional<FeatureChain>> chains(threads);
-    run_batch(all.size(), threads, [&](std::size_t worker, std::size_t item) {
+    speech::run_batch(all.size(), threads, [&](std::size_t worker, std::size_t item) {
       if (!chains[worker]) chains[worker].emplace(recipe);
       rows[item] = run(*chains[worker], all[item]);
     });

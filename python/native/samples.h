@@ -1,6 +1,6 @@
 // NumPy arrays of samples as the speech library wants them: float, in units of a 16-bit integer, block by block. An
 // array is read where it lies, whatever its type and strides: what is copied is a block at a time.
-// Next: rows.h, matrices; batch.h, many arrays.
+// Next: rows.h, matrices.
 #pragma once
 
 #include <algorithm>

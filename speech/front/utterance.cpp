@@ -36,7 +36,7 @@ std::int64_t stream_rows(const std::filesystem::path& file, FeatureChain& chain,
 
 // What is known about the file, its frames aside.
 UtteranceInfo stream_audio(const std::filesystem::path& file, FeatureChain& chain, const RawFormat& raw,
-                           const RowTaker& take, std::size_t block) {
+                           const RowTaker& take, std::size_t block, const SampleTaker& listen) {
   const Recipe& recipe = chain.recipe();
   if (recipe.source != Source::kAudio) {
     throw Fault(file.string() + ": not a file of features, and the recipe starts from features, not from audio");
@@ -44,6 +44,7 @@ UtteranceInfo stream_audio(const std::filesystem::path& file, FeatureChain& chai
   MonoReader reader(file, recipe.front_end.sample_rate, raw);
   std::vector<float> samples;
   for (; reader.read(samples); samples.clear()) {
+    if (listen) listen(samples);
     std::span<const float> left = samples;
     while (!left.empty()) {
       const auto part = left.first(block == 0 ? left.size() : std::min(block, left.size()));
@@ -57,7 +58,7 @@ UtteranceInfo stream_audio(const std::filesystem::path& file, FeatureChain& chai
 }
 
 UtteranceInfo stream(const std::filesystem::path& file, FeatureChain& chain, const RawFormat& raw, const RowTaker& take,
-                     std::size_t block) {
+                     std::size_t block, const SampleTaker& listen) {
   std::int64_t frames = 0;
   const RowTaker checked = [&](const FeatureMatrix& rows) {
     require_finite(rows, file, frames);
@@ -68,7 +69,7 @@ UtteranceInfo stream(const std::filesystem::path& file, FeatureChain& chain, con
   if (is_feature_file(file)) {
     info.seconds = static_cast<double>(stream_rows(file, chain, checked)) * chain.recipe().frame_seconds();
   } else {
-    info = stream_audio(file, chain, raw, checked, block);
+    info = stream_audio(file, chain, raw, checked, block, listen);
   }
   chain.finish(checked);
   info.frames = frames;
@@ -80,9 +81,9 @@ UtteranceInfo stream(const std::filesystem::path& file, FeatureChain& chain, con
 }  // namespace
 
 UtteranceInfo stream_utterance(const std::filesystem::path& file, FeatureChain& chain, const RawFormat& raw,
-                               const RowTaker& take, std::size_t block) {
+                               const RowTaker& take, std::size_t block, const SampleTaker& listen) {
   try {
-    return stream(file, chain, raw, take, block);
+    return stream(file, chain, raw, take, block, listen);
   } catch (...) {
     chain = FeatureChain(chain.recipe());  // what it holds of this utterance is not for the next
     throw;

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <span>
 
 #include "kivsr/speech/front/feature_chain.h"
 #include "kivsr/speech/io/audio_file.h"
@@ -18,12 +20,15 @@ struct UtteranceInfo {
   int file_sample_rate = 0;  // before resampling; 0: a file of features
 };
 
+// Hears the samples at the recipe's rate before they become rows.
+using SampleTaker = std::function<void(std::span<const float> samples)>;
+
 // Hands the rows to take as they come; memory does not grow with the length of the file unless the recipe needs the
 // whole utterance. Throws Fault for a file that cannot be read, has rows of another width, holds a value that is not
 // finite or has no frame, and for audio where the recipe starts from features. block: samples that are read at a time;
 // 0: as suits.
 UtteranceInfo stream_utterance(const std::filesystem::path& file, FeatureChain& chain, const RawFormat& raw,
-                               const RowTaker& take, std::size_t block = 0);
+                               const RowTaker& take, std::size_t block = 0, const SampleTaker& listen = {});
 
 struct Utterance {
   FeatureMatrix features;

@@ -39,6 +39,15 @@ void Distortion::add(const FeatureMatrix& original, const FeatureMatrix& decoded
   }
 }
 
+void Distortion::add(const Distortion& other) {
+  frames_ += other.frames_;
+  for (std::size_t j = 0; j < columns_.size(); ++j) {
+    columns_[j].sum += other.columns_[j].sum;
+    columns_[j].squares += other.columns_[j].squares;
+    columns_[j].errors += other.columns_[j].errors;
+  }
+}
+
 double Distortion::variance(const Column& column) const {
   const double mean = column.sum / static_cast<double>(frames_);
   return std::max(0.0, column.squares / static_cast<double>(frames_) - mean * mean);

@@ -13,6 +13,8 @@ class Distortion {
   explicit Distortion(int width);
   // Matrices of the width and of the same height.
   void add(const FeatureMatrix& original, const FeatureMatrix& decoded);
+  // What another one of the same width has seen.
+  void add(const Distortion& other);
 
   std::int64_t frames() const { return frames_; }
   double root_mean_square_error(int column) const;
