@@ -86,9 +86,7 @@ void FeaturesCommand::stream_rows(const std::string& file, FeatureChain& chain, 
 }
 
 // The recipe of the command line as a file, or on standard output.
-void FeaturesCommand::explain() const {
-  write_report(recipe_file, recipe.recipe(files.files, raw).explained_text());
-}
+void FeaturesCommand::explain() const { write_report(recipe_file, recipe.recipe(files.files, raw).explained_text()); }
 
 // Adds the rows in the order of the files, or, of a file with a fault, none.
 void FeaturesCommand::gather(const std::string& file, FeatureChain& chain, FileTurn& turn,
@@ -127,7 +125,8 @@ void FeaturesCommand::write_statistics(const std::vector<FileTask>& tasks) const
   });
   if (sums.frames() < 2) throw Fault("features: statistics need at least two frames");
   ColumnMoments moments = sums.moments();
-  const bool computed = !std::all_of(inputs.begin(), inputs.end(), [](const auto& name) { return is_feature_file(name); });
+  const bool computed =
+      !std::all_of(inputs.begin(), inputs.end(), [](const auto& name) { return is_feature_file(name); });
   if (computed && sums.width() == chosen.width()) moments.columns = chosen.column_names();
 
   OutputFile output(files.output);
@@ -186,7 +185,7 @@ void FeaturesCommand::write_rows(const std::vector<FileTask>& tasks) const {
     if (!task.output.empty()) {
       format_of(task.output);
     } else if (picture_file.empty()) {
-      throw Fault("features: nothing to write, give --output, --output-folder or --picture");
+      throw Fault(task.place + task.input + ": nothing to write, give --output, --output-folder or --picture");
     }
   }
   const Recipe chosen = recipe.recipe(inputs_of(tasks), raw);

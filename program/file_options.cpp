@@ -112,11 +112,12 @@ void check_collisions(const std::vector<FileTask>& tasks) {
 
 void add_file_options(CLI::App& command, FileOptions& options, Outputs outputs, const std::string& help,
                       const std::string& output_help) {
-  command.add_option("audio", options.files,
-                     help + "; - is standard input" +
-                         (outputs == Outputs::kShared
-                              ? ""
-                              : ". Two names are an input and its output, without --output, --output-folder and --list"));
+  command.add_option(
+      "audio", options.files,
+      help + "; - is standard input" +
+          (outputs == Outputs::kShared
+               ? ""
+               : ". Two names are an input and its output, without --output, --output-folder and --list"));
   command.add_option("-o,--output", options.output, output_help + "; - is standard output");
   command.add_option("--list", options.list,
                      "File of further files, an input a line, or input and output; lines after # are comments; - is "

@@ -30,9 +30,9 @@ struct FileOptions {
 };
 
 enum class Outputs {
-  kOneEach,      // every file becomes one: of two arguments without --output, --output-folder and --list the second
+  kOneEach,        // every file becomes one: of two arguments without --output, --output-folder and --list the second
   kOneEachOrNone,  // the same, but nothing need be written
-  kShared        // all arguments are inputs; --output, or standard output, is for all of them, a folder for one each
+  kShared          // all arguments are inputs; --output, or standard output, is for all of them, a folder for one each
 };
 
 // The arguments, --output, --list, --output-folder, --jobs and --stop-at-fault. help: of the arguments.

@@ -176,9 +176,10 @@ void add_pitch(CLI::App& program) {
   CLI::App* const command = program.add_subcommand("pitch", "Fundamental frequency and voicing of audio files");
   const auto options = std::make_shared<PitchCommand>();
   PitchParameters& parameters = options->parameters;
-  add_file_options(*command, options->files, Outputs::kShared, "WAV, FLAC, ... or .raw (16-bit, one channel)",
-                   "File to write: .npy (rows of f0, correlation, probability), .csv, .txt or .PitchTier (default: text "
-                   "on standard output)");
+  add_file_options(
+      *command, options->files, Outputs::kShared, "WAV, FLAC, ... or .raw (16-bit, one channel)",
+      "File to write: .npy (rows of f0, correlation, probability), .csv, .txt or .PitchTier (default: text "
+      "on standard output)");
   command->add_option("--format", options->format, "On standard output text or csv, in a folder npy or pitchtier too")
       ->check(CLI::IsMember({"text", "csv", "npy", "pitchtier"}));
   command->add_option("--picture", options->picture_file, "PNG with waveform, spectrogram and pitch");

@@ -31,8 +31,7 @@ class PitchReport {
   // Behind the last frame of kPitchTier the numbers in the head are put in their place by overwrite.
   using Overwrite = std::function<void(std::int64_t position, std::string_view text)>;
 
-  PitchReport(PitchFormat format, const std::string& file, double frame_seconds, Write write,
-              Overwrite overwrite = {});
+  PitchReport(PitchFormat format, const std::string& file, double frame_seconds, Write write, Overwrite overwrite = {});
 
   // Nothing is written before the first frames: the file has shown then that it is audio.
   void append(std::span<const PitchFrame> frames);

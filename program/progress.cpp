@@ -12,7 +12,7 @@ namespace kivsr::program {
 
 namespace {
 
-constexpr double kSoonestGuess = 1.0;                           // s before the time that is left is said
+constexpr double kSoonestGuess = 1.0;                      // s before the time that is left is said
 constexpr auto kRedrawn = std::chrono::milliseconds(100);  // no oftener
 
 // 0:35, 12:07, 3:00:00.

@@ -359,10 +359,11 @@ void add_search_options(CLI::App& command, RecogniseCommand& options) {
 void add_recognise(CLI::App& program) {
   CLI::App* const command = program.add_subcommand("recognise", "Recognise the words of audio files");
   const auto options = std::make_shared<RecogniseCommand>();
-  add_file_options(*command, options->files, Outputs::kShared,
-                   "WAV, FLAC, ... or .raw (16-bit, one channel); or cepstra of the model's front end: .npy, .htk, .mfc "
-                   "or .csv",
-                   "File to write (default: standard output)");
+  add_file_options(
+      *command, options->files, Outputs::kShared,
+      "WAV, FLAC, ... or .raw (16-bit, one channel); or cepstra of the model's front end: .npy, .htk, .mfc "
+      "or .csv",
+      "File to write (default: standard output)");
   command->add_option("--model", options->model_name,
                       "Folder of the acoustic model, name of one that Debian installs, or file of a model of words");
   command->add_option("--dict", options->dictionary_file,

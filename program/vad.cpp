@@ -46,8 +46,7 @@ struct VadCommand {
 };
 
 // The lines about a file; its picture, if one is asked for, waits for the commit.
-std::string VadCommand::lines_of(const std::string& file, std::optional<OutputFile>& picture,
-                                 FileTurn& turn) const {
+std::string VadCommand::lines_of(const std::string& file, std::optional<OutputFile>& picture, FileTurn& turn) const {
   MonoReader reader(file, kAuroraRate, raw);
   SpeechSegmenter segmenter(arithmetic, rules, method);
   std::optional<SpeechPicture> drawing;
