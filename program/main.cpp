@@ -49,6 +49,7 @@ void watch_signals() {
 }
 
 void add_subcommands(CLI::App& program) {
+  kivsr::program::add_align(program);
   kivsr::program::add_enhance(program);
   kivsr::program::add_features(program);
   kivsr::program::add_info(program);

@@ -15,10 +15,10 @@
 
 #include "kivsr/speech/decode/mixture_scorer.h"
 #include "kivsr/speech/decode/ngram_language.h"
+#include "kivsr/speech/decode/phone_alignment.h"
 #include "kivsr/speech/decode/search_network.h"
 #include "kivsr/speech/decode/viterbi_search.h"
 #include "kivsr/speech/decode/word_errors.h"
-#include "kivsr/speech/front/recipe_fields.h"
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/binary_file.h"
@@ -34,8 +34,10 @@
 #include "program/numbers.h"
 #include "program/raw_options.h"
 #include "program/recognise_report.h"
+#include "program/recogniser_options.h"
 #include "program/report_text.h"
 #include "program/subcommands.h"
+#include "program/transcript_format.h"
 
 namespace kivsr::program {
 
@@ -44,24 +46,20 @@ namespace {
 struct RecogniseCommand {
   void run() const;
 
-  std::string model_name = "en-us";
-  std::string dictionary_file;
+  AcousticOptions acoustic;
   std::string grammar_file;
   std::string rule;
   std::string words;
   std::string ngram_file;
   std::string reference_file;
   ReportFormat format = ReportFormat::kText;
-  std::string noise_reduction;  // empty: as the model's recipe says
   bool alignment = false;
+  bool phones = false;
   bool skip_unknown = false;
-  bool equalise = false;
   FileOptions files;
   RawFormat raw;
-  ModelFloors floors;
   SearchWeights weights;
   Beams beams;
-  ScorerOptions scoring;
 
  private:
   struct Task {
@@ -75,11 +73,8 @@ struct RecogniseCommand {
   Task word_model_task() const;
   SearchNetwork network_of(WordNetwork words, const Dictionary& pronunciations, const AcousticModel& model) const;
   SearchNetwork ngram_network_of(const AcousticModel& model) const;
-  Recipe recipe_of(const AcousticModel& model) const;
-  RecognisedUtterance recognise(const std::string& file, const SearchNetwork& network, ViterbiSearch& search,
-                                FeatureChain& chain) const;
+  RecognisedUtterance recognise(const std::string& file, Worker& worker) const;
   WordNetwork word_network() const;
-  std::filesystem::path dictionary_path(const AcousticModel& model) const;
   Dictionary dictionary(const AcousticModel& model, const WordNetwork& network) const;
 };
 
@@ -117,16 +112,9 @@ WordNetwork RecogniseCommand::word_network() const {
                               : grammar_network(read_grammar(grammar_file), rule);
 }
 
-std::filesystem::path RecogniseCommand::dictionary_path(const AcousticModel& model) const {
-  const std::filesystem::path file =
-      dictionary_file.empty() ? find_model_dictionary(model.folder) : std::filesystem::path(dictionary_file);
-  if (file.empty()) throw Fault("recognise: the model " + model_name + " has no dictionary beside it, give --dict");
-  return file;
-}
-
 Dictionary RecogniseCommand::dictionary(const AcousticModel& model, const WordNetwork& network) const {
   const auto vocabulary = network.vocabulary();
-  return Dictionary::read(dictionary_path(model), &vocabulary);
+  return Dictionary::read(acoustic.dictionary_path(model), &vocabulary);
 }
 
 // Forms that consist of words with their times.
@@ -156,7 +144,7 @@ SearchNetwork RecogniseCommand::network_of(WordNetwork words_allowed, const Dict
 SearchNetwork RecogniseCommand::ngram_network_of(const AcousticModel& model) const {
   std::vector<std::string> unknown;
   SearchNetwork network =
-      build_ngram_network(read_ngram_model(ngram_file), dictionary_path(model), model, weights, unknown);
+      build_ngram_network(read_ngram_model(ngram_file), acoustic.dictionary_path(model), model, weights, unknown);
   if (!unknown.empty()) {
     std::fprintf(stderr, "kivsr: %zu words of the language model %s cannot be pronounced and are left out: \"%s\"%s\n",
                  unknown.size(), ngram_file.c_str(), unknown.front().c_str(), unknown.size() > 1 ? ", ..." : "");
@@ -166,11 +154,11 @@ SearchNetwork RecogniseCommand::ngram_network_of(const AcousticModel& model) con
 
 // A model of whole words knows how they are pronounced, and without anything else any sequence of them may be said.
 RecogniseCommand::Task RecogniseCommand::word_model_task() const {
-  WordRecogniser word_model = word_recogniser(read_word_model(model_name), model_name);
+  WordRecogniser word_model = word_recogniser(read_word_model(acoustic.model_name), acoustic.model_name);
   WordNetwork words_allowed =
-      grammar_file.empty() && words.empty() ? word_loop(word_model.words, model_name) : word_network();
-  const Dictionary pronunciations =
-      dictionary_file.empty() ? std::move(word_model.dictionary) : dictionary(word_model.acoustic, words_allowed);
+      grammar_file.empty() && words.empty() ? word_loop(word_model.words, acoustic.model_name) : word_network();
+  const Dictionary pronunciations = acoustic.dictionary_file.empty() ? std::move(word_model.dictionary)
+                                                                     : dictionary(word_model.acoustic, words_allowed);
   Task result;
   result.model = std::make_unique<AcousticModel>(std::move(word_model.acoustic));
   result.network = network_of(std::move(words_allowed), pronunciations, *result.model);
@@ -180,88 +168,21 @@ RecogniseCommand::Task RecogniseCommand::word_model_task() const {
 // The model, and what may be said.
 RecogniseCommand::Task RecogniseCommand::task() const {
   const int given = (grammar_file.empty() ? 0 : 1) + (words.empty() ? 0 : 1) + (ngram_file.empty() ? 0 : 1);
-  const bool whole_words = is_word_model_file(model_name);
+  const bool whole_words = is_word_model_file(acoustic.model_name);
   if (given > 1 || (given == 0 && !whole_words)) throw Fault("recognise: give one of --grammar, --words and --lm");
   if (whole_words && ngram_file.empty()) return word_model_task();
-  if (whole_words) throw Fault("recognise: --lm is for models of phones, " + model_name + " is one of words");
+  if (whole_words) throw Fault("recognise: --lm is for models of phones, " + acoustic.model_name + " is one of words");
   Task result;
   if (!ngram_file.empty()) {
-    result.model = std::make_unique<AcousticModel>(read_acoustic_model(find_model_folder(model_name), floors));
+    result.model = std::make_unique<AcousticModel>(acoustic.read_model());
     result.network = ngram_network_of(*result.model);
     return result;
   }
   WordNetwork words_allowed = word_network();
-  result.model = std::make_unique<AcousticModel>(read_acoustic_model(find_model_folder(model_name), floors));
+  result.model = std::make_unique<AcousticModel>(acoustic.read_model());
   const Dictionary pronunciations = dictionary(*result.model, words_allowed);
   result.network = network_of(std::move(words_allowed), pronunciations, *result.model);
   return result;
-}
-
-// The model's own, with what the command line adds for a difficult channel.
-Recipe RecogniseCommand::recipe_of(const AcousticModel& model) const {
-  Recipe recipe = model.recipe;
-  if (!noise_reduction.empty()) read_field(noise_reduction, recipe.noise_reduction.method);
-  if (equalise) {
-    if (recipe.source == Source::kFeatures) {
-      throw Fault("recognise: --equalise needs a model of cepstra, " + model_name + " was trained from features");
-    }
-    recipe.equalisation = Equalisation::kFromMean;
-  }
-  return recipe;
-}
-
-RecognisedUtterance RecogniseCommand::recognise(const std::string& file, const SearchNetwork& network,
-                                                ViterbiSearch& search, FeatureChain& chain) const {
-  const auto start = std::chrono::steady_clock::now();
-  const auto follow = [&](const FeatureMatrix& rows) {
-    for (int frame = 0; frame < rows.height(); ++frame) search.push(rows.row(frame));
-  };
-  UtteranceInfo info;
-  try {
-    info = stream_utterance(file, chain, raw, follow);
-  } catch (...) {
-    search.finish();  // what it holds of this file is not for the next
-    throw;
-  }
-  const Hypothesis hypothesis = search.finish();
-  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-
-  RecognisedUtterance utterance;
-  utterance.file = file;
-  utterance.words = spoken_words(hypothesis, network);
-  utterance.score = hypothesis.score;
-  utterance.complete = hypothesis.complete;
-  utterance.audio_seconds = info.seconds;
-  utterance.elapsed_seconds = elapsed.count();
-  if (alignment || with_times(format)) {
-    const double seconds = chain.recipe().frame_seconds();
-    for (const HypothesisWord& word : hypothesis.words) {
-      const SearchLabel& label = network.labels[static_cast<std::size_t>(word.label)];
-      utterance.alignment.push_back(
-          {label.word, word.first_frame * seconds, (word.last_frame + 1) * seconds, label.filler});
-    }
-  }
-  return utterance;
-}
-
-void RecogniseCommand::check_format(const std::vector<FileTask>& tasks) const {
-  if (alignment && format != ReportFormat::kText) throw Fault("recognise: --alignment is for the format text");
-  const auto shares = [](const FileTask& task) { return task.output.empty(); };
-  if ((format == ReportFormat::kSrt || format == ReportFormat::kTextGrid) && tasks.size() > 1 &&
-      std::any_of(tasks.begin(), tasks.end(), shares)) {
-    throw Fault("recognise: the formats srt and textgrid hold one recording, give --output-folder");
-  }
-}
-
-std::string extension_of(ReportFormat format) {
-  switch (format) {
-    case ReportFormat::kTsv: return ".tsv";
-    case ReportFormat::kJson: return ".json";
-    case ReportFormat::kCtm: return ".ctm";
-    case ReportFormat::kSrt: return ".srt";
-    case ReportFormat::kTextGrid: return ".TextGrid";
-    default: return ".txt";
-  }
 }
 
 // What one thread needs to recognise one file after the other.
@@ -269,17 +190,70 @@ struct RecogniseCommand::Worker {
   explicit Worker(const RecogniseCommand& options, const Task& given)
       : command(options),
         network(given.network),
-        scorer(make_mixture_scorer(*given.model, options.scoring)),
-        chain(options.recipe_of(*given.model)),
+        model(*given.model),
+        scorer(make_mixture_scorer(*given.model, options.acoustic.scoring)),
+        chain(options.acoustic.recipe_of(*given.model)),
         search(given.network, *given.model, *scorer, options.beams) {}
-  RecognisedUtterance recognise(const std::string& file) { return command.recognise(file, network, search, chain); }
+  RecognisedUtterance recognise(const std::string& file) { return command.recognise(file, *this); }
 
   const RecogniseCommand& command;
   const SearchNetwork& network;
+  const AcousticModel& model;
   std::unique_ptr<Scorer> scorer;
   FeatureChain chain;
   ViterbiSearch search;
 };
+
+RecognisedUtterance RecogniseCommand::recognise(const std::string& file, Worker& worker) const {
+  const auto start = std::chrono::steady_clock::now();
+  FeatureMatrix all_rows;  // for the phones
+  const auto follow = [&](const FeatureMatrix& rows) {
+    for (int frame = 0; frame < rows.height(); ++frame) worker.search.push(rows.row(frame));
+    if (!phones) return;
+    all_rows.width = rows.width;
+    all_rows.values.insert(all_rows.values.end(), rows.values.begin(), rows.values.end());
+  };
+  UtteranceInfo info;
+  try {
+    info = stream_utterance(file, worker.chain, raw, follow);
+  } catch (...) {
+    worker.search.finish();  // what it holds of this file is not for the next
+    throw;
+  }
+  const Hypothesis hypothesis = worker.search.finish();
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+
+  RecognisedUtterance utterance;
+  utterance.file = file;
+  utterance.words = spoken_words(hypothesis, worker.network);
+  utterance.score = hypothesis.score;
+  utterance.complete = hypothesis.complete;
+  utterance.audio_seconds = info.seconds;
+  utterance.elapsed_seconds = elapsed.count();
+  if (alignment || with_times(format)) {
+    const double seconds = worker.chain.recipe().frame_seconds();
+    utterance.alignment = word_times(hypothesis.words, worker.network, seconds);
+    if (phones) {
+      utterance.level = TimeLevel::kPhones;
+      const auto segments =
+          PhoneAligner(worker.network, worker.model, *worker.scorer).align(hypothesis.words, all_rows);
+      add_phone_times(utterance.alignment, segments, worker.model.definition, seconds, utterance.level);
+    }
+  }
+  return utterance;
+}
+
+void RecogniseCommand::check_format(const std::vector<FileTask>& tasks) const {
+  if (phones && !alignment && format != ReportFormat::kJson && format != ReportFormat::kTextGrid) {
+    throw Fault("recognise: --phones is for --alignment and the formats json and textgrid");
+  }
+  if (alignment && format != ReportFormat::kText) throw Fault("recognise: --alignment is for the format text");
+  const auto shares = [](const FileTask& task) { return task.output.empty(); };
+  if ((format == ReportFormat::kSrt || format == ReportFormat::kTextGrid) && tasks.size() > 1 &&
+      std::any_of(tasks.begin(), tasks.end(), shares)) {
+    throw Fault("recognise: the formats srt and textgrid hold one recording, give --output-folder");
+  }
+}
 
 // In one report, or each file in its own.
 void RecogniseCommand::recognise_all(const Task& given, const std::vector<FileTask>& tasks) const {
@@ -330,28 +304,9 @@ void add_search_options(CLI::App& command, RecogniseCommand& options) {
              "Factor of the grammar's log weights");
   add_number(command, "--insertion-penalty", options.weights.insertion_penalty, -10000, 10000,
              "Added to the log score for each word");
-  add_number(command, "--silence-penalty", options.weights.silence_penalty, -10000, 10000,
-             "Added to the log score for each silence");
-  add_number(command, "--noise-penalty", options.weights.noise_penalty, -10000, 10000,
-             "Added to the log score for each noise");
-  add_number(command, "--beam", options.beams.state, 0.001, 1e6,
-             "Log score behind the best at which a path is given up");
-  add_number(command, "--word-beam", options.beams.word, 0.001, 1e6, "The same between the ends of words");
-  add_number(command, "--most-phones", options.beams.phones, 0, 1'000'000'000,
-             "Phones that go on after a frame, the best; 0: any number");
-  add_number(command, "--phone-beam", options.beams.phone, 0.001, 1e6,
-             "Log score behind the best at which no phone is entered");
-  add_number(command, "--top", options.scoring.top, 0, 65536,
-             "Gaussians of each codebook and stream that are summed, the likeliest of those scored; 0: all");
-  add_choice(command, "--arithmetic", options.scoring.arithmetic,
-             {{"float", ScoreArithmetic::kSinglePrecision},
-              {"double", ScoreArithmetic::kDoublePrecision},
-              {"16s", ScoreArithmetic::kSixteenBits}},
-             "Of the Gaussians: float, double or 16s (16 bits)");
-  add_number(command, "--shortlist", options.scoring.shortlist, 0, 65536,
-             "Gaussians of each codebook and stream that are scored for a frame, 0: all");
-  add_number(command, "--variance-floor", options.floors.variance, 1e-20, 1e6, "Smallest variance of a Gaussian");
-  add_number(command, "--weight-floor", options.floors.mixture_weight, 0, 1, "Smallest mixture weight");
+  add_filler_options(command, options.weights);
+  add_beam_options(command, options.beams);
+  add_scoring_options(command, options.acoustic);
 }
 
 }  // namespace
@@ -364,10 +319,7 @@ void add_recognise(CLI::App& program) {
       "WAV, FLAC, ... or .raw (16-bit, one channel); or cepstra of the model's front end: .npy, .htk, .mfc "
       "or .csv",
       "File to write (default: standard output)");
-  command->add_option("--model", options->model_name,
-                      "Folder of the acoustic model, name of one that Debian installs, or file of a model of words");
-  command->add_option("--dict", options->dictionary_file,
-                      "Pronunciation dictionary (default: the one beside the model)");
+  add_acoustic_options(*command, options->acoustic);
   command->add_option("--grammar", options->grammar_file, "What may be said: a grammar in JSGF");
   command->add_option("--rule", options->rule, "Rule of the grammar to start with (default: all public rules)");
   command->add_option(
@@ -379,13 +331,8 @@ void add_recognise(CLI::App& program) {
                     "Leave out words without a pronunciation instead of stopping");
   command->add_option("--reference", options->reference_file,
                       "Transcriptions, lines \"words (utterance-id)\", to count word errors");
-  command->add_flag("--equalise", options->equalise,
-                    "Follow a channel that changes within an utterance (blind equalisation)");
-  command
-      ->add_option("--noise-reduction", options->noise_reduction,
-                   "none, mcra-wiener or mcra-emns (default: as the model's recipe says)")
-      ->check(CLI::IsMember({"none", "mcra-wiener", "mcra-emns"}));
   command->add_flag("--alignment", options->alignment, "Print start and end of each word in seconds");
+  command->add_flag("--phones", options->phones, "Tell the phones of the words with their times too");
   add_choice(*command, "--format", options->format,
              {{"text", ReportFormat::kText},
               {"tsv", ReportFormat::kTsv},

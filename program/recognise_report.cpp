@@ -33,6 +33,9 @@ std::string RecogniseReport::text_of(const RecognisedUtterance& utterance) const
   text += utterance.complete ? "]\n" : "] (not a complete sentence)\n";
   for (const AlignedWord& word : utterance.alignment) {
     text += formatted("  %8.2f %8.2f  ", word.start, word.end) + word.word + "\n";
+    for (const AlignedPhone& phone : word.phones) {
+      text += formatted("  %8.2f %8.2f    ", phone.start, phone.end) + phone.phone + "\n";
+    }
   }
   return text;
 }

@@ -9,15 +9,9 @@
 
 #include "kivsr/speech/decode/word_errors.h"
 #include "program/speech_names.h"
+#include "program/word_times.h"
 
 namespace kivsr::program {
-
-struct AlignedWord {
-  std::string word;
-  double start = 0.0;  // seconds
-  double end = 0.0;
-  bool filler = false;
-};
 
 struct RecognisedUtterance {
   std::string file;
@@ -28,7 +22,8 @@ struct RecognisedUtterance {
   double elapsed_seconds = 0.0;
   std::vector<std::string> reference;
   WordErrors errors;
-  std::vector<AlignedWord> alignment;  // silence and noise included
+  std::vector<AlignedWord> alignment;   // silence and noise included
+  TimeLevel level = TimeLevel::kWords;  // the deepest that is told
 };
 
 enum class ReportFormat { kText, kTsv, kJson, kCtm, kSrt, kTextGrid };

@@ -10,6 +10,7 @@ class App;
 
 namespace kivsr::program {
 
+void add_align(CLI::App& program);
 void add_enhance(CLI::App& program);
 void add_features(CLI::App& program);
 void add_help(CLI::App& program);

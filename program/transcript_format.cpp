@@ -20,25 +20,85 @@ std::string srt_time(double seconds) {
                    milliseconds / 1000 % 60, milliseconds % 1000);
 }
 
+nlohmann::ordered_json phone_object(const AlignedPhone& phone) {
+  nlohmann::ordered_json object{{"phone", phone.phone}, {"start", phone.start}, {"end", phone.end}};
+  for (const AlignedState& state : phone.states) {
+    object["states"].push_back({{"state", state.place}, {"start", state.start}, {"end", state.end}});
+  }
+  return object;
+}
+
+nlohmann::ordered_json word_object(const AlignedWord& word) {
+  nlohmann::ordered_json object{{"word", word.word}, {"start", word.start}, {"end", word.end}};
+  for (const AlignedPhone& phone : word.phones) object["phones"].push_back(phone_object(phone));
+  return object;
+}
+
+struct Interval {
+  double start;
+  double end;
+  std::string text;  // empty: silence or noise among words
+};
+
+std::vector<Interval> intervals(const std::vector<AlignedWord>& words, TimeLevel level) {
+  std::vector<Interval> result;
+  for (const AlignedWord& word : words) {
+    if (level == TimeLevel::kWords) result.push_back({word.start, word.end, word.filler ? std::string() : word.word});
+    for (const AlignedPhone& phone : word.phones) {
+      if (level == TimeLevel::kPhones) result.push_back({phone.start, phone.end, phone.phone});
+      if (level != TimeLevel::kStates) continue;
+      for (const AlignedState& state : phone.states) {
+        result.push_back({state.start, state.end, state_name(phone, state)});
+      }
+    }
+  }
+  return result;
+}
+
+std::string grid_tier(const std::string& name, const std::vector<Interval>& parts, double end) {
+  std::string text = "        class = \"IntervalTier\"\n        name = \"" + name + "\"\n";
+  text += formatted("        xmin = 0\n        xmax = %.6f\n        intervals: size = %zu\n", end, parts.size());
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    text += formatted("        intervals [%zu]:\n            xmin = %.6f\n            xmax = %.6f\n            text = ",
+                      i + 1, parts[i].start, parts[i].end);
+    text += in_quotes(parts[i].text) + "\n";
+  }
+  return text;
+}
+
 }  // namespace
+
+std::string state_name(const AlignedPhone& phone, const AlignedState& state) {
+  return phone.phone + "." + std::to_string(state.place);
+}
+
+std::string extension_of(ReportFormat format) {
+  switch (format) {
+    case ReportFormat::kTsv: return ".tsv";
+    case ReportFormat::kJson: return ".json";
+    case ReportFormat::kCtm: return ".ctm";
+    case ReportFormat::kSrt: return ".srt";
+    case ReportFormat::kTextGrid: return ".TextGrid";
+    default: return ".txt";
+  }
+}
 
 std::string json_line(const RecognisedUtterance& utterance) {
   nlohmann::ordered_json line{{"file", utterance.file},         {"text", joined(utterance.words)},
                               {"score", utterance.score},       {"seconds", utterance.audio_seconds},
                               {"complete", utterance.complete}, {"words", nlohmann::ordered_json::array()}};
   for (const AlignedWord& word : utterance.alignment) {
-    if (word.filler) continue;
-    line["words"].push_back({{"word", word.word}, {"start", word.start}, {"end", word.end}});
+    if (!word.filler) line["words"].push_back(word_object(word));
   }
   return line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
-std::string ctm_lines(const RecognisedUtterance& utterance) {
+std::string ctm_lines(const RecognisedUtterance& utterance, TimeLevel level) {
   const std::string name = std::filesystem::path(utterance.file).stem().string();
   std::string text;
-  for (const AlignedWord& word : utterance.alignment) {
-    if (word.filler) continue;
-    text += name + formatted(" 1 %.2f %.2f ", word.start, word.end - word.start) + word.word + "\n";
+  for (const Interval& interval : intervals(utterance.alignment, level)) {
+    if (interval.text.empty()) continue;
+    text += name + formatted(" 1 %.2f %.2f ", interval.start, interval.end - interval.start) + interval.text + "\n";
   }
   return text;
 }
@@ -70,16 +130,13 @@ std::string srt_text(const RecognisedUtterance& utterance) {
 
 std::string text_grid(const RecognisedUtterance& utterance) {
   const double end = utterance.alignment.empty() ? utterance.audio_seconds : utterance.alignment.back().end;
+  const int tiers = static_cast<int>(utterance.level) + 1;
   std::string text = "File type = \"ooTextFile\"\nObject class = \"TextGrid\"\n\n";
-  text += formatted("xmin = 0\nxmax = %.6f\ntiers? <exists>\nsize = 1\nitem []:\n    item [1]:\n", end);
-  text += formatted(
-      "        class = \"IntervalTier\"\n        name = \"words\"\n        xmin = 0\n        xmax = %.6f\n", end);
-  text += formatted("        intervals: size = %zu\n", utterance.alignment.size());
-  for (std::size_t i = 0; i < utterance.alignment.size(); ++i) {
-    const AlignedWord& word = utterance.alignment[i];
-    text += formatted("        intervals [%zu]:\n            xmin = %.6f\n            xmax = %.6f\n            text = ",
-                      i + 1, word.start, word.end);
-    text += in_quotes(word.filler ? std::string() : word.word) + "\n";
+  text += formatted("xmin = 0\nxmax = %.6f\ntiers? <exists>\nsize = %d\nitem []:\n", end, tiers);
+  const char* const names[] = {"words", "phones", "states"};
+  for (int tier = 0; tier < tiers; ++tier) {
+    text += formatted("    item [%d]:\n", tier + 1);
+    text += grid_tier(names[tier], intervals(utterance.alignment, static_cast<TimeLevel>(tier)), end);
   }
   return text;
 }

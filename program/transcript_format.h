@@ -9,11 +9,17 @@ namespace kivsr::program {
 
 // One object on one line, with the words and their times.
 std::string json_line(const RecognisedUtterance& utterance);
-// NIST time-marked words: recording, channel, start, duration, word; without silence and noise.
-std::string ctm_lines(const RecognisedUtterance& utterance);
+// NIST time-marked words: recording, channel, start, duration, word; without silence and noise. For other levels phones
+// or the states of phones instead, with silence and noise.
+std::string ctm_lines(const RecognisedUtterance& utterance, TimeLevel level = TimeLevel::kWords);
 // Subtitles: a cue ends at half a second of silence, and before it grows longer than 60 characters or six seconds.
 std::string srt_text(const RecognisedUtterance& utterance);
-// Praat: one tier of words, silence and noise being empty intervals.
+// Praat: a tier of words, silence and noise being empty intervals, and tiers of phones and of states where they are
+// told.
 std::string text_grid(const RecognisedUtterance& utterance);
+// Of a file in that form, with the dot.
+std::string extension_of(ReportFormat format);
+// "AH.0", the first state of the phone AH.
+std::string state_name(const AlignedPhone& phone, const AlignedState& state);
 
 }  // namespace kivsr::program

@@ -11,7 +11,7 @@
 namespace kivsr::speech {
 namespace {
 
-constexpr std::size_t kMostEntries = 5'000'000;
+constexpr std::size_t kMostArcs = 5'000'000;
 
 std::string place(const WordNetwork& words, const WordArc& arc) {
   if (arc.position.line == 0) return words.source;
@@ -46,14 +46,15 @@ std::vector<std::vector<int>> pronunciations(const std::string& word, const Dict
 class GrammarBuilder {
  public:
   GrammarBuilder(const WordNetwork& words, const Dictionary& dictionary, const AcousticModel& model,
-                 LexiconForest& forest, GrammarLanguage& language)
+                 SearchNetwork& network, GrammarLanguage& language)
       : words_(words),
         dictionary_(dictionary),
         model_(model),
-        forest_(forest),
+        network_(network),
         states_(language.states_),
         arcs_(language.arcs_),
-        arcs_from_(static_cast<std::size_t>(words.nodes)) {}
+        arcs_from_(static_cast<std::size_t>(words.nodes)),
+        labels_(words.words.size()) {}
 
   void build(const SearchWeights& weights) {
     scale_weights(weights);
@@ -138,36 +139,47 @@ class GrammarBuilder {
     std::vector<LanguageWord> tree;
     for (const auto& [index, weight] : followers) {
       const WordArc& arc = words_.arcs[static_cast<std::size_t>(index)];
-      std::string reason;
-      const auto sequences =
-          pronunciations(words_.words[static_cast<std::size_t>(arc.word)], dictionary_, model_, reason);
-      if (sequences.empty()) throw Fault(place(words_, arc) + ": " + reason);
-      const int name = static_cast<int>(arcs_.size());
-      arcs_.push_back({weight, state_of(arc.to), arc.word});
-      for (const auto& phones : sequences) tree.push_back({name, phones, weight});
-      entries_ += sequences.size();
-      if (entries_ > kMostEntries) throw Fault(words_.source + ": too many words can follow each other");
+      const int next = state_of(arc.to);
+      for (const int label : labels_of(arc)) {
+        const std::span<const int> phones = network_.phones_of(label);
+        tree.push_back({static_cast<int>(arcs_.size()), {phones.begin(), phones.end()}, weight});
+        arcs_.push_back({weight, next, label});
+      }
+      if (arcs_.size() > kMostArcs) throw Fault(words_.source + ": too many words can follow each other");
     }
-    return known->second = forest_.add_tree(std::move(tree));
+    return known->second = network_.forest->add_tree(std::move(tree));
+  }
+
+  // One for each pronunciation of its word.
+  const std::vector<int>& labels_of(const WordArc& arc) {
+    std::vector<int>& labels = labels_[static_cast<std::size_t>(arc.word)];
+    if (!labels.empty()) return labels;
+    const std::string& word = words_.words[static_cast<std::size_t>(arc.word)];
+    std::string reason;
+    for (const std::vector<int>& phones : pronunciations(word, dictionary_, model_, reason)) {
+      labels.push_back(network_.add_label(word, phones));
+    }
+    if (labels.empty()) throw Fault(place(words_, arc) + ": " + reason);
+    return labels;
   }
 
   const WordNetwork& words_;
   const Dictionary& dictionary_;
   const AcousticModel& model_;
-  LexiconForest& forest_;
+  SearchNetwork& network_;
   std::vector<GrammarLanguage::State>& states_;
   std::vector<SearchLanguage::Step>& arcs_;
   std::vector<float> scaled_;                // weight of each arc of the network
   std::vector<std::vector<int>> arcs_from_;  // [node of the network]
   std::map<int, int> indices_;               // state of a node of the network
   std::vector<int> nodes_;                   // node of each state
+  std::vector<std::vector<int>> labels_;     // [word of the network]
   std::map<Followers, int> trees_;           // states with the same words and weights share a tree
-  std::size_t entries_ = 0;
 };
 
 GrammarLanguage::GrammarLanguage(const WordNetwork& words, const Dictionary& dictionary, const AcousticModel& model,
-                                 const SearchWeights& weights, LexiconForest& forest) {
-  GrammarBuilder(words, dictionary, model, forest, *this).build(weights);
+                                 const SearchWeights& weights, SearchNetwork& network) {
+  GrammarBuilder(words, dictionary, model, network, *this).build(weights);
 }
 
 }  // namespace kivsr::speech

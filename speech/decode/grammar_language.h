@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "kivsr/speech/decode/lexicon_tree.h"
 #include "kivsr/speech/decode/search_language.h"
+#include "kivsr/speech/decode/search_network.h"
 #include "kivsr/speech/decode/word_network.h"
 #include "kivsr/speech/models/acoustic_model.h"
 #include "kivsr/speech/models/dictionary.h"
@@ -19,10 +19,10 @@ std::vector<std::vector<int>> pronunciations(const std::string& word, const Dict
 
 class GrammarLanguage : public SearchLanguage {
  public:
-  // Adds its trees to the forest; labels are the words of the network. Throws Fault for a word that cannot be
+  // Adds its trees to the forest and a label for each pronunciation of a word. Throws Fault for a word that cannot be
   // pronounced and for a network in which no sentence is possible.
   GrammarLanguage(const WordNetwork& words, const Dictionary& dictionary, const AcousticModel& model,
-                  const SearchWeights& weights, LexiconForest& forest);
+                  const SearchWeights& weights, SearchNetwork& network);
 
   int states() const override { return static_cast<int>(states_.size()); }
   int start() const override { return 0; }

@@ -25,7 +25,7 @@ NgramLanguage::NgramLanguage(NgramModel model, const std::filesystem::path& dict
     phones.try_emplace(acoustic.definition.phones[phone].name, static_cast<int>(phone));
   }
   std::vector<LanguageWord> tree;
-  std::vector<int> arcs(static_cast<std::size_t>(model_.words()), -1);
+  std::vector<char> pronounceable(static_cast<std::size_t>(model_.words()), 0);
   const auto wanted = [this](std::string_view name) { return model_.find_word(name) >= 0 && !is_mark(name); };
   Dictionary::visit(dictionary, wanted, [&](std::string_view name, std::span<const std::string_view> pronunciation) {
     LanguageWord entry;
@@ -34,18 +34,13 @@ NgramLanguage::NgramLanguage(NgramModel model, const std::filesystem::path& dict
       if (known == phones.end()) return;
       entry.phones.push_back(known->second);
     }
-    const int word = model_.find_word(name);
-    int& arc = arcs[static_cast<std::size_t>(word)];
-    if (arc < 0) {
-      arc = static_cast<int>(words_.size());
-      words_.push_back(word);
-      network.labels.push_back({std::string(name), false});
-    }
-    entry.arc = arc;
+    words_.push_back(model_.find_word(name));
+    pronounceable[static_cast<std::size_t>(words_.back())] = 1;
+    entry.arc = network.add_label(std::string(name), entry.phones);
     tree.push_back(std::move(entry));
   });
   for (int word = 0; word < model_.words(); ++word) {
-    if (arcs[static_cast<std::size_t>(word)] < 0 && !is_mark(model_.word(word))) {
+    if (pronounceable[static_cast<std::size_t>(word)] == 0 && !is_mark(model_.word(word))) {
       unpronounceable_.push_back(model_.word(word));
     }
   }

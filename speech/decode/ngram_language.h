@@ -15,7 +15,7 @@ namespace kivsr::speech {
 
 class NgramLanguage : public SearchLanguage {
  public:
-  // Adds its tree to the network's forest and its words to the labels.
+  // Adds its tree to the network's forest, and to its labels, which have to be empty, the pronunciations of its words.
   NgramLanguage(NgramModel model, const std::filesystem::path& dictionary, const AcousticModel& acoustic,
                 const SearchWeights& weights, SearchNetwork& network);
 
@@ -34,7 +34,7 @@ class NgramLanguage : public SearchLanguage {
   int start_ = 0;
   int end_ = -1;  // the word that ends a sentence
   int tree_ = 0;
-  std::vector<int> words_;  // [arc]: word of the model
+  std::vector<int> words_;  // [arc, which is a label]: word of the model
   std::vector<std::string> unpronounceable_;
 };
 

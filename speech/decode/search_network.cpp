@@ -1,6 +1,7 @@
 #include "kivsr/speech/decode/search_network.h"
 
 #include <set>
+#include <utility>
 
 #include "kivsr/speech/decode/grammar_language.h"
 #include "kivsr/speech/io/fault.h"
@@ -12,6 +13,12 @@ constexpr const char* kSilence = "<sil>";
 
 }  // namespace
 
+int SearchNetwork::add_label(std::string word, std::span<const int> pronunciation, bool filler) {
+  labels.push_back({std::move(word), filler, static_cast<int>(phones.size()), static_cast<int>(pronunciation.size())});
+  phones.insert(phones.end(), pronunciation.begin(), pronunciation.end());
+  return static_cast<int>(labels.size()) - 1;
+}
+
 void add_fillers(SearchNetwork& network, const AcousticModel& model, const SearchWeights& weights) {
   std::set<std::vector<int>> seen;
   std::vector<LanguageWord> tree;
@@ -22,8 +29,7 @@ void add_fillers(SearchNetwork& network, const AcousticModel& model, const Searc
       if (!seen.insert(phones).second) continue;
       const float weight = word == kSilence ? weights.silence_penalty : weights.noise_penalty;
       tree.push_back({static_cast<int>(network.fillers.size()), phones, weight});
-      network.fillers.push_back({static_cast<int>(network.labels.size()), weight});
-      network.labels.push_back({word, true});
+      network.fillers.push_back({network.add_label(word, phones, true), weight});
     }
     if (!reason.empty()) throw Fault(model.fillers.file().string() + ": " + reason);
   }
@@ -34,8 +40,7 @@ SearchNetwork build_search_network(const WordNetwork& words, const Dictionary& d
                                    const SearchWeights& weights) {
   SearchNetwork network;
   network.forest = std::make_unique<LexiconForest>(model.definition);
-  for (const std::string& word : words.words) network.labels.push_back({word, false});
-  network.language = std::make_unique<GrammarLanguage>(words, dictionary, model, weights, *network.forest);
+  network.language = std::make_unique<GrammarLanguage>(words, dictionary, model, weights, network);
   add_fillers(network, model, weights);
   return network;
 }

@@ -2,7 +2,9 @@
 // how they sound; between words silence and noise. Next: viterbi_search.h.
 #pragma once
 
+#include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -14,9 +16,12 @@
 
 namespace kivsr::speech {
 
+// A word with one of its pronunciations.
 struct SearchLabel {
   std::string word;
   bool filler = false;
+  int first_phone = 0;  // of the pronunciation, index into SearchNetwork::phones
+  int phones = 0;
 };
 
 struct SearchFiller {
@@ -30,6 +35,13 @@ struct SearchNetwork {
   int filler_tree = -1;               // its arcs are indices into fillers
   std::vector<SearchFiller> fillers;  // silence and noises
   std::vector<SearchLabel> labels;
+  std::vector<int> phones;
+
+  int add_label(std::string word, std::span<const int> pronunciation, bool filler = false);
+  std::span<const int> phones_of(int label) const {
+    const SearchLabel& known = labels[static_cast<std::size_t>(label)];
+    return {phones.data() + known.first_phone, static_cast<std::size_t>(known.phones)};
+  }
 };
 
 // Throws Fault for a word that the dictionary does not have or whose phones the model does not have, and for a network

@@ -176,4 +176,19 @@ WordNetwork word_loop(const std::vector<std::string>& words, const std::string& 
   return network;
 }
 
+WordNetwork word_sequence(const std::vector<std::string>& words, const std::string& source) {
+  WordNetwork network;
+  network.source = source;
+  network.nodes = static_cast<int>(words.size()) + 1;
+  network.final = network.nodes - 1;
+  std::map<std::string, int> indices;
+  for (int place = 0; place < network.final; ++place) {
+    const std::string& word = words[static_cast<std::size_t>(place)];
+    const auto [known, added] = indices.try_emplace(word, static_cast<int>(network.words.size()));
+    if (added) network.words.push_back(word);
+    network.arcs.push_back({place, place + 1, known->second, 0.0F, {}});
+  }
+  return network;
+}
+
 }  // namespace kivsr::speech

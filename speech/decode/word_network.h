@@ -37,4 +37,7 @@ WordNetwork grammar_network(const Grammar& grammar, const std::string& rule = {}
 // One or more of the words, each as likely as the others. Throws Fault for an empty list.
 WordNetwork word_loop(const std::vector<std::string>& words, const std::string& source);
 
+// These words one after another.
+WordNetwork word_sequence(const std::vector<std::string>& words, const std::string& source);
+
 }  // namespace kivsr::speech

@@ -83,6 +83,16 @@ TEST(Recognise, WordLoopAlignmentAndReference) {
   EXPECT_NEAR(last, 2.79, 0.03);
 }
 
+TEST(Recognise, PhonesOfTheWords) {
+  const std::string options =
+      "recognise --phones --words go,forward,ten,meters " + quoted(kTestData / "goforward.raw") + " ";
+  const CommandResult json = run_kivsr(options + "--format json");
+  EXPECT_NE(json.output.find("\"phones\":[{\"phone\":\"G\",\"start\":0.4"), std::string::npos) << json.output;
+  EXPECT_NE(run_kivsr(options + "--format textgrid").output.find("name = \"phones\""), std::string::npos);
+  EXPECT_NE(run_kivsr(options + "--alignment").output.find("    OW\n"), std::string::npos);
+  EXPECT_EQ(run_kivsr(options).status, 2);
+}
+
 // What --words means: a list however long, a file by its name or with @ in front, a pipe; never a mistyped name.
 TEST(Recognise, WordsAreAListOrAFile) {
   const TemporaryFolder folder;

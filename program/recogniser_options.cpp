@@ -1,0 +1,74 @@
+#include "program/recogniser_options.h"
+
+#include <CLI/CLI.hpp>
+
+#include "kivsr/speech/front/recipe_fields.h"
+#include "kivsr/speech/io/fault.h"
+#include "program/choices.h"
+#include "program/numbers.h"
+
+namespace kivsr::program {
+
+AcousticModel AcousticOptions::read_model() const { return read_acoustic_model(find_model_folder(model_name), floors); }
+
+std::filesystem::path AcousticOptions::dictionary_path(const AcousticModel& model) const {
+  const std::filesystem::path file =
+      dictionary_file.empty() ? find_model_dictionary(model.folder) : std::filesystem::path(dictionary_file);
+  if (file.empty()) throw Fault("the model " + model_name + " has no dictionary beside it, give --dict");
+  return file;
+}
+
+Recipe AcousticOptions::recipe_of(const AcousticModel& model) const {
+  Recipe recipe = model.recipe;
+  if (!noise_reduction.empty()) read_field(noise_reduction, recipe.noise_reduction.method);
+  if (equalise) {
+    if (recipe.source == Source::kFeatures) {
+      throw Fault("--equalise needs a model of cepstra, " + model_name + " was trained from features");
+    }
+    recipe.equalisation = Equalisation::kFromMean;
+  }
+  return recipe;
+}
+
+void add_acoustic_options(CLI::App& command, AcousticOptions& options) {
+  command.add_option("--model", options.model_name,
+                     "Folder of the acoustic model, name of one that Debian installs, or file of a model of words");
+  command.add_option("--dict", options.dictionary_file, "Pronunciation dictionary (default: the one beside the model)");
+  command.add_flag("--equalise", options.equalise,
+                   "Follow a channel that changes within an utterance (blind equalisation)");
+  command
+      .add_option("--noise-reduction", options.noise_reduction,
+                  "none, mcra-wiener or mcra-emns (default: as the model's recipe says)")
+      ->check(CLI::IsMember({"none", "mcra-wiener", "mcra-emns"}));
+}
+
+void add_scoring_options(CLI::App& command, AcousticOptions& options) {
+  add_number(command, "--top", options.scoring.top, 0, 65536,
+             "Gaussians of each codebook and stream that are summed, the likeliest of those scored; 0: all");
+  add_choice(command, "--arithmetic", options.scoring.arithmetic,
+             {{"float", ScoreArithmetic::kSinglePrecision},
+              {"double", ScoreArithmetic::kDoublePrecision},
+              {"16s", ScoreArithmetic::kSixteenBits}},
+             "Of the Gaussians: float, double or 16s (16 bits)");
+  add_number(command, "--shortlist", options.scoring.shortlist, 0, 65536,
+             "Gaussians of each codebook and stream that are scored for a frame, 0: all");
+  add_number(command, "--variance-floor", options.floors.variance, 1e-20, 1e6, "Smallest variance of a Gaussian");
+  add_number(command, "--weight-floor", options.floors.mixture_weight, 0, 1, "Smallest mixture weight");
+}
+
+void add_filler_options(CLI::App& command, SearchWeights& weights) {
+  add_number(command, "--silence-penalty", weights.silence_penalty, -10000, 10000,
+             "Added to the log score for each silence");
+  add_number(command, "--noise-penalty", weights.noise_penalty, -10000, 10000, "Added to the log score for each noise");
+}
+
+void add_beam_options(CLI::App& command, Beams& beams) {
+  add_number(command, "--beam", beams.state, 0.001, 1e6, "Log score behind the best at which a path is given up");
+  add_number(command, "--word-beam", beams.word, 0.001, 1e6, "The same between the ends of words");
+  add_number(command, "--most-phones", beams.phones, 0, 1'000'000'000,
+             "Phones that go on after a frame, the best; 0: any number");
+  add_number(command, "--phone-beam", beams.phone, 0.001, 1e6,
+             "Log score behind the best at which no phone is entered");
+}
+
+}  // namespace kivsr::program

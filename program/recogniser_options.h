@@ -1,0 +1,41 @@
+// Options of the subcommands that search with an acoustic model: which one, how it is scored, how wide the search is.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "kivsr/speech/decode/mixture_scorer.h"
+#include "kivsr/speech/decode/search_language.h"
+#include "kivsr/speech/decode/viterbi_search.h"
+#include "kivsr/speech/front/recipe.h"
+#include "kivsr/speech/models/acoustic_model.h"
+#include "program/speech_names.h"
+
+namespace CLI {
+class App;
+}
+
+namespace kivsr::program {
+
+struct AcousticOptions {
+  std::string model_name = "en-us";
+  std::string dictionary_file;
+  std::string noise_reduction;  // empty: as the model's recipe says
+  bool equalise = false;
+  ModelFloors floors;
+  ScorerOptions scoring;
+
+  AcousticModel read_model() const;
+  // The one that was given, else the one beside the model.
+  std::filesystem::path dictionary_path(const AcousticModel& model) const;
+  // The model's own, with what the command line adds for a difficult channel.
+  Recipe recipe_of(const AcousticModel& model) const;
+};
+
+void add_acoustic_options(CLI::App& command, AcousticOptions& options);
+void add_scoring_options(CLI::App& command, AcousticOptions& options);
+void add_filler_options(CLI::App& command, SearchWeights& weights);
+void add_beam_options(CLI::App& command, Beams& beams);
+
+}  // namespace kivsr::program
