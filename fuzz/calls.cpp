@@ -142,7 +142,7 @@ class Calls {
 
   bool kept_what_was_read() const {
     for (const auto& [begin, bytes] : read_) {
-      if (std::memcmp(begin, bytes.data(), bytes.size()) != 0) return false;
+      if (!bytes.empty() && std::memcmp(begin, bytes.data(), bytes.size()) != 0) return false;
     }
     return true;
   }
