@@ -8,7 +8,7 @@ SHELL := /bin/bash
 # What the C library's own tests are called; the rest looks at the package as a host of x86 sees it.
 LIBRARY_TESTS := -R '^(core|frame|vector|frontend|scoring|training|vq|aurora|noise|foundation|selftest|interface)$$'
 
-.PHONY: demo test check check-threads check-reference check-tidy check-generic check-arm64 fuzz bench docs python install format clean
+.PHONY: demo test check check-sanitizers check-threads check-reference check-tidy check-generic check-arm64 fuzz bench docs python install format clean
 
 demo:
 	@scripts/setup
@@ -21,14 +21,20 @@ demo:
 test:
 	@scripts/setup test
 	@scripts/check-format
-	@for preset in x86_64 i386 asan; do \
+	@for preset in x86_64 i386; do \
 	  echo "== $$preset"; \
 	  cmake --preset $$preset >/dev/null && cmake --build --preset $$preset -j$(JOBS) | scripts/progress && \
 	  ctest --test-dir build/$$preset --output-on-failure -j$(JOBS) || exit 1; \
 	done
 
 # What the test command does not cover.
-check: check-threads check-reference check-tidy check-generic check-arm64
+check: check-sanitizers check-threads check-reference check-tidy check-generic check-arm64
+
+# The tests and the seeds of the fuzz targets under the address and undefined-behaviour sanitizers, by clang.
+check-sanitizers:
+	@scripts/setup test
+	@cmake --preset asan >/dev/null && cmake --build --preset asan -j$(JOBS) | scripts/progress
+	@ctest --test-dir build/asan --output-on-failure -j$(JOBS)
 
 # Objects that threads share, under the thread sanitizer: every other test runs on one thread.
 check-threads:
@@ -39,9 +45,8 @@ check-threads:
 # Every public function documented, every parameter of it.
 check-reference: docs
 
-check-tidy:
-	@scripts/setup test check
-	@cmake --preset asan >/dev/null && cmake --build --preset asan -j$(JOBS) | scripts/progress
+check-tidy: check-sanitizers
+	@scripts/setup check
 	@scripts/tidy build/asan $(JOBS)
 
 # The library without any instruction set's own file.

@@ -177,7 +177,7 @@ void run_noise(Bytes bytes) {
   const int length = parameters.integer();
   int size = 0;
   if (!usable(kivsGetSizeMCRA_32f(length, &size), size)) return;
-  Array<Kiv8u> place = memory(size);
+  Array<Kiv8u> place = memory((size + 7) / 8 * 8);  // which is all the alignment that the state needs
   auto* const state = reinterpret_cast<KivsMCRAState_32f*>(place.data());
   if (kivsInitMCRA_32f(rate, length, state) < kivStatusOk) return;
   for (int call = 0; call < 3; ++call) {
