@@ -8,7 +8,7 @@ SHELL := /bin/bash
 # What the C library's own tests are called; the rest looks at the package as a host of x86 sees it.
 LIBRARY_TESTS := -R '^(core|frame|vector|frontend|scoring|training|vq|aurora|noise|foundation|selftest|interface)$$'
 
-.PHONY: demo test check check-sanitizers check-threads check-reference check-tidy check-generic check-arm64 fuzz bench docs python install format clean
+.PHONY: demo test check check-sanitizers check-threads check-reference check-tidy check-generic check-arm64 fuzz bench docs python deb install format clean
 
 demo:
 	@scripts/setup
@@ -86,6 +86,11 @@ python:
 	@cd python && KIVSR_BUILD=../build/x86_64 JOBS=$(JOBS) /usr/bin/python3 setup.py -q egg_info --egg-base ../build \
 	  build --build-base ../build/wheel/parts bdist_wheel --dist-dir ../build/wheel
 	@ls build/wheel/*.whl
+
+# Debian packages, in build/deb.
+deb:
+	@scripts/setup docs deb
+	@scripts/deb $(JOBS)
 
 install:
 	@scripts/setup
