@@ -8,7 +8,7 @@ SHELL := /bin/bash
 # What the C library's own tests are called; the rest looks at the package as a host of x86 sees it.
 LIBRARY_TESTS := -R '^(core|frame|vector|frontend|scoring|training|vq|aurora|noise|foundation|selftest|interface)$$'
 
-.PHONY: demo test check check-sanitizers check-threads check-reference check-tidy check-generic check-arm64 fuzz bench docs python deb install format clean
+.PHONY: demo test check check-sanitizers check-threads check-reference check-tidy check-abi check-generic check-arm64 fuzz bench docs python deb install format clean
 
 demo:
 	@scripts/setup
@@ -28,7 +28,7 @@ test:
 	done
 
 # What the test command does not cover.
-check: check-sanitizers check-threads check-reference check-tidy check-generic check-arm64
+check: check-sanitizers check-threads check-reference check-tidy check-abi check-generic check-arm64
 
 # The tests and the seeds of the fuzz targets under the address and undefined-behaviour sanitizers, by clang.
 check-sanitizers:
@@ -48,6 +48,11 @@ check-reference: docs
 check-tidy: check-sanitizers
 	@scripts/setup check
 	@scripts/tidy build/asan $(JOBS)
+
+# Programs that are linked with the last release run with this library.
+check-abi:
+	@scripts/setup test check
+	@scripts/abi check $(JOBS)
 
 # The library without any instruction set's own file.
 check-generic:
