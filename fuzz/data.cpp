@@ -2,9 +2,11 @@
 #include <vector>
 
 #include "fuzz/target.h"
+#include "kivsr/speech/front/speaker_normalisation.h"
 #include "kivsr/speech/io/audio_reader.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_reader.h"
+#include "kivsr/speech/io/kaldi_archive.h"
 #include "kivsr/speech/io/little_endian.h"
 #include "kivsr/speech/quantise/frame_pairs.h"
 #include "kivsr/speech/quantise/quantised_stream.h"
@@ -27,6 +29,24 @@ const Registration npy("npy", [](Bytes bytes) { read_rows(file_of(bytes, "rows.n
 const Registration htk("htk", [](Bytes bytes) { read_rows(file_of(bytes, "rows.htk")); });
 const Registration mfc("mfc", [](Bytes bytes) { read_rows(file_of(bytes, "rows.mfc")); });
 const Registration csv("csv", [](Bytes bytes) { read_rows(file_of(bytes, "rows.csv")); });
+const Registration arff("arff", [](Bytes bytes) { read_rows(file_of(bytes, "rows.arff")); });
+const Registration matrix("matrix", [](Bytes bytes) { read_rows(file_of(bytes, "rows.mat")); });
+
+void run_archive(Bytes bytes) {
+  for (const auto& [key, name] : archive_entries({.archive = file_of(bytes, "rows.ark")})) {
+    if (is_feature_file(name)) read_rows(name);
+  }
+}
+const Registration archive("archive", run_archive);
+
+// The files of the list are none.
+void run_script(Bytes bytes) {
+  for (const auto& [key, name] : archive_entries({.script = file_of(bytes, "list.scp")})) kaldi_place(name);
+}
+const Registration script("script", run_script);
+
+void run_sums(Bytes bytes) { read_column_sums(file_of(bytes, "sums.ark").string()); }
+const Registration sums("column_sums", run_sums);
 
 // A compressed file may hold far more than its bytes: no more than a second of a thousand blocks is read.
 void read_audio(const std::filesystem::path& file, const RawFormat& raw) {

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -12,10 +13,12 @@
 
 #include "kivsr/speech/front/column_statistics.h"
 #include "kivsr/speech/front/feature_file.h"
+#include "kivsr/speech/front/row_stage.h"
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_reader.h"
+#include "kivsr/speech/io/kaldi_archive.h"
 #include "kivsr/speech/io/output_file.h"
 #include "program/file_loop.h"
 #include "program/file_options.h"
@@ -25,6 +28,7 @@
 #include "program/raw_options.h"
 #include "program/recipe_options.h"
 #include "program/report_text.h"
+#include "program/speaker_options.h"
 #include "program/subcommands.h"
 
 namespace kivsr::program {
@@ -32,18 +36,23 @@ namespace kivsr::program {
 namespace {
 
 struct FeaturesCommand {
-  explicit FeaturesCommand(CLI::App& command) : recipe(command, "sphinx-en-us") {}
+  explicit FeaturesCommand(CLI::App& command) : recipe(command, "sphinx-en-us"), speakers(command) {}
 
   void run();
-  void write_rows(const std::vector<FileTask>& tasks) const;
-  void write_rows_of(const FileTask& task, FeatureChain& chain, FileTurn& turn) const;
+  void take_archive_from_pair();
+  void start_from_rows(const std::vector<std::string>& inputs);
+  void write_rows(const std::vector<FileTask>& tasks);
+  void write_rows_of(const FileTask& task, FeatureChain& chain, FileTurn& turn, ArchiveWriter* archive);
   void write_statistics(const std::vector<FileTask>& tasks) const;
   void gather(const std::string& file, FeatureChain& chain, FileTurn& turn, ColumnStatistics& sums) const;
   FeatureFormat format_of(const std::string& output) const;
+  FeatureLayout layout_for(const FileTask& task, const Recipe& rows) const;
+  void check_outputs(const std::vector<FileTask>& tasks) const;
   void stream_rows(const std::string& file, FeatureChain& chain, const RowTaker& take) const;
   void explain() const;
 
   RecipeOptions recipe;
+  SpeakerOptions speakers;
   FileOptions files;
   std::string format;  // extension, empty: of the output's name
   std::string picture_file;
@@ -53,6 +62,7 @@ struct FeaturesCommand {
   std::string explained;    // preset
   std::string recipe_file;  // to write
   int feature_width = 0;    // of .mfc files
+  bool checksum = false;    // of HTK files
 };
 
 void FeaturesCommand::run() {
@@ -60,15 +70,39 @@ void FeaturesCommand::run() {
   if (!explained.empty() || !recipe_file.empty()) explain();
   const bool nothing_else = files.output.empty() && files.output_folder.empty() && picture_file.empty();
   if (!explained.empty() || (!recipe_file.empty() && nothing_else)) return;
-  const auto tasks = file_tasks(files, statistics ? Outputs::kShared : Outputs::kOneEachOrNone,
-                                [this](const std::string&) { return "." + (format.empty() ? "npy" : format); });
+  take_archive_from_pair();
+  const bool only_gathers = speakers.gathers() && files.output.empty() && files.output_folder.empty();
+  const bool shared = statistics || only_gathers || kaldi_specifier(files.output);
+  const auto tasks = file_tasks(files, shared ? Outputs::kShared : Outputs::kOneEachOrNone, [this](const std::string&) {
+    return "." + (format.empty() ? "npy" : format == "opensmile" ? "csv" : format);
+  });
   say_unused_raw_options(raw, inputs_of(tasks));
+  if (statistics && speakers.given()) throw Fault("features: --stats is of the rows as they are, without --cmvn");
+  speakers.read();
   statistics ? write_statistics(tasks) : write_rows(tasks);
 }
 
-// The name in a folder has the extension of --format.
+// The second of two names, if it is an archive, is what is written.
+void FeaturesCommand::take_archive_from_pair() {
+  if (statistics || files.files.size() != 2 || !files.output.empty() || !files.output_folder.empty()) return;
+  if (!files.list.empty() || !kaldi_specifier(files.files[1])) return;
+  files.output = files.files[1];
+  files.files.pop_back();
+}
+
 FeatureFormat FeaturesCommand::format_of(const std::string& output) const {
-  return feature_format(format.empty() ? output : "." + format);
+  return format.empty() ? feature_format(output) : *named_feature_format(format);
+}
+
+// Rows that were there already keep what their file says of them.
+FeatureLayout FeaturesCommand::layout_for(const FileTask& task, const Recipe& rows) const {
+  FeatureLayout layout = layout_of(rows);
+  if (rows.source == Source::kFeatures) {
+    layout = layout_behind(FeatureReader(task.input, rows.source_width).layout(), rows);
+  }
+  layout.name = task.utterance();
+  if (checksum) layout.htk_kind |= kHtkChecksum;
+  return layout;
 }
 
 // Rows of features as they are, those of audio through the chain.
@@ -149,16 +183,23 @@ std::string summary(const std::string& file, const UtteranceInfo& info, const Re
 }
 
 // Both files are complete before either gets its name.
-void FeaturesCommand::write_rows_of(const FileTask& task, FeatureChain& chain, FileTurn& turn) const {
+void FeaturesCommand::write_rows_of(const FileTask& task, FeatureChain& chain, FileTurn& turn, ArchiveWriter* archive) {
   const std::string& file = task.input;
   std::optional<OutputFile> output;
   std::optional<OutputFile> picture;
   std::optional<FeatureWriter> writer;
   std::optional<FeaturePicture> drawing;
+  const auto entry = std::make_shared<FeatureMatrix>();  // of the archive
+  entry->width = chain.recipe().width();
+  const auto sums = std::make_shared<ColumnSums>();
+  chain.change_statics(speakers.change_for(task.utterance(), sums));
   if (!picture_file.empty()) drawing.emplace(chain.recipe());
-  if (!task.output.empty()) writer.emplace(output.emplace(task.output), format_of(task.output), chain.recipe());
+  if (!task.output.empty()) {
+    writer.emplace(output.emplace(task.output), format_of(task.output), layout_for(task, chain.recipe()));
+  }
   const auto write = [&](const FeatureMatrix& rows) {
     if (writer) writer->append(rows);
+    if (archive != nullptr && !writer) append_rows(rows.values, *entry);
     if (drawing) drawing->push_rows(rows);
   };
   SampleTaker listen;
@@ -171,29 +212,65 @@ void FeaturesCommand::write_rows_of(const FileTask& task, FeatureChain& chain, F
   }
   if (output) output->commit();
   if (picture) picture->commit();
+  if (archive != nullptr && !writer) {
+    turn.post([archive, entry, key = task.utterance()] { archive->append(key, *entry); },
+              entry->values.size() * sizeof(float));
+  }
+  if (speakers.gathers()) turn.post([this, sums, key = task.utterance()] { speakers.gather(key, *sums); });
   turn.heard(info.seconds);
   if (task.output != "-") turn.print(summary(file, info, chain.recipe()));
 }
 
-void FeaturesCommand::write_rows(const std::vector<FileTask>& tasks) const {
+void FeaturesCommand::check_outputs(const std::vector<FileTask>& tasks) const {
   if (!picture_file.empty()) {
     if (tasks.size() > 1) throw Fault("features: --picture shows one audio file");
     check_picture_name(picture_file);
     if (is_feature_file(tasks[0].input)) throw Fault(tasks[0].input + ": a picture shows audio, not features");
   }
+  const bool archive = kaldi_specifier(files.output).has_value();
+  std::map<std::string, const FileTask*> keys;
   for (const FileTask& task : tasks) {
+    const auto [other, is_new] = keys.try_emplace(task.utterance(), &task);
+    if ((archive || speakers.gathers()) && !is_new) {
+      throw Fault(task.place + task.input + " and " + other->second->input + " are both utterance " + other->first);
+    }
     if (!task.output.empty()) {
       format_of(task.output);
-    } else if (picture_file.empty()) {
+    } else if (picture_file.empty() && !archive && !speakers.gathers()) {
       throw Fault(task.place + task.input + ": nothing to write, give --output, --output-folder or --picture");
     }
   }
-  const Recipe chosen = recipe.recipe(inputs_of(tasks), raw);
+}
+
+// Rows of files are converted unless the command line says whose they are. The first file that can be read says how
+// wide they are.
+void FeaturesCommand::start_from_rows(const std::vector<std::string>& inputs) {
+  const auto is_rows = [](const std::string& name) { return is_feature_file(name); };
+  if (recipe.starts_somewhere() || !std::all_of(inputs.begin(), inputs.end(), is_rows)) return;
+  for (const std::string& file : inputs) {
+    try {
+      return recipe.start_from_rows(FeatureReader(file, feature_width > 0 ? feature_width : 13).width());
+    } catch (const Fault&) {
+      continue;  // the loop over all files says it
+    }
+  }
+}
+
+void FeaturesCommand::write_rows(const std::vector<FileTask>& tasks) {
+  check_outputs(tasks);
+  const std::vector<std::string> inputs = inputs_of(tasks);
+  start_from_rows(inputs);
+  const Recipe chosen = recipe.recipe(inputs, raw);
+  std::optional<ArchiveWriter> archive;
+  if (const auto specifier = kaldi_specifier(files.output)) archive.emplace(*specifier);
   FileLoop loop("features", tasks, files.jobs, files.stop_at_fault);
   loop.run([&] {
     const auto chain = std::make_shared<FeatureChain>(chosen);
-    return [this, chain](const FileTask& task, FileTurn& turn) { write_rows_of(task, *chain, turn); };
+    ArchiveWriter* const entries = archive ? &*archive : nullptr;
+    return [this, chain, entries](const FileTask& task, FileTurn& turn) { write_rows_of(task, *chain, turn, entries); };
   });
+  if (archive) archive->commit();
+  speakers.write();
   loop.finish();
 }
 
@@ -202,13 +279,19 @@ void FeaturesCommand::write_rows(const std::vector<FileTask>& tasks) const {
 void add_features(CLI::App& program) {
   CLI::App* const command = program.add_subcommand("features", "Compute cepstra or log mel energies of an audio file");
   const auto options = std::make_shared<FeaturesCommand>(*command);
-  add_file_options(*command, options->files, Outputs::kOneEachOrNone,
-                   "WAV, FLAC, ... or .raw (16-bit, one channel); or rows of the front end in a feature file",
-                   "File to write: .npy, .htk, .mfc or .csv; of statistics .npy, .csv or .json");
+  add_file_options(
+      *command, options->files, Outputs::kOneEachOrNone,
+      "WAV, FLAC, ... or .raw (16-bit, one channel); a feature file, whose rows are converted, or those of "
+      "the front end of --preset; an archive or list of Kaldi (ark:FILE, scp:FILE, .ark, .scp) with either",
+      "File to write: .npy, .htk, .mfc, .csv, .arff or .mat; of statistics .npy, .csv or .json; an archive "
+      "of Kaldi for all (ark:FILE, ark,t:FILE, ark,scp:FILE,LIST, .ark)");
   command
-      ->add_option("--format", options->format,
-                   "Of what is written to a folder or to standard output: npy (the default), htk, mfc or csv")
-      ->check(CLI::IsMember({"npy", "htk", "mfc", "csv"}));
+      ->add_option(
+          "--format", options->format,
+          "Of what is written, whatever its name: npy (the default in a folder), htk, mfc, csv, opensmile (its "
+          "CSV), arff or mat")
+      ->check(CLI::IsMember(std::vector<std::string>(kFeatureFormatNames.begin(), kFeatureFormatNames.end())));
+  command->add_flag("--htk-checksum", options->checksum, "Write HTK files with a checksum behind the values");
   command->add_option("--picture", options->picture_file, "PNG with waveform, mel spectrogram and the rows");
   command->add_option("--as-config", options->recipe_file,
                       "File to write the recipe of this command line to, which --config reads again");
@@ -217,9 +300,7 @@ void add_features(CLI::App& program) {
              "Samples pushed at a time, 0: as suits; the rows are the same for every number");
   command->add_flag("--stats", options->statistics,
                     "Write mean, variance and covariance of the columns of many audio or feature files");
-  add_number(*command, "--mfc-width", options->feature_width, 1, 10000,
-             "Values in a row of .mfc files that --stats reads")
-      ->needs("--stats");
+  add_number(*command, "--mfc-width", options->feature_width, 1, 10000, "Values in a row of .mfc files that are read");
   command
       ->add_option("--explain", options->explained,
                    "Print the recipe of that preset, with the options given, a comment for each field")

@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/kaldi_archive.h"
 #include "program/numbers.h"
 
 namespace kivsr::program {
@@ -60,9 +61,26 @@ std::vector<FileTask> read_list(const std::string& list) {
   return tasks;
 }
 
-std::string name_in_folder(const FileOptions& options, const std::string& input, const std::string& extension) {
-  const std::string stem = input == "-" ? "standard-input" : std::filesystem::path(input).stem().string();
-  return (std::filesystem::path(options.output_folder) / (stem + extension)).string();
+// Each entry of an archive in the place of its archive.
+std::vector<FileTask> with_entries(std::vector<FileTask> tasks) {
+  std::vector<FileTask> all;
+  for (FileTask& task : tasks) {
+    const auto specifier = kaldi_specifier(task.input);
+    if (!specifier) {
+      all.push_back(std::move(task));
+      continue;
+    }
+    const auto entries = archive_entries(*specifier);
+    if (entries.empty()) throw Fault(task.place + task.input + ": has no entries");
+    for (const auto& [key, name] : entries) all.push_back({name, task.output, task.place, key});
+  }
+  return all;
+}
+
+std::string name_in_folder(const FileOptions& options, const FileTask& task, const std::string& extension) {
+  std::string name = task.utterance();
+  std::replace(name.begin(), name.end(), '/', '_');  // in keys
+  return (std::filesystem::path(options.output_folder) / (name + extension)).string();
 }
 
 void give_outputs(const FileOptions& options, Outputs outputs,
@@ -75,7 +93,7 @@ void give_outputs(const FileOptions& options, Outputs outputs,
   for (FileTask& task : tasks) {
     if (!task.output.empty()) continue;
     if (!options.output_folder.empty()) {
-      task.output = name_in_folder(options, task.input, extension(task.input));
+      task.output = name_in_folder(options, task, extension(task.input));
     } else if (each) {
       task.output = options.output;
     }
@@ -110,6 +128,11 @@ void check_collisions(const std::vector<FileTask>& tasks) {
 
 }  // namespace
 
+std::string FileTask::utterance() const {
+  if (!key.empty()) return key;
+  return input == "-" ? "standard-input" : std::filesystem::path(input).stem().string();
+}
+
 void add_file_options(CLI::App& command, FileOptions& options, Outputs outputs, const std::string& help,
                       const std::string& output_help) {
   command.add_option(
@@ -141,6 +164,7 @@ std::vector<FileTask> file_tasks(const FileOptions& options, Outputs outputs,
   if (!options.list.empty()) {
     for (FileTask& task : read_list(options.list)) tasks.push_back(std::move(task));
   }
+  tasks = with_entries(std::move(tasks));
   if (tasks.empty()) throw Fault("no audio file is given, as an argument or with --list");
   if (!options.output.empty() && !options.output_folder.empty()) throw Fault("give --output or --output-folder");
   give_outputs(options, outputs, extension, tasks);

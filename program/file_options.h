@@ -15,8 +15,12 @@ namespace kivsr::program {
 
 struct FileTask {
   std::string input;
-  std::string output;  // empty: none of its own
-  std::string place;   // "files.txt:3: " in front of a fault, if the file comes from a list
+  std::string output;    // empty: none of its own
+  std::string place;     // "files.txt:3: " in front of a fault, if the file comes from a list
+  std::string key = {};  // of an entry of an archive
+
+  // The key, or the name without folder and extension.
+  std::string utterance() const;
 };
 
 // What the command line says; "-" is standard input.
@@ -39,7 +43,8 @@ enum class Outputs {
 void add_file_options(CLI::App& command, FileOptions& options, Outputs outputs, const std::string& help,
                       const std::string& output_help);
 
-// The files in the order of the command line, those of the list behind. extension: with the dot, of what an input
+// The files in the order of the command line, those of the list behind. Of an archive of Kaldi, or its list
+// (kaldi_archive.h), each entry is a file. extension: with the dot, of what an input
 // becomes in the folder. Throws Fault for a list that cannot be read, naming its line, for no file at all, an output
 // that is missing, two inputs with one output and an output that is another's input too. Makes the folder.
 std::vector<FileTask> file_tasks(const FileOptions& options, Outputs outputs,

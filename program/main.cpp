@@ -58,6 +58,7 @@ void add_subcommands(CLI::App& program) {
   kivsr::program::add_mix(program);
   kivsr::program::add_recognise(program);
   kivsr::program::add_selftest(program);
+  kivsr::program::add_show(program);
   kivsr::program::add_spot(program);
   kivsr::program::add_train(program);
   kivsr::program::add_vad(program);

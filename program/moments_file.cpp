@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/extension.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/number_text.h"
@@ -77,6 +78,30 @@ MomentsFormat moments_format(const std::string& file) {
   if (extension == ".csv") return MomentsFormat::kCsv;
   if (extension == ".json") return MomentsFormat::kJson;
   throw Fault(file + ": the extension is none of .npy, .csv and .json");
+}
+
+bool is_moments_file(const std::string& file) { return lower_extension(file) == ".json"; }
+
+ColumnMoments read_moments(const std::string& file) {
+  const auto bytes = read_whole_file(file);
+  const auto json = nlohmann::json::parse(bytes, nullptr, false);
+  ColumnMoments moments;
+  try {
+    moments.files = json.at("files").get<std::int64_t>();
+    moments.frames = json.at("frames").get<std::int64_t>();
+    moments.columns = json.at("columns").get<std::vector<std::string>>();
+    moments.mean = json.at("mean").get<std::vector<double>>();
+    for (const auto& row : json.at("covariance").get<std::vector<std::vector<double>>>()) {
+      moments.covariance.insert(moments.covariance.end(), row.begin(), row.end());
+    }
+  } catch (const nlohmann::json::exception&) {
+    throw Fault(file + ": not the statistics of kivsr features --stats");
+  }
+  const std::size_t width = moments.mean.size();
+  if (width == 0 || moments.columns.size() != width || moments.covariance.size() != width * width) {
+    throw Fault(file + ": statistics whose parts do not fit together");
+  }
+  return moments;
 }
 
 void write_moments(OutputFile& file, MomentsFormat format, const ColumnMoments& moments) {

@@ -18,6 +18,11 @@ enum class MomentsFormat {
 // By the extension of the name; throws Fault for any other.
 MomentsFormat moments_format(const std::string& file);
 
+// Whether the extension is that of such a file as read_moments takes.
+bool is_moments_file(const std::string& file);
+// Means and covariances of a .json file; throws Fault for what is none.
+ColumnMoments read_moments(const std::string& file);
+
 // Writes to the file and leaves the commit to the caller.
 void write_moments(OutputFile& file, MomentsFormat format, const ColumnMoments& moments);
 

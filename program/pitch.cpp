@@ -118,7 +118,7 @@ double PitchCommand::track(const std::string& file, std::optional<OutputFile>& d
 void PitchCommand::write_own(const FileTask& task, std::optional<OutputFile>& drawing, FileTurn& turn) const {
   OutputFile output(task.output);
   if (is_rows(task.output)) {
-    FeatureWriter rows(output, FeatureFormat::kNpy, Recipe::of_features(3));
+    FeatureWriter rows(output, FeatureFormat::kNpy, layout_of(Recipe::of_features(3)));
     turn.heard(track(task.input, drawing, [&](const auto& frames) { rows.append(pitch_rows(frames)); }));
     rows.finish();
   } else {

@@ -255,7 +255,7 @@ void DecodeCommand::run() const {
   FileLoop loop("decode", tasks, files.jobs, files.stop_at_fault);
   loop.run_in_turn([&](const FileTask& task, FileTurn& turn) {
     OutputFile output(task.output);
-    FeatureWriter writer(output, feature_format(task.output), recipe);
+    FeatureWriter writer(output, feature_format(task.output), layout_of(recipe));
     const int frames = write_rows(task.input, book, writer);
     writer.finish();
     output.commit();

@@ -98,6 +98,7 @@ Recipe RecipeOptions::start(std::span<const std::string> files, const RawFormat&
     const auto bytes = read_whole_file(recipe_file_);
     return Recipe::parse({bytes.begin(), bytes.end()}, recipe_file_);
   }
+  if (rows_width_ > 0 && !starts_somewhere()) return Recipe::of_features(rows_width_);
   return feat_params_.empty() ? named(files, raw) : Recipe(read_feat_params(feat_params_).front_end);
 }
 
@@ -107,10 +108,11 @@ void RecipeOptions::start_from(const std::string& preset) {
 
 bool RecipeOptions::given(const std::string& name) const { return command_.get_option("--" + name)->count() > 0; }
 
+bool RecipeOptions::starts_somewhere() const { return given("preset") || given("recipe") || given("feat-params"); }
+
 bool RecipeOptions::given() const {
   const auto counts = [](const CLI::Option* option) { return option != nullptr && option->count() > 0; };
-  return given("preset") || given("recipe") || given("feat-params") ||
-         std::any_of(options_.begin(), options_.end(), counts);
+  return starts_somewhere() || std::any_of(options_.begin(), options_.end(), counts);
 }
 
 Recipe RecipeOptions::recipe(std::span<const std::string> files, const RawFormat& raw) const {

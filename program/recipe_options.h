@@ -30,6 +30,10 @@ class RecipeOptions {
   Recipe recipe(std::span<const std::string> files = {}, const RawFormat& raw = {}) const;
   // Where the recipe starts from now on when the command line names nothing else.
   void start_from(const std::string& preset);
+  // The same, but from rows of that width that are there already.
+  void start_from_rows(int width) { rows_width_ = width; }
+  // Whether the command line names a start.
+  bool starts_somewhere() const;
   // Whether the command line says anything about the recipe.
   bool given() const;
 
@@ -40,6 +44,7 @@ class RecipeOptions {
 
   CLI::App& command_;
   std::string preset_;
+  int rows_width_ = 0;
   std::string recipe_file_;
   std::string feat_params_;
   std::deque<std::string> texts_;      // of the fields in their order

@@ -20,6 +20,7 @@ void add_quantise(CLI::App& program);
 void add_mix(CLI::App& program);
 void add_recognise(CLI::App& program);
 void add_selftest(CLI::App& program);
+void add_show(CLI::App& program);
 void add_spot(CLI::App& program);
 void add_train(CLI::App& program);
 void add_vad(CLI::App& program);

@@ -1,5 +1,7 @@
 // Files of audio and of features, read and written.
+#include <climits>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -16,6 +18,8 @@
 #include "kivsr/speech/io/audio_writer.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_reader.h"
+#include "kivsr/speech/io/kaldi_archive.h"
+#include "kivsr/speech/io/kaldi_matrix.h"
 #include "native/bindings.h"
 #include "native/rows.h"
 
@@ -117,14 +121,91 @@ py::array_t<float> read_features(const path& file, int width) {
   return rows_array(std::move(rows));
 }
 
-void write_features(const path& file, const py::object& rows, const std::optional<speech::Recipe>& recipe) {
-  const speech::FeatureFormat format = speech::feature_format(file);
+speech::FeatureFormat format_of(const path& file, const std::optional<std::string>& name) {
+  if (!name) return speech::feature_format(file);
+  if (const auto format = speech::named_feature_format(*name)) return *format;
+  throw py::value_error("format: '" + *name + "' is none of npy, htk, mfc, csv, opensmile, arff, mat");
+}
+
+void write_features(const path& file, const py::object& rows, const std::optional<speech::Recipe>& recipe,
+                    const std::optional<std::string>& format_name, bool checksum) {
+  const speech::FeatureFormat format = format_of(file, format_name);
   const speech::FeatureMatrix matrix = rows_of(rows, "rows", recipe ? recipe->width() : 0, false);
   const py::gil_scoped_release released;
-  const speech::Recipe written = recipe ? *recipe : speech::Recipe::of_features(matrix.width);
+  speech::FeatureLayout layout = speech::layout_of(recipe ? *recipe : speech::Recipe::of_features(matrix.width));
+  layout.name = file.stem().string();
+  if (checksum) layout.htk_kind |= speech::kHtkChecksum;
   speech::OutputFile output(file);
-  speech::write_features(output, format, matrix, written);
+  speech::write_features(output, format, matrix, layout);
   output.commit();
+}
+
+speech::KaldiSpecifier specifier_of(const std::string& name) {
+  if (const auto specifier = speech::kaldi_specifier(name)) return *specifier;
+  throw py::value_error("archive: '" + name + "' is none of ark:FILE, scp:FILE, ark,scp:FILE,LIST, a .ark, a .scp");
+}
+
+// A matrix as it is kept, float or double; a vector of one dimension.
+template <class Value>
+py::array matrix_array(speech::KaldiMatrixReader& reader) {
+  auto values = std::make_unique<std::vector<Value>>();
+  {
+    const py::gil_scoped_release released;
+    while (reader.read(*values)) {
+    }
+  }
+  const auto width = static_cast<py::ssize_t>(reader.width());
+  const py::capsule owner(values.get(), [](void* held) { delete static_cast<std::vector<Value>*>(held); });
+  const Value* const data = values.release()->data();
+  if (reader.is_vector()) return py::array_t<Value>({width}, data, owner);
+  return py::array_t<Value>({static_cast<py::ssize_t>(reader.height()), width}, data, owner);
+}
+
+py::object read_entry(const std::string& name) {
+  if (!speech::is_feature_file(name)) return read_audio(name, 0, {});
+  const auto place = speech::kaldi_place(name);
+  if (!place || place->first_row >= 0 || place->first_column >= 0) return read_features(name, 13);
+  speech::BinaryFile file(place->file);
+  file.skip(place->byte, "what stands in front of the matrix");
+  speech::KaldiMatrixReader reader(file);
+  const bool wide =
+      reader.type() == speech::KaldiType::kDoubleMatrix || reader.type() == speech::KaldiType::kDoubleVector;
+  return wide ? matrix_array<double>(reader) : matrix_array<float>(reader);
+}
+
+std::vector<std::pair<std::string, std::string>> archive_places(const std::string& name) {
+  const speech::KaldiSpecifier specifier = specifier_of(name);
+  const py::gil_scoped_release released;
+  std::vector<std::pair<std::string, std::string>> places;
+  for (const auto& [key, place] : speech::archive_entries(specifier)) places.emplace_back(key, place);
+  return places;
+}
+
+class ArchiveOutput {
+ public:
+  explicit ArchiveOutput(const std::string& name) : writer_(specifier_of(name)) {}
+  void append(const std::string& key, const py::object& rows) {
+    const auto array = py::array::ensure(rows);
+    if (array && array.dtype().kind() == 'f' && array.dtype().itemsize() == 8 && array.ndim() == 2) {
+      const auto packed = py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(array);
+      if (!packed || packed.shape(1) < 1 || packed.shape(1) > INT_MAX)
+        throw py::value_error(key + ": rows without values");
+      writer_.append(key, std::span(packed.data(), static_cast<std::size_t>(packed.size())),
+                     static_cast<int>(packed.shape(1)));
+      return;
+    }
+    writer_.append(key, rows_of(rows, key, 0, false));
+  }
+  void commit() { writer_.commit(); }
+
+ private:
+  speech::ArchiveWriter writer_;
+};
+
+// The file behind the name of a place in it.
+std::string file_of(const std::string& name) {
+  const auto place = speech::kaldi_place(name);
+  return place ? place->file.string() : name;
 }
 
 py::array_t<float> load_features(const path& file, const speech::Recipe& recipe, const speech::RawFormat& raw) {
@@ -155,7 +236,15 @@ void add_files(py::module_& module) {
   module.def("write_audio", write_audio, py::arg("file"), py::arg("channels"), py::arg("sample_rate"),
              py::arg("sample_format"), py::arg("scale"));
   module.def("read_features", read_features, py::arg("file"), py::arg("width"));
-  module.def("write_features", write_features, py::arg("file"), py::arg("rows"), py::arg("recipe"));
+  module.def("write_features", write_features, py::arg("file"), py::arg("rows"), py::arg("recipe"), py::arg("format"),
+             py::arg("checksum"));
+  module.def("archive_places", archive_places, py::arg("archive"));
+  module.def("read_entry", read_entry, py::arg("name"));
+  module.def("file_of", file_of, py::arg("name"));
+  py::class_<ArchiveOutput>(module, "ArchiveOutput")
+      .def(py::init<const std::string&>(), py::arg("archive"))
+      .def("append", &ArchiveOutput::append, py::arg("key"), py::arg("rows"))
+      .def("commit", &ArchiveOutput::commit);
   module.def("load_features", load_features, py::arg("file"), py::arg("recipe"), py::arg("raw"));
   module.def("file_rate", file_rate, py::arg("file"), py::arg("raw"));
   module.def("model_recipe", model_recipe, py::arg("file"));

@@ -49,7 +49,7 @@ def test_audio_in_blocks(tmp_path):
         assert list(reader) == []
 
 
-@pytest.mark.parametrize("extension", ["npy", "htk", "mfc", "csv"])
+@pytest.mark.parametrize("extension", ["npy", "htk", "mfc", "csv", "arff", "mat"])
 def test_features_come_back(tmp_path, extension):
     rng = np.random.default_rng(9)
     recipe = kivsr.Recipe.preset("mfcc", dynamics="win2")
@@ -59,13 +59,52 @@ def test_features_come_back(tmp_path, extension):
     back = kivsr.read_features(file, width=39)
     assert back.shape == rows.shape
     if extension != "htk":  # which has c0 behind the other cepstra
-        np.testing.assert_allclose(back, rows, rtol=2e-6 if extension == "csv" else 0)
+        np.testing.assert_allclose(back, rows, rtol=2e-6 if extension in ("csv", "arff") else 0)
     else:
         np.testing.assert_array_equal(np.sort(back, axis=1), np.sort(rows, axis=1))
     kivsr.write_features(file, np.arange(12).reshape(4, 3))
     assert np.array_equal(kivsr.read_features(file, width=3), np.arange(12).reshape(4, 3))
     if extension == "npy":
         assert np.array_equal(np.load(file), np.arange(12).reshape(4, 3))
+
+
+def test_archives_come_back(tmp_path):
+    entries = {f"u{i}": np.random.default_rng(i).standard_normal((7 * i, 5)).astype(t)
+               for i, t in enumerate((np.float32, np.float64, np.float32, np.float64)) if i > 0}
+    for form in ("ark,scp", "ark,t,scp"):
+        kivsr.write_archive(f"{form}:{tmp_path}/a.ark,{tmp_path}/a.scp", entries.items())
+        for name in ("a.ark", "a.scp"):
+            back = dict(kivsr.read_archive(tmp_path / name))
+            assert list(back) == list(entries)
+            for key, rows in back.items():
+                np.testing.assert_array_equal(rows, entries[key].astype(rows.dtype))
+                assert rows.dtype == (entries[key].dtype if form == "ark,scp" else np.float32)
+    place = (tmp_path / "a.scp").read_text().splitlines()[1].split()[1]
+    np.testing.assert_array_equal(kivsr.read_features(place + "[2:4]"), entries["u2"][2:5].astype(np.float32))
+    (tmp_path / "v.ark").write_bytes(b"v \0BDV \4\2\0\0\0" + np.array([1.5, -2.0]).tobytes())
+    (key, vector), = kivsr.read_archive(f"ark:{tmp_path}/v.ark")
+    assert key == "v" and vector.tolist() == [1.5, -2.0] and vector.dtype == np.float64
+    with pytest.raises(ValueError, match="archive: "):
+        kivsr.read_archive(tmp_path / "a.npy")
+    with pytest.raises(ValueError, match="u: "):
+        kivsr.write_archive(tmp_path / "b.ark", {"u": np.zeros(3)})
+    with pytest.raises(FileNotFoundError):
+        kivsr.read_features(tmp_path / "none.ark:12")
+    (tmp_path / "c.scp").write_text("one cat a.wav |\n")
+    with pytest.raises(kivsr.Fault, match="is a command"):
+        kivsr.read_archive(tmp_path / "c.scp")
+
+
+def test_arff_is_read_by_others(tmp_path):
+    arff = pytest.importorskip("arff")
+    recipe = kivsr.Recipe.preset("mfcc")
+    rows = kivsr.features(speech_like(), preset=recipe)
+    kivsr.write_features(tmp_path / "it's.arff", rows, recipe)
+    with open(tmp_path / "it's.arff", encoding="ascii") as stream:
+        table = arff.load(stream)
+    assert [name for name, _ in table["attributes"]] == ["name", "frameTime", *recipe.columns]
+    np.testing.assert_allclose(np.array([row[2:] for row in table["data"]]), rows, rtol=2e-6)
+    np.testing.assert_allclose([row[1] for row in table["data"]], 0.01 * np.arange(len(rows)), atol=1e-9)
 
 
 def test_features_of_files(tmp_path):

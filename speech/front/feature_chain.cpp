@@ -40,6 +40,7 @@ FeatureChain::FeatureChain(const Recipe& recipe)
   };
   add(make_equalisation_stage(recipe_), recipe_.input_width());
   add(make_energy_stage(recipe_), recipe_.input_width());
+  changed_ = stages_.size();
   add(make_normalisation_stage(recipe_), recipe_.input_width());
   add(make_dynamics_stage(recipe_), 3 * recipe_.static_width());
   add(make_columns_stage(recipe_), recipe_.feature_width());
@@ -47,12 +48,18 @@ FeatureChain::FeatureChain(const Recipe& recipe)
   spoken_.width = recipe_.width();
 }
 
+void FeatureChain::change(FeatureMatrix& rows) const {
+  if (change_ && rows.height() > 0) change_(rows);
+}
+
 // Sends what lies before a stage through it and those behind it.
 void FeatureChain::pass(std::size_t stage, const RowTaker& take) {
   for (; stage < stages_.size(); ++stage) {
+    if (stage == changed_) change(before_[stage]);
     if (before_[stage].height() > 0) stages_[stage]->push(before_[stage], before_[stage + 1]);
     before_[stage].values.clear();
   }
+  if (changed_ == stages_.size()) change(before_.back());
   if (pitch_) pitch_->push(before_.back(), pitched_);
   FeatureMatrix& features = pitch_ ? pitched_ : before_.back();
   FeatureMatrix& rows = speech_.needed() ? spoken_ : features;

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "kivsr/speech/front/advanced_front_end.h"
@@ -23,6 +24,9 @@ namespace kivsr::speech {
 // Takes rows as they come; they stay until it returns.
 using RowTaker = std::function<void(const FeatureMatrix& rows)>;
 
+// Looks at rows as they come, and may change their values.
+using RowChange = std::function<void(FeatureMatrix& rows)>;
+
 // One utterance after the other: push samples, or rows, as they come, then finish, which leaves it ready for the next.
 // The rows are the same bits however the input is cut into blocks; a stage that needs the whole utterance gives its
 // rows when it ends (Recipe::needs_whole_utterance).
@@ -31,6 +35,11 @@ class FeatureChain {
   explicit FeatureChain(const Recipe& recipe);
 
   const Recipe& recipe() const { return recipe_; }
+
+  // For what normalises with numbers that the recipe does not hold (speaker_normalisation.h), or finds them: it gets
+  // the rows where the recipe's own normalisation of mean and variance would, in front of the derivatives. Empty:
+  // nothing.
+  void change_statics(RowChange change) { change_ = std::move(change); }
 
   // Hands over the rows that these samples complete.
   void push(std::span<const float> samples, const RowTaker& take);
@@ -46,6 +55,7 @@ class FeatureChain {
   FeatureMatrix run_rows(const FeatureMatrix& input);
 
  private:
+  void change(FeatureMatrix& rows) const;
   void pass(std::size_t stage, const RowTaker& take);
   RowTaker appending_to(FeatureMatrix& rows) const;
 
@@ -53,6 +63,8 @@ class FeatureChain {
   FrontEnd front_end_;
   std::optional<AdvancedFrontEnd> advanced_;  // in its place
   std::vector<std::unique_ptr<RowStage>> stages_;
+  RowChange change_;
+  std::size_t changed_ = 0;            // the stage that gets the changed rows
   std::vector<FeatureMatrix> before_;  // each stage, and behind the last
   std::optional<PitchColumns> pitch_;
   FeatureMatrix pitched_;  // rows that have met their pitch

@@ -1,33 +1,18 @@
-// Writes rows of features in the formats that other programs read, as they come.
+// What the rows of a recipe are called in the formats of files of features.
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include "kivsr/speech/front/recipe.h"
-#include "kivsr/speech/io/feature_format.h"
-#include "kivsr/speech/io/feature_matrix.h"
-#include "kivsr/speech/io/output_file.h"
+#include "kivsr/speech/io/feature_writer.h"
 
 namespace kivsr::speech {
 
-class FeatureWriter {
- public:
-  // Rows of this recipe. The file is the caller's, who commits it after finish.
-  FeatureWriter(OutputFile& file, FeatureFormat format, const Recipe& recipe);
+// HTK wants c0 behind the other cepstra and the log energy behind that, in the statics and in each of their
+// derivatives.
+FeatureLayout layout_of(const Recipe& recipe);
 
-  void append(const FeatureMatrix& rows);
-  // Puts the number of rows where the format wants it.
-  void finish();
-
- private:
-  std::string header() const;
-
-  OutputFile& file_;
-  FeatureFormat format_;
-  Recipe recipe_;
-  std::int64_t frames_ = 0;
-};
+// Of rows whose source was a file of features: its names, its kind and the distance of its frames, with what the recipe
+// adds to them.
+FeatureLayout layout_behind(const FeatureLayout& source, const Recipe& recipe);
 
 // All rows at once.
 void write_features(OutputFile& file, FeatureFormat format, const FeatureMatrix& rows, const Recipe& recipe);

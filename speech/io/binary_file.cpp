@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <utility>
 
 #include "kivsr/speech/io/fault.h"
@@ -14,11 +13,15 @@ namespace {
 
 constexpr std::size_t kBlock = 1 << 16;  // bytes that are read at a time
 
-std::ifstream opened(const std::filesystem::path& file) {
+const std::filesystem::path& checked(const std::filesystem::path& file) {
   std::error_code error;
   if (!std::filesystem::exists(file, error)) throw Fault(file.string() + ": no such file");
   if (std::filesystem::is_directory(file, error)) throw Fault(file.string() + ": is a directory, not a file");
-  std::ifstream stream(file, std::ios::binary);
+  return file;
+}
+
+std::ifstream opened(const std::filesystem::path& file) {
+  std::ifstream stream(checked(file), std::ios::binary);
   if (!stream) throw Fault(file.string() + ": cannot be opened");
   return stream;
 }
@@ -32,25 +35,12 @@ std::vector<std::uint8_t> read_whole_file(const std::filesystem::path& file) {
   return bytes;
 }
 
-// A pipe has no size: it is held whole.
-BinaryFile::BinaryFile(std::filesystem::path file) : file_(std::move(file)) {
-  std::error_code error;
-  if (std::filesystem::exists(file_, error) && !std::filesystem::is_regular_file(file_, error)) {
-    bytes_ = read_whole_file(file_);
-    size_ = static_cast<std::int64_t>(bytes_.size());
-    stream_ = std::make_unique<std::istringstream>();
-    return;
-  }
-  stream_ = std::make_unique<std::ifstream>(opened(file_));
-  const auto size = std::filesystem::file_size(file_, error);
-  if (error) fail("cannot be read");
-  size_ = static_cast<std::int64_t>(size);
-}
+BinaryFile::BinaryFile(std::filesystem::path file) : file_(std::move(file)), content_(checked(file_)) {}
 
 void BinaryFile::fail(const std::string& message) const { throw Fault(name() + ": " + message); }
 
 void BinaryFile::require(std::int64_t count, std::string_view what) const {
-  const std::int64_t left = size_ - position_;
+  const std::int64_t left = size() - position_;
   if (count <= left) return;
   fail("truncated: " + std::string(what) + " needs " + std::to_string(count) + " bytes at byte " +
        std::to_string(position_) + ", " + std::to_string(left) + " are left");
@@ -58,7 +48,7 @@ void BinaryFile::require(std::int64_t count, std::string_view what) const {
 
 void BinaryFile::require_last(std::int64_t count, std::string_view what) const {
   require(count, what);
-  if (position_ + count < size_) fail(std::to_string(size_ - position_ - count) + " bytes left over at the end");
+  if (position_ + count < size()) fail(std::to_string(size() - position_ - count) + " bytes left over at the end");
 }
 
 // So that many bytes lie ahead, which the file must hold.
@@ -67,10 +57,10 @@ void BinaryFile::fetch(std::size_t count) {
   bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(used_));
   used_ = 0;
   const std::size_t known = bytes_.size();
-  const auto left = static_cast<std::size_t>(size_ - position_) - known;
+  const auto left = static_cast<std::size_t>(size() - position_) - known;
   bytes_.resize(known + std::min(left, std::max(count - known, kBlock)));
-  const auto wanted = static_cast<std::streamsize>(bytes_.size() - known);
-  if (!stream_->read(reinterpret_cast<char*>(bytes_.data() + known), wanted)) fail("cannot be read");
+  const auto wanted = std::span(bytes_).subspan(known);
+  if (content_.read(position_ + static_cast<std::int64_t>(known), wanted) != wanted.size()) fail("cannot be read");
 }
 
 std::span<const std::uint8_t> BinaryFile::read_bytes(std::int64_t count, std::string_view what) {
@@ -80,6 +70,20 @@ std::span<const std::uint8_t> BinaryFile::read_bytes(std::int64_t count, std::st
   used_ += result.size();
   position_ += count;
   return result;
+}
+
+std::span<const std::uint8_t> BinaryFile::peek(std::size_t count) {
+  const auto known =
+      static_cast<std::size_t>(std::min<std::int64_t>(size() - position_, static_cast<std::int64_t>(count)));
+  fetch(known);
+  return ahead().first(known);
+}
+
+void BinaryFile::skip(std::int64_t count, std::string_view what) {
+  require(count, what);
+  used_ = static_cast<std::size_t>(
+      std::min(static_cast<std::int64_t>(bytes_.size()), static_cast<std::int64_t>(used_) + count));
+  position_ += count;
 }
 
 std::uint32_t BinaryFile::read_word(std::string_view what) {
@@ -105,7 +109,7 @@ std::int32_t BinaryFile::read_count(std::string_view what) {
 }
 
 std::string BinaryFile::read_until(char end, std::string_view what) {
-  const auto left = static_cast<std::size_t>(size_ - position_);
+  const auto left = static_cast<std::size_t>(size() - position_);
   for (std::size_t searched = 0;;) {
     const auto bytes = ahead();
     const auto to =

@@ -5,12 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <istream>
-#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "kivsr/speech/io/seekable_file.h"
 
 namespace kivsr::speech {
 
@@ -28,10 +28,14 @@ class BinaryFile {
   std::uint32_t read_word(std::string_view what);
   std::int32_t read_count(std::string_view what);  // a word that must not be negative
   std::uint16_t read_half_word(std::string_view what);
-  std::string read_line(std::string_view what);    // up to the line feed, which is consumed
-  std::string read_string(std::string_view what);  // up to the zero byte, which is consumed
+  std::string read_line(std::string_view what);             // up to the line feed, which is consumed
+  std::string read_string(std::string_view what);           // up to the zero byte, which is consumed
+  std::string read_until(char end, std::string_view what);  // the same up to any character
   // They stay until the next read.
   std::span<const std::uint8_t> read_bytes(std::int64_t count, std::string_view what);
+  // The next bytes, which stay unread; fewer at the end of the file.
+  std::span<const std::uint8_t> peek(std::size_t count);
+  void skip(std::int64_t count, std::string_view what);
 
   // Faults unless the file holds that many more bytes: call it before memory is taken for what a header promises.
   void require(std::int64_t count, std::string_view what) const;
@@ -40,18 +44,16 @@ class BinaryFile {
   void expect_end() const { require_last(0, "the end"); }
 
   std::int64_t position() const { return position_; }
-  std::int64_t size() const { return size_; }
+  std::int64_t size() const { return content_.size(); }
   std::string name() const { return file_.string(); }
   [[noreturn]] void fail(const std::string& message) const;
 
  private:
-  std::string read_until(char end, std::string_view what);
   std::span<const std::uint8_t> ahead() const { return std::span(bytes_).subspan(used_); }
   void fetch(std::size_t count);
 
   std::filesystem::path file_;
-  std::unique_ptr<std::istream> stream_;
-  std::int64_t size_ = 0;
+  SeekableFile content_;
   std::int64_t position_ = 0;
   std::vector<std::uint8_t> bytes_;  // what was read of the file, used_ of them handed out
   std::size_t used_ = 0;

@@ -13,6 +13,13 @@ namespace kivsr::speech {
 std::uint32_t checksum_32(std::span<const std::uint8_t> bytes);
 std::uint32_t checksum_32(std::string_view text);
 
+// The number that up to 8 bytes are, the lowest first.
+inline std::uint64_t little_endian_bits(std::span<const std::uint8_t> bytes) {
+  std::uint64_t bits = 0;
+  for (std::size_t i = 0; i < bytes.size(); ++i) bits |= std::uint64_t{bytes[i]} << (8 * i);
+  return bits;
+}
+
 class LittleEndianBytes {
  public:
   void put_text(std::string_view text) { bytes_ += text; }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace kivsr::speech {
 
@@ -14,5 +15,8 @@ std::string exact_text(double value);
 bool read_number(const std::string& text, float& value);
 bool read_number(const std::string& text, double& value);
 bool read_number(const std::string& text, int& value);
+// The same, with inf and nan as programs of this field write them.
+bool read_any_number(std::string_view text, float& value);
+bool read_any_number(std::string_view text, double& value);
 
 }  // namespace kivsr::speech

@@ -68,6 +68,15 @@ TEST(MomentsFile, EveryFormatHoldsTheSameNumbers) {
   EXPECT_EQ(values[4], moments.variance(1));
   EXPECT_EQ(values[6], moments.covariance[0]);
   EXPECT_THROW(moments_format("a.mfc"), Fault);
+
+  const ColumnMoments read = read_moments((folder / "a.json").string());
+  EXPECT_EQ(read.mean, moments.mean);
+  EXPECT_EQ(read.covariance, moments.covariance);
+  EXPECT_EQ(read.frames, moments.frames);
+  for (const char* text : {"{", "[1]", R"({"files":1,"frames":2,"columns":["a"],"mean":[1,2],"covariance":[[1]]})",
+                           R"({"files":"1","frames":2,"columns":["a"],"mean":[1],"covariance":[[1]]})"}) {
+    EXPECT_THROW(read_moments(folder.write("b.json", text).string()), Fault) << text;
+  }
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import os
-from typing import Any, Iterator, Sequence, Union
+from typing import Any, Iterable, Iterator, Mapping, Sequence, Union
 
 import numpy as np
 from numpy.typing import ArrayLike
@@ -12,8 +12,8 @@ from ._backend import native
 from ._batch import in_turn
 from ._recipe import Recipe, make_recipe, whole_rate
 
-__all__ = ["AudioReader", "load_features", "read_audio", "read_features", "read_recipe", "write_audio",
-           "write_features"]
+__all__ = ["AudioReader", "load_features", "read_archive", "read_audio", "read_features", "read_recipe",
+           "write_archive", "write_audio", "write_features"]
 
 Path = Union[str, "os.PathLike[str]"]
 
@@ -110,28 +110,80 @@ def write_audio(
 
 
 def read_features(file: Path, width: int = 13) -> np.ndarray:
-    """Rows of a feature file, float32 [frames, width]: .npy, .htk, .mfc or .csv.
+    """Rows of a feature file, float32 [frames, width]: .npy, .htk, .mfc, .csv, .arff or .mat (Kaldi's).
 
-    width is that of .mfc files, which do not tell theirs.
+    "FILE:BYTE" is a place in an archive, as its list names it, and "[FIRST:LAST]" behind a name of either some of its
+    rows. width is that of .mfc files, which do not tell theirs.
 
     >>> kivsr.write_features("rows.htk", np.ones((5, 3)))
     >>> kivsr.read_features("rows.htk").shape
     (5, 3)
     """
-    return native.read_features(readable(file), width)
+    os.stat(native.file_of(os.fspath(file)))
+    return native.read_features(os.fspath(file), width)
 
 
-def write_features(file: Path, rows: ArrayLike, recipe: Recipe | None = None) -> None:
-    """Writes rows to a feature file of the format that the name ends in: .npy, .htk, .mfc or .csv.
+def write_features(
+    file: Path,
+    rows: ArrayLike,
+    recipe: Recipe | None = None,
+    *,
+    format: str | None = None,
+    checksum: bool = False,
+) -> None:
+    """Writes rows to a feature file of the format that the name ends in: .npy, .htk, .mfc, .csv, .arff or .mat.
 
-    recipe: what the rows are, for the formats that say so; without it unnamed columns every 10 ms.
+    Parameters
+    ----------
+    recipe : Recipe, optional
+        What the rows are, for the formats that say so; without it unnamed columns every 10 ms.
+    format : str, optional
+        npy, htk, mfc, csv, opensmile (a .csv with semicolons), arff or mat, whatever the name ends in.
+    checksum : bool
+        Behind the values of an HTK file.
 
+    Examples
+    --------
     >>> recipe = kivsr.Recipe.preset("mfcc")
     >>> kivsr.write_features("rows.csv", kivsr.features(np.zeros(16000), preset=recipe), recipe)
     >>> open("rows.csv").readline()[:16]
     'time_s,c0,c1,c2,'
     """
-    native.write_features(os.fspath(file), rows, recipe)
+    native.write_features(os.fspath(file), rows, recipe, format, bool(checksum))
+
+
+def read_archive(archive: Path) -> Iterator[tuple[str, Any]]:
+    """The entries of a Kaldi archive in turn, (key, array); "ark:FILE", "scp:FILE", or a name in .ark or .scp.
+
+    Matrices are [frames, width], vectors of one dimension; float64 where doubles are kept, else float32, compressed
+    ones too. An entry that is sound is (samples, sampling rate), as of `read_audio`. Commands in a list are not run.
+
+    >>> kivsr.write_archive("ark,scp:a.ark,a.scp", {"one": np.ones((5, 3), np.float32), "two": np.zeros((4, 3))})
+    >>> for key, rows in kivsr.read_archive("a.scp"):
+    ...     print(key, rows.shape, rows.dtype)
+    one (5, 3) float32
+    two (4, 3) float64
+    """
+    places = native.archive_places(os.fspath(archive))
+    return ((key, native.read_entry(name)) for key, name in places)
+
+
+def write_archive(archive: Path, entries: Mapping[str, ArrayLike] | Iterable[tuple[str, ArrayLike]]) -> None:
+    """Writes arrays [frames, width] to a Kaldi archive, and its list: "ark:FILE", "ark,t:FILE" (text), "ark,scp:FILE,LIST".
+
+    entries: a mapping or pairs, which are taken one at a time. float64 stays so, other types become float32. The
+    files appear when all is written.
+
+    >>> kivsr.write_archive("ark,t:text.ark", [("key", [[1, 2], [3, 4]])])
+    >>> print(open("text.ark").read(), end="")
+    key  [
+      1 2
+      3 4 ]
+    """
+    output = native.ArchiveOutput(os.fspath(archive))
+    for key, rows in entries.items() if isinstance(entries, Mapping) else entries:
+        output.append(key, rows)
+    output.commit()
 
 
 def load_features(

@@ -10,6 +10,7 @@
 
 #include "kivsr/speech/front/feature_file.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/htk_checksum.h"
 #include "speech/support/signals.h"
 #include "speech/support/temporary_folder.h"
 
@@ -63,7 +64,7 @@ TEST_F(FeatureReaderTest, GivesBackWhatWasWritten) {
   rows.values[7] = std::numeric_limits<float>::quiet_NaN();
   for (const bool empty : {false, true}) {
     if (empty) rows.values.clear();
-    for (const char* name : {"a.npy", "a.htk", "a.mfc", "a.csv"}) {
+    for (const char* name : {"a.npy", "a.htk", "a.mfc", "a.csv", "a.mat"}) {
       OutputFile file(folder_ / name);
       write_features(file, feature_format(name), rows, parameters);
       file.commit();
@@ -125,7 +126,10 @@ TEST_F(FeatureReaderTest, NamesTheFileAndWhatIsWrong) {
       {"a.htk", "short", "truncated"},
       {"a.htk", header + big_endian(36, 2) + big_endian(6, 2) + pairs(true), "not an HTK file, or truncated"},
       {"a.htk", header + big_endian(32, 2) + big_endian(0, 2) + pairs(true), "does not hold features"},
-      {"a.htk", header + big_endian(16, 2) + big_endian(02006, 2) + pairs(true), "compressed"},
+      {"a.htk", header + big_endian(16, 2) + big_endian(02006, 2) + pairs(true), "not an HTK file, or truncated"},
+      {"a.htk", big_endian(6, 4) + big_endian(1, 4) + big_endian(16, 2) + big_endian(012, 2) + pairs(true), "DISCRETE"},
+      {"a.htk", big_endian(6, 4) + big_endian(1, 4) + big_endian(4, 2) + big_endian(02006, 2) + std::string(24, '\0'),
+       "scale 0"},
       {"a.mfc", "abc", "truncated"},
       {"a.mfc", little_endian(25, 4) + pairs(false), "not a Sphinx feature file, or truncated"},
       {"a.mfc", little_endian(24, 4) + pairs(false), "no rows of 13"},
@@ -133,6 +137,15 @@ TEST_F(FeatureReaderTest, NamesTheFileAndWhatIsWrong) {
       {"a.csv", "time_s,x\n0,1\n0.01,1,2\n", "line 3 has 3 fields"},
       {"a.csv", "time_s,x\n0,one\n", "'one' is not a number"},
       {"a.csv", "time_s,x\n0,1", "truncated"},
+      {"a.csv", "name;x;y\n'a';1;2\n", "name;frameTime"},
+      {"a.csv", "name;frameTime;x\n'a';0;1\n'a';0.01;one\n", "line 3: 'one' is not a number"},
+      {"a.arff", "@relation a\n@attribute x string\n@data\n", "no attribute is a number"},
+      {"a.arff", "@relation a\n@attribute x\n@data\n", "line 2: an attribute has no type"},
+      {"a.arff", "@relation a\nx\n@data\n", "line 2 does not belong"},
+      {"a.arff", "@attribute x real\n@data\n1,2\n", "line 3 has 2 fields"},
+      {"a.arff", "@attribute x real\n", "truncated"},
+      {"a.mat", std::string("\0BFM \4\1\0\0\0\4\0\0\0\0", 15), "rows without values"},
+      {"a.mat", std::string("\0BFM \4\0\0\0\0\4\0\0\0\0", 15), "a matrix without values"},
       {"a.wav", "", "extension"},
   };
   for (const auto& [name, bytes, message] : cases) {
@@ -147,6 +160,93 @@ TEST_F(FeatureReaderTest, NamesTheFileAndWhatIsWrong) {
     }
   }
   EXPECT_THROW(read_feature_file(folder_ / "none.npy"), Fault);
+}
+
+// HTK Book, 5.10.1: a short is A x - B, and the two vectors count as four rows.
+TEST_F(FeatureReaderTest, CompressedHtk) {
+  for (const bool checked : {false, true}) {
+    std::string bytes = big_endian(3 + 4, 4) + big_endian(50000, 4) + big_endian(4, 2) +
+                        big_endian(06 | 02000 | (checked ? 010000 : 0), 2);
+    for (const float scale : {100.0F, 0.5F, -200.0F, 10.0F})
+      bytes += big_endian(std::bit_cast<std::uint32_t>(scale), 4);
+    for (const int value : {0, 0, 32767, -32768, -100, 7}) bytes += big_endian(static_cast<std::uint32_t>(value), 2);
+    if (checked) bytes += "xx";
+    const auto file = folder_.write("a.htk", bytes);
+    FeatureReader reader(file);
+    EXPECT_EQ(reader.layout().frame_seconds, 0.005);
+    EXPECT_EQ(htk_kind_name(reader.layout().htk_kind), checked ? "MFCC_C_K" : "MFCC_C");
+    FeatureMatrix rows;
+    while (reader.read(rows)) {
+    }
+    // (X + B) / A with A = 100, 0.5 and B = -200, 10
+    EXPECT_EQ(rows.values, (std::vector<float>{-2, 20, 325.67F, -65516, -3, 34}));
+    EXPECT_EQ(htk_checksum_fits(file), checked ? std::optional(false) : std::nullopt);
+  }
+}
+
+TEST_F(FeatureReaderTest, HtkQualifiersStay) {
+  // Two floats and the index of a codebook.
+  const std::string row = pairs(true).substr(0, 8) + big_endian(300, 2);
+  const auto file = folder_.write(
+      "a.htk", big_endian(2, 4) + big_endian(100000, 4) + big_endian(10, 2) + big_endian(064606, 2) + row + row);
+  FeatureReader reader(file);
+  EXPECT_EQ(htk_kind_name(reader.layout().htk_kind), "MFCC_0_D_N_Z_V");
+  FeatureMatrix rows;
+  reader.read(rows);
+  EXPECT_EQ(rows.values, (std::vector<float>{1.5F, -2, 300, 1.5F, -2, 300}));
+}
+
+TEST_F(FeatureReaderTest, HtkChecksum) {
+  const FeatureMatrix rows{3, noise(300)};
+  FeatureLayout layout{.width = 3, .htk_kind = 06 | 010000};
+  OutputFile file(folder_ / "a.htk");
+  write_features(file, FeatureFormat::kHtk, rows, layout);
+  file.commit();
+  EXPECT_EQ(read_feature_file(folder_ / "a.htk").values, rows.values);
+  EXPECT_EQ(htk_checksum_fits(folder_ / "a.htk"), true);
+  std::string bytes = read_file(folder_ / "a.htk");
+  ASSERT_EQ(bytes.size(), 12U + 1200U + 2U);
+  bytes[700] = static_cast<char>(bytes[700] ^ 1);
+  EXPECT_EQ(htk_checksum_fits(folder_.write("b.htk", bytes)), false);
+
+  // The catalogue's check values of CRC-16/KERMIT, XMODEM, IBM-3740 and ARC.
+  HtkChecksums sums;
+  const std::string text = "123456789";
+  sums.add({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+  EXPECT_EQ(sums.written(), 0x2189);
+  for (const std::uint16_t value : {0x2189, 0x8921, 0x31C3, 0x29B1, 0xBB3D}) EXPECT_TRUE(sums.fit(value)) << value;
+  EXPECT_FALSE(sums.fit(0x2188));
+}
+
+TEST_F(FeatureReaderTest, TablesOfOtherPrograms) {
+  const FeatureMatrix rows{2, {1.5F, -2, 0.1F, std::numeric_limits<float>::quiet_NaN()}};
+  const FeatureLayout layout{.width = 2, .frame_seconds = 0.02, .columns = {"a", "b c"}, .name = "it's"};
+  const auto written = [&](FeatureFormat format, const char* name) {
+    OutputFile file(folder_ / name);
+    write_features(file, format, rows, layout);
+    file.commit();
+    return read_file(folder_ / name);
+  };
+  EXPECT_EQ(written(FeatureFormat::kOpenSmile, "a.csv"),
+            "name;frameTime;a;b c\n'it_s';0;1.5;-2\n'it_s';0.02;0.100000001;nan\n");
+  EXPECT_EQ(written(FeatureFormat::kArff, "a.arff"),
+            "@relation 'it_s'\n\n@attribute name string\n@attribute frameTime numeric\n@attribute 'a' numeric\n"
+            "@attribute 'b c' numeric\n\n@data\n\n'it_s',0,1.5,-2\n'it_s',0.02,0.100000001,?\n");
+  for (const char* name : {"a.csv", "a.arff"}) {
+    FeatureReader reader(folder_ / name);
+    EXPECT_EQ(reader.layout().columns, layout.columns) << name;
+    EXPECT_EQ(reader.layout().frame_seconds, 0.02) << name;
+    FeatureMatrix read;
+    reader.read(read);
+    ASSERT_EQ(read.values.size(), 4U) << name;
+    EXPECT_EQ(read.values[2], 0.1F) << name;
+    EXPECT_TRUE(std::isnan(read.values[3])) << name;
+  }
+  expect_pairs("a.csv", "name;frameIndex;frameTime;x;y\n'a;b';0;0.0;1.5;-2\n\"c\";1;0.01;+1.5;-2.0e0\n", 2, 2);
+  expect_pairs("a.arff",
+               "% a remark\n@RELATION r\n@ATTRIBUTE 'k 1' REAL\n@attribute class {a,b}\n"
+               "@attribute y Integer\n@DATA\n1.5, a, -2\n% another\n\n1.5,b,-2\n",
+               2, 2);
 }
 
 }  // namespace
