@@ -36,6 +36,7 @@
 #include "program/recognise_report.h"
 #include "program/recogniser_options.h"
 #include "program/report_text.h"
+#include "program/result_options.h"
 #include "program/subcommands.h"
 #include "program/transcript_format.h"
 
@@ -60,6 +61,7 @@ struct RecogniseCommand {
   RawFormat raw;
   SearchWeights weights;
   Beams beams;
+  ResultOptions results;
 
  private:
   struct Task {
@@ -119,17 +121,6 @@ Dictionary RecogniseCommand::dictionary(const AcousticModel& model, const WordNe
 
 // Forms that consist of words with their times.
 bool with_times(ReportFormat format) { return format != ReportFormat::kText && format != ReportFormat::kTsv; }
-
-// The words that were said, without silence and noise. A quoted token of a grammar can be several.
-std::vector<std::string> spoken_words(const Hypothesis& hypothesis, const SearchNetwork& network) {
-  std::vector<std::string> result;
-  for (const HypothesisWord& word : hypothesis.words) {
-    const SearchLabel& label = network.labels[static_cast<std::size_t>(word.label)];
-    std::istringstream parts(label.filler ? std::string() : label.word);
-    for (std::string part; parts >> part;) result.push_back(part);
-  }
-  return result;
-}
 
 SearchNetwork RecogniseCommand::network_of(WordNetwork words_allowed, const Dictionary& pronunciations,
                                            const AcousticModel& model) const {
@@ -193,7 +184,9 @@ struct RecogniseCommand::Worker {
         model(*given.model),
         scorer(make_mixture_scorer(*given.model, options.acoustic.scoring)),
         chain(options.acoustic.recipe_of(*given.model)),
-        search(given.network, *given.model, *scorer, options.beams) {}
+        search(given.network, *given.model, *scorer, options.beams) {
+    if (options.results.with_lattice()) search.record_lattice(options.results.beam);
+  }
   RecognisedUtterance recognise(const std::string& file) { return command.recognise(file, *this); }
 
   const RecogniseCommand& command;
@@ -220,19 +213,21 @@ RecognisedUtterance RecogniseCommand::recognise(const std::string& file, Worker&
     worker.search.finish();  // what it holds of this file is not for the next
     throw;
   }
-  const Hypothesis hypothesis = worker.search.finish();
+  Hypothesis hypothesis = worker.search.finish();
+  const std::vector<double> confidences = results.confidences(hypothesis, worker.network);
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
 
   RecognisedUtterance utterance;
   utterance.file = file;
-  utterance.words = spoken_words(hypothesis, worker.network);
+  utterance.words = spoken_words(hypothesis.words, worker.network);
   utterance.score = hypothesis.score;
   utterance.complete = hypothesis.complete;
   utterance.audio_seconds = info.seconds;
   utterance.elapsed_seconds = elapsed.count();
-  if (alignment || with_times(format)) {
-    const double seconds = worker.chain.recipe().frame_seconds();
+  const double seconds = worker.chain.recipe().frame_seconds();
+  if (alignment || with_times(format) || results.with_confidence()) {
     utterance.alignment = word_times(hypothesis.words, worker.network, seconds);
+    for (std::size_t i = 0; i < confidences.size(); ++i) utterance.alignment[i].confidence = confidences[i];
     if (phones) {
       utterance.level = TimeLevel::kPhones;
       const auto segments =
@@ -240,10 +235,12 @@ RecognisedUtterance RecogniseCommand::recognise(const std::string& file, Worker&
       add_phone_times(utterance.alignment, segments, worker.model.definition, seconds, utterance.level);
     }
   }
+  results.tell(hypothesis, worker.network, seconds, utterance);
   return utterance;
 }
 
 void RecogniseCommand::check_format(const std::vector<FileTask>& tasks) const {
+  results.check(format, tasks.size() > 1);
   if (phones && !alignment && format != ReportFormat::kJson && format != ReportFormat::kTextGrid) {
     throw Fault("recognise: --phones is for --alignment and the formats json and textgrid");
   }
@@ -265,7 +262,7 @@ void RecogniseCommand::recognise_all(const Task& given, const std::vector<FileTa
   FileLoop loop("recognise", tasks, files.jobs, files.stop_at_fault);
   std::optional<OutputFile> output;
   if (!files.output.empty()) output.emplace(files.output);
-  RecogniseReport report(format, references.has_value(), [&](std::string_view text) {
+  RecogniseReport report(format, references.has_value(), results.with_confidence(), [&](std::string_view text) {
     if (output) return output->write(text);
     loop.progress().clear();
     std::fwrite(text.data(), 1, text.size(), stdout);
@@ -282,7 +279,9 @@ void RecogniseCommand::recognise_all(const Task& given, const std::vector<FileTa
       }
       if (task.output.empty()) return turn.post([&report, utterance] { report.add(utterance); });
       std::string text;
-      RecogniseReport(format, references.has_value(), [&](std::string_view more) { text += more; }).add(utterance);
+      RecogniseReport(format, references.has_value(), results.with_confidence(), [&](std::string_view more) {
+        text += more;
+      }).add(utterance);
       write_report(task.output, text);
     };
   });
@@ -341,6 +340,7 @@ void add_recognise(CLI::App& program) {
               {"srt", ReportFormat::kSrt},
               {"textgrid", ReportFormat::kTextGrid}},
              "text, tsv, json (an object a line), ctm, srt or textgrid");
+  add_result_options(*command, options->results);
   add_search_options(*command, *options);
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });

@@ -17,11 +17,12 @@ std::string error_text(const WordErrors& errors) {
 
 }  // namespace
 
-RecogniseReport::RecogniseReport(ReportFormat format, bool with_reference, Write write)
-    : format_(format), with_reference_(with_reference), write_(std::move(write)) {
+RecogniseReport::RecogniseReport(ReportFormat format, bool with_reference, bool with_confidence, Write write)
+    : format_(format), with_reference_(with_reference), with_confidence_(with_confidence), write_(std::move(write)) {
   if (format_ != ReportFormat::kTsv) return;
   std::string header = "file\thypothesis\tscore\tseconds\treal_time_factor\tcomplete";
   if (with_reference_) header += "\treference\twords\tsubstitutions\tdeletions\tinsertions";
+  if (with_confidence_) header += "\tconfidences";
   write_(header + "\n");
 }
 
@@ -32,10 +33,15 @@ std::string RecogniseReport::text_of(const RecognisedUtterance& utterance) const
   if (with_reference_) text += ", " + error_text(utterance.errors);
   text += utterance.complete ? "]\n" : "] (not a complete sentence)\n";
   for (const AlignedWord& word : utterance.alignment) {
-    text += formatted("  %8.2f %8.2f  ", word.start, word.end) + word.word + "\n";
+    text += formatted("  %8.2f %8.2f  ", word.start, word.end) + word.word;
+    text += (word.confidence < 0.0 ? "" : formatted("  %.3f", word.confidence)) + "\n";
     for (const AlignedPhone& phone : word.phones) {
       text += formatted("  %8.2f %8.2f    ", phone.start, phone.end) + phone.phone + "\n";
     }
+  }
+  int place = 0;
+  for (const RecognisedUtterance::Alternative& other : utterance.alternatives) {
+    text += formatted("  %4d %12.1f  ", ++place, other.score) + joined(other.words) + "\n";
   }
   return text;
 }
@@ -48,6 +54,13 @@ std::string RecogniseReport::tsv_of(const RecognisedUtterance& utterance) const 
   if (with_reference_) {
     text += "\t" + joined(utterance.reference) +
             formatted("\t%d\t%d\t%d\t%d", errors.words, errors.substitutions, errors.deletions, errors.insertions);
+  }
+  if (with_confidence_) {
+    std::vector<std::string> confidences;
+    for (const AlignedWord& word : utterance.alignment) {
+      if (!word.filler) confidences.push_back(formatted("%.3f", word.confidence));
+    }
+    text += "\t" + joined(confidences);
   }
   return text + "\n";
 }

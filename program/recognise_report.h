@@ -24,6 +24,11 @@ struct RecognisedUtterance {
   WordErrors errors;
   std::vector<AlignedWord> alignment;   // silence and noise included
   TimeLevel level = TimeLevel::kWords;  // the deepest that is told
+  struct Alternative {
+    std::vector<std::string> words;
+    double score = 0.0;
+  };
+  std::vector<Alternative> alternatives;  // the best sentences, this one first
 };
 
 enum class ReportFormat { kText, kTsv, kJson, kCtm, kSrt, kTextGrid };
@@ -31,7 +36,7 @@ enum class ReportFormat { kText, kTsv, kJson, kCtm, kSrt, kTextGrid };
 class RecogniseReport {
  public:
   using Write = std::function<void(std::string_view text)>;
-  RecogniseReport(ReportFormat format, bool with_reference, Write write);
+  RecogniseReport(ReportFormat format, bool with_reference, bool with_confidence, Write write);
   void add(const RecognisedUtterance& utterance);
   void finish() const;
 
@@ -41,6 +46,7 @@ class RecogniseReport {
 
   ReportFormat format_;
   bool with_reference_;
+  bool with_confidence_;
   Write write_;
   int utterances_ = 0;
   double audio_seconds_ = 0.0;

@@ -30,6 +30,7 @@ nlohmann::ordered_json phone_object(const AlignedPhone& phone) {
 
 nlohmann::ordered_json word_object(const AlignedWord& word) {
   nlohmann::ordered_json object{{"word", word.word}, {"start", word.start}, {"end", word.end}};
+  if (word.confidence >= 0.0) object["confidence"] = word.confidence;
   for (const AlignedPhone& phone : word.phones) object["phones"].push_back(phone_object(phone));
   return object;
 }
@@ -38,12 +39,14 @@ struct Interval {
   double start;
   double end;
   std::string text;  // empty: silence or noise among words
+  double confidence = -1.0;
 };
 
 std::vector<Interval> intervals(const std::vector<AlignedWord>& words, TimeLevel level) {
   std::vector<Interval> result;
   for (const AlignedWord& word : words) {
-    if (level == TimeLevel::kWords) result.push_back({word.start, word.end, word.filler ? std::string() : word.word});
+    if (level == TimeLevel::kWords)
+      result.push_back({word.start, word.end, word.filler ? std::string() : word.word, word.confidence});
     for (const AlignedPhone& phone : word.phones) {
       if (level == TimeLevel::kPhones) result.push_back({phone.start, phone.end, phone.phone});
       if (level != TimeLevel::kStates) continue;
@@ -90,6 +93,9 @@ std::string json_line(const RecognisedUtterance& utterance) {
   for (const AlignedWord& word : utterance.alignment) {
     if (!word.filler) line["words"].push_back(word_object(word));
   }
+  for (const RecognisedUtterance::Alternative& other : utterance.alternatives) {
+    line["alternatives"].push_back({{"text", joined(other.words)}, {"score", other.score}});
+  }
   return line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
@@ -98,7 +104,8 @@ std::string ctm_lines(const RecognisedUtterance& utterance, TimeLevel level) {
   std::string text;
   for (const Interval& interval : intervals(utterance.alignment, level)) {
     if (interval.text.empty()) continue;
-    text += name + formatted(" 1 %.2f %.2f ", interval.start, interval.end - interval.start) + interval.text + "\n";
+    text += name + formatted(" 1 %.2f %.2f ", interval.start, interval.end - interval.start) + interval.text;
+    text += (interval.confidence < 0.0 ? "" : formatted(" %.3f", interval.confidence)) + "\n";
   }
   return text;
 }

@@ -32,6 +32,7 @@ struct AlignedWord {
   double end = 0.0;
   bool filler = false;
   std::vector<AlignedPhone> phones = {};  // empty where they are not wanted
+  double confidence = -1.0;               // from 0 to 1; below 0: not known
 };
 
 enum class TimeLevel { kWords, kPhones, kStates };

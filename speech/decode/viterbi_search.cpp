@@ -21,9 +21,16 @@ ViterbiSearch::ViterbiSearch(const SearchNetwork& network, const AcousticModel& 
   reset();
 }
 
+void ViterbiSearch::record_lattice(float beam) {
+  recorder_.emplace(network_);
+  lattice_beam_ = beam;
+  reset();
+}
+
 void ViterbiSearch::reset() {
   phones_.reset();
   words_.reset();
+  if (recorder_) recorder_->reset();
   active_.clear();
   next_active_.clear();
   left_phones_.clear();
@@ -35,7 +42,7 @@ void ViterbiSearch::reset() {
   offset_ = 0.0;
   frame_ = 0;
   // the start is like the end of a word after which anything may follow
-  exits_.push_back({0.0F, -1, network_.language->start(), -1, forest_.fan_out.silent_context(), nullptr});
+  exits_.push_back({0.0F, -1, network_.language->start(), -1, forest_.fan_out.silent_context(), nullptr, 0.0F});
   enter_words(kLogZero);
   exits_.clear();
   exit_histories_.clear();
@@ -247,7 +254,7 @@ void ViterbiSearch::end_words(int index, Token token) {
   for (int arc = first; arc < first + count; ++arc) {
     const SearchLanguage::Step step = follow(forest_.arcs[static_cast<std::size_t>(arc)], phone.state, phone.kind);
     exits_.push_back({token.score - phone.look_ahead + step.weight, token.history, step.next, step.label,
-                      forest_.fan_out.context_of(base), phone.variant});
+                      forest_.fan_out.context_of(base), phone.variant, step.weight});
   }
 }
 
@@ -262,6 +269,7 @@ void ViterbiSearch::join(const WordExit& exit, int index) {
     junctions_.push_back({state, exit.context});
     best_exits_.resize(best_exits_.size() + static_cast<std::size_t>(contexts_), -1);
   }
+  if (recorder_ && exit.label >= 0) recorder_->add(place / static_cast<std::size_t>(contexts_), recorded(exit));
   const auto offer = [&](int context) {
     int& best = best_exits_[place + static_cast<std::size_t>(context)];
     if (best < 0 || exit.score > exits_[static_cast<std::size_t>(best)].score) best = index;
@@ -279,6 +287,7 @@ void ViterbiSearch::enter_words(float threshold) {
   for (const WordExit& exit : exits_) best = std::max(best, exit.score);
   const float word_threshold = std::max(best - beams_.word, threshold);
   junctions_.clear();
+  if (recorder_) recorder_->start_frame(static_cast<int>(frame_ - 1));
   best_exits_.clear();
   exit_histories_.assign(exits_.size(), -1);
   for (std::size_t index = 0; index < exits_.size(); ++index) {
@@ -314,7 +323,10 @@ void ViterbiSearch::enter_tree(const Junction& junction, TreeKind kind, const in
       made.variant = entry.variant;
     }
     int& history = exit_histories_[static_cast<std::size_t>(exit_index)];
-    if (history < 0 && exit.label >= 0) history = words_.add(exit.history, exit.label, static_cast<int>(frame_ - 1));
+    if (history < 0 && exit.label >= 0) {
+      history = words_.add(exit.history, exit.label, static_cast<int>(frame_ - 1));
+      if (recorder_) recorder_->set_history(history, static_cast<std::size_t>(&junction - junctions_.data()));
+    }
     enter(phone, {exit.score + entry.look_ahead, history});
   }
 }
@@ -342,7 +354,7 @@ void ViterbiSearch::push(std::span<const float> frame) {
   phones_.release(left_phones_);
   phones_.release_empty_states();
   active_.swap(next_active_);
-  if (words_.has_grown()) settle();
+  if (words_.has_grown() && !recorder_) settle();  // the recorder knows words by their places
 }
 
 // Everything that leads back to words: the paths inside phones, those that enter one with the next frame, and the words
@@ -365,8 +377,30 @@ void ViterbiSearch::settle() {
 }
 
 std::vector<HypothesisWord> ViterbiSearch::take_settled() {
-  settle();
+  if (!recorder_) settle();
   return words_.take_settled();
+}
+
+// Whether nothing, which is silence, may follow.
+bool ViterbiSearch::ends_silently(const WordExit& exit) const {
+  const std::span<const int> rights = forest_.fan_out.rights(*exit.variant);
+  return std::find(rights.begin(), rights.end(), forest_.fan_out.silent_context()) != rights.end();
+}
+
+RecordedEnd ViterbiSearch::recorded(const WordExit& exit) const {
+  return {static_cast<double>(exit.score) + offset_, exit.history, exit.label, exit.language, exit.variant};
+}
+
+WordLattice ViterbiSearch::finished_lattice() {
+  std::vector<RecordedEnd> finals;
+  for (const WordExit& exit : exits_) {
+    const float weight = network_.language->final_weight(exit.next);
+    if (!ends_silently(exit) || !(exit.score + weight > kLogZero / 2)) continue;
+    finals.push_back(recorded(exit));
+    finals.back().score += static_cast<double>(weight);
+    finals.back().language += weight;
+  }
+  return recorder_->lattice(finals, static_cast<int>(frame_), static_cast<double>(lattice_beam_));
 }
 
 Hypothesis ViterbiSearch::finish() {
@@ -374,8 +408,7 @@ Hypothesis ViterbiSearch::finish() {
   float best = kLogZero;
   const WordExit* best_exit = nullptr;
   for (const WordExit& exit : exits_) {
-    const std::span<const int> rights = forest_.fan_out.rights(*exit.variant);
-    if (std::find(rights.begin(), rights.end(), forest_.fan_out.silent_context()) == rights.end()) continue;
+    if (!ends_silently(exit)) continue;
     const float score = exit.score + network_.language->final_weight(exit.next);
     if (!(score > best)) continue;
     best = score;
@@ -395,6 +428,7 @@ Hypothesis ViterbiSearch::finish() {
     result.words = words_.trace(token.history);
   }
   result.score = static_cast<double>(best) + offset_;
+  if (recorder_) result.lattice = finished_lattice();
   reset();
   return result;
 }

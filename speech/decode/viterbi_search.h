@@ -6,13 +6,16 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
 #include "kivsr/speech/decode/active_phones.h"
+#include "kivsr/speech/decode/lattice_recorder.h"
 #include "kivsr/speech/decode/scorer.h"
 #include "kivsr/speech/decode/search_network.h"
 #include "kivsr/speech/decode/word_history.h"
+#include "kivsr/speech/decode/word_lattice.h"
 #include "kivsr/speech/models/acoustic_model.h"
 
 namespace kivsr::speech {
@@ -29,11 +32,16 @@ struct Hypothesis {
   std::vector<HypothesisWord> words;  // silence and noise included
   double score = 0.0;                 // log likelihood of the best path with all weights
   bool complete = false;              // false: no path reached the end of a sentence, words are those of the best one
+  WordLattice lattice;                // if it was recorded
 };
 
 class ViterbiSearch {
  public:
   ViterbiSearch(const SearchNetwork& network, const AcousticModel& model, Scorer& scorer, const Beams& beams);
+
+  // From the next utterance on, finish gives a lattice of the words that are within a beam of the best path. Memory
+  // then grows with the frames.
+  void record_lattice(float beam);
 
   void push(std::span<const float> frame);
   // The next words that all paths have in common, which no frame can change any more: while the utterance goes on, for
@@ -50,6 +58,7 @@ class ViterbiSearch {
     int label;
     int context;  // of its last phone
     const FanOutTable::Variant* variant;
+    float language;  // weight of the word, part of the score
   };
   // Where words that end with the same phone lead to the same state of the language.
   struct Junction {
@@ -58,6 +67,9 @@ class ViterbiSearch {
   };
 
   void reset();
+  RecordedEnd recorded(const WordExit& exit) const;
+  WordLattice finished_lattice();
+  bool ends_silently(const WordExit& exit) const;
   void score_active_states(std::span<const float> frame);
   template <int kStates>
   float advance(int phone);
@@ -90,6 +102,8 @@ class ViterbiSearch {
 
   ActivePhones phones_;
   WordHistory words_;
+  std::optional<LatticeRecorder> recorder_;
+  float lattice_beam_ = 0.0F;
   std::vector<int> active_;  // phones that hold a path
   std::vector<int> next_active_;
   std::vector<int> left_phones_;           // phones that lost their paths in this frame

@@ -93,6 +93,25 @@ TEST(Recognise, PhonesOfTheWords) {
   EXPECT_EQ(run_kivsr(options).status, 2);
 }
 
+// Confidence, sentences and lattice of one recording; words that are not sure enough go.
+TEST(Recognise, OtherResults) {
+  const TemporaryFolder folder;
+  const auto lattice = folder / "said.slf";
+  const std::string options =
+      "recognise --words go,forward,ten,meters,two,for " + quoted(kTestData / "goforward.raw") + " ";
+  const CommandResult json = run_kivsr(options + "--format json --confidence --nbest 3 --lattice " + quoted(lattice));
+  ASSERT_EQ(json.status, 0) << json.errors;
+  EXPECT_NE(json.output.find("\"confidence\":0.9"), std::string::npos) << json.output;
+  EXPECT_NE(json.output.find("\"alternatives\":[{\"text\":\"go forward ten meters\",\"score\":-"), std::string::npos);
+  const std::string text = read_file(lattice);
+  EXPECT_TRUE(text.starts_with("VERSION=1.0\nUTTERANCE=goforward\n")) << text.substr(0, 100);
+  EXPECT_NE(text.find(" W=meters a=-"), std::string::npos);
+  const CommandResult table = run_kivsr(options + "--format tsv --minimum-confidence 1 --confidence-scale 0.0001");
+  EXPECT_NE(table.output.find("complete\tconfidences\n"), std::string::npos) << table.output;
+  EXPECT_EQ(table.output.find("forward ten"), std::string::npos) << "with hardly any scale no word is sure";
+  EXPECT_EQ(run_kivsr(options + "--format ctm --nbest 2").status, 2);
+}
+
 // What --words means: a list however long, a file by its name or with @ in front, a pipe; never a mistyped name.
 TEST(Recognise, WordsAreAListOrAFile) {
   const TemporaryFolder folder;

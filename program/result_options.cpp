@@ -1,0 +1,74 @@
+#include "program/result_options.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <sstream>
+
+#include <CLI/CLI.hpp>
+
+#include "kivsr/speech/decode/word_lattice.h"
+#include "kivsr/speech/io/fault.h"
+#include "program/numbers.h"
+#include "program/report_text.h"
+
+namespace kivsr::program {
+
+void ResultOptions::check(ReportFormat format, bool several) const {
+  if (nbest > 0 && format != ReportFormat::kText && format != ReportFormat::kJson) {
+    throw Fault("recognise: --nbest is for the formats text and json");
+  }
+  if (!lattice.empty() && several && !std::filesystem::is_directory(lattice)) {
+    throw Fault("recognise: --lattice of several recordings is a folder, " + lattice + " is none");
+  }
+}
+
+std::vector<double> ResultOptions::confidences(Hypothesis& hypothesis, const SearchNetwork& network) const {
+  find_posteriors(hypothesis.lattice, scale);
+  if (!with_confidence()) return {};
+  const std::vector<double> all = word_confidences(hypothesis.lattice, network, hypothesis.words);
+  std::vector<double> kept;
+  std::vector<HypothesisWord> words;
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    const HypothesisWord& word = hypothesis.words[i];
+    if (all[i] < minimum_confidence && !network.labels[static_cast<std::size_t>(word.label)].filler) continue;
+    words.push_back(word);
+    kept.push_back(all[i]);
+  }
+  hypothesis.words = std::move(words);
+  return kept;
+}
+
+void ResultOptions::tell(const Hypothesis& hypothesis, const SearchNetwork& network, double frame_seconds,
+                         RecognisedUtterance& utterance) const {
+  for (const Sentence& sentence : best_sentences(hypothesis.lattice, network, nbest)) {
+    utterance.alternatives.push_back({spoken_words(sentence.words, network), sentence.score});
+  }
+  if (lattice.empty()) return;
+  const std::filesystem::path stem = std::filesystem::path(utterance.file).stem();
+  const std::filesystem::path place(lattice);
+  const auto file = std::filesystem::is_directory(place) ? place / (stem.string() + ".slf") : place;
+  write_report(file.string(), lattice_text(hypothesis.lattice, network, stem.string(), frame_seconds));
+}
+
+void add_result_options(CLI::App& command, ResultOptions& options) {
+  command.add_flag("--confidence", options.confidence, "Tell how sure each word is, from 0 to 1");
+  add_number(command, "--minimum-confidence", options.minimum_confidence, 0, 1,
+             "Words that are less sure are left out");
+  add_number(command, "--nbest", options.nbest, 0, 10000, "Best sentences that are told, which differ in their words");
+  command.add_option("--lattice", options.lattice,
+                     "File for the lattice of the words that could have been said (HTK SLF), or a folder for several");
+  add_number(command, "--lattice-beam", options.beam, 0, 1e6, "Log score behind the best path of what it holds");
+  add_number(command, "--confidence-scale", options.scale, 0, 10, "Of log scores that confidences are made of");
+}
+
+std::vector<std::string> spoken_words(const std::vector<HypothesisWord>& words, const SearchNetwork& network) {
+  std::vector<std::string> result;
+  for (const HypothesisWord& word : words) {
+    const SearchLabel& label = network.labels[static_cast<std::size_t>(word.label)];
+    std::istringstream parts(label.filler ? std::string() : label.word);
+    for (std::string part; parts >> part;) result.push_back(part);
+  }
+  return result;
+}
+
+}  // namespace kivsr::program
