@@ -23,6 +23,9 @@ void fit_lengths(const FrontEndParameters& start, const IsSet& is_set, FrontEndP
       front_end.high_frequency = std::min(front_end.high_frequency, 0.5F * static_cast<float>(front_end.sample_rate));
     }
   }
+  if (is_set("fft-length") && !is_set("window-length") && start.window_length == start.fft_length) {
+    front_end.window_length = front_end.fft_length;
+  }
   if (!is_set("fft-length") && front_end.window_length > front_end.fft_length &&
       front_end.window_length <= kLongestFrame) {
     front_end.fft_length = static_cast<int>(std::bit_ceil(static_cast<unsigned>(front_end.window_length)));

@@ -50,6 +50,12 @@ TEST(DependentFields, ALongerWindowTakesTheNextPowerOfTwo) {
   EXPECT_EQ(own.front_end.fft_length, 600);
 }
 
+TEST(DependentFields, AWindowAsLongAsTheTransformStaysAsLong) {
+  const auto transform = [](Recipe& recipe) { recipe.front_end.fft_length = 512; };
+  EXPECT_EQ(with("librosa-melspectrogram", {"fft-length"}, transform).front_end.window_length, 512);
+  EXPECT_EQ(with("kaldi-mfcc", {"fft-length"}, transform).front_end.window_length, 400);
+}
+
 TEST(DependentFields, WhatSpeaksOfMissingColumnsGoesUnlessItWasSet) {
   Recipe start = speech::preset("htk-mfcc");
   start.front_end.energy = true;
