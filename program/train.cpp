@@ -22,6 +22,7 @@
 #include "program/raw_options.h"
 #include "program/recipe_options.h"
 #include "program/subcommands.h"
+#include "program/train_phones.h"
 
 namespace kivsr::program {
 
@@ -49,10 +50,13 @@ struct TrainCommand {
   std::string method = "baum-welch";
   std::string start = "codebook";
   TrainingSettings settings;
+  CLI::Option* states = nullptr;
+  PhoneOptions phones;
   // Says of each setting given on the command line whether it is the stored one.
   std::vector<std::function<void(const TrainingSettings&)>> comparisons;
 
  private:
+  void run_phones();
   void read_model();
   Recipe recipe_for(Source source, int width) const;
   void begin(const std::vector<TrainingItem>& items);
@@ -212,6 +216,24 @@ void TrainCommand::sum_parts() {
   complete_pass(total);
 }
 
+void TrainCommand::run_phones() {
+  PhoneTrainingRun run;
+  run.items = read_training_list(list, true);
+  run.list = list.transcripts.empty() ? list.list.string() : list.transcripts.string();
+  run.folder = model_file;
+  run.recipe = recipe.recipe();
+  run.raw = raw;
+  run.resume = resume;
+  run.most_passes = most_passes;
+  run.jobs = jobs;
+  run.compare = [this](const TrainingSettings& stored) {
+    for (const auto& compare : comparisons) compare(stored);
+  };
+  phones.settings.common = settings;
+  if (states->count() == 0) phones.settings.common.states = 3;
+  train_phones(run, phones);
+}
+
 void TrainCommand::run() {
   settings.viterbi = method == "viterbi";
   settings.random_start = start == "random";
@@ -221,6 +243,7 @@ void TrainCommand::run() {
     return sum_parts();
   }
   if (list.list.empty()) throw Fault("train: --list is needed, the files to train from");
+  if (!phones.dictionary.empty()) return run_phones();
   const std::vector<TrainingItem> items = read_training_list(list, !plain_mixture);
   if (part_text.empty()) {
     train(items);
@@ -316,6 +339,12 @@ void add_train(CLI::App& program) {
   add_number(*command, "--mfc-width", options->source_width, 1, 10000, "Values of a frame in .mfc files");
   add_raw_options(*command, options->raw);
   add_training_settings(*command, options);
+  options->states = command->get_option("--states");
+  options->phones.add_to(*command);
+  for (const char* other : {"--mixture", "--align-with", "--part", "--sum", "--silence-states", "--start",
+                            "--start-components", "--seed"}) {
+    command->get_option("--dict")->excludes(other);
+  }
   command->callback([options] { options->run(); });
 }
 

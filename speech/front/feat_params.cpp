@@ -7,8 +7,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <sstream>
+#include <utility>
 
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/number_text.h"
 
 namespace kivsr::speech {
 
@@ -90,11 +93,7 @@ constexpr EntryRule kRules[] = {
     {"warp_params", [](const Entry& e, auto&, auto&) { e.fail("frequency warping is not offered"); }},
 };
 
-std::map<std::string, std::string> read_entries(const std::filesystem::path& file) {
-  std::ifstream stream(file);
-  if (!stream || std::filesystem::is_directory(file)) {
-    throw Fault(file.string() + ": cannot be read: " + std::strerror(errno));
-  }
+std::map<std::string, std::string> read_entries(const std::filesystem::path& file, std::istream& stream) {
   std::map<std::string, std::string> entries;
   std::string name;
   std::string value;
@@ -135,9 +134,11 @@ Recipe FeatParams::recipe(const std::filesystem::path& file) const {
   return recipe;
 }
 
-FeatParams read_feat_params(const std::filesystem::path& file) {
+namespace {
+
+FeatParams parse(const std::filesystem::path& file, std::istream& stream) {
   FeatParams result;
-  result.entries = read_entries(file);
+  result.entries = read_entries(file, stream);
   Durations durations;
   for (const auto& [name, value] : result.entries) {
     for (const EntryRule& rule : kRules) {
@@ -151,6 +152,58 @@ FeatParams read_feat_params(const std::filesystem::path& file) {
     throw Fault(file.string() + ": " + fault.what());
   }
   return result;
+}
+
+const char* transform_name(Transform transform) {
+  switch (transform) {
+    case Transform::kLegacy: return "legacy";
+    case Transform::kHtk: return "htk";
+    default: return "dct";
+  }
+}
+
+}  // namespace
+
+FeatParams read_feat_params(const std::filesystem::path& file) {
+  std::ifstream stream(file);
+  if (!stream || std::filesystem::is_directory(file)) {
+    throw Fault(file.string() + ": cannot be read: " + std::strerror(errno));
+  }
+  return parse(file, stream);
+}
+
+std::string feat_params_text(const Recipe& recipe) {
+  const FrontEndParameters& from = recipe.front_end;
+  const auto yes_or_no = [](bool value) { return std::string(value ? "yes" : "no"); };
+  const std::pair<const char*, std::string> entries[] = {
+      {"samprate", std::to_string(from.sample_rate)},
+      {"alpha", exact_text(from.pre_emphasis)},
+      {"wlen", number_text(static_cast<double>(from.window_length) / from.sample_rate, 9)},
+      {"frate", number_text(static_cast<double>(from.sample_rate) / from.shift, 9)},
+      {"nfft", std::to_string(from.fft_length)},
+      {"nfilt", std::to_string(from.filter_count)},
+      {"lowerf", exact_text(from.low_frequency)},
+      {"upperf", exact_text(from.high_frequency)},
+      {"ncep", std::to_string(from.cepstrum_count)},
+      {"lifter", std::to_string(from.lifter)},
+      {"transform", transform_name(from.transform)},
+      {"round_filters", yes_or_no(from.round_filters)},
+      {"unit_area", yes_or_no(from.unit_area)},
+      {"remove_dc", yes_or_no(from.remove_offset != OffsetRemoval::kNone)},
+      {"remove_noise", "no"},  // which the decoder would else do
+      {"remove_silence", "no"},
+      {"feat", "1s_c_d_dd"},
+      {"agc", "none"},
+      {"cmn", "batch"},
+      {"varnorm", "no"},
+  };
+  std::string text;
+  for (const auto& [name, value] : entries) text += "-" + std::string(name) + " " + value + "\n";
+  const std::filesystem::path name = "feat.params";
+  std::istringstream stream(text);
+  const std::vector<std::string> others = differences(recipe, parse(name, stream).recipe(name));
+  if (!others.empty()) throw Fault("a model in Sphinx layout cannot have these features: " + others.front());
+  return text;
 }
 
 }  // namespace kivsr::speech

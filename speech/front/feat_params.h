@@ -22,4 +22,7 @@ struct FeatParams {
 // that changes the signal in a way that the front end does not offer.
 FeatParams read_feat_params(const std::filesystem::path& file);
 
+// The file for a recipe. Throws Fault, which names the first field that differs, for a recipe that it cannot describe.
+std::string feat_params_text(const Recipe& recipe);
+
 }  // namespace kivsr::speech

@@ -17,7 +17,8 @@ constexpr std::uint32_t kBinaryMark = 0x46444D42U;         // "BMDF" in little-e
 constexpr std::uint32_t kBinaryMarkSwapped = 0x424D4446U;  // the same letters read in the other order
 
 // Faults that every definition can have, however it was written.
-void validate(const ModelDefinition& definition, const BinaryFile& file) {
+template <class File>
+void validate(const ModelDefinition& definition, const File& file) {
   if (definition.phones.empty()) file.fail("defines no phones");
   if (definition.independent_states > definition.states) {
     file.fail("counts " + std::to_string(definition.independent_states) + " base states but only " +
@@ -154,7 +155,9 @@ class BinaryReader {
 // states, N. The base phones come first and have "-" for left, right and position.
 class TextReader {
  public:
-  explicit TextReader(const BinaryFile& file) : file_(file), lines_(content(file)) {}
+  TextReader(std::string name, const std::string& text) : name_(std::move(name)), lines_(text) {}
+
+  const std::string& name() const { return name_; }
 
   ModelDefinition read() {
     if (next() != "0.3") fail("is not a model definition: its first line is not the version 0.3");
@@ -205,13 +208,8 @@ class TextReader {
     std::string position;
   };
 
-  static std::string content(const BinaryFile& file) {
-    const auto bytes = read_whole_file(file.name());
-    return std::string(bytes.begin(), bytes.end());
-  }
-
   [[noreturn]] void fail(const std::string& message) const {
-    throw Fault(file_.name() + ":" + std::to_string(line_) + ": " + message);
+    throw Fault(name_ + ":" + std::to_string(line_) + ": " + message);
   }
 
   // The next line that is neither empty nor a comment.
@@ -272,15 +270,21 @@ class TextReader {
     return std::move(line.phone);
   }
 
-  const BinaryFile& file_;
+  std::string name_;
   std::istringstream lines_;
   int line_ = 0;
   int triphones_ = 0;
   std::map<std::string, int> indices_;
 };
 
-template <class Reader>
-ModelDefinition read_with(Reader reader, const BinaryFile& file) {
+// Faults of a text as a whole.
+struct NamedText {
+  const std::string& name;
+  [[noreturn]] void fail(const std::string& message) const { throw Fault(name + ": " + message); }
+};
+
+template <class Reader, class File>
+ModelDefinition read_with(Reader reader, const File& file) {
   ModelDefinition result = reader.read();
   validate(result, file);
   result.silence = result.phone_index("SIL");
@@ -296,7 +300,55 @@ ModelDefinition read_model_definition(const std::filesystem::path& path) {
   const std::uint32_t mark = file.read_word("the first word");
   file.set_big_endian(mark == kBinaryMarkSwapped);
   if (mark == kBinaryMark || mark == kBinaryMarkSwapped) return read_with(BinaryReader(file), file);
-  return read_with(TextReader(file), file);
+  const auto bytes = read_whole_file(path);
+  return parse_model_definition(path.string(), std::string(bytes.begin(), bytes.end()));
+}
+
+ModelDefinition parse_model_definition(const std::string& name, const std::string& text) {
+  return read_with(TextReader(name, text), NamedText{name});
+}
+
+namespace {
+
+std::string phone_line(const std::string& names, bool filler, int matrix, std::span<const int> states) {
+  std::string line = names + (filler ? " filler " : " n/a ") + std::to_string(matrix);
+  for (const int state : states) line += " " + std::to_string(state);
+  return line + " N\n";
+}
+
+}  // namespace
+
+std::string model_definition_text(const ModelDefinition& definition) {
+  constexpr std::string_view kPositions = "ibes";
+  std::string triphones;
+  int count = 0;
+  std::size_t place = 0;
+  const std::size_t positions = definition.has_contexts() ? kPositions.size() : 0;
+  for (std::size_t position = 0; position < positions; ++position) {
+    for (const PhoneDefinition& base : definition.phones) {
+      for (const PhoneDefinition& left : definition.phones) {
+        for (const PhoneDefinition& right : definition.phones) {
+          const int hmm = definition.contexts[place++];
+          if (hmm < 0) continue;
+          ++count;
+          triphones += phone_line(base.name + " " + left.name + " " + right.name + " " + kPositions[position],
+                                  base.filler, definition.hmms[static_cast<std::size_t>(hmm)].transition_matrix,
+                                  definition.states_of_hmm(hmm));
+        }
+      }
+    }
+  }
+  const auto phones = static_cast<int>(definition.phones.size());
+  std::string text = "0.3\n" + std::to_string(phones) + " n_base\n" + std::to_string(count) + " n_tri\n" +
+                     std::to_string((phones + count) * (definition.states_per_phone + 1)) + " n_state_map\n" +
+                     std::to_string(definition.states) + " n_tied_state\n" +
+                     std::to_string(definition.independent_states) + " n_tied_ci_state\n" +
+                     std::to_string(definition.transition_matrices) + " n_tied_tmat\n" +
+                     "#\n# Columns definitions\n#base lft rt p attrib tmat ... state id's ...\n";
+  for (const PhoneDefinition& phone : definition.phones) {
+    text += phone_line(phone.name + " - - -", phone.filler, phone.transition_matrix, phone.states);
+  }
+  return text + triphones;
 }
 
 }  // namespace kivsr::speech

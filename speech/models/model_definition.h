@@ -57,5 +57,9 @@ struct ModelDefinition {
 void add_independent_hmms(ModelDefinition& definition);
 
 ModelDefinition read_model_definition(const std::filesystem::path& file);
+// Of text that is already in memory. name: of the file, for faults.
+ModelDefinition parse_model_definition(const std::string& name, const std::string& text);
+// As text; parsing it gives the same definition, models in context being numbered in the order of the text.
+std::string model_definition_text(const ModelDefinition& definition);
 
 }  // namespace kivsr::speech

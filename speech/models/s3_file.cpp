@@ -10,6 +10,8 @@
 #include <string>
 
 #include "kivsr/speech/io/binary_file.h"
+#include "kivsr/speech/io/little_endian.h"
+#include "kivsr/speech/io/output_file.h"
 
 namespace kivsr::speech {
 namespace {
@@ -86,6 +88,26 @@ class S3File {
   bool has_checksum_ = false;
 };
 
+// The counts, the number of values, the values and the checksum over all of them.
+void write_s3_file(const std::filesystem::path& path, const std::vector<int>& counts,
+                   const std::vector<float>& values) {
+  LittleEndianBytes bytes;
+  bytes.put_text("s3\nversion 1.0\nchksum0 yes\n    endhdr\n");
+  bytes.put_32(kByteOrder);
+  std::uint32_t sum = 0;
+  const auto put = [&](std::uint32_t word) {
+    sum = std::rotl(sum, 20) + word;
+    bytes.put_32(word);
+  };
+  for (const int count : counts) put(static_cast<std::uint32_t>(count));
+  put(static_cast<std::uint32_t>(values.size()));
+  for (const float value : values) put(std::bit_cast<std::uint32_t>(value));
+  bytes.put_32(sum);
+  OutputFile file(path);
+  file.write(bytes.text());
+  file.commit();
+}
+
 // The product of counts that all fit 31 bits; anything beyond a file's possible size is as good as the largest.
 std::int64_t product(std::initializer_list<std::int64_t> counts) {
   constexpr std::int64_t most = INT64_C(1) << 31;
@@ -150,6 +172,21 @@ TransitionMatrices read_transition_matrices(const std::filesystem::path& path) {
   result.counts =
       file.values(product({result.matrices, result.sources, result.destinations}), "the transition matrices");
   return result;
+}
+
+void write_gaussian_parameters(const std::filesystem::path& path, const GaussianParameters& parameters) {
+  std::vector<int> counts{parameters.codebooks, static_cast<int>(parameters.stream_lengths.size()),
+                          parameters.densities};
+  counts.insert(counts.end(), parameters.stream_lengths.begin(), parameters.stream_lengths.end());
+  write_s3_file(path, counts, parameters.values);
+}
+
+void write_mixture_weights(const std::filesystem::path& path, const MixtureWeights& weights) {
+  write_s3_file(path, {weights.states, weights.streams, weights.densities}, weights.counts);
+}
+
+void write_transition_matrices(const std::filesystem::path& path, const TransitionMatrices& matrices) {
+  write_s3_file(path, {matrices.matrices, matrices.sources, matrices.destinations}, matrices.counts);
 }
 
 }  // namespace kivsr::speech

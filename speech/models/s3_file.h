@@ -37,4 +37,9 @@ GaussianParameters read_gaussian_parameters(const std::filesystem::path& file);
 MixtureWeights read_mixture_weights(const std::filesystem::path& file);
 TransitionMatrices read_transition_matrices(const std::filesystem::path& file);
 
+// Little-endian, with a checksum; each file appears under its name when it is complete.
+void write_gaussian_parameters(const std::filesystem::path& file, const GaussianParameters& parameters);
+void write_mixture_weights(const std::filesystem::path& file, const MixtureWeights& weights);
+void write_transition_matrices(const std::filesystem::path& file, const TransitionMatrices& matrices);
+
 }  // namespace kivsr::speech

@@ -127,66 +127,83 @@ void set_gaussians(MixtureState& state, const std::vector<Gaussian>& gaussians) 
   }
 }
 
-// The mean over all components of words, each as often as it has frames.
-std::vector<double> pooled_variance(const WordModel& model, std::vector<StateUpdate>& updates,
+// The mean over all components of states that take part, each as often as it has frames.
+std::vector<double> pooled_variance(const std::vector<char>& pooled, std::vector<StateUpdate>& updates,
                                     const std::vector<double>& floor) {
   std::vector<double> pool(floor);
   double frames = 0.0;
-  for (const WordUnit& unit : model.units) {
-    for (int i = 0; i < unit.states; ++i) {
-      if (unit.filler) continue;
-      for (const Gaussian& gaussian : updates[static_cast<std::size_t>(unit.first_state + i)].gaussians()) {
-        call<kivsWeightedSum_64f>(pool, gaussian.variance, pool, pool.size(), frames, gaussian.occupation);
-        frames += gaussian.occupation;
-      }
+  for (std::size_t state = 0; state < pooled.size(); ++state) {
+    if (pooled[state] == 0) continue;
+    for (const Gaussian& gaussian : updates[state].gaussians()) {
+      call<kivsWeightedSum_64f>(pool, gaussian.variance, pool, pool.size(), frames, gaussian.occupation);
+      frames += gaussian.occupation;
     }
   }
   return pool;
 }
 
+// The next mixture of a state that was seen.
+void update_state(MixtureState& state, StateUpdate& update, const std::vector<double>& pool,
+                  const TrainingSettings& settings, ReestimationReport& report) {
+  const auto before = static_cast<int>(state.weights.size());
+  update.merge_starved(settings.least_occupation);
+  std::vector<Gaussian>& gaussians = update.gaussians();
+  report.merged_components += before - static_cast<int>(gaussians.size());
+  report.floored_variances += update.count_floored();
+  if (!pool.empty()) {
+    for (Gaussian& gaussian : gaussians) {
+      call<kivsWeightedSum_64f>(gaussian.variance, pool, gaussian.variance, pool.size(), gaussian.occupation,
+                                settings.variance_prior);
+    }
+  }
+  report.floored_weights += set_weights(state, gaussians, settings.weight_floor);
+  set_gaussians(state, gaussians);
+}
+
 }  // namespace
 
-ReestimationReport reestimate(WordModel& model, const Statistics& statistics, const TrainingSettings& settings) {
-  const std::vector<double> floor(model.variance_floor.begin(), model.variance_floor.end());
-  std::vector<StateUpdate> updates;
-  for (std::size_t i = 0; i < model.states.size(); ++i) {
-    updates.emplace_back(model.states[i], statistics.states[i], floor);
-  }
-  const std::vector<double> pool =
-      settings.variance_prior > 0.0 ? pooled_variance(model, updates, floor) : std::vector<double>();
+float probability_of_staying(double stays, double frames) {
+  return static_cast<float>(std::clamp(stays / frames, kLeastTransition, 1.0 - kLeastTransition));
+}
 
+ReestimationReport reestimate_states(std::vector<MixtureState>& states, const std::vector<char>& pooled,
+                                     const std::vector<float>& variance_floor, const Statistics& statistics,
+                                     const TrainingSettings& settings) {
+  const std::vector<double> floor(variance_floor.begin(), variance_floor.end());
+  std::vector<StateUpdate> updates;
+  for (std::size_t i = 0; i < states.size(); ++i) updates.emplace_back(states[i], statistics.states[i], floor);
+  const std::vector<double> pool =
+      settings.variance_prior > 0.0 ? pooled_variance(pooled, updates, floor) : std::vector<double>();
   ReestimationReport report;
-  for (std::size_t i = 0; i < model.states.size(); ++i) {
-    MixtureState& state = model.states[i];
-    const double total = statistics.states[i].total();
-    if (updates[i].gaussians().empty()) {
-      ++report.unseen_states;
-      state.occupation = 0.0F;
+  for (std::size_t i = 0; i < states.size(); ++i) {
+    if (!updates[i].gaussians().empty()) {
+      update_state(states[i], updates[i], pool, settings, report);
       continue;
     }
-    const auto before = static_cast<int>(state.weights.size());
-    updates[i].merge_starved(settings.least_occupation);
-    std::vector<Gaussian>& gaussians = updates[i].gaussians();
-    report.merged_components += before - static_cast<int>(gaussians.size());
-    report.floored_variances += updates[i].count_floored();
-    if (!pool.empty()) {
-      for (Gaussian& gaussian : gaussians) {
-        call<kivsWeightedSum_64f>(gaussian.variance, pool, gaussian.variance, pool.size(), gaussian.occupation,
-                                  settings.variance_prior);
-      }
-    }
-    report.floored_weights += set_weights(state, gaussians, settings.weight_floor);
-    set_gaussians(state, gaussians);
-    state.stay =
-        static_cast<float>(std::clamp(statistics.states[i].stay / total, kLeastTransition, 1.0 - kLeastTransition));
+    ++report.unseen_states;
+    states[i].occupation = 0.0F;
   }
   return report;
 }
 
-int split_components(WordModel& model, int count, double distance, double least_occupation) {
-  const auto dimension = static_cast<std::size_t>(model.dimension());
+ReestimationReport reestimate(WordModel& model, const Statistics& statistics, const TrainingSettings& settings) {
+  std::vector<char> pooled(model.states.size(), 0);
+  for (const WordUnit& unit : model.units) {
+    if (!unit.filler) std::fill_n(pooled.begin() + unit.first_state, unit.states, 1);
+  }
+  const ReestimationReport report = reestimate_states(model.states, pooled, model.variance_floor, statistics, settings);
+  for (std::size_t i = 0; i < model.states.size(); ++i) {
+    const StateStatistics& sums = statistics.states[i];
+    if (model.states[i].occupation > 0.0F) model.states[i].stay = probability_of_staying(sums.stay, sums.total());
+  }
+  return report;
+}
+
+int split_components(std::vector<MixtureState>& states, int width, int count, double distance,
+                     double least_occupation) {
+  const auto dimension = static_cast<std::size_t>(width);
   int splits = 0;
-  for (MixtureState& state : model.states) {
+  for (MixtureState& state : states) {
     while (state.components() < count) {
       const auto heaviest = std::max_element(state.weights.begin(), state.weights.end());
       if (static_cast<double>(*heaviest * state.occupation) < 2.0 * least_occupation) break;

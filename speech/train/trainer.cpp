@@ -26,7 +26,8 @@ bool is_storable(const MixtureState& state) {
 
 void prepare_pass(WordModel& model, const TrainingSettings& settings, int pass) {
   if (pass == 0 || pass % settings.iterations != 0 || pass >= settings.passes()) return;
-  split_components(model, settings.components_of_pass(pass), settings.split_distance, settings.least_occupation);
+  split_components(model.states, model.dimension(), settings.components_of_pass(pass), settings.split_distance,
+                   settings.least_occupation);
 }
 
 Statistics collect(const WordModel& model, const TrainingUtterances& utterances, const TrainingSettings& settings,

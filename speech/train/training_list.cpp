@@ -40,11 +40,14 @@ std::vector<TrainingItem> read_training_list(const TrainingListFiles& files, boo
   if (with_words && !words_in_list) references = References::read(files.transcripts);
   const std::filesystem::path folder = files.folder.empty() ? files.list.parent_path() : files.folder;
   std::vector<TrainingItem> items;
+  int number = 0;
   for (std::string raw_line; std::getline(lines, raw_line);) {
+    ++number;
     const std::string line = trimmed(raw_line);
     if (line.empty() || line.front() == '#') continue;
     std::string name = line;
     TrainingItem item;
+    item.line = number;
     if (files.transcripts.empty()) {
       const std::size_t tab = line.find('\t');
       const std::size_t blank = words_in_list && tab == std::string::npos ? line.find(' ') : tab;
@@ -103,16 +106,9 @@ FeatureMatrix TrainingUtterances::rows(const TrainingUtterance& utterance) const
 
 namespace {
 
-void load_item(const TrainingItem& item, const WordModel& model, const RawFormat& raw, FeatureChain& chain,
+void load_item(const TrainingItem& item, const WordNumbers& words, const RawFormat& raw, FeatureChain& chain,
                TrainingUtterances& utterances) {
-  std::vector<int> words;
-  if (!model.plain_mixture) {
-    for (const std::string& word : item.words) {
-      words.push_back(model.find_unit(word));
-      if (words.back() < 0) throw Fault(item.file.string() + ": the model does not have the word \"" + word + "\"");
-    }
-  }
-  utterances.add(item.file, words);
+  utterances.add(item.file, words(item));
   try {
     stream_utterance(item.file, chain, raw, [&](const FeatureMatrix& rows) { utterances.append(rows); });
   } catch (const Fault&) {
@@ -123,20 +119,35 @@ void load_item(const TrainingItem& item, const WordModel& model, const RawFormat
 
 }  // namespace
 
-TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const WordModel& model, const RawFormat& raw,
-                                   const FileListener& begin, int part, int parts, const FaultListener& left_out) {
+TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const Recipe& recipe,
+                                   const WordNumbers& words, const RawFormat& raw, const FileListener& begin, int part,
+                                   int parts, const FaultListener& left_out) {
   TrainingUtterances utterances;
-  FeatureChain chain(model.recipe);
+  FeatureChain chain(recipe);
   for (std::size_t i = static_cast<std::size_t>(part); i < items.size(); i += static_cast<std::size_t>(parts)) {
     if (begin) begin(items[i].file);
     try {
-      load_item(items[i], model, raw, chain, utterances);
+      load_item(items[i], words, raw, chain, utterances);
     } catch (const Fault& fault) {
       if (!left_out) throw;
       left_out(fault);
     }
   }
   return utterances;
+}
+
+TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const WordModel& model, const RawFormat& raw,
+                                   const FileListener& begin, int part, int parts, const FaultListener& left_out) {
+  const WordNumbers words = [&](const TrainingItem& item) {
+    std::vector<int> numbers;
+    if (model.plain_mixture) return numbers;
+    for (const std::string& word : item.words) {
+      numbers.push_back(model.find_unit(word));
+      if (numbers.back() < 0) throw Fault(item.file.string() + ": the model does not have the word \"" + word + "\"");
+    }
+    return numbers;
+  };
+  return load_utterances(items, model.recipe, words, raw, begin, part, parts, left_out);
 }
 
 }  // namespace kivsr::speech

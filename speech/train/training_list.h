@@ -25,6 +25,7 @@ struct TrainingListFiles {
 struct TrainingItem {
   std::filesystem::path file;
   std::vector<std::string> words;
+  int line = 0;  // of the list
 };
 
 // Without words the lines are file names; what follows a tab does not count. Empty lines and those that start with #
@@ -73,5 +74,11 @@ using FaultListener = std::function<void(const Fault& fault)>;
 TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const WordModel& model, const RawFormat& raw,
                                    const FileListener& begin = {}, int part = 0, int parts = 1,
                                    const FaultListener& left_out = {});
+
+// The same with words that are numbered by somebody else, who throws Fault for one that he does not have.
+using WordNumbers = std::function<std::vector<int>(const TrainingItem& item)>;
+TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const Recipe& recipe,
+                                   const WordNumbers& words, const RawFormat& raw, const FileListener& begin, int part,
+                                   int parts, const FaultListener& left_out);
 
 }  // namespace kivsr::speech

@@ -253,7 +253,7 @@ TEST(Training, SplittingTakesTheHeaviestAndStopsWhereFramesAreFew) {
   model.states[1].occupation = 60.0F;
   model.states[4].occupation = 0.0F;
   const MixtureState before = model.states[1];
-  split_components(model, 3, 0.5, 10.0);
+  split_components(model.states, model.dimension(), 3, 0.5, 10.0);
   ASSERT_EQ(model.states[1].components(), 3);
   EXPECT_EQ(model.states[1].weights, (std::vector<float>{0.2F, 0.4F, 0.4F}));
   for (std::size_t i = 0; i < 3; ++i) {
@@ -263,7 +263,7 @@ TEST(Training, SplittingTakesTheHeaviestAndStopsWhereFramesAreFew) {
     EXPECT_EQ(model.states[1].variances[6 + i], before.variances[3 + i]);
   }
   EXPECT_EQ(model.states[4].components(), 3) << "already as many";
-  split_components(model, 8, 0.5, 10.0);
+  split_components(model.states, model.dimension(), 8, 0.5, 10.0);
   EXPECT_EQ(model.states[1].components(), 5) << "60 frames: 12, 12, 12, 12 and 12 cannot be halved";
 }
 

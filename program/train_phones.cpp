@@ -1,0 +1,171 @@
+#include "program/train_phones.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+
+#include <CLI/CLI.hpp>
+
+#include "kivsr/speech/front/feat_params.h"
+#include "kivsr/speech/io/fault.h"
+#include "program/numbers.h"
+
+namespace kivsr::program {
+
+namespace {
+
+class PhoneTraining {
+ public:
+  PhoneTraining(const PhoneTrainingRun& run, const PhoneOptions& options)
+      : run_(run),
+        options_(options),
+        settings_(options.settings),
+        record_(std::filesystem::path(run.folder) / kPhoneModelRecord),
+        dictionary_(Dictionary::read(options.dictionary)) {}
+
+  void train() {
+    const bool goes_on = run_.resume && std::filesystem::exists(record_);
+    if (goes_on) {
+      read();
+    } else {
+      begin();
+    }
+    const PhoneLexicon lexicon(dictionary_, model_.fillers, model_.definition);
+    if (!goes_on || pass_ < settings_.passes()) load(lexicon);
+    if (!goes_on) start();
+    PhoneTrainingData data{lexicon, utterances_, {}};
+    if (!options_.questions.empty()) data.sets = read_phone_sets(options_.questions, model_.definition);
+    const int first = pass_;
+    while (pass_ < settings_.passes() && (run_.most_passes < 0 || pass_ < first + run_.most_passes)) {
+      complete_pass(data, pass_ == first);
+    }
+    if (pass_ == settings_.passes()) write_sphinx_model(run_.folder, model_);
+    if (bad_) bad_->finish();
+  }
+
+ private:
+  void begin() {
+    settings_.validate();
+    settings_.common.list_checksum = static_cast<double>(list_checksum(run_.items));
+    const Dictionary fillers = options_.fillers.empty() ? silence_only() : Dictionary::read(options_.fillers);
+    model_ = phone_model_shape(run_.recipe, dictionary_, fillers, run_.items, settings_.common.states);
+    feat_params_text(run_.recipe);  // throws for a recipe that the model cannot hold
+  }
+
+  void read() {
+    model_ = read_phone_model(record_);
+    const PhoneTrainingSettings stored = stored_phone_settings(model_.training, record_.string(), pass_);
+    run_.compare(stored.common);
+    for (const auto& compare : options_.comparisons) compare(stored, run_.folder);
+    require_same(model_.recipe, run_.recipe, run_.folder);
+    if (static_cast<double>(list_checksum(run_.items)) != stored.common.list_checksum) {
+      throw Fault(run_.folder + ": was begun with another list of files or other transcripts");
+    }
+    settings_ = stored;
+  }
+
+  void load(const PhoneLexicon& lexicon) {
+    const WordNumbers numbers = [&](const TrainingItem& item) {
+      std::vector<int> words;
+      for (const std::string& word : item.words) {
+        words.push_back(lexicon.find(word));
+        if (words.back() < 0) {
+          throw Fault(run_.list + ":" + std::to_string(item.line) + ": the word \"" + word + "\" is not in " +
+                      options_.dictionary);
+        }
+      }
+      return words;
+    };
+    const auto count = static_cast<int>(run_.items.size());
+    BadFiles& bad = bad_.emplace(run_.items.size());
+    Progress progress("read", count);
+    const auto step = [&](const std::filesystem::path& file) { progress.step(file.string()); };
+    const auto left_out = [&](const Fault& fault) {
+      if (count == 1) throw fault;
+      bad.say(fault.what(), progress);
+    };
+    utterances_ = load_utterances(run_.items, model_.recipe, numbers, run_.raw, step, 0, 1, left_out);
+    progress.clear();
+    bad.require_one();
+  }
+
+  void start() {
+    flat_start(model_, utterances_, settings_.common);
+    store_settings(settings_, 0, model_.training);
+    std::printf("%d files, %lld frames of %d values; %d phones, %d states\n",
+                static_cast<int>(utterances_.all().size()), static_cast<long long>(utterances_.frames()),
+                model_.dimension(), static_cast<int>(model_.definition.phones.size()), model_.definition.states);
+    std::filesystem::create_directories(run_.folder);
+    write_phone_model(record_, model_);
+  }
+
+  void complete_pass(const PhoneTrainingData& data, bool warnings) {
+    Progress progress("train", static_cast<int>(utterances_.all().size()));
+    const auto file = [&](std::size_t index) { return utterances_.all()[index].file.string(); };
+    UtteranceListener listener;
+    listener.begin = [&](std::size_t index) { progress.step(file(index)); };
+    if (warnings) {
+      listener.left_out = [&](std::size_t index, const std::string& reason) {
+        progress.clear();
+        std::fprintf(stderr, "kivsr: %s %s and is left out\n", file(index).c_str(), reason.c_str());
+      };
+    }
+    const PhonePassReport report = run_phone_pass(model_, data, settings_, pass_, run_.jobs, listener);
+    progress.clear();
+    ++pass_;
+    write_phone_model(record_, model_);
+    int components = 0;
+    for (const MixtureState& state : model_.states) components += state.components();
+    const ReestimationReport& floors = report.reestimation;
+    std::printf(
+        "pass %d of %d: %.6f log likelihood a frame; %d states, %d components, floored %d variances and %d "
+        "weights, merged %d\n",
+        pass_, settings_.passes(), report.log_likelihood, model_.definition.states, components,
+        floors.floored_variances, floors.floored_weights, floors.merged_components);
+    if (report.skipped > 0.0) std::printf("  left out: %.0f utterances\n", report.skipped);
+    std::fflush(stdout);
+  }
+
+  const PhoneTrainingRun& run_;
+  const PhoneOptions& options_;
+  PhoneTrainingSettings settings_;
+  std::filesystem::path record_;
+  Dictionary dictionary_;
+  PhoneModel model_;
+  int pass_ = 0;
+  TrainingUtterances utterances_;
+  std::optional<BadFiles> bad_;  // says at the end that files were left out
+};
+
+}  // namespace
+
+void PhoneOptions::add_to(CLI::App& command) {
+  const auto add = [&](CLI::Option* option) { options.push_back(option->group("Phones")); };
+  command.add_option("--dict", dictionary, "Train phones, from the pronunciations in this file: \"word phone ...\"")
+      ->group("Phones");
+  add(command.add_option("--fillers", fillers,
+                         "Words that stand for silence and noises, and the phone of each "
+                         "(default: <s>, </s> and <sil>, the phone SIL)"));
+  add(command.add_option("--questions", questions,
+                         "Sets of phones for the trees, \"name phone ...\" (default: made from the data)"));
+  const auto add_setting = [&](const std::string& name, auto PhoneTrainingSettings::*member, auto low, auto high,
+                               const std::string& text) {
+    CLI::Option* const option = add_number(command, "--" + name, settings.*member, low, high, text);
+    add(option);
+    comparisons.push_back([this, option, name, member](const PhoneTrainingSettings& stored, const std::string& model) {
+      if (option->count() > 0 && settings.*member != stored.*member) {
+        throw Fault(model + ": was begun with another --" + name);
+      }
+    });
+  };
+  using S = PhoneTrainingSettings;
+  add_setting("flat-passes", &S::flat_passes, 1, 10000, "Passes of phones alone after the flat start");
+  add_setting("tied-states", &S::tied_states, 0, 1'000'000,
+              "Most states of phones in context, tied by trees; 0: phones alone");
+  add_setting("least-leaf", &S::least_leaf, 1.0, 1e9, "Frames of a tied state, at least");
+  for (CLI::Option* const option : options) option->needs("--dict");
+}
+
+void train_phones(const PhoneTrainingRun& run, const PhoneOptions& options) { PhoneTraining(run, options).train(); }
+
+}  // namespace kivsr::program

@@ -1,0 +1,49 @@
+// kivsr train --dict: models of phones.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "kivsr/speech/front/recipe.h"
+#include "kivsr/speech/io/audio_reader.h"
+#include "kivsr/speech/train/phone_trainer.h"
+#include "program/file_loop.h"
+#include "program/speech_names.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
+
+namespace kivsr::program {
+
+// What the command line says about phones.
+struct PhoneOptions {
+  std::string dictionary;  // empty: no phones
+  std::string fillers;
+  std::string questions;
+  PhoneTrainingSettings settings;
+  std::vector<CLI::Option*> options;
+  // Says of each setting given on the command line whether it is the stored one.
+  std::vector<std::function<void(const PhoneTrainingSettings& stored, const std::string& model)>> comparisons;
+
+  void add_to(CLI::App& command);
+};
+
+// What it says about the training as a whole.
+struct PhoneTrainingRun {
+  std::vector<TrainingItem> items;
+  std::string list;    // their file
+  std::string folder;  // of the model
+  Recipe recipe;
+  RawFormat raw;
+  bool resume = false;
+  int most_passes = -1;
+  int jobs = 1;
+  std::function<void(const TrainingSettings& stored)> compare;
+};
+
+void train_phones(const PhoneTrainingRun& run, const PhoneOptions& options);
+
+}  // namespace kivsr::program

@@ -1,0 +1,65 @@
+// The training of a model of phones, one pass after the other: phones alone from a flat start, then phones in context
+// whose states are tied by trees, then mixtures that grow. Each pass is a function of the model before it and the
+// utterances, so that an interrupted training goes on from any.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "kivsr/speech/models/phone_model.h"
+#include "kivsr/speech/train/phone_graph.h"
+#include "kivsr/speech/train/phone_questions.h"
+#include "kivsr/speech/train/reestimation.h"
+#include "kivsr/speech/train/training_list.h"
+#include "kivsr/speech/train/training_settings.h"
+#include "kivsr/speech/train/utterance_blocks.h"
+
+namespace kivsr::speech {
+
+struct PhoneTrainingSettings {
+  TrainingSettings common;   // states: of a phone
+  int flat_passes = 8;       // of phones alone, after the flat start
+  int tied_states = 0;       // of phones in context; 0: phones alone
+  double least_leaf = 40.0;  // frames of a tied state
+
+  int passes() const;
+  // What a pass does. The pass that ties has phones alone before it and phones in context behind it.
+  bool ties(int pass) const { return tied_states > 0 && pass == flat_passes; }
+  int components_of_pass(int pass) const;
+  void validate() const;
+};
+
+void store_settings(const PhoneTrainingSettings& settings, int pass, std::map<std::string, std::string>& record);
+PhoneTrainingSettings stored_phone_settings(const std::map<std::string, std::string>& record, const std::string& model,
+                                            int& pass);
+
+// Phones of the words and of the fillers in the order of their names (which other readers of the layout need), each
+// with states and a transition matrix of its own; nothing is known about how they sound. Throws Fault for fillers
+// without SIL and for more phones than a model can have.
+PhoneModel phone_model_shape(const Recipe& recipe, const Dictionary& dictionary, const Dictionary& fillers,
+                             const std::vector<TrainingItem>& items, int states_per_phone);
+// "<s>", "</s>" and "<sil>".
+Dictionary silence_only();
+
+// Every state has the mean and the variance of all frames.
+void flat_start(PhoneModel& model, const TrainingUtterances& utterances, const TrainingSettings& settings);
+
+// What a pass works on.
+struct PhoneTrainingData {
+  const PhoneLexicon& lexicon;
+  const TrainingUtterances& utterances;
+  std::vector<PhoneSet> sets;  // of the questions; empty: made from the data
+};
+
+struct PhonePassReport {
+  ReestimationReport reestimation;
+  double log_likelihood = 0.0;  // of the model before, a frame
+  double utterances = 0.0;
+  double skipped = 0.0;
+};
+
+PhonePassReport run_phone_pass(PhoneModel& model, const PhoneTrainingData& data, const PhoneTrainingSettings& settings,
+                               int pass, int jobs, const UtteranceListener& listener = {});
+
+}  // namespace kivsr::speech

@@ -1,0 +1,157 @@
+// kivsr train --dict through the program: its models in both recognisers, the same bytes however they were made,
+// faults.
+#include <cstdio>
+#include <sstream>
+
+#include "kivsr/speech/models/phone_model.h"
+#include "speech/models/model_bytes.h"
+#include "speech/support/command.h"
+
+namespace kivsr::program::test {
+
+using namespace speech;
+using namespace speech::test;
+
+namespace {
+
+const std::filesystem::path kDigits = kTestData / "tidigits";
+constexpr const char* kDigitPhones =
+    "zero Z IH R OW\nzero(2) Z IY R OW\noh OW\none W AH N\none(2) HH W AH N\ntwo T UW\nthree TH R IY\nfour F AO R\n"
+    "five F AY V\nsix S IH K S\nseven S EH V AH N\neight EY T\nnine N AY N\n";
+constexpr const char* kDigitLoop =
+    "#JSGF V1.0;\ngrammar d;\n"
+    "public <d> = (zero | oh | one | two | three | four | five | six | seven | eight | nine)+;\n";
+
+// The folder of a test, with the dictionary and the grammar of the digits.
+struct PhoneFolder : TemporaryFolder {
+  PhoneFolder() {
+    write("dict", kDigitPhones);
+    write("grammar", kDigitLoop);
+  }
+  std::string train(const std::string& model, const std::string& options) const {
+    return "train --list " + quoted(kDigits / "tidigits.ctl") + " --transcripts " + quoted(kDigits / "tidigits.lsn") +
+           " --extension .mfc --variance-prior 10 --dict " + quoted(*this / "dict") + " --model " +
+           quoted(*this / model) + " " + options;
+  }
+  std::string record(const std::string& model) const { return read_file(*this / model / kPhoneModelRecord); }
+};
+
+int errors_of_digits(const PhoneFolder& folder, const std::string& model) {
+  std::istringstream names(read_file(kDigits / "tidigits.ctl"));
+  std::string files;
+  for (std::string name; names >> name;) files += " " + quoted(kDigits / (name + ".mfc"));
+  const CommandResult heard =
+      run_kivsr("recognise --model " + quoted(folder / model) + " --dict " + quoted(folder / "dict") + " --grammar " +
+                quoted(folder / "grammar") + " --reference " + quoted(kDigits / "tidigits.lsn") + files);
+  EXPECT_EQ(heard.status, 0) << heard.errors;
+  const std::size_t place = heard.output.rfind("real-time factor");
+  int errors = -1;
+  if (place != std::string::npos) {
+    std::sscanf(heard.output.c_str() + heard.output.find(',', place), ", %d errors of 107", &errors);
+  }
+  return errors;
+}
+
+bool has_pocketsphinx() { return run_command("command -v pocketsphinx_batch").status == 0; }
+
+TEST(TrainPhones, BothRecognisersReadTheModelAndContextsHelp) {
+  const PhoneFolder folder;
+  const CommandResult alone = run_kivsr(folder.train("alone", ""));
+  ASSERT_EQ(alone.status, 0) << alone.errors;
+  const CommandResult tied = run_kivsr(folder.train("tied", "--tied-states 100 --least-leaf 20 --components 2 -j 2"));
+  ASSERT_EQ(tied.status, 0) << tied.errors;
+  const int errors_alone = errors_of_digits(folder, "alone");
+  const int errors_tied = errors_of_digits(folder, "tied");
+  EXPECT_GE(errors_tied, 0);
+  EXPECT_LE(errors_tied, 4);
+  EXPECT_LE(errors_alone, 14);
+  EXPECT_LT(errors_tied, errors_alone);
+
+  if (!has_pocketsphinx()) GTEST_SKIP() << "pocketsphinx is not installed";
+  const CommandResult peer =
+      run_command("pocketsphinx_batch -hmm " + quoted(folder / "tied") + " -dict " + quoted(folder / "dict") +
+                  " -jsgf " + quoted(folder / "grammar") + " -ctl " + quoted(kDigits / "tidigits.ctl") + " -cepdir " +
+                  quoted(kDigits) + " -cepext .mfc -hyp " + quoted(folder / "heard") + " -logfn /dev/null");
+  ASSERT_EQ(peer.status, 0) << peer.errors;
+  EXPECT_NE(read_file(folder / "heard").find("one one one (man.ah.111a"), std::string::npos)
+      << read_file(folder / "heard");
+}
+
+// Features from audio: what feat.params says is what the model was trained from.
+TEST(TrainPhones, FromAudio) {
+  const PhoneFolder folder;
+  folder.write("words", "go G OW\nforward F AO R W ER D\nten T EH N\nmeters M IY T ER Z\n");
+  folder.write("command", "#JSGF V1.0;\ngrammar c;\npublic <c> = (go | forward | ten | meters)+;\n");
+  folder.write("list", (kTestData / "goforward.raw").string() + "\tgo forward ten meters\n");
+  const CommandResult trained =
+      run_kivsr("train --list " + quoted(folder / "list") + " --dict " + quoted(folder / "words") + " --model " +
+                quoted(folder / "model") + " --variance-prior 30 --least-occupation 3");
+  ASSERT_EQ(trained.status, 0) << trained.errors;
+  const CommandResult heard =
+      run_kivsr("recognise --model " + quoted(folder / "model") + " --dict " + quoted(folder / "words") +
+                " --grammar " + quoted(folder / "command") + " " + quoted(kTestData / "goforward.raw"));
+  EXPECT_NE(heard.output.find("go forward ten meters"), std::string::npos) << heard.output << heard.errors;
+  if (!has_pocketsphinx()) GTEST_SKIP() << "pocketsphinx is not installed";
+  folder.write("names", "goforward\n");
+  run_command("pocketsphinx_batch -hmm " + quoted(folder / "model") + " -dict " + quoted(folder / "words") + " -jsgf " +
+              quoted(folder / "command") + " -adcin yes -cepdir " + quoted(kTestData) + " -cepext .raw -ctl " +
+              quoted(folder / "names") + " -hyp " + quoted(folder / "heard") + " -logfn /dev/null");
+  EXPECT_NE(read_file(folder / "heard").find("go forward ten meters"), std::string::npos)
+      << read_file(folder / "heard");
+}
+
+TEST(TrainPhones, TheSameBytesForAnyJobsAndInterruptions) {
+  const PhoneFolder folder;
+  const std::string options = "--tied-states 90 --least-leaf 20 --components 2 --iterations 1 --flat-passes 4 ";
+  ASSERT_EQ(run_kivsr(folder.train("whole", options)).status, 0);
+  ASSERT_EQ(run_kivsr(folder.train("jobs", options + "--jobs 3")).status, 0);
+  EXPECT_EQ(folder.record("jobs"), folder.record("whole"));
+  ASSERT_EQ(run_kivsr(folder.train("stopped", options + "--passes 4")).status, 0);
+  EXPECT_FALSE(std::filesystem::exists(folder / "stopped" / "means"));
+  ASSERT_EQ(run_kivsr(folder.train("stopped", options + "--passes 1 --resume")).status, 0);
+  ASSERT_EQ(run_kivsr(folder.train("stopped", "--resume")).status, 0);
+  EXPECT_EQ(folder.record("stopped"), folder.record("whole"));
+  EXPECT_EQ(read_file(folder / "stopped" / "means"), read_file(folder / "whole" / "means"));
+  for (const char* seconds : {"0.03", "0.06", "0.1"}) {
+    const std::string model = "killed" + std::string(seconds);
+    run_kivsr(folder.train(model, options), "timeout -s KILL " + std::string(seconds) + " ");
+    ASSERT_EQ(run_kivsr(folder.train(model, options + "--resume")).status, 0);
+    EXPECT_EQ(folder.record(model), folder.record("whole"));
+  }
+  const CommandResult other = run_kivsr(folder.train("stopped", "--resume --tied-states 91"));
+  EXPECT_EQ(other.status, 2);
+  EXPECT_NE(other.errors.find("begun with another --tied-states"), std::string::npos) << other.errors;
+}
+
+TEST(TrainPhones, FaultsNameTheirPlace) {
+  const PhoneFolder folder;
+  const std::string good = (kDigits / "man.ah.111a.mfc").string();
+  const auto train = [&](const std::string& lines, const std::string& options = "") {
+    folder.write("list", lines);
+    return run_kivsr("train --list " + quoted(folder / "list") + " --dict " + quoted(folder / "dict") + " --model " +
+                     quoted(folder / "model") + " --flat-passes 1 " + options);
+  };
+  const auto expect_fault = [&](const CommandResult& result, const std::string& message) {
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.errors.find(message), std::string::npos) << result.errors;
+  };
+  expect_fault(train("# one\n" + good + " one elephant\n"), "list:2: the word \"elephant\" is not in ");
+  expect_fault(train(good + " elephant\n"), "the dictionary has none of the words that are said");
+  expect_fault(train(good + " one\n", "--preset mfcc"), "a model in Sphinx layout cannot have these features");
+  folder.write("noises", "++um++ +UM+\n");
+  expect_fault(train(good + " one\n", "--fillers " + quoted(folder / "noises")), "no filler stands for silence");
+  expect_fault(train(good + " one\n", "--mixture"), "--dict");
+  EXPECT_FALSE(std::filesystem::exists(folder / "model"));
+  // what cannot be used is named, the rest goes on
+  std::string many;
+  for (int i = 0; i < 60; ++i) many += " one";
+  const CommandResult used = train(good + " one one one\n" + good + many + "\n" + good + " elephant\n");
+  EXPECT_EQ(used.status, 2);
+  EXPECT_NE(used.errors.find("list:3: the word \"elephant\""), std::string::npos) << used.errors;
+  EXPECT_NE(used.errors.find("has fewer frames than its words have states"), std::string::npos) << used.errors;
+  EXPECT_NE(used.errors.find("1 of 3 files cannot be used, the others are done"), std::string::npos) << used.errors;
+  EXPECT_TRUE(std::filesystem::exists(folder / "model" / "means"));
+}
+
+}  // namespace
+}  // namespace kivsr::program::test
