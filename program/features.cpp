@@ -218,7 +218,8 @@ void FeaturesCommand::write_rows_of(const FileTask& task, FeatureChain& chain, F
   }
   if (speakers.gathers()) turn.post([this, sums, key = task.utterance()] { speakers.gather(key, *sums); });
   turn.heard(info.seconds);
-  if (task.output != "-") turn.print(summary(file, info, chain.recipe()));
+  const bool to_standard_output = task.output == "-" || (archive != nullptr && archive->is_standard_output());
+  if (!to_standard_output) turn.print(summary(file, info, chain.recipe()));
 }
 
 void FeaturesCommand::check_outputs(const std::vector<FileTask>& tasks) const {

@@ -279,7 +279,7 @@ std::string words_of(const Json& value) {
   return words;
 }
 
-// Lists of lists, of objects and of text have a line each, below their name.
+// Lists of lists and of objects, and the lines of a header, have a line each, below their name.
 std::string text_of(const Json& json) {
   std::string text = json["file"].get<std::string>() + ": " + json["kind"].get<std::string>() + "\n";
   for (const auto& [name, value] : json.items()) {
@@ -288,7 +288,7 @@ std::string text_of(const Json& json) {
       text += table(value);
     } else if (name == "recipe") {
       text += value.get<std::string>();
-    } else if (value.is_array() && (value[0].is_structured() || value[0].is_string())) {
+    } else if (value.is_array() && (value[0].is_structured() || name == "header")) {
       text += name + "\n";
       for (const Json& line : value) text += "  " + words_of(line) + "\n";
     } else {

@@ -27,7 +27,7 @@ bool is_space(std::uint8_t byte) {
   return std::string_view(kSpaces).find(static_cast<char>(byte)) != std::string::npos;
 }
 
-std::filesystem::path named_file(const std::string& name) { return name == "-" ? "/dev/stdin" : name; }
+std::filesystem::path input_file(const std::filesystem::path& name) { return name == "-" ? "/dev/stdin" : name; }
 
 // The options between the commas: what is written "ark" and "scp", and how.
 void read_option(const std::string& option, const std::string& name, KaldiSpecifier& specifier) {
@@ -143,7 +143,7 @@ std::filesystem::path readable_again(const std::filesystem::path& name) {
 }
 
 std::vector<ArchiveEntry> entries_of(const std::filesystem::path& archive) {
-  const std::filesystem::path name = readable_again(archive);
+  const std::filesystem::path name = readable_again(input_file(archive));
   BinaryFile file(name);
   std::vector<ArchiveEntry> entries;
   for (std::string key = read_key(file); !key.empty(); key = read_key(file)) {
@@ -196,9 +196,9 @@ std::optional<KaldiSpecifier> kaldi_specifier(const std::string& name) {
   const auto archive = std::find(words.begin(), words.end(), "ark");
   const auto script = std::find(words.begin(), words.end(), "scp");
   if (archive == words.end()) {
-    specifier.script = named_file(files);
+    specifier.script = files;
   } else if (script == words.end()) {
-    specifier.archive = named_file(files);
+    specifier.archive = files;
   } else {
     const std::size_t comma = files.find(',');
     if (archive > script || comma == std::string::npos) throw Fault(name + ": ark,scp:ARCHIVE,LIST is the form");
@@ -214,7 +214,7 @@ std::vector<ArchiveEntry> archive_entries(const KaldiSpecifier& specifier) {
   if (!specifier.archive.empty() && !specifier.script.empty()) {
     throw Fault(specifier.archive.string() + ": an archive is read by itself or by its list, not by both");
   }
-  return specifier.archive.empty() ? script_entries(specifier.script, specifier.permissive)
+  return specifier.archive.empty() ? script_entries(input_file(specifier.script), specifier.permissive)
                                    : entries_of(specifier.archive);
 }
 

@@ -1,6 +1,7 @@
 // Archives as Kaldi has them: keys with a matrix, a vector or a WAV file each, one behind the other ("ark"), and lists
 // of keys with the place of each ("scp"). They are named like Kaldi's: "ark:FILE", "scp:FILE", "ark,t:FILE" as text,
-// "ark,scp:FILE,LIST" to write both. Next: kaldi_matrix.h, what stands behind a key; feature_reader.h, which reads it.
+// "ark,scp:FILE,LIST" to write both; "-" is standard input, or output. Next: kaldi_matrix.h, what stands behind a key;
+// feature_reader.h, which reads it.
 #pragma once
 
 #include <cstdint>
@@ -17,8 +18,8 @@
 namespace kivsr::speech {
 
 struct KaldiSpecifier {
-  std::filesystem::path archive;  // empty: there is none
-  std::filesystem::path script;
+  std::filesystem::path archive = {};  // empty: there is none
+  std::filesystem::path script = {};
   bool text = false;        // what is written
   bool permissive = false;  // what is missing is passed over
 };
@@ -60,6 +61,7 @@ class ArchiveWriter {
   void append(const std::string& key, const FeatureMatrix& rows) { append_values<float>(key, rows.values, rows.width); }
   void append(const std::string& key, std::span<const double> values, int width) { append_values(key, values, width); }
   void commit();
+  bool is_standard_output() const { return specifier_.archive == "-"; }
 
  private:
   template <class T>
