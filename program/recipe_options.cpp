@@ -10,6 +10,7 @@
 #include "kivsr/speech/front/presets.h"
 #include "kivsr/speech/front/recipe_fields.h"
 #include "kivsr/speech/io/binary_file.h"
+#include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_format.h"
 #include "program/recipe_partners.h"
 
@@ -128,6 +129,10 @@ Recipe RecipeOptions::recipe(std::span<const std::string> files, const RawFormat
   const auto is_given = [this](const std::string& option) { return given(option); };
   fit_dependent_fields(from, is_given, recipe);
   require_partners(recipe, is_given);
+  if (from.source == Source::kFeatures && recipe.front_end != from.front_end) {
+    throw Fault(
+        "the files hold rows of features: options of the front end are for sound, or with --preset for rows of it");
+  }
   recipe.validate();
   return recipe;
 }

@@ -171,7 +171,10 @@ TEST_F(FeaturesArchiveTest, FaultsNameTheEntry) {
       {preset + at("u0.wav") + " --cmvn-out " + at("c.npy"), "go into an archive"},
       {"features " + at("wav.scp") + " -o scp:" + at("a.scp"), "a list alone is not written"},
       {"features " + at("wav.scp") + " -o " + at("a.npy"), "give --output-folder"},
-      {"features " + at("one.ark") + " -o " + at("a.npy") + " --window hann", "go through no front end"},
+      {"features " + at("one.ark") + " -o " + at("a.npy") + " --window hann",
+       "hold rows of features: options of the front end"},
+      {"features " + at("one.ark") + " -o " + at("a.npy") + " --noise-reduction mcra-wiener",
+       "go through no front end"},
   };
   for (const auto& [arguments, message] : cases) {
     const CommandResult result = run_kivsr(arguments);
