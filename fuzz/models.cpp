@@ -11,6 +11,7 @@
 #include "kivsr/speech/models/dictionary.h"
 #include "kivsr/speech/models/model_definition.h"
 #include "kivsr/speech/models/packed_ngram_file.h"
+#include "kivsr/speech/models/phone_model.h"
 #include "kivsr/speech/models/s3_file.h"
 #include "kivsr/speech/models/sendump.h"
 #include "kivsr/speech/models/word_acoustic_model.h"
@@ -106,6 +107,15 @@ void run_word_model(Bytes bytes) {
   }
 }
 const Registration word_model("word_model", run_word_model);
+
+// What can be read can be written and read again.
+void run_phone_model(Bytes bytes) {
+  const auto file = file_of(with_checksum({bytes.begin(), bytes.end()}), "training");
+  const PhoneModel model = read_phone_model(file);
+  write_phone_model(file, model);
+  if (phone_model_checksum(read_phone_model(file)) != phone_model_checksum(model)) __builtin_trap();
+}
+const Registration phone_model("phone_model", run_phone_model);
 
 // A silence of one state and a word of one, of two components and one, for rows of two values.
 WordModel tiny_model() {

@@ -21,7 +21,7 @@ struct PhoneTrainingSettings {
   TrainingSettings common;   // states: of a phone
   int flat_passes = 8;       // of phones alone, after the flat start
   int tied_states = 0;       // of phones in context; 0: phones alone
-  double least_leaf = 40.0;  // frames of a tied state
+  double least_leaf = 100.0;  // frames of a tied state
 
   int passes() const;
   // What a pass does. The pass that ties has phones alone before it and phones in context behind it.
