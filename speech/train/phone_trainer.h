@@ -18,9 +18,9 @@
 namespace kivsr::speech {
 
 struct PhoneTrainingSettings {
-  TrainingSettings common;   // states: of a phone
-  int flat_passes = 8;       // of phones alone, after the flat start
-  int tied_states = 0;       // of phones in context; 0: phones alone
+  TrainingSettings common;    // states: of a phone
+  int flat_passes = 8;        // of phones alone, after the flat start
+  int tied_states = 0;        // of phones in context; 0: phones alone
   double least_leaf = 100.0;  // frames of a tied state
 
   int passes() const;
