@@ -53,6 +53,7 @@ void add_subcommands(CLI::App& program) {
   kivsr::program::add_enhance(program);
   kivsr::program::add_features(program);
   kivsr::program::add_info(program);
+  kivsr::program::add_phones(program);
   kivsr::program::add_pitch(program);
   kivsr::program::add_quantise(program);
   kivsr::program::add_mix(program);

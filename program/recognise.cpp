@@ -16,6 +16,7 @@
 #include "kivsr/speech/decode/mixture_scorer.h"
 #include "kivsr/speech/decode/ngram_language.h"
 #include "kivsr/speech/decode/phone_alignment.h"
+#include "kivsr/speech/decode/phone_loop.h"
 #include "kivsr/speech/decode/search_network.h"
 #include "kivsr/speech/decode/viterbi_search.h"
 #include "kivsr/speech/decode/word_errors.h"
@@ -33,6 +34,7 @@
 #include "program/file_options.h"
 #include "program/numbers.h"
 #include "program/raw_options.h"
+#include "program/recognise_command.h"
 #include "program/recognise_report.h"
 #include "program/recogniser_options.h"
 #include "program/report_text.h"
@@ -43,42 +45,6 @@
 namespace kivsr::program {
 
 namespace {
-
-struct RecogniseCommand {
-  void run() const;
-
-  AcousticOptions acoustic;
-  std::string grammar_file;
-  std::string rule;
-  std::string words;
-  std::string ngram_file;
-  std::string reference_file;
-  ReportFormat format = ReportFormat::kText;
-  bool alignment = false;
-  bool phones = false;
-  bool skip_unknown = false;
-  FileOptions files;
-  RawFormat raw;
-  SearchWeights weights;
-  Beams beams;
-  ResultOptions results;
-
- private:
-  struct Task {
-    std::unique_ptr<AcousticModel> model;  // stays where it is, as the network refers to it
-    SearchNetwork network;
-  };
-  struct Worker;
-  void check_format(const std::vector<FileTask>& tasks) const;
-  void recognise_all(const Task& given, const std::vector<FileTask>& tasks) const;
-  Task task() const;
-  Task word_model_task() const;
-  SearchNetwork network_of(WordNetwork words, const Dictionary& pronunciations, const AcousticModel& model) const;
-  SearchNetwork ngram_network_of(const AcousticModel& model) const;
-  RecognisedUtterance recognise(const std::string& file, Worker& worker) const;
-  WordNetwork word_network() const;
-  Dictionary dictionary(const AcousticModel& model, const WordNetwork& network) const;
-};
 
 // What stands for a file of words and not for the words: @ and its name, the name of a file or a pipe that is there,
 // or one that looks like no word.
@@ -109,6 +75,8 @@ std::vector<std::string> word_list(const std::string& text) {
   return words;
 }
 
+}  // namespace
+
 WordNetwork RecogniseCommand::word_network() const {
   return grammar_file.empty() ? word_loop(word_list(words), "--words " + words)
                               : grammar_network(read_grammar(grammar_file), rule);
@@ -120,7 +88,7 @@ Dictionary RecogniseCommand::dictionary(const AcousticModel& model, const WordNe
 }
 
 // Forms that consist of words with their times.
-bool with_times(ReportFormat format) { return format != ReportFormat::kText && format != ReportFormat::kTsv; }
+static bool with_times(ReportFormat format) { return format != ReportFormat::kText && format != ReportFormat::kTsv; }
 
 SearchNetwork RecogniseCommand::network_of(WordNetwork words_allowed, const Dictionary& pronunciations,
                                            const AcousticModel& model) const {
@@ -156,8 +124,17 @@ RecogniseCommand::Task RecogniseCommand::word_model_task() const {
   return result;
 }
 
+RecogniseCommand::Task RecogniseCommand::phone_task() const {
+  Task result;
+  result.model = std::make_unique<AcousticModel>(acoustic.read_model());
+  result.network = ngram_file.empty() ? build_phone_loop(*result.model, weights)
+                                      : build_phone_ngram_network(read_ngram_model(ngram_file), *result.model, weights);
+  return result;
+}
+
 // The model, and what may be said.
 RecogniseCommand::Task RecogniseCommand::task() const {
+  if (phone_loop) return phone_task();
   const int given = (grammar_file.empty() ? 0 : 1) + (words.empty() ? 0 : 1) + (ngram_file.empty() ? 0 : 1);
   const bool whole_words = is_word_model_file(acoustic.model_name);
   if (given > 1 || (given == 0 && !whole_words)) throw Fault("recognise: give one of --grammar, --words and --lm");
@@ -259,7 +236,7 @@ void RecogniseCommand::recognise_all(const Task& given, const std::vector<FileTa
     references = References::read(reference_file);
     for (const FileTask& task : tasks) references->find(task.input);
   }
-  FileLoop loop("recognise", tasks, files.jobs, files.stop_at_fault);
+  FileLoop loop(phone_loop ? "phones" : "recognise", tasks, files.jobs, files.stop_at_fault);
   std::optional<OutputFile> output;
   if (!files.output.empty()) output.emplace(files.output);
   RecogniseReport report(format, references.has_value(), results.with_confidence(), [&](std::string_view text) {
@@ -298,6 +275,8 @@ void RecogniseCommand::run() const {
   recognise_all(task(), tasks);
 }
 
+namespace {
+
 void add_search_options(CLI::App& command, RecogniseCommand& options) {
   add_number(command, "--language-weight", options.weights.language_weight, 0, 1000,
              "Factor of the grammar's log weights");
@@ -332,14 +311,7 @@ void add_recognise(CLI::App& program) {
                       "Transcriptions, lines \"words (utterance-id)\", to count word errors");
   command->add_flag("--alignment", options->alignment, "Print start and end of each word in seconds");
   command->add_flag("--phones", options->phones, "Tell the phones of the words with their times too");
-  add_choice(*command, "--format", options->format,
-             {{"text", ReportFormat::kText},
-              {"tsv", ReportFormat::kTsv},
-              {"json", ReportFormat::kJson},
-              {"ctm", ReportFormat::kCtm},
-              {"srt", ReportFormat::kSrt},
-              {"textgrid", ReportFormat::kTextGrid}},
-             "text, tsv, json (an object a line), ctm, srt or textgrid");
+  add_format_option(*command, options->format);
   add_result_options(*command, options->results);
   add_search_options(*command, *options);
   add_raw_options(*command, options->raw);

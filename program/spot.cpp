@@ -15,6 +15,7 @@
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "program/file_loop.h"
+#include "program/keyword_spotting.h"
 #include "program/numbers.h"
 #include "program/raw_options.h"
 #include "program/recipe_options.h"
@@ -66,6 +67,7 @@ struct SpotCommand {
   std::string format = "text";
   bool commands = false;
   SpotSettings settings;
+  KeywordSpotting keywords;
   RawFormat raw;
 
  private:
@@ -158,6 +160,8 @@ class SpotReport {
 };
 
 void SpotCommand::run() const {
+  if (keywords.wanted() == !example_names.empty()) throw Fault("spot: give either --example or --keyword");
+  if (keywords.wanted()) return keywords.run({recordings, output_file, format, raw});
   if (!(settings.shortest <= settings.longest)) throw Fault("spot: --shortest is not up to --longest");
   FeatureChain chain(recipe.recipe());
   TemplateSpotter spotter(examples(chain), settings);
@@ -191,7 +195,7 @@ void SpotCommand::run() const {
 
 void add_spot(CLI::App& program) {
   CLI::App* const command =
-      program.add_subcommand("spot", "Find spoken examples in recordings, or tell which one a recording is");
+      program.add_subcommand("spot", "Find spoken examples or keywords in recordings, or tell which example one is");
   const auto options = std::make_shared<SpotCommand>(*command);
   command->add_option("recording", options->recordings, "Audio (WAV, FLAC, ..., .raw) or features (.npy, .htk, ...)")
       ->required();
@@ -199,7 +203,6 @@ void add_spot(CLI::App& program) {
       ->add_option("-e,--example", options->example_names,
                    "A spoken example: label=file, or file alone; file@1.25-1.9 takes a part, in seconds. Any number, "
                    "several of a label too")
-      ->required()
       ->allow_extra_args(false);
   command->add_flag("--commands", options->commands,
                     "Each recording is one command: print its label, or - if none is near enough");
@@ -211,6 +214,7 @@ void add_spot(CLI::App& program) {
              "Longest match, as part of its example's length");
   command->add_option("-o,--output", options->output_file, "File to write (default: standard output)");
   command->add_option("--format", options->format, "text, tsv or json")->check(CLI::IsMember({"text", "tsv", "json"}));
+  add_keyword_options(*command, options->keywords);
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }

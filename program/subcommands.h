@@ -15,6 +15,7 @@ void add_enhance(CLI::App& program);
 void add_features(CLI::App& program);
 void add_help(CLI::App& program);
 void add_info(CLI::App& program);
+void add_phones(CLI::App& program);
 void add_pitch(CLI::App& program);
 void add_quantise(CLI::App& program);
 void add_mix(CLI::App& program);

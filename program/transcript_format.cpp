@@ -3,8 +3,10 @@
 #include <cmath>
 #include <filesystem>
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "program/choices.h"
 #include "program/report_text.h"
 
 namespace kivsr::program {
@@ -73,6 +75,17 @@ std::string grid_tier(const std::string& name, const std::vector<Interval>& part
 
 std::string state_name(const AlignedPhone& phone, const AlignedState& state) {
   return phone.phone + "." + std::to_string(state.place);
+}
+
+void add_format_option(CLI::App& command, ReportFormat& format) {
+  add_choice(command, "--format", format,
+             {{"text", ReportFormat::kText},
+              {"tsv", ReportFormat::kTsv},
+              {"json", ReportFormat::kJson},
+              {"ctm", ReportFormat::kCtm},
+              {"srt", ReportFormat::kSrt},
+              {"textgrid", ReportFormat::kTextGrid}},
+             "text, tsv, json (an object a line), ctm, srt or textgrid");
 }
 
 std::string extension_of(ReportFormat format) {

@@ -5,6 +5,10 @@
 
 #include "program/recognise_report.h"
 
+namespace CLI {
+class App;
+}
+
 namespace kivsr::program {
 
 // One object on one line, with the words and their times.
@@ -17,6 +21,8 @@ std::string srt_text(const RecognisedUtterance& utterance);
 // Praat: a tier of words, silence and noise being empty intervals, and tiers of phones and of states where they are
 // told.
 std::string text_grid(const RecognisedUtterance& utterance);
+// --format with the forms of recognise.
+void add_format_option(CLI::App& command, ReportFormat& format);
 // Of a file in that form, with the dot.
 std::string extension_of(ReportFormat format);
 // "AH.0", the first state of the phone AH.

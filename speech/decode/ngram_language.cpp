@@ -17,8 +17,8 @@ bool is_mark(std::string_view word) {
 
 }  // namespace
 
-NgramLanguage::NgramLanguage(NgramModel model, const std::filesystem::path& dictionary, const AcousticModel& acoustic,
-                             const SearchWeights& weights, SearchNetwork& network)
+NgramLanguage::NgramLanguage(NgramModel model, const DictionaryVisit& dictionary, const std::string& file,
+                             const AcousticModel& acoustic, const SearchWeights& weights, SearchNetwork& network)
     : model_(std::move(model)), weights_(weights) {
   std::map<std::string, int, std::less<>> phones;
   for (std::size_t phone = 0; phone < acoustic.definition.phones.size(); ++phone) {
@@ -27,7 +27,7 @@ NgramLanguage::NgramLanguage(NgramModel model, const std::filesystem::path& dict
   std::vector<LanguageWord> tree;
   std::vector<char> pronounceable(static_cast<std::size_t>(model_.words()), 0);
   const auto wanted = [this](std::string_view name) { return model_.find_word(name) >= 0 && !is_mark(name); };
-  Dictionary::visit(dictionary, wanted, [&](std::string_view name, std::span<const std::string_view> pronunciation) {
+  dictionary(wanted, [&](std::string_view name, std::span<const std::string_view> pronunciation) {
     LanguageWord entry;
     for (const std::string_view phone : pronunciation) {
       const auto known = phones.find(phone);
@@ -44,7 +44,7 @@ NgramLanguage::NgramLanguage(NgramModel model, const std::filesystem::path& dict
       unpronounceable_.push_back(model_.word(word));
     }
   }
-  if (tree.empty()) throw Fault(dictionary.string() + ": pronounces no word of the language model");
+  if (tree.empty()) throw Fault(file + ": pronounces no word of the language model");
   const int begin = model_.find_word("<s>");
   start_ = begin < 0 ? 0 : model_.follow(0, begin).next;
   end_ = model_.find_word("</s>");
@@ -62,16 +62,40 @@ float NgramLanguage::final_weight(int state) const {
   return end_ < 0 ? 0.0F : model_.follow(state, end_).log_probability * weights_.language_weight;
 }
 
-SearchNetwork build_ngram_network(NgramModel model, const std::filesystem::path& dictionary,
-                                  const AcousticModel& acoustic, const SearchWeights& weights,
-                                  std::vector<std::string>& unpronounceable) {
+namespace {
+
+SearchNetwork network_of(NgramModel model, const DictionaryVisit& dictionary, const std::string& file,
+                         const AcousticModel& acoustic, const SearchWeights& weights,
+                         std::vector<std::string>& unpronounceable) {
   SearchNetwork network;
   network.forest = std::make_unique<LexiconForest>(acoustic.definition);
-  auto language = std::make_unique<NgramLanguage>(std::move(model), dictionary, acoustic, weights, network);
+  auto language = std::make_unique<NgramLanguage>(std::move(model), dictionary, file, acoustic, weights, network);
   unpronounceable = language->unpronounceable();
   network.language = std::move(language);
   add_fillers(network, acoustic, weights);
   return network;
+}
+
+}  // namespace
+
+SearchNetwork build_ngram_network(NgramModel model, const std::filesystem::path& dictionary,
+                                  const AcousticModel& acoustic, const SearchWeights& weights,
+                                  std::vector<std::string>& unpronounceable) {
+  const auto visit = [&dictionary](const Dictionary::Filter& wanted, const Dictionary::Visitor& visitor) {
+    Dictionary::visit(dictionary, wanted, visitor);
+  };
+  return network_of(std::move(model), visit, dictionary.string(), acoustic, weights, unpronounceable);
+}
+
+SearchNetwork build_phone_ngram_network(NgramModel model, const AcousticModel& acoustic, const SearchWeights& weights) {
+  const auto visit = [&acoustic](const Dictionary::Filter& wanted, const Dictionary::Visitor& visitor) {
+    for (const PhoneDefinition& phone : acoustic.definition.phones) {
+      const std::string_view name = phone.name;
+      if (!phone.filler && wanted(name)) visitor(name, {&name, 1});
+    }
+  };
+  std::vector<std::string> others;  // silence and what is no phone of the model
+  return network_of(std::move(model), visit, acoustic.folder.string(), acoustic, weights, others);
 }
 
 }  // namespace kivsr::speech

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -9,15 +10,20 @@
 #include "kivsr/speech/decode/search_language.h"
 #include "kivsr/speech/decode/search_network.h"
 #include "kivsr/speech/models/acoustic_model.h"
+#include "kivsr/speech/models/dictionary.h"
 #include "kivsr/speech/models/ngram_model.h"
 
 namespace kivsr::speech {
 
+// Calls a visitor with the words of a dictionary that are wanted.
+using DictionaryVisit = std::function<void(const Dictionary::Filter& wanted, const Dictionary::Visitor& visitor)>;
+
 class NgramLanguage : public SearchLanguage {
  public:
   // Adds its tree to the network's forest, and to its labels, which have to be empty, the pronunciations of its words.
-  NgramLanguage(NgramModel model, const std::filesystem::path& dictionary, const AcousticModel& acoustic,
-                const SearchWeights& weights, SearchNetwork& network);
+  // name: of the dictionary, for messages.
+  NgramLanguage(NgramModel model, const DictionaryVisit& dictionary, const std::string& name,
+                const AcousticModel& acoustic, const SearchWeights& weights, SearchNetwork& network);
 
   int states() const override { return model_.states(); }
   int start() const override { return start_; }
@@ -42,5 +48,7 @@ class NgramLanguage : public SearchLanguage {
 SearchNetwork build_ngram_network(NgramModel model, const std::filesystem::path& dictionary,
                                   const AcousticModel& acoustic, const SearchWeights& weights,
                                   std::vector<std::string>& unpronounceable);
+// An n-gram model of phones.
+SearchNetwork build_phone_ngram_network(NgramModel model, const AcousticModel& acoustic, const SearchWeights& weights);
 
 }  // namespace kivsr::speech

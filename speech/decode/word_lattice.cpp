@@ -1,9 +1,10 @@
 #include "kivsr/speech/decode/word_lattice.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cmath>
 #include <cstddef>
-#include <cstdio>
 #include <limits>
 #include <map>
 #include <queue>
@@ -120,10 +121,10 @@ std::string escaped(const std::string& word) {
   return text;
 }
 
-std::string printed(const char* format, double value) {
-  char text[64];
-  std::snprintf(text, sizeof text, format, value);
-  return text;
+std::string printed(double value, int places) {
+  std::array<char, 400> text{};
+  const auto end = std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, places).ptr;
+  return {text.data(), end};
 }
 
 }  // namespace
@@ -190,13 +191,14 @@ std::string lattice_text(const WordLattice& lattice, const SearchNetwork& networ
   std::string text = "VERSION=1.0\nUTTERANCE=" + escaped(utterance) + "\nbase=2.718281828\nlmscale=1\nacscale=1\n";
   text += "N=" + std::to_string(lattice.frames.size()) + " L=" + std::to_string(lattice.arcs.size()) + "\n";
   for (std::size_t node = 0; node < lattice.frames.size(); ++node) {
-    text += "I=" + std::to_string(node) + printed(" t=%.3f\n", lattice.frames[node] * frame_seconds);
+    text += "I=" + std::to_string(node) + " t=" + printed(lattice.frames[node] * frame_seconds, 3) + "\n";
   }
   for (std::size_t index = 0; index < lattice.arcs.size(); ++index) {
     const LatticeArc& arc = lattice.arcs[index];
     text += "J=" + std::to_string(index) + " S=" + std::to_string(arc.from) + " E=" + std::to_string(arc.to) +
             " W=" + escaped(network.labels[static_cast<std::size_t>(arc.label)].word) +
-            printed(" a=%.3f", arc.acoustic) + printed(" l=%.3f", arc.language) + printed(" p=%.5f\n", arc.posterior);
+            " a=" + printed(arc.acoustic, 3) + " l=" + printed(arc.language, 3) + " p=" + printed(arc.posterior, 5) +
+            "\n";
   }
   return text;
 }

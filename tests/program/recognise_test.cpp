@@ -93,6 +93,23 @@ TEST(Recognise, PhonesOfTheWords) {
   EXPECT_EQ(run_kivsr(options).status, 2);
 }
 
+TEST(Phones, OfTheWordsWithFewErrors) {
+  const TemporaryFolder folder;
+  const auto reference = folder.write("said", "G OW F AO R W ER D T EH N M IY T ER Z (goforward)\n");
+  const CommandResult result =
+      run_kivsr("phones --format tsv --reference " + quoted(reference) + " " + quoted(kTestData / "goforward.raw"));
+  ASSERT_EQ(result.status, 0) << result.errors;
+  const std::string line = result.output.substr(result.output.find('\n') + 1);
+  int words = 0;
+  int substitutions = 0;
+  int deletions = 0;
+  int insertions = 0;
+  const std::string counts = line.substr(line.find("ER Z\t") + 5);
+  ASSERT_EQ(std::sscanf(counts.c_str(), "%d %d %d %d", &words, &substitutions, &deletions, &insertions), 4) << line;
+  EXPECT_EQ(words, 16);
+  EXPECT_LE(substitutions + deletions + insertions, 8) << line;
+}
+
 // Confidence, sentences and lattice of one recording; words that are not sure enough go.
 TEST(Recognise, OtherResults) {
   const TemporaryFolder folder;

@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "speech/models/model_bytes.h"
 #include "speech/support/command.h"
 #include "speech/support/recordings.h"
 #include "speech/support/signals.h"
@@ -74,6 +75,25 @@ TEST(SpotCommand, FeatureFilesAndAFileForTheResult) {
   ASSERT_EQ(run_kivsr(call + features + " -o " + quoted(output)).status, 0);
   const std::string hits = read_file(output);
   EXPECT_NE(hits.find("0.74\t1.30\tleft\t0.000"), std::string::npos) << hits;
+}
+
+TEST(SpotCommand, KeywordsOverPhones) {
+  const TemporaryFolder folder;
+  const std::string recording = " " + quoted(kTestData / "goforward.raw");
+  const auto list = folder.write("keywords", "meters\nforward ten /1e-6/\nyoung\n");
+  const CommandResult found = run_kivsr("spot --format tsv --keyword-list " + quoted(list) + recording);
+  ASSERT_EQ(found.status, 0) << found.errors;
+  EXPECT_NE(found.output.find("\tforward ten\n"), std::string::npos) << found.output;
+  EXPECT_NE(found.output.find("\tmeters\n"), std::string::npos) << found.output;
+  EXPECT_EQ(found.output.find("young"), std::string::npos) << found.output;
+  const CommandResult strict = run_kivsr("spot --keyword meters/1e100" + recording);
+  EXPECT_NE(strict.output.find(": 0 hits"), std::string::npos) << strict.output;
+  for (const char* const options : {"--keyword xyzzy", "--keyword go/x", "--keyword go/", "--keyword /1e-3",
+                                    "--keyword go/-1", "--keyword-list /no/such", "--keyword go -e a.wav"}) {
+    const CommandResult bad = run_kivsr(std::string("spot ") + options + recording);
+    EXPECT_EQ(bad.status, 2) << options;
+    EXPECT_EQ(std::count(bad.errors.begin(), bad.errors.end(), '\n'), 1) << options << bad.errors;
+  }
 }
 
 TEST(SpotCommand, BadInputGivesOneLine) {
