@@ -18,6 +18,9 @@
 #include "kivsr/speech/io/output_file.h"
 #include "kivsr/speech/noise/enhancer.h"
 #include "kivsr/speech/noise/segmental_snr.h"
+#include "program/audio_names.h"
+#include "program/file_loop.h"
+#include "program/file_options.h"
 #include "program/picture/enhancement_picture.h"
 #include "program/picture/feature_picture.h"
 #include "program/raw_options.h"
@@ -35,16 +38,18 @@ std::string describe(const AudioReader& reader) {
 
 struct EnhanceCommand {
   void run() const;
+  void check(const std::vector<FileTask>& tasks) const;
+  void enhance(const FileTask& task, FileTurn& turn) const;
 
-  std::string input_file;
-  std::string output_file;
+  FileOptions files;
+  std::string format;
   std::string method = "mcra-emns";
   std::string reference_file;
   std::string picture_file;
   RawFormat raw;
 
  private:
-  std::vector<std::unique_ptr<Enhancer>> enhancers(const AudioReader& reader) const;
+  std::vector<std::unique_ptr<Enhancer>> enhancers(const std::string& file, const AudioReader& reader) const;
 };
 
 using Block = std::span<const std::vector<float>>;  // a vector a channel
@@ -123,12 +128,13 @@ class Comparison {
   std::int64_t samples_ = 0;
 };
 
-std::vector<std::unique_ptr<Enhancer>> EnhanceCommand::enhancers(const AudioReader& reader) const {
+std::vector<std::unique_ptr<Enhancer>> EnhanceCommand::enhancers(const std::string& file,
+                                                                 const AudioReader& reader) const {
   std::vector<std::unique_ptr<Enhancer>> result;
   try {
     for (int i = 0; i < reader.channels(); ++i) result.push_back(make_enhancer(method, reader.sample_rate()));
   } catch (const Fault& fault) {
-    throw Fault(input_file + ": " + fault.what());
+    throw Fault(file + ": " + fault.what());
   }
   return result;
 }
@@ -160,34 +166,53 @@ void stream(AudioReader& reader, std::span<const std::unique_ptr<Enhancer>> chan
 }
 
 // Both files are complete before either gets its name.
-void EnhanceCommand::run() const {
-  check_audio_name(output_file);
-  if (!picture_file.empty()) check_picture_name(picture_file);
-  say_unused_raw_options(raw, {input_file});
-  AudioReader reader(input_file, raw);
-  const auto channels = enhancers(reader);
+void EnhanceCommand::enhance(const FileTask& task, FileTurn& turn) const {
+  AudioReader reader(task.input, raw);
+  const auto channels = enhancers(task.input, reader);
   std::optional<Comparison> comparison;
   if (!reference_file.empty()) comparison.emplace(reference_file, raw, reader);
   std::optional<EnhancementPicture> drawing;  // of the first channel
   if (!picture_file.empty()) drawing.emplace(reader.sample_rate());
-  OutputFile output(output_file);
-  AudioWriter writer(output, output_file, reader.sample_rate(), reader.channels(), reader.sample_format());
+  OutputFile output(task.output);
+  AudioWriter writer(output, audio_name(task.output, format), reader.sample_rate(), reader.channels(),
+                     reader.sample_format());
   stream(reader, channels, writer, comparison, drawing);
 
   const std::string description = describe(reader) + ", " + method;
   std::optional<OutputFile> picture;
   if (drawing) {
     drawing->draw(picture.emplace(picture_file),
-                  std::filesystem::path(input_file).filename().string() + ":  " + description);
+                  std::filesystem::path(task.input).filename().string() + ":  " + description);
   }
   output.commit();
   if (picture) picture->commit();
 
-  std::printf("%s: %s\n", output_file.c_str(), description.c_str());
+  turn.heard(static_cast<double>(reader.samples()) / reader.sample_rate());
+  if (!reader.remark().empty()) turn.say(task.input + ": " + reader.remark());
+  std::string lines = task.output + ": " + description + "\n";
   if (comparison) {
-    std::printf("segmental SNR %.2f dB before, %.2f dB after, gain %.2f dB\n", comparison->before, comparison->after,
-                comparison->after - comparison->before);
+    lines += formatted("segmental SNR %.2f dB before, %.2f dB after, gain %.2f dB\n", comparison->before,
+                       comparison->after, comparison->after - comparison->before);
   }
+  turn.print_beside(task.output, lines);
+}
+
+void EnhanceCommand::check(const std::vector<FileTask>& tasks) const {
+  for (const FileTask& task : tasks) check_audio_name(audio_name(task.output, format));
+  if (tasks.size() > 1 && !reference_file.empty()) throw Fault("enhance: --reference belongs to one audio file");
+  if (picture_file.empty()) return;
+  if (tasks.size() > 1) throw Fault("enhance: --picture shows one audio file");
+  check_picture_name(picture_file);
+}
+
+void EnhanceCommand::run() const {
+  const auto tasks =
+      file_tasks(files, Outputs::kOneEach, [this](const std::string& input) { return audio_extension(input, format); });
+  check(tasks);
+  say_unused_raw_options(raw, inputs_of(tasks));
+  FileLoop loop("enhance", tasks, files.jobs, files.stop_at_fault);
+  loop.run([this] { return [this](const FileTask& task, FileTurn& turn) { enhance(task, turn); }; });
+  loop.finish();
 }
 
 }  // namespace
@@ -195,8 +220,9 @@ void EnhanceCommand::run() const {
 void add_enhance(CLI::App& program) {
   CLI::App* const command = program.add_subcommand("enhance", "Suppress the noise in an audio file");
   const auto options = std::make_shared<EnhanceCommand>();
-  command->add_option("input", options->input_file, "WAV, FLAC, ... or .raw (16-bit, one channel)")->required();
-  command->add_option("output", options->output_file, "File to write: .wav or .flac")->required();
+  add_file_options(*command, options->files, Outputs::kOneEach, "WAV, FLAC, ... or .raw (16-bit, one channel)",
+                   "File to write: .wav, .flac or .raw");
+  add_audio_format(*command, options->format);
   command->add_option("--method", options->method, "How the noise is estimated and suppressed")
       ->check(CLI::IsMember(enhancement_methods()));
   command->add_option("--reference", options->reference_file,

@@ -16,6 +16,7 @@
 #include "kivsr/speech/front/row_stage.h"
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
+#include "kivsr/speech/io/byte_source.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_reader.h"
 #include "kivsr/speech/io/kaldi_archive.h"
@@ -91,6 +92,7 @@ void FeaturesCommand::take_archive_from_pair() {
 }
 
 FeatureFormat FeaturesCommand::format_of(const std::string& output) const {
+  if (is_standard_stream(output) && format.empty()) return FeatureFormat::kNpy;
   return format.empty() ? feature_format(output) : *named_feature_format(format);
 }
 
@@ -218,6 +220,7 @@ void FeaturesCommand::write_rows_of(const FileTask& task, FeatureChain& chain, F
   }
   if (speakers.gathers()) turn.post([this, sums, key = task.utterance()] { speakers.gather(key, *sums); });
   turn.heard(info.seconds);
+  if (!info.remark.empty()) turn.say(file + ": " + info.remark);
   const bool to_standard_output = task.output == "-" || (archive != nullptr && archive->is_standard_output());
   if (!to_standard_output) turn.print(summary(file, info, chain.recipe()));
 }

@@ -17,6 +17,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kivsr/speech/io/fault.h"
@@ -54,6 +55,10 @@ class FileTurn {
   void post(std::function<void()> act, std::size_t bytes = 0);
   // To standard output.
   void print(std::string text);
+  // The same, unless standard output is what the file becomes.
+  void print_beside(const std::string& output, std::string text) {
+    if (output != "-") print(std::move(text));
+  }
   // A line on standard error.
   void say(const std::string& line);
   // So much sound is done, for the rate that the progress line shows.

@@ -41,7 +41,7 @@ struct PitchCommand {
   void run() const;
   void check(const std::vector<FileTask>& tasks) const;
   template <class Take>
-  double track(const std::string& file, std::optional<OutputFile>& drawing, Take take) const;
+  double track(const std::string& file, std::optional<OutputFile>& drawing, FileTurn& turn, Take take) const;
   void write_own(const FileTask& task, std::optional<OutputFile>& drawing, FileTurn& turn) const;
   void report_to(const FileTask& task, const PitchReport::Write& write, std::optional<OutputFile>& drawing,
                  FileTurn& turn) const;
@@ -84,7 +84,8 @@ void PitchCommand::check(const std::vector<FileTask>& tasks) const {
 // take gets the frames as they come. The analysis has the rate of the file, or 8 kHz for one below. Returns the seconds
 // of the file; its picture, if one is asked for, waits for the commit.
 template <class Take>
-double PitchCommand::track(const std::string& file, std::optional<OutputFile>& drawing, Take take) const {
+double PitchCommand::track(const std::string& file, std::optional<OutputFile>& drawing, FileTurn& turn,
+                           Take take) const {
   AudioReader audio(file, raw);
   PitchParameters chosen = parameters;
   chosen.sample_rate = std::max(audio.sample_rate(), 8000);
@@ -111,7 +112,10 @@ double PitchCommand::track(const std::string& file, std::optional<OutputFile>& d
     picture->finish();
     picture->draw(drawing.emplace(picture_file), std::filesystem::path(file).filename());
   }
-  return static_cast<double>(reader.samples()) / chosen.sample_rate;
+  if (!reader.file().remark().empty()) turn.say(file + ": " + reader.file().remark());
+  const double seconds = static_cast<double>(reader.samples()) / chosen.sample_rate;
+  turn.heard(seconds);
+  return seconds;
 }
 
 // Into a file of its own.
@@ -119,17 +123,16 @@ void PitchCommand::write_own(const FileTask& task, std::optional<OutputFile>& dr
   OutputFile output(task.output);
   if (is_rows(task.output)) {
     FeatureWriter rows(output, FeatureFormat::kNpy, layout_of(Recipe::of_features(3)));
-    turn.heard(track(task.input, drawing, [&](const auto& frames) { rows.append(pitch_rows(frames)); }));
+    track(task.input, drawing, turn, [&](const auto& frames) { rows.append(pitch_rows(frames)); });
     rows.finish();
   } else {
     const PitchFormat chosen = format_of(task.output);
+    if (chosen == PitchFormat::kPitchTier) output.keep_until_commit();
     output.write(pitch_header(chosen));
     PitchReport report(
         chosen, task.input, shift, [&](std::string_view text) { output.write(text); },
         [&](std::int64_t position, std::string_view text) { output.overwrite(position, text); });
-    const double seconds = track(task.input, drawing, [&](const auto& frames) { report.append(frames); });
-    report.end(seconds);
-    turn.heard(seconds);
+    report.end(track(task.input, drawing, turn, [&](const auto& frames) { report.append(frames); }));
   }
   output.commit();
 }
@@ -140,7 +143,7 @@ void PitchCommand::report_to(const FileTask& task, const PitchReport::Write& wri
   PitchReport report(format_of(files.output), task.input, shift, [&](std::string_view text) {
     turn.post([&write, text = std::string(text)] { write(text); }, text.size());
   });
-  turn.heard(track(task.input, drawing, [&](const auto& frames) { report.append(frames); }));
+  track(task.input, drawing, turn, [&](const auto& frames) { report.append(frames); });
 }
 
 void PitchCommand::run() const {

@@ -13,6 +13,7 @@
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/binary_file.h"
+#include "kivsr/speech/io/byte_source.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/quantise/distortion.h"
 #include "kivsr/speech/quantise/frame_pairs.h"
@@ -174,8 +175,8 @@ void EncodeCommand::encode_pairs(const FileTask& task, const SplitCodebook& book
   output.write(octets);
   output.commit();
   turn.heard(utterance.info.seconds);
-  turn.print(task.output + formatted(": %zu frames, %zu frame pairs and the end, %zu bytes\n", frames.size(),
-                                     (frames.size() + 1) / 2, octets.size()));
+  turn.print_beside(task.output, task.output + formatted(": %zu frames, %zu frame pairs and the end, %zu bytes\n",
+                                                         frames.size(), (frames.size() + 1) / 2, octets.size()));
 }
 
 void EncodeCommand::encode(const FileTask& task, const SplitCodebook& book, FeatureChain& chain, FileTurn& turn,
@@ -191,10 +192,10 @@ void EncodeCommand::encode(const FileTask& task, const SplitCodebook& book, Feat
   output.commit();
   turn.heard(info.seconds);
   turn.post([&all, of_file] { all.add(of_file); });
-  turn.print(task.output +
-             formatted(": %d frames, %lld bytes, %.0f bit/s with the header\n", stream.frames,
-                       static_cast<long long>(bytes),
-                       8.0 * static_cast<double>(bytes) / (stream.frames * book.recipe().frame_seconds())));
+  turn.print_beside(task.output, task.output + formatted(": %d frames, %lld bytes, %.0f bit/s with the header\n",
+                                                         stream.frames, static_cast<long long>(bytes),
+                                                         8.0 * static_cast<double>(bytes) /
+                                                             (stream.frames * book.recipe().frame_seconds())));
 }
 
 void EncodeCommand::run() const {
@@ -215,7 +216,7 @@ void EncodeCommand::run() const {
       encode(task, book, *chain, turn, distortion);
     };
   });
-  if (!bitstream) print_distortion(book, distortion);
+  if (!bitstream && tasks.front().output != "-") print_distortion(book, distortion);
   loop.finish();
 }
 
@@ -247,7 +248,10 @@ int DecodeCommand::write_rows(const std::string& file, const SplitCodebook& book
 
 void DecodeCommand::run() const {
   const auto tasks = file_tasks(files, Outputs::kOneEach, [this](const std::string&) { return "." + format; });
-  for (const FileTask& task : tasks) feature_format(task.output);
+  const auto format_of = [this](const FileTask& task) {
+    return feature_format(is_standard_stream(task.output) ? "rows." + format : task.output);
+  };
+  for (const FileTask& task : tasks) format_of(task);
   const SplitCodebook book = SplitCodebook::read(book_file);
   if (bitstream) require_pair_book(book, book_file);
   Recipe recipe = book.recipe();
@@ -255,12 +259,12 @@ void DecodeCommand::run() const {
   FileLoop loop("decode", tasks, files.jobs, files.stop_at_fault);
   loop.run_in_turn([&](const FileTask& task, FileTurn& turn) {
     OutputFile output(task.output);
-    FeatureWriter writer(output, feature_format(task.output), layout_of(recipe));
+    FeatureWriter writer(output, format_of(task), layout_of(recipe));
     const int frames = write_rows(task.input, book, writer);
     writer.finish();
     output.commit();
     turn.heard(frames * recipe.frame_seconds());
-    turn.print(task.output + formatted(": %d frames of %d values\n", frames, recipe.width()));
+    turn.print_beside(task.output, task.output + formatted(": %d frames of %d values\n", frames, recipe.width()));
   });
   loop.finish();
 }

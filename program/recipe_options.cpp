@@ -91,7 +91,7 @@ Recipe RecipeOptions::named(std::span<const std::string> files, const RawFormat&
   if (rate > 0) return preset(preset_, rate);
   const auto audio =
       std::find_if_not(files.begin(), files.end(), [](const auto& file) { return is_feature_file(file); });
-  return audio == files.end() ? recipe : preset(preset_, AudioReader(*audio, raw).sample_rate());
+  return audio == files.end() ? recipe : preset(preset_, AudioReader::rate_of(*audio, raw));
 }
 
 Recipe RecipeOptions::start(std::span<const std::string> files, const RawFormat& raw) const {

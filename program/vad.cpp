@@ -67,6 +67,7 @@ std::string VadCommand::lines_of(const std::string& file, std::optional<OutputFi
   }
   const double seconds = static_cast<double>(reader.samples()) / kAuroraRate;
   turn.heard(seconds);
+  if (!reader.file().remark().empty()) turn.say(file + ": " + reader.file().remark());
   return segment_lines(file, segments, seconds, format);
 }
 

@@ -54,7 +54,8 @@ UtteranceInfo stream_audio(const std::filesystem::path& file, FeatureChain& chai
   }
   return {.seconds = static_cast<double>(reader.samples()) / recipe.front_end.sample_rate,
           .file_channels = reader.file().channels(),
-          .file_sample_rate = reader.file().sample_rate()};
+          .file_sample_rate = reader.file().sample_rate(),
+          .remark = reader.file().remark()};
 }
 
 UtteranceInfo stream(const std::filesystem::path& file, FeatureChain& chain, const RawFormat& raw, const RowTaker& take,

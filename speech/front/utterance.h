@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 #include <span>
+#include <string>
 
 #include "kivsr/speech/front/feature_chain.h"
 #include "kivsr/speech/io/audio_file.h"
@@ -18,6 +19,7 @@ struct UtteranceInfo {
   std::int64_t frames = 0;
   int file_channels = 1;     // of audio: before mixing down
   int file_sample_rate = 0;  // before resampling; 0: a file of features
+  std::string remark;        // AudioReader::remark
 };
 
 // Hears the samples at the recipe's rate before they become rows.

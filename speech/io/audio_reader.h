@@ -5,12 +5,16 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "kivsr/speech/io/resampler.h"
 
 namespace kivsr::speech {
+
+struct AudioSource;
 
 // How to read files without a header: 16-bit samples, one channel.
 struct RawFormat {
@@ -18,10 +22,11 @@ struct RawFormat {
   // format libsndfile does not recognise.
   int sample_rate = 0;
   bool big_endian = false;
-  bool order_is_known = false;  // samples that look swapped are taken as they are
+  bool order_is_known = false;  // samples that look swapped are taken as they are; else only if they had 8 bits once
 };
 
-// Any file that libsndfile can read, or a headerless one; a pipe too, once all of it came (seekable_file.h). What is
+// Any file that libsndfile can read, or a headerless one. "-" is standard input; it and other pipes are read as they
+// come, once, if they are WAV or headerless (of a rate that is given), other formats when all of them came. What is
 // wrong with a file is a Fault that names it: missing, not audio, empty, truncated, byte-swapped, not a number; the
 // last four may show at the end only.
 class AudioReader {
@@ -30,6 +35,9 @@ class AudioReader {
   ~AudioReader();
   AudioReader(AudioReader&&) noexcept;
   AudioReader& operator=(AudioReader&&) noexcept;
+
+  // The rate of a file that is read afterwards. A pipe stays open for the next reader of that name.
+  static int rate_of(const std::filesystem::path& file, const RawFormat& raw = {});
 
   int sample_rate() const;
   int channels() const;
@@ -40,12 +48,11 @@ class AudioReader {
   // The next samples, one span a channel, all of one length; empty behind the last. They stay until the next call.
   std::span<const std::vector<float>> read();
   std::int64_t samples() const;  // of each channel, so far
+  // What looks odd about the file but may be right, once its end was read; empty: nothing.
+  std::string remark() const;
 
  private:
-  class Source;
-  class RawSource;
-  class SoundSource;
-  std::unique_ptr<Source> source_;
+  std::unique_ptr<AudioSource> source_;
 };
 
 // One channel at one rate, as the front end wants it: the mean of the file's channels, resampled.
@@ -62,8 +69,10 @@ class MonoReader {
   std::int64_t samples() const { return samples_; }  // so far
 
  private:
+  std::span<const float> mean_of(std::span<const std::vector<float>> channels);
+
   AudioReader reader_;
-  Resampler resampler_;
+  std::optional<Resampler> resampler_;
   std::vector<float> mean_;
   std::int64_t samples_ = 0;
   bool ended_ = false;

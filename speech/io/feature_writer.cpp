@@ -24,6 +24,10 @@ void put(std::uint32_t value, unsigned count, ByteOrder order, std::string& byte
 }
 
 void put(std::span<const float> values, ByteOrder order, std::string& bytes) {
+  if (order == ByteOrder::kLittle) {
+    bytes.append(reinterpret_cast<const char*>(values.data()), values.size_bytes());
+    return;
+  }
   for (const float value : values) put(std::bit_cast<std::uint32_t>(value), 4, order, bytes);
 }
 
@@ -98,6 +102,7 @@ FeatureWriter::FeatureWriter(OutputFile& file, FeatureFormat format, FeatureLayo
   if (format == FeatureFormat::kHtk && layout_.width > SHRT_MAX / 4) {
     throw Fault("rows of " + std::to_string(layout_.width) + " values are too wide for the HTK format");
   }
+  if (states_count(format)) file_.keep_until_commit();  // the head comes last
   file_.write(header());
 }
 
@@ -155,6 +160,7 @@ void FeatureWriter::append(const FeatureMatrix& rows) {
     case FeatureFormat::kArff: put_lines(rows, bytes); break;
   }
   file_.write(bytes);
+  if (file_.is_stream()) file_.flush();
   frames_ += rows.height();
 }
 

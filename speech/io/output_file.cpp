@@ -11,7 +11,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "kivsr/speech/io/byte_source.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/temporary_file.h"
 
 namespace kivsr::speech {
 
@@ -51,7 +53,13 @@ OutputFile::OutputFile(std::filesystem::path name) : name_(std::move(name)) {
   if (name_.empty() || !name_.has_filename()) throw Fault("'" + name_.string() + "' is not a file name to write to");
   target_ = behind_links(name_);
   struct stat there {};
-  if (stat(target_.c_str(), &there) != 0) {
+  const bool standard = is_standard_stream(name_);
+  const bool is_new = standard || stat(target_.c_str(), &there) != 0;
+  if (standard || (!is_new && (S_ISFIFO(there.st_mode) || S_ISCHR(there.st_mode)))) {
+    open_stream();
+    return;
+  }
+  if (is_new) {
     open_temporary();
     return;
   }
@@ -60,6 +68,17 @@ OutputFile::OutputFile(std::filesystem::path name) : name_(std::move(name)) {
   in_place_ = there.st_nlink > 1;
   open_temporary();
   fchmod(descriptor_, there.st_mode & kPermissions);  // else the file is the same but for its permissions
+}
+
+void OutputFile::open_stream() {
+  stream_ = true;
+  descriptor_ = is_standard_stream(name_) ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)
+                                          : open(target_.c_str(), O_WRONLY | O_CLOEXEC);
+  if (descriptor_ < 0) fail("cannot be written", errno);
+}
+
+void OutputFile::keep_until_commit() {
+  if (is_stream()) kept_for_ = std::exchange(descriptor_, open_temporary_file());
 }
 
 // A name of this process and attempt: two programs that write the same file do not meet.
@@ -78,6 +97,7 @@ void OutputFile::open_temporary() {
 
 OutputFile::~OutputFile() {
   if (descriptor_ >= 0) close(descriptor_);
+  if (kept_for_ >= 0) close(kept_for_);
   if (!temporary_.empty()) unlink(temporary_.c_str());
   forget_temporary();
 }
@@ -100,7 +120,7 @@ void OutputFile::overwrite(std::int64_t position, std::string_view text) {
 
 void OutputFile::flush() {
   if (buffer_.empty()) return;
-  write_all(buffer_, written_);
+  is_stream() ? write_stream(buffer_) : write_all(buffer_, written_);
   written_ += static_cast<std::int64_t>(buffer_.size());
   buffer_.clear();
 }
@@ -113,6 +133,28 @@ void OutputFile::write_all(std::string_view text, std::int64_t position) {
     text.remove_prefix(static_cast<std::size_t>(count));
     position += count;
   }
+}
+
+void OutputFile::write_stream(std::string_view text) {
+  const int target = kept_for_ >= 0 ? kept_for_ : descriptor_;
+  while (!text.empty()) {
+    const ssize_t count = ::write(target, text.data(), text.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) fail("cannot be written", errno);
+    text.remove_prefix(static_cast<std::size_t>(count));
+  }
+}
+
+void OutputFile::copy_to_stream() {
+  std::array<char, kBufferBytes> block;
+  for (off_t place = 0;;) {
+    const ssize_t count = pread(descriptor_, block.data(), block.size(), place);
+    if (count < 0) fail("cannot be written", errno);
+    if (count == 0) break;
+    write_stream({block.data(), static_cast<std::size_t>(count)});
+    place += count;
+  }
+  close(std::exchange(kept_for_, -1));
 }
 
 // The room is taken before the first byte is replaced.
@@ -146,17 +188,19 @@ void OutputFile::copy_to_target() const {
 
 void OutputFile::commit() {
   flush();
+  if (kept_for_ >= 0) copy_to_stream();
   if (in_place_) {
     copy_to_target();
     unlink(temporary_.c_str());
   }
   if (close(std::exchange(descriptor_, -1)) != 0) fail("cannot be written", errno);
-  if (!in_place_ && rename(temporary_.c_str(), target_.c_str()) != 0) fail("cannot be replaced", errno);
+  if (!stream_ && !in_place_ && rename(temporary_.c_str(), target_.c_str()) != 0) fail("cannot be replaced", errno);
   forget_temporary();
 }
 
 void OutputFile::fail(const char* what, int error) const {
-  throw Fault(name_.string() + ": " + what + ": " + std::strerror(error));
+  throw Fault((is_standard_stream(name_) ? "standard output" : name_.string()) + ": " + what + ": " +
+              std::strerror(error));
 }
 
 void remove_partial_files() noexcept {

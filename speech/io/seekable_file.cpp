@@ -3,13 +3,10 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <map>
-#include <mutex>
 #include <string>
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "kivsr/speech/io/fault.h"
@@ -19,68 +16,30 @@ namespace kivsr::speech {
 
 namespace {
 
-[[noreturn]] void fail(const std::filesystem::path& file, const std::string& what, int error = 0) {
-  throw Fault(file.string() + ": " + what + (error != 0 ? std::string(": ") + std::strerror(error) : ""));
-}
-
-// Closed with the process.
-int copy_of(int descriptor, const std::filesystem::path& file) {
+int copy_of(ByteSource& source) {
   const int kept = open_temporary_file();
-  std::array<char, 65536> block;
-  while (true) {
-    const ssize_t count = read(descriptor, block.data(), block.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count == 0) return kept;
-    for (ssize_t done = 0; done < count;) {
-      const ssize_t part = write(kept, block.data() + done, static_cast<std::size_t>(count - done));
-      if (part < 0 && errno == EINTR) continue;
-      if (part <= 0) {
-        close(kept);
-        fail(file, "no room for what comes through the pipe", errno);
+  try {
+    std::array<unsigned char, 65536> block;
+    while (const std::size_t count = source.read(block)) {
+      for (std::size_t done = 0; done < count;) {
+        const ssize_t part = write(kept, block.data() + done, count - done);
+        if (part < 0 && errno == EINTR) continue;
+        if (part <= 0) throw Fault(std::string("no room for what comes through the pipe: ") + std::strerror(errno));
+        done += static_cast<std::size_t>(part);
       }
-      done += part;
     }
-    if (count < 0) {
-      close(kept);
-      fail(file, "cannot be read", errno);
-    }
+  } catch (...) {
+    close(kept);
+    throw;
   }
-}
-
-// The descriptor of the copy of a pipe, for one more reader.
-using Identity = std::pair<dev_t, ino_t>;
-std::mutex kept_mutex;
-std::map<Identity, int>& kept_files() {
-  static std::map<Identity, int> files;
-  return files;
-}
-
-int descriptor_of_pipe(const std::filesystem::path& file, const Identity& pipe) {
-  const std::lock_guard lock(kept_mutex);
-  int& kept = kept_files().try_emplace(pipe, -1).first->second;
-  if (kept < 0) {
-    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) fail(file, "cannot be read", errno);
-    try {
-      kept = copy_of(descriptor, file);
-    } catch (...) {
-      close(descriptor);
-      throw;
-    }
-    close(descriptor);
-  }
-  return fcntl(kept, F_DUPFD_CLOEXEC, 0);
+  return kept;
 }
 
 }  // namespace
 
-SeekableFile::SeekableFile(const std::filesystem::path& file) {
-  struct stat there {};
-  if (stat(file.c_str(), &there) != 0) fail(file, errno == ENOENT ? "no such file" : std::strerror(errno));
-  if (S_ISDIR(there.st_mode)) fail(file, "is a folder, not an audio file");
-  descriptor_ = S_ISREG(there.st_mode) ? open(file.c_str(), O_RDONLY | O_CLOEXEC)
-                                       : descriptor_of_pipe(file, {there.st_dev, there.st_ino});
-  if (descriptor_ < 0) fail(file, "cannot be read", errno);
+SeekableFile::SeekableFile(ByteSource source)
+    : descriptor_(source.is_pipe() ? copy_of(source) : fcntl(source.descriptor(), F_DUPFD_CLOEXEC, 0)) {
+  if (descriptor_ < 0) throw Fault(std::string("no more files can be opened: ") + std::strerror(errno));
   size_ = lseek(descriptor_, 0, SEEK_END);
 }
 

@@ -1,19 +1,19 @@
-// A file that is read at any place. What comes through a pipe (a FIFO, /dev/stdin) can be read once only: it is kept in
-// a temporary file without a name, for as long as the process runs, so that whoever looks at the pipe again, to know
-// its rate first or to draw it, finds the same bytes.
+// A file that is read at any place. What comes through a pipe (a FIFO, standard input) is kept in a temporary file
+// without a name.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <span>
+
+#include "kivsr/speech/io/byte_source.h"
 
 namespace kivsr::speech {
 
 class SeekableFile {
  public:
-  // Waits for the end of a pipe. Throws Fault for what is not there, a folder, or what may not be read.
-  explicit SeekableFile(const std::filesystem::path& file);
+  // Of a source of which nothing was taken. Waits for the end of a pipe; throws Fault where there is no room for it.
+  explicit SeekableFile(ByteSource source);
   ~SeekableFile();
   SeekableFile(SeekableFile&& other) noexcept;
   SeekableFile& operator=(SeekableFile&& other) noexcept;

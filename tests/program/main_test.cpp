@@ -73,6 +73,34 @@ TEST(Program, SoundThroughPipes) {
   EXPECT_EQ(headerless.errors, "");
 }
 
+// "-" on both sides: the bytes of files, but for the size in the head of WAV, which a pipe does not know.
+TEST(Program, StandardInputAndOutput) {
+  const TemporaryFolder folder;
+  const auto sound = quoted(folder.write("a.wav", wav(whole(noise(40000, 2)), 16000, 1)));
+  const std::string cat = "cat " + sound + " | ";
+  const auto bytes_of = [&](const std::string& arguments, const std::string& before = "") {
+    const CommandResult result = run_kivsr(arguments, before);
+    EXPECT_EQ(result.status, 0) << arguments << ": " << result.errors;
+    return result.output;
+  };
+  const auto file_of = [&](const std::string& command, const std::string& name) {
+    EXPECT_EQ(run_kivsr(command + " " + sound + " " + quoted(folder / name)).status, 0) << command;
+    return read_file(folder / name);
+  };
+  EXPECT_EQ(bytes_of("features - -", cat), file_of("features", "a.npy"));
+  EXPECT_EQ(bytes_of("features -o - --format csv " + sound), file_of("features", "a.csv"));
+  EXPECT_EQ(bytes_of("enhance - - --format flac", cat), file_of("enhance", "e.flac"));
+  EXPECT_EQ(bytes_of("pitch -o /dev/stdout --format csv -", cat).substr(0, 5), "file,");
+  std::string quiet = bytes_of("enhance - -", cat);
+  ASSERT_GT(quiet.size(), 44U);
+  EXPECT_EQ(quiet.substr(4, 4) + quiet.substr(40, 4), std::string(8, '\xFF'));
+  const std::string whole_file = file_of("enhance", "e.wav");
+  EXPECT_EQ(quiet.replace(4, 4, whole_file.substr(4, 4)).replace(40, 4, whole_file.substr(40, 4)), whole_file);
+  EXPECT_EQ(bytes_of("enhance - - --format raw", cat), whole_file.substr(44));
+  const std::string chain = "| " + quoted(std::getenv("KIVSR_EXECUTABLE")) + " features - - --format csv";
+  EXPECT_EQ(bytes_of("enhance - - " + chain, cat), bytes_of("features -o - --format csv " + quoted(folder / "e.wav")));
+}
+
 TEST(Program, OptionsWithoutTheirPartners) {
   const TemporaryFolder folder;
   const auto sound = quoted(folder.write("a.wav", wav(whole(noise(30000, 2)), 16000, 1)));

@@ -4,9 +4,13 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <future>
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <sndfile.h>
 
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/fault.h"
@@ -79,32 +83,113 @@ TEST(AudioReader, FaultsAtTheEndAreNotTakenForTheEnd) {
       Fault);
 }
 
-// A complete file through a pipe, which has no size, is itself; and so it is for the next who looks.
-TEST(AudioReader, PipesAreReadWholeAndMoreThanOnce) {
-  const TemporaryFolder folder;
-  const auto values = whole(noise(100001));
-  const auto pipe = folder / "pipe";
-  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-  std::thread program([&] { folder.write("pipe", wav(values, 16000, 1)); });
-  for (int reader = 0; reader < 2; ++reader) {
-    const Audio audio = read_audio(pipe);
-    EXPECT_EQ(audio.sample_rate, 16000);
-    EXPECT_TRUE(std::equal(values.begin(), values.end(), audio.samples.begin(), audio.samples.end()));
+// A thread that writes the bytes into a pipe of that name, some at a time.
+class PipeWriter {
+ public:
+  PipeWriter(const std::filesystem::path& pipe, std::string bytes, std::size_t at_once) {
+    EXPECT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    thread_ = std::thread([=, bytes = std::move(bytes)] {
+      std::ofstream file(pipe, std::ios::binary);
+      for (std::size_t place = 0; place < bytes.size(); place += at_once) {
+        file.write(bytes.data() + place, static_cast<std::streamsize>(std::min(at_once, bytes.size() - place)));
+        file.flush();
+      }
+    });
   }
-  program.join();
+  ~PipeWriter() { thread_.join(); }
 
-  const auto cut = folder / "cut";
-  ASSERT_EQ(mkfifo(cut.c_str(), 0600), 0);
-  std::thread broken([&] {
-    std::string bytes = wav(values, 16000, 1);
-    bytes.resize(bytes.size() - 1000);
-    folder.write("cut", bytes);
-  });
-  EXPECT_THROW(read_audio(cut), Fault);
-  broken.join();
+ private:
+  std::thread thread_;
+};
+
+std::string with_sizes(std::string bytes, std::uint32_t riff, std::uint32_t data) {
+  return bytes.replace(4, 4, little_endian(riff, 4)).replace(40, 4, little_endian(data, 4));
 }
 
-// Samples that had 8 bits are as smooth one way as the other; what looks swapped otherwise may be said to be right.
+// As they come, however they are cut, whether the size is known or written as programs do that do not know it; what is
+// behind the samples is left alone.
+TEST(AudioReader, PipesAreReadAsTheyCome) {
+  const TemporaryFolder folder;
+  const auto values = whole(noise(40001));
+  const std::string known = wav(values, 16000, 1);
+  int number = 0;
+  for (const std::size_t at_once : {777U, 4096U, 1000000U}) {
+    for (const std::string& bytes :
+         {known, with_sizes(known, 0xFFFFFFFFU, 0xFFFFFFFFU), with_sizes(known, 0, 0), with_sizes(known, 36, 0),
+          with_sizes(known, 0x7FFFFFFFU, 0x7FFFFFFFU - 36), known + "LIST" + little_endian(4, 4) + "INFO"}) {
+      const auto pipe = folder / std::to_string(number++);
+      const PipeWriter writer(pipe, bytes, at_once);
+      EXPECT_EQ(AudioReader::rate_of(pipe), 16000) << "and nothing of it is lost";
+      const Audio audio = read_audio(pipe);
+      ASSERT_TRUE(std::equal(values.begin(), values.end(), audio.samples.begin(), audio.samples.end())) << number;
+    }
+  }
+  const PipeWriter raw(folder / "raw", bytes_16(values), 777);
+  EXPECT_EQ(read_audio(folder / "raw", {.sample_rate = 8000}).samples.size(), values.size());
+  const PipeWriter cut(folder / "cut", known.substr(0, known.size() - 1000), 5000);
+  try {
+    read_audio(folder / "cut");
+    ADD_FAILURE();
+  } catch (const Fault& fault) {
+    EXPECT_NE(std::string(fault.what()).find("cut: truncated: 1000 bytes"), std::string::npos) << fault.what();
+  }
+}
+
+// The first samples are there before the last are written.
+TEST(AudioReader, APipeIsNotWaitedFor) {
+  const TemporaryFolder folder;
+  const auto pipe = folder / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  std::promise<void> first_came;
+  std::thread program([&] {
+    std::ofstream file(pipe, std::ios::binary);
+    const std::string bytes = with_sizes(wav(whole(noise(2000)), 16000, 1), 0xFFFFFFFFU, 0xFFFFFFFFU);
+    file.write(bytes.data(), 1044).flush();
+    EXPECT_EQ(first_came.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    file.write(bytes.data() + 1044, static_cast<std::streamsize>(bytes.size() - 1044));
+  });
+  AudioReader reader(pipe);
+  EXPECT_EQ(reader.read()[0].size(), 500U);
+  first_came.set_value();
+  while (!reader.read().empty()) {
+  }
+  EXPECT_EQ(reader.samples(), 2000);
+  program.join();
+}
+
+// Every kind of plain samples, against libsndfile's reading of them; it is libsndfile that wrote them too.
+TEST(AudioReader, PlainSamplesAreThoseOfTheLibraryThatWroteThem) {
+  const TemporaryFolder folder;
+  const auto file = folder / "a.wav";
+  for (const int kind : {SF_FORMAT_PCM_U8, SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_PCM_32, SF_FORMAT_FLOAT,
+                         SF_FORMAT_DOUBLE, SF_FORMAT_WAVEX - SF_FORMAT_WAV + SF_FORMAT_PCM_24}) {
+    for (const int channels : {1, 2, 5}) {
+      SF_INFO info{};
+      info.samplerate = 44100;
+      info.channels = channels;
+      info.format = SF_FORMAT_WAV + kind;
+      SNDFILE* sound = sf_open(file.c_str(), SFM_WRITE, &info);
+      ASSERT_NE(sound, nullptr) << kind;
+      const auto samples = tone(441.3, 44100, 30000 * channels, 0.9);
+      ASSERT_EQ(sf_writef_float(sound, samples.data(), 30000), 30000);
+      sf_close(sound);
+      sound = sf_open(file.c_str(), SFM_READ, &info);
+      std::vector<float> expected(samples.size());
+      ASSERT_EQ(sf_readf_float(sound, expected.data(), 30000), 30000);
+      sf_close(sound);
+      const AudioChannels audio = read_audio_channels(file);
+      EXPECT_EQ(audio.sample_format, info.format & SF_FORMAT_SUBMASK);
+      ASSERT_EQ(audio.channels.size(), static_cast<std::size_t>(channels));
+      for (std::size_t i = 0; i < expected.size(); ++i) {
+        const auto channel = i % static_cast<std::size_t>(channels);
+        ASSERT_EQ(audio.channels[channel].at(i / static_cast<std::size_t>(channels)), 32768.0F * expected[i]);
+      }
+    }
+  }
+}
+
+// Samples that had 8 bits are as smooth one way as the other, or look swapped and may be right; of others the order
+// must be said.
 TEST(AudioReader, ByteOrderOfHeaderlessAudio) {
   const TemporaryFolder folder;
   std::vector<int> values = whole(tone(100.0, 16000, 20000));
@@ -116,6 +201,11 @@ TEST(AudioReader, ByteOrderOfHeaderlessAudio) {
     const Audio audio = read_audio(folder.write("eight.raw", bytes_16(values)));
     EXPECT_TRUE(std::equal(values.begin(), values.end(), audio.samples.begin(), audio.samples.end()));
   }
+  AudioReader eight(folder.write("other.raw", bytes_16(values, true)));
+  while (!eight.read().empty()) {
+  }
+  EXPECT_EQ(eight.samples(), 20000);
+  EXPECT_NE(eight.remark().find("byte-swapped"), std::string::npos) << eight.remark();
 }
 
 }  // namespace

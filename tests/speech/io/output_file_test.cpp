@@ -1,10 +1,12 @@
 #include "kivsr/speech/io/output_file.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 
 #include <gtest/gtest.h>
@@ -188,9 +190,30 @@ TEST(OutputFile, RefusesWhatItCannotReplace) {
   std::filesystem::create_directory(folder / "inner");
   EXPECT_THROW(OutputFile(folder / "inner"), Fault);
   EXPECT_THROW(OutputFile(folder / "missing/result"), Fault);
-  EXPECT_THROW(OutputFile("/dev/null"), Fault);
   EXPECT_THROW(OutputFile(""), Fault);
   EXPECT_EQ(folder.names(), std::vector<std::string>{"inner"});
+}
+
+// A pipe gets what is flushed at once, or everything at the commit where something will be written over.
+TEST(OutputFile, PipesGetTheirBytesAsTheyCome) {
+  const TemporaryFolder folder;
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  for (const bool kept : {false, true}) {
+    const int reader = open((folder / "pipe").c_str(), O_RDONLY | O_NONBLOCK);
+    OutputFile file(folder / "pipe");
+    if (kept) file.keep_until_commit();
+    EXPECT_EQ(file.is_stream(), !kept);
+    file.write("0 lines\n");
+    file.flush();
+    std::array<char, 64> bytes{};
+    EXPECT_EQ(read(reader, bytes.data(), bytes.size()), kept ? -1 : 8) << "-1: nothing has come";
+    if (kept) file.overwrite(0, "1");
+    file.commit();
+    if (kept)
+      EXPECT_EQ(std::string(bytes.data(), static_cast<std::size_t>(read(reader, bytes.data(), 64))), "1 lines\n");
+    close(reader);
+  }
+  EXPECT_EQ(folder.names(), std::vector<std::string>{"pipe"});
 }
 
 }  // namespace

@@ -1,0 +1,113 @@
+#include "kivsr/speech/io/byte_source.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "kivsr/speech/io/fault.h"
+
+namespace kivsr::speech {
+
+namespace {
+
+[[noreturn]] void fail(const std::string& name, const char* what, int error) {
+  throw Fault(name + ": " + what + ": " + std::strerror(error));
+}
+
+// Of a file at its start the size, -1 of anything else.
+std::int64_t known_size(int descriptor) {
+  struct stat there {};
+  if (fstat(descriptor, &there) != 0 || !S_ISREG(there.st_mode)) return -1;
+  return lseek(descriptor, 0, SEEK_CUR) == 0 ? std::int64_t{there.st_size} : -1;
+}
+
+}  // namespace
+
+bool is_standard_stream(const std::filesystem::path& file) { return file == "-"; }
+
+std::string input_name(const std::filesystem::path& file) {
+  return is_standard_stream(file) ? "standard input" : file.string();
+}
+
+ByteSource::ByteSource(const std::filesystem::path& file) : name_(input_name(file)) {
+  if (is_standard_stream(file)) {
+    descriptor_ = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
+  } else {
+    std::error_code error;
+    const auto type = std::filesystem::status(file, error).type();
+    if (type == std::filesystem::file_type::not_found) throw Fault(name_ + ": no such file");
+    if (type == std::filesystem::file_type::directory) throw Fault(name_ + ": is a folder, not an audio file");
+    descriptor_ = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  }
+  if (descriptor_ < 0) fail(name_, "cannot be read", errno);
+  size_ = known_size(descriptor_);
+}
+
+ByteSource::~ByteSource() {
+  if (descriptor_ >= 0) close(descriptor_);
+}
+
+ByteSource::ByteSource(ByteSource&& other) noexcept
+    : name_(std::move(other.name_)),
+      descriptor_(std::exchange(other.descriptor_, -1)),
+      size_(other.size_),
+      ahead_(std::move(other.ahead_)) {}
+
+ByteSource& ByteSource::operator=(ByteSource&& other) noexcept {
+  std::swap(name_, other.name_);
+  std::swap(descriptor_, other.descriptor_);
+  std::swap(size_, other.size_);
+  std::swap(ahead_, other.ahead_);
+  return *this;
+}
+
+std::size_t ByteSource::read_on(std::span<unsigned char> bytes) {
+  while (true) {
+    const ssize_t count = ::read(descriptor_, bytes.data(), bytes.size());
+    if (count >= 0) return static_cast<std::size_t>(count);
+    if (errno != EINTR) fail(name_, "cannot be read", errno);
+  }
+}
+
+std::span<const unsigned char> ByteSource::front(std::size_t count) {
+  while (ahead_.size() < count) {
+    const std::size_t before = ahead_.size();
+    ahead_.resize(count);
+    const std::size_t more = read_on(std::span(ahead_).subspan(before));
+    ahead_.resize(before + more);
+    if (more == 0) break;
+  }
+  return std::span(ahead_).first(std::min(count, ahead_.size()));
+}
+
+std::size_t ByteSource::read(std::span<unsigned char> bytes) {
+  if (ahead_.empty()) return read_on(bytes);
+  const std::size_t count = std::min(ahead_.size(), bytes.size());
+  std::copy_n(ahead_.begin(), count, bytes.begin());
+  ahead_.erase(ahead_.begin(), ahead_.begin() + static_cast<std::ptrdiff_t>(count));
+  return count;
+}
+
+void ByteSource::skip(std::int64_t count) {
+  std::array<unsigned char, 4096> block;
+  while (count > 0) {
+    const auto part = static_cast<std::size_t>(std::min<std::int64_t>(count, block.size()));
+    const std::size_t done = read(std::span(block).first(part));
+    if (done == 0) return;
+    count -= static_cast<std::int64_t>(done);
+  }
+}
+
+void ByteSource::drain() {
+  std::array<unsigned char, 65536> block;
+  while (is_pipe() && read(block) > 0) {
+  }
+}
+
+}  // namespace kivsr::speech
