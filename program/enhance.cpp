@@ -23,6 +23,7 @@
 #include "program/file_options.h"
 #include "program/picture/enhancement_picture.h"
 #include "program/picture/feature_picture.h"
+#include "program/picture_options.h"
 #include "program/raw_options.h"
 #include "program/report_text.h"
 #include "program/subcommands.h"
@@ -45,7 +46,7 @@ struct EnhanceCommand {
   std::string format;
   std::string method = "mcra-emns";
   std::string reference_file;
-  std::string picture_file;
+  PictureOptions picture_options;
   RawFormat raw;
 
  private:
@@ -172,7 +173,7 @@ void EnhanceCommand::enhance(const FileTask& task, FileTurn& turn) const {
   std::optional<Comparison> comparison;
   if (!reference_file.empty()) comparison.emplace(reference_file, raw, reader);
   std::optional<EnhancementPicture> drawing;  // of the first channel
-  if (!picture_file.empty()) drawing.emplace(reader.sample_rate());
+  if (!picture_options.file.empty()) drawing.emplace(reader.sample_rate());
   OutputFile output(task.output);
   AudioWriter writer(output, audio_name(task.output, format), reader.sample_rate(), reader.channels(),
                      reader.sample_format());
@@ -181,7 +182,7 @@ void EnhanceCommand::enhance(const FileTask& task, FileTurn& turn) const {
   const std::string description = describe(reader) + ", " + method;
   std::optional<OutputFile> picture;
   if (drawing) {
-    drawing->draw(picture.emplace(picture_file),
+    drawing->draw(picture.emplace(picture_options.file), picture_options,
                   std::filesystem::path(task.input).filename().string() + ":  " + description);
   }
   output.commit();
@@ -200,9 +201,9 @@ void EnhanceCommand::enhance(const FileTask& task, FileTurn& turn) const {
 void EnhanceCommand::check(const std::vector<FileTask>& tasks) const {
   for (const FileTask& task : tasks) check_audio_name(audio_name(task.output, format));
   if (tasks.size() > 1 && !reference_file.empty()) throw Fault("enhance: --reference belongs to one audio file");
-  if (picture_file.empty()) return;
+  if (picture_options.file.empty()) return;
   if (tasks.size() > 1) throw Fault("enhance: --picture shows one audio file");
-  check_picture_name(picture_file);
+  check_picture_name(picture_options.file);
 }
 
 void EnhanceCommand::run() const {
@@ -227,7 +228,8 @@ void add_enhance(CLI::App& program) {
       ->check(CLI::IsMember(enhancement_methods()));
   command->add_option("--reference", options->reference_file,
                       "The same sound without noise: prints the segmental signal-to-noise ratio before and after");
-  command->add_option("--picture", options->picture_file, "PNG with spectrograms before, after and of the noise");
+  add_picture_options(*command, options->picture_options, "spectrograms before, after and of the noise",
+                      "the colours, dB,");
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }

@@ -26,6 +26,7 @@
 #include "program/moments_file.h"
 #include "program/numbers.h"
 #include "program/picture/feature_picture.h"
+#include "program/picture_options.h"
 #include "program/raw_options.h"
 #include "program/recipe_options.h"
 #include "program/report_text.h"
@@ -56,7 +57,7 @@ struct FeaturesCommand {
   SpeakerOptions speakers;
   FileOptions files;
   std::string format;  // extension, empty: of the output's name
-  std::string picture_file;
+  PictureOptions picture_options;
   RawFormat raw;
   std::size_t block = 0;  // samples
   bool statistics = false;
@@ -69,7 +70,7 @@ struct FeaturesCommand {
 void FeaturesCommand::run() {
   if (!explained.empty()) recipe.start_from(explained);
   if (!explained.empty() || !recipe_file.empty()) explain();
-  const bool nothing_else = files.output.empty() && files.output_folder.empty() && picture_file.empty();
+  const bool nothing_else = files.output.empty() && files.output_folder.empty() && picture_options.file.empty();
   if (!explained.empty() || (!recipe_file.empty() && nothing_else)) return;
   take_archive_from_pair();
   const bool only_gathers = speakers.gathers() && files.output.empty() && files.output_folder.empty();
@@ -149,7 +150,7 @@ void FeaturesCommand::gather(const std::string& file, FeatureChain& chain, FileT
 
 void FeaturesCommand::write_statistics(const std::vector<FileTask>& tasks) const {
   if (files.output.empty()) throw Fault("features: nothing to write, give --output");
-  if (!picture_file.empty()) throw Fault("features: there is no picture of statistics");
+  if (!picture_options.file.empty()) throw Fault("features: there is no picture of statistics");
   const MomentsFormat moments_form = moments_format(files.output);
   const std::vector<std::string> inputs = inputs_of(tasks);
   const Recipe chosen = recipe.recipe(inputs, raw);
@@ -195,7 +196,7 @@ void FeaturesCommand::write_rows_of(const FileTask& task, FeatureChain& chain, F
   entry->width = chain.recipe().width();
   const auto sums = std::make_shared<ColumnSums>();
   chain.change_statics(speakers.change_for(task.utterance(), sums));
-  if (!picture_file.empty()) drawing.emplace(chain.recipe());
+  if (!picture_options.file.empty()) drawing.emplace(chain.recipe());
   if (!task.output.empty()) {
     writer.emplace(output.emplace(task.output), format_of(task.output), layout_for(task, chain.recipe()));
   }
@@ -209,8 +210,8 @@ void FeaturesCommand::write_rows_of(const FileTask& task, FeatureChain& chain, F
   const UtteranceInfo info = stream_utterance(file, chain, raw, write, block, listen);
   if (writer) writer->finish();
   if (drawing) {
-    drawing->finish();
-    drawing->draw(picture.emplace(picture_file), std::filesystem::path(file).filename());
+    if (info.file_sample_rate > 0) drawing->finish();
+    drawing->draw(picture.emplace(picture_options.file), picture_options, std::filesystem::path(file).filename());
   }
   if (output) output->commit();
   if (picture) picture->commit();
@@ -226,10 +227,9 @@ void FeaturesCommand::write_rows_of(const FileTask& task, FeatureChain& chain, F
 }
 
 void FeaturesCommand::check_outputs(const std::vector<FileTask>& tasks) const {
-  if (!picture_file.empty()) {
+  if (!picture_options.file.empty()) {
     if (tasks.size() > 1) throw Fault("features: --picture shows one audio file");
-    check_picture_name(picture_file);
-    if (is_feature_file(tasks[0].input)) throw Fault(tasks[0].input + ": a picture shows audio, not features");
+    check_picture_name(picture_options.file);
   }
   const bool archive = kaldi_specifier(files.output).has_value();
   std::map<std::string, const FileTask*> keys;
@@ -240,7 +240,7 @@ void FeaturesCommand::check_outputs(const std::vector<FileTask>& tasks) const {
     }
     if (!task.output.empty()) {
       format_of(task.output);
-    } else if (picture_file.empty() && !archive && !speakers.gathers()) {
+    } else if (picture_options.file.empty() && !archive && !speakers.gathers()) {
       throw Fault(task.place + task.input + ": nothing to write, give --output, --output-folder or --picture");
     }
   }
@@ -296,7 +296,8 @@ void add_features(CLI::App& program) {
           "CSV), arff or mat")
       ->check(CLI::IsMember(std::vector<std::string>(kFeatureFormatNames.begin(), kFeatureFormatNames.end())));
   command->add_flag("--htk-checksum", options->checksum, "Write HTK files with a checksum behind the values");
-  command->add_option("--picture", options->picture_file, "PNG with waveform, mel spectrogram and the rows");
+  add_picture_options(*command, options->picture_options, "waveform, mel spectrogram and the rows",
+                      "the colours of the rows (of bands in their unit, of others in deviations)");
   command->add_option("--as-config", options->recipe_file,
                       "File to write the recipe of this command line to, which --config reads again");
   add_raw_options(*command, options->raw);

@@ -22,6 +22,7 @@
 #include "program/numbers.h"
 #include "program/picture/feature_picture.h"
 #include "program/picture/pitch_picture.h"
+#include "program/picture_options.h"
 #include "program/pitch_report.h"
 #include "program/raw_options.h"
 #include "program/subcommands.h"
@@ -48,7 +49,7 @@ struct PitchCommand {
   PitchFormat format_of(const std::string& output) const;
 
   FileOptions files;
-  std::string picture_file;
+  PictureOptions picture_options;
   std::string format;
   double shift = 0.01;
   PitchParameters parameters;
@@ -76,9 +77,9 @@ void PitchCommand::check(const std::vector<FileTask>& tasks) const {
       throw Fault("pitch: the format " + format + " is for files, give --output or --output-folder");
     }
   }
-  if (picture_file.empty()) return;
-  if (tasks.size() > 1) throw Fault(picture_file + ": shows one audio file");
-  check_picture_name(picture_file);
+  if (picture_options.file.empty()) return;
+  if (tasks.size() > 1) throw Fault(picture_options.file + ": shows one audio file");
+  check_picture_name(picture_options.file);
 }
 
 // take gets the frames as they come. The analysis has the rate of the file, or 8 kHz for one below. Returns the seconds
@@ -93,7 +94,7 @@ double PitchCommand::track(const std::string& file, std::optional<OutputFile>& d
   MonoReader reader(std::move(audio), file, chosen.sample_rate);
   PitchTracker tracker(chosen);
   std::optional<PitchPicture> picture;
-  if (!picture_file.empty()) picture.emplace(chosen);
+  if (!picture_options.file.empty()) picture.emplace(chosen);
   std::vector<float> samples;
   std::vector<PitchFrame> frames;
   const auto pass = [&] {
@@ -110,7 +111,7 @@ double PitchCommand::track(const std::string& file, std::optional<OutputFile>& d
   pass();
   if (picture) {
     picture->finish();
-    picture->draw(drawing.emplace(picture_file), std::filesystem::path(file).filename());
+    picture->draw(drawing.emplace(picture_options.file), picture_options, std::filesystem::path(file).filename());
   }
   if (!reader.file().remark().empty()) turn.say(file + ": " + reader.file().remark());
   const double seconds = static_cast<double>(reader.samples()) / chosen.sample_rate;
@@ -185,7 +186,8 @@ void add_pitch(CLI::App& program) {
       "on standard output)");
   command->add_option("--format", options->format, "On standard output text or csv, in a folder npy or pitchtier too")
       ->check(CLI::IsMember({"text", "csv", "npy", "pitchtier"}));
-  command->add_option("--picture", options->picture_file, "PNG with waveform, spectrogram and pitch");
+  add_picture_options(*command, options->picture_options, "waveform, spectrogram and pitch",
+                      "the colours of the spectrogram, dB,");
   add_number(*command, "--low", parameters.low_frequency, 20.0, 1000.0, "Lowest frequency, Hz");
   add_number(*command, "--high", parameters.high_frequency, 24.0, 4000.0, "Highest frequency, Hz");
   add_number(*command, "--shift", options->shift, 0.001, 0.1, "From frame to frame, s");

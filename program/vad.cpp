@@ -18,6 +18,7 @@
 #include "program/numbers.h"
 #include "program/picture/feature_picture.h"
 #include "program/picture/speech_picture.h"
+#include "program/picture_options.h"
 #include "program/raw_options.h"
 #include "program/report_text.h"
 #include "program/segment_report.h"
@@ -37,7 +38,7 @@ struct VadCommand {
   std::string lines_of(const std::string& file, std::optional<OutputFile>& picture, FileTurn& turn) const;
 
   FileOptions files;
-  std::string picture_file;
+  PictureOptions picture_options;
   SegmentFormat format = SegmentFormat::kText;
   Arithmetic arithmetic = Arithmetic::kSinglePrecision;
   SpeechMethod method = SpeechMethod::kVoices;
@@ -50,7 +51,7 @@ std::string VadCommand::lines_of(const std::string& file, std::optional<OutputFi
   MonoReader reader(file, kAuroraRate, raw);
   SpeechSegmenter segmenter(arithmetic, rules, method);
   std::optional<SpeechPicture> drawing;
-  if (!picture_file.empty()) {
+  if (!picture_options.file.empty()) {
     drawing.emplace(kAuroraRate);
     segmenter.listener = [&](const auto& speech, auto decibels) { drawing->push_frames(speech, decibels); };
   }
@@ -63,7 +64,8 @@ std::string VadCommand::lines_of(const std::string& file, std::optional<OutputFi
   segmenter.finish(segments);
   if (drawing) {
     if (!drawing->has_frames()) throw Fault(file + ": shorter than one frame of 10 ms");
-    drawing->draw(picture.emplace(picture_file), std::filesystem::path(file).filename(), segments);
+    drawing->draw(picture.emplace(picture_options.file), picture_options, std::filesystem::path(file).filename(),
+                  segments);
   }
   const double seconds = static_cast<double>(reader.samples()) / kAuroraRate;
   turn.heard(seconds);
@@ -77,9 +79,9 @@ void VadCommand::check(const std::vector<FileTask>& tasks) const {
   if (several && shared && format == SegmentFormat::kAudacity) {
     throw Fault("vad: a label track belongs to one audio file, give --output-folder");
   }
-  if (picture_file.empty()) return;
+  if (picture_options.file.empty()) return;
   if (several) throw Fault("vad: --picture shows one audio file");
-  check_picture_name(picture_file);
+  check_picture_name(picture_options.file);
 }
 
 void VadCommand::run() const {
@@ -111,7 +113,7 @@ void add_vad(CLI::App& program) {
   add_choice(*command, "--format", options->format,
              {{"text", SegmentFormat::kText}, {"csv", SegmentFormat::kCsv}, {"audacity", SegmentFormat::kAudacity}},
              "text, csv, or audacity: a label track");
-  command->add_option("--picture", options->picture_file, "PNG with waveform, energy and segments");
+  add_picture_options(*command, options->picture_options, "waveform, energy and segments", "the energy, dB,");
   add_choice(*command, "--method", options->method, {{"voices", SpeechMethod::kVoices}, {"etsi", SpeechMethod::kEtsi}},
              "What is speech: voices, or etsi: every sound that the detector of ES 202 050 finds");
   add_choice(*command, "--arithmetic", options->arithmetic,

@@ -13,9 +13,10 @@ namespace {
 
 constexpr int kWidth = 1280;
 constexpr double kPanelHeight = 230.0;
-constexpr double kPanelDistance = 280.0;
+constexpr double kBetween = 50.0;  // panels
 constexpr double kFirstPanel = 60.0;
 constexpr double kDynamicRange = 70.0;  // dB shown below the loudest bin
+constexpr double kFaint = 30.0;         // dB: what is below, silence and its noise, stays dark
 constexpr int kFramesASecond = 50;
 constexpr int kShiftsAFrame = 4;
 constexpr float kMeanSquaredWindow = 0.375F;
@@ -47,32 +48,37 @@ void to_decibels(FeatureMatrix& power) {
 // The spectrograms of a page, from top to bottom.
 class Panels {
  public:
-  Panels(int count, Range time, int sample_rate, Range values)
-      : page_(kWidth, static_cast<int>(kFirstPanel + count * kPanelDistance)),
-        count_(count),
-        time_(time),
+  Panels(const PictureOptions& options, std::size_t count, Range time, int sample_rate, Range values)
+      : page_(options, kWidth, static_cast<int>(kFirstPanel + static_cast<double>(count) * (kPanelHeight + kBetween))),
+        panels_(stacked(places(count), page_.height(), time)),
         sample_rate_(sample_rate),
         values_(values) {}
 
   Page& page() { return page_; }
   // Row t of what was reduced stands for the time first + t * hop, in samples.
   void draw(const std::string& name, const ColumnReduction& reduction, double first, int hop) {
-    Panel panel{kFirstPanel + drawn_ * kPanelDistance, kPanelHeight, time_, {0.0, 0.0005 * sample_rate_}};
+    Panel panel = panels_[drawn_];
+    panel.y = {0.0, 0.0005 * sample_rate_};
     const FeatureMatrix decibels = reduction.columns();
     const double begin = (first - 0.5 * hop) / sample_rate_;
     const double column = static_cast<double>(reduction.rows_a_column()) * hop / sample_rate_;
     page_.image(panel, decibels, {begin, begin + decibels.height() * column}, panel.y, heat_map(), values_);
     page_.frame(panel, name, "Frequency, kHz");
-    page_.x_axis(panel, "Time, s", ++drawn_ == count_);
+    page_.time_axis(panel, ++drawn_ == panels_.size());
     page_.y_axis(panel, numbered(ticks(panel.y, 5)));
     page_.colour_bar(panel, heat_map(), values_, "dB");
   }
 
  private:
+  static std::vector<PanelPlace> places(std::size_t count) {
+    std::vector<PanelPlace> result(count, {kBetween, kPanelHeight});
+    result.front().above = kFirstPanel;
+    return result;
+  }
+
   Page page_;
-  int count_;
-  int drawn_ = 0;
-  Range time_;
+  std::vector<Panel> panels_;
+  std::size_t drawn_ = 0;
   int sample_rate_;
   Range values_;
 };
@@ -121,13 +127,14 @@ void EnhancementPicture::finish() {
   gather(power, after_);
 }
 
-void EnhancementPicture::draw(OutputFile& file, const std::string& title) const {
+void EnhancementPicture::draw(OutputFile& file, const PictureOptions& options, const std::string& title) const {
   const FeatureMatrix before = before_.columns();
-  const auto loudest = static_cast<double>(*std::max_element(before.values.begin(), before.values.end()));
+  const double loudest = std::max<double>(kFaint, *std::max_element(before.values.begin(), before.values.end()));
   const int sample_rate = parameters_.sample_rate;
   const bool with_noise = noise_.rows() > 0;
   const Range time{0.0, static_cast<double>(samples_) / sample_rate};
-  Panels panels(with_noise ? 3 : 2, time, sample_rate, {loudest - kDynamicRange, loudest});
+  Panels panels(options, with_noise ? 3 : 2, time, sample_rate,
+                options.range.value_or(Range{loudest - kDynamicRange, loudest}));
   panels.page().title(title);
   const double middle = 0.5 * kShiftsAFrame * parameters_.shift;
   panels.draw("Before", before_, middle, parameters_.shift);

@@ -22,8 +22,9 @@ class EnhancementPicture {
   // The next rows of the track, which are taken out of it.
   void take(NoiseTrack& noise);
   void finish();
-  // Writes a PNG to the file and leaves the commit to the caller. Without a track its panel is left out.
-  void draw(OutputFile& file, const std::string& title) const;
+  // Writes the picture to the file and leaves the commit to the caller. Without a track its panel is left out. The
+  // range is that of the spectrograms, in dB.
+  void draw(OutputFile& file, const PictureOptions& options, const std::string& title) const;
 
  private:
   void gather(FeatureMatrix& power, ColumnReduction& decibels) const;

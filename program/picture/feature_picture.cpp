@@ -2,14 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <utility>
 #include <vector>
 
 #include "kivsr/kivsr.hpp"
 #include "kivsr/speech/front/mel_filters.h"
-#include "kivsr/speech/io/extension.h"
-#include "kivsr/speech/io/fault.h"
 #include "program/report_text.h"
 
 namespace kivsr::program {
@@ -19,6 +16,7 @@ namespace {
 constexpr int kWidth = 1280;
 constexpr int kHeight = 900;
 constexpr double kDynamicRange = 80.0;  // dB shown below the loudest energy
+constexpr double kFaint = 50.0;  // dB of samples in 16-bit units: what is below, silence and its noise, stays dark
 
 Range extremes(std::span<const float> values) {
   float low = 0.0F;
@@ -70,6 +68,17 @@ FeatureMatrix standardised(FeatureMatrix rows) {
   return rows;
 }
 
+// 40 dB: the bands of silence are no farther apart, and are not to be stretched.
+double least_span(Logarithm logarithm) {
+  switch (logarithm) {
+    case Logarithm::kNatural: return 9.2;
+    case Logarithm::kDecimal: return 4.0;
+    case Logarithm::kDecibel: return 40.0;
+    case Logarithm::kWhisper: return 1.0;
+    default: return 1e-6;
+  }
+}
+
 const char* unit_of(Logarithm logarithm) {
   switch (logarithm) {
     case Logarithm::kNatural: return "ln";
@@ -80,11 +89,6 @@ const char* unit_of(Logarithm logarithm) {
 }
 
 }  // namespace
-
-void check_picture_name(const std::filesystem::path& file) {
-  const std::string extension = lower_extension(file);
-  if (extension != ".png") throw Fault(file.string() + ": a picture's name ends in .png");
-}
 
 FeaturePicture::FeaturePicture(const Recipe& recipe) : recipe_(recipe), mel_(of_energies(recipe.front_end)) {}
 
@@ -120,59 +124,73 @@ Range FeaturePicture::interval(const ColumnReduction& columns) const {
 void FeaturePicture::draw_spectrogram(Page& page, Panel panel) const {
   const FeatureMatrix decibels = energies_.columns();
   Range values = extremes(decibels.values);
+  values.high = std::max(values.high, kFaint + 20.0 * std::log10(static_cast<double>(recipe_.front_end.input_scale)));
   values.low = std::max(values.low, values.high - kDynamicRange);
-  if (values.span() < 1.0) values.low = values.high - 1.0;
   panel.y = {0.5, recipe_.front_end.filter_count + 0.5};
   page.image(panel, decibels, interval(energies_), panel.y, heat_map(), values);
   page.frame(panel, "Mel spectrogram", "Frequency, Hz");
-  page.x_axis(panel, "", false);
+  page.time_axis(panel, false);
   page.y_axis(panel, frequency_labels(recipe_.front_end));
   page.colour_bar(panel, heat_map(), values, "dB");
 }
 
-void FeaturePicture::draw_bands(Page& page, Panel panel) const {
+void FeaturePicture::draw_bands(Page& page, Panel panel, const std::optional<Range>& range) const {
   const FeatureMatrix bands = rows_.columns();
   Range values = extremes(bands.values);
-  if (values.span() <= 0.0) values.low = values.high - 1.0;
+  values.high = std::max(values.high, values.low + least_span(recipe_.front_end.logarithm));
+  if (range) values = *range;
   panel.y = {0.5, recipe_.front_end.filter_count + 0.5};
   page.image(panel, bands, interval(rows_), panel.y, heat_map(), values);
   page.frame(panel, "Features, " + std::to_string(bands.width) + " bands", "Frequency, Hz");
-  page.x_axis(panel, "Time, s", true);
+  page.time_axis(panel, true);
   page.y_axis(panel, frequency_labels(recipe_.front_end));
   page.colour_bar(panel, heat_map(), values, unit_of(recipe_.front_end.logarithm));
 }
 
-void FeaturePicture::draw_columns(Page& page, Panel panel) const {
-  constexpr double kShown = 3.0;  // standard deviations
+void FeaturePicture::draw_columns(Page& page, Panel panel, const std::optional<Range>& range) const {
+  const Range shown = range.value_or(Range{-3.0, 3.0});  // standard deviations
   constexpr int kMostLabels = 18;
   const FeatureMatrix columns = standardised(rows_.columns());
   panel.y = {0.5, columns.width + 0.5};
-  page.image(panel, columns, interval(rows_), panel.y, signed_map(), {-kShown, kShown});
+  page.image(panel, columns, interval(rows_), panel.y, signed_map(), shown);
   page.frame(panel, "Features, each by its mean and deviation", "Column");
-  page.x_axis(panel, "Time, s", true);
+  page.time_axis(panel, true);
   const std::vector<std::string> names = recipe_.column_names();
   const int step = (columns.width + kMostLabels - 1) / kMostLabels;
   Labels labels;
   for (int k = 0; k < columns.width; k += step) labels.emplace_back(k + 1, names[static_cast<std::size_t>(k)]);
   page.y_axis(panel, labels);
-  page.colour_bar(panel, signed_map(), {-kShown, kShown}, "deviations");
+  page.colour_bar(panel, signed_map(), shown, "deviations");
 }
 
-void FeaturePicture::draw(OutputFile& file, const std::string& name) const {
-  Page page(kWidth, kHeight);
+// Of rows without sound the time of the rows.
+double FeaturePicture::seconds() const {
+  if (envelope_.samples() == 0) return static_cast<double>(rows_.rows()) * recipe_.frame_seconds();
+  return static_cast<double>(envelope_.samples()) / recipe_.front_end.sample_rate;
+}
+
+void FeaturePicture::draw(OutputFile& file, const PictureOptions& options, const std::string& name) const {
+  const bool with_sound = envelope_.samples() > 0;
+  Page page(options, kWidth, with_sound ? kHeight : kHeight / 2);
   const FrontEndParameters& front_end = recipe_.front_end;
-  char line[160];
-  std::snprintf(line, sizeof line, ":  %.2f s at %d Hz, frames of %.3g ms every %.3g ms, rows of %d values", seconds(),
-                front_end.sample_rate, 1000.0 * front_end.window_length / front_end.sample_rate,
-                1000.0 * recipe_.frame_seconds(), recipe_.width());
-  page.title(name + line);
   const Range time = {0.0, seconds()};
-  draw_waveform(page, {60.0, 150.0, time, {}}, envelope_, front_end.sample_rate);
+  if (!with_sound) {
+    page.title(name + formatted(":  %lld rows of %d values", static_cast<long long>(rows_.rows()), recipe_.width()));
+    draw_columns(page, stacked({{60.0, 1.0}}, page.height(), time)[0], options.range);
+    return page.write(file);
+  }
+  page.title(name + formatted(":  %.2f s at %d Hz, frames of %.3g ms every %.3g ms, rows of %d values", seconds(),
+                              front_end.sample_rate, 1000.0 * front_end.window_length / front_end.sample_rate,
+                              1000.0 * recipe_.frame_seconds(), recipe_.width()));
   if (spectral()) {
-    draw_bands(page, {240.0, 610.0, time, {}});
+    const auto panels = stacked({{60.0, 150.0}, {30.0, 610.0}}, page.height(), time);
+    draw_waveform(page, panels[0], envelope_, front_end.sample_rate);
+    draw_bands(page, panels[1], options.range);
   } else {
-    draw_spectrogram(page, {240.0, 260.0, time, {}});
-    draw_columns(page, {530.0, 320.0, time, {}});
+    const auto panels = stacked({{60.0, 150.0}, {30.0, 260.0}, {30.0, 320.0}}, page.height(), time);
+    draw_waveform(page, panels[0], envelope_, front_end.sample_rate);
+    draw_spectrogram(page, panels[1]);
+    draw_columns(page, panels[2], options.range);
   }
   page.write(file);
 }

@@ -1,7 +1,7 @@
 // Waveform and mel spectrogram of a signal and the rows of features made of it as a picture.
 #pragma once
 
-#include <filesystem>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -12,10 +12,8 @@
 
 namespace kivsr::program {
 
-// Throws Fault unless the name ends in .png.
-void check_picture_name(const std::filesystem::path& file);
-
-// What is shown is gathered as samples and rows come; there must be at least one of each.
+// What is shown is gathered as samples and rows come; there must be at least one row. Without samples, of rows that
+// were read from a file, only the rows are drawn.
 class FeaturePicture {
  public:
   // Of the recipe of the rows. Log mel energies are a spectrogram themselves.
@@ -25,16 +23,17 @@ class FeaturePicture {
   void push(std::span<const float> samples);
   void push_rows(const FeatureMatrix& rows) { rows_.add(rows); }
   void finish();
-  // Writes a PNG to the file and leaves the commit to the caller.
-  void draw(OutputFile& file, const std::string& name) const;
+  // Writes the picture to the file and leaves the commit to the caller. The range is that of the rows' colours: of
+  // bands in their own unit, of other columns in standard deviations.
+  void draw(OutputFile& file, const PictureOptions& options, const std::string& name) const;
 
  private:
-  double seconds() const { return static_cast<double>(envelope_.samples()) / recipe_.front_end.sample_rate; }
+  double seconds() const;
   bool spectral() const;
   Range interval(const ColumnReduction& columns) const;
   void draw_spectrogram(Page& page, Panel panel) const;
-  void draw_bands(Page& page, Panel panel) const;
-  void draw_columns(Page& page, Panel panel) const;
+  void draw_bands(Page& page, Panel panel, const std::optional<Range>& range) const;
+  void draw_columns(Page& page, Panel panel, const std::optional<Range>& range) const;
 
   Recipe recipe_;
   FrontEnd mel_;

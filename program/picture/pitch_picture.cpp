@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstdio>
 #include <utility>
 
 #include "kivsr/speech/noise/fft_work.h"
+#include "program/report_text.h"
 
 namespace kivsr::program {
 
@@ -77,13 +77,15 @@ Range PitchPicture::interval(const ColumnReduction& columns) const {
   return {-0.5 * shift, (frames - 0.5) * shift};
 }
 
-void PitchPicture::draw_spectrogram(Page& page, Panel panel) const {
+void PitchPicture::draw_spectrogram(Page& page, Panel panel, const std::optional<Range>& range) const {
   const FeatureMatrix decibels = decibels_.columns();
-  Range values = {0.0, 1.0};
+  constexpr float kFaint = 60.0F;  // dB: what is below, silence and its noise, stays dark
+  Range values = {0.0, kFaint};
   if (!decibels.values.empty()) {
-    values.high = std::max(*std::max_element(decibels.values.begin(), decibels.values.end()), 1.0F);
+    values.high = std::max(*std::max_element(decibels.values.begin(), decibels.values.end()), kFaint);
     values.low = values.high - kDynamicRange;
   }
+  if (range) values = *range;
   const double bin = static_cast<double>(parameters_.sample_rate) / static_cast<double>(frame_.size());
   panel.y = {0.0, (bins_ - 1) * bin};
   if (decibels.height() > 0) {
@@ -103,7 +105,7 @@ void PitchPicture::draw_spectrogram(Page& page, Panel panel) const {
     }
   }
   page.frame(panel, "Fundamental frequency over the spectrogram", "Hz");
-  page.x_axis(panel, "", false);
+  page.time_axis(panel, false);
   page.y_axis(panel, numbered(ticks(panel.y, 8)));
   page.colour_bar(panel, heat_map(), values, "dB");
 }
@@ -118,21 +120,18 @@ void PitchPicture::draw_probability(Page& page, Panel panel) const {
   panel.y = {0.0, 1.05};
   page.curve(panel, points);
   page.frame(panel, "Probability of voicing", "");
-  page.x_axis(panel, "Time, s", true);
+  page.time_axis(panel, true);
   page.y_axis(panel, numbered({0.0, 0.5, 1.0}));
 }
 
-void PitchPicture::draw(OutputFile& file, const std::string& name) const {
-  Page page(kWidth, kHeight);
-  char line[128];
-  std::snprintf(line, sizeof line, ":  %.2f s at %d Hz, fundamental frequency of %g to %g Hz", seconds(),
-                parameters_.sample_rate, static_cast<double>(parameters_.low_frequency),
-                static_cast<double>(parameters_.high_frequency));
-  page.title(name + line);
-  const Range time = {0.0, seconds()};
-  draw_waveform(page, {60.0, 150.0, time, {}}, envelope_, parameters_.sample_rate);
-  draw_spectrogram(page, {240.0, 330.0, time, {}});
-  draw_probability(page, {610.0, 90.0, time, {}});
+void PitchPicture::draw(OutputFile& file, const PictureOptions& options, const std::string& name) const {
+  Page page(options, kWidth, kHeight);
+  page.title(name + formatted(":  %.2f s at %d Hz, fundamental frequency of %g to %g Hz", seconds(),
+                              parameters_.sample_rate, parameters_.low_frequency, parameters_.high_frequency));
+  const auto panels = stacked({{60.0, 150.0}, {30.0, 330.0}, {40.0, 90.0}}, page.height(), {0.0, seconds()});
+  draw_waveform(page, panels[0], envelope_, parameters_.sample_rate);
+  draw_spectrogram(page, panels[1], options.range);
+  draw_probability(page, panels[2]);
   page.write(file);
 }
 

@@ -1,6 +1,7 @@
 // Waveform, narrow-band spectrogram and the fundamental frequency over it as a picture.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -21,14 +22,14 @@ class PitchPicture {
   void push_samples(std::span<const float> samples);
   void push_frames(std::span<const PitchFrame> frames);
   void finish();
-  // Writes a PNG to the file and leaves the commit to the caller.
-  void draw(OutputFile& file, const std::string& name) const;
+  // Writes the picture to the file and leaves the commit to the caller. The range is that of the spectrogram, in dB.
+  void draw(OutputFile& file, const PictureOptions& options, const std::string& name) const;
 
  private:
   void take_spectra(std::size_t at_least);
   double seconds() const { return static_cast<double>(envelope_.samples()) / parameters_.sample_rate; }
   Range interval(const ColumnReduction& columns) const;
-  void draw_spectrogram(Page& page, Panel panel) const;
+  void draw_spectrogram(Page& page, Panel panel, const std::optional<Range>& range) const;
   void draw_probability(Page& page, Panel panel) const;
 
   PitchParameters parameters_;

@@ -6,8 +6,11 @@
 #include <cstdio>
 #include <exception>
 
+#include <cairo-pdf.h>
+#include <cairo-svg.h>
 #include <cairo.h>
 
+#include "kivsr/speech/io/extension.h"
 #include "kivsr/speech/io/fault.h"
 
 #ifdef KIVSR_SANITIZE
@@ -66,9 +69,50 @@ Labels numbered(const std::vector<double>& values) {
   return labels;
 }
 
-Page::Page(int width, int height)
-    : width_(width),
-      surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height), cairo_surface_destroy),
+Page::Format Page::format_of(const std::string& file) {
+  const std::string extension = lower_extension(file);
+  if (extension == ".png") return Format::kPng;
+  if (extension == ".svg") return Format::kSvg;
+  if (extension == ".pdf") return Format::kPdf;
+  throw Fault(file + ": a picture's name ends in .png, .svg or .pdf");
+}
+
+void check_picture_name(const std::string& file) { Page::check_name(file); }
+
+std::vector<Panel> stacked(const std::vector<PanelPlace>& places, double page_height, Range x) {
+  constexpr double kBelow = 50.0;
+  double room = page_height - kBelow;
+  double heights = 0.0;
+  for (const PanelPlace& place : places) {
+    room -= place.above;
+    heights += place.height;
+  }
+  std::vector<Panel> panels;
+  double top = 0.0;
+  for (const PanelPlace& place : places) {
+    const double height = std::max(1.0, std::round(place.height * room / heights));
+    panels.push_back({top + place.above, height, x, {}});
+    top += place.above + height;
+  }
+  return panels;
+}
+
+namespace {
+
+// What is not pixels is kept as strokes until its file is written.
+cairo_surface_t* make_surface(bool of_pixels, int width, int height) {
+  const cairo_rectangle_t extents = {0.0, 0.0, static_cast<double>(width), static_cast<double>(height)};
+  return of_pixels ? cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height)
+                   : cairo_recording_surface_create(CAIRO_CONTENT_COLOR_ALPHA, &extents);
+}
+
+}  // namespace
+
+Page::Page(const PictureOptions& options, int width, int height)
+    : format_(format_of(options.file)),
+      width_(options.width > 0 ? options.width : width),
+      height_(options.height > 0 ? options.height : height),
+      surface_(make_surface(format_ == Format::kPng, width_, height_), cairo_surface_destroy),
       cairo_(cairo_create(surface_.get()), cairo_destroy) {
   if (cairo_status(cairo_.get()) != CAIRO_STATUS_SUCCESS) throw Fault("no memory for a picture of this size");
   cairo_set_source_rgb(cairo_.get(), 1.0, 1.0, 1.0);
@@ -120,11 +164,17 @@ void Page::frame(const Panel& panel, const std::string& name, const std::string&
   text(16.0, panel.top + 0.5 * panel.height, y_unit, 0.5, kTextSize, true);
 }
 
-void Page::x_axis(const Panel& panel, const std::string& unit, bool with_numbers) {
+void Page::time_axis(const Panel& panel, bool with_numbers) {
+  constexpr double kLongInSeconds = 300.0;
+  constexpr double kLongInMinutes = 5.0 * 3600.0;
+  const double seconds = panel.x.span();
+  const double unit = seconds > kLongInMinutes ? 3600.0 : seconds > kLongInSeconds ? 60.0 : 1.0;
+  const char* const name = unit == 3600.0 ? "Time, h" : unit == 60.0 ? "Time, min" : "Time, s";
   cairo_t* const cairo = cairo_.get();
   const double bottom = panel.top + panel.height;
-  for (const double value : ticks(panel.x, 12)) {
-    const double x = std::floor(x_of(panel, value)) + 0.5;
+  const int wanted = std::clamp(width_ / 100, 2, 40);
+  for (const double value : ticks({panel.x.low / unit, panel.x.high / unit}, wanted)) {
+    const double x = std::floor(x_of(panel, value * unit)) + 0.5;
     set_colour(cairo, kInk);
     cairo_set_line_width(cairo, 1.0);
     cairo_move_to(cairo, x, bottom);
@@ -132,7 +182,7 @@ void Page::x_axis(const Panel& panel, const std::string& unit, bool with_numbers
     cairo_stroke(cairo);
     if (with_numbers) text(x, bottom + 13.0, number(value), 0.5, kTextSize);
   }
-  if (with_numbers) text(kLeft + 0.5 * (width_ - kLeft - kRight), bottom + 31.0, unit, 0.5, kTextSize);
+  if (with_numbers) text(kLeft + 0.5 * (width_ - kLeft - kRight), bottom + 31.0, name, 0.5, kTextSize);
 }
 
 void Page::y_axis(const Panel& panel, const Labels& labels) {
@@ -272,24 +322,52 @@ void Page::envelope(const Panel& panel, const std::function<Range(Range x)>& ext
   cairo_restore(cairo);
 }
 
+namespace {
+
+// A fault of the file must not pass through cairo's C code.
+struct Sink {
+  OutputFile* file;
+  std::exception_ptr fault;
+};
+
+cairo_status_t take(void* closure, const unsigned char* bytes, unsigned count) {
+  auto& to = *static_cast<Sink*>(closure);
+  try {
+    to.file->write(bytes, count);
+    return CAIRO_STATUS_SUCCESS;
+  } catch (...) {
+    to.fault = std::current_exception();
+    return CAIRO_STATUS_WRITE_ERROR;
+  }
+}
+
+// The strokes that were kept, onto the surface of a file.
+cairo_status_t replay(cairo_surface_t* strokes, cairo_surface_t* onto) {
+  cairo_t* const cairo = cairo_create(onto);
+  cairo_set_source_surface(cairo, strokes, 0.0, 0.0);
+  cairo_paint(cairo);
+  cairo_destroy(cairo);
+  cairo_surface_finish(onto);
+  const cairo_status_t status = cairo_surface_status(onto);
+  cairo_surface_destroy(onto);
+  return status;
+}
+
+}  // namespace
+
 void Page::write(OutputFile& file) {
-  // A fault of the file must not pass through cairo's C code.
-  struct Sink {
-    OutputFile* file;
-    std::exception_ptr fault;
-  } sink = {&file, nullptr};
-  const auto take = [](void* closure, const unsigned char* bytes, unsigned count) {
-    auto& to = *static_cast<Sink*>(closure);
-    try {
-      to.file->write(bytes, count);
-      return CAIRO_STATUS_SUCCESS;
-    } catch (...) {
-      to.fault = std::current_exception();
-      return CAIRO_STATUS_WRITE_ERROR;
-    }
-  };
+  Sink sink = {&file, nullptr};
   cairo_surface_flush(surface_.get());
-  const cairo_status_t status = cairo_surface_write_to_png_stream(surface_.get(), take, &sink);
+  cairo_status_t status = CAIRO_STATUS_SUCCESS;
+  switch (format_) {
+    case Format::kPng: status = cairo_surface_write_to_png_stream(surface_.get(), take, &sink); break;
+    case Format::kSvg:
+      status = replay(surface_.get(), cairo_svg_surface_create_for_stream(take, &sink, width_, height_));
+      break;
+    case Format::kPdf:
+      status = replay(surface_.get(), cairo_pdf_surface_create_for_stream(take, &sink, width_, height_));
+      break;
+  }
   if (sink.fault) std::rethrow_exception(sink.fault);
   if (status != CAIRO_STATUS_SUCCESS) {
     throw Fault(std::string("the picture cannot be written: ") + cairo_status_to_string(status));

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,16 +39,37 @@ struct Panel {
   Range y;
 };
 
+// What the command line says about a picture.
+struct PictureOptions {
+  std::string file;  // .png, .svg or .pdf; empty: none
+  int width = 0;     // of pixels, or of points on paper; 0: as suits
+  int height = 0;
+  std::optional<Range> range = std::nullopt;  // of the values that the colours stand for; else as suits
+};
+
+// Throws Fault unless the name ends in .png, .svg or .pdf.
+void check_picture_name(const std::string& file);
+
+// Panels under one another on a page of that height, each with room above it; what is left belongs to the panels, in
+// proportion to their heights.
+struct PanelPlace {
+  double above;
+  double height;
+};
+std::vector<Panel> stacked(const std::vector<PanelPlace>& places, double page_height, Range x);
+
 class Page {
  public:
-  Page(int width, int height);
+  // Of the size that the options say, or else of the one that suits.
+  Page(const PictureOptions& options, int width, int height);
   ~Page();
   Page(const Page&) = delete;
   Page& operator=(const Page&) = delete;
 
   void title(const std::string& text);
   void frame(const Panel& panel, const std::string& name, const std::string& y_unit);
-  void x_axis(const Panel& panel, const std::string& unit, bool with_numbers);
+  // Of seconds, in minutes or hours where there are many.
+  void time_axis(const Panel& panel, bool with_numbers);
   void y_axis(const Panel& panel, const Labels& labels);
   void colour_bar(const Panel& panel, ColourMap map, Range values, const std::string& unit);
   // Columns of the matrix rows stand upwards, from y_low for the first to y_high for the last; rows lie along x in the
@@ -59,7 +81,9 @@ class Page {
   // Vertical strokes from low to high, one a pixel column.
   void envelope(const Panel& panel, const std::function<Range(Range x)>& extent);
 
-  // The page as PNG; the caller commits the file.
+  static void check_name(const std::string& file) { format_of(file); }
+  int height() const { return height_; }
+  // The page in the format that its name asks for; the caller commits the file.
   void write(OutputFile& file);
 
  private:
@@ -69,7 +93,12 @@ class Page {
   void stroke(const Panel& panel, const std::vector<std::pair<double, double>>& points, Colour colour, double width);
   void text(double x, double y, const std::string& text, double align, double size, bool vertical = false);
 
+  enum class Format { kPng, kSvg, kPdf };
+  static Format format_of(const std::string& file);
+
+  Format format_;
   int width_;
+  int height_;
   std::unique_ptr<_cairo_surface, void (*)(_cairo_surface*)> surface_;
   std::unique_ptr<_cairo, void (*)(_cairo*)> cairo_;
 };

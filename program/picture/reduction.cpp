@@ -78,7 +78,8 @@ Range Envelope::extremes(std::int64_t first, std::int64_t last) const {
 
 void draw_waveform(Page& page, Panel panel, const Envelope& envelope, int sample_rate) {
   const Range all = envelope.extremes();
-  const double peak = std::max({std::abs(all.low), std::abs(all.high), 1.0});
+  constexpr double kFaint = 300.0;  // what is below, silence and its noise, is not drawn as loud
+  const double peak = std::max({std::abs(all.low), std::abs(all.high), kFaint});
   panel.y = {-1.05 * peak, 1.05 * peak};
   const std::int64_t count = envelope.samples();
   page.envelope(panel, [&](Range x) {
@@ -88,7 +89,7 @@ void draw_waveform(Page& page, Panel panel, const Envelope& envelope, int sample
     return envelope.extremes(first, last);
   });
   page.frame(panel, "Waveform", "16-bit units");
-  page.x_axis(panel, "", false);
+  page.time_axis(panel, false);
   page.y_axis(panel, numbered(ticks(panel.y, 5)));
 }
 

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdio>
 #include <utility>
+
+#include "program/report_text.h"
 
 namespace kivsr::program {
 
@@ -47,10 +48,11 @@ Range SpeechPicture::interval(const ColumnReduction& columns) const {
   return {first, first + static_cast<double>(columns.columns().height()) * columns.rows_a_column() * kFrameSeconds};
 }
 
-void SpeechPicture::draw_energy(Page& page, Panel panel) const {
+void SpeechPicture::draw_energy(Page& page, Panel panel, const std::optional<Range>& range) const {
   const FeatureMatrix decibels = energies_.columns();
   const auto [low, high] = std::minmax_element(decibels.values.begin(), decibels.values.end());
-  panel.y = {*low - 3.0, *high + 3.0};
+  constexpr double kLeastSpan = 40.0;  // the noise of silence is not to be stretched
+  panel.y = range.value_or(Range{*low - 3.0, std::max(*high + 3.0, *low + kLeastSpan)});
   const Range time = interval(energies_);
   std::vector<std::pair<double, double>> points;
   for (int t = 0; t < decibels.height(); ++t) {
@@ -58,7 +60,7 @@ void SpeechPicture::draw_energy(Page& page, Panel panel) const {
   }
   page.curve(panel, points);
   page.frame(panel, "Energy", "dB");
-  page.x_axis(panel, "", false);
+  page.time_axis(panel, false);
   page.y_axis(panel, numbered(ticks(panel.y, 5)));
 }
 
@@ -73,21 +75,20 @@ void SpeechPicture::draw_decisions(Page& page, Panel panel, const std::vector<Sp
   panel.y = {0.0, 2.0};
   page.image(panel, stripes, time, panel.y, signed_map(), {-1.0, 1.0});
   page.frame(panel, "Speech", "");
-  page.x_axis(panel, "Time, s", true);
+  page.time_axis(panel, true);
   page.y_axis(panel, {{0.5, "detector"}, {1.5, "segments"}});
 }
 
-void SpeechPicture::draw(OutputFile& file, const std::string& name, const std::vector<SpeechSegment>& segments) const {
-  Page page(kWidth, kHeight);
+void SpeechPicture::draw(OutputFile& file, const PictureOptions& options, const std::string& name,
+                         const std::vector<SpeechSegment>& segments) const {
+  Page page(options, kWidth, kHeight);
   const double seconds = static_cast<double>(envelope_.samples()) / sample_rate_;
-  char line[96];
-  std::snprintf(line, sizeof line, ":  %.2f s at %d Hz, %zu segment%s of speech", seconds, sample_rate_,
-                segments.size(), segments.size() == 1 ? "" : "s");
-  page.title(name + line);
-  const Range time = {0.0, seconds};
-  draw_waveform(page, {60.0, 180.0, time, {}}, envelope_, sample_rate_);
-  draw_energy(page, {270.0, 120.0, time, {}});
-  draw_decisions(page, {420.0, 80.0, time, {}}, segments);
+  page.title(name + formatted(":  %.2f s at %d Hz, %zu segment%s of speech", seconds, sample_rate_, segments.size(),
+                              segments.size() == 1 ? "" : "s"));
+  const auto panels = stacked({{60.0, 180.0}, {30.0, 120.0}, {30.0, 80.0}}, page.height(), {0.0, seconds});
+  draw_waveform(page, panels[0], envelope_, sample_rate_);
+  draw_energy(page, panels[1], options.range);
+  draw_decisions(page, panels[2], segments);
   page.write(file);
 }
 

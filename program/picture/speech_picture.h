@@ -1,6 +1,7 @@
 // What the voice activity detector makes of a signal, as a picture: waveform, energy and the segments of speech.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -21,12 +22,14 @@ class SpeechPicture {
   // Of the frames of 10 ms, as the detector decided.
   void push_frames(const std::vector<bool>& speech, std::span<const float> decibels);
   bool has_frames() const { return energies_.rows() > 0; }
-  // Writes a PNG to the file and leaves the commit to the caller. segments: after the rules. There must be a frame.
-  void draw(OutputFile& file, const std::string& name, const std::vector<SpeechSegment>& segments) const;
+  // Writes the picture to the file and leaves the commit to the caller. segments: after the rules. There must be a
+  // frame. The range is that of the energy.
+  void draw(OutputFile& file, const PictureOptions& options, const std::string& name,
+            const std::vector<SpeechSegment>& segments) const;
 
  private:
   Range interval(const ColumnReduction& columns) const;
-  void draw_energy(Page& page, Panel panel) const;
+  void draw_energy(Page& page, Panel panel, const std::optional<Range>& range) const;
   void draw_decisions(Page& page, Panel panel, const std::vector<SpeechSegment>& segments) const;
 
   int sample_rate_;

@@ -219,6 +219,23 @@ TEST_F(FeaturesCommandTest, WritesFeaturesAndPictureTogether) {
   EXPECT_EQ(read_file(folder_ / "b.png").substr(1, 3), "PNG");
 }
 
+TEST_F(FeaturesCommandTest, PicturesOfAnySizeAndFormat) {
+  const auto draw = [&](const std::string& input, const std::string& picture, const std::string& options) {
+    const CommandResult result = run_kivsr("features " + input + " --picture " + quoted(folder_ / picture) + options);
+    EXPECT_EQ(result.status, 0) << result.errors;
+    return read_file(folder_ / picture);
+  };
+  const std::string sound = quoted(audio_);
+  EXPECT_EQ(draw(sound, "a.png", " --size 640x480").substr(16, 8), std::string("\0\0\x02\x80\0\0\x01\xE0", 8));
+  EXPECT_NE(draw(sound, "a.svg", " --size 700x500").find("width=\"700"), std::string::npos);
+  EXPECT_EQ(draw(sound, "a.pdf", "").substr(0, 5), "%PDF-");
+  EXPECT_NE(draw(sound, "b.png", ""), draw(sound, "c.png", " --range -1,1"));
+  for (const char* options : {" --size 9x9", " --size 640", " --range 1,0", " --range 1"}) {
+    EXPECT_EQ(run_kivsr("features " + sound + " --picture x.png" + options).status, 2) << options;
+  }
+  EXPECT_NE(run_kivsr("features " + sound + " -o x.npy --size 640x480").errors.find("--picture"), std::string::npos);
+}
+
 TEST_F(FeaturesCommandTest, AFaultIsOneLineAndStatusTwoAndLeavesNothing) {
   const std::string output = " -o " + quoted(folder_ / "out.npy");
   const auto zero = folder_.write("zero.wav", wav({}, 16000, 1));

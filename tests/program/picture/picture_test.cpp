@@ -81,7 +81,7 @@ Png drawn(const TemporaryFolder& folder, const std::vector<float>& samples, cons
   picture.push(samples);
   picture.finish();
   OutputFile file(folder / "picture.png");
-  picture.draw(file, "test");
+  picture.draw(file, {.file = "a.png"}, "test");
   file.commit();
   return Png(folder / "picture.png");
 }
@@ -122,6 +122,24 @@ TEST(FeaturePicture, ShowsAToneAtItsTimeAndFrequency) {
   EXPECT_LT(lightness(picture.at(quarter, brightest)), 0.05);
 }
 
+// Digital silence, and the noise of one step that dithers it, are dark and flat, whatever the rows are made of.
+TEST(FeaturePicture, SilenceIsNotLoud) {
+  const TemporaryFolder folder;
+  std::vector<float> dither = noise(16000);
+  for (float& sample : dither) sample = sample > 0.0F ? 1.0F : 0.0F;
+  for (const std::vector<float>& samples : {std::vector<float>(16000, 0.0F), dither}) {
+    for (const char* name : {"mfcc", "kaldi-fbank"}) {
+      const Png picture = drawn(folder, samples, preset(name));
+      double lightest = 0.0;
+      for (int x = 300; x < 900; x += 7) {
+        for (int y = 260; y < 480; y += 3) lightest = std::max(lightest, lightness(picture.at(x, y)));
+      }
+      EXPECT_LT(lightest, 0.5) << name;
+      EXPECT_GT(lightness(picture.at(500, 75)), 0.9) << "no waveform far from the middle";
+    }
+  }
+}
+
 // The lower panel is of the rows themselves: a column that steps up in the middle is blue before and red behind.
 TEST(FeaturePicture, ShowsTheRowsThatAreWritten) {
   const TemporaryFolder folder;
@@ -135,7 +153,7 @@ TEST(FeaturePicture, ShowsTheRowsThatAreWritten) {
   picture.push(std::vector<float>(16000, 1.0F));
   picture.finish();
   OutputFile file(folder / "picture.png");
-  picture.draw(file, "test");
+  picture.draw(file, {.file = "a.png"}, "test");
   file.commit();
   const Png png(folder / "picture.png");
   ASSERT_TRUE(png.ok());
@@ -177,7 +195,7 @@ TEST(Page, BandsDoNotMergeInLongPictures) {
     for (int t = 0; t < frames; ++t) {
       for (int band = 0; band < 20; ++band) rows.values.push_back(band % 2 == 0 ? 0.0F : 1.0F);
     }
-    Page page(1280, 400);
+    Page page({.file = "a.png"}, 1280, 400);
     page.image({50.0, 300.0, {0.0, 1.0}, {0.0, 20.0}}, rows, {0.0, 1.0}, {0.0, 20.0}, heat_map(), {0.0, 1.0});
     const auto name = folder / std::to_string(frames);
     OutputFile file(name);
@@ -241,7 +259,7 @@ TEST(Envelope, HoldsTheExtremesOfEveryStretch) {
 }
 
 TEST(FeaturePicture, NameMustBeThatOfAPng) {
-  EXPECT_NO_THROW(check_picture_name("a.PNG"));
+  for (const char* name : {"a.PNG", "b.svg", "c.pdf"}) EXPECT_NO_THROW(check_picture_name(name));
   EXPECT_THROW(check_picture_name("a.jpg"), Fault);
 }
 
