@@ -68,6 +68,12 @@ FeatureMatrix standardised(FeatureMatrix rows) {
   return rows;
 }
 
+// Filters of equal area have one of 1, where those of height 1 have about a hundred.
+double faint_decibels(const FrontEndParameters& parameters) {
+  const bool equal_areas = parameters.filters == Filters::kHertz && parameters.unit_area;
+  return kFaint - (equal_areas ? 20.0 : 0.0) + 20.0 * std::log10(static_cast<double>(parameters.input_scale));
+}
+
 // 40 dB: the bands of silence are no farther apart, and are not to be stretched.
 double least_span(Logarithm logarithm) {
   switch (logarithm) {
@@ -124,7 +130,7 @@ Range FeaturePicture::interval(const ColumnReduction& columns) const {
 void FeaturePicture::draw_spectrogram(Page& page, Panel panel) const {
   const FeatureMatrix decibels = energies_.columns();
   Range values = extremes(decibels.values);
-  values.high = std::max(values.high, kFaint + 20.0 * std::log10(static_cast<double>(recipe_.front_end.input_scale)));
+  values.high = std::max(values.high, faint_decibels(recipe_.front_end));
   values.low = std::max(values.low, values.high - kDynamicRange);
   panel.y = {0.5, recipe_.front_end.filter_count + 0.5};
   page.image(panel, decibels, interval(energies_), panel.y, heat_map(), values);

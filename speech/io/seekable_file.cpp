@@ -3,10 +3,13 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <map>
+#include <mutex>
 #include <string>
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "kivsr/speech/io/fault.h"
@@ -35,10 +38,36 @@ int copy_of(ByteSource& source) {
   return kept;
 }
 
+// The descriptor of the copy of a pipe, closed with the process.
+using Identity = std::pair<dev_t, ino_t>;
+std::mutex kept_mutex;
+std::map<Identity, int>& kept_files() {
+  static std::map<Identity, int> files;
+  return files;
+}
+
+int descriptor_of(const std::filesystem::path& file) {
+  struct stat there {};
+  const int known = is_standard_stream(file) ? fstat(STDIN_FILENO, &there) : stat(file.c_str(), &there);
+  const std::lock_guard lock(kept_mutex);
+  const auto kept = known == 0 ? kept_files().find({there.st_dev, there.st_ino}) : kept_files().end();
+  if (kept != kept_files().end() && !S_ISREG(there.st_mode)) return fcntl(kept->second, F_DUPFD_CLOEXEC, 0);
+  ByteSource source(file);
+  if (!source.is_pipe()) return fcntl(source.descriptor(), F_DUPFD_CLOEXEC, 0);
+  const int copy = copy_of(source);
+  kept_files()[{there.st_dev, there.st_ino}] = copy;
+  return fcntl(copy, F_DUPFD_CLOEXEC, 0);
+}
+
 }  // namespace
 
 SeekableFile::SeekableFile(ByteSource source)
     : descriptor_(source.is_pipe() ? copy_of(source) : fcntl(source.descriptor(), F_DUPFD_CLOEXEC, 0)) {
+  if (descriptor_ < 0) throw Fault(std::string("no more files can be opened: ") + std::strerror(errno));
+  size_ = lseek(descriptor_, 0, SEEK_END);
+}
+
+SeekableFile::SeekableFile(const std::filesystem::path& file) : descriptor_(descriptor_of(file)) {
   if (descriptor_ < 0) throw Fault(std::string("no more files can be opened: ") + std::strerror(errno));
   size_ = lseek(descriptor_, 0, SEEK_END);
 }

@@ -1,9 +1,11 @@
 // A file that is read at any place. What comes through a pipe (a FIFO, standard input) is kept in a temporary file
-// without a name.
+// without a name; of a pipe that is opened by its name for as long as the process runs, so that whoever looks at it
+// again finds the same bytes.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <span>
 
 #include "kivsr/speech/io/byte_source.h"
@@ -14,6 +16,8 @@ class SeekableFile {
  public:
   // Of a source of which nothing was taken. Waits for the end of a pipe; throws Fault where there is no room for it.
   explicit SeekableFile(ByteSource source);
+  // The same by name; "-" is standard input.
+  explicit SeekableFile(const std::filesystem::path& file);
   ~SeekableFile();
   SeekableFile(SeekableFile&& other) noexcept;
   SeekableFile& operator=(SeekableFile&& other) noexcept;
