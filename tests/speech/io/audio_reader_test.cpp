@@ -161,8 +161,9 @@ TEST(AudioReader, APipeIsNotWaitedFor) {
 TEST(AudioReader, PlainSamplesAreThoseOfTheLibraryThatWroteThem) {
   const TemporaryFolder folder;
   const auto file = folder / "a.wav";
-  for (const int kind : {SF_FORMAT_PCM_U8, SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_PCM_32, SF_FORMAT_FLOAT,
-                         SF_FORMAT_DOUBLE, SF_FORMAT_WAVEX - SF_FORMAT_WAV + SF_FORMAT_PCM_24}) {
+  for (const int kind : std::initializer_list<int>{SF_FORMAT_PCM_U8, SF_FORMAT_PCM_16, SF_FORMAT_PCM_24,
+                                                   SF_FORMAT_PCM_32, SF_FORMAT_FLOAT, SF_FORMAT_DOUBLE,
+                                                   SF_FORMAT_WAVEX - SF_FORMAT_WAV + SF_FORMAT_PCM_24}) {
     for (const int channels : {1, 2, 5}) {
       SF_INFO info{};
       info.samplerate = 44100;

@@ -209,8 +209,9 @@ TEST(OutputFile, PipesGetTheirBytesAsTheyCome) {
     EXPECT_EQ(read(reader, bytes.data(), bytes.size()), kept ? -1 : 8) << "-1: nothing has come";
     if (kept) file.overwrite(0, "1");
     file.commit();
-    if (kept)
+    if (kept) {
       EXPECT_EQ(std::string(bytes.data(), static_cast<std::size_t>(read(reader, bytes.data(), 64))), "1 lines\n");
+    }
     close(reader);
   }
   EXPECT_EQ(folder.names(), std::vector<std::string>{"pipe"});
