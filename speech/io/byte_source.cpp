@@ -11,6 +11,8 @@
 #include <unistd.h>
 
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/kaldi_archive.h"
+#include "kivsr/speech/io/little_endian.h"
 
 namespace kivsr::speech {
 
@@ -27,6 +29,17 @@ std::int64_t known_size(int descriptor) {
   return lseek(descriptor, 0, SEEK_CUR) == 0 ? std::int64_t{there.st_size} : -1;
 }
 
+// Of an entry of an archive, where the descriptor then stands: what its head says.
+std::int64_t wav_bytes_at(int descriptor, std::int64_t place, const std::string& name) {
+  std::array<unsigned char, 8> head{};
+  if (pread(descriptor, head.data(), head.size(), place) != static_cast<ssize_t>(head.size()) ||
+      std::memcmp(head.data(), "RIFF", 4) != 0 || lseek(descriptor, place, SEEK_SET) < 0) {
+    close(descriptor);
+    throw Fault(name + ": no WAV file is at that place");
+  }
+  return static_cast<std::int64_t>(little_endian_bits(std::span(head).subspan(4)) + head.size());
+}
+
 }  // namespace
 
 bool is_standard_stream(const std::filesystem::path& file) { return file == "-"; }
@@ -39,11 +52,17 @@ ByteSource::ByteSource(const std::filesystem::path& file) : name_(input_name(fil
   if (is_standard_stream(file)) {
     descriptor_ = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
   } else {
+    const auto place = kaldi_place(file);
+    const std::filesystem::path& content = place ? place->file : file;
     std::error_code error;
-    const auto type = std::filesystem::status(file, error).type();
+    const auto type = std::filesystem::status(content, error).type();
     if (type == std::filesystem::file_type::not_found) throw Fault(name_ + ": no such file");
     if (type == std::filesystem::file_type::directory) throw Fault(name_ + ": is a folder, not an audio file");
-    descriptor_ = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    descriptor_ = open(content.c_str(), O_RDONLY | O_CLOEXEC);
+    if (place && descriptor_ >= 0) {
+      left_ = wav_bytes_at(descriptor_, place->byte, name_);
+      return;
+    }
   }
   if (descriptor_ < 0) fail(name_, "cannot be read", errno);
   size_ = known_size(descriptor_);
@@ -57,19 +76,26 @@ ByteSource::ByteSource(ByteSource&& other) noexcept
     : name_(std::move(other.name_)),
       descriptor_(std::exchange(other.descriptor_, -1)),
       size_(other.size_),
+      left_(other.left_),
       ahead_(std::move(other.ahead_)) {}
 
 ByteSource& ByteSource::operator=(ByteSource&& other) noexcept {
   std::swap(name_, other.name_);
   std::swap(descriptor_, other.descriptor_);
   std::swap(size_, other.size_);
+  std::swap(left_, other.left_);
   std::swap(ahead_, other.ahead_);
   return *this;
 }
 
 std::size_t ByteSource::read_on(std::span<unsigned char> bytes) {
+  if (left_ >= 0) {
+    const auto most = static_cast<std::int64_t>(bytes.size());
+    bytes = bytes.first(static_cast<std::size_t>(std::min(left_, most)));
+  }
   while (true) {
     const ssize_t count = ::read(descriptor_, bytes.data(), bytes.size());
+    if (count >= 0 && left_ >= 0) left_ -= count;
     if (count >= 0) return static_cast<std::size_t>(count);
     if (errno != EINTR) fail(name_, "cannot be read", errno);
   }

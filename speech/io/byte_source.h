@@ -17,7 +17,8 @@ std::string input_name(const std::filesystem::path& file);
 
 class ByteSource {
  public:
-  // "-" is standard input. Throws Fault for what is not there, a folder, or what may not be read.
+  // "-" is standard input; a place in an archive (kaldi_archive.h) is its WAV file alone, read like a pipe. Throws
+  // Fault for what is not there, a folder, or what may not be read.
   explicit ByteSource(const std::filesystem::path& file);
   ~ByteSource();
   ByteSource(ByteSource&& other) noexcept;
@@ -43,6 +44,7 @@ class ByteSource {
   std::string name_;
   int descriptor_ = -1;
   std::int64_t size_ = -1;
+  std::int64_t left_ = -1;            // to the end of the entry of an archive; -1: there is none
   std::vector<unsigned char> ahead_;  // read, but still the next
 };
 

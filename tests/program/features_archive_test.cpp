@@ -77,6 +77,18 @@ TEST_F(FeaturesArchiveTest, FromListsToArchivesWithTheSameBytesForAnyJobs) {
   EXPECT_EQ(entries("d.ark").at("u1").values, rows_["u1"].values);
 }
 
+TEST_F(FeaturesArchiveTest, SoundsInAnArchive) {
+  std::string bytes;
+  for (const auto& [key, rows] : rows_) bytes += key + " " + read_file(folder_ / (key + ".wav"));
+  folder_.write("wav.ark", bytes);
+  run("--jobs 2 " + at("wav.ark") + " -o " + at("a.ark"));
+  expect_rows(entries("a.ark"));
+  const CommandResult shown = run_kivsr("show " + at("wav.ark") + ":3");
+  EXPECT_NE(shown.output.find("\nsamples        4000\n"), std::string::npos) << shown.output << shown.errors;
+  folder_.write("cut.ark", bytes.substr(0, bytes.size() - 1));
+  EXPECT_EQ(run_kivsr("features ark:" + at("cut.ark") + " -o " + at("b.ark")).status, 2);
+}
+
 TEST_F(FeaturesArchiveTest, RowsAreConvertedAndGetDerivatives) {
   run(at("u0.wav") + " -o " + at("a.htk"));
   const auto convert = [&](const std::string& arguments) {

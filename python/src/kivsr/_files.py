@@ -156,7 +156,7 @@ def read_archive(archive: Path) -> Iterator[tuple[str, Any]]:
     """The entries of a Kaldi archive in turn, (key, array); "ark:FILE", "scp:FILE", or a name in .ark or .scp.
 
     Matrices are [frames, width], vectors of one dimension; float64 where doubles are kept, else float32, compressed
-    ones too. A file of a list that is sound is (samples, sampling rate), as of `read_audio`. Commands are not run.
+    ones too. An entry that is sound is (samples, sampling rate), as of `read_audio`. Commands in a list are not run.
 
     >>> kivsr.write_archive("ark,scp:a.ark,a.scp", {"one": np.ones((5, 3), np.float32), "two": np.zeros((4, 3))})
     >>> for key, rows in kivsr.read_archive("a.scp"):
