@@ -219,13 +219,13 @@ RecognisedUtterance RecogniseCommand::recognise(const std::string& file, Worker&
 void RecogniseCommand::check_format(const std::vector<FileTask>& tasks) const {
   results.check(format, tasks.size() > 1);
   if (phones && !alignment && format != ReportFormat::kJson && format != ReportFormat::kTextGrid) {
-    throw Fault("recognise: --phones is for --alignment and the formats json and textgrid");
+    throw Fault("--phones is for --alignment and the formats json and textgrid");
   }
-  if (alignment && format != ReportFormat::kText) throw Fault("recognise: --alignment is for the format text");
+  if (alignment && format != ReportFormat::kText) throw Fault("--alignment is for the format text");
   const auto shares = [](const FileTask& task) { return task.output.empty(); };
   if ((format == ReportFormat::kSrt || format == ReportFormat::kTextGrid) && tasks.size() > 1 &&
       std::any_of(tasks.begin(), tasks.end(), shares)) {
-    throw Fault("recognise: the formats srt and textgrid hold one recording, give --output-folder");
+    throw Fault("the formats srt and textgrid hold one recording, give --output-folder");
   }
 }
 

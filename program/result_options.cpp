@@ -15,10 +15,10 @@ namespace kivsr::program {
 
 void ResultOptions::check(ReportFormat format, bool several) const {
   if (nbest > 0 && format != ReportFormat::kText && format != ReportFormat::kJson) {
-    throw Fault("recognise: --nbest is for the formats text and json");
+    throw Fault("--nbest is for the formats text and json");
   }
   if (!lattice.empty() && several && !std::filesystem::is_directory(lattice)) {
-    throw Fault("recognise: --lattice of several recordings is a folder, " + lattice + " is none");
+    throw Fault("--lattice of several recordings is a folder, " + lattice + " is none");
   }
 }
 
