@@ -17,6 +17,7 @@
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/byte_source.h"
+#include "kivsr/speech/io/extension.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_reader.h"
 #include "kivsr/speech/io/kaldi_archive.h"
@@ -67,6 +68,11 @@ struct FeaturesCommand {
   bool checksum = false;    // of HTK files
 };
 
+void require_mfc(const std::vector<std::string>& inputs) {
+  const auto is_mfc = [](const std::string& input) { return lower_extension(input) == ".mfc"; };
+  if (std::none_of(inputs.begin(), inputs.end(), is_mfc)) throw Fault("--mfc-width is for .mfc files, none is given");
+}
+
 void FeaturesCommand::run() {
   if (!explained.empty()) recipe.start_from(explained);
   if (!explained.empty() || !recipe_file.empty()) explain();
@@ -80,6 +86,7 @@ void FeaturesCommand::run() {
   });
   say_unused_raw_options(raw, inputs_of(tasks));
   if (statistics && speakers.given()) throw Fault("features: --stats is of the rows as they are, without --cmvn");
+  if (feature_width > 0) require_mfc(inputs_of(tasks));
   speakers.read();
   statistics ? write_statistics(tasks) : write_rows(tasks);
 }

@@ -134,7 +134,7 @@ def test_faults_name_the_file_and_leave_nothing(tmp_path):
     with pytest.raises(kivsr.Fault, match="bad.npy"):
         kivsr.read_features(tmp_path / "bad.npy")
     left = sorted(tmp_path.iterdir())
-    with pytest.raises(kivsr.Fault, match="wav or .flac"):
+    with pytest.raises(kivsr.Fault, match="wav, .flac or .raw"):
         kivsr.write_audio(tmp_path / "a.mp3", np.zeros(5), 8000)
     with pytest.raises(ValueError, match="y: sample 3"):
         kivsr.write_audio(tmp_path / "a.wav", np.array([0, 0, 0, np.nan]), 8000)

@@ -106,7 +106,7 @@ TEST(Program, OptionsWithoutTheirPartners) {
   const auto sound = quoted(folder.write("a.wav", wav(whole(noise(30000, 2)), 16000, 1)));
   const std::pair<std::string, std::string> refused[] = {
       {"recognise --words a --rule r " + sound, "--rule needs --grammar"},
-      {"features -o x.npy --mfc-width 5 " + sound, "--mfc-width requires --stats"},
+      {"features -o x.npy --mfc-width 5 " + sound, "--mfc-width is for .mfc files"},
       {"train --model m --list l --frames-per-state 3", "--frames-per-state requires --align-with"},
       {"train --model m --list l --statistics s", "--statistics requires --part"},
       {"train --model m --list l --sum s", "excludes"},

@@ -80,7 +80,7 @@ TEST(SpotCommand, FeatureFilesAndAFileForTheResult) {
 TEST(SpotCommand, KeywordsOverPhones) {
   const TemporaryFolder folder;
   const std::string recording = " " + quoted(kTestData / "goforward.raw");
-  const auto list = folder.write("keywords", "meters\nforward ten /1e-6/\nyoung\n");
+  const auto list = folder.write("keywords", "meters\nforward ten /1e-40/\nyoung\n");
   const CommandResult found = run_kivsr("spot --format tsv --keyword-list " + quoted(list) + recording);
   ASSERT_EQ(found.status, 0) << found.errors;
   EXPECT_NE(found.output.find("\tforward ten\n"), std::string::npos) << found.output;

@@ -102,7 +102,7 @@ TEST(AudioWriter, NoRoomIsAFaultAtTheEndToo) {
 }
 
 TEST(AudioWriter, RefusesOtherNames) {
-  for (const char* name : {"a", "a.mp3", "a.wav.raw"}) EXPECT_THROW(check_audio_name(name), Fault) << name;
+  for (const char* name : {"a", "a.mp3", "a.wav.bin"}) EXPECT_THROW(check_audio_name(name), Fault) << name;
   EXPECT_NO_THROW(check_audio_name("a.Flac"));
 }
 
