@@ -51,6 +51,8 @@ class Parameters {
 bool usable(KivStatus status, int bytes) { return status >= kivStatusOk && bytes >= 0 && bytes <= kMostBytes; }
 
 Array<Kiv8u> memory(int bytes) { return Array<Kiv8u>(static_cast<std::size_t>(bytes)); }
+// For objects that begin where their memory does, as malloc gives it.
+Array<Kiv8u> aligned_memory(int bytes) { return memory((bytes + 7) / 8 * 8); }
 
 template <auto kGetSize, auto kInit, auto kForward, auto kInverse, class Spec>
 void run_transform(int length_or_order, int flag, int hint, int length, Parameters& parameters) {
@@ -99,7 +101,7 @@ void run_lifter(Bytes bytes) {
   const int lifter = parameters.integer();
   int size = 0;
   if (!usable(kivsDCTLifterGetSize_32f(inputs, outputs, &size), size)) return;
-  Array<Kiv8u> place = memory(size);
+  Array<Kiv8u> place = aligned_memory(size);
   auto* const state = reinterpret_cast<KivsDCTLifterState_32f*>(place.data());
   if (kivsDCTLifterInit_32f(state, inputs, outputs, lifter, parameters.number()) < kivStatusOk) return;
   const Array<float> source = parameters.floats(inputs);
@@ -116,7 +118,7 @@ void run_resampler(Bytes bytes) {
   const float stop = parameters.number();
   int size = 0;
   if (!usable(kivsResamplePolyphaseGetSize_32f(from, to, pass, stop, &size), size)) return;
-  Array<Kiv8u> place = memory(size);
+  Array<Kiv8u> place = aligned_memory(size);
   auto* const state = reinterpret_cast<KivsResampleState_32f*>(place.data());
   if (kivsResamplePolyphaseInit_32f(state, from, to, pass, stop) < kivStatusOk) return;
   for (int call = 0; call < 2; ++call) {
@@ -177,7 +179,7 @@ void run_noise(Bytes bytes) {
   const int length = parameters.integer();
   int size = 0;
   if (!usable(kivsGetSizeMCRA_32f(length, &size), size)) return;
-  Array<Kiv8u> place = memory((size + 7) / 8 * 8);  // which is all the alignment that the state needs
+  Array<Kiv8u> place = aligned_memory(size);
   auto* const state = reinterpret_cast<KivsMCRAState_32f*>(place.data());
   if (kivsInitMCRA_32f(rate, length, state) < kivStatusOk) return;
   for (int call = 0; call < 3; ++call) {

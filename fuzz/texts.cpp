@@ -78,13 +78,16 @@ void run_command_line(Bytes bytes) {
   CLI::App program("fuzz", "kivsr");
   program.require_subcommand(1);
   using namespace program;
-  for (auto add : {add_enhance, add_features, add_info, add_pitch, add_quantise, add_mix, add_recognise, add_spot,
-                   add_train, add_vad}) {
+  for (auto add : {add_align, add_enhance, add_features, add_info, add_mix, add_phones, add_pitch, add_quantise,
+                   add_recognise, add_show, add_spot, add_train, add_vad}) {
     add(program);
   }
+  // Behind what is looked at, in front of what would be done.
+  const auto stop = [](CLI::App* command) { command->parse_complete_callback([] { throw CLI::Success(); }); };
   for (CLI::App* command : program.get_subcommands([](CLI::App*) { return true; })) {
-    command->callback([] {});
-    for (CLI::App* inner : command->get_subcommands([](CLI::App*) { return true; })) inner->callback([] {});
+    const auto inner = command->get_subcommands([](CLI::App*) { return true; });
+    if (inner.empty()) stop(command);
+    for (CLI::App* const part : inner) stop(part);
   }
   try {
     program.parse(arguments);

@@ -24,8 +24,8 @@ void visit_options(CLI::App& app, std::vector<std::string>& words, const Visit& 
 }
 
 void add_all(CLI::App& app) {
-  for (auto add : {add_enhance, add_features, add_info, add_pitch, add_quantise, add_mix, add_recognise, add_spot,
-                   add_train, add_vad}) {
+  for (auto add : {add_align, add_enhance, add_features, add_info, add_mix, add_phones, add_pitch, add_quantise,
+                   add_recognise, add_show, add_spot, add_train, add_vad}) {
     add(app);
   }
 }
