@@ -124,7 +124,7 @@ inline void pass_over_rows(Rows rows, Block block, const Pass& pass) {
         default: strip.template operator()<4, kChanged>(); break;
       }
     };
-    if (end == 0) {
+    if (end == 0) {  // NOLINT(bugprone-branch-clone): the same where no factor is changed
       strip_of.template operator()<kFactorIsChanged>();
     } else {
       strip_of.template operator()<false>();
