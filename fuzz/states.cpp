@@ -146,12 +146,14 @@ void run_filters(Bytes bytes) {
   if (filters > 100'000) return;
   const float multiplier = parameters.number();
   const float divisor = parameters.number();
-  const KivStatus status = kivsMelFBankInitAlloc_32f(&bank, &order, window, rate, low, high, filters, multiplier,
-                                                     divisor, parameters.next<std::int8_t>());
+  const int mode = parameters.next<std::int8_t>();
+  const KivStatus status =
+      kivsMelFBankInitAlloc_32f(&bank, &order, window, rate, low, high, filters, multiplier, divisor, mode);
   if (status < kivStatusOk) return;
-  const Array<float> power = parameters.floats((1 << order) / 2 + 1);
+  const bool of_samples = (mode & KIV_FBANK_FFTINPUT) != 0;
+  const Array<float> source = parameters.floats(of_samples ? 1 << order : (1 << order) / 2 + 1);
   Array<float> result(static_cast<std::size_t>(filters));
-  kivsEvalFBank_32f(power.data(), result.data(), bank);
+  kivsEvalFBank_32f(source.data(), result.data(), bank);
   kivsFBankFree_32f(bank);
 }
 const Registration filters("state_filters", run_filters);
