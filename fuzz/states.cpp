@@ -138,12 +138,12 @@ void run_filters(Bytes bytes) {
   KivsFBankState_32f* bank = nullptr;
   int order = 0;
   const int window = parameters.integer();
-  if (window > 100'000) return;
   const float rate = parameters.number();
   const float low = parameters.number();
   const float high = parameters.number();
   const int filters = parameters.integer();
-  if (filters > 100'000) return;
+  // A bank of long filters may hold more than a target is allowed.
+  if (std::int64_t{window} * filters > 10'000'000) return;
   const float multiplier = parameters.number();
   const float divisor = parameters.number();
   const int mode = parameters.next<std::int8_t>();

@@ -1,5 +1,6 @@
 // Texts: grammars, references, recipes, lists of files, splits, and the command line.
 #include <algorithm>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -63,8 +64,25 @@ void run_split(Bytes bytes) {
 }
 const Registration split("split", run_split);
 
-// Arguments between zero bytes. What the command line is read into is looked at, nothing is done: files that commands
-// ask for are not there.
+// All commands, each of which stops behind what is looked at, in front of what would be done.
+std::unique_ptr<CLI::App> describe_commands() {
+  auto app = std::make_unique<CLI::App>("fuzz", "kivsr");
+  app->require_subcommand(1);
+  using namespace program;
+  for (auto add : {add_align, add_enhance, add_features, add_info, add_mix, add_phones, add_pitch, add_quantise,
+                   add_recognise, add_show, add_spot, add_train, add_vad}) {
+    add(*app);
+  }
+  const auto stop = [](CLI::App* command) { command->parse_complete_callback([] { throw CLI::Success(); }); };
+  for (CLI::App* command : app->get_subcommands([](CLI::App*) { return true; })) {
+    const auto inner = command->get_subcommands([](CLI::App*) { return true; });
+    if (inner.empty()) stop(command);
+    for (CLI::App* const part : inner) stop(part);
+  }
+  return app;
+}
+
+// Arguments between zero bytes. The commands are described once, which takes as long as a hundred lines.
 void run_command_line(Bytes bytes) {
   std::vector<std::string> arguments(1);
   for (const std::uint8_t byte : bytes.first(std::min<std::size_t>(bytes.size(), 4096))) {
@@ -75,22 +93,9 @@ void run_command_line(Bytes bytes) {
     }
   }
   std::reverse(arguments.begin(), arguments.end());
-  CLI::App program("fuzz", "kivsr");
-  program.require_subcommand(1);
-  using namespace program;
-  for (auto add : {add_align, add_enhance, add_features, add_info, add_mix, add_phones, add_pitch, add_quantise,
-                   add_recognise, add_show, add_spot, add_train, add_vad}) {
-    add(program);
-  }
-  // Behind what is looked at, in front of what would be done.
-  const auto stop = [](CLI::App* command) { command->parse_complete_callback([] { throw CLI::Success(); }); };
-  for (CLI::App* command : program.get_subcommands([](CLI::App*) { return true; })) {
-    const auto inner = command->get_subcommands([](CLI::App*) { return true; });
-    if (inner.empty()) stop(command);
-    for (CLI::App* const part : inner) stop(part);
-  }
+  static const auto commands = describe_commands();
   try {
-    program.parse(arguments);
+    commands->parse(arguments);
   } catch (const CLI::ParseError&) {
   }
 }

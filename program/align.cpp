@@ -241,9 +241,7 @@ void add_align(CLI::App& program) {
               {"ctm", ReportFormat::kCtm},
               {"textgrid", ReportFormat::kTextGrid}},
              "text, tsv, json (an object a line), ctm or textgrid");
-  add_filler_options(*command, options->weights);
-  add_beam_options(*command, options->beams);
-  add_scoring_options(*command, options->acoustic);
+  add_search_options(*command, options->weights, options->beams, options->acoustic);
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }

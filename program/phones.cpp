@@ -35,9 +35,7 @@ void add_phones(CLI::App& program) {
              "Factor of the log weights of phones");
   add_number(*command, "--insertion-penalty", options->weights.insertion_penalty, -10000, 10000,
              "Added to the log score for each phone");
-  add_filler_options(*command, options->weights);
-  add_beam_options(*command, options->beams);
-  add_scoring_options(*command, options->acoustic);
+  add_search_options(*command, options->weights, options->beams, options->acoustic);
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }

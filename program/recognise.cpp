@@ -275,20 +275,6 @@ void RecogniseCommand::run() const {
   recognise_all(task(), tasks);
 }
 
-namespace {
-
-void add_search_options(CLI::App& command, RecogniseCommand& options) {
-  add_number(command, "--language-weight", options.weights.language_weight, 0, 1000,
-             "Factor of the grammar's log weights");
-  add_number(command, "--insertion-penalty", options.weights.insertion_penalty, -10000, 10000,
-             "Added to the log score for each word");
-  add_filler_options(command, options.weights);
-  add_beam_options(command, options.beams);
-  add_scoring_options(command, options.acoustic);
-}
-
-}  // namespace
-
 void add_recognise(CLI::App& program) {
   CLI::App* const command = program.add_subcommand("recognise", "Recognise the words of audio files");
   const auto options = std::make_shared<RecogniseCommand>();
@@ -313,7 +299,11 @@ void add_recognise(CLI::App& program) {
   command->add_flag("--phones", options->phones, "Tell the phones of the words with their times too");
   add_format_option(*command, options->format);
   add_result_options(*command, options->results);
-  add_search_options(*command, *options);
+  add_number(*command, "--language-weight", options->weights.language_weight, 0, 1000,
+             "Factor of the grammar's log weights");
+  add_number(*command, "--insertion-penalty", options->weights.insertion_penalty, -10000, 10000,
+             "Added to the log score for each word");
+  add_search_options(*command, options->weights, options->beams, options->acoustic);
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }

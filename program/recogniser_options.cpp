@@ -42,6 +42,8 @@ void add_acoustic_options(CLI::App& command, AcousticOptions& options) {
       ->check(CLI::IsMember({"none", "mcra-wiener", "mcra-emns"}));
 }
 
+namespace {
+
 void add_scoring_options(CLI::App& command, AcousticOptions& options) {
   add_number(command, "--top", options.scoring.top, 0, 65536,
              "Gaussians of each codebook and stream that are summed, the likeliest of those scored; 0: all");
@@ -69,6 +71,14 @@ void add_beam_options(CLI::App& command, Beams& beams) {
              "Phones that go on after a frame, the best; 0: any number");
   add_number(command, "--phone-beam", beams.phone, 0.001, 1e6,
              "Log score behind the best at which no phone is entered");
+}
+
+}  // namespace
+
+void add_search_options(CLI::App& command, SearchWeights& weights, Beams& beams, AcousticOptions& acoustic) {
+  add_filler_options(command, weights);
+  add_beam_options(command, beams);
+  add_scoring_options(command, acoustic);
 }
 
 }  // namespace kivsr::program

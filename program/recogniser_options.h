@@ -34,8 +34,7 @@ struct AcousticOptions {
 };
 
 void add_acoustic_options(CLI::App& command, AcousticOptions& options);
-void add_scoring_options(CLI::App& command, AcousticOptions& options);
-void add_filler_options(CLI::App& command, SearchWeights& weights);
-void add_beam_options(CLI::App& command, Beams& beams);
+// Penalties of silence and noise, beams, and how Gaussians are scored.
+void add_search_options(CLI::App& command, SearchWeights& weights, Beams& beams, AcousticOptions& acoustic);
 
 }  // namespace kivsr::program
