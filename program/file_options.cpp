@@ -57,6 +57,7 @@ std::vector<FileTask> read_list(const std::string& list) {
     }
     tasks.push_back({names[0], names.size() == 2 ? names[1] : "", place});
   }
+  if (lines.bad()) throw Fault(name + ": cannot be read");
   if (tasks.empty()) throw Fault(name + ": lists no files");
   return tasks;
 }

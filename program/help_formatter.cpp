@@ -1,10 +1,11 @@
 #include "program/help_formatter.h"
 
 #include <map>
-#include <sstream>
 #include <vector>
 
+#include "kivsr/speech/io/text_parts.h"
 #include "program/option_help.h"
+#include "program/speech_names.h"
 
 namespace kivsr::program {
 
@@ -39,10 +40,9 @@ std::string usage_of(const CLI::App& command, const std::string& name, const std
 }  // namespace
 
 std::string wrapped(const std::string& text, std::size_t indent, std::size_t width) {
-  std::istringstream words(text);
   std::string result;
   std::string line(indent, ' ');
-  for (std::string word; words >> word;) {
+  for (const std::string& word : words_of(text)) {
     if (line.size() > indent && line.size() + 1 + word.size() > width) {
       result += line + "\n";
       line.assign(indent, ' ');

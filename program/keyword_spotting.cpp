@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <memory>
 #include <set>
-#include <sstream>
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -13,6 +12,7 @@
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/text_parts.h"
 #include "program/file_loop.h"
 #include "program/numbers.h"
 #include "program/report_text.h"
@@ -24,11 +24,6 @@ namespace {
 constexpr SearchWeights kWeights{.language_weight = 4.0F, .insertion_penalty = -2.0F};
 constexpr Beams kBeams{.state = 80.0F, .phone = 70.0F, .word = 60.0F};
 constexpr int kFramesBetween = 25;  // looks at what is settled
-
-std::string trimmed(const std::string& text) {
-  const std::size_t first = text.find_first_not_of(" \t\r");
-  return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
-}
 
 // Finds the keywords of one recording after the other.
 class KeywordFinder {
@@ -99,7 +94,7 @@ std::string report_of(const std::string& recording, double seconds, const std::v
 }  // namespace
 
 Keyword parse_keyword(const std::string& given, double threshold, const std::string& place) {
-  std::string text = trimmed(given);
+  std::string text(trimmed(given));
   if (text.ends_with('/')) text.pop_back();
   const std::size_t slash = text.rfind('/');
   if (slash == std::string::npos && !trimmed(given).ends_with('/')) return {text, threshold, true};
@@ -109,19 +104,19 @@ Keyword parse_keyword(const std::string& given, double threshold, const std::str
   if (number.empty() || *end != '\0' || !(value > 0.0) || !std::isfinite(value)) {
     throw Fault(place + ": \"" + number + "\" is no threshold, such as forward/1e-6");
   }
-  return {trimmed(text.substr(0, slash)), value, false};
+  return {std::string(trimmed(std::string_view(text).substr(0, slash))), value, false};
 }
 
 std::vector<Keyword> KeywordSpotting::keywords() const {
   std::vector<Keyword> result;
   for (const std::string& text : texts) result.push_back(parse_keyword(text, threshold, "--keyword " + text));
   if (list_file.empty()) return result;
-  const std::vector<std::uint8_t> bytes = read_whole_file(list_file);
-  std::istringstream lines(std::string(bytes.begin(), bytes.end()));
-  std::string line;
-  for (int number = 1; std::getline(lines, line); ++number) {
+  const std::string text = read_text_file(list_file);
+  std::string_view lines = text;
+  std::string_view line;
+  for (int number = 1; take_line(lines, line); ++number) {
     if (trimmed(line).empty()) continue;
-    result.push_back(parse_keyword(line, threshold, list_file + ":" + std::to_string(number)));
+    result.push_back(parse_keyword(std::string(line), threshold, list_file + ":" + std::to_string(number)));
   }
   if (result.empty()) throw Fault(list_file + ": holds no keywords");
   return result;
@@ -132,8 +127,7 @@ void KeywordSpotting::run(const Place& place) const {
   const AcousticModel model = acoustic.read_model();
   std::set<std::string, std::less<>> vocabulary;
   for (const Keyword& keyword : wanted_keywords) {
-    std::istringstream words(keyword.text);
-    for (std::string word; words >> word;) vocabulary.insert(word);
+    for (std::string& word : words_of(keyword.text)) vocabulary.insert(std::move(word));
   }
   const Dictionary dictionary = Dictionary::read(acoustic.dictionary_path(model), &vocabulary);
   const SearchNetwork network = build_keyword_loop(wanted_keywords, dictionary, model, kWeights);

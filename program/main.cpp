@@ -11,7 +11,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "kivsr.h"
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/output_file.h"
 #include "program/help_formatter.h"
@@ -116,6 +116,8 @@ int main(int argc, char** argv) {
     return run({argv + (argc > 0 ? 1 : 0), argv + argc});
   } catch (const std::bad_alloc&) {
     return report("out of memory");
+  } catch (const kivsr::Error& error) {
+    return report(error.status() == kivStatusNoMemory ? "out of memory" : error.what());
   } catch (const std::exception& error) {
     return report(error.what());
   } catch (...) {

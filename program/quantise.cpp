@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,6 +14,8 @@
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/byte_source.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/number_text.h"
+#include "kivsr/speech/io/text_parts.h"
 #include "kivsr/speech/quantise/distortion.h"
 #include "kivsr/speech/quantise/frame_pairs.h"
 #include "kivsr/speech/quantise/quantised_stream.h"
@@ -83,12 +84,12 @@ std::vector<float> TrainCommand::distance_weights(const FeatureMatrix& rows) con
   if (wanted == "none") return std::vector<float>(static_cast<std::size_t>(rows.width), 1.0F);
   if (wanted == "variance") return inverse_variances(rows);
   std::vector<float> values;
-  std::istringstream numbers(wanted);
-  for (std::string number; std::getline(numbers, number, ',');) {
-    std::istringstream text(number);
+  std::string_view numbers = wanted;
+  for (std::string_view number; take_part(numbers, ',', number);) {
     float value = -1.0F;
-    if (!(text >> value) || !text.eof() || !(value >= 0.0F) || !std::isfinite(value)) {
-      throw Fault("--weights: \"" + number + "\" is not a number from 0 on (none, variance or one a column)");
+    if (!read_number(trimmed(number), value) || value < 0.0F) {
+      throw Fault("--weights: \"" + std::string(number) +
+                  "\" is not a number from 0 on (none, variance or one a column)");
     }
     values.push_back(value);
   }

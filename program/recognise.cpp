@@ -7,7 +7,6 @@
 #include <memory>
 #include <optional>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -25,6 +24,7 @@
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/output_file.h"
+#include "kivsr/speech/io/text_parts.h"
 #include "kivsr/speech/models/acoustic_model.h"
 #include "kivsr/speech/models/packed_ngram_file.h"
 #include "kivsr/speech/models/word_acoustic_model.h"
@@ -62,17 +62,9 @@ std::optional<std::string> word_file(const std::string& text) {
 
 std::vector<std::string> word_list(const std::string& text) {
   std::string list = text;
-  if (const auto file = word_file(text)) {
-    const std::vector<std::uint8_t> bytes = read_whole_file(*file);
-    list.assign(bytes.begin(), bytes.end());
-  }
-  for (char& character : list) {
-    if (character == ',') character = ' ';
-  }
-  std::istringstream stream(list);
-  std::vector<std::string> words;
-  for (std::string word; stream >> word;) words.push_back(word);
-  return words;
+  if (const auto file = word_file(text)) list = read_text_file(*file);
+  std::replace(list.begin(), list.end(), ',', ' ');
+  return words_of(list);
 }
 
 }  // namespace

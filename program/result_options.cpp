@@ -2,12 +2,12 @@
 
 #include <cstddef>
 #include <filesystem>
-#include <sstream>
 
 #include <CLI/CLI.hpp>
 
 #include "kivsr/speech/decode/word_lattice.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/text_parts.h"
 #include "program/numbers.h"
 #include "program/report_text.h"
 
@@ -65,8 +65,8 @@ std::vector<std::string> spoken_words(const std::vector<HypothesisWord>& words, 
   std::vector<std::string> result;
   for (const HypothesisWord& word : words) {
     const SearchLabel& label = network.labels[static_cast<std::size_t>(word.label)];
-    std::istringstream parts(label.filler ? std::string() : label.word);
-    for (std::string part; parts >> part;) result.push_back(part);
+    if (label.filler) continue;
+    for (std::string& word : words_of(label.word)) result.push_back(std::move(word));
   }
   return result;
 }

@@ -1,4 +1,5 @@
 #include "kivsr/speech/decode/grammar_lexer.h"
+#include "kivsr/speech/io/text_parts.h"
 
 #include <cctype>
 #include <charconv>
@@ -14,12 +15,6 @@ bool is_space(char character) { return std::isspace(static_cast<unsigned char>(c
 
 // Every byte of a UTF-8 character but its first.
 bool continues_character(char character) { return (static_cast<unsigned char>(character) & 0xC0U) == 0x80U; }
-
-std::string trimmed(const std::string& text) {
-  const auto first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string::npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
-}
 
 }  // namespace
 
@@ -110,7 +105,7 @@ std::string GrammarLexer::take_until(char end, const char* what) {
     grammar_fault(source_, start, std::string("this ") + what + " does not end with " + end);
   }
   take();
-  return trimmed(result);
+  return std::string(trimmed(result));
 }
 
 Lexeme GrammarLexer::take_weight() {

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <sstream>
 #include <utility>
 
 #include "kivsr/speech/decode/grammar_language.h"
 #include "kivsr/speech/decode/word_network.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/text_parts.h"
 
 namespace kivsr::speech {
 namespace {
@@ -18,8 +18,7 @@ constexpr std::size_t kMostPronunciations = 64;  // of one keyword
 std::vector<Pronunciation> pronunciations_of(const std::string& text, const Dictionary& dictionary,
                                              const AcousticModel& model) {
   std::vector<Pronunciation> all{{}};
-  std::istringstream words(text);
-  for (std::string word; words >> word;) {
+  for (const std::string& word : words_of(text)) {
     std::string reason;
     std::vector<Pronunciation> longer;
     for (const std::vector<int>& phones : pronunciations(word, dictionary, model, reason)) {

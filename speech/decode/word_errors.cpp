@@ -1,11 +1,10 @@
 #include "kivsr/speech/decode/word_errors.h"
 
 #include <algorithm>
-#include <sstream>
 #include <tuple>
 
-#include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/text_parts.h"
 #include "kivsr/speech/models/dictionary.h"
 
 namespace kivsr::speech {
@@ -27,6 +26,13 @@ bool better(const Cost& a, const Cost& b) {
 bool is_marker(const std::string& word) { return word.size() > 2 && word.front() == '<' && word.back() == '>'; }
 
 }  // namespace
+
+std::vector<std::string> spoken_words(std::string_view text) {
+  std::vector<std::string> words = words_of(text);
+  std::erase_if(words, is_marker);
+  for (std::string& word : words) word = std::string(base_word(word));
+  return words;
+}
 
 WordErrors& WordErrors::operator+=(const WordErrors& other) {
   words += other.words;
@@ -64,26 +70,25 @@ WordErrors count_word_errors(const std::vector<std::string>& reference, const st
 }
 
 References References::read(const std::filesystem::path& file) {
-  const std::vector<std::uint8_t> bytes = read_whole_file(file);
-  std::istringstream lines(std::string(bytes.begin(), bytes.end()));
+  const std::string text = read_text_file(file);
   References result;
   result.file_ = file;
-  std::string line;
-  for (int number = 1; std::getline(lines, line); ++number) {
+  std::string_view lines = text;
+  std::string_view line;
+  for (int number = 1; take_line(lines, line); ++number) {
     const auto fail = [&](const std::string& message) {
       throw Fault(file.string() + ":" + std::to_string(number) + ": " + message);
     };
-    std::istringstream fields(line);
-    std::vector<std::string> words;
-    for (std::string word; fields >> word;) words.push_back(word);
-    if (words.empty()) continue;
-    const std::string last = words.back();
-    if (last.size() < 3 || last.front() != '(' || last.back() != ')') fail("the line does not end with (utterance-id)");
-    words.pop_back();
-    std::erase_if(words, is_marker);
-    for (std::string& word : words) word = std::string(base_word(word));
-    const std::string id = last.substr(1, last.size() - 2);
-    if (!result.sentences_.emplace(id, words).second) fail("the utterance " + id + " is there twice");
+    line = trimmed(line);
+    if (line.empty()) continue;
+    const std::size_t open = line.find_last_of(" \t") + 1;
+    if (line.size() - open < 3 || line[open] != '(' || line.back() != ')') {
+      fail("the line does not end with (utterance-id)");
+    }
+    const std::string id(line.substr(open + 1, line.size() - open - 2));
+    if (!result.sentences_.emplace(id, spoken_words(line.substr(0, open))).second) {
+      fail("the utterance " + id + " is there twice");
+    }
   }
   return result;
 }

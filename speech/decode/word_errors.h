@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kivsr::speech {
@@ -21,7 +22,10 @@ struct WordErrors {
 // The fewest errors that explain the hypothesis; among equals, as many substitutions as possible.
 WordErrors count_word_errors(const std::vector<std::string>& reference, const std::vector<std::string>& hypothesis);
 
-// Lines "words (utterance-id)". <s>, </s>, <sil> and the (2) of another pronunciation are dropped.
+// The words of a transcript, without <s>, </s>, <sil> and the (2) of another pronunciation.
+std::vector<std::string> spoken_words(std::string_view text);
+
+// Lines "words (utterance-id)".
 class References {
  public:
   static References read(const std::filesystem::path& file);

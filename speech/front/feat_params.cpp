@@ -7,11 +7,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <sstream>
 #include <utility>
 
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/number_text.h"
+#include "kivsr/speech/io/text_parts.h"
 
 namespace kivsr::speech {
 
@@ -93,13 +93,13 @@ constexpr EntryRule kRules[] = {
     {"warp_params", [](const Entry& e, auto&, auto&) { e.fail("frequency warping is not offered"); }},
 };
 
-std::map<std::string, std::string> read_entries(const std::filesystem::path& file, std::istream& stream) {
+std::map<std::string, std::string> read_entries(const std::filesystem::path& file, std::string_view text) {
   std::map<std::string, std::string> entries;
-  std::string name;
-  std::string value;
-  while (stream >> name) {
+  std::string_view value;
+  for (std::string_view word; take_word(text, word);) {
+    const std::string name(word);
     if (name.size() < 2 || name[0] != '-') throw Fault(file.string() + ": '" + name + "' is not the name of an entry");
-    if (!(stream >> value)) throw Fault(file.string() + ": truncated: " + name + " has no value");
+    if (!take_word(text, value)) throw Fault(file.string() + ": truncated: " + name + " has no value");
     entries[name.substr(1)] = value;
   }
   if (entries.empty()) throw Fault(file.string() + ": holds no entries");
@@ -136,9 +136,9 @@ Recipe FeatParams::recipe(const std::filesystem::path& file) const {
 
 namespace {
 
-FeatParams parse(const std::filesystem::path& file, std::istream& stream) {
+FeatParams parse(const std::filesystem::path& file, std::string_view text) {
   FeatParams result;
-  result.entries = read_entries(file, stream);
+  result.entries = read_entries(file, text);
   Durations durations;
   for (const auto& [name, value] : result.entries) {
     for (const EntryRule& rule : kRules) {
@@ -164,13 +164,7 @@ const char* transform_name(Transform transform) {
 
 }  // namespace
 
-FeatParams read_feat_params(const std::filesystem::path& file) {
-  std::ifstream stream(file);
-  if (!stream || std::filesystem::is_directory(file)) {
-    throw Fault(file.string() + ": cannot be read: " + std::strerror(errno));
-  }
-  return parse(file, stream);
-}
+FeatParams read_feat_params(const std::filesystem::path& file) { return parse(file, read_text_file(file)); }
 
 std::string feat_params_text(const Recipe& recipe) {
   const FrontEndParameters& from = recipe.front_end;
@@ -200,8 +194,7 @@ std::string feat_params_text(const Recipe& recipe) {
   std::string text;
   for (const auto& [name, value] : entries) text += "-" + std::string(name) + " " + value + "\n";
   const std::filesystem::path name = "feat.params";
-  std::istringstream stream(text);
-  const std::vector<std::string> others = differences(recipe, parse(name, stream).recipe(name));
+  const std::vector<std::string> others = differences(recipe, parse(name, text).recipe(name));
   if (!others.empty()) throw Fault("a model in Sphinx layout cannot have these features: " + others.front());
   return text;
 }

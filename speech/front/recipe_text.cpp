@@ -1,12 +1,12 @@
 #include <algorithm>
 #include <array>
-#include <sstream>
 #include <utility>
 
 #include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/front/recipe_fields.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/number_text.h"
+#include "kivsr/speech/io/text_parts.h"
 
 namespace kivsr::speech {
 
@@ -39,14 +39,10 @@ constexpr std::array<Name, 5> kNormalisations{"none", "mean", "mean-variance", "
 constexpr std::array<Name, 6> kDynamics{"none", "win1", "win2", "regression", "aurora", "differences"};
 
 // "name = value" without the blanks around both.
-std::pair<std::string, std::string> split_line(const std::string& line) {
-  const auto trimmed = [](const std::string& text) {
-    const std::size_t first = text.find_first_not_of(" \t\r");
-    return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(" \t\r") + 1 - first);
-  };
+std::pair<std::string, std::string> split_line(std::string_view line) {
   const std::size_t equals = line.find('=');
-  if (equals == std::string::npos) return {};
-  return {trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1))};
+  if (equals == std::string_view::npos) return {};
+  return {std::string(trimmed(line.substr(0, equals))), std::string(trimmed(line.substr(equals + 1)))};
 }
 
 struct Given {
@@ -57,12 +53,12 @@ struct Given {
 };
 
 // The lines behind the first.
-std::vector<Given> given_values(std::istream& lines, const std::string& origin) {
+std::vector<Given> given_values(std::string_view lines, const std::string& origin) {
   std::vector<Given> all;
-  std::string line;
-  for (int number = 2; std::getline(lines, line); ++number) {
+  std::string_view line;
+  for (int number = 2; take_line(lines, line); ++number) {
     if (line.empty() || line.front() == '#') continue;
-    const std::string place = "line " + std::to_string(number) + " of the recipe, \"" + line + "\", ";
+    const std::string place = "line " + std::to_string(number) + " of the recipe, \"" + std::string(line) + "\", ";
     const auto [name, value] = split_line(line);
     if (name.empty()) throw Fault(origin + ": " + place + "is not like \"name = value\"");
     for (const Given& given : all) {
@@ -140,8 +136,8 @@ bool read_field(const std::string& text, std::optional<float>& value) {
 }
 bool read_field(const std::string& text, std::vector<float>& values) {
   values.clear();
-  std::istringstream numbers(text);
-  for (std::string number; std::getline(numbers, number, ',');) {
+  std::string_view numbers = text;
+  for (std::string_view number; take_part(numbers, ',', number);) {
     if (!read_number(number, values.emplace_back())) return false;
   }
   return true;
@@ -171,12 +167,12 @@ std::string Recipe::explained_text() const {
 
 Recipe Recipe::parse(const std::string& text, const std::string& origin) {
   const auto fail = [&](const std::string& what) { throw Fault(origin + ": " + what); };
-  std::istringstream lines(text);
-  std::string line;
-  std::getline(lines, line);
+  std::string_view lines = text;
+  std::string_view line;
+  take_line(lines, line);
   const bool before = line == kFirstLineBefore;
   if (!before && line != kFirstLine) {
-    fail("the recipe starts with \"" + line + "\", not with \"" + std::string(kFirstLine) + "\"");
+    fail("the recipe starts with \"" + std::string(line) + "\", not with \"" + std::string(kFirstLine) + "\"");
   }
   std::vector<Given> all = given_values(lines, origin);
   Recipe recipe;

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <bit>
 #include <limits>
-#include <sstream>
 
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/text_parts.h"
 
 namespace kivsr::speech {
 
@@ -140,17 +140,19 @@ FrontEndParameters htk_frames(int rate) {
 
 // The qualifiers of a kind, MFCC_0_D_A: "0DA".
 std::string qualifiers_of(const std::string& kind) {
-  std::istringstream parts(kind);
-  std::string part;
-  std::getline(parts, part, '_');
+  std::string_view parts = kind;
+  std::string_view part;
+  take_part(parts, '_', part);
   if (part != "MFCC") throw Fault("target kind " + kind + ": only kinds of MFCC are mel cepstra");
   std::string qualifiers;
-  while (std::getline(parts, part, '_')) {
-    if (part.size() != 1 || std::string("0EDATNZ").find(part) == std::string::npos) {
-      throw Fault("target kind " + kind + ": '" + part + "' is none of the qualifiers 0, E, D, A, T, N and Z");
+  while (take_part(parts, '_', part)) {
+    if (part.size() != 1 || std::string_view("0EDATNZ").find(part) == std::string_view::npos) {
+      throw Fault("target kind " + kind + ": '" + std::string(part) +
+                  "' is none of the qualifiers 0, E, D, A, T, N and Z");
     }
-    if (qualifiers.find(part) != std::string::npos)
-      throw Fault("target kind " + kind + ": " + part + " is there twice");
+    if (qualifiers.find(part) != std::string::npos) {
+      throw Fault("target kind " + kind + ": " + std::string(part) + " is there twice");
+    }
     qualifiers += part;
   }
   return qualifiers;

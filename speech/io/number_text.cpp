@@ -32,9 +32,9 @@ std::string number_text(double value, int digits) { return text_of(value, std::c
 std::string exact_text(float value) { return text_of(value); }
 std::string exact_text(double value) { return text_of(value); }
 
-bool read_number(const std::string& text, float& value) { return read(text, value); }
-bool read_number(const std::string& text, double& value) { return read(text, value); }
-bool read_number(const std::string& text, int& value) { return read(text, value); }
+bool read_number(std::string_view text, float& value) { return read(text, value); }
+bool read_number(std::string_view text, double& value) { return read(text, value); }
+bool read_number(std::string_view text, int& value) { return read(text, value); }
 
 bool read_any_number(std::string_view text, double& value) {
   return read_any(text.substr(text.starts_with('+') ? 1 : 0), value);

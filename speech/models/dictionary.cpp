@@ -4,22 +4,9 @@
 
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/text_parts.h"
 
 namespace kivsr::speech {
-namespace {
-
-constexpr std::string_view kSpace = " \t\r";
-
-// Takes the next word off the line; empty at its end.
-std::string_view take_word(std::string_view& line) {
-  line.remove_prefix(std::min(line.find_first_not_of(kSpace), line.size()));
-  const std::string_view word = line.substr(0, line.find_first_of(kSpace));
-  line.remove_prefix(word.size());
-  return word;
-}
-
-}  // namespace
-
 std::string_view base_word(std::string_view word) {
   if (word.empty() || word.back() != ')') return word;
   const std::size_t open = word.rfind('(');
@@ -32,14 +19,15 @@ void Dictionary::visit(const std::filesystem::path& path, const Filter& wanted, 
   const std::vector<std::uint8_t> bytes = read_whole_file(path);
   std::string_view rest(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   std::vector<std::string_view> phones;
-  for (int number = 1; !rest.empty(); ++number) {
-    std::string_view line = rest.substr(0, rest.find('\n'));
-    rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+  std::string_view line;
+  for (int number = 1; take_line(rest, line); ++number) {
     if (line.starts_with(";;") || line.starts_with("##")) continue;
-    const std::string_view word = base_word(take_word(line));
+    std::string_view word;
+    take_word(line, word);
+    word = base_word(word);
     if (word.empty() || !wanted(word)) continue;
     phones.clear();
-    for (std::string_view phone = take_word(line); !phone.empty(); phone = take_word(line)) phones.push_back(phone);
+    for (std::string_view phone; take_word(line, phone);) phones.push_back(phone);
     if (phones.empty()) {
       throw Fault(path.string() + ":" + std::to_string(number) + ": no phones after \"" + std::string(word) + "\"");
     }

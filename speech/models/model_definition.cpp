@@ -4,10 +4,11 @@
 #include <charconv>
 #include <cstdint>
 #include <map>
-#include <sstream>
 
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/number_text.h"
+#include "kivsr/speech/io/text_parts.h"
 #include "kivsr/speech/models/phone_contexts.h"
 
 namespace kivsr::speech {
@@ -155,7 +156,7 @@ class BinaryReader {
 // states, N. The base phones come first and have "-" for left, right and position.
 class TextReader {
  public:
-  TextReader(std::string name, const std::string& text) : name_(std::move(name)), lines_(text) {}
+  TextReader(std::string name, std::string_view text) : name_(std::move(name)), rest_(text) {}
 
   const std::string& name() const { return name_; }
 
@@ -213,31 +214,29 @@ class TextReader {
   }
 
   // The next line that is neither empty nor a comment.
-  std::string next() {
-    std::string line;
-    while (std::getline(lines_, line)) {
+  std::string_view next() {
+    for (std::string_view line; take_line(rest_, line);) {
       ++line_;
-      if (!line.empty() && line.back() == '\r') line.pop_back();
-      const auto first = line.find_first_not_of(" \t");
-      if (first != std::string::npos && line[first] != '#') return line;
+      line = trimmed(line);
+      if (!line.empty() && line.front() != '#') return line;
     }
     ++line_;
     fail("truncated: the file ends here");
   }
 
-  int number(const std::string& text) const {
+  int number(std::string_view text) const {
     int value = -1;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || value < 0) fail("\"" + text + "\" is not a count");
+    if (!read_number(text, value) || value < 0) fail("\"" + std::string(text) + "\" is not a count");
     return value;
   }
 
-  int count(const std::string& name) {
-    std::istringstream words(next());
-    std::string value;
-    std::string found;
-    words >> value >> found;
-    if (found != name) fail("expected the count " + name + ", found \"" + found + "\"");
+  int count(std::string_view name) {
+    std::string_view line = next();
+    std::string_view value;
+    std::string_view found;
+    take_word(line, value);
+    take_word(line, found);
+    if (found != name) fail("expected the count " + std::string(name) + ", found \"" + std::string(found) + "\"");
     return number(value);
   }
 
@@ -248,18 +247,21 @@ class TextReader {
   }
 
   Line read_line() {
-    std::istringstream words(next());
-    Line line;
-    PhoneDefinition& phone = line.phone;
-    std::string attribute;
-    std::string matrix;
-    if (!(words >> phone.name >> line.left >> line.right >> line.position >> attribute >> matrix)) {
-      fail("a phone needs at least six fields");
+    std::string_view words = next();
+    std::array<std::string_view, 6> fields;
+    for (std::string_view& field : fields) {
+      if (!take_word(words, field)) fail("a phone needs at least six fields");
     }
-    phone.filler = attribute == "filler";
-    phone.transition_matrix = number(matrix);
-    std::string state;
-    while (words >> state && state != "N") phone.states.push_back(number(state));
+    Line line;
+    line.left = fields[1];
+    line.right = fields[2];
+    line.position = fields[3];
+    PhoneDefinition& phone = line.phone;
+    phone.name = fields[0];
+    phone.filler = fields[4] == "filler";
+    phone.transition_matrix = number(fields[5]);
+    std::string_view state;
+    while (take_word(words, state) && state != "N") phone.states.push_back(number(state));
     if (state != "N" || phone.states.empty()) fail("the states of phone " + phone.name + " do not end with N");
     return line;
   }
@@ -271,7 +273,7 @@ class TextReader {
   }
 
   std::string name_;
-  std::istringstream lines_;
+  std::string_view rest_;
   int line_ = 0;
   int triphones_ = 0;
   std::map<std::string, int> indices_;
@@ -300,8 +302,7 @@ ModelDefinition read_model_definition(const std::filesystem::path& path) {
   const std::uint32_t mark = file.read_word("the first word");
   file.set_big_endian(mark == kBinaryMarkSwapped);
   if (mark == kBinaryMark || mark == kBinaryMarkSwapped) return read_with(BinaryReader(file), file);
-  const auto bytes = read_whole_file(path);
-  return parse_model_definition(path.string(), std::string(bytes.begin(), bytes.end()));
+  return parse_model_definition(path.string(), read_text_file(path));
 }
 
 ModelDefinition parse_model_definition(const std::string& name, const std::string& text) {

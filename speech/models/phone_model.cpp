@@ -1,13 +1,13 @@
 #include "kivsr/speech/models/phone_model.h"
 
 #include <algorithm>
-#include <sstream>
 #include <string_view>
 
 #include "kivsr/speech/front/feat_params.h"
 #include "kivsr/speech/io/number_text.h"
 #include "kivsr/speech/io/output_file.h"
 #include "kivsr/speech/io/record_file.h"
+#include "kivsr/speech/io/text_parts.h"
 #include "kivsr/speech/models/s3_file.h"
 
 namespace kivsr::speech {
@@ -18,9 +18,8 @@ constexpr const char* kKind = "kivsr-phone-model 1";
 constexpr const char* kTraining = "training-";
 constexpr int kMostComponents = 16383;
 
-void put_lines(RecordWriter& file, const char* name, const std::string& text) {
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) file.line(name, line);
+void put_lines(RecordWriter& file, const char* name, std::string_view text) {
+  for (std::string_view line; take_line(text, line);) file.line(name, std::string(line));
 }
 
 std::string lines_of(const RecordReader& file, std::string_view wanted) {
@@ -77,11 +76,12 @@ void read_shape(PhoneModel& model, const RecordReader& file) {
   for (const auto& [name, value] : file.lines()) {
     if (name.starts_with(kTraining)) model.training[name.substr(std::string_view(kTraining).size())] = value;
     if (name == "filler") {
-      std::istringstream fields(value);
-      std::string word;
-      std::string phone;
-      if (!(fields >> word >> phone) || model.definition.phone_index(phone) < 0) file.fail("a filler has no phone");
-      model.fillers.add(word, {phone});
+      std::string_view fields = value;
+      std::string_view word;
+      std::string_view phone;
+      if (!take_word(fields, word) || !take_word(fields, phone) || model.definition.phone_index(phone) < 0)
+        file.fail("a filler has no phone");
+      model.fillers.add(std::string(word), {std::string(phone)});
     }
     if (name == "state") {
       int components = 0;

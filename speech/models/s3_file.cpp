@@ -6,12 +6,12 @@
 #include <cstdint>
 #include <initializer_list>
 #include <numeric>
-#include <sstream>
 #include <string>
 
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/little_endian.h"
 #include "kivsr/speech/io/output_file.h"
+#include "kivsr/speech/io/text_parts.h"
 
 namespace kivsr::speech {
 namespace {
@@ -69,15 +69,17 @@ class S3File {
 
   void read_header() {
     if (file_.read_line("the header") != "s3") file_.fail("is not an s3 parameter file: its first line is not \"s3\"");
-    for (int line = 0; line < kMostHeaderLines; ++line) {
-      std::istringstream words(file_.read_line("the header"));
-      std::string name;
-      std::string value;
-      words >> name >> value;
+    for (int number = 0; number < kMostHeaderLines; ++number) {
+      const std::string line = file_.read_line("the header");
+      std::string_view words = line;
+      std::string_view name;
+      std::string_view value;
+      take_word(words, name);
+      take_word(words, value);
       if (name == "endhdr") return;
       if (name == "chksum0") has_checksum_ = value == "yes";
       if (name == "version" && value != "1.0" && value != "1.2") {
-        file_.fail("has version " + value + ", known are 1.0 and 1.2");
+        file_.fail("has version " + std::string(value) + ", known are 1.0 and 1.2");
       }
     }
     file_.fail("the header has no end");

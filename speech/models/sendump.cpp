@@ -4,10 +4,11 @@
 #include <array>
 #include <cmath>
 #include <map>
-#include <sstream>
 #include <string>
 
 #include "kivsr/speech/io/binary_file.h"
+#include "kivsr/speech/io/number_text.h"
+#include "kivsr/speech/io/text_parts.h"
 
 namespace kivsr::speech {
 namespace {
@@ -75,10 +76,9 @@ PackedWeights read_sendump(const std::filesystem::path& path) {
   read_header_string(file);  // title
   std::map<std::string, int> entries;
   for (std::string line = read_header_string(file); !line.empty(); line = read_header_string(file)) {
-    std::istringstream words(line);
-    std::string name;
+    const std::vector<std::string> words = words_of(line);
     int value = 0;
-    if (words >> name >> value) entries[name] = value;
+    if (words.size() > 1 && read_number(words[1], value)) entries[words[0]] = value;
   }
   const auto entry = [&entries](const char* name, int absent) {
     const auto found = entries.find(name);

@@ -1,8 +1,8 @@
 #include "kivsr/speech/models/word_model_file.h"
 
-#include <sstream>
-
+#include "kivsr/speech/io/number_text.h"
 #include "kivsr/speech/io/record_file.h"
+#include "kivsr/speech/io/text_parts.h"
 
 namespace kivsr::speech {
 
@@ -15,8 +15,9 @@ constexpr int kMostComponents = 16383;
 RecordWriter encode(const WordModel& model) {
   RecordWriter file(kKind);
   file.line("kind", model.plain_mixture ? "mixture" : "words");
-  std::istringstream recipe(model.recipe.text());
-  for (std::string line; std::getline(recipe, line);) file.line(kRecipe, line);
+  const std::string recipe = model.recipe.text();
+  std::string_view lines = recipe;
+  for (std::string_view line; take_line(lines, line);) file.line(kRecipe, std::string(line));
   for (const auto& [name, value] : model.training) file.line("training-" + name, value);
   for (const WordUnit& unit : model.units) {
     std::string components;
@@ -45,16 +46,19 @@ Recipe read_recipe(const RecordReader& file) {
 }
 
 void add_unit(WordModel& model, const RecordReader& file, const std::string& text, bool filler) {
-  std::istringstream fields(text);
+  std::string_view fields = text;
+  std::string_view field;
+  take_word(fields, field);
   WordUnit unit;
-  fields >> unit.name;
+  unit.name = field;
   unit.filler = filler;
   unit.first_state = static_cast<int>(model.states.size());
-  for (int components = 0; fields >> components; ++unit.states) {
+  for (int components = 0; take_word(fields, field); ++unit.states) {
+    if (!read_number(field, components)) file.fail("the unit " + unit.name + " is not described by numbers");
     if (components < 1 || components > kMostComponents) file.fail("the unit " + unit.name + " has an impossible state");
     model.states.emplace_back().weights.resize(static_cast<std::size_t>(components));
   }
-  if (!fields.eof() || unit.states == 0) file.fail("the unit " + unit.name + " is not described by numbers");
+  if (unit.states == 0) file.fail("the unit " + unit.name + " is not described by numbers");
   if (model.find_unit(unit.name) >= 0) file.fail("the unit " + unit.name + " is there twice");
   model.units.push_back(std::move(unit));
 }

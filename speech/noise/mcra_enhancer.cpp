@@ -21,7 +21,7 @@ constexpr int kFirstFrames = 12;       // whose mean power the noise estimate be
 constexpr double kNoiseSeconds = 1.0;  // in which the smoothed estimate follows a step to 1 - 1/e
 
 int frame_length(int sample_rate) {
-  return static_cast<int>(std::bit_ceil(static_cast<unsigned>(std::clamp(sample_rate, 8000, 48000)) / kFramesASecond));
+  return static_cast<int>(std::bit_ceil(static_cast<unsigned>(std::clamp(sample_rate, 8000, 384000)) / kFramesASecond));
 }
 
 // The root of a periodic Hann window: sin(pi n / N).

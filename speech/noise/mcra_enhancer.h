@@ -13,7 +13,7 @@
 namespace kivsr::speech {
 
 // Frames of the smallest power of two that holds 20 ms, one every quarter of it, under the root of a Hann window before
-// and behind the gain: gains of 1 give the input back. 8000 to 48000 Hz.
+// and behind the gain: gains of 1 give the input back. 8000 to 384000 Hz.
 class McraEnhancer : public Enhancer {
  public:
   McraEnhancer(int sample_rate, const GainSettings& settings);

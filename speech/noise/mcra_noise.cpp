@@ -9,8 +9,8 @@ namespace kivsr::speech {
 
 McraNoise::McraNoise(int sample_rate, int fft_length, int hop)
     : sample_rate_(sample_rate), fft_length_(fft_length), hop_(hop) {
-  if (sample_rate < 8000 || sample_rate > 48000) {
-    throw Fault("MCRA estimates noise from 8000 to 48000 Hz, not at " + std::to_string(sample_rate) + " Hz");
+  if (sample_rate < 8000 || sample_rate > 384000) {
+    throw Fault("MCRA estimates noise from 8000 to 384000 Hz, not at " + std::to_string(sample_rate) + " Hz");
   }
   int size = 0;
   if (hop < 1 || hop > fft_length / 2 || kivsGetSizeMCRA_32f(fft_length, &size) != kivStatusOk) {
@@ -22,7 +22,11 @@ McraNoise::McraNoise(int sample_rate, int fft_length, int hop)
 }
 
 void McraNoise::begin(std::span<const float> mean_power) {
-  call<kivsAltInitMCRA_32f>(sample_rate_, fft_length_, hop_, state());
+  // Of rate and hop the estimate knows their ratio only, the frames a second, and rates up to 48 kHz.
+  int rate = sample_rate_;
+  int hop = hop_;
+  for (; rate > 48000 && hop > 1; hop /= 2) rate /= 2;
+  call<kivsAltInitMCRA_32f>(rate, fft_length_, hop, state());
   update(mean_power);
 }
 

@@ -1,9 +1,9 @@
 #include "kivsr/speech/quantise/split.h"
 
 #include <charconv>
-#include <sstream>
 
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/text_parts.h"
 
 namespace kivsr::speech {
 
@@ -16,7 +16,7 @@ constexpr int kSingleBits = 6;
   throw Fault("--split: the group \"" + group + "\" " + why);
 }
 
-int number(const std::string& digits, const std::string& group) {
+int number(std::string_view digits, const std::string& group) {
   int value = 0;
   const char* const end = digits.data() + digits.size();
   const auto [stopped, error] = std::from_chars(digits.data(), end, value);
@@ -30,15 +30,15 @@ SplitGroup parse_group(const std::string& text, int width) {
   SplitGroup group;
   const std::size_t colon = text.find(':');
   if (colon == std::string::npos) refuse(text, "does not say its bits, as in 1-2:7");
-  group.bits = number(text.substr(colon + 1), text);
+  group.bits = number(std::string_view(text).substr(colon + 1), text);
   if (group.bits < 1 || group.bits > kMostSplitBits) {
     refuse(text, "asks for other than 1 to " + std::to_string(kMostSplitBits) + " bits");
   }
-  std::istringstream parts(text.substr(0, colon));
-  for (std::string part; std::getline(parts, part, '+');) {
+  std::string_view parts = std::string_view(text).substr(0, colon);
+  for (std::string_view part; take_part(parts, '+', part);) {
     const std::size_t dash = part.find('-');
     const int first = number(part.substr(0, dash), text);
-    const int last = dash == std::string::npos ? first : number(part.substr(dash + 1), text);
+    const int last = dash == std::string_view::npos ? first : number(part.substr(dash + 1), text);
     if (last < first || last >= width) {
       refuse(text, "names columns outside 0 to " + std::to_string(width - 1) + " or a range that runs backwards");
     }
@@ -53,8 +53,9 @@ SplitGroup parse_group(const std::string& text, int width) {
 Split parse_split(const std::string& text, int width) {
   Split split;
   std::vector<int> uses(static_cast<std::size_t>(width), 0);
-  std::istringstream groups(text);
-  for (std::string group; std::getline(groups, group, ',');) {
+  std::string_view groups = text;
+  for (std::string_view part; take_part(groups, ',', part);) {
+    const std::string group(part);
     split.push_back(parse_group(group, width));
     for (const int column : split.back().columns) {
       if (++uses[static_cast<std::size_t>(column)] > 1) {

@@ -2,10 +2,10 @@
 
 #include <limits>
 #include <set>
-#include <sstream>
 
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/text_parts.h"
 #include "kivsr/speech/train/gaussian_pool.h"
 
 namespace kivsr::speech {
@@ -54,21 +54,22 @@ void merge_all(std::vector<Cluster> clusters, std::set<PhoneSet>& sets) {
 }  // namespace
 
 std::vector<PhoneSet> read_phone_sets(const std::filesystem::path& file, const ModelDefinition& definition) {
-  const std::vector<std::uint8_t> bytes = read_whole_file(file);
-  std::istringstream lines(std::string(bytes.begin(), bytes.end()));
+  const std::string text = read_text_file(file);
   std::set<PhoneSet> sets;
   int number = 0;
-  for (std::string line; std::getline(lines, line);) {
+  std::string_view lines = text;
+  for (std::string_view line; take_line(lines, line);) {
     ++number;
-    std::istringstream fields(line.substr(0, line.find('#')));
-    std::string name;
-    fields >> name;
+    std::string_view fields = line.substr(0, line.find('#'));
+    std::string_view name;
+    take_word(fields, name);
     PhoneSet set(definition.phones.size(), 0);
     bool any = false;
-    for (std::string phone; fields >> phone; any = true) {
+    for (std::string_view phone; take_word(fields, phone); any = true) {
       const int index = definition.phone_index(phone);
       if (index < 0) {
-        throw Fault(file.string() + ":" + std::to_string(number) + ": no phone \"" + phone + "\" is trained");
+        throw Fault(file.string() + ":" + std::to_string(number) + ": no phone \"" + std::string(phone) +
+                    "\" is trained");
       }
       set[static_cast<std::size_t>(index)] = 1;
     }

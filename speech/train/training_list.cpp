@@ -1,51 +1,30 @@
 #include "kivsr/speech/train/training_list.h"
 
 #include <algorithm>
-#include <sstream>
 
 #include "kivsr/speech/decode/word_errors.h"
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/little_endian.h"
+#include "kivsr/speech/io/text_parts.h"
 #include "kivsr/speech/models/dictionary.h"
 
 namespace kivsr::speech {
 
-namespace {
-
-bool is_marker(const std::string& word) { return word.size() > 2 && word.front() == '<' && word.back() == '>'; }
-
-std::vector<std::string> spoken_words(const std::string& text) {
-  std::istringstream fields(text);
-  std::vector<std::string> words;
-  for (std::string word; fields >> word;) {
-    if (!is_marker(word)) words.emplace_back(base_word(word));
-  }
-  return words;
-}
-
-// Without the blanks at both ends.
-std::string trimmed(const std::string& text) {
-  const std::size_t first = text.find_first_not_of(" \t\r");
-  return first == std::string::npos ? std::string() : text.substr(first, text.find_last_not_of(" \t\r") + 1 - first);
-}
-
-}  // namespace
-
 std::vector<TrainingItem> read_training_list(const TrainingListFiles& files, bool with_words) {
-  const std::vector<std::uint8_t> bytes = read_whole_file(files.list);
-  std::istringstream lines(std::string(bytes.begin(), bytes.end()));
+  const std::string text = read_text_file(files.list);
   const bool words_in_list = with_words && files.transcripts.empty();
   References references;
   if (with_words && !words_in_list) references = References::read(files.transcripts);
   const std::filesystem::path folder = files.folder.empty() ? files.list.parent_path() : files.folder;
   std::vector<TrainingItem> items;
   int number = 0;
-  for (std::string raw_line; std::getline(lines, raw_line);) {
+  std::string_view lines = text;
+  for (std::string_view line; take_line(lines, line);) {
     ++number;
-    const std::string line = trimmed(raw_line);
+    line = trimmed(line);
     if (line.empty() || line.front() == '#') continue;
-    std::string name = line;
+    std::string name(line);
     TrainingItem item;
     item.line = number;
     if (files.transcripts.empty()) {

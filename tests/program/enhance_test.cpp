@@ -125,7 +125,7 @@ TEST_F(EnhanceCommandTest, AFaultIsOneLineAndLeavesNothing) {
   ASSERT_EQ(run_kivsr("features " + quoted(noisy) + " -o " + quoted(folder_ / "rows.mfc")).status, 0);
   const auto before = folder_.names();
   const std::pair<std::string, std::string> cases[] = {
-      {"enhance " + quoted(slow) + output, "slow.wav: MCRA estimates noise from 8000 to 48000 Hz, not at 7000 Hz"},
+      {"enhance " + quoted(slow) + output, "slow.wav: MCRA estimates noise from 8000 to 384000 Hz, not at 7000 Hz"},
       {"enhance " + kGoForward + " " + quoted(folder_ / "out.mp4"), "out.mp4: audio is written to names"},
       {"enhance " + kGoForward + output + " --method best", "--method"},
       {"enhance " + kGoForward + output + " --picture " + quoted(folder_ / "p.gif"), "p.gif: a picture's name"},

@@ -114,10 +114,10 @@ TEST_P(Mcra, FollowsTheNoise) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Enhancer, Mcra, testing::Values(8000, 16000, 22050, 44100, 48000));
+INSTANTIATE_TEST_SUITE_P(Enhancer, Mcra, testing::Values(8000, 16000, 22050, 44100, 48000, 96000));
 
 TEST(Enhancer, RefusesOtherRatesAndMethods) {
-  for (const int rate : {1, 7999, 48001}) EXPECT_THROW((void)make_enhancer("mcra-emns", rate), Fault);
+  for (const int rate : {1, 7999, 384001}) EXPECT_THROW((void)make_enhancer("mcra-emns", rate), Fault);
   EXPECT_THROW((void)make_enhancer("none", 8000), Fault);
 }
 
