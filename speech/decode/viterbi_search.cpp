@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 
 namespace kivsr::speech {
 
@@ -36,6 +37,7 @@ void ViterbiSearch::reset() {
   left_phones_.clear();
   std::fill(wanted_hmms_.begin(), wanted_hmms_.end(), -1);
   std::fill(wanted_.begin(), wanted_.end(), -1);
+  endings_.clear();
   exits_.clear();
   exit_histories_.clear();
   best_ = 0.0F;
@@ -165,7 +167,7 @@ void ViterbiSearch::leave(int index, float threshold) {
   token.score = exit_score(index, token.history);
   if (!(token.score > threshold)) return;
   if (phones_[index].variant != nullptr) {
-    end_words(index, token);
+    endings_.push_back({index, token});
   } else {
     enter_children(index, token, entry_threshold_);
   }
@@ -191,16 +193,16 @@ void ViterbiSearch::enter_children(int index, Token token, float threshold) {
 void ViterbiSearch::enter_child(int parent, int child, int first_slot, Token token, float threshold) {
   const TreeNode& node = forest_.nodes[static_cast<std::size_t>(child)];
   const int slot = first_slot + node.slot;
-  const int slots = forest_.slots_of(node);
+  const int known = phones_.at(slot);
+  float look_ahead = known >= 0 ? phones_[known].look_ahead : node.look_ahead;
+  if (!(token.score + look_ahead > threshold)) return;
   const int state = phones_[parent].state;
   const TreeKind kind = phones_[parent].kind;
-  float look_ahead = node.look_ahead;
-  if (node.ends_word()) {
-    const int known = phones_.at(slot);
-    if (known < 0 && !(token.score + look_ahead > threshold)) return;
-    look_ahead = known >= 0 ? phones_[known].look_ahead : word_look_ahead(child, state, kind);
+  if (known < 0 && node.ends_word()) {
+    look_ahead = word_look_ahead(child, state, kind);
+    if (!(token.score + look_ahead > threshold)) return;
   }
-  if (!(token.score + look_ahead > threshold)) return;
+  const int slots = forest_.slots_of(node);
   for (int i = 0; i < slots; ++i) {
     int phone = phones_.at(slot + i);
     if (phone < 0) {
@@ -233,7 +235,20 @@ float ViterbiSearch::word_look_ahead(int place, int state, TreeKind kind) const 
   return best;
 }
 
-void ViterbiSearch::end_words(int index, Token token) {
+// The words of the paths at their ends. The score of a path there holds the whole weight of its best word, but for
+// words of one phone: paths that are too far behind the best one need no other look at the language.
+void ViterbiSearch::end_words(float beam) {
+  float best = kLogZero;
+  for (const Ending& ending : endings_) {
+    if (phones_[ending.phone].node >= 0) best = std::max(best, ending.token.score);
+  }
+  exits_.clear();
+  for (const Ending& ending : endings_) {
+    if (ending.token.score >= best - beam || phones_[ending.phone].node < 0) end_word(ending.phone, ending.token);
+  }
+}
+
+void ViterbiSearch::end_word(int index, Token token) {
   const ActivePhone& phone = phones_[index];
   int first = 0;
   int count = 0;
@@ -347,9 +362,10 @@ void ViterbiSearch::push(std::span<const float> frame) {
   const float threshold = narrowed_threshold(std::max(best_ - beams_.state, kLogZero));
   next_active_.clear();
   left_phones_.clear();
-  exits_.clear();
+  endings_.clear();
   entry_threshold_ = std::max(threshold, best_ - beams_.phone);
   leave_phones(threshold);
+  end_words(beams_.word);
   enter_words(entry_threshold_);
   phones_.release(left_phones_);
   phones_.release_empty_states();
@@ -369,7 +385,7 @@ void ViterbiSearch::visit_histories(Visit&& visit) {
     Token& entering = phones_.entering(phone);
     if (entering.score > kLogZero) visit(entering.history);
   }
-  for (WordExit& exit : exits_) visit(exit.history);
+  for (Ending& ending : endings_) visit(ending.token.history);
 }
 
 void ViterbiSearch::settle() {
@@ -405,6 +421,7 @@ WordLattice ViterbiSearch::finished_lattice() {
 
 Hypothesis ViterbiSearch::finish() {
   Hypothesis result;
+  end_words(std::numeric_limits<float>::infinity());
   float best = kLogZero;
   const WordExit* best_exit = nullptr;
   for (const WordExit& exit : exits_) {

@@ -25,7 +25,7 @@ struct Beams {
   float state = 100.0F;  // every frame
   float phone = 100.0F;  // at the start of a phone
   float word = 60.0F;    // at the end of a word, behind the best word end of the frame
-  int phones = 10000;    // that hold paths after a frame, the best ones; 0: any number
+  int phones = 5000;     // that hold paths after a frame, the best ones; 0: any number
 };
 
 struct Hypothesis {
@@ -60,6 +60,11 @@ class ViterbiSearch {
     const FanOutTable::Variant* variant;
     float language;  // weight of the word, part of the score
   };
+  // A path that leaves the last phone of words.
+  struct Ending {
+    int phone;
+    Token token;
+  };
   // Where words that end with the same phone lead to the same state of the language.
   struct Junction {
     int state;    // active state
@@ -84,7 +89,8 @@ class ViterbiSearch {
   void enter_child(int phone, int node, int first_slot, Token token, float threshold);
   float word_look_ahead(int node, int state, TreeKind kind) const;
   SearchLanguage::Step follow(int arc, int state, TreeKind kind) const;
-  void end_words(int phone, Token token);
+  void end_words(float beam);
+  void end_word(int phone, Token token);
   void join(const WordExit& exit, int index);
   void enter_words(float threshold);
   void enter_tree(const Junction& junction, TreeKind kind, const int* best, float threshold);
@@ -111,7 +117,8 @@ class ViterbiSearch {
   std::vector<std::int64_t> wanted_;       // the same for the states of the model
   std::vector<int> wanted_states_;         // in this frame
   std::vector<float> state_scores_;
-  std::vector<WordExit> exits_;       // of this frame
+  std::vector<Ending> endings_;       // of this frame
+  std::vector<WordExit> exits_;       // the same as words, those that count
   std::vector<int> exit_histories_;   // word of each exit, -1 as long as no path went on from it
   std::vector<Junction> junctions_;   // of this frame
   std::vector<int> best_exits_;       // [junction][context of the phone that follows]: exit, -1

@@ -96,6 +96,7 @@ void NgramBuilder::add_word(std::string word) {
 }
 
 void NgramBuilder::start_level(std::size_t count, std::vector<float> probabilities, std::vector<float> backoffs) {
+  if (model_.levels_.size() > 2) find_suffixes(model_.levels_.size());  // the longest n-grams are no contexts
   NgramModel::Level& level = model_.levels_.emplace_back();
   level.words.reserve(count);
   level.probability.reserve(count);
@@ -171,7 +172,6 @@ void NgramBuilder::finish_level() {
   sort_level(model_.levels_[order - 2], level);
   model_.bases_.push_back(model_.bases_.back() + level.words.size());
   if (model_.bases_.back() > 0x7FFFFFFFU) fail("holds more n-grams than can be numbered");
-  if (order > 2) find_suffixes(order);
 }
 
 // Of every context of three words and more the one without its oldest word: what the shorter state becomes by the last
@@ -197,10 +197,8 @@ void NgramBuilder::find_suffixes(std::size_t order) {
   }
 }
 
-// The longest n-grams are no contexts.
 NgramModel NgramBuilder::finish() {
   NgramModel::Level& longest = model_.levels_.back();
-  longest.suffix = {};
   longest.backoff = {};
   if (model_.levels_.size() > 0 && model_.bases_.size() > 2) model_.bases_.pop_back();
   if (model_.levels_.size() == 1) model_.bases_ = {0, 1};

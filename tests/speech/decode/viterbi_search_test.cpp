@@ -124,6 +124,24 @@ TEST(ViterbiSearch, ASentenceThatCannotEndIsMarked) {
   EXPECT_EQ(found.words.size(), 4U);
 }
 
+// The beam between words is for those that go on: the end of a sentence may lie far behind a word in its middle.
+TEST(ViterbiSearch, ASentenceEndsOutsideTheWordBeam) {
+  const AcousticModel model = tiny_model(false);
+  const WordNetwork words = tiny_grammar("public <g> = ab ab ab | ba;");
+  const SearchNetwork network = build_search_network(words, tiny_dictionary(), model, {});
+  TableScorer scorer;
+  ViterbiSearch search(network, model, scorer, {1e6F, 1e6F, 5.0F, 0});
+  for (int frame = 0; frame < 5; ++frame) {  // as "ab" sounds; three of them do not fit
+    std::vector<float> scores(6, -20.0F);
+    scores[frame < 2 ? 0 : 2] = scores[frame < 2 ? 1 : 3] = 0.0F;
+    search.push(scores);
+  }
+  const Hypothesis found = search.finish();
+  EXPECT_TRUE(found.complete);
+  ASSERT_EQ(found.words.size(), 1U);
+  EXPECT_EQ(network.labels[static_cast<std::size_t>(found.words[0].label)].word, "ba");
+}
+
 TEST(SearchNetwork, NamesWordsThatCannotBePronounced) {
   const AcousticModel model = tiny_model(false);
   const TemporaryFolder folder;
