@@ -69,8 +69,8 @@ std::unique_ptr<CLI::App> describe_commands() {
   auto app = std::make_unique<CLI::App>("fuzz", "kivsr");
   app->require_subcommand(1);
   using namespace program;
-  for (auto add : {add_align, add_enhance, add_features, add_info, add_mix, add_phones, add_pitch, add_quantise,
-                   add_recognise, add_show, add_spot, add_train, add_vad}) {
+  for (auto add : {add_adapt, add_align, add_enhance, add_features, add_info, add_mix, add_phones, add_pitch,
+                   add_quantise, add_recognise, add_score, add_show, add_spot, add_train, add_vad}) {
     add(*app);
   }
   const auto stop = [](CLI::App* command) { command->parse_complete_callback([] { throw CLI::Success(); }); };

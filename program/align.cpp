@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "kivsr/speech/decode/forced_alignment.h"
 #include "kivsr/speech/decode/grammar_language.h"
 #include "kivsr/speech/decode/phone_alignment.h"
 #include "kivsr/speech/decode/search_network.h"
@@ -43,9 +44,8 @@ struct AlignCommand {
   bool skip_unknown = false;
   FileOptions files;
   RawFormat raw;
-  // Silence and noises are rare: 0.005 and 1e-8, as recognisers weigh them against words.
-  SearchWeights weights{.language_weight = 0.0F, .silence_penalty = -34.0F, .noise_penalty = -120.0F};
-  Beams beams{.state = 500.0F, .phone = 500.0F, .word = 500.0F};
+  SearchWeights weights = kAlignmentWeights;
+  Beams beams = kAlignmentBeams;
 
  private:
   // What one thread needs.

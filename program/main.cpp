@@ -49,6 +49,7 @@ void watch_signals() {
 }
 
 void add_subcommands(CLI::App& program) {
+  kivsr::program::add_adapt(program);
   kivsr::program::add_align(program);
   kivsr::program::add_enhance(program);
   kivsr::program::add_features(program);
@@ -58,6 +59,7 @@ void add_subcommands(CLI::App& program) {
   kivsr::program::add_quantise(program);
   kivsr::program::add_mix(program);
   kivsr::program::add_recognise(program);
+  kivsr::program::add_score(program);
   kivsr::program::add_selftest(program);
   kivsr::program::add_show(program);
   kivsr::program::add_spot(program);

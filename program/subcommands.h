@@ -10,6 +10,7 @@ class App;
 
 namespace kivsr::program {
 
+void add_adapt(CLI::App& program);
 void add_align(CLI::App& program);
 void add_enhance(CLI::App& program);
 void add_features(CLI::App& program);
@@ -20,6 +21,7 @@ void add_pitch(CLI::App& program);
 void add_quantise(CLI::App& program);
 void add_mix(CLI::App& program);
 void add_recognise(CLI::App& program);
+void add_score(CLI::App& program);
 void add_selftest(CLI::App& program);
 void add_show(CLI::App& program);
 void add_spot(CLI::App& program);

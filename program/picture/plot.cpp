@@ -170,19 +170,27 @@ void Page::time_axis(const Panel& panel, bool with_numbers) {
   const double seconds = panel.x.span();
   const double unit = seconds > kLongInMinutes ? 3600.0 : seconds > kLongInSeconds ? 60.0 : 1.0;
   const char* const name = unit == 3600.0 ? "Time, h" : unit == 60.0 ? "Time, min" : "Time, s";
+  const int wanted = std::clamp(width_ / 100, 2, 40);
+  Labels labels;
+  for (const double value : ticks({panel.x.low / unit, panel.x.high / unit}, wanted)) {
+    labels.emplace_back(value * unit, with_numbers ? number(value) : "");
+  }
+  x_axis(panel, labels, with_numbers ? name : "");
+}
+
+void Page::x_axis(const Panel& panel, const Labels& labels, const std::string& unit) {
   cairo_t* const cairo = cairo_.get();
   const double bottom = panel.top + panel.height;
-  const int wanted = std::clamp(width_ / 100, 2, 40);
-  for (const double value : ticks({panel.x.low / unit, panel.x.high / unit}, wanted)) {
-    const double x = std::floor(x_of(panel, value * unit)) + 0.5;
+  for (const auto& [value, label] : labels) {
+    const double x = std::floor(x_of(panel, value)) + 0.5;
     set_colour(cairo, kInk);
     cairo_set_line_width(cairo, 1.0);
     cairo_move_to(cairo, x, bottom);
     cairo_line_to(cairo, x, bottom + 4.0);
     cairo_stroke(cairo);
-    if (with_numbers) text(x, bottom + 13.0, number(value), 0.5, kTextSize);
+    if (!label.empty()) text(x, bottom + 13.0, label, 0.5, kTextSize);
   }
-  if (with_numbers) text(kLeft + 0.5 * (width_ - kLeft - kRight), bottom + 31.0, name, 0.5, kTextSize);
+  if (!unit.empty()) text(kLeft + 0.5 * (width_ - kLeft - kRight), bottom + 31.0, unit, 0.5, kTextSize);
 }
 
 void Page::y_axis(const Panel& panel, const Labels& labels) {

@@ -70,6 +70,8 @@ class Page {
   void frame(const Panel& panel, const std::string& name, const std::string& y_unit);
   // Of seconds, in minutes or hours where there are many.
   void time_axis(const Panel& panel, bool with_numbers);
+  // unit: below the numbers.
+  void x_axis(const Panel& panel, const Labels& labels, const std::string& unit);
   void y_axis(const Panel& panel, const Labels& labels);
   void colour_bar(const Panel& panel, ColourMap map, Range values, const std::string& unit);
   // Columns of the matrix rows stand upwards, from y_low for the first to y_high for the last; rows lie along x in the

@@ -50,6 +50,16 @@ MixtureLikelihoods MixtureEvaluator::evaluate(int index, const FeatureMatrix& fe
   return result;
 }
 
+double MixtureEvaluator::log_likelihood(int state, const FeatureMatrix& features) const {
+  constexpr int kBlockFrames = 1000;
+  double sum = 0.0;
+  for (int first = 0; first < features.height(); first += kBlockFrames) {
+    const int count = std::min(kBlockFrames, features.height() - first);
+    for (const double frame : evaluate(state, features, first, count).mixture) sum += frame;
+  }
+  return sum;
+}
+
 double MixtureEvaluator::score(int index, const float* frame, float* components) const {
   const MixtureState& state = states_[static_cast<std::size_t>(index)];
   const Terms& terms = terms_[static_cast<std::size_t>(index)];

@@ -28,6 +28,8 @@ class MixtureEvaluator {
   // Log likelihoods of the components of one frame, as many as the state has; returns the log of their sum. In single
   // precision, which is enough for shares and beams.
   double score(int state, const float* frame, float* components) const;
+  // Of all rows together, in one state.
+  double log_likelihood(int state, const FeatureMatrix& features) const;
   // Of a component, in double precision.
   const double* mean(int state, std::size_t component) const {
     return terms_[static_cast<std::size_t>(state)].means.data() + component * static_cast<std::size_t>(dimension_);

@@ -5,7 +5,6 @@
 #include <memory>
 
 #include "kivsr/speech/io/fault.h"
-#include "kivsr/speech/train/utterance_blocks.h"
 
 namespace kivsr::speech {
 
@@ -30,6 +29,17 @@ void prepare_pass(WordModel& model, const TrainingSettings& settings, int pass) 
                    settings.least_occupation);
 }
 
+UtteranceListener by_number(const TrainingListener& listener, const TrainingUtterances& utterances) {
+  UtteranceListener result;
+  if (listener.begin) result.begin = [&](std::size_t index) { listener.begin(utterances.all()[index].file); };
+  if (listener.left_out) {
+    result.left_out = [&](std::size_t index, const std::string& reason) {
+      listener.left_out(utterances.all()[index].file, reason);
+    };
+  }
+  return result;
+}
+
 Statistics collect(const WordModel& model, const TrainingUtterances& utterances, const TrainingSettings& settings,
                    const TrainingListener& listener, int jobs) {
   const MixtureEvaluator evaluator(model);
@@ -46,13 +56,7 @@ Statistics collect(const WordModel& model, const TrainingUtterances& utterances,
       return sums.add_utterance(utterance_graph(model, utterance.words), rows, method, *work);
     };
   };
-  const auto file = [&](std::size_t index) -> const std::filesystem::path& { return utterances.all()[index].file; };
-  UtteranceListener named;
-  if (listener.begin) named.begin = [&](std::size_t index) { listener.begin(file(index)); };
-  if (listener.left_out) {
-    named.left_out = [&](std::size_t index, const std::string& reason) { listener.left_out(file(index), reason); };
-  }
-  return add_up(Statistics(model), utterances.all().size(), jobs, make_adder, named);
+  return add_up(Statistics(model), utterances.all().size(), jobs, make_adder, by_number(listener, utterances));
 }
 
 ReestimationReport finish_pass(WordModel& model, const Statistics& statistics, const TrainingSettings& settings,

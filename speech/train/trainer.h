@@ -9,6 +9,7 @@
 #include "kivsr/speech/train/statistics.h"
 #include "kivsr/speech/train/training_list.h"
 #include "kivsr/speech/train/training_settings.h"
+#include "kivsr/speech/train/utterance_blocks.h"
 
 namespace kivsr::speech {
 
@@ -21,6 +22,9 @@ struct TrainingListener {
   // Of each utterance that cannot be used, and why.
   std::function<void(const std::filesystem::path& file, const std::string& reason)> left_out;
 };
+
+// The same, told of utterances by their numbers. Both have to outlive it.
+UtteranceListener by_number(const TrainingListener& listener, const TrainingUtterances& utterances);
 
 // The sums over the utterances, one of which is in memory for each thread at a time; the same for every number of jobs.
 Statistics collect(const WordModel& model, const TrainingUtterances& utterances, const TrainingSettings& settings,
