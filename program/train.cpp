@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -226,6 +227,12 @@ void TrainCommand::run_phones() {
   run.resume = resume;
   run.most_passes = most_passes;
   run.jobs = jobs;
+  run.sum_files = sum_files;
+  if (!part_text.empty()) {
+    std::tie(run.part, run.parts) = parse_part(part_text);
+    if (statistics_file.empty()) throw Fault("train: --part needs --statistics, the file for its sums");
+    run.statistics_file = statistics_file;
+  }
   run.compare = [this](const TrainingSettings& stored) {
     for (const auto& compare : comparisons) compare(stored);
   };
@@ -238,8 +245,8 @@ void TrainCommand::run() {
   settings.viterbi = method == "viterbi";
   settings.random_start = start == "random";
   settings.validate();
-  if (!sum_files.empty()) {
-    if (!part_text.empty()) throw Fault("train: give either --part or --sum");
+  if (!sum_files.empty() && phones.dictionary.empty()) {
+    if (!list.list.empty()) throw Fault("train: --sum needs no --list, except with --dict");
     return sum_parts();
   }
   if (list.list.empty()) throw Fault("train: --list is needed, the files to train from");
@@ -327,10 +334,7 @@ void add_train(CLI::App& program) {
   command->add_option("--statistics", options->statistics_file, "File for the sums of --part")->needs("--part");
   CLI::Option* const sum =
       command->add_option("--sum", options->sum_files, "Files of all parts: finish the pass with them");
-  for (const char* other :
-       {"--list", "--transcripts", "--folder", "--extension", "--align-with", "--passes", "--part"}) {
-    sum->excludes(other);
-  }
+  for (const char* other : {"--align-with", "--passes", "--part"}) sum->excludes(other);
   for (const char* of_list : {"--transcripts", "--folder", "--extension"}) {
     command->get_option(of_list)->needs("--list");
   }
@@ -341,8 +345,8 @@ void add_train(CLI::App& program) {
   add_training_settings(*command, options);
   options->states = command->get_option("--states");
   options->phones.add_to(*command);
-  for (const char* other : {"--mixture", "--align-with", "--part", "--sum", "--silence-states", "--start",
-                            "--start-components", "--seed"}) {
+  for (const char* other :
+       {"--mixture", "--align-with", "--silence-states", "--start", "--start-components", "--seed"}) {
     command->get_option("--dict")->excludes(other);
   }
   command->callback([options] { options->run(); });

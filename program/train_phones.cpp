@@ -1,5 +1,6 @@
 #include "program/train_phones.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -23,6 +24,13 @@ class PhoneTraining {
         record_(std::filesystem::path(run.folder) / kPhoneModelRecord),
         dictionary_(Dictionary::read(options.dictionary)) {}
 
+  void run() {
+    if (!run_.sum_files.empty()) return sum_parts();
+    if (!run_.statistics_file.empty()) return write_part();
+    train();
+  }
+
+ private:
   void train() {
     const bool goes_on = run_.resume && std::filesystem::exists(record_);
     if (goes_on) {
@@ -31,10 +39,9 @@ class PhoneTraining {
       begin();
     }
     const PhoneLexicon lexicon(dictionary_, model_.fillers, model_.definition);
-    if (!goes_on || pass_ < settings_.passes()) load(lexicon);
+    if (!goes_on || (pass_ < settings_.passes() && run_.most_passes != 0)) load(lexicon);
     if (!goes_on) start();
-    PhoneTrainingData data{lexicon, utterances_, {}};
-    if (!options_.questions.empty()) data.sets = read_phone_sets(options_.questions, model_.definition);
+    const PhoneTrainingData data = data_with(lexicon);
     const int first = pass_;
     while (pass_ < settings_.passes() && (run_.most_passes < 0 || pass_ < first + run_.most_passes)) {
       complete_pass(data, pass_ == first);
@@ -43,7 +50,58 @@ class PhoneTraining {
     if (bad_) bad_->finish();
   }
 
- private:
+  void read_for_parts() {
+    read();
+    if (pass_ >= settings_.passes()) throw Fault(run_.folder + ": all its passes are done");
+    prepare_phone_pass(model_, settings_, pass_);
+  }
+
+  void write_part() {
+    read_for_parts();
+    const PhoneLexicon lexicon(dictionary_, model_.fillers, model_.definition);
+    load(lexicon);
+    PhoneTrainingData data = data_with(lexicon);
+    data.said = said(lexicon);
+    Progress progress("train", static_cast<int>(utterances_.all().size()));
+    const Statistics statistics =
+        collect_phone_pass(model_, data, settings_, pass_, run_.jobs, listener_of(progress, true));
+    progress.clear();
+    statistics.write(run_.statistics_file);
+    std::printf("pass %d of %d, part %d of %d: %.0f utterances, %.0f frames\n", pass_ + 1, settings_.passes(),
+                run_.part + 1, run_.parts, statistics.utterances, statistics.frames);
+    if (bad_) bad_->finish();
+  }
+
+  void sum_parts() {
+    read_for_parts();
+    const PhoneLexicon lexicon(dictionary_, model_.fillers, model_.definition);
+    PhoneTrainingData data = data_with(lexicon);
+    data.said = said(lexicon);
+    const Statistics zero = zero_of_phone_pass(model_, data, settings_, pass_);
+    Statistics total = zero;
+    for (const std::string& file : run_.sum_files) total.add(Statistics::read(file, zero));
+    say(finish_phone_pass(model_, data, settings_, pass_, total));
+    if (pass_ == settings_.passes()) write_sphinx_model(run_.folder, model_);
+  }
+
+  PhoneTrainingData data_with(const PhoneLexicon& lexicon) const {
+    PhoneTrainingData data{lexicon, utterances_, {}, {}};
+    if (!options_.questions.empty()) data.sets = read_phone_sets(options_.questions, model_.definition);
+    return data;
+  }
+
+  // Of every item whose words are all known: the parts agree about it without reading each other's files.
+  std::vector<std::vector<int>> said(const PhoneLexicon& lexicon) const {
+    std::vector<std::vector<int>> result;
+    for (const TrainingItem& item : run_.items) {
+      std::vector<int> words;
+      for (const std::string& word : item.words) words.push_back(lexicon.find(word));
+      const bool known = std::find(words.begin(), words.end(), -1) == words.end();
+      if (known && !words.empty()) result.push_back(std::move(words));
+    }
+    return result;
+  }
+
   void begin() {
     settings_.validate();
     settings_.common.list_checksum = static_cast<double>(list_checksum(run_.items));
@@ -76,15 +134,15 @@ class PhoneTraining {
       }
       return words;
     };
-    const auto count = static_cast<int>(run_.items.size());
-    BadFiles& bad = bad_.emplace(run_.items.size());
+    const int count = (static_cast<int>(run_.items.size()) - run_.part + run_.parts - 1) / run_.parts;
+    BadFiles& bad = bad_.emplace(static_cast<std::size_t>(count));
     Progress progress("read", count);
     const auto step = [&](const std::filesystem::path& file) { progress.step(file.string()); };
     const auto left_out = [&](const Fault& fault) {
       if (count == 1) throw fault;
       bad.say(fault.what(), progress);
     };
-    utterances_ = load_utterances(run_.items, model_.recipe, numbers, run_.raw, step, 0, 1, left_out);
+    utterances_ = load_utterances(run_.items, model_.recipe, numbers, run_.raw, step, run_.part, run_.parts, left_out);
     progress.clear();
     bad.require_one();
   }
@@ -99,19 +157,29 @@ class PhoneTraining {
     write_phone_model(record_, model_);
   }
 
-  void complete_pass(const PhoneTrainingData& data, bool warnings) {
-    Progress progress("train", static_cast<int>(utterances_.all().size()));
-    const auto file = [&](std::size_t index) { return utterances_.all()[index].file.string(); };
+  UtteranceListener listener_of(Progress& progress, bool warnings) const {
+    const auto file = [this](std::size_t index) { return utterances_.all()[index].file.string(); };
     UtteranceListener listener;
-    listener.begin = [&](std::size_t index) { progress.step(file(index)); };
+    listener.begin = [&progress, file](std::size_t index) { progress.step(file(index)); };
     if (warnings) {
-      listener.left_out = [&](std::size_t index, const std::string& reason) {
+      listener.left_out = [&progress, file](std::size_t index, const std::string& reason) {
         progress.clear();
         std::fprintf(stderr, "kivsr: %s %s and is left out\n", file(index).c_str(), reason.c_str());
       };
     }
-    const PhonePassReport report = run_phone_pass(model_, data, settings_, pass_, run_.jobs, listener);
+    return listener;
+  }
+
+  void complete_pass(const PhoneTrainingData& data, bool warnings) {
+    Progress progress("train", static_cast<int>(utterances_.all().size()));
+    const PhonePassReport report =
+        run_phone_pass(model_, data, settings_, pass_, run_.jobs, listener_of(progress, warnings));
     progress.clear();
+    say(report);
+  }
+
+  // The pass is done.
+  void say(const PhonePassReport& report) {
     ++pass_;
     write_phone_model(record_, model_);
     int components = 0;
@@ -166,6 +234,6 @@ void PhoneOptions::add_to(CLI::App& command) {
   for (CLI::Option* const option : options) option->needs("--dict");
 }
 
-void train_phones(const PhoneTrainingRun& run, const PhoneOptions& options) { PhoneTraining(run, options).train(); }
+void train_phones(const PhoneTrainingRun& run, const PhoneOptions& options) { PhoneTraining(run, options).run(); }
 
 }  // namespace kivsr::program

@@ -20,6 +20,10 @@ constexpr const char* kSilencePhone = "SIL";
 // Sums of a pass with the graphs that graph_of makes of words.
 using GraphOfWords = std::function<UtteranceGraph(std::span<const int> words)>;
 
+Statistics zero_of(const PhoneModel& model) {
+  return {model.states, model.dimension(), model.rows(), phone_model_checksum(model)};
+}
+
 Statistics collect_phones(const PhoneModel& model, const TrainingUtterances& utterances, const GraphOfWords& graph_of,
                           bool best_path, int jobs, const UtteranceListener& listener) {
   const MixtureEvaluator evaluator(model.states, model.dimension());
@@ -31,8 +35,7 @@ Statistics collect_phones(const PhoneModel& model, const TrainingUtterances& utt
       return sums.add_utterance(graph_of(utterance.words), utterances.rows(utterance), method, *work);
     };
   };
-  const Statistics zero(model.states, model.dimension(), model.rows(), phone_model_checksum(model));
-  return add_up(zero, utterances.all().size(), jobs, make_adder, listener);
+  return add_up(zero_of(model), utterances.all().size(), jobs, make_adder, listener);
 }
 
 void require_usable(const Statistics& statistics) {
@@ -75,9 +78,11 @@ std::set<PhoneInContext> contexts_of(const PhoneModel& model, const PhoneTrainin
     if (!model.definition.phones[static_cast<std::size_t>(phone.base)].filler) seen.insert(phone);
     return phone.base;
   };
-  for (const TrainingUtterance& utterance : data.utterances.all()) {
-    if (known.insert(utterance.words).second) phone_graph(model, data.lexicon, utterance.words, true, note);
-  }
+  const auto add = [&](const std::vector<int>& words) {
+    if (known.insert(words).second) phone_graph(model, data.lexicon, words, true, note);
+  };
+  for (const TrainingUtterance& utterance : data.utterances.all()) add(utterance.words);
+  for (const std::vector<int>& words : data.said) add(words);
   return seen;
 }
 
@@ -149,15 +154,9 @@ void tie(PhoneModel& model, const PhoneLexicon& lexicon, const StateTrees& trees
   definition = parse_model_definition("mdef", model_definition_text(definition));
 }
 
-Statistics tie_states(PhoneModel& model, const PhoneTrainingData& data, const PhoneTrainingSettings& settings, int jobs,
-                      const UtteranceListener& listener, ReestimationReport& report) {
-  UntiedModel untied = untie(model, data);
-  const GraphOfWords graph_of = [&](std::span<const int> words) {
-    return phone_graph(untied.model, data.lexicon, words);
-  };
-  Statistics statistics =
-      collect_phones(untied.model, data.utterances, graph_of, settings.common.viterbi, jobs, listener);
-  require_usable(statistics);
+ReestimationReport tie_states(PhoneModel& model, const PhoneTrainingData& data, const PhoneTrainingSettings& settings,
+                              Statistics statistics) {
+  const UntiedModel untied = untie(model, data);
   std::vector<ContextSums> sums;
   auto next = static_cast<std::size_t>(model.definition.independent_states);
   for (const PhoneInContext& phone : untied.contexts) {
@@ -171,14 +170,14 @@ Statistics tie_states(PhoneModel& model, const PhoneTrainingData& data, const Ph
   // the fillers; what was heard of the other phones has gone to those in context
   statistics.states.resize(model.states.size());
   const std::vector<MixtureState> before = model.states;
-  report = update(model, statistics, settings.common);
+  ReestimationReport report = update(model, statistics, settings.common);
   const std::vector<char> speech = states_of_speech(model);
   for (std::size_t state = 0; state < before.size(); ++state) {
     if (speech[state] != 0) model.states[state] = before[state];
   }
   report.unseen_states = 0;
   tie(model, data.lexicon, trees);
-  return statistics;
+  return report;
 }
 
 }  // namespace
@@ -298,28 +297,46 @@ void flat_start(PhoneModel& model, const TrainingUtterances& utterances, const T
   model.stays.assign(static_cast<std::size_t>(model.rows()), kStay);
 }
 
-PhonePassReport run_phone_pass(PhoneModel& model, const PhoneTrainingData& data, const PhoneTrainingSettings& settings,
-                               int pass, int jobs, const UtteranceListener& listener) {
-  PhonePassReport report;
-  const auto add_up_pass = [&] {
-    if (settings.ties(pass)) return tie_states(model, data, settings, jobs, listener, report.reestimation);
-    const int components = settings.components_of_pass(pass);
-    if (pass > 0 && components > settings.components_of_pass(pass - 1)) {
-      split_components(model.states, model.dimension(), components, settings.common.split_distance,
-                       settings.common.least_occupation);
-    }
-    const GraphOfWords graph_of = [&](std::span<const int> words) { return phone_graph(model, data.lexicon, words); };
-    Statistics statistics = collect_phones(model, data.utterances, graph_of, settings.common.viterbi, jobs, listener);
-    require_usable(statistics);
-    report.reestimation = update(model, statistics, settings.common);
-    return statistics;
+void prepare_phone_pass(PhoneModel& model, const PhoneTrainingSettings& settings, int pass) {
+  const int components = settings.components_of_pass(pass);
+  if (pass == 0 || settings.ties(pass) || components <= settings.components_of_pass(pass - 1)) return;
+  split_components(model.states, model.dimension(), components, settings.common.split_distance,
+                   settings.common.least_occupation);
+}
+
+Statistics collect_phone_pass(const PhoneModel& model, const PhoneTrainingData& data,
+                              const PhoneTrainingSettings& settings, int pass, int jobs,
+                              const UtteranceListener& listener) {
+  const auto collect_of = [&](const PhoneModel& of) {
+    const GraphOfWords graph_of = [&](std::span<const int> words) { return phone_graph(of, data.lexicon, words); };
+    return collect_phones(of, data.utterances, graph_of, settings.common.viterbi, jobs, listener);
   };
-  const Statistics statistics = add_up_pass();
+  return settings.ties(pass) ? collect_of(untie(model, data).model) : collect_of(model);
+}
+
+Statistics zero_of_phone_pass(const PhoneModel& model, const PhoneTrainingData& data,
+                              const PhoneTrainingSettings& settings, int pass) {
+  return zero_of(settings.ties(pass) ? untie(model, data).model : model);
+}
+
+PhonePassReport finish_phone_pass(PhoneModel& model, const PhoneTrainingData& data,
+                                  const PhoneTrainingSettings& settings, int pass, const Statistics& statistics) {
+  require_usable(statistics);
+  PhonePassReport report;
+  report.reestimation =
+      settings.ties(pass) ? tie_states(model, data, settings, statistics) : update(model, statistics, settings.common);
   report.log_likelihood = statistics.log_likelihood / statistics.frames;
   report.utterances = statistics.utterances;
   report.skipped = statistics.skipped;
   store_settings(settings, pass + 1, model.training);
   return report;
+}
+
+PhonePassReport run_phone_pass(PhoneModel& model, const PhoneTrainingData& data, const PhoneTrainingSettings& settings,
+                               int pass, int jobs, const UtteranceListener& listener) {
+  prepare_phone_pass(model, settings, pass);
+  const Statistics statistics = collect_phone_pass(model, data, settings, pass, jobs, listener);
+  return finish_phone_pass(model, data, settings, pass, statistics);
 }
 
 }  // namespace kivsr::speech

@@ -49,7 +49,8 @@ void flat_start(PhoneModel& model, const TrainingUtterances& utterances, const T
 struct PhoneTrainingData {
   const PhoneLexicon& lexicon;
   const TrainingUtterances& utterances;
-  std::vector<PhoneSet> sets;  // of the questions; empty: made from the data
+  std::vector<PhoneSet> sets;          // of the questions; empty: made from the data
+  std::vector<std::vector<int>> said;  // in all utterances, where those above are a part of them; else empty
 };
 
 struct PhonePassReport {
@@ -61,5 +62,16 @@ struct PhonePassReport {
 
 PhonePassReport run_phone_pass(PhoneModel& model, const PhoneTrainingData& data, const PhoneTrainingSettings& settings,
                                int pass, int jobs, const UtteranceListener& listener = {});
+
+// The same in steps, for sums that come from several machines: what comes before the sums, which depends on the model
+// alone; the sums, or zero in their shape; and what is made of them.
+void prepare_phone_pass(PhoneModel& model, const PhoneTrainingSettings& settings, int pass);
+Statistics collect_phone_pass(const PhoneModel& model, const PhoneTrainingData& data,
+                              const PhoneTrainingSettings& settings, int pass, int jobs,
+                              const UtteranceListener& listener = {});
+Statistics zero_of_phone_pass(const PhoneModel& model, const PhoneTrainingData& data,
+                              const PhoneTrainingSettings& settings, int pass);
+PhonePassReport finish_phone_pass(PhoneModel& model, const PhoneTrainingData& data,
+                                  const PhoneTrainingSettings& settings, int pass, const Statistics& statistics);
 
 }  // namespace kivsr::speech

@@ -250,8 +250,12 @@ void Statistics::write(const std::filesystem::path& file) const {
 }
 
 Statistics Statistics::read(const std::filesystem::path& file, const WordModel& model) {
+  return read(file, Statistics(model));
+}
+
+Statistics Statistics::read(const std::filesystem::path& file, const Statistics& zero) {
   RecordReader reader(file, kKind);
-  Statistics result(model);
+  Statistics result = zero;
   if (reader.value("model") != std::to_string(result.model_checksum_)) {
     reader.fail("the sums are those of another model or of another pass");
   }
@@ -268,6 +272,11 @@ Statistics Statistics::read(const std::filesystem::path& file, const WordModel& 
       reader.fail(std::string("no run gives these sums: ") + fault);
     }
     occupied += state.total();
+  }
+  for (std::size_t row = 0; row < result.row_frames.size(); ++row) {
+    if (!(result.row_stays[row] >= 0.0 && result.row_stays[row] <= result.row_frames[row] * (1.0 + 1e-6) + 1e-6)) {
+      reader.fail("no run gives these sums: a state is stayed in for longer than it is occupied");
+    }
   }
   if (result.frames < 0.0 || result.utterances < 0.0 || result.skipped < 0.0 ||
       occupied > result.frames * (1.0 + 1e-6)) {

@@ -77,6 +77,8 @@ class Statistics {
   void write(const std::filesystem::path& file) const;
   // Throws Fault unless the file belongs to this model.
   static Statistics read(const std::filesystem::path& file, const WordModel& model);
+  // The same for sums of the shape of zero.
+  static Statistics read(const std::filesystem::path& file, const Statistics& zero);
 
   double frames = 0.0;
   double utterances = 0.0;

@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <exception>
 #include <mutex>
-#include <thread>
+#include <optional>
 #include <utility>
 #include <vector>
+
+#include "kivsr/speech/io/batch.h"
 
 namespace kivsr::speech {
 
@@ -25,51 +26,52 @@ const char* reason(Statistics::Outcome outcome) {
   return "";
 }
 
+// Sums of blocks, added in the order of the blocks whichever is done first.
 class BlockSum {
  public:
-  BlockSum(const Statistics& zero, std::size_t utterances, const UtteranceListener& listener)
-      : total_(zero), zero_(zero), utterances_(utterances), listener_(listener) {
+  BlockSum(const Statistics& zero, std::size_t utterances, std::size_t threads, const UtteranceListener& listener)
+      : total_(zero), zero_(zero), workers_(threads), utterances_(utterances), listener_(listener) {
     total_.clear();
     zero_.clear();
   }
 
-  void work(const std::function<UtteranceAdder()>& make_adder) noexcept {
+  std::size_t blocks() const { return std::min(kBlocks, utterances_); }
+
+  void work(std::size_t worker, std::size_t block, const std::function<UtteranceAdder()>& make_adder) {
     try {
-      const UtteranceAdder add = make_adder();
-      Statistics sums = zero_;
-      for (std::size_t block = take(); block < kBlocks; block = take()) {
-        sums.clear();
-        std::vector<LeftOut> left_out;
-        for (std::size_t utterance = first(block); utterance < first(block + 1); ++utterance) {
-          begin(utterance);
-          const auto outcome = add(utterance, sums);
-          if (outcome == Statistics::Outcome::kUsed) continue;
-          sums.skipped += 1.0;
-          left_out.emplace_back(utterance, reason(outcome));
-        }
-        if (!merge(block, sums, left_out)) return;
-      }
+      Worker& own = workers_[worker];
+      if (!own.add) own = {make_adder(), zero_};
+      add(own, block);
     } catch (...) {
       const std::lock_guard lock(mutex_);
-      if (!fault_) fault_ = std::current_exception();
+      failed_ = true;
       merged_.notify_all();
+      throw;
     }
   }
 
-  Statistics result() {
-    if (fault_) std::rethrow_exception(fault_);
-    return std::move(total_);
-  }
+  Statistics result() { return std::move(total_); }
 
  private:
+  struct Worker {
+    UtteranceAdder add;
+    std::optional<Statistics> sums;
+  };
   using LeftOut = std::pair<std::size_t, const char*>;
 
-  std::size_t first(std::size_t block) const { return block * utterances_ / kBlocks; }
+  std::size_t first(std::size_t block) const { return block * utterances_ / blocks(); }
 
-  std::size_t take() {
-    const std::lock_guard lock(mutex_);
-    while (next_ < kBlocks && first(next_) == first(next_ + 1)) ++next_;
-    return fault_ || next_ >= kBlocks ? kBlocks : next_++;
+  void add(Worker& own, std::size_t block) {
+    own.sums->clear();
+    std::vector<LeftOut> left_out;
+    for (std::size_t utterance = first(block); utterance < first(block + 1); ++utterance) {
+      begin(utterance);
+      const auto outcome = own.add(utterance, *own.sums);
+      if (outcome == Statistics::Outcome::kUsed) continue;
+      own.sums->skipped += 1.0;
+      left_out.emplace_back(utterance, reason(outcome));
+    }
+    merge(block, *own.sums, left_out);
   }
 
   void begin(std::size_t utterance) {
@@ -78,42 +80,37 @@ class BlockSum {
     listener_.begin(utterance);
   }
 
-  // Waits for the blocks before it; false if one of them failed.
-  bool merge(std::size_t block, const Statistics& sums, const std::vector<LeftOut>& left_out) {
+  // Waits for the blocks before it, unless one of them failed.
+  void merge(std::size_t block, const Statistics& sums, const std::vector<LeftOut>& left_out) {
     std::unique_lock lock(mutex_);
-    merged_.wait(lock, [&] { return fault_ || first(block) == done_; });
-    if (fault_) return false;
+    merged_.wait(lock, [&] { return failed_ || block == done_; });
+    if (failed_) return;
     total_.add(sums);
     if (listener_.left_out) {
       for (const auto& [utterance, why] : left_out) listener_.left_out(utterance, why);
     }
-    done_ = first(block + 1);
+    ++done_;
     merged_.notify_all();
-    return true;
   }
 
   Statistics total_;
   Statistics zero_;
+  std::vector<Worker> workers_;
   std::size_t utterances_;
   const UtteranceListener& listener_;
   std::mutex mutex_;
   std::condition_variable merged_;
-  std::size_t next_ = 0;  // block
-  std::size_t done_ = 0;  // utterances in the total
-  std::exception_ptr fault_;
+  std::size_t done_ = 0;  // blocks in the total
+  bool failed_ = false;
 };
 
 }  // namespace
 
 Statistics add_up(const Statistics& zero, std::size_t utterances, int jobs,
                   const std::function<UtteranceAdder()>& make_adder, const UtteranceListener& listener) {
-  BlockSum sum(zero, utterances, listener);
-  {
-    std::vector<std::jthread> threads;
-    const auto most = std::min({static_cast<std::size_t>(std::max(jobs, 1)), utterances, kBlocks});
-    for (std::size_t thread = 1; thread < most; ++thread) threads.emplace_back([&] { sum.work(make_adder); });
-    sum.work(make_adder);
-  }
+  const std::size_t threads = batch_threads(std::max(jobs, 1), std::min(kBlocks, utterances));
+  BlockSum sum(zero, utterances, threads, listener);
+  run_batch(sum.blocks(), threads, [&](std::size_t worker, std::size_t block) { sum.work(worker, block, make_adder); });
   return sum.result();
 }
 

@@ -109,7 +109,7 @@ TEST(Program, OptionsWithoutTheirPartners) {
       {"features -o x.npy --mfc-width 5 " + sound, "--mfc-width is for .mfc files"},
       {"train --model m --list l --frames-per-state 3", "--frames-per-state requires --align-with"},
       {"train --model m --list l --statistics s", "--statistics requires --part"},
-      {"train --model m --list l --sum s", "excludes"},
+      {"train --model m --list l --sum s", "except with --dict"},
       {"train --model m --sum s --extension .wav", "--list"},
   };
   for (const auto& [arguments, expected] : refused) {

@@ -123,6 +123,68 @@ TEST(TrainPhones, TheSameBytesForAnyJobsAndInterruptions) {
   EXPECT_NE(other.errors.find("begun with another --tied-states"), std::string::npos) << other.errors;
 }
 
+// Every pass, the one that ties states too, from sums in files: the bytes of a run of one part are those of a run
+// without parts, of three parts what the passes say. Equal gains and weights may come in another order by rounding.
+TEST(TrainPhones, PartsOfPassesMakeTheSameModel) {
+  const PhoneFolder folder;
+  const std::string options = "--tied-states 90 --least-leaf 20 --components 2 --iterations 1 --flat-passes 2 ";
+  const CommandResult whole = run_kivsr(folder.train("whole", options));
+  ASSERT_EQ(whole.status, 0);
+  const auto by_parts = [&](const std::string& model, int parts) {
+    std::string said = run_kivsr(folder.train(model, options + "--passes 0")).output;
+    for (int pass = 0; pass < 5; ++pass) {
+      std::string sums;
+      for (int part = 1; part <= parts; ++part) {
+        const std::string file = quoted(folder / ("s" + std::to_string(part)));
+        sums += " " + file;
+        const std::string of = std::to_string(part) + "/" + std::to_string(parts);
+        EXPECT_EQ(run_kivsr(folder.train(model, "--part " + of + " --statistics " + file)).status, 0);
+      }
+      const CommandResult sum = run_kivsr(folder.train(model, "--sum" + sums));
+      EXPECT_EQ(sum.status, 0) << sum.errors;
+      said += sum.output;
+    }
+    return said;
+  };
+  EXPECT_EQ(by_parts("one", 1), whole.output);
+  EXPECT_EQ(folder.record("one"), folder.record("whole"));
+  EXPECT_EQ(read_file(folder / "one" / "means"), read_file(folder / "whole" / "means"));
+  EXPECT_EQ(by_parts("three", 3), whole.output);
+  const CommandResult done = run_kivsr(folder.train("three", "--part 1/2 --statistics " + quoted(folder / "s1")));
+  EXPECT_NE(done.errors.find("all its passes are done"), std::string::npos) << done.errors;
+
+  ASSERT_EQ(run_kivsr(folder.train("fresh", options + "--passes 0")).status, 0);
+  const CommandResult stale = run_kivsr(folder.train("fresh", "--sum " + quoted(folder / "s1")));
+  EXPECT_EQ(stale.status, 2);
+  EXPECT_NE(stale.errors.find("another model or of another pass"), std::string::npos) << stale.errors;
+}
+
+// The script for clusters with a queue that runs its jobs at once.
+TEST(TrainPhones, ArraysOfJobs) {
+  const char* const program = std::getenv("KIVSR_EXECUTABLE");
+  const char* const source = std::getenv("KIVSR_SOURCE");
+  if (program == nullptr || source == nullptr) GTEST_SKIP() << "KIVSR_EXECUTABLE and KIVSR_SOURCE are not set";
+  const PhoneFolder folder;
+  const auto queue = folder.write("sbatch", R"(#!/bin/sh
+for argument in "$@"; do
+  case $previous in --array) last=${argument#1-} ;; --wrap) command=$argument ;; esac
+  previous=$argument
+done
+for task in $(seq "${last:-1}"); do SLURM_ARRAY_TASK_ID=$task sh -c "$command" > /dev/null || exit 1; done
+echo 7
+)");
+  std::filesystem::permissions(queue, std::filesystem::perms::owner_exec, std::filesystem::perm_options::add);
+  const std::string options = "--flat-passes 2 ";
+  ASSERT_EQ(run_kivsr(folder.train("whole", options)).status, 0);
+  const CommandResult result = run_command("PATH=" + quoted(folder.path()) + ":$PATH KIVSR=" + quoted(program) +
+                                           " SUMS=" + quoted(folder / "sums") + " " +
+                                           quoted(std::filesystem::path(source) / "examples" / "slurm-train") +
+                                           " 1 2 " + folder.train("queued", options).substr(6));
+  ASSERT_EQ(result.status, 0) << result.errors;
+  EXPECT_EQ(result.output, "7\n");
+  EXPECT_EQ(folder.record("queued"), folder.record("whole"));
+}
+
 TEST(TrainPhones, FaultsNameTheirPlace) {
   const PhoneFolder folder;
   const std::string good = (kDigits / "man.ah.111a.mfc").string();
