@@ -131,9 +131,8 @@ std::span<const float> FrameAnalysis::without_offset(std::span<const float> samp
 void FrameAnalysis::window_frame(std::span<const float> samples) {
   const auto count = static_cast<int>(samples.size()) - 1;
   const int length = parameters_.window_length;
-  std::copy(samples.begin(), samples.end() - 1, frame_.begin());
-  if (parameters_.frame_emphasis) frame_[0] = samples[1];
-  call<kivsMulC_32f_I>(-parameters_.pre_emphasis, frame_, count);
+  call<kivsMulC_32f>(samples.data(), -parameters_.pre_emphasis, frame_, count);
+  if (parameters_.frame_emphasis) frame_[0] = -parameters_.pre_emphasis * samples[1];
   call<kivsAdd_32f_I>(samples.data() + 1, frame_, count);
   std::fill(frame_.begin() + count, frame_.end(), 0.0F);
   const float* source = frame_.data();

@@ -14,7 +14,7 @@ namespace kivsr::speech {
 
 struct RawFormat;
 
-constexpr std::size_t kAudioBlock = 65536;  // samples of all channels that are read at a time
+constexpr std::size_t kAudioBlock = 16384;  // samples of all channels that are read at a time: they stay in the cache
 
 struct AudioSource {
   virtual ~AudioSource() = default;

@@ -33,8 +33,10 @@ class WavSource : public AudioSource {
   }
 
   void fill() override {
+    const std::int64_t before = total;
+    while (!ended_ && total == before) take_more();
+    if (total > before) return;
     for (auto& channel : block) channel.clear();
-    while (!ended_ && block.front().empty()) take_more();
   }
 
  private:
