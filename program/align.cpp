@@ -172,10 +172,8 @@ std::string AlignCommand::report(const RecognisedUtterance& utterance) const {
     case ReportFormat::kTsv: return table(utterance, true);
     default: break;
   }
-  return utterance.file +
-         formatted(": %zu words in %.2f s [score %.1f]\n", utterance.words.size(), utterance.audio_seconds,
-                   utterance.score) +
-         table(utterance, false);
+  return utterance.file + ": " + counted(static_cast<std::int64_t>(utterance.words.size()), "word") +
+         formatted(" in %.2f s [score %.1f]\n", utterance.audio_seconds, utterance.score) + table(utterance, false);
 }
 
 RecognisedUtterance AlignCommand::align_text(const FileTask& task, const std::vector<std::string>& words,

@@ -176,14 +176,14 @@ void FeaturesCommand::write_statistics(const std::vector<FileTask>& tasks) const
   OutputFile output(files.output);
   write_moments(output, moments_form, moments);
   output.commit();
-  std::printf("%lld files, %lld frames of %d values\n", static_cast<long long>(moments.files),
-              static_cast<long long>(moments.frames), sums.width());
+  std::printf("%s, %s of %s\n", counted(moments.files, "file").c_str(), counted(moments.frames, "frame").c_str(),
+              counted(sums.width(), "value").c_str());
   loop.finish();
 }
 
 std::string summary(const std::string& file, const UtteranceInfo& info, const Recipe& recipe) {
-  std::string line = file + formatted(": %.2f s, %lld frames of %d values", info.seconds,
-                                      static_cast<long long>(info.frames), recipe.width());
+  std::string line = file + formatted(": %.2f s, ", info.seconds) + counted(info.frames, "frame") + " of " +
+                     counted(recipe.width(), "value");
   if (info.file_channels > 1) line += formatted(", %d channels mixed down", info.file_channels);
   const int rate = recipe.front_end.sample_rate;
   if (info.file_sample_rate != 0 && info.file_sample_rate != rate) {

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "kivsr/speech/io/batch.h"
+#include "program/report_text.h"
 
 namespace kivsr::program {
 
@@ -33,12 +34,12 @@ void BadFiles::say(const std::string& fault, Progress& progress) {
 }
 
 void BadFiles::require_one() const {
-  if (bad_ > 0 && bad_ >= files_) throw Fault("none of the " + std::to_string(files_) + " files can be used");
+  if (bad_ > 0 && bad_ >= files_) throw Fault("none of the " + counted(files_, "file") + " can be used");
 }
 
 void BadFiles::finish() const {
   if (bad_ == 0) return;
-  throw Fault(std::to_string(bad_) + " of " + std::to_string(files_) + " files cannot be used, the others are done");
+  throw Fault(std::to_string(bad_) + " of " + counted(files_, "file") + " cannot be used, the others are done");
 }
 
 // What was posted for each file, run by whoever is there when it is due.

@@ -81,7 +81,8 @@ std::string report_of(const std::string& recording, double seconds, const std::v
   }
   std::string text;
   if (format == "text") {
-    text = recording + formatted(": %zu %s in %.2f s\n", hits.size(), hits.size() == 1 ? "hit" : "hits", seconds);
+    text =
+        recording + ": " + counted(static_cast<std::int64_t>(hits.size()), "hit") + formatted(" in %.2f s\n", seconds);
   }
   for (const AlignedWord& hit : hits) {
     text += format == "tsv" ? recording + formatted("\t%.2f\t%.2f\t", hit.start, hit.end)

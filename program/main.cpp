@@ -14,6 +14,7 @@
 #include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/output_file.h"
+#include "program/configuration.h"
 #include "program/help_formatter.h"
 #include "program/near_miss.h"
 #include "program/subcommands.h"
@@ -72,9 +73,10 @@ void add_subcommands(CLI::App& program) {
 
 // What CLI11 would take for something else, or refuse without a hint.
 void refuse_near_misses(const CLI::App& program, const std::vector<std::string>& arguments) {
-  if (arguments.empty() || arguments[0].starts_with('-')) return;
-  const CLI::App* const subcommand = kivsr::program::find_subcommand(program, arguments[0]);
-  if (subcommand == nullptr) throw kivsr::speech::Fault(kivsr::program::unknown_subcommand(program, arguments[0]));
+  const std::size_t place = kivsr::program::subcommand_place(arguments);
+  if (place >= arguments.size() || arguments[place].starts_with('-')) return;
+  const CLI::App* const subcommand = kivsr::program::find_subcommand(program, arguments[place]);
+  if (subcommand == nullptr) throw kivsr::speech::Fault(kivsr::program::unknown_subcommand(program, arguments[place]));
   kivsr::program::refuse_single_hyphens(*subcommand, arguments);
 }
 
@@ -95,10 +97,15 @@ int run(const std::vector<std::string>& arguments) {
   program.option_defaults()->always_capture_default();
   const KivLibraryVersion& version = *kivsrGetLibVersion();
   program.set_version_flag("--version", "kivsr " + std::string(version.version), "Print the version and exit");
+  std::string configuration;  // read before the arguments are
+  program.add_option("--config", configuration,
+                     "File of options for subcommands, which those of the command line override, in place of "
+                     "$KIVSR_CONFIG or ~/.config/kivsr/config");
   add_subcommands(program);
   try {
     refuse_near_misses(program, arguments);
-    program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // from the last to the first
+    const std::vector<std::string> all = kivsr::program::with_configuration(program, arguments);
+    program.parse(std::vector<std::string>(all.rbegin(), all.rend()));  // from the last to the first
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) return report("standard output cannot be written");
     return 0;
   } catch (const CLI::ExtrasError& error) {

@@ -16,7 +16,7 @@ namespace kivsr::program {
 namespace {
 
 // Names that widespread tools use, and ours. A name may stand for several of ours, of which a command has one.
-constexpr std::array<std::pair<std::string_view, std::string_view>, 36> kElsewhere = {{
+constexpr std::array<std::pair<std::string_view, std::string_view>, 48> kElsewhere = {{
     {"hmm", "model"},
     {"jsgf", "grammar"},
     {"fsg", "grammar"},
@@ -53,6 +53,18 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 36> kElsewhe
     {"hop-length", "shift"},
     {"win-length", "window-length"},
     {"cmn", "normalise"},
+    {"window-type", "window"},
+    {"frame-length", "window-length"},
+    {"frame-shift", "shift"},
+    {"num-filters", "filter-count"},
+    {"use-energy", "energy"},
+    {"cepstral-lifter", "lifter"},
+    {"ceplifter", "lifter"},
+    {"remove-dc-offset", "remove-offset"},
+    {"snip-edges", "framing"},
+    {"center", "framing"},
+    {"n-jobs", "jobs"},
+    {"threads", "jobs"},
 }};
 
 // Without hyphens in front and a value behind, in our spelling, with hyphens for underscores.

@@ -43,7 +43,8 @@ void describe_argument(std::string type, OptionHelp& help) {
   if (const std::size_t open = type.find('{'); open != std::string::npos) {
     const std::size_t close = type.find('}', open);
     help.choices = split(type.substr(open + 1, close - open - 1), ',');
-    help.argument = joined(help.choices, "|");
+    // Where the description tells the words, the argument has a name.
+    help.argument = type.starts_with("NAME:") ? "NAME" : joined(help.choices, "|");
     return;
   }
   type = type.substr(0, type.find(':'));
@@ -62,8 +63,11 @@ OptionHelp described(const CLI::Option& option) {
   help.positional = option.get_positional() && !option.nonpositional();
   help.required = option.get_required();
   help.several = option.get_expected_max() == CLI::detail::expected_max_vector_size;
-  if (option.get_type_size() == 0) return help;
   help.default_value = option.get_default_str();
+  if (option.get_type_size() == 0) {
+    if (help.default_value == "false") help.default_value.clear();  // like every flag
+    return help;
+  }
   describe_argument(option.get_type_name(), help);
   if (help.default_value == "[]") help.default_value.clear();  // an empty list
   return help;

@@ -50,7 +50,7 @@ void add_picture_options(CLI::App& command, PictureOptions& options, const std::
             options.width = static_cast<int>(size.first);
             options.height = static_cast<int>(size.second);
           },
-          "Size of the picture in pixels, or in points of SVG and PDF")
+          "Size of the picture in pixels, or in points of SVG and PDF (default: as suits)")
       ->type_name("WIDTHxHEIGHT")
       ->check(size_fault)
       ->needs(picture);
@@ -61,7 +61,7 @@ void add_picture_options(CLI::App& command, PictureOptions& options, const std::
             const auto range = pair_of(text, ',').value();
             options.range = Range{range.first, range.second};
           },
-          "Values from end to end of " + range_help + " in the picture")
+          "Values from end to end of " + range_help + " in the picture (default: those that are there)")
       ->type_name("LOW,HIGH")
       ->check(range_fault)
       ->needs(picture);

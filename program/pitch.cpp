@@ -184,7 +184,7 @@ void add_pitch(CLI::App& program) {
       *command, options->files, Outputs::kShared, "WAV, FLAC, ... or .raw (16-bit, one channel)",
       "File to write: .npy (rows of f0, correlation, probability), .csv, .txt or .PitchTier (default: text "
       "on standard output)");
-  command->add_option("--format", options->format, "On standard output text or csv, in a folder npy or pitchtier too")
+  command->add_option("--format", options->format, "Text (the default) or csv; in a folder npy or pitchtier too")
       ->check(CLI::IsMember({"text", "csv", "npy", "pitchtier"}));
   add_picture_options(*command, options->picture_options, "waveform, spectrogram and pitch",
                       "the colours of the spectrogram, dB,");

@@ -176,8 +176,10 @@ void EncodeCommand::encode_pairs(const FileTask& task, const SplitCodebook& book
   output.write(octets);
   output.commit();
   turn.heard(utterance.info.seconds);
-  turn.print_beside(task.output, task.output + formatted(": %zu frames, %zu frame pairs and the end, %zu bytes\n",
-                                                         frames.size(), (frames.size() + 1) / 2, octets.size()));
+  turn.print_beside(task.output, task.output + ": " + counted(static_cast<std::int64_t>(frames.size()), "frame") +
+                                     ", " + counted(static_cast<std::int64_t>(frames.size() + 1) / 2, "frame pair") +
+                                     " and the end, " + counted(static_cast<std::int64_t>(octets.size()), "byte") +
+                                     "\n");
 }
 
 void EncodeCommand::encode(const FileTask& task, const SplitCodebook& book, FeatureChain& chain, FileTurn& turn,
@@ -240,8 +242,8 @@ int DecodeCommand::write_rows(const std::string& file, const SplitCodebook& book
   }
   const ReceivedFrames received = read_pairs(read_whole_file(file), file);
   if (received.damaged > 0) {
-    std::fprintf(stderr, "kivsr: %s: %d of %d frame pairs damaged and concealed\n", file.c_str(), received.damaged,
-                 received.pairs);
+    std::fprintf(stderr, "kivsr: %s: %d of %s damaged and concealed\n", file.c_str(), received.damaged,
+                 counted(received.pairs, "frame pair").c_str());
   }
   writer.append(decode_frames(received.frames, book, file));
   return static_cast<int>(received.frames.size());
@@ -265,7 +267,8 @@ void DecodeCommand::run() const {
     writer.finish();
     output.commit();
     turn.heard(frames * recipe.frame_seconds());
-    turn.print_beside(task.output, task.output + formatted(": %d frames of %d values\n", frames, recipe.width()));
+    turn.print_beside(task.output,
+                      task.output + ": " + counted(frames, "frame") + " of " + counted(recipe.width(), "value") + "\n");
   });
   loop.finish();
 }

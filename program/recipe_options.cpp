@@ -23,16 +23,16 @@ constexpr const char* kGroup = "Recipe";
 constexpr int kLowestRate = 100;
 constexpr int kHighestRate = 1000000;
 
-std::string join(const auto& names) {
+std::string join(const auto& names, const char* between = ", ") {
   std::string text;
-  for (const auto& name : names) text.append(text.empty() ? "" : ", ").append(name);
+  for (const auto& name : names) text.append(text.empty() ? "" : between).append(name);
   return text;
 }
 
 // What the help calls the values of a field.
 template <class Value>
 std::string type_name() {
-  if constexpr (std::is_enum_v<Value>) return "NAME";
+  if constexpr (std::is_enum_v<Value>) return "NAME:{" + join(names_of(Value{}), ",") + "}";
   if constexpr (std::is_same_v<Value, int>) return "INT";
   if constexpr (std::is_same_v<Value, std::vector<float>>) return "FLOAT,...";
   return "FLOAT";
@@ -47,7 +47,7 @@ std::string fault_of(const std::string& text) {
 }
 
 template <class Value>
-CLI::Option* add_field(CLI::App& command, const RecipeField& field, std::string& text) {
+CLI::Option* add_field(CLI::App& command, const RecipeField& field, const Value& value, std::string& text) {
   const std::string name(field.name);
   std::string help(field.help);
   CLI::Option* option = nullptr;
@@ -58,13 +58,16 @@ CLI::Option* add_field(CLI::App& command, const RecipeField& field, std::string&
     if constexpr (std::is_enum_v<Value>) help += ": " + join(names_of(Value{}));
     option = command.add_option("--" + name, text, help)->type_name(type_name<Value>())->check(fault_of<Value>);
   }
-  return option->group(std::string(field.group));
+  return option->default_str(field_text(value))->group(std::string(field.group));
 }
 
 }  // namespace
 
 RecipeOptions::RecipeOptions(CLI::App& command, const std::string& preset) : command_(command), preset_(preset) {
-  CLI::Option* const by_name = command.add_option("--preset", preset_, "Recipe to start from: " + join(preset_names()));
+  CLI::Option* const by_name =
+      command.add_option("--preset", preset_,
+                         "Recipe to start from, whose values are the defaults of the options below (here those of " +
+                             preset + "): " + join(preset_names()));
   CLI::Option* const by_file = command.add_option(
       "--recipe,--config", recipe_file_, "File of a recipe to start from, as kivsr features --as-config writes it");
   CLI::Option* const by_model =
@@ -72,11 +75,11 @@ RecipeOptions::RecipeOptions(CLI::App& command, const std::string& preset) : com
   for (CLI::Option* const option : {by_name, by_file, by_model}) option->group(kGroup);
   by_file->excludes(by_name);
   by_model->excludes(by_name)->excludes(by_file);
-  Recipe shape;
-  visit_fields(shape, [&]<class Value>(const RecipeField& field, Value&) {
+  Recipe defaults = speech::preset(preset);
+  visit_fields(defaults, [&]<class Value>(const RecipeField& field, Value& value) {
     std::string& text = texts_.emplace_back();
     const bool option = !field.name.starts_with("source");  // what the files are says it
-    options_.push_back(option ? add_field<Value>(command, field, text) : nullptr);
+    options_.push_back(option ? add_field(command, field, value, text) : nullptr);
   });
 }
 

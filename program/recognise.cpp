@@ -97,8 +97,9 @@ SearchNetwork RecogniseCommand::ngram_network_of(const AcousticModel& model) con
   SearchNetwork network =
       build_ngram_network(read_ngram_model(ngram_file), acoustic.dictionary_path(model), model, weights, unknown);
   if (!unknown.empty()) {
-    std::fprintf(stderr, "kivsr: %zu words of the language model %s cannot be pronounced and are left out: \"%s\"%s\n",
-                 unknown.size(), ngram_file.c_str(), unknown.front().c_str(), unknown.size() > 1 ? ", ..." : "");
+    std::fprintf(stderr, "kivsr: %s of the language model %s cannot be pronounced: left out \"%s\"%s\n",
+                 counted(static_cast<std::int64_t>(unknown.size()), "word").c_str(), ngram_file.c_str(),
+                 unknown.front().c_str(), unknown.size() > 1 ? ", ..." : "");
   }
   return network;
 }

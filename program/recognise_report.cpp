@@ -11,8 +11,9 @@ namespace {
 double ratio(double elapsed, double audio) { return audio > 0.0 ? elapsed / audio : 0.0; }
 
 std::string error_text(const WordErrors& errors) {
-  return formatted("%d errors of %d words (%d substitutions, %d deletions, %d insertions)", errors.total(),
-                   errors.words, errors.substitutions, errors.deletions, errors.insertions);
+  return counted(errors.total(), "error") + " of " + counted(errors.words, "word") + " (" +
+         counted(errors.substitutions, "substitution") + ", " + counted(errors.deletions, "deletion") + ", " +
+         counted(errors.insertions, "insertion") + ")";
 }
 
 }  // namespace
@@ -82,8 +83,9 @@ void RecogniseReport::add(const RecognisedUtterance& utterance) {
 
 void RecogniseReport::finish() const {
   if (format_ != ReportFormat::kText || (utterances_ < 2 && !(with_reference_ && utterances_ > 0))) return;
-  std::string text = formatted("total: %d files, %.2f s, real-time factor %.4f", utterances_, audio_seconds_,
-                               ratio(elapsed_seconds_, audio_seconds_));
+  std::string text =
+      "total: " + counted(utterances_, "file") +
+      formatted(", %.2f s, real-time factor %.4f", audio_seconds_, ratio(elapsed_seconds_, audio_seconds_));
   if (with_reference_) text += ", " + error_text(errors_);
   write_(text + "\n");
 }

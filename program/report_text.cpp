@@ -17,6 +17,10 @@ std::string formatted(const char* format, ...) {
   return line;
 }
 
+std::string counted(std::int64_t count, const char* one) {
+  return std::to_string(count) + " " + one + (count == 1 ? "" : "s");
+}
+
 std::string joined(const std::vector<std::string>& words, std::string_view between) {
   std::string text;
   for (const std::string& word : words) {

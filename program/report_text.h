@@ -1,6 +1,7 @@
 // Pieces of what subcommands print, and where it goes.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,6 +10,9 @@ namespace kivsr::program {
 
 // As std::printf makes it.
 __attribute__((format(printf, 1, 2))) std::string formatted(const char* format, ...);
+
+// "1 file", "2 files".
+std::string counted(std::int64_t count, const char* one);
 
 std::string joined(const std::vector<std::string>& words, std::string_view between = " ");
 

@@ -13,8 +13,8 @@ std::string segment_lines(const std::string& file, const std::vector<SpeechSegme
     double speech = 0.0;
     for (const SpeechSegment& segment : segments) speech += segment.duration();
     lines = file;
-    lines += formatted(": %zu segment%s, %.2f s of speech in %.2f s\n", segments.size(),
-                       segments.size() == 1 ? "" : "s", speech, seconds);
+    lines += ": " + counted(static_cast<std::int64_t>(segments.size()), "segment") +
+             formatted(", %.2f s of speech in %.2f s\n", speech, seconds);
   }
   for (const SpeechSegment& segment : segments) {
     switch (format) {

@@ -22,6 +22,7 @@
 #include "program/progress.h"
 #include "program/raw_options.h"
 #include "program/recipe_options.h"
+#include "program/report_text.h"
 #include "program/subcommands.h"
 #include "program/train_phones.h"
 
@@ -129,9 +130,9 @@ void TrainCommand::begin(const std::vector<TrainingItem>& items) {
   start_model(model_, utterances_, settings, aligner ? &*aligner : nullptr);
   store_settings(settings, 0, model_.training);
   const int words = static_cast<int>(model_.units.size()) - (model_.silence() >= 0 ? 1 : 0);
-  std::printf("%d files, %lld frames of %d values; %d %s, %d states\n", static_cast<int>(utterances_.all().size()),
-              static_cast<long long>(utterances_.frames()), model_.dimension(), words,
-              model_.plain_mixture ? "mixture" : "words", static_cast<int>(model_.states.size()));
+  std::printf("%s; %s, %s\n", amount_text(utterances_, model_.dimension()).c_str(),
+              counted(words, model_.plain_mixture ? "mixture" : "word").c_str(),
+              counted(static_cast<std::int64_t>(model_.states.size()), "state").c_str());
   write_word_model(model_file, model_);
 }
 

@@ -10,6 +10,7 @@
 #include "kivsr/speech/front/feat_params.h"
 #include "kivsr/speech/io/fault.h"
 #include "program/numbers.h"
+#include "program/report_text.h"
 
 namespace kivsr::program {
 
@@ -150,9 +151,9 @@ class PhoneTraining {
   void start() {
     flat_start(model_, utterances_, settings_.common);
     store_settings(settings_, 0, model_.training);
-    std::printf("%d files, %lld frames of %d values; %d phones, %d states\n",
-                static_cast<int>(utterances_.all().size()), static_cast<long long>(utterances_.frames()),
-                model_.dimension(), static_cast<int>(model_.definition.phones.size()), model_.definition.states);
+    std::printf("%s; %s, %s\n", amount_text(utterances_, model_.dimension()).c_str(),
+                counted(static_cast<std::int64_t>(model_.definition.phones.size()), "phone").c_str(),
+                counted(model_.definition.states, "state").c_str());
     std::filesystem::create_directories(run_.folder);
     write_phone_model(record_, model_);
   }
@@ -232,6 +233,11 @@ void PhoneOptions::add_to(CLI::App& command) {
               "Most states of phones in context, tied by trees; 0: phones alone");
   add_setting("least-leaf", &S::least_leaf, 1.0, 1e9, "Frames of a tied state, at least");
   for (CLI::Option* const option : options) option->needs("--dict");
+}
+
+std::string amount_text(const TrainingUtterances& utterances, int dimension) {
+  return counted(static_cast<std::int64_t>(utterances.all().size()), "file") + ", " +
+         counted(utterances.frames(), "frame") + " of " + counted(dimension, "value");
 }
 
 void train_phones(const PhoneTrainingRun& run, const PhoneOptions& options) { PhoneTraining(run, options).run(); }

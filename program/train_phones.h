@@ -48,6 +48,9 @@ struct PhoneTrainingRun {
   std::function<void(const TrainingSettings& stored)> compare;
 };
 
+// "30 files, 3100 frames of 39 values".
+std::string amount_text(const TrainingUtterances& utterances, int dimension);
+
 void train_phones(const PhoneTrainingRun& run, const PhoneOptions& options);
 
 }  // namespace kivsr::program

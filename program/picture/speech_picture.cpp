@@ -83,8 +83,8 @@ void SpeechPicture::draw(OutputFile& file, const PictureOptions& options, const 
                          const std::vector<SpeechSegment>& segments) const {
   Page page(options, kWidth, kHeight);
   const double seconds = static_cast<double>(envelope_.samples()) / sample_rate_;
-  page.title(name + formatted(":  %.2f s at %d Hz, %zu segment%s of speech", seconds, sample_rate_, segments.size(),
-                              segments.size() == 1 ? "" : "s"));
+  page.title(name + formatted(":  %.2f s at %d Hz, ", seconds, sample_rate_) +
+             counted(static_cast<std::int64_t>(segments.size()), "segment") + " of speech");
   const auto panels = stacked({{60.0, 180.0}, {30.0, 120.0}, {30.0, 80.0}}, page.height(), {0.0, seconds});
   draw_waveform(page, panels[0], envelope_, sample_rate_);
   draw_energy(page, panels[1], options.range);

@@ -1,6 +1,7 @@
 // The one list of the fields of a recipe: text, comparison and command-line options are made from it.
 #pragma once
 
+#include <algorithm>
 #include <span>
 #include <string_view>
 
@@ -166,6 +167,9 @@ requires std::is_enum_v<Choice> std::string field_text(Choice value) {
 }
 
 // The value of such a text; false for a text that is none.
+// What other tools call a value, in our words; empty if it is none that we know.
+std::string_view name_elsewhere(std::string_view text);
+
 bool read_field(const std::string& text, bool& value);
 bool read_field(const std::string& text, int& value);
 bool read_field(const std::string& text, float& value);
@@ -175,12 +179,11 @@ template <class Choice>
 requires std::is_enum_v<Choice>
 bool read_field(const std::string& text, Choice& value) {
   const auto names = names_of(Choice{});
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    if (names[i] != text) continue;
-    value = static_cast<Choice>(i);
-    return true;
-  }
-  return false;
+  auto name = std::find(names.begin(), names.end(), text);
+  if (name == names.end()) name = std::find(names.begin(), names.end(), name_elsewhere(text));
+  if (name == names.end()) return false;
+  value = static_cast<Choice>(name - names.begin());
+  return true;
 }
 
 }  // namespace kivsr::speech

@@ -124,6 +124,24 @@ std::string field_text(const std::vector<float>& values) {
   return text;
 }
 
+std::string_view name_elsewhere(std::string_view text) {
+  constexpr std::pair<Name, Name> kElsewhere[] = {{"hanning", "hann"},
+                                                  {"hanning-periodic", "hann-periodic"},
+                                                  {"boxcar", "rectangular"},
+                                                  {"rect", "rectangular"},
+                                                  {"log", "ln"},
+                                                  {"htk", "logarithmic"},
+                                                  {"ortho", "dct"},
+                                                  {"mfcc", "cepstra"},
+                                                  {"fbank", "log-mel"},
+                                                  {"cmn", "mean"},
+                                                  {"cmvn", "mean-variance"}};
+  for (const auto& [elsewhere, ours] : kElsewhere) {
+    if (text == elsewhere) return ours;
+  }
+  return "";
+}
+
 bool read_field(const std::string& text, bool& value) {
   value = text == "yes";
   return value || text == "no";

@@ -41,6 +41,10 @@ TEST(Help, EverySubcommandExplainsItselfInWords) {
     std::istringstream lines(help.output);
     for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 110U) << line;
   }
+  const std::string features = run_kivsr("help features").output;
+  for (const char* const line : {"[default hamming]", "[default 13]", "[default frame]", "[default no]"}) {
+    EXPECT_NE(features.find(line), std::string::npos) << line;
+  }
   const std::string vad = run_kivsr("help vad").output;
   EXPECT_NE(vad.find("--minimum-pause"), std::string::npos);
   EXPECT_NE(vad.find("default 0.2"), std::string::npos);
@@ -59,6 +63,7 @@ TEST(Help, HintsAtWhatIsMeant) {
       {"recognise -hmm m a.wav", "--model"},
       {"recognise --jsgf g a.wav", "--grammar"},
       {"features --num-ceps=13 a.wav", "--cepstrum-count"},
+      {"features -remove-dc-offset a.wav", "--remove-offset"},
       {"features --sample_rate 8000 a.wav", "--sample-rate"},
       {"features --normalize mean a.wav", "--normalise"},
       {"vad --formta csv a.wav", "--format"},
@@ -99,8 +104,15 @@ complete_for() { COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kivsr; echo "${COMP
 complete_for kivsr reco
 complete_for kivsr vad --form
 complete_for kivsr vad --format au
+complete_for kivsr features --window hann
 )");
-  EXPECT_EQ(run_command("bash " + quoted(script)).output, "recognise\n--format\naudacity\n");
+  EXPECT_EQ(run_command("bash " + quoted(script)).output, "recognise\n--format\naudacity\nhann hann-periodic\n");
+  if (run_command("command -v fish").status != 0) return;
+  const auto fish_script =
+      folder.write("kivsr.fish", fish + "complete -C 'kivsr reco'\ncomplete -C 'kivsr vad --format au'\n");
+  const std::string offered = run_command("fish " + quoted(fish_script)).output;
+  EXPECT_TRUE(offered.starts_with("recognise\t")) << offered;
+  EXPECT_NE(offered.find("\naudacity\t"), std::string::npos) << offered;
 }
 
 TEST(NearMiss, CountsChangesOfLetters) {

@@ -71,7 +71,7 @@ TEST_F(LongSound, StatisticsOfSoundAndOfRowsNeedNoMoreMemory) {
     const CommandResult result = run_in(50, "features --stats --preset htk-mfcc:MFCC_E_D_A --no-normalise-energy " +
                                                 quoted(input) + " -o " + quoted(folder_ / "sums.json"));
     ASSERT_EQ(result.status, 0) << result.errors;
-    EXPECT_EQ(result.output, "1 files, 119998 frames of 39 values\n");
+    EXPECT_EQ(result.output, "1 file, 119998 frames of 39 values\n");
   }
 }
 

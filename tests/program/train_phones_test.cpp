@@ -47,7 +47,7 @@ int errors_of_digits(const PhoneFolder& folder, const std::string& model) {
   const std::size_t place = heard.output.rfind("real-time factor");
   int errors = -1;
   if (place != std::string::npos) {
-    std::sscanf(heard.output.c_str() + heard.output.find(',', place), ", %d errors of 107", &errors);
+    std::sscanf(heard.output.c_str() + heard.output.find(',', place), ", %d %*s of 107", &errors);
   }
   return errors;
 }
