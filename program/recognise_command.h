@@ -33,7 +33,7 @@ struct RecogniseCommand {
   bool skip_unknown = false;
   FileOptions files;
   RawFormat raw;
-  SearchWeights weights;
+  SearchWeights weights{.insertion_penalty = -10.0F};
   Beams beams;
   ResultOptions results;
 
