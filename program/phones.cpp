@@ -17,7 +17,8 @@ void add_phones(CLI::App& program) {
   options->phone_loop = true;
   options->weights.language_weight = 4.0F;
   options->weights.insertion_penalty = -2.0F;
-  options->beams = {.state = 60.0F, .phone = 50.0F, .word = 40.0F};
+  options->beams = {
+      .given = {.state = 60.0F, .phone = 50.0F, .word = 40.0F}, .has_state = true, .has_phone = true, .has_word = true};
   add_file_options(
       *command, options->files, Outputs::kShared,
       "WAV, FLAC, ... or .raw (16-bit, one channel); or cepstra of the model's front end: .npy, .htk, .mfc "
@@ -35,7 +36,7 @@ void add_phones(CLI::App& program) {
              "Factor of the log weights of phones");
   add_number(*command, "--insertion-penalty", options->weights.insertion_penalty, -10000, 10000,
              "Added to the log score for each phone");
-  add_search_options(*command, options->weights, options->beams, options->acoustic);
+  add_search_options(*command, options->weights, options->beams.given, options->acoustic);
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }

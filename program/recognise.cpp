@@ -19,6 +19,7 @@
 #include "kivsr/speech/decode/search_network.h"
 #include "kivsr/speech/decode/viterbi_search.h"
 #include "kivsr/speech/decode/word_errors.h"
+#include "kivsr/speech/front/running_normaliser.h"
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/binary_file.h"
@@ -81,6 +82,8 @@ Dictionary RecogniseCommand::dictionary(const AcousticModel& model, const WordNe
 
 // Forms that consist of words with their times.
 static bool with_times(ReportFormat format) { return format != ReportFormat::kText && format != ReportFormat::kTsv; }
+
+bool RecogniseCommand::tells_times() const { return alignment || with_times(format) || results.with_confidence(); }
 
 SearchNetwork RecogniseCommand::network_of(WordNetwork words_allowed, const Dictionary& pronunciations,
                                            const AcousticModel& model) const {
@@ -153,9 +156,12 @@ struct RecogniseCommand::Worker {
         network(given.network),
         model(*given.model),
         scorer(make_mixture_scorer(*given.model, options.acoustic.scoring)),
-        chain(options.acoustic.recipe_of(*given.model)),
-        search(given.network, *given.model, *scorer, options.beams) {
+        normalisation(options.acoustic.recipe_of(*given.model), model.static_mean, options.streaming.mean_frames),
+        chain(options.mean == MeanOver::kRunning ? normalisation.rest() : options.acoustic.recipe_of(*given.model)),
+        search(given.network, *given.model, *scorer, options.beams.of(*given.model)) {
     if (options.results.with_lattice()) search.record_lattice(options.results.beam);
+    if (options.mean != MeanOver::kRunning) return;
+    chain.change_statics([this](FeatureMatrix& statics) { normalisation.apply(statics); });
   }
   RecognisedUtterance recognise(const std::string& file) { return command.recognise(file, *this); }
 
@@ -163,6 +169,7 @@ struct RecogniseCommand::Worker {
   const SearchNetwork& network;
   const AcousticModel& model;
   std::unique_ptr<Scorer> scorer;
+  RunningNormalisation normalisation;
   FeatureChain chain;
   ViterbiSearch search;
 };
@@ -177,40 +184,46 @@ RecognisedUtterance RecogniseCommand::recognise(const std::string& file, Worker&
     all_rows.values.insert(all_rows.values.end(), rows.values.begin(), rows.values.end());
   };
   UtteranceInfo info;
+  worker.normalisation.restart();
   try {
     info = stream_utterance(file, worker.chain, raw, follow);
   } catch (...) {
     worker.search.finish();  // what it holds of this file is not for the next
     throw;
   }
-  Hypothesis hypothesis = worker.search.finish();
-  const std::vector<double> confidences = results.confidences(hypothesis, worker.network);
-  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+  RecognisedUtterance utterance = utterance_of(
+      worker.search.finish(),
+      {file, "", worker.network, worker.model, *worker.scorer, all_rows, worker.chain.recipe().frame_seconds()});
+  utterance.audio_seconds = info.seconds;
+  utterance.elapsed_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return utterance;
+}
 
+RecognisedUtterance RecogniseCommand::utterance_of(Hypothesis hypothesis, const Origin& origin) const {
+  const std::vector<double> confidences = results.confidences(hypothesis, origin.network);
   RecognisedUtterance utterance;
-  utterance.file = file;
-  utterance.words = spoken_words(hypothesis.words, worker.network);
+  utterance.file = origin.file;
+  utterance.segment = origin.segment;
+  utterance.words = spoken_words(hypothesis.words, origin.network);
   utterance.score = hypothesis.score;
   utterance.complete = hypothesis.complete;
-  utterance.audio_seconds = info.seconds;
-  utterance.elapsed_seconds = elapsed.count();
-  const double seconds = worker.chain.recipe().frame_seconds();
-  if (alignment || with_times(format) || results.with_confidence()) {
-    utterance.alignment = word_times(hypothesis.words, worker.network, seconds);
+  if (tells_times() || !origin.segment.empty()) {
+    utterance.alignment = word_times(hypothesis.words, origin.network, origin.frame_seconds);
     for (std::size_t i = 0; i < confidences.size(); ++i) utterance.alignment[i].confidence = confidences[i];
     if (phones) {
       utterance.level = TimeLevel::kPhones;
       const auto segments =
-          PhoneAligner(worker.network, worker.model, *worker.scorer).align(hypothesis.words, all_rows);
-      add_phone_times(utterance.alignment, segments, worker.model.definition, seconds, utterance.level);
+          PhoneAligner(origin.network, origin.model, origin.scorer).align(hypothesis.words, origin.rows);
+      add_phone_times(utterance.alignment, segments, origin.model.definition, origin.frame_seconds, utterance.level);
     }
   }
-  results.tell(hypothesis, worker.network, seconds, utterance);
+  results.tell(hypothesis, origin.network, origin.frame_seconds, utterance);
   return utterance;
 }
 
 void RecogniseCommand::check_format(const std::vector<FileTask>& tasks) const {
-  results.check(format, tasks.size() > 1);
+  results.check(format, tasks.size() > 1 || segment);
+  check_stream(tasks);
   if (phones && !alignment && format != ReportFormat::kJson && format != ReportFormat::kTextGrid) {
     throw Fault("--phones is for --alignment and the formats json and textgrid");
   }
@@ -232,41 +245,78 @@ void RecogniseCommand::recognise_all(const Task& given, const std::vector<FileTa
   FileLoop loop(phone_loop ? "phones" : "recognise", tasks, files.jobs, files.stop_at_fault);
   std::optional<OutputFile> output;
   if (!files.output.empty()) output.emplace(files.output);
-  RecogniseReport report(format, references.has_value(), results.with_confidence(), [&](std::string_view text) {
+  const ReportContents contents{style(), references.has_value(), results.with_confidence()};
+  RecogniseReport report(format, contents, [&](std::string_view text) {
     if (output) return output->write(text);
     loop.progress().clear();
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);
   });
-  loop.run([&] {
-    const auto worker = std::make_shared<Worker>(*this, given);
-    return [&, worker](const FileTask& task, FileTurn& turn) {
-      RecognisedUtterance utterance = worker->recognise(task.input);
-      turn.heard(utterance.audio_seconds);
-      if (references) {
-        utterance.reference = references->find(utterance.file);
-        utterance.errors = count_word_errors(utterance.reference, utterance.words);
-      }
-      if (task.output.empty()) return turn.post([&report, utterance] { report.add(utterance); });
-      std::string text;
-      RecogniseReport(format, references.has_value(), results.with_confidence(), [&](std::string_view more) {
-        text += more;
-      }).add(utterance);
-      write_report(task.output, text);
-    };
-  });
+  const References* const known = references ? &*references : nullptr;
+  if (segment) {
+    recognise_segments(given, loop, report, known);
+  } else {
+    recognise_each(given, loop, report, known);
+  }
   report.finish();
   if (output) output->commit();
   loop.finish();
 }
 
-void RecogniseCommand::run() const {
+void RecogniseCommand::recognise_each(const Task& given, FileLoop& loop, RecogniseReport& report,
+                                      const References* references) const {
+  loop.run([&] {
+    const auto worker = std::make_shared<Worker>(*this, given);
+    return [&, worker](const FileTask& task, FileTurn& turn) {
+      RecognisedUtterance utterance = worker->recognise(task.input);
+      turn.heard(utterance.audio_seconds);
+      if (references != nullptr) {
+        utterance.reference = references->find(utterance.file);
+        utterance.errors = count_word_errors(utterance.reference, utterance.words);
+      }
+      if (task.output.empty()) return turn.post([&report, utterance] { report.add(utterance); });
+      std::string text;
+      RecogniseReport(format, report.contents(), [&](std::string_view more) { text += more; }).add(utterance);
+      write_report(task.output, text);
+    };
+  });
+}
+
+void RecogniseCommand::run() {
+  if (live) {
+    segment = true;
+    if (files.files.empty() && files.list.empty()) files.files = {"-"};
+  }
   const auto tasks = file_tasks(files, Outputs::kShared, [this](const std::string&) { return extension_of(format); });
   check_format(tasks);
   if (!rule.empty() && grammar_file.empty()) throw Fault("recognise: --rule needs --grammar");
   say_unused_raw_options(raw, inputs_of(tasks));
   recognise_all(task(), tasks);
 }
+
+namespace {
+
+void add_stream_options(CLI::App& command, RecogniseCommand& options) {
+  command.add_flag("--segment", options.segment, "One result for each stretch of speech between pauses");
+  command.add_flag("--live", options.live,
+                   "The same of one stream as it comes, standard input or a pipe: each result at once");
+  command.add_flag("--partial", options.partial,
+                   "With --live: the best guess too, as it changes (on a terminal and in JSON always)");
+  add_number(command, "--pause", options.streaming.pause, 0.02, 10,
+             "Silence behind words that ends a segment, where the sentence may end, s");
+  add_number(command, "--longest-pause", options.streaming.longest_pause, 0.02, 60,
+             "The same where the sentence may not end, s");
+  add_number(command, "--longest-segment", options.streaming.longest, 1, 3600,
+             "Speech without such a pause is cut after, s");
+  add_choice(
+      command, "--mean", options.mean,
+      {{"recipe", MeanOver::kAsRecipe}, {"utterance", MeanOver::kUtterance}, {"running", MeanOver::kRunning}},
+      "What the mean that is taken out is of: as the model's recipe says, of segments the running one; the whole "
+      "file or segment; or what came before");
+  add_number(command, "--mean-frames", options.streaming.mean_frames, 2, 10'000'000, "Memory of the running mean");
+}
+
+}  // namespace
 
 void add_recognise(CLI::App& program) {
   CLI::App* const command = program.add_subcommand("recognise", "Recognise the words of audio files");
@@ -289,6 +339,7 @@ void add_recognise(CLI::App& program) {
   command->add_option("--reference", options->reference_file,
                       "Transcriptions, lines \"words (utterance-id)\", to count word errors");
   command->add_flag("--alignment", options->alignment, "Print start and end of each word in seconds");
+  add_stream_options(*command, *options);
   command->add_flag("--phones", options->phones, "Tell the phones of the words with their times too");
   add_format_option(*command, options->format);
   add_result_options(*command, options->results);
@@ -296,7 +347,8 @@ void add_recognise(CLI::App& program) {
              "Factor of the grammar's log weights");
   add_number(*command, "--insertion-penalty", options->weights.insertion_penalty, -10000, 10000,
              "Added to the log score for each word");
-  add_search_options(*command, options->weights, options->beams, options->acoustic);
+  add_search_options(*command, options->weights, options->beams.given, options->acoustic);
+  follow_model(*command, options->beams);
   add_raw_options(*command, options->raw);
   command->callback([options] { options->run(); });
 }

@@ -7,8 +7,11 @@
 #include <vector>
 
 #include "kivsr/speech/decode/search_network.h"
+#include "kivsr/speech/decode/streaming_recogniser.h"
 #include "kivsr/speech/decode/viterbi_search.h"
+#include "kivsr/speech/decode/word_errors.h"
 #include "kivsr/speech/io/audio_file.h"
+#include "program/file_loop.h"
 #include "program/file_options.h"
 #include "program/recognise_report.h"
 #include "program/recogniser_options.h"
@@ -17,8 +20,14 @@
 
 namespace kivsr::program {
 
+enum class MeanOver {
+  kAsRecipe,   // of whole files as the recipe says, of segments running
+  kUtterance,  // of the file or the segment
+  kRunning
+};
+
 struct RecogniseCommand {
-  void run() const;
+  void run();
 
   AcousticOptions acoustic;
   std::string grammar_file;
@@ -34,8 +43,13 @@ struct RecogniseCommand {
   FileOptions files;
   RawFormat raw;
   SearchWeights weights{.insertion_penalty = -10.0F};
-  Beams beams;
+  ModelBeams beams;
   ResultOptions results;
+  bool segment = false;  // one result a segment of speech
+  bool live = false;     // the same of one stream, at once
+  bool partial = false;  // and the best guess as it changes
+  MeanOver mean = MeanOver::kAsRecipe;
+  StreamingRules streaming;
 
  private:
   struct Task {
@@ -43,8 +57,27 @@ struct RecogniseCommand {
     SearchNetwork network;
   };
   struct Worker;
+  class SegmentWorker;
+  // What a result is made of besides the hypothesis.
+  struct Origin {
+    std::string file;
+    std::string segment;  // empty: the whole file
+    const SearchNetwork& network;
+    const AcousticModel& model;
+    Scorer& scorer;
+    const FeatureMatrix& rows;  // if the phones are told
+    double frame_seconds;
+  };
+  RecognisedUtterance utterance_of(Hypothesis hypothesis, const Origin& origin) const;
+  ReportStyle style() const;
+  StreamingRules streaming_rules() const;
+  void check_stream(const std::vector<FileTask>& tasks) const;
   void check_format(const std::vector<FileTask>& tasks) const;
+  bool tells_times() const;
   void recognise_all(const Task& given, const std::vector<FileTask>& tasks) const;
+  void recognise_each(const Task& given, FileLoop& loop, RecogniseReport& report, const References* references) const;
+  void recognise_segments(const Task& given, FileLoop& loop, RecogniseReport& report,
+                          const References* references) const;
   Task task() const;
   Task word_model_task() const;
   Task phone_task() const;

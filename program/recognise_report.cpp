@@ -18,21 +18,28 @@ std::string error_text(const WordErrors& errors) {
 
 }  // namespace
 
-RecogniseReport::RecogniseReport(ReportFormat format, bool with_reference, bool with_confidence, Write write)
-    : format_(format), with_reference_(with_reference), with_confidence_(with_confidence), write_(std::move(write)) {
+RecogniseReport::RecogniseReport(ReportFormat format, const ReportContents& contents, Write write)
+    : format_(format), contents_(contents), write_(std::move(write)) {
   if (format_ != ReportFormat::kTsv) return;
   std::string header = "file\thypothesis\tscore\tseconds\treal_time_factor\tcomplete";
-  if (with_reference_) header += "\treference\twords\tsubstitutions\tdeletions\tinsertions";
-  if (with_confidence_) header += "\tconfidences";
+  if (contents_.style != ReportStyle::kFiles) header = "segment\thypothesis\tscore\tstart\tend\tcomplete";
+  if (contents_.reference) header += "\treference\twords\tsubstitutions\tdeletions\tinsertions";
+  if (contents_.confidence) header += "\tconfidences";
   write_(header + "\n");
 }
 
 std::string RecogniseReport::text_of(const RecognisedUtterance& utterance) const {
-  std::string text = utterance.file + ": " + joined(utterance.words) +
-                     formatted(" [score %.1f, %.2f s, real-time factor %.4f", utterance.score, utterance.audio_seconds,
-                               ratio(utterance.elapsed_seconds, utterance.audio_seconds));
-  if (with_reference_) text += ", " + error_text(utterance.errors);
-  text += utterance.complete ? "]\n" : "] (not a complete sentence)\n";
+  std::string text = joined(utterance.words);
+  if (contents_.style == ReportStyle::kSegments) {
+    text = utterance.segment + formatted(" %.2f-%.2f: ", utterance.start, utterance.end) + text +
+           formatted(" [score %.1f]", utterance.score);
+  } else if (contents_.style == ReportStyle::kFiles) {
+    text = utterance.file + ": " + text +
+           formatted(" [score %.1f, %.2f s, real-time factor %.4f", utterance.score, utterance.audio_seconds,
+                     ratio(utterance.elapsed_seconds, utterance.audio_seconds));
+    text += contents_.reference ? ", " + error_text(utterance.errors) + "]" : "]";
+  }
+  text += utterance.complete || contents_.style == ReportStyle::kLive ? "\n" : " (not a complete sentence)\n";
   for (const AlignedWord& word : utterance.alignment) {
     text += formatted("  %8.2f %8.2f  ", word.start, word.end) + word.word;
     text += (word.confidence < 0.0 ? "" : formatted("  %.3f", word.confidence)) + "\n";
@@ -48,15 +55,18 @@ std::string RecogniseReport::text_of(const RecognisedUtterance& utterance) const
 }
 
 std::string RecogniseReport::tsv_of(const RecognisedUtterance& utterance) const {
-  std::string text = utterance.file + "\t" + joined(utterance.words) +
-                     formatted("\t%.3f\t%.4f\t%.5f\t%d", utterance.score, utterance.audio_seconds,
-                               ratio(utterance.elapsed_seconds, utterance.audio_seconds), utterance.complete ? 1 : 0);
+  const bool whole = utterance.segment.empty();
+  const double speed = ratio(utterance.elapsed_seconds, utterance.audio_seconds);
+  std::string text =
+      utterance.name() + "\t" + joined(utterance.words) +
+      formatted("\t%.3f\t%.4f\t%.5f\t%d", utterance.score, whole ? utterance.audio_seconds : utterance.start,
+                whole ? speed : utterance.end, utterance.complete ? 1 : 0);
   const WordErrors& errors = utterance.errors;
-  if (with_reference_) {
+  if (contents_.reference) {
     text += "\t" + joined(utterance.reference) +
             formatted("\t%d\t%d\t%d\t%d", errors.words, errors.substitutions, errors.deletions, errors.insertions);
   }
-  if (with_confidence_) {
+  if (contents_.confidence) {
     std::vector<std::string> confidences;
     for (const AlignedWord& word : utterance.alignment) {
       if (!word.filler) confidences.push_back(formatted("%.3f", word.confidence));
@@ -66,27 +76,48 @@ std::string RecogniseReport::tsv_of(const RecognisedUtterance& utterance) const 
   return text + "\n";
 }
 
-void RecogniseReport::add(const RecognisedUtterance& utterance) {
-  ++utterances_;
-  audio_seconds_ += utterance.audio_seconds;
-  elapsed_seconds_ += utterance.elapsed_seconds;
-  errors_ += utterance.errors;
+std::string RecogniseReport::form_of(const RecognisedUtterance& utterance) {
+  const bool whole = contents_.style == ReportStyle::kFiles;
   switch (format_) {
-    case ReportFormat::kText: return write_(text_of(utterance));
-    case ReportFormat::kTsv: return write_(tsv_of(utterance));
-    case ReportFormat::kJson: return write_(json_line(utterance));
-    case ReportFormat::kCtm: return write_(ctm_lines(utterance));
-    case ReportFormat::kSrt: return write_(srt_text(utterance));
-    case ReportFormat::kTextGrid: return write_(text_grid(utterance));
+    case ReportFormat::kText: return text_of(utterance);
+    case ReportFormat::kTsv: return tsv_of(utterance);
+    case ReportFormat::kJson:
+      return contents_.style == ReportStyle::kLive ? final_line(utterance) : json_line(utterance);
+    case ReportFormat::kCtm: return ctm_lines(utterance);
+    case ReportFormat::kSrt: return whole ? srt_text(utterance) : subtitles_.add(utterance.alignment);
+    default: break;
   }
+  if (whole) return text_grid(utterance);
+  grid_.add(utterance);
+  return "";
+}
+
+void RecogniseReport::add(const RecognisedUtterance& utterance) {
+  if (contents_.style == ReportStyle::kFiles) count(utterance);
+  write_(form_of(utterance));
+}
+
+void RecogniseReport::count(const RecognisedUtterance& file) {
+  ++utterances_;
+  audio_seconds_ += file.audio_seconds;
+  elapsed_seconds_ += file.elapsed_seconds;
+  errors_ += file.errors;
+}
+
+void RecogniseReport::end_file(const RecognisedUtterance& file) {
+  count(file);
+  if (format_ == ReportFormat::kText && contents_.reference) write_(file.file + ": " + error_text(file.errors) + "\n");
+  if (format_ == ReportFormat::kSrt) write_(subtitles_.finish());
+  if (format_ == ReportFormat::kTextGrid) write_(grid_.finish(file.audio_seconds));
 }
 
 void RecogniseReport::finish() const {
-  if (format_ != ReportFormat::kText || (utterances_ < 2 && !(with_reference_ && utterances_ > 0))) return;
+  const bool tells = utterances_ > 1 || (contents_.reference && utterances_ > 0);
+  if (format_ != ReportFormat::kText || !tells || contents_.style == ReportStyle::kLive) return;
   std::string text =
       "total: " + counted(utterances_, "file") +
       formatted(", %.2f s, real-time factor %.4f", audio_seconds_, ratio(elapsed_seconds_, audio_seconds_));
-  if (with_reference_) text += ", " + error_text(errors_);
+  if (contents_.reference) text += ", " + error_text(errors_);
   write_(text + "\n");
 }
 

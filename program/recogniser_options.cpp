@@ -6,6 +6,7 @@
 #include "kivsr/speech/io/fault.h"
 #include "program/choices.h"
 #include "program/numbers.h"
+#include "program/report_text.h"
 
 namespace kivsr::program {
 
@@ -79,6 +80,29 @@ void add_search_options(CLI::App& command, SearchWeights& weights, Beams& beams,
   add_filler_options(command, weights);
   add_beam_options(command, beams);
   add_scoring_options(command, acoustic);
+}
+
+Beams ModelBeams::of(const AcousticModel& model) const {
+  const Beams usual = default_beams(model);
+  Beams beams = given;
+  if (!has_state) beams.state = usual.state;
+  if (!has_phone) beams.phone = usual.phone;
+  if (!has_word) beams.word = usual.word;
+  return beams;
+}
+
+void follow_model(CLI::App& command, ModelBeams& beams) {
+  AcousticModel of_words;
+  of_words.whole_words = true;
+  const Beams wide = default_beams(of_words);
+  const auto note = [&](const char* name, float usual, float wider, bool& is_given) {
+    command.get_option(name)
+        ->default_str(formatted("%g, of models of words %g", double{usual}, double{wider}))
+        ->each([&is_given](const std::string&) { is_given = true; });
+  };
+  note("--beam", beams.given.state, wide.state, beams.has_state);
+  note("--phone-beam", beams.given.phone, wide.phone, beams.has_phone);
+  note("--word-beam", beams.given.word, wide.word, beams.has_word);
 }
 
 }  // namespace kivsr::program

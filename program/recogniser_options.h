@@ -37,4 +37,16 @@ void add_acoustic_options(CLI::App& command, AcousticOptions& options);
 // Penalties of silence and noise, beams, and how Gaussians are scored.
 void add_search_options(CLI::App& command, SearchWeights& weights, Beams& beams, AcousticOptions& acoustic);
 
+// Beams that follow from the kind of the model where the command line does not give them.
+struct ModelBeams {
+  Beams given;
+  bool has_state = false;
+  bool has_phone = false;
+  bool has_word = false;
+
+  Beams of(const AcousticModel& model) const;
+};
+// Behind add_search_options with what is given.
+void follow_model(CLI::App& command, ModelBeams& beams);
+
 }  // namespace kivsr::program

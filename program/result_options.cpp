@@ -10,6 +10,7 @@
 #include "kivsr/speech/io/text_parts.h"
 #include "program/numbers.h"
 #include "program/report_text.h"
+#include "program/transcript_format.h"
 
 namespace kivsr::program {
 
@@ -44,10 +45,10 @@ void ResultOptions::tell(const Hypothesis& hypothesis, const SearchNetwork& netw
     utterance.alternatives.push_back({spoken_words(sentence.words, network), sentence.score});
   }
   if (lattice.empty()) return;
-  const std::filesystem::path stem = std::filesystem::path(utterance.file).stem();
+  const std::string stem = utterance.segment.empty() ? recording_name(utterance.file) : utterance.segment;
   const std::filesystem::path place(lattice);
-  const auto file = std::filesystem::is_directory(place) ? place / (stem.string() + ".slf") : place;
-  write_report(file.string(), lattice_text(hypothesis.lattice, network, stem.string(), frame_seconds));
+  const auto file = std::filesystem::is_directory(place) ? place / (stem + ".slf") : place;
+  write_report(file.string(), lattice_text(hypothesis.lattice, network, stem, frame_seconds));
 }
 
 void add_result_options(CLI::App& command, ResultOptions& options) {

@@ -1,7 +1,9 @@
 #include "program/transcript_format.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -71,7 +73,36 @@ std::string grid_tier(const std::string& name, const std::vector<Interval>& part
   return text;
 }
 
+std::string grid_head(double end, int tiers) {
+  return formatted(
+      "File type = \"ooTextFile\"\nObject class = \"TextGrid\"\n\nxmin = 0\nxmax = %.6f\ntiers? <exists>\nsize = %d\n"
+      "item []:\n",
+      end, tiers);
+}
+
+std::string grid_item(int number, const std::string& tier) { return formatted("    item [%d]:\n", number) + tier; }
+
+// first: number of the tier of words.
+std::string grid_tiers(const std::vector<AlignedWord>& words, TimeLevel level, int first, double end) {
+  std::string text;
+  const char* const names[] = {"words", "phones", "states"};
+  for (int tier = 0; tier <= static_cast<int>(level); ++tier) {
+    text += grid_item(first + tier, grid_tier(names[tier], intervals(words, static_cast<TimeLevel>(tier)), end));
+  }
+  return text;
+}
+
+// With silence, up to a time.
+void fill_gap(std::vector<AlignedWord>& words, double end) {
+  const double start = words.empty() ? 0.0 : words.back().end;
+  if (start < end) words.push_back({"", start, end, true});
+}
+
 }  // namespace
+
+std::string recording_name(const std::string& file) {
+  return file == "-" ? "stdin" : std::filesystem::path(file).stem().string();
+}
 
 std::string state_name(const AlignedPhone& phone, const AlignedState& state) {
   return phone.phone + "." + std::to_string(state.place);
@@ -99,22 +130,55 @@ std::string extension_of(ReportFormat format) {
   }
 }
 
-std::string json_line(const RecognisedUtterance& utterance) {
-  nlohmann::ordered_json line{{"file", utterance.file},         {"text", joined(utterance.words)},
-                              {"score", utterance.score},       {"seconds", utterance.audio_seconds},
-                              {"complete", utterance.complete}, {"words", nlohmann::ordered_json::array()}};
+namespace {
+
+std::string line_of(const nlohmann::ordered_json& object) {
+  return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+void add_words(const RecognisedUtterance& utterance, nlohmann::ordered_json& line) {
+  line["words"] = nlohmann::ordered_json::array();
   for (const AlignedWord& word : utterance.alignment) {
     if (!word.filler) line["words"].push_back(word_object(word));
   }
   for (const RecognisedUtterance::Alternative& other : utterance.alternatives) {
     line["alternatives"].push_back({{"text", joined(other.words)}, {"score", other.score}});
   }
-  return line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace
+
+std::string json_line(const RecognisedUtterance& utterance) {
+  nlohmann::ordered_json line{{"file", utterance.file}};
+  if (!utterance.segment.empty()) {
+    line.update({{"segment", utterance.segment}, {"start", utterance.start}, {"end", utterance.end}});
+  }
+  line["text"] = joined(utterance.words);
+  line["score"] = utterance.score;
+  line["seconds"] = utterance.audio_seconds;
+  line["complete"] = utterance.complete;
+  add_words(utterance, line);
+  return line_of(line);
+}
+
+std::string final_line(const RecognisedUtterance& utterance) {
+  nlohmann::ordered_json line{
+      {"final", joined(utterance.words)}, {"start", utterance.start}, {"end", utterance.end},
+      {"heard", utterance.heard},         {"score", utterance.score}, {"complete", utterance.complete}};
+  add_words(utterance, line);
+  return line_of(line);
+}
+
+std::string partial_line(const std::string& words, double start, double heard) {
+  return line_of({{"partial", words}, {"start", start}, {"heard", heard}});
 }
 
 std::string ctm_lines(const RecognisedUtterance& utterance, TimeLevel level) {
-  const std::string name = std::filesystem::path(utterance.file).stem().string();
+  const std::string name = recording_name(utterance.file);
   std::string text;
+  if (!utterance.segment.empty()) {
+    text = ";; " + utterance.segment + formatted(" %.2f %.2f\n", utterance.start, utterance.end);
+  }
   for (const Interval& interval : intervals(utterance.alignment, level)) {
     if (interval.text.empty()) continue;
     text += name + formatted(" 1 %.2f %.2f ", interval.start, interval.end - interval.start) + interval.text;
@@ -123,41 +187,68 @@ std::string ctm_lines(const RecognisedUtterance& utterance, TimeLevel level) {
   return text;
 }
 
-std::string srt_text(const RecognisedUtterance& utterance) {
-  std::string result;
-  std::string words;
-  double start = 0.0;
-  double end = 0.0;
-  int number = 0;
-  const auto finish = [&] {
-    if (words.empty()) return;
-    result += std::to_string(++number) + "\n" + srt_time(start) + " --> " + srt_time(end) + "\n" + words + "\n\n";
-    words.clear();
-  };
-  for (const AlignedWord& word : utterance.alignment) {
+std::string SubtitleWriter::end_cue() {
+  if (words_.empty()) return "";
+  const std::string cue =
+      std::to_string(++number_) + "\n" + srt_time(start_) + " --> " + srt_time(end_) + "\n" + words_;
+  words_.clear();
+  return cue + "\n\n";
+}
+
+std::string SubtitleWriter::add(const std::vector<AlignedWord>& words) {
+  std::string cues;
+  for (const AlignedWord& word : words) {
     if (word.filler) continue;
-    if (word.start - end >= kPause || word.end - start > kLongestCue ||
-        words.size() + 1 + word.word.size() > kWidestCue) {
-      finish();
+    if (word.start - end_ >= kPause || word.end - start_ > kLongestCue ||
+        words_.size() + 1 + word.word.size() > kWidestCue) {
+      cues += end_cue();
     }
-    if (words.empty()) start = word.start;
-    words += (words.empty() ? "" : " ") + word.word;
-    end = word.end;
+    if (words_.empty()) start_ = word.start;
+    words_ += (words_.empty() ? "" : " ") + word.word;
+    end_ = word.end;
   }
-  finish();
-  return result;
+  return cues;
+}
+
+std::string SubtitleWriter::finish() {
+  const std::string cue = end_cue();
+  *this = SubtitleWriter();
+  return cue;
+}
+
+std::string srt_text(const RecognisedUtterance& utterance) {
+  SubtitleWriter subtitles;
+  const std::string cues = subtitles.add(utterance.alignment);
+  return cues + subtitles.finish();
 }
 
 std::string text_grid(const RecognisedUtterance& utterance) {
   const double end = utterance.alignment.empty() ? utterance.audio_seconds : utterance.alignment.back().end;
-  const int tiers = static_cast<int>(utterance.level) + 1;
-  std::string text = "File type = \"ooTextFile\"\nObject class = \"TextGrid\"\n\n";
-  text += formatted("xmin = 0\nxmax = %.6f\ntiers? <exists>\nsize = %d\nitem []:\n", end, tiers);
-  const char* const names[] = {"words", "phones", "states"};
-  for (int tier = 0; tier < tiers; ++tier) {
-    text += formatted("    item [%d]:\n", tier + 1);
-    text += grid_tier(names[tier], intervals(utterance.alignment, static_cast<TimeLevel>(tier)), end);
+  return grid_head(end, static_cast<int>(utterance.level) + 1) +
+         grid_tiers(utterance.alignment, utterance.level, 1, end);
+}
+
+void TextGridWriter::add(const RecognisedUtterance& segment) {
+  fill_gap(segments_, segment.start);
+  segments_.push_back({segment.segment, segment.start, segment.end});
+  level_ = std::max(level_, segment.level);
+  for (AlignedWord word : segment.alignment) {
+    const double before = words_.empty() ? 0.0 : words_.back().end;
+    if (word.end <= before) continue;  // silence that the segment before has too
+    word.start = std::max(word.start, before);
+    fill_gap(words_, word.start);
+    words_.push_back(std::move(word));
   }
+}
+
+std::string TextGridWriter::finish(double seconds) {
+  const double end = std::max(seconds, words_.empty() ? 0.0 : words_.back().end);
+  fill_gap(segments_, end);
+  fill_gap(words_, end);
+  const std::string text = grid_head(end, static_cast<int>(level_) + 2) +
+                           grid_item(1, grid_tier("segments", intervals(segments_, TimeLevel::kWords), end)) +
+                           grid_tiers(words_, level_, 2, end);
+  *this = TextGridWriter();
   return text;
 }
 

@@ -1,5 +1,6 @@
 #include "program/word_times.h"
 
+#include <cmath>
 #include <cstddef>
 
 namespace kivsr::program {
@@ -29,6 +30,22 @@ std::vector<AlignedWord> word_times(std::span<const HypothesisWord> words, const
         {label.word, word.first_frame * frame_seconds, (word.last_frame + 1) * frame_seconds, label.filler, {}});
   }
   return result;
+}
+
+double whole_microseconds(double seconds) { return std::round(seconds * 1e6) / 1e6; }
+
+void move_times(std::vector<AlignedWord>& words, double seconds) {
+  const auto move = [seconds](auto& part) {
+    part.start = whole_microseconds(part.start + seconds);
+    part.end = whole_microseconds(part.end + seconds);
+  };
+  for (AlignedWord& word : words) {
+    move(word);
+    for (AlignedPhone& phone : word.phones) {
+      move(phone);
+      for (AlignedState& state : phone.states) move(state);
+    }
+  }
 }
 
 void add_phone_times(std::vector<AlignedWord>& words, const std::vector<std::vector<PhoneSegment>>& segments,

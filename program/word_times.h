@@ -39,6 +39,10 @@ enum class TimeLevel { kWords, kPhones, kStates };
 
 std::vector<AlignedWord> word_times(std::span<const HypothesisWord> words, const SearchNetwork& network,
                                     double frame_seconds);
+// A sum of times without what rounding left of it, which would be printed.
+double whole_microseconds(double seconds);
+// By so many seconds, phones and states too.
+void move_times(std::vector<AlignedWord>& words, double seconds);
 // segments: of each word.
 void add_phone_times(std::vector<AlignedWord>& words, const std::vector<std::vector<PhoneSegment>>& segments,
                      const ModelDefinition& definition, double frame_seconds, TimeLevel level);

@@ -12,6 +12,7 @@
 #include "kivsr/speech/decode/mixture_scorer.h"
 #include "kivsr/speech/decode/ngram_language.h"
 #include "kivsr/speech/decode/search_network.h"
+#include "kivsr/speech/decode/streaming_recogniser.h"
 #include "kivsr/speech/decode/viterbi_search.h"
 #include "kivsr/speech/front/feature_chain.h"
 #include "kivsr/speech/io/fault.h"
@@ -47,67 +48,50 @@ path dictionary_path(const std::string& given, const path& model) {
   return file;
 }
 
-// Model, network and search refer to each other: they stay where they are.
-class Recogniser {
+// Beams that were asked for; the others follow from the model.
+struct GivenBeams {
+  std::optional<float> state;
+  std::optional<float> phone;
+  std::optional<float> word;
+
+  speech::Beams of(const speech::AcousticModel& model) const {
+    speech::Beams beams = speech::default_beams(model);
+    beams.state = state.value_or(beams.state);
+    beams.phone = phone.value_or(beams.phone);
+    beams.word = word.value_or(beams.word);
+    return beams;
+  }
+};
+
+// A model and what may be said. They refer to each other: they stay where they are.
+class Task {
  public:
-  Recogniser(const std::string& model, const Language& language, const std::string& dictionary,
-             const speech::SearchWeights& weights, const speech::Beams& beams, std::optional<double> scale)
-      : scale_(scale) {
-    const py::gil_scoped_release released;
+  Task(const std::string& model, const Language& language, const std::string& dictionary,
+       const speech::SearchWeights& weights) {
     if (speech::is_word_model_file(model)) {
       open_words(model, language, dictionary, weights);
     } else {
       open_phones(model, language, dictionary, weights);
     }
-    scorer_ = speech::make_mixture_scorer(*model_, {});
-    search_ = std::make_unique<speech::ViterbiSearch>(network_, *model_, *scorer_, beams);
-    chain_.emplace(model_->recipe);
-    beams_ = beams;
   }
-  Recogniser(const Recogniser&) = delete;
+  Task(const Task&) = delete;
 
-  const speech::Recipe& recipe() const { return model_->recipe; }
+  const speech::AcousticModel& model() const { return *model_; }
+  const speech::SearchNetwork& network() const { return network_; }
 
-  // Words that no more sound can change.
-  py::list push(const py::object& block) {
-    const Samples samples(block, "block", scale_);
-    std::vector<speech::HypothesisWord> words;
-    run([&] {
-      begun_ = true;
-      samples.each_checked_block([&](std::span<const float> part) { chain_->push(part, follow()); });
-      words = search_->take_settled();
-    });
-    return words_list(words);
+  // (word, start, end, filler); start: of frame 0
+  py::list words_list(const std::vector<speech::HypothesisWord>& words, double start = 0.0) const {
+    const double seconds = model_->recipe.frame_seconds();
+    py::list list;
+    for (const speech::HypothesisWord& word : words) {
+      const speech::SearchLabel& label = network_.labels[static_cast<std::size_t>(word.label)];
+      list.append(py::make_tuple(label.word, start + word.first_frame * seconds,
+                                 start + (word.last_frame + 1) * seconds, label.filler));
+    }
+    return list;
   }
-  py::tuple finish() {
-    speech::Hypothesis hypothesis;
-    run([&] { hypothesis = end(); });
-    return result(hypothesis);
-  }
-  py::tuple whole(const py::object& y, const std::string& name) {
-    const Samples samples(y, name, scale_);
-    samples.require_some();
-    speech::Hypothesis hypothesis;
-    run([&] {
-      require_start();
-      begun_ = true;
-      samples.each_block([&](std::span<const float> part) { chain_->push(part, follow()); });
-      hypothesis = end();
-    });
-    return result(hypothesis);
-  }
-  // Rows of the model's recipe.
-  py::tuple whole_rows(const py::object& array) {
-    const speech::FeatureMatrix rows = rows_of(array, "rows", recipe().width());
-    speech::Hypothesis hypothesis;
-    run([&] {
-      require_start();
-      begun_ = true;
-      follow()(rows);
-      hypothesis = search_->finish();
-      begun_ = false;
-    });
-    return result(hypothesis);
+  py::tuple result(const speech::Hypothesis& hypothesis, double start = 0.0) const {
+    return py::make_tuple(words_list(hypothesis.words, start), hypothesis.score, hypothesis.complete);
   }
 
  private:
@@ -141,6 +125,69 @@ class Recogniser {
                                            unknown);
   }
 
+  std::unique_ptr<speech::AcousticModel> model_;
+  speech::SearchNetwork network_;
+};
+
+// One utterance after the other.
+class Recogniser {
+ public:
+  Recogniser(const std::string& model, const Language& language, const std::string& dictionary,
+             const speech::SearchWeights& weights, const GivenBeams& beams, std::optional<double> scale)
+      : scale_(scale) {
+    const py::gil_scoped_release released;
+    task_.emplace(model, language, dictionary, weights);
+    scorer_ = speech::make_mixture_scorer(task_->model(), {});
+    beams_ = beams.of(task_->model());
+    start_again();
+  }
+  Recogniser(const Recogniser&) = delete;
+
+  const speech::Recipe& recipe() const { return task_->model().recipe; }
+
+  // Words that no more sound can change.
+  py::list push(const py::object& block) {
+    const Samples samples(block, "block", scale_);
+    std::vector<speech::HypothesisWord> words;
+    run([&] {
+      begun_ = true;
+      samples.each_checked_block([&](std::span<const float> part) { chain_->push(part, follow()); });
+      words = search_->take_settled();
+    });
+    return task_->words_list(words);
+  }
+  py::tuple finish() {
+    speech::Hypothesis hypothesis;
+    run([&] { hypothesis = end(); });
+    return task_->result(hypothesis);
+  }
+  py::tuple whole(const py::object& y, const std::string& name) {
+    const Samples samples(y, name, scale_);
+    samples.require_some();
+    speech::Hypothesis hypothesis;
+    run([&] {
+      require_start();
+      begun_ = true;
+      samples.each_block([&](std::span<const float> part) { chain_->push(part, follow()); });
+      hypothesis = end();
+    });
+    return task_->result(hypothesis);
+  }
+  // Rows of the model's recipe.
+  py::tuple whole_rows(const py::object& array) {
+    const speech::FeatureMatrix rows = rows_of(array, "rows", recipe().width());
+    speech::Hypothesis hypothesis;
+    run([&] {
+      require_start();
+      begun_ = true;
+      follow()(rows);
+      hypothesis = search_->finish();
+      begun_ = false;
+    });
+    return task_->result(hypothesis);
+  }
+
+ private:
   speech::RowTaker follow() {
     return [this](const speech::FeatureMatrix& rows) {
       for (int frame = 0; frame < rows.height(); ++frame) search_->push(rows.row(frame));
@@ -172,29 +219,13 @@ class Recogniser {
     }
   }
   void start_again() {
-    search_ = std::make_unique<speech::ViterbiSearch>(network_, *model_, *scorer_, beams_);
-    chain_.emplace(model_->recipe);
+    search_ = std::make_unique<speech::ViterbiSearch>(task_->network(), task_->model(), *scorer_, beams_);
+    chain_.emplace(task_->model().recipe);
     begun_ = false;
   }
 
-  // (word, start, end, filler)
-  py::list words_list(const std::vector<speech::HypothesisWord>& words) const {
-    const double seconds = model_->recipe.frame_seconds();
-    py::list list;
-    for (const speech::HypothesisWord& word : words) {
-      const speech::SearchLabel& label = network_.labels[static_cast<std::size_t>(word.label)];
-      list.append(
-          py::make_tuple(label.word, word.first_frame * seconds, (word.last_frame + 1) * seconds, label.filler));
-    }
-    return list;
-  }
-  py::tuple result(const speech::Hypothesis& hypothesis) const {
-    return py::make_tuple(words_list(hypothesis.words), hypothesis.score, hypothesis.complete);
-  }
-
   std::optional<double> scale_;
-  std::unique_ptr<speech::AcousticModel> model_;
-  speech::SearchNetwork network_;
+  std::optional<Task> task_;
   std::unique_ptr<speech::Scorer> scorer_;
   std::unique_ptr<speech::ViterbiSearch> search_;
   speech::Beams beams_;
@@ -203,22 +234,119 @@ class Recogniser {
   bool begun_ = false;
 };
 
+// The words of a signal while it comes.
+class StreamingRecogniser {
+ public:
+  StreamingRecogniser(const std::string& model, const Language& language, const std::string& dictionary,
+                      const speech::SearchWeights& weights, const GivenBeams& beams, std::optional<double> scale,
+                      const speech::StreamingRules& rules)
+      : scale_(scale) {
+    const py::gil_scoped_release released;
+    task_.emplace(model, language, dictionary, weights);
+    recogniser_.emplace(task_->network(), task_->model(), speech::make_mixture_scorer(task_->model(), {}),
+                        beams.of(task_->model()), task_->model().recipe, rules);
+    recogniser_->on_final = [this](speech::FinalWords&& words) { finals_.push_back(std::move(words)); };
+  }
+  StreamingRecogniser(const StreamingRecogniser&) = delete;
+
+  const speech::Recipe& recipe() const { return task_->model().recipe; }
+  py::list push(const py::object& block) {
+    const Samples samples(block, "block", scale_);
+    return run([&] { samples.each_checked_block([&](std::span<const float> part) { recogniser_->push(part); }); });
+  }
+  py::list finish() {
+    return run([&] { recogniser_->finish(); });
+  }
+  py::list partial() {
+    std::vector<speech::HypothesisWord> words;
+    double start = 0.0;
+    {
+      const py::gil_scoped_release released;
+      const std::lock_guard lock(mutex_);
+      words = recogniser_->partial();
+      start = recogniser_->start();
+    }
+    return task_->words_list(words, start);
+  }
+  double heard() {
+    const py::gil_scoped_release released;
+    const std::lock_guard lock(mutex_);
+    return recogniser_->heard();
+  }
+  void reset() {
+    const py::gil_scoped_release released;
+    const std::lock_guard lock(mutex_);
+    recogniser_->reset();
+  }
+
+ private:
+  // Without the interpreter; what became final. A fault behind the first sample ends the signal.
+  template <class Act>
+  py::list run(Act&& act) {
+    std::vector<speech::FinalWords> finals;
+    {
+      const py::gil_scoped_release released;
+      const std::lock_guard lock(mutex_);
+      try {
+        act();
+      } catch (const std::invalid_argument&) {
+        throw;
+      } catch (...) {
+        finals_.clear();
+        recogniser_->reset();
+        throw;
+      }
+      finals.swap(finals_);
+    }
+    py::list list;
+    for (const speech::FinalWords& words : finals) list.append(task_->result(words.hypothesis, words.start));
+    return list;
+  }
+
+  std::optional<double> scale_;
+  std::optional<Task> task_;
+  std::optional<speech::StreamingRecogniser> recogniser_;
+  std::vector<speech::FinalWords> finals_;
+  std::mutex mutex_;
+};
+
+// What the dictionary of numbers says.
+struct Numbers {
+  explicit Numbers(const py::dict& numbers) {
+    const auto set = [&](const char* name, auto& member) {
+      if (numbers.contains(name)) member = static_cast<float>(numbers[name].cast<double>());
+    };
+    set("language_weight", weights.language_weight);
+    set("insertion_penalty", weights.insertion_penalty);
+    set("silence_penalty", weights.silence_penalty);
+    set("noise_penalty", weights.noise_penalty);
+    set("beam", beams.state);
+    set("phone_beam", beams.phone);
+    set("word_beam", beams.word);
+  }
+
+  speech::SearchWeights weights;
+  GivenBeams beams;
+};
+
 std::unique_ptr<Recogniser> make(const std::string& model, const std::optional<std::vector<std::string>>& words,
                                  const std::string& grammar, const std::string& rule, const std::string& ngram,
                                  const std::string& dictionary, const py::dict& numbers, std::optional<double> scale) {
-  speech::SearchWeights weights;
-  speech::Beams beams;
-  const auto set = [&](const char* name, auto& member) {
-    if (!numbers.contains(name)) return;
-    member = static_cast<std::remove_reference_t<decltype(member)>>(numbers[name].cast<double>());
-  };
-  set("language_weight", weights.language_weight);
-  set("insertion_penalty", weights.insertion_penalty);
-  set("silence_penalty", weights.silence_penalty);
-  set("noise_penalty", weights.noise_penalty);
-  set("beam", beams.state);
-  set("word_beam", beams.word);
-  return std::make_unique<Recogniser>(model, Language{words, grammar, rule, ngram}, dictionary, weights, beams, scale);
+  const Numbers given(numbers);
+  return std::make_unique<Recogniser>(model, Language{words, grammar, rule, ngram}, dictionary, given.weights,
+                                      given.beams, scale);
+}
+
+std::unique_ptr<StreamingRecogniser> make_streaming(const std::string& model,
+                                                    const std::optional<std::vector<std::string>>& words,
+                                                    const std::string& grammar, const std::string& rule,
+                                                    const std::string& ngram, const std::string& dictionary,
+                                                    const py::dict& numbers, std::optional<double> scale, double pause,
+                                                    double longest_pause, double longest) {
+  const Numbers given(numbers);
+  const speech::StreamingRules rules{.pause = pause, .longest_pause = longest_pause, .longest = longest};
+  return std::make_unique<StreamingRecogniser>(model, Language{words, grammar, rule, ngram}, dictionary, given.weights,
+                                               given.beams, scale, rules);
 }
 
 }  // namespace
@@ -232,6 +360,16 @@ void add_recogniser(py::module_& module) {
       .def("finish", &Recogniser::finish)
       .def("whole", &Recogniser::whole, py::arg("y"), py::arg("name") = "y")
       .def("whole_rows", &Recogniser::whole_rows, py::arg("rows"));
+  py::class_<StreamingRecogniser>(module, "StreamingRecogniser")
+      .def(py::init(&make_streaming), py::arg("model"), py::arg("words"), py::arg("grammar"), py::arg("rule"),
+           py::arg("ngram"), py::arg("dictionary"), py::arg("numbers"), py::arg("scale"), py::arg("pause"),
+           py::arg("longest_pause"), py::arg("longest"))
+      .def_property_readonly("recipe", &StreamingRecogniser::recipe)
+      .def_property_readonly("heard", &StreamingRecogniser::heard)
+      .def("push", &StreamingRecogniser::push, py::arg("block"))
+      .def("finish", &StreamingRecogniser::finish)
+      .def("partial", &StreamingRecogniser::partial)
+      .def("reset", &StreamingRecogniser::reset);
 }
 
 }  // namespace kivsr::python

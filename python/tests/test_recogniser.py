@@ -46,6 +46,31 @@ def test_blocks_and_settled_words(recogniser, y):
     assert settled == heard.words[: len(settled)]
 
 
+def test_a_signal_without_end(y):
+    words = ["go", "forward", "backward", "ten", "meters"]
+    recogniser = kivsr.StreamingRecogniser(words=words)
+    pause = np.random.default_rng(1).normal(0, 1e-4, 16000).astype(np.float32)
+    signal = np.concatenate([pause, y, pause, y, pause])
+    finals, guesses = [], []
+    for block in np.array_split(signal, 800):
+        for heard in recogniser.push(block):
+            finals.append(heard)
+            spoken = [word for word in heard.words if not word.filler]
+            assert 0 < recogniser.heard - spoken[-1].end < 0.31
+        guesses.append(recogniser.partial.text)
+    finals += recogniser.finish()
+    assert " ".join(heard.text for heard in finals) == "go forward ten meters go forward ten meters"
+    assert "go forward" in guesses and recogniser.partial.text == ""
+    with pytest.raises(ValueError, match="block: sample 0 is not"):
+        recogniser.push(np.array([np.nan]))
+    whole = kivsr.StreamingRecogniser(words=words)
+    assert whole.push(signal) + whole.finish() == finals
+    recogniser.reset()
+    assert recogniser.push(signal) + recogniser.finish() == finals
+    with pytest.raises(ValueError, match="pause: 0 is not"):
+        kivsr.StreamingRecogniser(words=words, pause=0)
+
+
 def test_words_in_any_order_and_batches(y):
     results = kivsr.recognise([y, y[: len(y) // 2], y], words=["go", "forward", "ten", "meters"], jobs=2)
     assert results[0].text == "go forward ten meters" and results[2] == results[0]

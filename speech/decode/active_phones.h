@@ -55,12 +55,12 @@ class ActivePhones {
 
   void reset();
   TreeEntries& entries() { return entries_; }
+  const TreeEntries& entries() const { return entries_; }
 
   ActivePhone& operator[](int phone) { return phones_[static_cast<std::size_t>(phone)]; }
   const ActivePhone& operator[](int phone) const { return phones_[static_cast<std::size_t>(phone)]; }
-  Token* tokens(int phone) {
-    return tokens_.data() + static_cast<std::size_t>(phone) * static_cast<std::size_t>(states_per_phone_);
-  }
+  Token* tokens(int phone) { return tokens_.data() + first_token(phone); }
+  const Token* tokens(int phone) const { return tokens_.data() + first_token(phone); }
   Token& entering(int phone) { return entering_[static_cast<std::size_t>(phone)]; }
   const ActiveState& state(int index) const { return states_[static_cast<std::size_t>(index)]; }
 
@@ -82,6 +82,9 @@ class ActivePhones {
   void release_empty_states();
 
  private:
+  std::size_t first_token(int phone) const {
+    return static_cast<std::size_t>(phone) * static_cast<std::size_t>(states_per_phone_);
+  }
   int& second_slots(ActiveState& state, TreeKind kind, int top);
   void release_state(int index);
 

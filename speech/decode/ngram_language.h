@@ -29,6 +29,7 @@ class NgramLanguage : public SearchLanguage {
   int start() const override { return start_; }
   int tree(int) const override { return tree_; }
   Step follow(int state, int arc) const override;
+  bool goes_on() const override { return true; }
   float final_weight(int state) const override;
 
   // Words of the model that cannot be said for want of a pronunciation.

@@ -35,6 +35,8 @@ class SearchLanguage {
   virtual int start() const = 0;
   virtual int tree(int state) const = 0;  // the lexicon tree with the words that may follow
   virtual Step follow(int state, int arc) const = 0;
+  // Whether a state tells what may follow after a pause too, as words before it do; else a sentence begins there.
+  virtual bool goes_on() const { return false; }
   virtual float final_weight(int state) const = 0;  // of ending the sentence; below kLogZero / 2 where it cannot end
 };
 

@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 
 namespace kivsr::speech {
+
+Beams default_beams(const AcousticModel& model) {
+  return model.whole_words ? Beams{.state = 200.0F, .phone = 200.0F, .word = 120.0F} : Beams();
+}
 
 ViterbiSearch::ViterbiSearch(const SearchNetwork& network, const AcousticModel& model, Scorer& scorer,
                              const Beams& beams)
@@ -18,7 +21,8 @@ ViterbiSearch::ViterbiSearch(const SearchNetwork& network, const AcousticModel& 
       phones_(network, state_count_),
       wanted_hmms_(model.definition.hmms.size(), -1),
       wanted_(static_cast<std::size_t>(model.definition.states), -1),
-      state_scores_(static_cast<std::size_t>(model.definition.states)) {
+      state_scores_(static_cast<std::size_t>(model.definition.states)),
+      start_state_(network.language->start()) {
   reset();
 }
 
@@ -43,8 +47,9 @@ void ViterbiSearch::reset() {
   best_ = 0.0F;
   offset_ = 0.0;
   frame_ = 0;
+  best_phone_ = -1;
   // the start is like the end of a word after which anything may follow
-  exits_.push_back({0.0F, -1, network_.language->start(), -1, forest_.fan_out.silent_context(), nullptr, 0.0F});
+  exits_.push_back({0.0F, -1, start_state_, -1, forest_.fan_out.silent_context(), nullptr, 0.0F});
   enter_words(kLogZero);
   exits_.clear();
   exit_histories_.clear();
@@ -107,7 +112,13 @@ float ViterbiSearch::advance(int index) {
 template <int kStates>
 float ViterbiSearch::advance_all() {
   float best = kLogZero;
-  for (const int phone : active_) best = std::max(best, advance<kStates>(phone));
+  best_phone_ = -1;
+  for (const int phone : active_) {
+    const float score = advance<kStates>(phone);
+    if (!(score > best)) continue;
+    best = score;
+    best_phone_ = phone;
+  }
   return best;
 }
 
@@ -248,28 +259,27 @@ void ViterbiSearch::end_words(float beam) {
   }
 }
 
-void ViterbiSearch::end_word(int index, Token token) {
-  const ActivePhone& phone = phones_[index];
-  int first = 0;
-  int count = 0;
-  int base = 0;
+ViterbiSearch::EndingWords ViterbiSearch::ending_words(const ActivePhone& phone) const {
+  const auto arcs = [this](int first, int count) {
+    return std::span(forest_.arcs).subspan(static_cast<std::size_t>(first), static_cast<std::size_t>(count));
+  };
   if (phone.node >= 0) {
     const TreeNode& node = forest_.nodes[static_cast<std::size_t>(phone.node)];
-    first = node.first;
-    count = node.count;
-    base = forest_.fan_out.base(node.fan_out());
-  } else {
-    const TreeEntry& entry = phones_.entries().entry(-1 - phone.node);
-    const LexiconTree& tree = forest_.trees[static_cast<std::size_t>(phones_.state(phone.state).trees[phone.kind])];
-    const TreeTop& top = forest_.tops[static_cast<std::size_t>(tree.first_top + entry.top)];
-    first = top.first_single;
-    count = top.singles;
-    base = top.phone;
+    return {arcs(node.first, node.count), forest_.fan_out.base(node.fan_out())};
   }
-  for (int arc = first; arc < first + count; ++arc) {
-    const SearchLanguage::Step step = follow(forest_.arcs[static_cast<std::size_t>(arc)], phone.state, phone.kind);
+  const TreeEntry& entry = phones_.entries().entry(-1 - phone.node);
+  const LexiconTree& tree = forest_.trees[static_cast<std::size_t>(phones_.state(phone.state).trees[phone.kind])];
+  const TreeTop& top = forest_.tops[static_cast<std::size_t>(tree.first_top + entry.top)];
+  return {arcs(top.first_single, top.singles), top.phone};
+}
+
+void ViterbiSearch::end_word(int index, Token token) {
+  const ActivePhone& phone = phones_[index];
+  const EndingWords ending = ending_words(phone);
+  for (const int arc : ending.arcs) {
+    const SearchLanguage::Step step = follow(arc, phone.state, phone.kind);
     exits_.push_back({token.score - phone.look_ahead + step.weight, token.history, step.next, step.label,
-                      forest_.fan_out.context_of(base), phone.variant, step.weight});
+                      forest_.fan_out.context_of(ending.base), phone.variant, step.weight});
   }
 }
 
@@ -397,57 +407,8 @@ std::vector<HypothesisWord> ViterbiSearch::take_settled() {
   return words_.take_settled();
 }
 
-// Whether nothing, which is silence, may follow.
-bool ViterbiSearch::ends_silently(const WordExit& exit) const {
-  const std::span<const int> rights = forest_.fan_out.rights(*exit.variant);
-  return std::find(rights.begin(), rights.end(), forest_.fan_out.silent_context()) != rights.end();
-}
-
 RecordedEnd ViterbiSearch::recorded(const WordExit& exit) const {
   return {static_cast<double>(exit.score) + offset_, exit.history, exit.label, exit.language, exit.variant};
-}
-
-WordLattice ViterbiSearch::finished_lattice() {
-  std::vector<RecordedEnd> finals;
-  for (const WordExit& exit : exits_) {
-    const float weight = network_.language->final_weight(exit.next);
-    if (!ends_silently(exit) || !(exit.score + weight > kLogZero / 2)) continue;
-    finals.push_back(recorded(exit));
-    finals.back().score += static_cast<double>(weight);
-    finals.back().language += weight;
-  }
-  return recorder_->lattice(finals, static_cast<int>(frame_), static_cast<double>(lattice_beam_));
-}
-
-Hypothesis ViterbiSearch::finish() {
-  Hypothesis result;
-  end_words(std::numeric_limits<float>::infinity());
-  float best = kLogZero;
-  const WordExit* best_exit = nullptr;
-  for (const WordExit& exit : exits_) {
-    if (!ends_silently(exit)) continue;
-    const float score = exit.score + network_.language->final_weight(exit.next);
-    if (!(score > best)) continue;
-    best = score;
-    best_exit = &exit;
-  }
-  if (best_exit != nullptr) {
-    result.words = words_.trace(words_.add(best_exit->history, best_exit->label, static_cast<int>(frame_ - 1)));
-    result.complete = true;
-  } else {
-    Token token;
-    for (const int phone : active_) {
-      for (int state = 0; state < state_count_; ++state) {
-        if (phones_.tokens(phone)[state].score > token.score) token = phones_.tokens(phone)[state];
-      }
-    }
-    best = token.score;
-    result.words = words_.trace(token.history);
-  }
-  result.score = static_cast<double>(best) + offset_;
-  if (recorder_) result.lattice = finished_lattice();
-  reset();
-  return result;
 }
 
 }  // namespace kivsr::speech

@@ -28,11 +28,22 @@ struct Beams {
   int phones = 5000;     // that hold paths after a frame, the best ones; 0: any number
 };
 
+// What suits the kind of the model: the Gaussians of whole words are few and sharp, so that the right word may fall far
+// behind for a while.
+Beams default_beams(const AcousticModel& model);
+
 struct Hypothesis {
   std::vector<HypothesisWord> words;  // silence and noise included
   double score = 0.0;                 // log likelihood of the best path with all weights
   bool complete = false;              // false: no path reached the end of a sentence, words are those of the best one
   WordLattice lattice;                // if it was recorded
+};
+
+// The best path through the frames so far.
+struct BestPath {
+  std::vector<HypothesisWord> words;  // the last one may not have ended; without the silence that it is in
+  int silent_frames = 0;              // since its last word ended; 0: inside a word
+  bool may_end = false;               // whether the sentence may end here
 };
 
 class ViterbiSearch {
@@ -47,7 +58,14 @@ class ViterbiSearch {
   // The next words that all paths have in common, which no frame can change any more: while the utterance goes on, for
   // whoever does not want to wait for its end. Each is given once; finish gives all words again.
   std::vector<HypothesisWord> take_settled();
+  // Of an utterance that goes on.
+  BestPath best_path() const;
   Hypothesis finish();
+  // The same at a pause: the sentence need not end here, and where the language knows what may come behind the words
+  // (SearchLanguage::goes_on) the next utterance continues it.
+  Hypothesis pause();
+  // Forgets the utterance, and what it would have continued.
+  void restart();
 
  private:
   // A path at the end of a word.
@@ -71,9 +89,19 @@ class ViterbiSearch {
     int context;  // left context of what follows
   };
 
+  // The words that end with a phone, as arcs of the forest, and what their last phone is to the one that follows.
+  struct EndingWords {
+    std::span<const int> arcs;
+    int base;
+  };
+
   void reset();
+  Hypothesis finish_in(bool sentence_ends);
+  EndingWords ending_words(const ActivePhone& phone) const;
+  int likeliest_ending(const ActivePhone& phone) const;
+  float final_weight(const WordExit& exit, bool sentence_ends) const;
   RecordedEnd recorded(const WordExit& exit) const;
-  WordLattice finished_lattice();
+  WordLattice finished_lattice(bool sentence_ends);
   bool ends_silently(const WordExit& exit) const;
   void score_active_states(std::span<const float> frame);
   template <int kStates>
@@ -126,6 +154,8 @@ class ViterbiSearch {
   float entry_threshold_ = kLogZero;  // of this frame, for the start of a phone
   double offset_ = 0.0;               // scores are kept near zero: true score = score + offset_
   std::int64_t frame_ = 0;
+  int best_phone_ = -1;  // of this frame; -1: no path is left
+  int start_state_;      // of the language
 };
 
 }  // namespace kivsr::speech

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cerrno>
 #include <cmath>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -132,6 +133,21 @@ Recipe FeatParams::recipe(const std::filesystem::path& file) const {
   recipe.normalisation = Normalisation::kMean;
   recipe.dynamics = Dynamics::kDifferences;
   return recipe;
+}
+
+std::vector<float> FeatParams::static_mean(const std::filesystem::path& file) const {
+  const auto entry = entries.find("cmninit");
+  if (entry == entries.end()) return {};
+  std::vector<float> mean;
+  std::string_view values = entry->second;
+  for (std::string_view value; take_part(values, ',', value);) {
+    const std::string text(value);
+    mean.push_back(static_cast<float>(Entry(file, entry->first, text).number()));
+  }
+  const auto width = static_cast<std::size_t>(front_end.row_width());
+  if (mean.size() > width) Entry(file, entry->first, entry->second).fail("has more values than there are cepstra");
+  mean.resize(width);
+  return mean;
 }
 
 namespace {

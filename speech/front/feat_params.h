@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "kivsr/speech/front/recipe.h"
 
@@ -16,6 +17,9 @@ struct FeatParams {
   // The static cepstra less their mean over the utterance, and differences. Throws Fault, which names the file, for
   // features other than 1s_c_d_dd.
   Recipe recipe(const std::filesystem::path& file) const;
+  // -cmninit: where a mean that is known only in part may begin, a value a cepstrum (zeros behind the last that is
+  // given); empty if the entry is absent. Throws Fault, which names the file, for what is no such list.
+  std::vector<float> static_mean(const std::filesystem::path& file) const;
 };
 
 // Entries that are absent keep the values of Sphinx. Throws Fault for a file that cannot be read and for an entry

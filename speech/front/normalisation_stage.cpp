@@ -1,15 +1,13 @@
 #include "kivsr/speech/front/normalisation_stage.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "kivsr/kivsr.hpp"
+#include "kivsr/speech/front/running_normaliser.h"
 
 namespace kivsr::speech {
 
 namespace {
-
-constexpr float kSmallestVariance = 1e-10F;  // and the factor of a column whose variance is not above it
 
 class EnergyBelowKnownMaximum : public RowStage {
  public:
@@ -28,63 +26,25 @@ class EnergyBelowKnownMaximum : public RowStage {
   Recipe recipe_;
 };
 
-// With n(t) = min(t + 1, N): m += (x - m) / n, v += ((x - m before) (x - m) - v) / n. Over the first N frames m and v
-// are mean and variance of all frames so far; from then on a frame counts less the older it is.
-class RunningNormalisation : public RowStage {
+class RunningStage : public RowStage {
  public:
-  explicit RunningNormalisation(const Recipe& recipe)
-      : frames_(recipe.normalisation_frames),
-        with_variance_(recipe.normalisation == Normalisation::kRunningMeanVariance),
-        width_(recipe.input_width()) {
-    for (auto* vector : {&mean_, &variance_, &before_, &after_, &step_}) {
-      vector->resize(static_cast<std::size_t>(width_));
-    }
-    start();
-  }
+  explicit RunningStage(const Recipe& recipe)
+      : normaliser_(recipe.input_width(), recipe.normalisation_frames,
+                    recipe.normalisation == Normalisation::kRunningMeanVariance) {}
 
   void push(const FeatureMatrix& rows, FeatureMatrix& result) override {
     for (int t = 0; t < rows.height(); ++t) {
-      count_ = std::min(count_ + 1, frames_);
-      follow(rows.row(t).data());
-      append_rows(after_, result);
-      if (!with_variance_) continue;
-      call<kivsCopy_32f>(variance_, step_, width_);
-      call<kivsRecSqrt_32f>(step_, width_, kSmallestVariance);
-      call<kivsMul_32f>(after_, step_, result.row(result.height() - 1), width_);
+      append_rows(rows.row(t), result);
+      normaliser_.apply(result.row(result.height() - 1));
     }
   }
   bool finish(FeatureMatrix&) override {
-    start();
+    normaliser_.restart();
     return false;
   }
 
  private:
-  void start() {
-    count_ = 0;
-    std::fill(mean_.begin(), mean_.end(), 0.0F);
-    std::fill(variance_.begin(), variance_.end(), 0.0F);
-  }
-
-  // Moves mean and variance on; before_ and after_ are the frame without the old and without the new mean.
-  void follow(const float* frame) {
-    const float share = 1.0F / static_cast<float>(count_);
-    call<kivsCopy_32f>(frame, before_, width_);
-    call<kivsSub_32f_I>(mean_, before_, width_);
-    call<kivsMulC_32f>(before_, share, step_, width_);
-    call<kivsAdd_32f_I>(step_, mean_, width_);
-    call<kivsCopy_32f>(frame, after_, width_);
-    call<kivsSub_32f_I>(mean_, after_, width_);
-    call<kivsMul_32f>(before_, after_, step_, width_);
-    call<kivsSub_32f_I>(variance_, step_, width_);
-    call<kivsMulC_32f_I>(share, step_, width_);
-    call<kivsAdd_32f_I>(step_, variance_, width_);
-  }
-
-  int frames_;
-  bool with_variance_;
-  int width_;
-  int count_ = 0;
-  std::vector<float> mean_, variance_, before_, after_, step_;
+  RunningNormaliser normaliser_;
 };
 
 }  // namespace
@@ -134,7 +94,7 @@ std::unique_ptr<RowStage> make_normalisation_stage(const Recipe& recipe) {
     case Normalisation::kNone: return nullptr;
     case Normalisation::kMean: return whole(false);
     case Normalisation::kMeanVariance: return whole(true);
-    default: return std::make_unique<RunningNormalisation>(recipe);
+    default: return std::make_unique<RunningStage>(recipe);
   }
 }
 

@@ -8,6 +8,8 @@
 
 namespace kivsr::speech {
 
+constexpr float kSmallestVariance = 1e-10F;  // and the factor of a column whose variance is not above it
+
 // The stages that the recipe asks for, null for none. The running forms, and the energy against a known maximum,
 // give a row at once; the others when the utterance ends.
 std::unique_ptr<RowStage> make_energy_stage(const Recipe& recipe);

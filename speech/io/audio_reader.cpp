@@ -34,10 +34,11 @@ std::unique_ptr<AudioSource> open_source(const std::filesystem::path& file, cons
   if (lower_extension(file) == ".raw") return make_raw_source(file, std::move(content), raw);
   if (const auto header = read_wav_header(content)) return make_wav_source(file, std::move(content), *header);
   const bool may_be_raw = raw.sample_rate > 0;
-  if (may_be_raw && content.is_pipe() && !has_known_head(content)) {
+  const bool comes_once = content.is_pipe() || is_standard_stream(file);
+  if (may_be_raw && comes_once && !has_known_head(content)) {
     return make_raw_source(file, std::move(content), raw);
   }
-  const bool can_begin_again = may_be_raw && !content.is_pipe();
+  const bool can_begin_again = may_be_raw && !comes_once;
   auto source = make_sound_source(file, std::move(content), !can_begin_again);
   return source ? std::move(source) : make_raw_source(file, ByteSource(file), raw);
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -22,6 +23,8 @@ namespace {
   throw Fault(name + ": " + what + ": " + std::strerror(error));
 }
 
+std::atomic<bool> input_has_ended = false;
+
 // Of a file at its start the size, -1 of anything else.
 std::int64_t known_size(int descriptor) {
   struct stat there {};
@@ -41,6 +44,8 @@ std::int64_t wav_bytes_at(int descriptor, std::int64_t place, const std::string&
 }
 
 }  // namespace
+
+void end_all_input() noexcept { input_has_ended = true; }
 
 bool is_standard_stream(const std::filesystem::path& file) { return file == "-"; }
 
@@ -93,12 +98,13 @@ std::size_t ByteSource::read_on(std::span<unsigned char> bytes) {
     const auto most = static_cast<std::int64_t>(bytes.size());
     bytes = bytes.first(static_cast<std::size_t>(std::min(left_, most)));
   }
-  while (true) {
+  while (!input_has_ended) {
     const ssize_t count = ::read(descriptor_, bytes.data(), bytes.size());
     if (count >= 0 && left_ >= 0) left_ -= count;
     if (count >= 0) return static_cast<std::size_t>(count);
     if (errno != EINTR) fail(name_, "cannot be read", errno);
   }
+  return 0;
 }
 
 std::span<const unsigned char> ByteSource::front(std::size_t count) {

@@ -15,6 +15,9 @@ bool is_standard_stream(const std::filesystem::path& file);
 // What messages call it.
 std::string input_name(const std::filesystem::path& file);
 
+// For handlers of signals: from now on whatever is read has ended, as if its writer had closed it.
+void end_all_input() noexcept;
+
 class ByteSource {
  public:
   // "-" is standard input; a place in an archive (kaldi_archive.h) is its WAV file alone, read like a pipe. Throws

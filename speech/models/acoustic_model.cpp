@@ -202,7 +202,9 @@ AcousticModel read_acoustic_model(const std::filesystem::path& folder, const Mod
   AcousticModel model;
   model.folder = folder;
   const std::filesystem::path features = folder / "feat.params";
-  model.recipe = read_feat_params(features).recipe(features);
+  const FeatParams parameters = read_feat_params(features);
+  model.recipe = parameters.recipe(features);
+  model.static_mean = parameters.static_mean(features);
   model.definition = read_model_definition(folder / "mdef");
   model.fillers = Dictionary::read(folder / "noisedict");
 

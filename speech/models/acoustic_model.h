@@ -35,7 +35,10 @@ struct ModelStream {
 
 struct AcousticModel {
   std::filesystem::path folder;
-  Recipe recipe;  // of the features that it was trained from
+  bool whole_words = false;  // every state of a word is a phone of its own (word_acoustic_model.h)
+  Recipe recipe;             // of the features that it was trained from
+  // Mean of the recipe's statics over the speech that it was trained from; empty: not known.
+  std::vector<float> static_mean;
   ModelDefinition definition;
   Dictionary fillers;  // noisedict: silence and noises
   int dimension = 0;   // of the feature vector

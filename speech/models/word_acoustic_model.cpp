@@ -41,6 +41,7 @@ WordRecogniser word_recogniser(const WordModel& model, const std::filesystem::pa
   WordRecogniser result;
   AcousticModel& acoustic = result.acoustic;
   acoustic.folder = file;
+  acoustic.whole_words = true;
   acoustic.recipe = model.recipe;
   acoustic.dimension = model.dimension();
   acoustic.codebooks = static_cast<int>(model.states.size());

@@ -1,6 +1,7 @@
 // Twenty minutes of sound in an address space that the samples alone would fill: 77 MB as floats, beside the program.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -82,6 +83,22 @@ TEST_F(LongSound, RecognitionNeedsNoMoreMemory) {
       run_in(100, "recognise --words \"yes,no\" --shortlist 4 --beam 60 --format tsv " + quoted(sound_));
   ASSERT_EQ(result.status, 0) << result.errors;
   EXPECT_NE(result.output.find("\t1200.0000\t"), std::string::npos) << result.output.substr(0, 200);
+}
+
+// Speech without end: a command over and over for five minutes, in segments, of which nothing stays.
+TEST_F(LongSound, SegmentsNeedNoMoreMemory) {
+  const std::string command = read_file("/usr/share/pocketsphinx/test/data/goforward.raw");
+  ASSERT_FALSE(command.empty());
+  {
+    std::ofstream file(sound_, std::ios::binary);
+    for (std::uintmax_t size = 0; size < 2 * kSamples / 4; size += command.size()) file << command;
+  }
+  const CommandResult result = run_in(95,
+                                      "recognise --segment --words go,forward,ten,meters --shortlist 4 --beam 60 "
+                                      "--confidence --format tsv " +
+                                          quoted(sound_));
+  ASSERT_EQ(result.status, 0) << result.errors;
+  EXPECT_GT(std::count(result.output.begin(), result.output.end(), '\n'), 90);
 }
 
 // The drawing library alone takes more than the sound.

@@ -13,7 +13,7 @@ from ._batch import in_turn, is_batch
 from ._files import Path, readable
 from ._recipe import Recipe
 
-__all__ = ["Recogniser", "Recognition", "Word", "recognise"]
+__all__ = ["Recogniser", "Recognition", "StreamingRecogniser", "Word", "recognise"]
 
 
 class Word(NamedTuple):
@@ -38,7 +38,8 @@ class Recognition(NamedTuple):
         return " ".join(word.text for word in self.words if not word.filler)
 
 
-NUMBERS = ("language_weight", "insertion_penalty", "silence_penalty", "noise_penalty", "beam", "word_beam")
+NUMBERS = ("language_weight", "insertion_penalty", "silence_penalty", "noise_penalty", "beam",
+           "phone_beam", "word_beam")
 
 
 class Recogniser:
@@ -60,7 +61,8 @@ class Recogniser:
     dictionary : path, optional
         Of pronunciations; without it the one beside the model.
     **numbers
-        language_weight, insertion_penalty, silence_penalty, noise_penalty, beam, word_beam of `kivsr recognise`.
+        language_weight, insertion_penalty, silence_penalty, noise_penalty, beam, phone_beam, word_beam of
+        `kivsr recognise`.
 
     A call takes a whole utterance at the rate of `recipe.sample_rate`. `push` gives the words that are settled, `finish`
     the whole. Threads may share one; their calls take turns.
@@ -78,17 +80,7 @@ class Recogniser:
         scale: float | None = None,
         **numbers: float,
     ) -> None:
-        if isinstance(words, str):
-            raise TypeError("words: a sequence of words, not one text")
-        for name, value in numbers.items():
-            if name not in NUMBERS:
-                raise TypeError(f"{name}: no option of the recogniser (there are {', '.join(NUMBERS)})")
-            if not isinstance(value, (int, float)) or not np.isfinite(value):
-                raise ValueError(f"{name}: {value!r} is not a finite number")
-        text = "" if grammar is None else _grammar_text(grammar)
-        self._recogniser = native.Recogniser(
-            os.fspath(model), None if words is None else list(words), text, rule,
-            "" if ngram is None else os.fspath(ngram), "" if dictionary is None else readable(dictionary), numbers, scale)
+        self._recogniser = native.Recogniser(*_task(model, words, grammar, ngram, rule, dictionary, numbers), scale)
 
     @property
     def recipe(self) -> Recipe:
@@ -110,6 +102,99 @@ class Recogniser:
     def of_rows(self, rows: ArrayLike) -> Recognition:
         """The same from features of the recipe."""
         return _recognition(self._recogniser.whole_rows(rows))
+
+
+class StreamingRecogniser:
+    """The words of a signal while it comes, without end: speech is found, and its words become final at the next pause.
+
+    Parameters
+    ----------
+    pause : float
+        Seconds of silence behind words that make them final, where the sentence may end; longest_pause: where it may not.
+    longest : float
+        Seconds of speech without such a pause, behind which it is cut.
+    model, words, grammar, ngram, rule, dictionary, scale, **numbers
+        As of `Recogniser`.
+
+    `push` gives what became final, `partial` the best guess about what was said since. Memory does not grow with the
+    signal, and the results do not depend on how it is cut into blocks. Threads may share one; the interpreter is free
+    while it works.
+
+    Examples
+    --------
+    >>> import numpy as np
+    >>> import kivsr
+    >>> recogniser = kivsr.StreamingRecogniser("en-us", words=["yes", "no"])
+    >>> recogniser.push(np.zeros(16000))
+    []
+    >>> recogniser.partial.text, recogniser.heard
+    ('', 1.0)
+    >>> recogniser.finish()
+    []
+    """
+
+    def __init__(
+        self,
+        model: Path = "en-us",
+        *,
+        words: Sequence[str] | None = None,
+        grammar: Path | None = None,
+        ngram: Path | None = None,
+        rule: str = "",
+        dictionary: Path | None = None,
+        scale: float | None = None,
+        pause: float = 0.15,
+        longest_pause: float = 1.0,
+        longest: float = 30.0,
+        **numbers: float,
+    ) -> None:
+        for name, value in (("pause", pause), ("longest_pause", longest_pause), ("longest", longest)):
+            if not 0 < value <= 3600:
+                raise ValueError(f"{name}: {value!r} is not above 0 s and at most an hour")
+        self._recogniser = native.StreamingRecogniser(
+            *_task(model, words, grammar, ngram, rule, dictionary, numbers), scale, pause, longest_pause, longest)
+
+    @property
+    def recipe(self) -> Recipe:
+        """Of the features that the model was trained from."""
+        return self._recogniser.recipe
+
+    @property
+    def heard(self) -> float:
+        """Seconds of the signal that were listened to."""
+        return self._recogniser.heard
+
+    @property
+    def partial(self) -> Recognition:
+        """The best guess about what was said since the last final words."""
+        return Recognition([Word(*word) for word in self._recogniser.partial()], 0.0, False)
+
+    def push(self, block: ArrayLike) -> list[Recognition]:
+        """What became final, a Recognition for each stretch of speech."""
+        return [_recognition(result) for result in self._recogniser.push(block)]
+
+    def finish(self) -> list[Recognition]:
+        """The rest; the next push begins another signal."""
+        return [_recognition(result) for result in self._recogniser.finish()]
+
+    def reset(self) -> None:
+        """Forgets the signal, and what it told about the channel."""
+        self._recogniser.reset()
+
+
+def _task(model: Path, words: Sequence[str] | None, grammar: Path | None, ngram: Path | None, rule: str,
+          dictionary: Path | None, numbers: dict[str, float]) -> tuple[Any, ...]:
+    """Arguments that both recognisers begin with."""
+    if isinstance(words, str):
+        raise TypeError("words: a sequence of words, not one text")
+    for name, value in numbers.items():
+        if name not in NUMBERS:
+            raise TypeError(f"{name}: no option of the recogniser (there are {', '.join(NUMBERS)})")
+        if not isinstance(value, (int, float)) or not np.isfinite(value):
+            raise ValueError(f"{name}: {value!r} is not a finite number")
+    text = "" if grammar is None else _grammar_text(grammar)
+    return (os.fspath(model), None if words is None else list(words), text, rule,
+            "" if ngram is None else os.fspath(ngram), "" if dictionary is None else readable(dictionary), numbers)
 
 
 def _grammar_text(grammar: Path) -> str:

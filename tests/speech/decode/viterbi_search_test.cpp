@@ -142,6 +142,45 @@ TEST(ViterbiSearch, ASentenceEndsOutsideTheWordBeam) {
   EXPECT_EQ(network.labels[static_cast<std::size_t>(found.words[0].label)].word, "ba");
 }
 
+// Before the end: the best path of the frames so far, with the silence behind its words; and after a pause.
+TEST(ViterbiSearch, TellsTheBestPathOfAnUtteranceThatGoesOn) {
+  const AcousticModel model = tiny_model(false);
+  const SearchNetwork network = tiny_network(model, "public <g> = a b;");
+  TableScorer scorer;
+  ViterbiSearch search(network, model, scorer, {});
+  // ten frames of each phone in turn: silence, A, silence, B, silence
+  const auto say = [&](std::size_t phone, int frames) {
+    std::vector<float> frame(6, -20.0F);
+    frame[2 * phone] = frame[2 * phone + 1] = 0.0F;
+    for (int i = 0; i < frames; ++i) search.push(frame);
+  };
+  const auto names = [&](const std::vector<HypothesisWord>& words) {
+    std::string text;
+    for (const HypothesisWord& word : words) text += network.labels[static_cast<std::size_t>(word.label)].word + " ";
+    return text;
+  };
+  EXPECT_TRUE(search.best_path().words.empty());
+  say(2, 10);
+  EXPECT_EQ(search.best_path().silent_frames, 10);
+  EXPECT_FALSE(search.best_path().may_end);
+  say(0, 10);
+  EXPECT_EQ(names(search.best_path().words), "<sil> a ") << "in its last phone the word is told";
+  EXPECT_EQ(search.best_path().silent_frames, 0);
+  say(2, 10);
+  EXPECT_EQ(names(search.best_path().words), "<sil> a ");
+  EXPECT_EQ(search.best_path().words.back().last_frame, 19);
+  EXPECT_EQ(search.best_path().silent_frames, 10);
+  EXPECT_FALSE(search.best_path().may_end);
+  say(1, 10);
+  say(2, 10);
+  EXPECT_TRUE(search.best_path().may_end);
+  EXPECT_EQ(names(search.pause().words), "<sil> a <sil> b <sil> ");
+  say(0, 10);
+  EXPECT_EQ(names(search.best_path().words), "a ") << "a sentence of a grammar begins again";
+  search.restart();
+  EXPECT_TRUE(search.best_path().words.empty());
+}
+
 TEST(SearchNetwork, NamesWordsThatCannotBePronounced) {
   const AcousticModel model = tiny_model(false);
   const TemporaryFolder folder;

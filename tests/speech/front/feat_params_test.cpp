@@ -18,6 +18,22 @@ std::string fault_of(const auto& action) {
   return "no fault";
 }
 
+TEST(FeatParams, StartOfTheMean) {
+  const TemporaryFolder folder;
+  const auto mean_of = [&](const std::string& entry) {
+    const auto file = folder.write("feat.params", "-nfilt 25 " + entry);
+    return read_feat_params(file).static_mean(file);
+  };
+  EXPECT_TRUE(mean_of("").empty());
+  const std::vector<float> mean = mean_of("-cmninit 41.00,-5.29,0.5");
+  ASSERT_EQ(mean.size(), 13U);
+  EXPECT_EQ(mean[1], -5.29F);
+  EXPECT_EQ(mean[3], 0.0F);
+  for (const char* const bad : {"1,x", "1,,2", "1,nan", "1,2,3,4,5,6,7,8,9,10,11,12,13,14"}) {
+    EXPECT_NE(fault_of([&] { mean_of(std::string("-cmninit ") + bad); }).find("-cmninit"), std::string::npos) << bad;
+  }
+}
+
 TEST(FeatParams, SetsWhatItNames) {
   const TemporaryFolder folder;
   const auto file = folder.write(
