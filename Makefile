@@ -8,7 +8,7 @@ SHELL := /bin/bash
 # What the C library's own tests are called; the rest looks at the package as a host of x86 sees it.
 LIBRARY_TESTS := -R '^(core|frame|vector|frontend|scoring|training|vq|aurora|noise|foundation|selftest|interface)$$'
 
-.PHONY: demo test check check-sanitizers check-threads check-reference check-tidy check-abi check-generic check-arm64 fuzz bench docs python deb install format clean
+.PHONY: demo test check check-sanitizers check-threads check-reference check-tidy check-abi check-generic check-arm64 check-processors fuzz bench docs python deb install format clean
 
 demo:
 	@scripts/setup
@@ -28,7 +28,7 @@ test:
 	done
 
 # What the test command does not cover.
-check: check-sanitizers check-threads check-reference check-tidy check-abi check-generic check-arm64
+check: check-sanitizers check-threads check-reference check-tidy check-abi check-generic check-arm64 check-processors
 
 # The tests and the seeds of the fuzz targets under the address and undefined-behaviour sanitizers, by clang.
 check-sanitizers:
@@ -62,9 +62,22 @@ check-generic:
 
 # The library on ARM64, in an emulator; then the instructions of the hot kernels beside those of x86.
 check-arm64:
-	@scripts/setup arm64
+	@scripts/setup test arm64
 	@cmake --preset arm64 >/dev/null && cmake --build --preset arm64 -j$(JOBS) | scripts/progress
 	@ctest --test-dir build/arm64 --output-on-failure -j$(JOBS) $(LIBRARY_TESTS)
+	@cmake --preset x86_64 >/dev/null && cmake --build --preset x86_64 -j$(JOBS) --target kivsrw7 | scripts/progress
+	@scripts/kernel-instructions
+
+# The least of what an emulator stands for: the wrapper's operations, and a digest of every family.
+PROCESSORS ?= generic arm64 riscv64 ppc64le
+check-processors:
+	@scripts/setup test $(filter-out generic,$(PROCESSORS))
+	@for preset in $(PROCESSORS); do \
+	  echo "== $$preset"; \
+	  cmake --preset $$preset >/dev/null && \
+	  cmake --build --preset $$preset -j$(JOBS) --target kivsr_selftest foundation_tests | scripts/progress && \
+	  ctest --test-dir build/$$preset --output-on-failure -j$(JOBS) -R '^(foundation|selftest)$$' || exit 1; \
+	done
 
 # Every parser and every function with inputs that nobody meant: make fuzz SECONDS=600, for each target.
 SECONDS ?= 60

@@ -1,8 +1,11 @@
-// Calls of one hot kernel, for counting instructions: kernel_calls NAME TIMES. scripts/kernel-instructions runs it.
+// Calls of one hot kernel: kernel_calls NAME TIMES, for scripts/kernel-instructions. Without arguments the names; with
+// --serve, for every line "TIMES NAME" of the input, the nanoseconds of a call, for scripts/backend-speed.
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <iostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -69,16 +72,39 @@ std::vector<Kernel> kernels() {
   };
 }
 
+const Kernel* find(const std::vector<Kernel>& all, const std::string& name) {
+  for (const Kernel& kernel : all) {
+    if (name == kernel.first) return &kernel;
+  }
+  return nullptr;
+}
+
+int serve(const std::vector<Kernel>& all) {
+  using Clock = std::chrono::steady_clock;
+  int times = 0;
+  std::string name;
+  while (std::cin >> times && std::getline(std::cin >> std::ws, name)) {
+    const Kernel* const kernel = find(all, name);
+    if (kernel == nullptr) return 1;
+    kernel->second();
+    const auto start = Clock::now();
+    for (int k = 0; k < times; ++k) kernel->second();
+    std::cout << std::chrono::duration<double, std::nano>(Clock::now() - start).count() / times << std::endl;
+  }
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  for (const auto& [name, call] : kernels()) {
-    if (argc < 2) {
-      std::puts(name);
-    } else if (std::strcmp(name, argv[1]) == 0) {
-      for (int k = std::atoi(argv[2]); k > 0; --k) call();
-      return 0;
-    }
+  const std::vector<Kernel> all = kernels();
+  if (argc == 1) {
+    for (const Kernel& kernel : all) std::puts(kernel.first);
+    return 0;
   }
-  return argc < 2 ? 0 : 1;
+  if (std::strcmp(argv[1], "--serve") == 0) return serve(all);
+  const Kernel* const kernel = find(all, argv[1]);
+  if (kernel == nullptr || argc != 3) return 1;
+  for (int k = std::atoi(argv[2]); k > 0; --k) kernel->second();
+  return 0;
 }

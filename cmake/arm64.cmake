@@ -1,11 +1,4 @@
-# Cross compilation for 64-bit ARM with Debian's compiler, and its emulator for the tests (scripts/setup arm64).
-set(CMAKE_SYSTEM_NAME Linux)
+# 64-bit ARM (scripts/setup arm64).
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
-set(cross ${CMAKE_CURRENT_LIST_DIR}/../build/cross/usr/bin)
-find_program(KIVSR_CROSS_C aarch64-linux-gnu-gcc-12 HINTS ${cross} REQUIRED)
-find_program(KIVSR_CROSS_CXX aarch64-linux-gnu-g++-12 HINTS ${cross} REQUIRED)
-set(CMAKE_C_COMPILER ${KIVSR_CROSS_C})
-set(CMAKE_CXX_COMPILER ${KIVSR_CROSS_CXX})
-set(CMAKE_FIND_ROOT_PATH /usr/aarch64-linux-gnu)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L /usr/aarch64-linux-gnu)
+set(target aarch64-linux-gnu)
+include(${CMAKE_CURRENT_LIST_DIR}/cross.cmake)

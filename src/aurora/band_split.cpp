@@ -65,7 +65,7 @@ template <int kVectors, class Sum>
 template <class Sum, class T, class Finish>
 void split_block(const Taps<Sum>& taps, const T* src, T* low, T* high, int len, Finish finish) {
   using V = simd::Vec<Sum>;
-  constexpr int kVectors = simd::kAccumulators == 8 ? 5 : 2;  // sums of both kinds and the taps in registers
+  constexpr int kVectors = simd::kHeldAccumulators == 8 ? 5 : 2;  // sums of both kinds and the taps in registers
   assert(len >= 1 && len <= kBlock);
   Sorted<Sum> samples;
   const int pairs = len + kPairs - 1;

@@ -96,6 +96,13 @@ class RunningSums {
  public:
   static constexpr int kCount = simd::kAccumulators;
 
+  // Adds all whole rounds of kCount vectors; returns how many elements they are.
+  template <class Term, class... S>
+  [[gnu::always_inline]] std::ptrdiff_t add_rounds(std::ptrdiff_t len, Term& term, const S*... src) {
+    const std::ptrdiff_t end = len & (-kCount * W);
+    add_held<0>(end, term, src...);
+    return end;
+  }
   // Adds kVectors vectors of terms to the sums from kFirst on.
   template <int kVectors, int kFirst, class Term, class... S>
   [[gnu::always_inline]] void add(Term& term, const S*... src) {
@@ -116,6 +123,14 @@ class RunningSums {
   }
 
  private:
+  template <int kFirst, class Term, class... S>
+  [[gnu::always_inline]] void add_held(std::ptrdiff_t end, Term& term, const S*... src) {
+    for (std::ptrdiff_t i = 0; i != end; i += kCount * W) {
+      add<simd::kHeldAccumulators, kFirst>(term, src + i + kFirst * W...);
+    }
+    constexpr int kNext = kFirst + simd::kHeldAccumulators;
+    if constexpr (kNext < kCount) add_held<kNext>(end, term, src...);
+  }
   template <int kFirst, int... k, class Term, class... S>
   [[gnu::always_inline]] void add_each(std::integer_sequence<int, k...>, Term& term, const S*... src) {
     ((sums_[kFirst + k] = add_vector(k, sums_[kFirst + k], term, src...)), ...);
@@ -140,17 +155,14 @@ template <class T, class Term, class... S>
 [[gnu::always_inline]] inline T reduce_sum(std::ptrdiff_t len, Term term, const S*... src) {
   constexpr std::ptrdiff_t W = simd::Vec<T>::width;
   constexpr int A = RunningSums<T>::kCount;
-  static_assert(A == 4 || A == 8);
+  static_assert(A == 8);
   assert(len >= 0);
   RunningSums<T> sums;
-  std::ptrdiff_t i = 0;
-  for (const std::ptrdiff_t end = len & (-A * W); i != end; i += A * W) sums.template add<A, 0>(term, src + i...);
+  std::ptrdiff_t i = sums.add_rounds(len, term, src...);
   if (i == len) return sums.total();
-  if constexpr (A == 8) {
-    if (((len - i) & (4 * W)) != 0) {
-      sums.template add<4, 0>(term, src + i...);
-      i += 4 * W;
-    }
+  if (((len - i) & (4 * W)) != 0) {
+    sums.template add<4, 0>(term, src + i...);
+    i += 4 * W;
   }
   if (((len - i) & (2 * W)) != 0) {
     sums.template add<2, A - 4>(term, src + i...);

@@ -194,9 +194,9 @@ KivStatus normalise(const S* src, D* dst, std::ptrdiff_t len, Extent extent, flo
   if constexpr (std::is_floating_point_v<D>) {
     transform<float>(len, value, dst, src);
   } else {
-    const V limit = V::broadcast(static_cast<float>(std::numeric_limits<D>::max()));
+    constexpr auto kLimit = static_cast<float>(std::numeric_limits<D>::max());
     transform<float>(
-        len, [=](V x) { return round_to_integer(min(limit, value(x))); }, dst, src);
+        len, [=](V x) { return round_to_integer(at_most(value(x), kLimit)); }, dst, src);
   }
   return kivStatusOk;
 }

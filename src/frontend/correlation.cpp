@@ -54,7 +54,7 @@ KivStatus coefficient_over(const S* a, const S* b, int len, float val, float* re
 constexpr std::ptrdiff_t kBlock = 128;
 // Samples in even and in odd places are summed apart, so that a few lags do not wait for each other.
 constexpr int kStreams = 2;
-constexpr int kTile = simd::kAccumulators / kStreams;
+constexpr int kTile = simd::kHeldAccumulators / kStreams;
 
 // r[k] = sum of x[n] y[n + k], k < kVectors W: lanes are lags, so that nothing is added across lanes and the order of a
 // sum depends on len alone.

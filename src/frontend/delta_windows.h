@@ -25,7 +25,7 @@ using Lanes = simd::Vec<Number<T>>;
 inline void put(Kiv32f* dst, Lanes<Kiv32f> x) { simd::store(dst, x); }
 inline void put(Kiv16s* dst, Lanes<Kiv16s> x) {
   // What is too low converts to INT32_MIN and saturates from there.
-  simd::store_rounded(dst, min(Lanes<Kiv16s>::broadcast(32767.0), x));
+  simd::store_rounded(dst, at_most(x, 32767.0));
 }
 
 // body(at, put) for the columns i of one row, where at(p) reads p[i] and put(p, x) writes it. The last columns are

@@ -29,6 +29,7 @@ constexpr std::ptrdiff_t kFftLags = 856;
 // Lags are summed in tiles of four, so that a vector of the signal is loaded once for four products.
 constexpr int kTile = 4;
 constexpr int kStreams = simd::kAccumulators / kTile;
+constexpr int kHeldStreams = simd::kHeldAccumulators / kTile;
 
 // r[l] = sum over i of x[i] x[i + lag + l], l < kLags <= kTile. The order of the sum of a lag depends on len and the
 // tile that it lies in alone, not on how many lags are wanted.
@@ -39,13 +40,16 @@ void lag_sums(float* r, const float* x, std::ptrdiff_t len, std::ptrdiff_t lag) 
   for (auto& stream : sums) std::fill(stream, stream + kLags, V::zero());
   const std::ptrdiff_t common = len - lag - (kTile - 1);
   std::ptrdiff_t i = 0;
-  for (; i + kStreams * W <= common; i += kStreams * W) {
 #pragma GCC unroll 4
-    for (int s = 0; s < kStreams; ++s) {
-      const float* const at = x + i + s * W;
-      const V now = simd::load<float>(at);
+  for (int held = 0; held < kStreams; held += kHeldStreams) {
+    for (i = 0; i + kStreams * W <= common; i += kStreams * W) {
 #pragma GCC unroll 4
-      for (int l = 0; l < kLags; ++l) sums[s][l] = mul_add(now, simd::load<float>(at + lag + l), sums[s][l]);
+      for (int s = held; s < held + kHeldStreams; ++s) {
+        const float* const at = x + i + s * W;
+        const V now = simd::load<float>(at);
+#pragma GCC unroll 4
+        for (int l = 0; l < kLags; ++l) sums[s][l] = mul_add(now, simd::load<float>(at + lag + l), sums[s][l]);
+      }
     }
   }
 #pragma GCC unroll 4

@@ -16,9 +16,6 @@ namespace {
 
 using simd::Vec;
 
-// The upper bound before conversion: smaller of limit and x, x itself when it is NaN.
-Vec<float> clamp_from_above(Vec<float> x, float limit) { return min(Vec<float>::broadcast(limit), x); }
-
 template <bool kNearest>
 Vec<Kiv32s> to_integer(Vec<float> x) {
   return kNearest ? round_to_integer(x) : truncate_to_integer(x);
@@ -29,7 +26,7 @@ void convert(Kiv16s* dst, const float* src, std::ptrdiff_t len, float factor) {
   const auto scale = Vec<float>::broadcast(factor);
   // Only the upper clamp must come before the conversion: what is too low converts to INT32_MIN and is packed.
   transform<float>(
-      len, [=](Vec<float> x) { return to_integer<kNearest>(clamp_from_above(x * scale, 32767.0F)); }, dst, src);
+      len, [=](Vec<float> x) { return to_integer<kNearest>(at_most(x * scale, 32767.0F)); }, dst, src);
 }
 
 template <bool kNearest>
@@ -49,10 +46,9 @@ void convert(Kiv32s* dst, const float* src, std::ptrdiff_t len, float factor) {
 template <bool kNearest>
 void convert(Kiv32s* dst, const double* src, std::ptrdiff_t len, float factor) {
   const auto scale = Vec<double>::broadcast(factor);
-  const auto limit = Vec<double>::broadcast(2147483647.0);
   constexpr std::ptrdiff_t W = Vec<double>::width;
   const auto step = [=](Kiv32s* to, Vec<double> x) {
-    const Vec<double> y = min(limit, x * scale);
+    const Vec<double> y = at_most(x * scale, 2147483647.0);
     if constexpr (kNearest) {
       store_rounded(to, y);
     } else {

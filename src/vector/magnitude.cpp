@@ -103,14 +103,13 @@ void magnitude(Kiv32s* dst, const Kiv32sc* src, std::ptrdiff_t len, int scale_fa
   using V = Vec<double>;
   const NearestRounding nearest;
   const V factor = V::broadcast(double_scale(scale_factor));
-  const V limit = V::broadcast(std::numeric_limits<Kiv32s>::max());
   const V to_integers = V::broadcast(6755399441055744.0);  // 1.5 2^52
   // A result in range is off by less than 2^-20 before rounding: only those near the middle of two integers are in
   // doubt.
   const V doubt = V::broadcast(0.5 - 0x1p-20);
   for_each_vector<double>(dst, src, len, [=](Kiv32s* to, V first, V second) {
     const V root = simd::sqrt(sum_pairs(first * first, second * second));
-    const V result = min(limit, root * factor);
+    const V result = at_most(root * factor, 2147483647.0);
     store_rounded(to, result);
     const V distance = simd::abs(result - ((result + to_integers) - to_integers));
     const unsigned doubtful = simd::bit_mask(distance > doubt);

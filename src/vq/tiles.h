@@ -88,9 +88,9 @@ inline void each_half_tile_from(const Tiles& tiles, std::ptrdiff_t t, const floa
 template <class Visit>
 inline void each_half_tile(const Tiles& tiles, const float* x, Visit visit) {
   if (tiles.weights == nullptr) {
-    each_half_tile_from<false, simd::kAccumulators / 2>(tiles, 0, x, visit);
+    each_half_tile_from<false, simd::kHeldAccumulators / 2>(tiles, 0, x, visit);
   } else {
-    each_half_tile_from<true, simd::kAccumulators / 2>(tiles, 0, x, visit);
+    each_half_tile_from<true, simd::kHeldAccumulators / 2>(tiles, 0, x, visit);
   }
 }
 

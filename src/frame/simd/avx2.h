@@ -122,8 +122,6 @@ inline Float8 max(Float8 a, Float8 b) { return {_mm256_max_ps(a.raw, b.raw)}; }
 inline Float8 min(Float8 a, Float8 b) { return {_mm256_min_ps(a.raw, b.raw)}; }
 inline Double4 max(Double4 a, Double4 b) { return {_mm256_max_pd(a.raw, b.raw)}; }
 inline Double4 min(Double4 a, Double4 b) { return {_mm256_min_pd(a.raw, b.raw)}; }
-inline Float8 sqrt(Float8 a) { return {_mm256_sqrt_ps(a.raw)}; }
-inline Double4 sqrt(Double4 a) { return {_mm256_sqrt_pd(a.raw)}; }
 inline Double4 floor(Double4 a) { return {_mm256_floor_pd(a.raw)}; }
 inline Float8 reciprocal_estimate(Float8 a) { return {_mm256_rcp_ps(a.raw)}; }
 inline Float8 reciprocal_sqrt_estimate(Float8 a) { return {_mm256_rsqrt_ps(a.raw)}; }
@@ -222,6 +220,10 @@ inline Double4 widen_low(Float8 a) { return {_mm256_cvtps_pd(_mm256_castps256_ps
 inline Double4 widen_high(Float8 a) { return {_mm256_cvtps_pd(_mm256_extractf128_ps(a.raw, 1))}; }
 inline Float8 narrow(Double4 low, Double4 high) {
   return {_mm256_set_m128(_mm256_cvtpd_ps(high.raw), _mm256_cvtpd_ps(low.raw))};
+}
+template <class V>
+inline V joined(Quad low, Quad high) requires std::is_same_v<V, Float8> {
+  return {_mm256_set_m128(high.raw, low.raw)};  // a high half in memory takes no shuffle
 }
 inline Lanes<float, 4> high_half(Float8 a) { return {_mm256_extractf128_ps(a.raw, 1)}; }
 inline Lanes<double, 2> high_half(Double4 a) { return {_mm256_extractf128_pd(a.raw, 1)}; }

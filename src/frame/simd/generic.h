@@ -51,6 +51,10 @@ template <class T, int W>
 inline Lanes<T, W> min(Lanes<T, W> a, Lanes<T, W> b) {
   return {a.raw < b.raw ? a.raw : b.raw};
 }
+template <class T, int W>
+inline Lanes<T, W> at_most(Lanes<T, W> a, T limit) {
+  return min(Lanes<T, W>::broadcast(limit), a);
+}
 template <int W>
 inline Lanes<float, W> sqrt(Lanes<float, W> a) {
   for (int l = 0; l < W; ++l) a.raw[l] = __builtin_sqrtf(a.raw[l]);
@@ -176,7 +180,7 @@ inline LaneMask<T, W> operator|(LaneMask<T, W> a, LaneMask<T, W> b) {
 }
 template <class T, int W>
 inline Lanes<T, W> select(LaneMask<T, W> m, Lanes<T, W> a, Lanes<T, W> b) {
-  return detail::recast<Lanes<T, W>>((detail::as_bits(a) & m.raw) | (detail::as_bits(b) & ~m.raw));
+  return {m.raw ? a.raw : b.raw};
 }
 template <class T, int W>
 inline Lanes<T, W> keep_where(LaneMask<T, W> m, Lanes<T, W> a) {

@@ -217,9 +217,13 @@ template <class V>
 struct Part {
   using T = typename V::Element;
   static V load(const T* p, int n) {
-    T lanes[V::width] = {};
-    for (int i = 0; i < n; ++i) lanes[i] = p[i];
-    return Load<V, T>::full(lanes);
+    // Not by way of memory, where a load that gathers several stores waits for all of them.
+    V v = V::zero();
+    [&]<int... k>(std::integer_sequence<int, k...>) {
+      ((n == k + 1 ? static_cast<void>(v = load_constant<k + 1>(p)) : static_cast<void>(0)), ...);
+    }
+    (std::make_integer_sequence<int, V::width - 1>());
+    return v;
   }
   static void store(T* p, V v, int n) {
     T lanes[V::width];
@@ -228,9 +232,8 @@ struct Part {
   }
   template <int kLanes>
   static V load_constant(const T* p) {
-    V v = V::zero();
-    std::memcpy(&v.raw, p, kLanes * sizeof(T));
-    return v;
+    return [p]<int... l>(std::integer_sequence<int, l...>) { return V{typename V::Raw{p[l]...}}; }
+    (std::make_integer_sequence<int, kLanes>());
   }
   template <int kLanes>
   static void store_constant(T* p, V v) {

@@ -105,6 +105,8 @@ inline void store(float* p, Double2 v) { vst1_f32(p, vcvt_f32_f64(detail::arm(v)
 
 // --- arithmetic -------------------------------------------------------------
 
+inline Float4 at_most(Float4 a, float limit) { return detail::vec(vminq_f32(vdupq_n_f32(limit), detail::arm(a))); }
+inline Double2 at_most(Double2 a, double limit) { return detail::vec(vminq_f64(vdupq_n_f64(limit), detail::arm(a))); }
 inline Float4 sqrt(Float4 a) { return detail::vec(vsqrtq_f32(detail::arm(a))); }
 inline Double2 sqrt(Double2 a) { return detail::vec(vsqrtq_f64(detail::arm(a))); }
 inline Double2 floor(Double2 a) { return detail::vec(vrndmq_f64(detail::arm(a))); }

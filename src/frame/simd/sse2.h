@@ -112,7 +112,6 @@ inline Float4 max(Float4 a, Float4 b) { return {_mm_max_ps(a.raw, b.raw)}; }
 inline Float4 min(Float4 a, Float4 b) { return {_mm_min_ps(a.raw, b.raw)}; }
 inline Double2 max(Double2 a, Double2 b) { return {_mm_max_pd(a.raw, b.raw)}; }
 inline Double2 min(Double2 a, Double2 b) { return {_mm_min_pd(a.raw, b.raw)}; }
-inline Float4 sqrt(Float4 a) { return {_mm_sqrt_ps(a.raw)}; }
 inline Double2 sqrt(Double2 a) { return {_mm_sqrt_pd(a.raw)}; }
 inline Float4 reciprocal_estimate(Float4 a) { return {_mm_rcp_ps(a.raw)}; }
 inline Float4 reciprocal_sqrt_estimate(Float4 a) { return {_mm_rsqrt_ps(a.raw)}; }

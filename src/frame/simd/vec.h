@@ -26,6 +26,7 @@
 //                            elsewhere; for sums only
 //   neg_mul_add(a, b, c)     = c[l] - a[l] * b[l], in the same way
 //   max(a, b), min(a, b)     = a[l] > b[l] ? a[l] : b[l], so b for a NaN on either side; < for min
+//   at_most(a, limit)        = a[l] > limit ? limit : a[l], a NaN for a NaN; the limit is neither zero nor a NaN
 //   reciprocal_estimate(a), reciprocal_sqrt_estimate(a)   = 1 / a[l] and 1 / sqrt(a[l]) to 12 bits on x86, exact or
 //                            rounded twice elsewhere
 //   floor(a)                 = floor(a[l]) of doubles below 2^51, whichever rounding mode is in force
@@ -109,11 +110,13 @@ inline Vec<std::int32_t> products_of_pairs(const std::int16_t* p, const std::int
   return products_of_pairs(load<std::int16_t>(p), load<std::int16_t>(q));
 }
 
-// Independent accumulators of a reduction: enough to hide the latency of an addition, as many as registers allow.
-#if defined(__i386__)
-inline constexpr int kAccumulators = 4;
-#else
+// Independent accumulators of a reduction: enough to hide the latency of an addition. Where registers do not hold them
+// all, kHeldAccumulators go over the data at a time, so that the order of the additions is the same everywhere.
 inline constexpr int kAccumulators = 8;
+#if defined(__i386__)
+inline constexpr int kHeldAccumulators = 4;
+#else
+inline constexpr int kHeldAccumulators = kAccumulators;
 #endif
 
 }  // namespace kivsr::simd

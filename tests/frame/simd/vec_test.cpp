@@ -53,6 +53,8 @@ TYPED_TEST(FloatLanes, Arithmetic) {
   expect_lanewise<2, T>(
       "min", [](V a, V b) { return min(a, b); }, [](T a, T b) { return a < b ? a : b; });
   expect_lanewise<1, T>(
+      "at_most", [](V a) { return at_most(a, T{1.5}); }, [](T a) { return a > T{1.5} ? T{1.5} : a; });
+  expect_lanewise<1, T>(
       "sqrt", [](V a) { return sqrt(a); }, [](T a) { return std::sqrt(a); });
   expect_lanewise<1, T>(
       "abs", [](V a) { return abs(a); }, [](T a) { return std::abs(a); });
