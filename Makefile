@@ -69,7 +69,7 @@ check-arm64:
 	@scripts/kernel-instructions
 
 # The least of what an emulator stands for: the wrapper's operations, and a digest of every family.
-PROCESSORS ?= generic arm64 riscv64 ppc64le
+PROCESSORS ?= generic arm64 riscv64
 check-processors:
 	@scripts/setup test $(filter-out generic,$(PROCESSORS))
 	@for preset in $(PROCESSORS); do \
