@@ -195,10 +195,10 @@ void EncodeCommand::encode(const FileTask& task, const SplitCodebook& book, Feat
   output.commit();
   turn.heard(info.seconds);
   turn.post([&all, of_file] { all.add(of_file); });
-  turn.print_beside(task.output, task.output + formatted(": %d frames, %lld bytes, %.0f bit/s with the header\n",
-                                                         stream.frames, static_cast<long long>(bytes),
-                                                         8.0 * static_cast<double>(bytes) /
-                                                             (stream.frames * book.recipe().frame_seconds())));
+  turn.print_beside(task.output,
+                    task.output + ": " + counted(stream.frames, "frame") +
+                        formatted(", %lld bytes, %.0f bit/s with the header\n", static_cast<long long>(bytes),
+                                  8.0 * static_cast<double>(bytes) / (stream.frames * book.recipe().frame_seconds())));
 }
 
 void EncodeCommand::run() const {

@@ -38,7 +38,7 @@ std::string tsv_of(const ScoredRecording& recording, std::optional<double> thres
 }
 
 std::string text_of(const ScoredRecording& recording, std::optional<double> threshold) {
-  std::string lines = recording.file + formatted(": %lld frames", recording.frames);
+  std::string lines = recording.file + ": " + counted(recording.frames, "frame");
   if (recording.models.size() > 1) lines += ", best " + recording.best().model;
   lines += "\n";
   for (const ModelScore& model : recording.models) {
@@ -105,10 +105,11 @@ std::string summary_lines(const TrialSummary& summary, const DetectionCost& cost
     }
     return nlohmann::ordered_json{{"trials", object}}.dump() + "\n";
   }
-  std::string text = formatted("%d trials of targets, %d of others: equal error rate %.2f %%, least cost %.4f\n",
-                               errors.targets(), errors.others(), 100.0 * equal, least);
+  std::string text = counted(errors.targets(), "trial") +
+                     formatted(" of targets, %d of others: equal error rate %.2f %%, least cost %.4f\n",
+                               errors.others(), 100.0 * equal, least);
   if (summary.identifiable > 0) {
-    text += formatted("%d of %d recordings identified\n", summary.identified, summary.identifiable);
+    text += formatted("%d of ", summary.identified) + counted(summary.identifiable, "recording") + " identified\n";
   }
   return text;
 }

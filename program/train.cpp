@@ -175,7 +175,9 @@ void TrainCommand::complete_pass(const Statistics& statistics) {
       pass_, settings.passes(), statistics.log_likelihood / statistics.frames, components, report.floored_variances,
       report.floored_weights, report.merged_components);
   if (report.unseen_states > 0 || statistics.skipped > 0.0) {
-    std::printf("  left out: %.0f utterances; not reached: %d states\n", statistics.skipped, report.unseen_states);
+    std::printf("  left out: %s; not reached: %s\n",
+                counted(static_cast<std::int64_t>(statistics.skipped), "utterance").c_str(),
+                counted(report.unseen_states, "state").c_str());
   }
   std::fflush(stdout);
 }
@@ -205,8 +207,8 @@ void TrainCommand::write_part(const std::vector<TrainingItem>& items) {
   load(items, part, parts);
   const Statistics statistics = add_up(true);
   statistics.write(statistics_file);
-  std::printf("pass %d of %d, part %d of %d: %.0f utterances, %.0f frames\n", pass_ + 1, settings.passes(), part + 1,
-              parts, statistics.utterances, statistics.frames);
+  std::printf("pass %d of %d, part %d of %d: %s, %.0f frames\n", pass_ + 1, settings.passes(), part + 1, parts,
+              counted(static_cast<std::int64_t>(statistics.utterances), "utterance").c_str(), statistics.frames);
 }
 
 void TrainCommand::sum_parts() {

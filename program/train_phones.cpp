@@ -68,8 +68,9 @@ class PhoneTraining {
         collect_phone_pass(model_, data, settings_, pass_, run_.jobs, listener_of(progress, true));
     progress.clear();
     statistics.write(run_.statistics_file);
-    std::printf("pass %d of %d, part %d of %d: %.0f utterances, %.0f frames\n", pass_ + 1, settings_.passes(),
-                run_.part + 1, run_.parts, statistics.utterances, statistics.frames);
+    std::printf("pass %d of %d, part %d of %d: %s, %.0f frames\n", pass_ + 1, settings_.passes(), run_.part + 1,
+                run_.parts, counted(static_cast<std::int64_t>(statistics.utterances), "utterance").c_str(),
+                statistics.frames);
     if (bad_) bad_->finish();
   }
 
@@ -191,7 +192,8 @@ class PhoneTraining {
         "weights, merged %d\n",
         pass_, settings_.passes(), report.log_likelihood, model_.definition.states, components,
         floors.floored_variances, floors.floored_weights, floors.merged_components);
-    if (report.skipped > 0.0) std::printf("  left out: %.0f utterances\n", report.skipped);
+    if (report.skipped > 0.0)
+      std::printf("  left out: %s\n", counted(static_cast<std::int64_t>(report.skipped), "utterance").c_str());
     std::fflush(stdout);
   }
 

@@ -2,6 +2,7 @@
 // is a lambda over Vec<T>, called with full vectors only.
 #pragma once
 
+#include <algorithm>
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
@@ -100,7 +101,12 @@ class RunningSums {
   template <class Term, class... S>
   [[gnu::always_inline]] std::ptrdiff_t add_rounds(std::ptrdiff_t len, Term& term, const S*... src) {
     const std::ptrdiff_t end = len & (-kCount * W);
-    add_held<0>(end, term, src...);
+    if constexpr (simd::kHeldAccumulators == kCount) {
+      add_held<0>(0, end, term, src...);
+    } else {  // what is gone over twice stays in the cache meanwhile
+      constexpr std::ptrdiff_t kBlock = 64 * kCount * W;
+      for (std::ptrdiff_t i = 0; i < end; i += kBlock) add_held<0>(i, std::min(i + kBlock, end), term, src...);
+    }
     return end;
   }
   // Adds kVectors vectors of terms to the sums from kFirst on.
@@ -124,12 +130,12 @@ class RunningSums {
 
  private:
   template <int kFirst, class Term, class... S>
-  [[gnu::always_inline]] void add_held(std::ptrdiff_t end, Term& term, const S*... src) {
-    for (std::ptrdiff_t i = 0; i != end; i += kCount * W) {
+  [[gnu::always_inline]] void add_held(std::ptrdiff_t begin, std::ptrdiff_t end, Term& term, const S*... src) {
+    for (std::ptrdiff_t i = begin; i != end; i += kCount * W) {
       add<simd::kHeldAccumulators, kFirst>(term, src + i + kFirst * W...);
     }
     constexpr int kNext = kFirst + simd::kHeldAccumulators;
-    if constexpr (kNext < kCount) add_held<kNext>(end, term, src...);
+    if constexpr (kNext < kCount) add_held<kNext>(begin, end, term, src...);
   }
   template <int kFirst, int... k, class Term, class... S>
   [[gnu::always_inline]] void add_each(std::integer_sequence<int, k...>, Term& term, const S*... src) {
