@@ -18,7 +18,7 @@ namespace kivsr::speech {
 
 struct GateRules {
   double before = 0.3;  // s of the signal in front of the first frame of speech
-  double behind = 0.2;  // s without speech until it shuts
+  double behind = 0.3;  // s without speech until it shuts
   double held = 1.0;    // the same while it is held
   double faint = 30.0;  // dB below the loudest speech, which is forgotten by 1 dB/s: where nothing is speech
   double rise = 4.0;    // dB above the faintest of the signal, which rises by 3 dB/s: the same

@@ -215,8 +215,8 @@ TEST(Recognise, LanguageModels) {
   };
   const CommandResult even = heard("-1");
   EXPECT_NE(even.output.find("go forward ten meters"), std::string::npos) << even.output;
-  EXPECT_EQ(even.errors, "kivsr: 1 words of the language model " + (folder / "lm.arpa").string() +
-                             " cannot be pronounced and are left out: \"xyzzyx\"\n");
+  EXPECT_EQ(even.errors, "kivsr: 1 word of the language model " + (folder / "lm.arpa").string() +
+                             " cannot be pronounced: left out \"xyzzyx\"\n");
   EXPECT_NE(heard("-40").output.find("go forward two meters"), std::string::npos);
 }
 
