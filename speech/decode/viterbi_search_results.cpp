@@ -67,6 +67,7 @@ BestPath ViterbiSearch::best_path() const {
 
 Hypothesis ViterbiSearch::finish_in(bool sentence_ends) {
   Hypothesis result;
+  // The phones that the paths have left stay readable until the next frame.
   end_words(std::numeric_limits<float>::infinity());
   float best = kLogZero;
   const WordExit* best_exit = nullptr;
