@@ -50,6 +50,10 @@ void* operator new(std::size_t count) {
   if (block == nullptr) throw std::bad_alloc();
   return block;
 }
+void* operator new(std::size_t count, const std::nothrow_t&) noexcept {
+  if (allocations_left >= 0 && allocations_left-- == 0) return nullptr;
+  return std::malloc(count == 0 ? 1 : count);
+}
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
