@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -18,12 +17,11 @@
 #include "kivsr/speech/train/adaptation.h"
 #include "kivsr/speech/train/trainer.h"
 #include "program/choices.h"
-#include "program/file_loop.h"
 #include "program/numbers.h"
-#include "program/progress.h"
 #include "program/raw_options.h"
 #include "program/recogniser_options.h"
 #include "program/subcommands.h"
+#include "program/training_progress.h"
 
 namespace kivsr::program {
 
@@ -50,8 +48,7 @@ struct AdaptCommand {
   std::vector<TrainingItem> items(bool with_words) const;
   void adapt_words();
   void adapt_phones();
-  using Load = std::function<TrainingUtterances(const FileListener& begin, const FaultListener& left_out)>;
-  TrainingUtterances load(std::size_t count, const Load& load_all);
+  TrainingUtterances load(const std::vector<TrainingItem>& listed, const UtteranceLoader& load_all);
   void say(int iteration, const Statistics& statistics, int classes) const;
 
   std::optional<BadFiles> bad_;  // says at the end that files were left out
@@ -81,31 +78,8 @@ std::vector<TrainingItem> AdaptCommand::items(bool with_words) const {
   return result;
 }
 
-TrainingUtterances AdaptCommand::load(std::size_t count, const Load& load_all) {
-  BadFiles& bad = bad_.emplace(count);
-  Progress progress("read", static_cast<int>(count));
-  const auto step = [&](const std::filesystem::path& file) { progress.step(file.string()); };
-  const auto left_out = [&](const Fault& fault) {
-    if (count == 1) throw fault;
-    bad.say(fault.what(), progress);
-  };
-  TrainingUtterances utterances = load_all(step, left_out);
-  progress.clear();
-  bad.require_one();
-  return utterances;
-}
-
-// Of a pass: with warnings a line on standard error names each utterance that cannot be used.
-TrainingListener listener_of(Progress& progress, bool warnings) {
-  TrainingListener listener;
-  listener.begin = [&](const std::filesystem::path& file) { progress.step(file.string()); };
-  if (warnings) {
-    listener.left_out = [&](const std::filesystem::path& file, const std::string& reason) {
-      progress.clear();
-      std::fprintf(stderr, "kivsr: %s %s and is left out\n", file.c_str(), reason.c_str());
-    };
-  }
-  return listener;
+TrainingUtterances AdaptCommand::load(const std::vector<TrainingItem>& listed, const UtteranceLoader& load_all) {
+  return load_with_progress(static_cast<int>(listed.size()), bad_, load_all);
 }
 
 void AdaptCommand::say(int iteration, const Statistics& statistics, int classes) const {
@@ -119,7 +93,7 @@ void AdaptCommand::say(int iteration, const Statistics& statistics, int classes)
 void AdaptCommand::adapt_words() {
   const WordModel prior = read_word_model(acoustic.model_name);
   const std::vector<TrainingItem> listed = items(!prior.plain_mixture);
-  const TrainingUtterances utterances = load(listed.size(), [&](const auto& begin, const auto& left_out) {
+  const TrainingUtterances utterances = load(listed, [&](const auto& begin, const auto& left_out) {
     return load_utterances(listed, prior, raw, begin, 0, 1, left_out);
   });
   WordModel heard = prior;
@@ -154,7 +128,7 @@ void AdaptCommand::adapt_phones() {
     }
     return words;
   };
-  const TrainingUtterances utterances = load(listed.size(), [&](const auto& begin, const auto& left_out) {
+  const TrainingUtterances utterances = load(listed, [&](const auto& begin, const auto& left_out) {
     return load_utterances(listed, model.recipe, number, raw, begin, 0, 1, left_out);
   });
   AcousticAdaptation adaptation(model, dictionary, settings);

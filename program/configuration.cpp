@@ -6,12 +6,12 @@
 #include <map>
 #include <optional>
 #include <set>
-#include <sstream>
+#include <string_view>
 
 #include <CLI/CLI.hpp>
 
-#include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/text_parts.h"
 #include "program/near_miss.h"
 #include "program/speech_names.h"
 
@@ -20,11 +20,6 @@ namespace kivsr::program {
 namespace {
 
 constexpr const char* kOption = "--config";
-
-std::string trimmed(const std::string& text) {
-  const std::size_t first = text.find_first_not_of(" \t\r");
-  return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(" \t\r") + 1 - first);
-}
 
 std::optional<std::filesystem::path> from_environment(const char* name) {
   const char* const value = std::getenv(name);
@@ -56,28 +51,31 @@ struct Line {
 };
 
 std::vector<Line> read_lines(const CLI::App& program, const std::filesystem::path& file) {
-  const auto bytes = speech::read_whole_file(file);
-  std::istringstream text({bytes.begin(), bytes.end()});
+  const std::string text = read_text_file(file);
   std::vector<Line> lines;
   std::string section;
-  std::string line;
-  for (int number = 1; std::getline(text, line); ++number) {
+  std::string_view rest = text;
+  std::string_view line;
+  for (int number = 1; take_line(rest, line); ++number) {
     const std::string place = file.string() + ", line " + std::to_string(number) + ": ";
     const std::size_t comment = line.find('#');
-    line = trimmed(comment == 0 || (comment != std::string::npos && std::isspace(line[comment - 1]) != 0)
+    line = trimmed(comment == 0 || (comment != std::string_view::npos && std::isspace(line[comment - 1]) != 0)
                        ? line.substr(0, comment)
                        : line);
     if (line.empty()) continue;
     if (line.front() == '[' && line.back() == ']') {
-      section = trimmed(line.substr(1, line.size() - 2));
+      section = std::string(trimmed(line.substr(1, line.size() - 2)));
       const CLI::App* const subcommand = find_subcommand(program, section);
       if (subcommand == nullptr) throw Fault(place + unknown_subcommand(program, section));
       section = subcommand->get_name();
       continue;
     }
     const std::size_t equals = line.find('=');
-    if (equals == std::string::npos) throw Fault(place + "\"" + line + "\" is not like \"option = value\"");
-    lines.push_back({place, section, trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1))});
+    if (equals == std::string_view::npos) {
+      throw Fault(place + "\"" + std::string(line) + "\" is not like \"option = value\"");
+    }
+    lines.push_back(
+        {place, section, std::string(trimmed(line.substr(0, equals))), std::string(trimmed(line.substr(equals + 1)))});
   }
   return lines;
 }
@@ -148,9 +146,10 @@ std::vector<std::string> with_configuration(const CLI::App& program, std::vector
   if (file.empty()) return arguments;
 
   const auto given = given_options(*command, arguments, place + 1);
+  const std::vector<Line> lines = read_lines(program, file);
   std::map<const CLI::Option*, std::string> added;  // a section's own line counts, wherever the line for all stands
   for (const bool of_all : {true, false}) {
-    for (const Line& line : read_lines(program, file)) {
+    for (const Line& line : lines) {
       if (line.section.empty() != of_all) continue;
       require_known(program, line);
       const CLI::Option* const option = option_of(*command, line.name);

@@ -25,6 +25,7 @@
 #include "program/report_text.h"
 #include "program/subcommands.h"
 #include "program/train_phones.h"
+#include "program/training_progress.h"
 
 namespace kivsr::program {
 
@@ -138,30 +139,14 @@ void TrainCommand::begin(const std::vector<TrainingItem>& items) {
 
 void TrainCommand::load(const std::vector<TrainingItem>& items, int part, int parts) {
   const int count = (static_cast<int>(items.size()) - part + parts - 1) / parts;
-  BadFiles& bad = bad_.emplace(static_cast<std::size_t>(count));
-  Progress progress("read", count);
-  const auto step = [&](const std::filesystem::path& file) { progress.step(file.string()); };
-  const auto left_out = [&](const Fault& fault) {
-    if (count == 1) throw fault;
-    bad.say(fault.what(), progress);
-  };
-  utterances_ = load_utterances(items, model_, raw, step, part, parts, left_out);
-  progress.clear();
-  bad.require_one();
+  utterances_ = load_with_progress(count, bad_, [&](const auto& begin, const auto& left_out) {
+    return load_utterances(items, model_, raw, begin, part, parts, left_out);
+  });
 }
 
-// With warnings a line on standard error names each utterance that cannot be used.
 Statistics TrainCommand::add_up(bool warnings) const {
   Progress progress("train", static_cast<int>(utterances_.all().size()));
-  TrainingListener listener;
-  listener.begin = [&](const std::filesystem::path& file) { progress.step(file.string()); };
-  if (warnings) {
-    listener.left_out = [&](const std::filesystem::path& file, const std::string& reason) {
-      progress.clear();
-      std::fprintf(stderr, "kivsr: %s %s and is left out\n", file.c_str(), reason.c_str());
-    };
-  }
-  return collect(model_, utterances_, settings, listener, jobs);
+  return collect(model_, utterances_, settings, listener_of(progress, warnings), jobs);
 }
 
 void TrainCommand::complete_pass(const Statistics& statistics) {

@@ -11,6 +11,7 @@
 #include "kivsr/speech/io/fault.h"
 #include "program/numbers.h"
 #include "program/report_text.h"
+#include "program/training_progress.h"
 
 namespace kivsr::program {
 
@@ -64,8 +65,9 @@ class PhoneTraining {
     PhoneTrainingData data = data_with(lexicon);
     data.said = said(lexicon);
     Progress progress("train", static_cast<int>(utterances_.all().size()));
+    const TrainingListener listener = listener_of(progress, true);
     const Statistics statistics =
-        collect_phone_pass(model_, data, settings_, pass_, run_.jobs, listener_of(progress, true));
+        collect_phone_pass(model_, data, settings_, pass_, run_.jobs, by_number(listener, utterances_));
     progress.clear();
     statistics.write(run_.statistics_file);
     std::printf("pass %d of %d, part %d of %d: %s, %.0f frames\n", pass_ + 1, settings_.passes(), run_.part + 1,
@@ -137,16 +139,9 @@ class PhoneTraining {
       return words;
     };
     const int count = (static_cast<int>(run_.items.size()) - run_.part + run_.parts - 1) / run_.parts;
-    BadFiles& bad = bad_.emplace(static_cast<std::size_t>(count));
-    Progress progress("read", count);
-    const auto step = [&](const std::filesystem::path& file) { progress.step(file.string()); };
-    const auto left_out = [&](const Fault& fault) {
-      if (count == 1) throw fault;
-      bad.say(fault.what(), progress);
-    };
-    utterances_ = load_utterances(run_.items, model_.recipe, numbers, run_.raw, step, run_.part, run_.parts, left_out);
-    progress.clear();
-    bad.require_one();
+    utterances_ = load_with_progress(count, bad_, [&](const auto& begin, const auto& left_out) {
+      return load_utterances(run_.items, model_.recipe, numbers, run_.raw, begin, run_.part, run_.parts, left_out);
+    });
   }
 
   void start() {
@@ -159,23 +154,11 @@ class PhoneTraining {
     write_phone_model(record_, model_);
   }
 
-  UtteranceListener listener_of(Progress& progress, bool warnings) const {
-    const auto file = [this](std::size_t index) { return utterances_.all()[index].file.string(); };
-    UtteranceListener listener;
-    listener.begin = [&progress, file](std::size_t index) { progress.step(file(index)); };
-    if (warnings) {
-      listener.left_out = [&progress, file](std::size_t index, const std::string& reason) {
-        progress.clear();
-        std::fprintf(stderr, "kivsr: %s %s and is left out\n", file(index).c_str(), reason.c_str());
-      };
-    }
-    return listener;
-  }
-
   void complete_pass(const PhoneTrainingData& data, bool warnings) {
     Progress progress("train", static_cast<int>(utterances_.all().size()));
+    const TrainingListener listener = listener_of(progress, warnings);
     const PhonePassReport report =
-        run_phone_pass(model_, data, settings_, pass_, run_.jobs, listener_of(progress, warnings));
+        run_phone_pass(model_, data, settings_, pass_, run_.jobs, by_number(listener, utterances_));
     progress.clear();
     say(report);
   }

@@ -1,36 +1,32 @@
 #include "program/trials.h"
 
 #include <filesystem>
-#include <sstream>
+#include <string_view>
 
-#include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/text_parts.h"
 
 namespace kivsr::program {
 
 namespace {
 
-std::vector<std::string> fields_of(const std::string& line) {
-  std::istringstream stream(line);
+std::vector<std::string> fields_of(std::string_view line) {
+  if (line.find('\t') == std::string_view::npos) return words_of(line);
   std::vector<std::string> fields;
-  if (line.find('\t') == std::string::npos) {
-    for (std::string field; stream >> field;) fields.push_back(field);
-  } else {
-    for (std::string field; std::getline(stream, field, '\t');) fields.push_back(field);
-  }
+  for (std::string_view field; take_part(line, '\t', field);) fields.emplace_back(field);
   return fields;
 }
 
 }  // namespace
 
 std::vector<Trial> read_trials(const std::string& file, const std::string& folder) {
-  const std::vector<std::uint8_t> bytes = read_whole_file(file);
-  std::istringstream lines(std::string(bytes.begin(), bytes.end()));
+  const std::string text = read_text_file(file);
   std::vector<Trial> trials;
   int number = 0;
-  for (std::string line; std::getline(lines, line);) {
+  std::string_view lines = text;
+  for (std::string_view line; take_line(lines, line);) {
     ++number;
-    if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (line.ends_with('\r')) line.remove_suffix(1);
     const std::vector<std::string> fields = fields_of(line);
     if (fields.empty() || line.front() == '#') continue;
     const bool labelled = fields.size() == 3 && (fields[2] == "target" || fields[2] == "nontarget");
