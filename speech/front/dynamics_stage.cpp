@@ -106,53 +106,81 @@ class StreamingDynamics : public RowStage {
   bool begun_ = false;
 };
 
-// "1s_c_d_dd": [c, d, dd] with d(t) = c(t+2) - c(t-2) and dd(t) = (c(t+3) - c(t-1)) - (c(t+1) - c(t-3)); frames beyond
+// Columns of [c, d, dd, l] in the order of a row: the first three groups as they stand, or the streams [c1 ..], [d1 ..,
+// l1 ..], [c0, d0, dd0], [dd1 ..].
+std::vector<std::size_t> difference_columns(Dynamics dynamics, std::size_t width) {
+  std::vector<std::size_t> columns;
+  const auto add = [&](std::size_t group, std::size_t first, std::size_t last) {
+    for (std::size_t i = first; i < last; ++i) columns.push_back(group * width + i);
+  };
+  const bool streams = dynamics == Dynamics::kStreams;
+  if (streams) {
+    for (const std::size_t group : {0, 1, 3}) add(group, 1, width);
+  }
+  for (const std::size_t group : {0, 1, 2}) add(group, 0, streams ? 1 : width);
+  if (streams) add(2, 1, width);
+  return columns;
+}
+
+// c, d(t) = c(t+2) - c(t-2), dd(t) = (c(t+3) - c(t-1)) - (c(t+1) - c(t-3)) and l(t) = c(t+4) - c(t-4); frames beyond
 // either end repeat the first or the last.
 class DifferencesStage : public RowStage {
  public:
-  explicit DifferencesStage(int width) : width_(width), earlier_(size_of(width)) { frames_.width = width; }
+  explicit DifferencesStage(const Recipe& recipe)
+      : width_(recipe.input_width()),
+        reach_(recipe.dynamics == Dynamics::kStreams ? 4 : 3),
+        columns_(difference_columns(recipe.dynamics, size_of(width_))),
+        groups_(4 * size_of(width_)),
+        earlier_(size_of(width_)) {
+    frames_.width = width_;
+  }
 
   void push(const FeatureMatrix& rows, FeatureMatrix& result) override {
     if (frames_.values.empty()) {
-      for (int i = 0; i < kReach; ++i) append_rows(rows.row(0), frames_);
+      for (int i = 0; i < reach_; ++i) append_rows(rows.row(0), frames_);
     }
     append_rows(rows.values, frames_);
     emit(result);
   }
 
   bool finish(FeatureMatrix& result) override {
-    if (!frames_.values.empty()) repeat_last_row(frames_, frames_.height() + kReach);
+    if (!frames_.values.empty()) repeat_last_row(frames_, frames_.height() + reach_);
     emit(result);
     frames_.values.clear();
     return false;
   }
 
  private:
-  static constexpr int kReach = 3;  // frames that a second difference looks ahead and back
-
-  // All frames that have kReach others on both sides; the last 2 kReach stay for the next call.
+  // All frames that have reach_ others on both sides; the last 2 reach_ stay for the next call.
   void emit(FeatureMatrix& result) {
-    const int complete = std::max(0, frames_.height() - 2 * kReach);
+    const int complete = std::max(0, frames_.height() - 2 * reach_);
     for (int t = 0; t < complete; ++t) {
-      const auto frame = [&](int offset) { return frames_.row(t + kReach + offset).data(); };
-      append_rows(frames_.row(t + kReach), result);
-      result.values.resize(result.values.size() + 2 * size_of(width_));
-      float* const first = result.row(result.height() - 1).data() + width_;
-      float* const second = first + width_;
-      subtract(frame(2), frame(-2), first);
-      subtract(frame(3), frame(-1), second);
-      subtract(frame(1), frame(-3), earlier_.data());
-      call<kivsSub_32f_I>(earlier_, second, width_);
+      derive(t + reach_);
+      const std::size_t first = result.values.size();
+      result.values.resize(first + columns_.size());
+      for (std::size_t i = 0; i < columns_.size(); ++i) result.values[first + i] = groups_[columns_[i]];
     }
     frames_.values.erase(frames_.values.begin(), frames_.values.begin() + complete * width_);
   }
-  void subtract(const float* later, const float* earlier, float* difference) const {
-    call<kivsCopy_32f>(later, difference, width_);
-    call<kivsSub_32f_I>(earlier, difference, width_);
+  void derive(int t) {
+    const auto group = [&](int index) { return groups_.data() + index * width_; };
+    call<kivsCopy_32f>(frames_.row(t).data(), group(0), width_);
+    subtract(t + 2, t - 2, group(1));
+    subtract(t + 3, t - 1, group(2));
+    subtract(t + 1, t - 3, earlier_.data());
+    call<kivsSub_32f_I>(earlier_, group(2), width_);
+    if (reach_ == 4) subtract(t + 4, t - 4, group(3));
+  }
+  void subtract(int later, int earlier, float* difference) const {
+    call<kivsCopy_32f>(frames_.row(later).data(), difference, width_);
+    call<kivsSub_32f_I>(frames_.row(earlier).data(), difference, width_);
   }
 
   int width_;
+  int reach_;  // frames that the differences look ahead and back
+  std::vector<std::size_t> columns_;
   FeatureMatrix frames_;
+  std::vector<float> groups_;  // of a frame
   std::vector<float> earlier_;
 };
 
@@ -233,7 +261,8 @@ std::unique_ptr<RowStage> make_columns_stage(const Recipe& recipe) {
 std::unique_ptr<RowStage> make_dynamics_stage(const Recipe& recipe) {
   switch (recipe.dynamics) {
     case Dynamics::kNone: return nullptr;
-    case Dynamics::kDifferences: return std::make_unique<DifferencesStage>(recipe.input_width());
+    case Dynamics::kDifferences:
+    case Dynamics::kStreams: return std::make_unique<DifferencesStage>(recipe);
     case Dynamics::kRegression:
       return std::make_unique<WholeUtterance>(
           recipe.input_width(),

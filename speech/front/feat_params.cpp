@@ -126,12 +126,13 @@ void set_lengths(const Durations& durations, const std::filesystem::path& file, 
 
 Recipe FeatParams::recipe(const std::filesystem::path& file) const {
   const auto kind = entries.find("feat");
-  if (kind != entries.end() && kind->second != "1s_c_d_dd") {
-    throw Fault(file.string() + ": features " + kind->second + " are not supported, only 1s_c_d_dd");
+  const bool streams = kind != entries.end() && kind->second == "s2_4x";
+  if (kind != entries.end() && !streams && kind->second != "1s_c_d_dd") {
+    throw Fault(file.string() + ": features " + kind->second + " are not supported, only 1s_c_d_dd and s2_4x");
   }
   Recipe recipe = front_end;
   recipe.normalisation = Normalisation::kMean;
-  recipe.dynamics = Dynamics::kDifferences;
+  recipe.dynamics = streams ? Dynamics::kStreams : Dynamics::kDifferences;
   return recipe;
 }
 

@@ -15,7 +15,7 @@ struct FeatParams {
   std::map<std::string, std::string> entries;  // all, by name without the dash ("feat", "svspec", "cmn", ...)
 
   // The static cepstra less their mean over the utterance, and differences. Throws Fault, which names the file, for
-  // features other than 1s_c_d_dd.
+  // features other than 1s_c_d_dd and s2_4x.
   Recipe recipe(const std::filesystem::path& file) const;
   // -cmninit: where a mean that is known only in part may begin, a value a cepstrum (zeros behind the last that is
   // given); empty if the entry is absent. Throws Fault, which names the file, for what is no such list.

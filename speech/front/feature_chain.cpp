@@ -42,7 +42,8 @@ FeatureChain::FeatureChain(const Recipe& recipe)
   add(make_energy_stage(recipe_), recipe_.input_width());
   changed_ = stages_.size();
   add(make_normalisation_stage(recipe_), recipe_.input_width());
-  add(make_dynamics_stage(recipe_), 3 * recipe_.static_width());
+  add(make_dynamics_stage(recipe_),
+      recipe_.dynamics == Dynamics::kStreams ? recipe_.feature_width() : 3 * recipe_.static_width());
   add(make_columns_stage(recipe_), recipe_.feature_width());
   pitched_.width = recipe_.feature_width() + 3;
   spoken_.width = recipe_.width();

@@ -11,7 +11,8 @@ namespace {
 
 // Kinds of HTK have no place for columns of another nature.
 bool is_user_kind(const Recipe& recipe) {
-  return recipe.source == Source::kFeatures || recipe.width() != recipe.feature_width();
+  return recipe.source == Source::kFeatures || recipe.width() != recipe.feature_width() ||
+         recipe.dynamics == Dynamics::kStreams;
 }
 
 unsigned qualifiers_behind_the_front_end(const Recipe& recipe) {
@@ -78,6 +79,7 @@ FeatureLayout layout_of(const Recipe& recipe) {
 FeatureLayout layout_behind(const FeatureLayout& source, const Recipe& recipe) {
   FeatureLayout layout = layout_of(recipe);
   layout.frame_seconds = source.frame_seconds;
+  if (recipe.dynamics == Dynamics::kStreams) return layout;
   // Derivatives follow in groups as wide as the source, "x1_d", "x2_d", ...
   for (std::size_t i = 0; i < layout.columns.size() && !source.columns.empty(); ++i) {
     std::string& name = layout.columns[i];

@@ -57,6 +57,19 @@ void validate(const NoiseReductionParameters& noise, const FrontEndParameters& f
   }
 }
 
+// The columns but the first, their differences over four frames and over eight; the first with its derivatives; the
+// second derivatives of the others.
+std::vector<std::string> stream_names(const std::vector<std::string>& statics) {
+  std::vector<std::string> names;
+  const auto add_others = [&](const char* ending) {
+    for (std::size_t i = 1; i < statics.size(); ++i) names.push_back(statics[i] + ending);
+  };
+  for (const char* const ending : {"", "_d", "_l"}) add_others(ending);
+  for (const char* const ending : {"", "_d", "_a"}) names.push_back(statics.front() + ending);
+  add_others("_a");
+  return names;
+}
+
 void validate_columns(const Recipe& recipe) {
   const auto require = [](bool holds, const char* message) {
     if (!holds) throw Fault(std::string("recipe: ") + message);
@@ -69,6 +82,9 @@ void validate_columns(const Recipe& recipe) {
           "only a log energy can be left out, of what is normalised over the whole utterance");
   require(recipe.derivatives >= 1 && recipe.derivatives <= 3, "the derivatives must be 1 to 3");
   require(derived || recipe.derivatives == 2, "without dynamics there are no derivatives to choose");
+  require(recipe.dynamics != Dynamics::kStreams ||
+              (recipe.derivatives == 2 && !recipe.drop_energy && !recipe.pitch && !recipe.speech_column),
+          "the columns of streams are fixed");
   require(!recipe.drop_energy || (derived && front_end.energy && recipe.dynamics != Dynamics::kAurora),
           "only a log energy with derivatives can be left out");
   require(recipe.equalisation == Equalisation::kNone || front_end.logarithm == Logarithm::kNatural,
@@ -88,6 +104,7 @@ int Recipe::input_width() const { return source == Source::kFeatures ? source_wi
 
 std::vector<std::string> Recipe::column_names() const {
   const std::vector<std::string> statics = static_names(*this);
+  if (dynamics == Dynamics::kStreams) return stream_names(statics);
   std::vector<std::string> names = statics;
   if (drop_energy) names.erase(names.begin() + front_end.energy_column());
   const char* const endings[] = {"_d", "_a", "_t"};

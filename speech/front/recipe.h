@@ -53,11 +53,12 @@ enum class Normalisation {
 // First and second derivatives behind the statics.
 enum class Dynamics {
   kNone,
-  kWin1,        // over three frames
-  kWin2,        // over five frames
-  kRegression,  // over 2 W + 1 frames
-  kAurora,      // over nine frames, of c1 .. c12 and a mean of c0 and log energy
-  kDifferences  // "1s_c_d_dd" of Sphinx: c(t+2) - c(t-2), and the difference of two such
+  kWin1,         // over three frames
+  kWin2,         // over five frames
+  kRegression,   // over 2 W + 1 frames
+  kAurora,       // over nine frames, of c1 .. c12 and a mean of c0 and log energy
+  kDifferences,  // "1s_c_d_dd" of Sphinx: c(t+2) - c(t-2), and the difference of two such
+  kStreams       // "s2_4x" of Sphinx: the same in four streams, with c(t+4) - c(t-4) of all but the first column
 };
 
 struct Recipe {
@@ -104,6 +105,7 @@ struct Recipe {
   int file_width() const { return input_width() + (speech_column || drop_frames ? 1 : 0); }
   int static_width() const { return dynamics == Dynamics::kAurora ? 13 : input_width(); }
   int feature_width() const {
+    if (dynamics == Dynamics::kStreams) return 4 * static_width() - 1;
     return (dynamics == Dynamics::kNone ? 1 : 1 + derivatives) * static_width() - (drop_energy ? 1 : 0);
   }
   int width() const { return feature_width() + (pitch ? 3 : 0) + (speech_column ? 1 : 0); }

@@ -36,7 +36,7 @@ constexpr std::array<Name, 3> kZeroths{"first", "last", "none"};
 constexpr std::array<Name, 3> kNoiseMethods{"none", "mcra-wiener", "mcra-emns"};
 constexpr std::array<Name, 3> kEqualisations{"none", "from-zero", "from-mean"};
 constexpr std::array<Name, 5> kNormalisations{"none", "mean", "mean-variance", "running-mean", "running-mean-variance"};
-constexpr std::array<Name, 6> kDynamics{"none", "win1", "win2", "regression", "aurora", "differences"};
+constexpr std::array<Name, 7> kDynamics{"none", "win1", "win2", "regression", "aurora", "differences", "streams"};
 
 // "name = value" without the blanks around both.
 std::pair<std::string, std::string> split_line(std::string_view line) {

@@ -206,7 +206,11 @@ AcousticModel read_acoustic_model(const std::filesystem::path& folder, const Mod
   model.recipe = parameters.recipe(features);
   model.static_mean = parameters.static_mean(features);
   model.definition = read_model_definition(folder / "mdef");
-  model.fillers = Dictionary::read(folder / "noisedict");
+  if (std::filesystem::exists(folder / "noisedict")) {
+    model.fillers = Dictionary::read(folder / "noisedict");
+  } else {
+    model.fillers.add("<sil>", {"SIL"});
+  }
 
   const GaussianParameters means = read_gaussian_parameters(folder / "means");
   const GaussianParameters variances = read_gaussian_parameters(folder / "variances");

@@ -52,6 +52,29 @@ TEST(Recognise, SingleGaussianModelStaysWithinEightErrors) {
   }
 }
 
+// Semi-continuous, four streams of features, weights of 4 bits; the cepstra come from files.
+TEST(Recognise, ConnectedDigitsOfAModelWithFourStreams) {
+  const std::filesystem::path folder = kTestData / "tidigits";
+  std::string command = "recognise --model " + quoted(folder / "hmm") + " --dict " +
+                        quoted(folder / "lm" / "tidigits.dic") + " --reference " + quoted(folder / "tidigits.lsn");
+  std::ifstream names(folder / "tidigits.ctl");
+  std::string files;
+  for (std::string name; std::getline(names, name);) files += " " + quoted(folder / (name + ".mfc"));
+  for (const std::string& options :
+       {std::string(" --words one,two,three,four,five,six,seven,eight,nine,oh,zero"),
+        " --arithmetic 16s --shortlist 64 --lm " + quoted(folder / "lm" / "tidigits.lm.bin")}) {
+    const CommandResult result = run_kivsr(command + options + files);
+    ASSERT_EQ(result.status, 0) << result.errors;
+    const std::size_t total = result.output.find("total: 31 files");
+    ASSERT_NE(total, std::string::npos) << result.output;
+    int errors = -1;
+    EXPECT_EQ(std::sscanf(result.output.c_str() + result.output.find("factor", total), "factor %*f, %d error", &errors),
+              1);
+    EXPECT_GE(errors, 0);
+    EXPECT_LE(errors, 1) << options;
+  }
+}
+
 TEST(Recognise, WordLoopAlignmentAndReference) {
   const TemporaryFolder folder;
   const auto words = folder.write("words", "go forward\nten meters backward one two");

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "kivsr/speech/front/feature_chain.h"
+#include "kivsr/speech/io/fault.h"
 #include "speech/support/signals.h"
 
 namespace kivsr::speech::test {
@@ -18,9 +19,9 @@ FeatureMatrix random_rows(int height, int width) {
   return rows;
 }
 
-FeatureMatrix with_differences(const FeatureMatrix& rows) {
+FeatureMatrix with_differences(const FeatureMatrix& rows, Dynamics dynamics = Dynamics::kDifferences) {
   Recipe recipe = Recipe::of_features(rows.width);
-  recipe.dynamics = Dynamics::kDifferences;
+  recipe.dynamics = dynamics;
   return FeatureChain(recipe).run_rows(rows);
 }
 
@@ -58,6 +59,32 @@ TEST(Differences, EndsAreRepeated) {
     }
   }
   EXPECT_EQ(with_differences(random_rows(0, 13)).height(), 0);
+}
+
+// Column by column from the definition, and by the names that the recipe gives the columns.
+TEST(Differences, StreamsHaveTheirColumnsInOrder) {
+  constexpr int kWidth = 4;
+  const FeatureMatrix rows = random_rows(30, kWidth);
+  const FeatureMatrix streams = with_differences(rows, Dynamics::kStreams);
+  const auto c = [&](int t, int i) { return rows.row(std::clamp(t, 0, rows.height() - 1))[i]; };
+  const auto second = [&](int t, int i) { return (c(t + 3, i) - c(t - 1, i)) - (c(t + 1, i) - c(t - 3, i)); };
+  ASSERT_EQ(streams.width, 4 * kWidth - 1);
+  ASSERT_EQ(streams.height(), 30);
+  for (int t = 0; t < 30; ++t) {
+    std::vector<float> expected;
+    for (int i = 1; i < kWidth; ++i) expected.push_back(c(t, i));
+    for (const int reach : {2, 4}) {
+      for (int i = 1; i < kWidth; ++i) expected.push_back(c(t + reach, i) - c(t - reach, i));
+    }
+    expected.insert(expected.end(), {c(t, 0), c(t + 2, 0) - c(t - 2, 0), second(t, 0)});
+    for (int i = 1; i < kWidth; ++i) expected.push_back(second(t, i));
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), streams.row(t).begin(), streams.row(t).end())) << t;
+  }
+  Recipe recipe = Recipe::of_features(2);
+  recipe.dynamics = Dynamics::kStreams;
+  EXPECT_EQ(recipe.column_names(), (std::vector<std::string>{"x2", "x2_d", "x2_l", "x1", "x1_d", "x1_a", "x2_a"}));
+  recipe.derivatives = 1;
+  EXPECT_THROW(FeatureChain{recipe}, Fault);
 }
 
 }  // namespace

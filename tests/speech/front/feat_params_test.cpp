@@ -89,7 +89,7 @@ TEST(FeatParams, RecipeOfAModel) {
   const TemporaryFolder folder;
   const auto file = folder.write("feat.params", "-lowerf 130 -upperf 6800 -nfilt 25 -transform dct -lifter 22\n");
   EXPECT_EQ(read_feat_params(file).recipe(file), preset("sphinx-39"));
-  folder.write("feat.params", "-feat s2_4x\n");
+  folder.write("feat.params", "-feat s3_1x39\n");
   EXPECT_NE(fault_of([&] { (void)read_feat_params(file).recipe(file); }).find("only 1s_c_d_dd"), std::string::npos);
 }
 

@@ -52,7 +52,7 @@ TEST_F(UtteranceTest, RowsGoThroughWhatFollowsTheFrontEnd) {
   const FeatureMatrix rows{5, noise(5 * 2500)};
   const auto file = rows_file("a.npy", rows);
   for (const Normalisation normalisation : {Normalisation::kNone, Normalisation::kMean, Normalisation::kRunningMean}) {
-    for (const Dynamics dynamics : {Dynamics::kNone, Dynamics::kWin2, Dynamics::kRegression, Dynamics::kDifferences}) {
+    for (const Dynamics dynamics : {Dynamics::kNone, Dynamics::kWin2, Dynamics::kRegression, Dynamics::kStreams}) {
       Recipe recipe = Recipe::of_features(5);
       recipe.normalisation = normalisation;
       recipe.dynamics = dynamics;

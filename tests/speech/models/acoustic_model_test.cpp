@@ -1,6 +1,7 @@
 // Whole models and dictionaries of the packages.
 #include "kivsr/speech/models/acoustic_model.h"
 
+#include <array>
 #include <cmath>
 
 #include "speech/models/model_bytes.h"
@@ -54,6 +55,20 @@ TEST(AcousticModel, SingleGaussians) {
   expect_probabilities(model, 1e-6);
 }
 
+// Four streams of 256 Gaussians that all states share, weights of 4 bits, and no list of noises.
+TEST(AcousticModel, SemiContinuousInFourStreams) {
+  const AcousticModel model = read_acoustic_model(kTestData / "tidigits" / "hmm");
+  EXPECT_EQ(model.codebooks, 1);
+  EXPECT_EQ(model.densities, 256);
+  ASSERT_EQ(model.streams.size(), 4U);
+  const std::array<int, 4> lengths{12, 24, 3, 12};
+  for (std::size_t i = 0; i < lengths.size(); ++i) EXPECT_EQ(model.streams[i].length, lengths[i]);
+  EXPECT_EQ(model.recipe.width(), model.dimension);
+  expect_probabilities(model, 0.75);  // 16 different weights stand for all
+  ASSERT_NE(model.fillers.find("<sil>"), nullptr);
+  EXPECT_EQ(*model.fillers.find("<sil>"), (std::vector<Pronunciation>{{"SIL"}}));
+}
+
 TEST(AcousticModel, FloorsVariancesBeforeInvertingThem) {
   const AcousticModel plain = read_acoustic_model(kTestData / "an4_ci_cont");
   ModelFloors floors;
@@ -73,8 +88,7 @@ TEST(AcousticModel, MissingAndContradictingFilesAreNamed) {
   EXPECT_NE(fault_of([] { find_model_folder("no-such-model"); }).find("no-such-model: no such acoustic model"),
             std::string::npos);
   const std::filesystem::path source = kTestData / "an4_ci_cont";
-  for (const char* name :
-       {"feat.params", "mdef", "means", "variances", "mixture_weights", "transition_matrices", "noisedict"}) {
+  for (const char* name : {"feat.params", "mdef", "means", "variances", "mixture_weights", "transition_matrices"}) {
     const TemporaryFolder folder;
     std::filesystem::copy(source, folder.path());
     std::filesystem::remove(folder / name);
