@@ -6,9 +6,10 @@ SHELL := /bin/bash
 .SHELLFLAGS := -o pipefail -c
 
 # What the C library's own tests are called; the rest looks at the package as a host of x86 sees it.
-LIBRARY_TESTS := -R '^(core|frame|vector|frontend|scoring|training|vq|aurora|noise|foundation|selftest|interface)$$'
+LIBRARY_TESTS := core frame vector frontend scoring training vq aurora noise interface
+ANY_LIBRARY_TEST := $(subst $() ,|,$(LIBRARY_TESTS) foundation selftest)
 
-.PHONY: demo test check check-sanitizers check-threads check-reference check-tidy check-abi check-generic check-arm64 check-processors fuzz bench docs python deb install format clean
+.PHONY: demo test check check-sanitizers check-threads check-reference check-tidy check-abi check-v4 check-generic check-arm64 check-processors fuzz bench docs python deb install format clean
 
 demo:
 	@scripts/setup
@@ -28,7 +29,7 @@ test:
 	done
 
 # What the test command does not cover.
-check: check-sanitizers check-threads check-reference check-tidy check-abi check-generic check-arm64 check-processors
+check: check-sanitizers check-threads check-reference check-tidy check-abi check-v4 check-generic check-arm64 check-processors
 
 # The tests and the seeds of the fuzz targets under the address and undefined-behaviour sanitizers, by clang.
 check-sanitizers:
@@ -54,22 +55,29 @@ check-abi:
 	@scripts/setup test check
 	@scripts/abi check $(JOBS)
 
+# The AVX-512 library beside the others in the folder of x86_64: the tests are those that are built already.
+check-v4:
+	@scripts/setup test
+	@cmake --preset x86_64 -DKIVSR_V4=ON >/dev/null && cmake --build --preset x86_64 -j$(JOBS) \
+	  --target kivsr_selftest foundation_v4_tests $(LIBRARY_TESTS:%=%_tests) | scripts/progress
+	@ctest --test-dir build/x86_64 --output-on-failure -j$(JOBS) -R '^($(ANY_LIBRARY_TEST))\.v4$$'
+
 # The library without any instruction set's own file.
 check-generic:
 	@scripts/setup test
 	@cmake --preset generic >/dev/null && cmake --build --preset generic -j$(JOBS) | scripts/progress
-	@ctest --test-dir build/generic --output-on-failure -j$(JOBS) $(LIBRARY_TESTS)
+	@ctest --test-dir build/generic --output-on-failure -j$(JOBS) -R '^($(ANY_LIBRARY_TEST))$$'
 
 # The library on ARM64, in an emulator; then the instructions of the hot kernels beside those of x86.
 check-arm64:
 	@scripts/setup test arm64
 	@cmake --preset arm64 >/dev/null && cmake --build --preset arm64 -j$(JOBS) | scripts/progress
-	@ctest --test-dir build/arm64 --output-on-failure -j$(JOBS) $(LIBRARY_TESTS)
+	@ctest --test-dir build/arm64 --output-on-failure -j$(JOBS) -R '^($(ANY_LIBRARY_TEST))$$'
 	@cmake --preset x86_64 >/dev/null && cmake --build --preset x86_64 -j$(JOBS) --target kivsrw7 | scripts/progress
 	@scripts/kernel-instructions
 
 # The least of what an emulator stands for: the wrapper's operations, and a digest of every family.
-PROCESSORS ?= generic arm64 riscv64
+PROCESSORS ?= generic arm64 riscv64 ppc64le
 check-processors:
 	@scripts/setup test $(filter-out generic,$(PROCESSORS))
 	@for preset in $(PROCESSORS); do \

@@ -26,6 +26,7 @@ T* numbers(std::size_t count, T least, T step) {
 constexpr int kLength = 512;
 constexpr int kRows = 64;
 constexpr int kWidth = 39;
+constexpr int kShort = 13;
 constexpr int kStep = 40;
 
 using Kernel = std::pair<const char*, std::function<void()>>;
@@ -69,6 +70,19 @@ std::vector<Kernel> kernels() {
       {"log addition", [=] { kivsLogAdd_32f(a, c, kLength, static_cast<KivLogAddHint>(0)); }},
       {"log sum", [=] { kivsLogSum_32f(a, &result, kLength); }},
       {"nearest of 64 vectors", [=] { kivsVQ_32f(b, kStep, index, kRows, book); }},
+      {"mean and variance", [=] { kivsMeanVarColumn_32f_D2(a, kRows, kStep, c, c + kStep, kWidth); }},
+      {"deltas", [=] { kivsDelta_Win2_32f_D2(a, kShort, c, kStep, kRows, 0.5F, KIV_DELTA_BEGIN | KIV_DELTA_END); }},
+      {"autocorrelation", [=] { kivsAutoCorr_32f(a, kLength, c, kShort); }},
+      {"time warping", [=] { kivsDTW_L2_32f_D2(a, kStep, kRows, b, kStep, kRows, kWidth, &result, -1); }},
+      {"product of 13", [=] { kivsMul_32f(a, b, c, kShort); }},
+      {"dot product of 13", [=] { kivsDotProd_32f(a, b, kShort, &result); }},
+      {"words to floats of 13", [=] { kivsConvert_16s32f(words, c, kShort); }},
+      {"log addition of 13", [=] { kivsLogAdd_32f(a, c, kShort, static_cast<KivLogAddHint>(0)); }},
+      {"log sum of 13", [=] { kivsLogSum_32f(a, &result, kShort); }},
+      {"Gaussian scores of 13", [=] { kivsLogGaussMultiMix_32f_D2(a, b, kStep, b, kShort, c, kRows); }},
+      {"Gaussian, words of 13",
+       [=] { kivsLogGaussMultiMix_Scaled_16s32f_D2(words, more, kStep, more, kShort, c, kRows, 10); }},
+      {"time warping of 13", [=] { kivsDTW_L2_32f_D2(a, kStep, kRows, b, kStep, kRows, kShort, &result, -1); }},
   };
 }
 

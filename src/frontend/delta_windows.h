@@ -12,7 +12,7 @@
 
 #include "frame/rounding_mode.h"
 #include "frame/scale.h"
-#include "frame/simd/vec.h"
+#include "frame/simd/short_rows.h"
 #include "kivsr/types.h"
 
 namespace kivsr::delta {
@@ -20,7 +20,7 @@ namespace kivsr::delta {
 template <class T>
 using Number = std::conditional_t<std::is_floating_point_v<T>, float, double>;
 template <class T>
-using Lanes = simd::Vec<Number<T>>;
+using Lanes = simd::ShortVec<Number<T>>;
 
 inline void put(Kiv32f* dst, Lanes<Kiv32f> x) { simd::store(dst, x); }
 inline void put(Kiv16s* dst, Lanes<Kiv16s> x) {
@@ -33,11 +33,11 @@ inline void put(Kiv16s* dst, Lanes<Kiv16s> x) {
 template <class T, class Width, class Body>
 inline void for_columns(Width width, Body body) {
   using N = Number<T>;
-  constexpr std::ptrdiff_t W = simd::Vec<N>::width;
+  constexpr std::ptrdiff_t W = Lanes<T>::width;
   assert(width >= 1);
   if (width < W) {
     const int n = static_cast<int>(width);
-    body([=](const auto* p) { return simd::load_some<N>(p, n); },
+    body([=](const auto* p) { return simd::load_some_short<N>(p, n); },
          [=](T* p, Lanes<T> x) {
            T columns[W];
            put(columns, x);
@@ -46,7 +46,7 @@ inline void for_columns(Width width, Body body) {
     return;
   }
   const auto from = [&](std::ptrdiff_t i) {
-    body([=](const auto* p) { return simd::load<N>(p + i); }, [=](T* p, Lanes<T> x) { put(p + i, x); });
+    body([=](const auto* p) { return simd::load_short<N>(p + i); }, [=](T* p, Lanes<T> x) { put(p + i, x); });
   };
   for (std::ptrdiff_t i = 0; i + W <= width; i += W) from(i);
   if (width % W != 0) from(width - W);
@@ -62,7 +62,7 @@ inline void for_columns(Width width, T* dst, Value value) {
 template <class T, class Value>
 inline void for_column(std::ptrdiff_t i, T* dst, Value value) {
   T columns[Lanes<T>::width];
-  put(columns, value([=](const auto* p) { return simd::load_some<Number<T>>(p + i, 1); }));
+  put(columns, value([=](const auto* p) { return simd::load_some_short<Number<T>>(p + i, 1); }));
   dst[i] = columns[0];
 }
 

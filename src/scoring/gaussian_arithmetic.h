@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <type_traits>
 
-#include "frame/simd/vec.h"
+#include "frame/simd/short_rows.h"
 #include "frame/transform.h"
 
 namespace kivsr {
@@ -19,6 +19,7 @@ class FloatingArithmetic {
   using Score = S;
   using Result = S;
   using V = simd::Vec<S>;
+  using Row = simd::ShortVec<S>;
 
   template <class X, class M, class W>
   void distances(S* dst, X x, M m, W w, int len, int rows) const {
@@ -36,9 +37,9 @@ class FloatingArithmetic {
   // One row, the same bits as it has among others. The weights may be of type S, or null for weights of one.
   template <class W>
   S distance(const E* x, const E* m, W w, int len) const {
-    V sum = V::zero();
+    Row sum = Row::zero();
     std::ptrdiff_t i = 0;
-    for (; i + V::width <= len; i += V::width) sum = add_term(sum, x, m, w, Whole{i});
+    for (; i + Row::width <= len; i += Row::width) sum = add_term(sum, x, m, w, Whole{i});
     if (i < len) sum = add_term(sum, x, m, w, Part{i, static_cast<int>(len - i)});
     return simd::sum_lanes(sum);
   }
@@ -75,22 +76,22 @@ class FloatingArithmetic {
   struct Whole {
     std::ptrdiff_t offset;
     template <class P>
-    V operator()(const P* row) const {
-      return simd::load<S>(row + offset);
+    Row operator()(const P* row) const {
+      return simd::load_short<S>(row + offset);
     }
   };
   struct Part {
     std::ptrdiff_t offset;
     int count;
     template <class P>
-    V operator()(const P* row) const {
-      return simd::load_some<S>(row + offset, count);
+    Row operator()(const P* row) const {
+      return simd::load_some_short<S>(row + offset, count);
     }
   };
 
   template <class W, class Load>
-  static V add_term(V sum, const E* x, const E* m, W w, Load load) {
-    const V d = load(x) - load(m);
+  static Row add_term(Row sum, const E* x, const E* m, W w, Load load) {
+    const Row d = load(x) - load(m);
     if constexpr (std::is_same_v<W, std::nullptr_t>) {
       return simd::mul_add(d, d, sum);
     } else {
@@ -100,9 +101,9 @@ class FloatingArithmetic {
 
   template <int kRows, class X, class M, class W>
   static void some_distances(S* dst, X x, M m, W w, int len) {
-    V sums[4] = {V::zero(), V::zero(), V::zero(), V::zero()};
+    Row sums[4] = {Row::zero(), Row::zero(), Row::zero(), Row::zero()};
     std::ptrdiff_t i = 0;
-    for (; i + V::width <= len; i += V::width) {
+    for (; i + Row::width <= len; i += Row::width) {
 #pragma GCC unroll 4
       for (int r = 0; r < kRows; ++r) sums[r] = add_term(sums[r], x.row(r), m.row(r), w.row(r), Whole{i});
     }

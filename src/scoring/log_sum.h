@@ -183,7 +183,11 @@ inline T add_block(T sum, const T* terms, int len, T total) {
 template <class T>
 [[gnu::noinline]] void add_known(T* sum, const T* src, int len, T maximum) {
   using V = simd::Vec<T>;
-  alignas(32) T terms[kBlock];
+  constexpr int W = V::width;
+  // Vectors that begin behind the first elements may end behind the last whole one: zeros, which do not count.
+  constexpr int kBehind = W > kFirst ? W : 0;
+  alignas(64) T terms[kBlock + kBehind];
+  if constexpr (kBehind != 0) simd::store(terms + (len + W - 1) / W * W, V::zero());
   V totals = V::zero();
   each_exponential(src, len, maximum, [&](int i, V x) {
     simd::store(terms + i, x);

@@ -8,24 +8,61 @@
 namespace kivsr::fft {
 namespace {
 
+// A number as the unevaluated sum of two doubles: twice their precision, the same on every processor, and compilers
+// that do not fold the long double of theirs fold it.
+struct Pair {
+  double high, low;
+};
+
+// |a| >= |b|.
+constexpr Pair sum(double a, double b) {
+  const double s = a + b;
+  return {s, b - (s - a)};
+}
+constexpr double upper_bits(double x) {
+  const double t = x * 134217729.0;  // 2^27 + 1: halves of 26 bits, whose products are exact
+  return t - (t - x);
+}
+constexpr Pair product(double a, double b) {
+  const double a1 = upper_bits(a), b1 = upper_bits(b);
+  const double p = a * b;
+  return {p, (((a1 * b1 - p) + a1 * (b - b1)) + (a - a1) * b1) + (a - a1) * (b - b1)};
+}
+constexpr Pair operator*(Pair a, Pair b) {
+  const Pair p = product(a.high, b.high);
+  return sum(p.high, p.low + (a.high * b.low + a.low * b.high));
+}
+constexpr Pair operator/(Pair a, double b) {
+  const double q = a.high / b;
+  const Pair p = product(q, b);
+  return sum(q, ((a.high - p.high) - p.low + a.low) / b);
+}
+constexpr Pair operator+(Pair a, Pair b) {  // |a| >= |b|
+  const Pair s = sum(a.high, b.high);
+  return sum(s.high, s.low + (a.low + b.low));
+}
+
 // sin x for 0 <= x <= pi / 4, and cos x: Taylor's series, to the last bit of a double.
-constexpr long double series(long double x, int first) {
-  long double term = first == 0 ? 1.0L : x;
-  long double sum = term;
-  for (int k = first + 2; k < 30; k += 2) {
-    term *= -x * x / (static_cast<long double>(k) * (k - 1));
-    sum += term;
+constexpr double series(Pair x, int first) {
+  const Pair square = x * x;
+  const Pair negative_square = {-square.high, -square.low};
+  Pair term = first == 0 ? Pair{1, 0} : x;
+  Pair result = term;
+  for (int k = first + 2; k < 24; k += 2) {
+    term = term * negative_square / static_cast<double>(k * (k - 1));
+    result = result + term;
   }
-  return sum;
+  return result.high;
 }
 
 constexpr FixedWave make_fixed_wave() {
   constexpr int kQuarter = (1 << kFixedOrder) / 4;
+  constexpr Pair kPi = {std::numbers::pi, 1.2246467991473532e-16};
   FixedWave wave{};
   for (int i = 0; i <= kQuarter; ++i) {
     const bool upper = i > kQuarter / 2;
-    const long double angle = std::numbers::pi_v<long double> * (upper ? kQuarter - i : i) / (2 * kQuarter);
-    wave.values[i] = static_cast<double>(series(angle, upper ? 0 : 1));
+    const double part = static_cast<double>(upper ? kQuarter - i : i) / (2 * kQuarter);  // exact
+    wave.values[i] = series(kPi * Pair{part, 0}, upper ? 0 : 1);
   }
   return wave;
 }

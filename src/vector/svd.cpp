@@ -37,11 +37,16 @@ constexpr int kReflections = 1 + static_cast<int>(svd::kMostBlocks);  // of the 
 // underflow.
 constexpr int kScaledExponent = 470;
 
-constexpr std::ptrdiff_t whole_vectors(std::ptrdiff_t width) { return (width + 3) / 4 * 4; }
+// Elements of a row in whole vectors, of the rotations too, which take four elements at least.
+template <class Integer>
+constexpr Integer whole_vectors(Integer width) {
+  constexpr Integer kMultiple = W < 4 ? 4 : W;
+  return (width + kMultiple - 1) / kMultiple * kMultiple;
+}
 
 // Rows of the Jacobi step and one of zeros, the step and the sums of a pass, rows of a product, lengths of columns.
 constexpr std::uint64_t room_for(std::uint64_t width) {
-  const std::uint64_t half = (width + 3) / 4 * 4;
+  const std::uint64_t half = whole_vectors(width);
   return (width + 1) * 2 * half + 4 * half + (kProductRows + 2) * half + 4;
 }
 
