@@ -87,6 +87,7 @@ const CLI::Option* option_of(const CLI::App& command, const std::string& name) {
 }
 
 void require_known(const CLI::App& program, const Line& line) {
+  if (line.name == "help") throw Fault(line.place + "help is no setting; the command line asks for it");
   if (!line.section.empty()) {
     const CLI::App& command = *find_subcommand(program, line.section);
     if (option_of(command, line.name) == nullptr) throw Fault(line.place + unknown_option(command, "--" + line.name));

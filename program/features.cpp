@@ -17,7 +17,6 @@
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/byte_source.h"
-#include "kivsr/speech/io/extension.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_reader.h"
 #include "kivsr/speech/io/kaldi_archive.h"
@@ -69,7 +68,10 @@ struct FeaturesCommand {
 };
 
 void require_mfc(const std::vector<std::string>& inputs) {
-  const auto is_mfc = [](const std::string& input) { return lower_extension(input) == ".mfc"; };
+  const auto is_mfc = [](const std::string& input) {
+    const auto name = feature_name(input);
+    return name && name->format == FeatureFormat::kMfc;
+  };
   if (std::none_of(inputs.begin(), inputs.end(), is_mfc)) throw Fault("--mfc-width is for .mfc files, none is given");
 }
 

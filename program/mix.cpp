@@ -5,14 +5,17 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
-#include "kivsr/speech/io/audio_file.h"
+#include "kivsr/speech/io/audio_reader.h"
 #include "kivsr/speech/io/audio_writer.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/kept_pipe.h"
 #include "kivsr/speech/io/noise_mixer.h"
 #include "kivsr/speech/io/output_file.h"
 #include "program/audio_names.h"
@@ -39,30 +42,54 @@ struct MixCommand {
   RawFormat raw;
 };
 
-// Every file has the next noise, and a place in it, or white samples, of its own.
-void MixCommand::mix(const FileTask& task, std::size_t index, FileTurn& turn) const {
-  const std::string& noise = noises[index % noises.size()];
-  const auto own_seed = static_cast<std::uint32_t>(seed + index);
-  AudioChannels audio = read_audio_channels(task.input, raw);
-  OutputFile output(task.output);
-  AudioWriter writer(output, audio_name(task.output, format), audio.sample_rate,
-                     static_cast<int>(audio.channels.size()), audio.sample_format);
-  const std::size_t count = audio.channels.front().size();
-  const std::vector<float> samples =
-      noise == "white" ? white_noise(count, own_seed)
-                       : repeated_noise(read_audio_at(noise, audio.sample_rate, raw).samples, count, own_seed);
-  int beyond = 0;
-  try {
-    beyond = mix_noise(audio, samples, snr);
-  } catch (const Fault& fault) {
-    throw Fault(task.input + " with " + noise + ": " + fault.what());
+// The blocks of a recording, and as much of the noise with each.
+template <class Take>
+void each_block(AudioReader reader, NoiseStream& noise, Take take) {
+  std::vector<float> samples;
+  for (auto block = reader.read(); !block.empty(); block = reader.read()) {
+    samples.resize(block.front().size());
+    noise.read(samples);
+    take(block, samples);
   }
-  writer.append(audio.channels);
+}
+
+// Every file has the next noise, and a place in it, or white samples, of its own. It is read twice, for the levels and
+// for the sum.
+void MixCommand::mix(const FileTask& task, std::size_t index, FileTurn& turn) const {
+  const std::string& name = noises[index % noises.size()];
+  const auto own_seed = static_cast<std::uint32_t>(seed + index);
+  keep_pipe(task.input);
+  AudioReader reader(task.input, raw);
+  const int rate = reader.sample_rate();
+  OutputFile output(task.output);
+  AudioWriter writer(output, audio_name(task.output, format), rate, reader.channels(), reader.sample_format());
+  const auto noise = name == "white" ? white_noise_stream(own_seed) : file_noise_stream(name, rate, raw, own_seed);
+  using Block = std::span<const std::vector<float>>;
+  std::int64_t count = 0;
+  MixLevels levels;
+  each_block(std::move(reader), *noise, [&](Block block, std::span<const float> samples) {
+    levels.add(block, samples);
+    count += static_cast<std::int64_t>(samples.size());
+  });
+  float factor = 0.0F;
+  try {
+    factor = levels.factor(snr);
+  } catch (const Fault& fault) {
+    throw Fault(task.input + " with " + name + ": " + fault.what());
+  }
+  noise->restart();
+  std::int64_t beyond = 0;
+  std::vector<std::vector<float>> sum;
+  each_block(AudioReader(task.input, raw), *noise, [&](Block block, std::span<const float> samples) {
+    sum.assign(block.begin(), block.end());
+    beyond += add_noise(sum, samples, factor);
+    writer.append(sum);
+  });
   writer.finish();
   output.commit();
-  turn.heard(static_cast<double>(count) / audio.sample_rate);
-  std::string line = task.output + ": " + noise + formatted(" at %g dB", snr);
-  if (beyond != 0) line += formatted(", %d samples beyond full scale", beyond);
+  turn.heard(static_cast<double>(count) / rate);
+  std::string line = task.output + ": " + name + formatted(" at %g dB", snr);
+  if (beyond != 0) line += formatted(", %lld samples beyond full scale", static_cast<long long>(beyond));
   turn.print_beside(task.output, line + "\n");
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
+#include <string_view>
 
 #include <CLI/CLI.hpp>
 
@@ -13,6 +15,7 @@
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_format.h"
 #include "program/recipe_partners.h"
+#include "program/report_text.h"
 
 namespace kivsr::program {
 
@@ -23,16 +26,16 @@ constexpr const char* kGroup = "Recipe";
 constexpr int kLowestRate = 100;
 constexpr int kHighestRate = 1000000;
 
-std::string join(const auto& names, const char* between = ", ") {
-  std::string text;
-  for (const auto& name : names) text.append(text.empty() ? "" : between).append(name);
-  return text;
+template <class Enumerator>
+std::string list_of_names(Enumerator value, const char* between = ", ") {
+  const auto names = names_of(value);
+  return joined({names.begin(), names.end()}, between);
 }
 
 // What the help calls the values of a field.
 template <class Value>
 std::string type_name() {
-  if constexpr (std::is_enum_v<Value>) return "NAME:{" + join(names_of(Value{}), ",") + "}";
+  if constexpr (std::is_enum_v<Value>) return "NAME:{" + list_of_names(Value{}, ",") + "}";
   if constexpr (std::is_same_v<Value, int>) return "INT";
   if constexpr (std::is_same_v<Value, std::vector<float>>) return "FLOAT,...";
   return "FLOAT";
@@ -42,8 +45,15 @@ template <class Value>
 std::string fault_of(const std::string& text) {
   Value value{};
   if (read_field(text, value)) return "";
-  if constexpr (std::is_enum_v<Value>) return text + " is none of " + join(names_of(value));
+  if constexpr (std::is_enum_v<Value>) return text + " is none of " + list_of_names(value);
   return text + (std::is_same_v<Value, int> ? " is not a whole number" : " is not a number");
+}
+
+// What is given to an option without a value, "--energy=maybe".
+std::string switch_fault(const std::string& text) {
+  constexpr std::string_view kWords[] = {"true", "false", "yes", "no", "on", "off", "enable", "disable", "1", "0"};
+  const bool known = std::find(std::begin(kWords), std::end(kWords), text) != std::end(kWords);
+  return known ? "" : text + " is neither yes nor no";
 }
 
 template <class Value>
@@ -53,9 +63,9 @@ CLI::Option* add_field(CLI::App& command, const RecipeField& field, const Value&
   CLI::Option* option = nullptr;
   if constexpr (std::is_same_v<Value, bool>) {
     const auto set = [&text](std::int64_t count) { text = field_text(count > 0); };
-    option = command.add_flag_function("--" + name + ",!--no-" + name, set, help);
+    option = command.add_flag_function("--" + name + ",!--no-" + name, set, help)->check(switch_fault);
   } else {
-    if constexpr (std::is_enum_v<Value>) help += ": " + join(names_of(Value{}));
+    if constexpr (std::is_enum_v<Value>) help += ": " + list_of_names(Value{});
     option = command.add_option("--" + name, text, help)->type_name(type_name<Value>())->check(fault_of<Value>);
   }
   return option->default_str(field_text(value))->group(std::string(field.group));
@@ -67,7 +77,7 @@ RecipeOptions::RecipeOptions(CLI::App& command, const std::string& preset) : com
   CLI::Option* const by_name =
       command.add_option("--preset", preset_,
                          "Recipe to start from, whose values are the defaults of the options below (here those of " +
-                             preset + "): " + join(preset_names()));
+                             preset + "): " + joined(preset_names(), ", "));
   CLI::Option* const by_file = command.add_option(
       "--recipe,--config", recipe_file_, "File of a recipe to start from, as kivsr features --as-config writes it");
   CLI::Option* const by_model =

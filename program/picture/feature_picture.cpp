@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <numbers>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -15,8 +18,11 @@ namespace {
 
 constexpr int kWidth = 1280;
 constexpr int kHeight = 900;
-constexpr double kDynamicRange = 80.0;  // dB shown below the loudest energy
-constexpr double kFaint = 50.0;  // dB of samples in 16-bit units: what is below, silence and its noise, stays dark
+// dB of the energies of samples in 16-bit units. Samples that hover between neighbouring values have about 10 to 35.
+constexpr double kDynamicRange = 80.0;  // shown below the loudest one
+constexpr double kSilence = 25.0;       // black
+constexpr double kFaint = 80.0;         // of very soft speech the loudest one: less is not stretched to full brightness
+constexpr double kFaintOfPowers = 55.0;  // the same where the colours stand for powers
 
 Range extremes(std::span<const float> values) {
   float low = 0.0F;
@@ -68,21 +74,33 @@ FeatureMatrix standardised(FeatureMatrix rows) {
   return rows;
 }
 
-// Filters of equal area have one of 1, where those of height 1 have about a hundred.
-double faint_decibels(const FrontEndParameters& parameters) {
+// What such decibels become. Filters of equal area have one of 1, where those of height 1 have about a hundred.
+double own_decibels(const FrontEndParameters& parameters, double decibels) {
   const bool equal_areas = parameters.filters == Filters::kHertz && parameters.unit_area;
-  return kFaint - (equal_areas ? 20.0 : 0.0) + 20.0 * std::log10(static_cast<double>(parameters.input_scale));
+  const double factor = parameters.spectrum == Spectrum::kPower ? 10.0 : 20.0;
+  return decibels - (equal_areas ? 20.0 : 0.0) + 20.0 * std::log10(static_cast<double>(parameters.input_scale)) +
+         factor * std::log10(static_cast<double>(parameters.spectrum_scale));
 }
 
-// 40 dB: the bands of silence are no farther apart, and are not to be stretched.
-double least_span(Logarithm logarithm) {
-  switch (logarithm) {
-    case Logarithm::kNatural: return 9.2;
-    case Logarithm::kDecimal: return 4.0;
-    case Logarithm::kDecibel: return 40.0;
-    case Logarithm::kWhisper: return 1.0;
-    default: return 1e-6;
+// A value of the bands.
+double band_value(const FrontEndParameters& parameters, double decibels) {
+  const double decades = own_decibels(parameters, decibels) / (parameters.spectrum == Spectrum::kPower ? 10.0 : 20.0);
+  switch (parameters.logarithm) {
+    case Logarithm::kNatural: return decades * std::numbers::ln10;
+    case Logarithm::kDecimal: return decades;
+    case Logarithm::kDecibel: return own_decibels(parameters, decibels);
+    case Logarithm::kWhisper: return 0.25 * decades + 1.0;
+    default: return std::pow(10.0, decades);
   }
+}
+
+// The values that the colours stand for: the loudest as bright as can be unless it is below the range of faint sound,
+// and no more than the depth below it.
+Range shown(std::span<const float> values, Range faint, double depth) {
+  Range range = extremes(values);
+  range.high = std::max(range.high, faint.high);
+  range.low = std::max({range.low, range.high - depth, faint.low});
+  return range;
 }
 
 const char* unit_of(Logarithm logarithm) {
@@ -99,13 +117,15 @@ const char* unit_of(Logarithm logarithm) {
 FeaturePicture::FeaturePicture(const Recipe& recipe) : recipe_(recipe), mel_(of_energies(recipe.front_end)) {}
 
 void FeaturePicture::push(std::span<const float> samples) {
-  FeatureMatrix rows;
   envelope_.add(samples);
+  if (spectral()) return;  // the rows are the spectrogram
+  FeatureMatrix rows;
   mel_.push(samples, rows);
   energies_.add(rows);
 }
 
 void FeaturePicture::finish() {
+  if (spectral()) return;
   FeatureMatrix rows;
   mel_.finish(rows);
   energies_.add(rows);
@@ -129,9 +149,9 @@ Range FeaturePicture::interval(const ColumnReduction& columns) const {
 
 void FeaturePicture::draw_spectrogram(Page& page, Panel panel) const {
   const FeatureMatrix decibels = energies_.columns();
-  Range values = extremes(decibels.values);
-  values.high = std::max(values.high, faint_decibels(recipe_.front_end));
-  values.low = std::max(values.low, values.high - kDynamicRange);
+  const FrontEndParameters& front_end = recipe_.front_end;
+  const Range faint = {own_decibels(front_end, kSilence), own_decibels(front_end, kFaint)};
+  const Range values = shown(decibels.values, faint, kDynamicRange);
   panel.y = {0.5, recipe_.front_end.filter_count + 0.5};
   page.image(panel, decibels, interval(energies_), panel.y, heat_map(), values);
   page.frame(panel, "Mel spectrogram", "Frequency, Hz");
@@ -142,9 +162,12 @@ void FeaturePicture::draw_spectrogram(Page& page, Panel panel) const {
 
 void FeaturePicture::draw_bands(Page& page, Panel panel, const std::optional<Range>& range) const {
   const FeatureMatrix bands = rows_.columns();
-  Range values = extremes(bands.values);
-  values.high = std::max(values.high, values.low + least_span(recipe_.front_end.logarithm));
-  if (range) values = *range;
+  const FrontEndParameters& front_end = recipe_.front_end;
+  const bool powers = front_end.logarithm == Logarithm::kNone;
+  const Range faint = {band_value(front_end, kSilence), band_value(front_end, powers ? kFaintOfPowers : kFaint)};
+  const double depth = powers ? std::numeric_limits<double>::infinity()
+                              : band_value(front_end, kDynamicRange) - band_value(front_end, 0.0);
+  const Range values = range ? *range : shown(bands.values, faint, depth);
   panel.y = {0.5, recipe_.front_end.filter_count + 0.5};
   page.image(panel, bands, interval(rows_), panel.y, heat_map(), values);
   page.frame(panel, "Features, " + std::to_string(bands.width) + " bands", "Frequency, Hz");
@@ -154,11 +177,11 @@ void FeaturePicture::draw_bands(Page& page, Panel panel, const std::optional<Ran
 }
 
 void FeaturePicture::draw_columns(Page& page, Panel panel, const std::optional<Range>& range) const {
-  const Range shown = range.value_or(Range{-3.0, 3.0});  // standard deviations
+  const Range deviations = range.value_or(Range{-3.0, 3.0});
   constexpr int kMostLabels = 18;
   const FeatureMatrix columns = standardised(rows_.columns());
   panel.y = {0.5, columns.width + 0.5};
-  page.image(panel, columns, interval(rows_), panel.y, signed_map(), shown);
+  page.image(panel, columns, interval(rows_), panel.y, signed_map(), deviations);
   page.frame(panel, "Features, each by its mean and deviation", "Column");
   page.time_axis(panel, true);
   const std::vector<std::string> names = recipe_.column_names();
@@ -166,7 +189,7 @@ void FeaturePicture::draw_columns(Page& page, Panel panel, const std::optional<R
   Labels labels;
   for (int k = 0; k < columns.width; k += step) labels.emplace_back(k + 1, names[static_cast<std::size_t>(k)]);
   page.y_axis(panel, labels);
-  page.colour_bar(panel, signed_map(), shown, "deviations");
+  page.colour_bar(panel, signed_map(), deviations, "deviations");
 }
 
 // Of rows without sound the time of the rows.

@@ -177,7 +177,7 @@ void FrameAnalysis::make_spectrum(std::span<float> spectrum) {
 
 void FrameAnalysis::make_bands(std::span<const float> spectrum, std::span<float> bands) {
   call<kivsEvalFBank_32f>(spectrum, bands, filters_);
-  call<kivsAddC_32f>(bands, parameters_.log_offset, bands, bands.size());
+  if (parameters_.log_offset != 0.0F) call<kivsAddC_32f>(bands, parameters_.log_offset, bands, bands.size());
   call<kivsMaxEvery_32f_I>(floor_, bands, bands.size());
 }
 

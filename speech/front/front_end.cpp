@@ -71,24 +71,35 @@ void FrontEnd::cut(std::span<const float> samples, FeatureMatrix* rows) {
   }
 }
 
-void FrontEnd::cut_block(std::span<const float> block, FeatureMatrix* rows) {
+// Emits the frames that lie in the samples and begin before `limit`. Returns where the next one begins.
+std::size_t FrontEnd::cut_frames(std::span<const float> samples, std::size_t limit, FeatureMatrix* rows) {
   const auto length = static_cast<std::size_t>(parameters_.window_length) + 1;
-  const auto shift = static_cast<std::size_t>(parameters_.shift);
+  std::size_t begin = 0;
+  while (begin < limit && begin + length <= samples.size()) {
+    emit(samples.subspan(begin, length), rows);
+    begin += static_cast<std::size_t>(parameters_.shift);
+  }
+  return begin;
+}
+
+// Frames that begin in what is held are completed there; the others are cut where they lie.
+void FrontEnd::cut_block(std::span<const float> block, FeatureMatrix* rows) {
   // A shift beyond the window leaves samples between frames that no frame reads.
   const std::size_t skipped = std::min(skip_, block.size());
   skip_ -= skipped;
-  pending_.insert(pending_.end(), block.begin() + static_cast<std::ptrdiff_t>(skipped), block.end());
-
-  std::size_t begin = 0;
-  while (begin + length <= pending_.size()) {
-    emit(std::span<const float>(pending_).subspan(begin, length), rows);
-    begin += shift;
+  block = block.subspan(skipped);
+  const std::size_t held = pending_.size();
+  const std::size_t added = std::min(block.size(), static_cast<std::size_t>(parameters_.window_length) + 1);
+  pending_.insert(pending_.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(added));
+  const std::size_t begin = cut_frames(pending_, held, rows);
+  if (begin < held) {  // which takes a block that is shorter than a frame: all of it is held
+    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(begin));
+    return;
   }
-  if (begin > pending_.size()) {
-    skip_ = begin - pending_.size();
-    begin = pending_.size();
-  }
-  pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(begin));
+  std::size_t next = begin - held;
+  if (next < block.size()) next += cut_frames(block.subspan(next), block.size(), rows);
+  skip_ += next - std::min(next, block.size());
+  pending_.assign(block.begin() + static_cast<std::ptrdiff_t>(std::min(next, block.size())), block.end());
 }
 
 // What lies beyond the edge completes frames that reach there; otherwise the last one may be incomplete. Of covering

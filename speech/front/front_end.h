@@ -44,6 +44,7 @@ class FrontEnd {
   void start();
   void cut(std::span<const float> samples, FeatureMatrix* rows);
   void cut_block(std::span<const float> block, FeatureMatrix* rows);
+  std::size_t cut_frames(std::span<const float> samples, std::size_t limit, FeatureMatrix* rows);
   void cut_last(FeatureMatrix* rows);
   void hand_over(FeatureMatrix& spectra);
   void emit(std::span<const float> samples, FeatureMatrix* rows);

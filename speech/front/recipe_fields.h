@@ -166,10 +166,10 @@ requires std::is_enum_v<Choice> std::string field_text(Choice value) {
   return std::string(names_of(value)[static_cast<std::size_t>(value)]);
 }
 
-// The value of such a text; false for a text that is none.
 // What other tools call a value, in our words; empty if it is none that we know.
 std::string_view name_elsewhere(std::string_view text);
 
+// The value of such a text; false for a text that is none.
 bool read_field(const std::string& text, bool& value);
 bool read_field(const std::string& text, int& value);
 bool read_field(const std::string& text, float& value);

@@ -42,10 +42,8 @@ UtteranceInfo stream_audio(const std::filesystem::path& file, FeatureChain& chai
     throw Fault(file.string() + ": not a file of features, and the recipe starts from features, not from audio");
   }
   MonoReader reader(file, recipe.front_end.sample_rate, raw);
-  std::vector<float> samples;
-  for (; reader.read(samples); samples.clear()) {
-    if (listen) listen(samples);
-    std::span<const float> left = samples;
+  for (auto left = reader.read(); !left.empty(); left = reader.read()) {
+    if (listen) listen(left);
     while (!left.empty()) {
       const auto part = left.first(block == 0 ? left.size() : std::min(block, left.size()));
       chain.push(part, take);

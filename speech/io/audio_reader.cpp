@@ -131,23 +131,25 @@ std::span<const float> MonoReader::mean_of(std::span<const std::vector<float>> c
   return mean_;
 }
 
-bool MonoReader::read(std::vector<float>& samples) {
-  if (ended_) return false;
-  const std::size_t before = samples.size();
-  const auto channels = reader_.read();
-  ended_ = channels.empty();
-  if (!ended_) {
-    const auto mean = mean_of(channels);
-    if (resampler_) {
-      resampler_->push(mean, samples);
-    } else {
-      samples.insert(samples.end(), mean.begin(), mean.end());
-    }
-  } else if (resampler_) {
-    resampler_->finish(samples);
+std::span<const float> MonoReader::read() {
+  resampled_.clear();
+  std::span<const float> samples;
+  while (!ended_ && samples.empty()) {
+    const auto channels = reader_.read();
+    ended_ = channels.empty();
+    if (!ended_) samples = mean_of(channels);
+    if (!resampler_) continue;
+    ended_ ? resampler_->finish(resampled_) : resampler_->push(samples, resampled_);
+    samples = resampled_;
   }
-  samples_ += static_cast<std::int64_t>(samples.size() - before);
-  return !ended_ || samples.size() > before;
+  samples_ += static_cast<std::int64_t>(samples.size());
+  return samples;
+}
+
+bool MonoReader::read(std::vector<float>& samples) {
+  const auto more = read();
+  samples.insert(samples.end(), more.begin(), more.end());
+  return !more.empty();
 }
 
 }  // namespace kivsr::speech

@@ -63,7 +63,9 @@ class MonoReader {
   // The same of a file that is open already, to look at its rate first.
   MonoReader(AudioReader reader, const std::filesystem::path& file, int sample_rate);
 
-  // Appends the next samples; false behind the last, when nothing was appended.
+  // The next samples, none behind the last. They stay until the next call.
+  std::span<const float> read();
+  // The same appended; false behind the last.
   bool read(std::vector<float>& samples);
   const AudioReader& file() const { return reader_; }
   std::int64_t samples() const { return samples_; }  // so far
@@ -74,6 +76,7 @@ class MonoReader {
   AudioReader reader_;
   std::optional<Resampler> resampler_;
   std::vector<float> mean_;
+  std::vector<float> resampled_;
   std::int64_t samples_ = 0;
   bool ended_ = false;
 };

@@ -35,7 +35,8 @@ std::vector<std::uint8_t> read_whole_file(const std::filesystem::path& file) {
   return bytes;
 }
 
-BinaryFile::BinaryFile(std::filesystem::path file) : file_(std::move(file)), content_(checked(file_)) {}
+BinaryFile::BinaryFile(std::filesystem::path file)
+    : file_(std::move(file)), content_(is_standard_stream(file_) ? file_ : checked(file_)) {}
 
 void BinaryFile::fail(const std::string& message) const { throw Fault(name() + ": " + message); }
 

@@ -19,7 +19,7 @@ std::vector<std::uint8_t> read_whole_file(const std::filesystem::path& file);
 
 class BinaryFile {
  public:
-  explicit BinaryFile(std::filesystem::path file);
+  explicit BinaryFile(std::filesystem::path file);  // "-" is standard input
 
   // Words are little-endian until told otherwise.
   void set_big_endian(bool big_endian) { big_endian_ = big_endian; }
@@ -45,7 +45,7 @@ class BinaryFile {
 
   std::int64_t position() const { return position_; }
   std::int64_t size() const { return content_.size(); }
-  std::string name() const { return file_.string(); }
+  std::string name() const { return input_name(file_); }
   [[noreturn]] void fail(const std::string& message) const;
 
  private:

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 #include <utility>
 
 #include <fcntl.h>
@@ -13,6 +14,7 @@
 
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/kaldi_archive.h"
+#include "kivsr/speech/io/kept_pipe.h"
 #include "kivsr/speech/io/little_endian.h"
 
 namespace kivsr::speech {
@@ -25,11 +27,26 @@ namespace {
 
 std::atomic<bool> input_has_ended = false;
 
+// What was looked at of standard input and not taken is exchanged for these bytes.
+std::vector<unsigned char> exchange_standard_ahead(std::vector<unsigned char> bytes) {
+  static std::mutex one_at_a_time;
+  static std::vector<unsigned char> ahead;
+  const std::lock_guard lock(one_at_a_time);
+  return std::exchange(ahead, std::move(bytes));
+}
+
 // Of a file at its start the size, -1 of anything else.
 std::int64_t known_size(int descriptor) {
   struct stat there {};
   if (fstat(descriptor, &there) != 0 || !S_ISREG(there.st_mode)) return -1;
   return lseek(descriptor, 0, SEEK_CUR) == 0 ? std::int64_t{there.st_size} : -1;
+}
+
+// A file from its start gets a place of its own to read at, so that it can be read again.
+int open_standard_input() {
+  int descriptor = open_kept("-");
+  if (descriptor < 0 && known_size(STDIN_FILENO) >= 0) descriptor = open("/proc/self/fd/0", O_RDONLY | O_CLOEXEC);
+  return descriptor >= 0 ? descriptor : fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
 }
 
 // Of an entry of an archive, where the descriptor then stands: what its head says.
@@ -55,7 +72,7 @@ std::string input_name(const std::filesystem::path& file) {
 
 ByteSource::ByteSource(const std::filesystem::path& file) : name_(input_name(file)) {
   if (is_standard_stream(file)) {
-    descriptor_ = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
+    descriptor_ = open_standard_input();
   } else {
     const auto place = kaldi_place(file);
     const std::filesystem::path& content = place ? place->file : file;
@@ -63,7 +80,8 @@ ByteSource::ByteSource(const std::filesystem::path& file) : name_(input_name(fil
     const auto type = std::filesystem::status(content, error).type();
     if (type == std::filesystem::file_type::not_found) throw Fault(name_ + ": no such file");
     if (type == std::filesystem::file_type::directory) throw Fault(name_ + ": is a folder, not an audio file");
-    descriptor_ = open(content.c_str(), O_RDONLY | O_CLOEXEC);
+    descriptor_ = open_kept(content);
+    if (descriptor_ < 0) descriptor_ = open(content.c_str(), O_RDONLY | O_CLOEXEC);
     if (place && descriptor_ >= 0) {
       left_ = wav_bytes_at(descriptor_, place->byte, name_);
       return;
@@ -71,6 +89,15 @@ ByteSource::ByteSource(const std::filesystem::path& file) : name_(input_name(fil
   }
   if (descriptor_ < 0) fail(name_, "cannot be read", errno);
   size_ = known_size(descriptor_);
+  if (is_standard_stream(file) && is_pipe()) ahead_ = exchange_standard_ahead({});
+}
+
+std::vector<unsigned char> ByteSource::standard_front(std::size_t count) {
+  ByteSource source("-");
+  const auto front = source.front(count);
+  std::vector<unsigned char> bytes(front.begin(), front.end());
+  if (source.is_pipe()) exchange_standard_ahead(std::move(source.ahead_));
+  return bytes;
 }
 
 ByteSource::~ByteSource() {

@@ -27,6 +27,9 @@ class ByteSource {
   ByteSource(ByteSource&& other) noexcept;
   ByteSource& operator=(ByteSource&& other) noexcept;
 
+  // The first bytes of standard input, which stay the first of the next source of it.
+  static std::vector<unsigned char> standard_front(std::size_t count);
+
   // Whether the end is known only when it comes.
   bool is_pipe() const { return size_ < 0; }
   std::int64_t size() const { return size_; }  // of a file

@@ -28,7 +28,15 @@ std::optional<FeatureFormat> named_feature_format(std::string_view name);
 // first line which one it is); a place in an archive (kaldi_archive.h) is kKaldi. Throws Fault for any other.
 FeatureFormat feature_format(const std::filesystem::path& file);
 
-// Whether the extension is that of a feature file; anything else is audio, a WAV file at a place in an archive too.
-bool is_feature_file(const std::filesystem::path& file);
+// A file of rows to read.
+struct FeatureName {
+  std::filesystem::path file;
+  FeatureFormat format;
+};
+// Of "FORMAT:FILE", with one of the names above, that file whatever it is called; of "-" standard input if it begins as
+// .npy, .csv, .arff or a binary .mat does; of other names that file if feature_format knows it. Empty for anything
+// else, which is audio, a WAV file at a place in an archive too.
+std::optional<FeatureName> feature_name(const std::filesystem::path& name);
+bool is_feature_file(const std::filesystem::path& name);
 
 }  // namespace kivsr::speech

@@ -11,12 +11,18 @@ namespace kivsr::speech {
 
 namespace {
 
+FeatureName to_read(const std::filesystem::path& file) {
+  if (const auto name = feature_name(file)) return *name;
+  if (!is_standard_stream(file)) return {file, feature_format(file)};
+  throw Fault("standard input: does not begin as rows of features do; htk:- or mfc:- if it holds those");
+}
+
 std::unique_ptr<FeatureSource> opened(const std::filesystem::path& file, int mfc_width) {
   if (mfc_width < 1) throw Fault("rows of " + std::to_string(mfc_width) + " values cannot be read");
-  const FeatureFormat format = feature_format(file);
-  const KaldiPlace place = kaldi_place(file).value_or(KaldiPlace{.file = file});
+  const FeatureName name = to_read(file);
+  const KaldiPlace place = kaldi_place(name.file).value_or(KaldiPlace{.file = name.file});
   BinaryFile content(place.file);
-  switch (format) {
+  switch (name.format) {
     case FeatureFormat::kNpy: return open_npy(std::move(content));
     case FeatureFormat::kHtk: return open_htk(std::move(content));
     case FeatureFormat::kMfc: return open_mfc(std::move(content), mfc_width);

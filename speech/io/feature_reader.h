@@ -17,7 +17,7 @@ namespace kivsr::speech {
 class FeatureSource;
 
 // Block after block: memory does not grow with the length of the file, but for what is marked *, whose rows are held.
-// The name says the format, as for writing:
+// The name says the format, as for writing, or what stands in front of it (feature_name):
 //   .npy  version 1 or 2, little-endian float or double, C order, two dimensions
 //   .htk  of either byte order, floats or compressed to 16 bits (_C); columns in the order of the file
 //   .mfc  Sphinx, of either byte order; the file does not say how wide its rows are: mfc_width

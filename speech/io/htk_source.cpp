@@ -159,8 +159,9 @@ std::unique_ptr<FeatureSource> open_htk(BinaryFile content) {
 }
 
 std::optional<bool> htk_checksum_fits(const std::filesystem::path& file) {
-  BinaryFile content(file);
-  const std::unique_ptr<FeatureSource> source = open_htk(BinaryFile(file));
+  const auto name = feature_name(file);
+  BinaryFile content(name ? name->file : file);
+  const std::unique_ptr<FeatureSource> source = open_htk(BinaryFile(name ? name->file : file));
   if ((source->layout.htk_kind & kHtkChecksum) == 0) return std::nullopt;
   content.skip(kHeader, "the header");
   HtkChecksums sums;

@@ -2,19 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <charconv>
-#include <cstring>
-#include <fstream>
 #include <string_view>
-
-#include <unistd.h>
 
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/extension.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/kaldi_matrix.h"
-#include "kivsr/speech/io/temporary_file.h"
 
 namespace kivsr::speech {
 
@@ -122,28 +116,8 @@ void skip_sound(BinaryFile& file, const std::string& key) {
   file.skip(size, "the WAV file of " + key);
 }
 
-// The file itself, or what came through a pipe, in a temporary file that is there as long as the process: its places
-// are read once more.
-std::filesystem::path readable_again(const std::filesystem::path& name) {
-  std::error_code error;
-  if (!std::filesystem::exists(name, error) || std::filesystem::is_regular_file(name, error)) return name;
-  std::ifstream stream(name, std::ios::binary);
-  if (!stream) throw Fault(name.string() + ": cannot be read");
-  const int kept = open_temporary_file();
-  std::array<char, 65536> block;
-  while (stream.read(block.data(), block.size()) || stream.gcount() > 0) {
-    for (std::string_view left(block.data(), static_cast<std::size_t>(stream.gcount())); !left.empty();) {
-      const ssize_t count = write(kept, left.data(), left.size());
-      if (count < 0 && errno == EINTR) continue;
-      if (count < 0) throw Fault(name.string() + ": no room for what comes through the pipe: " + std::strerror(errno));
-      left.remove_prefix(static_cast<std::size_t>(count));
-    }
-  }
-  return "/proc/self/fd/" + std::to_string(kept);
-}
-
 std::vector<ArchiveEntry> entries_of(const std::filesystem::path& archive) {
-  const std::filesystem::path name = readable_again(input_file(archive));
+  const std::filesystem::path name = input_file(archive);
   BinaryFile file(name);
   std::vector<ArchiveEntry> entries;
   for (std::string key = read_key(file); !key.empty(); key = read_key(file)) {

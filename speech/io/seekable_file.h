@@ -1,6 +1,6 @@
 // A file that is read at any place. What comes through a pipe (a FIFO, standard input) is kept in a temporary file
-// without a name; of a pipe that is opened by its name for as long as the process runs, so that whoever looks at it
-// again finds the same bytes.
+// without a name; of a pipe that is opened by its name as kept_pipe.h says, so that whoever looks at it again finds the
+// same bytes.
 #pragma once
 
 #include <cstddef>

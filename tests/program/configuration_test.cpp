@@ -76,7 +76,7 @@ TEST_F(Configuration, FaultsNameTheLine) {
       {"nowhere = 3\n", "line 1: no command has an option --nowhere"},
       {"[features]\nlifter\n", "line 2: \"lifter\" is not like"},
       {"[features]\nenergy = maybe\n", "line 2: energy is \"maybe\""},
-      {"[spot]\nhelp = yes\n", "line 2: no option --help"},
+      {"[spot]\nhelp = yes\n", "line 2: help is no setting"},
   };
   for (const auto& [text, fault] : cases) {
     write("file", text);

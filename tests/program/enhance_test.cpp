@@ -98,6 +98,13 @@ TEST_F(EnhanceCommandTest, MixesAtTheRatioAndByTheSeed) {
     EXPECT_EQ(read_file(folder_ / "a.wav"), read_file(folder_ / "b.wav"));
     EXPECT_NE(read_file(folder_ / "a.wav"), read_file(folder_ / "c.wav"));
   }
+  // Pipes are kept to be read twice.
+  const CommandResult piped =
+      run_command("mkfifo " + quoted(folder_ / "fifo") + "; cat " + quoted(other) + " > " + quoted(folder_ / "fifo") +
+                  " & cat " + kGoForward + " | \"$KIVSR_EXECUTABLE\" mix --raw-rate 16000 --snr 7 --seed 4 --noise " +
+                  quoted(folder_ / "fifo") + " - " + quoted(folder_ / "piped.wav"));
+  EXPECT_EQ(piped.status, 0) << piped.errors;
+  EXPECT_EQ(read_file(folder_ / "piped.wav"), read_file(folder_ / "c.wav"));
   EXPECT_NE(mix("d.wav", "--snr -40").output.find("samples beyond full scale"), std::string::npos);
 }
 

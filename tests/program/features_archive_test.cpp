@@ -122,6 +122,31 @@ TEST_F(FeaturesArchiveTest, RowsAreConvertedAndGetDerivatives) {
   EXPECT_NEAR(mean, 0.0, 1e-3);
 }
 
+// Standard input says by its first bytes that it holds rows, or the name does. What audio does is looked at in the same
+// way first.
+TEST_F(FeaturesArchiveTest, RowsFromStandardInputAndUnderAnyName) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"npy", "-"},     {"csv", "-"},     {"opensmile", "-"}, {"arff", "-"},    {"mat", "-"},
+      {"htk", "htk:-"}, {"mfc", "mfc:-"}, {"npy", "npy:-"},   {"csv", "csv:-"}, {"mat", "mat:-"}};
+  const std::vector<float>& rows = rows_.at("u0").values;
+  run(at("u0.wav") + " " + at("u0.htk"));
+  const std::vector<float> in_htk_order = read_feature_file(at("u0.htk")).values;
+  for (const auto& [format, name] : cases) {
+    const std::vector<float>& wanted = std::string(format) == "htk" ? in_htk_order : rows;
+    run(at("u0.wav") + " -o " + at("rows") + " --format " + format);
+    const std::string arguments = std::string(name) + " --format npy -o " + at("back");
+    for (const std::string& before : {"cat " + at("rows") + " | ", "< " + at("rows") + " "}) {
+      const CommandResult result = run_kivsr("features " + arguments, before);
+      ASSERT_EQ(result.status, 0) << name << result.errors;
+      EXPECT_EQ(read_feature_file("npy:" + at("back")).values, wanted) << format << ' ' << name;
+    }
+  }
+  const CommandResult shown = run_kivsr("show -", "cat " + at("back") + " | ");
+  EXPECT_NE(shown.output.find(" 13"), std::string::npos) << shown.output << shown.errors;
+  const CommandResult sound = run_kivsr("features --preset kaldi-mfcc - " + at("s.npy"), "cat " + at("u0.wav") + " | ");
+  EXPECT_EQ(read_feature_file(at("s.npy")).values, rows) << sound.errors;
+}
+
 // Against sums and rows computed here in double precision.
 TEST_F(FeaturesArchiveTest, MeanAndVarianceOfEachSpeaker) {
   const std::string speakers = " --utt2spk " + at("utt2spk") + " " + at("wav.scp");

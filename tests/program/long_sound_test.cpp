@@ -53,6 +53,13 @@ TEST_F(LongSound, EnhancementNeedsNoMoreMemory) {
   EXPECT_EQ(std::filesystem::file_size(folder_ / "quiet.wav"), 44 + 2 * kSamples);
 }
 
+TEST_F(LongSound, MixturesNeedNoMoreMemory) {
+  const CommandResult result =
+      run_in(90, "mix --noise " + quoted(sound_) + " " + quoted(sound_) + " " + quoted(folder_ / "loud.wav"));
+  ASSERT_EQ(result.status, 0) << result.errors;
+  EXPECT_EQ(std::filesystem::file_size(folder_ / "loud.wav"), 44 + 2 * kSamples);
+}
+
 TEST_F(LongSound, VoiceActivityNeedsNoMoreMemory) {
   // The standard's detector takes the noise for speech from time to time, the other one never does.
   for (const bool standard : {false, true}) {

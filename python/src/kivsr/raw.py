@@ -41,9 +41,9 @@ __all__ = ["StatusError", "ffi", "functions", "lib", "unchecked"]
 
 def _load() -> Any:
     """The module of cffi, which lies in the same file as the native half of the package."""
-    loader = importlib.machinery.ExtensionFileLoader(f"kivsr.{backend}._raw", native.__file__)
-    spec = importlib.util.spec_from_file_location(loader.name, native.__file__, loader=loader)
-    module = importlib.util.module_from_spec(spec)
+    name = f"kivsr.{backend}._raw"
+    loader = importlib.machinery.ExtensionFileLoader(name, native.__file__)
+    module = importlib.util.module_from_spec(importlib.machinery.ModuleSpec(name, loader, origin=native.__file__))
     loader.exec_module(module)
     return module
 
@@ -51,7 +51,7 @@ def _load() -> Any:
 _raw = _load()
 ffi, lib = _raw.ffi, _raw.lib
 
-DTYPES = {
+DTYPES: dict[str, Any] = {
     "Kiv8u": np.uint8, "Kiv16s": np.int16, "Kiv16u": np.uint16, "Kiv32s": np.int32, "Kiv32u": np.uint32,
     "Kiv64s": np.int64, "Kiv32f": np.float32, "Kiv64f": np.float64, "Kiv32fc": np.complex64, "int": np.intc,
     "Kiv32sc": np.dtype([("re", np.int32), ("im", np.int32)]),

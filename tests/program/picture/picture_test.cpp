@@ -122,21 +122,27 @@ TEST(FeaturePicture, ShowsAToneAtItsTimeAndFrequency) {
   EXPECT_LT(lightness(picture.at(quarter, brightest)), 0.05);
 }
 
-// Digital silence is dark, whatever the rows are made of, and its waveform flat; so is that of noise of one step.
+// Digital silence is dark, whatever the rows are made of, and its waveform flat; so is that of noise of one step, and
+// soft sound is not.
 TEST(FeaturePicture, SilenceIsNotLoud) {
   const TemporaryFolder folder;
-  std::vector<float> dither = noise(16000);
-  for (float& sample : dither) sample = sample > 0.0F ? 1.0F : 0.0F;
-  for (const std::vector<float>& samples : {std::vector<float>(16000, 0.0F), dither}) {
-    for (const char* name : {"mfcc", "kaldi-fbank"}) {
-      const Png picture = drawn(folder, samples, preset(name));
-      double lightest = 0.0;
-      for (int x = 300; x < 900; x += 7) {
-        for (int y = 260; y < 480; y += 3) lightest = std::max(lightest, lightness(picture.at(x, y)));
-      }
-      EXPECT_LT(lightest, samples == dither ? 1.0 : 0.1) << name;
-      EXPECT_GT(lightness(picture.at(500, 75)), 0.9) << "no waveform far from the middle";
+  std::vector<float> steps = noise(16000);
+  for (float& sample : steps) sample = sample > 0.0F ? 1.0F : -1.0F;
+  std::vector<float> soft = noise(16000);
+  for (float& sample : soft) sample = std::round(0.1F * sample);
+  const auto lightest = [&](const std::vector<float>& samples, const char* name) {
+    const Png picture = drawn(folder, samples, preset(name));
+    double result = 0.0;
+    for (int x = 300; x < 900; x += 7) {
+      for (int y = 260; y < 480; y += 3) result = std::max(result, lightness(picture.at(x, y)));
     }
+    EXPECT_TRUE(&samples == &soft || lightness(picture.at(500, 75)) > 0.9) << "no waveform far from the middle";
+    return result;
+  };
+  for (const char* name : {"mfcc", "kaldi-fbank", "torchaudio-melspectrogram", "librosa-melspectrogram"}) {
+    EXPECT_LT(lightest(std::vector<float>(16000, 0.0F), name), 0.05) << name;
+    EXPECT_LT(lightest(steps, name), 0.25) << name;
+    EXPECT_GT(lightest(soft, name), 0.25) << name;
   }
 }
 
