@@ -161,12 +161,32 @@ class TiedScorer : public Scorer {
       return;
     }
     terms_.assign(top_, {0, std::numeric_limits<Score>::lowest()});
-    for (std::size_t i = 0; i < likelihoods.size(); ++i) {
-      if (!(likelihoods[i] > terms_.back().likelihood)) continue;
-      std::size_t place = top_ - 1;
-      for (; place > 0 && likelihoods[i] > terms_[place - 1].likelihood; --place) terms_[place] = terms_[place - 1];
-      terms_[place] = {codebooks_.gaussian(codebook, stream, i), likelihoods[i]};
+    // Most blocks hold none that is among the likeliest.
+    constexpr std::size_t kBlock = 8;
+    for (std::size_t first = 0; first < likelihoods.size(); first += kBlock) {
+      const std::span<const Score> block = likelihoods.subspan(first, std::min(kBlock, likelihoods.size() - first));
+      if (block.size() == kBlock && !holds_above(block.template first<kBlock>(), terms_.back().likelihood)) continue;
+      for (std::size_t i = 0; i < block.size(); ++i) {
+        if (block[i] > terms_.back().likelihood) insert_term({static_cast<int>(first + i), block[i]});
+      }
     }
+    for (Term& term : terms_) {
+      term.gaussian = codebooks_.gaussian(codebook, stream, static_cast<std::size_t>(term.gaussian));
+    }
+  }
+
+  // Without a branch for each, which the compiler can do side by side.
+  template <std::size_t kCount>
+  static bool holds_above(std::span<const Score, kCount> values, Score bound) {
+    int above = 0;
+    for (const Score value : values) above += value > bound ? 1 : 0;
+    return above > 0;
+  }
+
+  void insert_term(const Term& term) {
+    std::size_t place = top_ - 1;
+    for (; place > 0 && term.likelihood > terms_[place - 1].likelihood; --place) terms_[place] = terms_[place - 1];
+    terms_[place] = term;
   }
 
   static void take_logarithms(std::span<float> values) { call<kivsLn_32f_I>(values, values.size()); }

@@ -38,10 +38,21 @@ template <class Score>
 void TiedWeights<Score>::sum(int codebook, std::span<const Term> terms, std::span<Score> sums) const {
   const std::size_t count = states_.count(codebook);
   const Score* const block = weights_.data() + states_.starts[static_cast<std::size_t>(codebook)] * densities_;
+  const auto row = [&](const Term& term) { return block + static_cast<std::size_t>(term.gaussian) * count; };
   std::fill_n(sums.begin(), count, Score{0});
+  // Four rows at a time come faster out of memory than one after the other; the order of the additions is the same.
+  for (; terms.size() >= 4; terms = terms.subspan(4)) {
+    const Score* const rows[] = {row(terms[0]), row(terms[1]), row(terms[2]), row(terms[3])};
+    const Score likelihoods[] = {terms[0].likelihood, terms[1].likelihood, terms[2].likelihood, terms[3].likelihood};
+    for (std::size_t i = 0; i < count; ++i) {
+      sums[i] =
+          (((sums[i] + rows[0][i] * likelihoods[0]) + rows[1][i] * likelihoods[1]) + rows[2][i] * likelihoods[2]) +
+          rows[3][i] * likelihoods[3];
+    }
+  }
   for (const Term& term : terms) {
-    const Score* const row = block + static_cast<std::size_t>(term.gaussian) * count;
-    for (std::size_t i = 0; i < count; ++i) sums[i] += row[i] * term.likelihood;
+    const Score* const weights = row(term);
+    for (std::size_t i = 0; i < count; ++i) sums[i] += weights[i] * term.likelihood;
   }
 }
 

@@ -5,6 +5,13 @@
 
 namespace kivsr::speech {
 
+namespace {
+
+constexpr int kKnownBits = 14;  // of the number of steps that are remembered
+constexpr std::size_t kFetchedAhead = 8;
+
+}  // namespace
+
 Beams default_beams(const AcousticModel& model) {
   return model.whole_words ? Beams{.state = 200.0F, .phone = 200.0F, .word = 120.0F} : Beams();
 }
@@ -19,6 +26,7 @@ ViterbiSearch::ViterbiSearch(const SearchNetwork& network, const AcousticModel& 
       state_count_(model.definition.states_per_phone),
       contexts_(forest_.fan_out.contexts()),
       phones_(network, state_count_),
+      known_steps_(std::size_t{1} << kKnownBits),
       wanted_hmms_(model.definition.hmms.size(), -1),
       wanted_(static_cast<std::size_t>(model.definition.states), -1),
       state_scores_(static_cast<std::size_t>(model.definition.states)),
@@ -113,7 +121,9 @@ template <int kStates>
 float ViterbiSearch::advance_all() {
   float best = kLogZero;
   best_phone_ = -1;
-  for (const int phone : active_) {
+  for (std::size_t i = 0; i < active_.size(); ++i) {
+    if (i + kFetchedAhead < active_.size()) phones_.prefetch(active_[i + kFetchedAhead]);
+    const int phone = active_[i];
     const float score = advance<kStates>(phone);
     if (!(score > best)) continue;
     best = score;
@@ -229,9 +239,19 @@ void ViterbiSearch::enter_child(int parent, int child, int first_slot, Token tok
   }
 }
 
+const SearchLanguage::Step& ViterbiSearch::word_step(int arc, int language_state) const {
+  const std::uint32_t mixed =
+      static_cast<std::uint32_t>(language_state) * 0x9E3779B1U ^ static_cast<std::uint32_t>(arc) * 0x85EBCA77U;
+  KnownStep& known = known_steps_[mixed >> (32 - kKnownBits)];
+  if (known.state != language_state || known.arc != arc) {
+    known = {language_state, arc, network_.language->follow(language_state, arc)};
+  }
+  return known.step;
+}
+
 SearchLanguage::Step ViterbiSearch::follow(int arc, int state, TreeKind kind) const {
   const int language_state = phones_.state(state).state;
-  if (kind == kWordTree) return network_.language->follow(language_state, arc);
+  if (kind == kWordTree) return word_step(arc, language_state);
   const SearchFiller& filler = network_.fillers[static_cast<std::size_t>(arc)];
   return {filler.weight, language_state, filler.label};
 }

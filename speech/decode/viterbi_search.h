@@ -117,6 +117,7 @@ class ViterbiSearch {
   void enter_child(int phone, int node, int first_slot, Token token, float threshold);
   float word_look_ahead(int node, int state, TreeKind kind) const;
   SearchLanguage::Step follow(int arc, int state, TreeKind kind) const;
+  const SearchLanguage::Step& word_step(int arc, int language_state) const;
   void end_words(float beam);
   void end_word(int phone, Token token);
   void join(const WordExit& exit, int index);
@@ -134,7 +135,15 @@ class ViterbiSearch {
   int state_count_;
   int contexts_;
 
+  // What the language said of a word after a state: the same is asked in many frames.
+  struct KnownStep {
+    int state = -1;
+    int arc = -1;
+    SearchLanguage::Step step;
+  };
+
   ActivePhones phones_;
+  mutable std::vector<KnownStep> known_steps_;  // where a pair hashes to, the last one asked for
   WordHistory words_;
   std::optional<LatticeRecorder> recorder_;
   float lattice_beam_ = 0.0F;

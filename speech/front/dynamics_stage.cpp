@@ -110,14 +110,14 @@ class StreamingDynamics : public RowStage {
 // l1 ..], [c0, d0, dd0], [dd1 ..].
 std::vector<std::size_t> difference_columns(Dynamics dynamics, std::size_t width) {
   std::vector<std::size_t> columns;
-  const auto add = [&](std::size_t group, std::size_t first, std::size_t last) {
-    for (std::size_t i = first; i < last; ++i) columns.push_back(group * width + i);
+  const auto add = [&](int group, std::size_t first, std::size_t last) {
+    for (std::size_t i = first; i < last; ++i) columns.push_back(size_of(group) * width + i);
   };
   const bool streams = dynamics == Dynamics::kStreams;
   if (streams) {
-    for (const std::size_t group : {0, 1, 3}) add(group, 1, width);
+    for (const int group : {0, 1, 3}) add(group, 1, width);
   }
-  for (const std::size_t group : {0, 1, 2}) add(group, 0, streams ? 1 : width);
+  for (const int group : {0, 1, 2}) add(group, 0, streams ? 1 : width);
   if (streams) add(2, 1, width);
   return columns;
 }

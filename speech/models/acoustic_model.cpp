@@ -174,12 +174,6 @@ void read_transitions(AcousticModel& model, float floor) {
 
 }  // namespace
 
-const float* AcousticModel::transitions(int hmm) const {
-  const auto sources = static_cast<std::size_t>(definition.states_per_phone);
-  const auto matrix = static_cast<std::size_t>(definition.hmms[static_cast<std::size_t>(hmm)].transition_matrix);
-  return log_transitions.data() + matrix * sources * (sources + 1);
-}
-
 std::filesystem::path find_model_folder(const std::string& name) {
   const std::filesystem::path path(name);
   if (std::filesystem::is_directory(path)) return path;

@@ -4,6 +4,7 @@
 // Next: decode/mixture_scorer.h, which scores a frame against it.
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -47,7 +48,11 @@ struct AcousticModel {
   std::vector<ModelStream> streams;
   std::vector<int> codebook_of_state;
   std::vector<float> log_transitions;  // [matrix][source][destination]; the last destination is the exit
-  const float* transitions(int hmm) const;
+  const float* transitions(int hmm) const {
+    const auto sources = static_cast<std::size_t>(definition.states_per_phone);
+    const auto matrix = static_cast<std::size_t>(definition.hmms[static_cast<std::size_t>(hmm)].transition_matrix);
+    return log_transitions.data() + matrix * sources * (sources + 1);
+  }
 };
 
 // A path is taken as it is; a bare name is looked for among the models that Debian installs.

@@ -57,17 +57,16 @@ std::size_t NgramModel::longest_useful(std::size_t state) const {
   }
 }
 
-int NgramModel::context_after(std::size_t state, std::uint32_t word) const {
-  for (;;) {
-    const std::size_t level = level_of(state);
-    const std::size_t index = state - bases_[level];
-    const std::ptrdiff_t child = find_child(level, index, word);
-    if (child >= 0 && level + 1 < levels_.size()) {
-      return static_cast<int>(longest_useful(bases_[level + 1] + static_cast<std::size_t>(child)));
-    }
+// After a word that was seen behind a context of level words, where it is the n-gram child.
+int NgramModel::context_after(std::size_t level, std::size_t index, std::ptrdiff_t child, std::uint32_t word) const {
+  while (child < 0 || level + 1 == levels_.size()) {
     if (level == 0) return 0;  // a model of single words
-    state = suffix(level, index);
+    const std::size_t shorter = suffix(level, index);
+    level = level_of(shorter);
+    index = shorter - bases_[level];
+    child = find_child(level, index, word);
   }
+  return static_cast<int>(longest_useful(bases_[level + 1] + static_cast<std::size_t>(child)));
 }
 
 NgramModel::Step NgramModel::follow(int from, int word) const {
@@ -80,7 +79,7 @@ NgramModel::Step NgramModel::follow(int from, int word) const {
     if (child >= 0) {
       const Level& found = levels_[level];
       return {weight + found.probabilities[found.probability[static_cast<std::size_t>(child)]],
-              context_after(state, static_cast<std::uint32_t>(word))};
+              context_after(level, index, child, static_cast<std::uint32_t>(word))};
     }
     weight += backoff(level, index);
     state = suffix(level, index);
@@ -116,17 +115,26 @@ std::size_t NgramBuilder::find(std::span<const std::uint32_t> words) const {
       index = static_cast<std::size_t>(child);
       continue;
     }
-    std::string text;
-    for (const std::uint32_t word : words) text += (text.empty() ? "" : " ") + model_.word(static_cast<int>(word));
-    fail("has n-grams that begin with \"" + text + "\", which it does not hold itself");
+    fail_without(words);
   }
   return index;
 }
 
+void NgramBuilder::fail_without(std::span<const std::uint32_t> context) const {
+  std::string text;
+  for (const std::uint32_t word : context) text += (text.empty() ? "" : " ") + model_.word(static_cast<int>(word));
+  fail("has n-grams that begin with \"" + text + "\", which it does not hold itself");
+}
+
 void NgramBuilder::add(std::span<const std::uint32_t> words, std::uint16_t probability, std::uint16_t backoff) {
+  add_behind(static_cast<std::uint32_t>(find(words.first(words.size() - 1))), words.back(), probability, backoff);
+}
+
+void NgramBuilder::add_behind(std::uint32_t context, std::uint32_t word, std::uint16_t probability,
+                              std::uint16_t backoff) {
   NgramModel::Level& level = model_.levels_.back();
-  if (words.size() > 1) contexts_.push_back(static_cast<std::uint32_t>(find(words.first(words.size() - 1))));
-  level.words.push_back(words.back());
+  if (model_.levels_.size() > 1) contexts_.push_back(context);
+  level.words.push_back(word);
   level.probability.push_back(probability);
   if (!level.backoffs.empty()) level.backoff.push_back(backoff);
 }

@@ -54,7 +54,7 @@ class NgramModel {
   std::ptrdiff_t find_child(std::size_t level, std::size_t index, std::uint32_t word) const;
   std::size_t suffix(std::size_t level, std::size_t index) const;
   float backoff(std::size_t level, std::size_t index) const;
-  int context_after(std::size_t state, std::uint32_t word) const;
+  int context_after(std::size_t level, std::size_t index, std::ptrdiff_t child, std::uint32_t word) const;
   std::size_t longest_useful(std::size_t state) const;
 
   std::deque<std::string> names_;  // stay where they are for the index
@@ -76,6 +76,12 @@ class NgramBuilder {
   void start_level(std::size_t count, std::vector<float> probabilities, std::vector<float> backoffs);
   // words: oldest first. Of the unigrams, one for each word in its order.
   void add(std::span<const std::uint32_t> words, std::uint16_t probability, std::uint16_t backoff);
+  // The same behind a context whose index in the level before is known.
+  void add_behind(std::uint32_t context, std::uint32_t word, std::uint16_t probability, std::uint16_t backoff);
+  // Of a finished second level: the first pair of each word, and one more; and the second word of a pair.
+  std::span<const std::uint32_t> first_pairs() const { return model_.levels_[0].children; }
+  std::uint32_t second_word(std::uint32_t pair) const { return model_.levels_[1].words[pair]; }
+  [[noreturn]] void fail_without(std::span<const std::uint32_t> context) const;
   // Faults for an n-gram without its context or one that is there twice.
   void finish_level();
   NgramModel finish();

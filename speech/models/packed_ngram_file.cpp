@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
+#include <utility>
 
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
@@ -165,13 +166,82 @@ class PackedReader {
   void build(int length) {
     Tables& tables = tables_[static_cast<std::size_t>(length) - 2];
     builder_.start_level(count(length), std::move(tables.probabilities), std::move(tables.backoffs));
+    length == 3 ? add_triples() : add_all(length);
+    if (length == order_) entries_.clear();
+    builder_.finish_level();
+  }
+
+  void add_all(int length) {
     std::array<std::uint32_t, kMostOrder> words{};
     for (std::uint32_t word = 0; word < count(1); ++word) {
       words[static_cast<std::size_t>(length) - 1] = word;
       descend(length, 2, next_[word], next_[word + 1], words);
     }
-    if (length == order_) entries_.clear();
-    builder_.finish_level();
+  }
+
+  // Calls visit(pair, word, entry) for the entries of pairs whose second word is given; pair is the index of the entry
+  // in the builder, where pairs are in the order of their first words, then of their second: every first word has its
+  // next one, which the places count. For second words in ascending order.
+  template <class Visit>
+  void visit_pairs(std::uint32_t second, std::vector<std::uint32_t>& places, Visit&& visit) const {
+    const PackedEntries& entries = entries_[0];
+    for (std::size_t entry = next_[second]; entry < next_[second + 1]; ++entry) {
+      const std::uint32_t first = entries.read(entry, 0, word_bits());
+      visit(places[first]++, first, static_cast<std::uint32_t>(entry));
+    }
+  }
+
+  // By their middle words, so that the pairs which begin them lie in a table by their first words: most of the n-grams
+  // have three words, and a search for each takes longer than all else.
+  void add_triples() {
+    const auto first_pairs = builder_.first_pairs();
+    std::vector<std::uint32_t> entry_of(count(2));  // [pair]
+    std::vector<std::uint32_t> places(first_pairs.begin(), first_pairs.end());
+    for (std::uint32_t word = 0; word < count(1); ++word) {
+      visit_pairs(word, places,
+                  [&](std::uint32_t pair, std::uint32_t, std::uint32_t entry) { entry_of[pair] = entry; });
+    }
+    places.assign(first_pairs.begin(), first_pairs.end());
+    std::vector<std::uint32_t> pair_of(count(1));  // [first word]: with the middle word, if that is its second one
+    for (std::uint32_t middle = 0; middle < count(1); ++middle) {
+      visit_pairs(middle, places,
+                  [&](std::uint32_t pair, std::uint32_t first, std::uint32_t) { pair_of[first] = pair + 1; });
+      for (std::uint32_t pair = first_pairs[middle]; pair < first_pairs[middle + 1]; ++pair) {
+        add_triples_of(entry_of[pair], middle, builder_.second_word(pair), pair_of);
+      }
+    }
+  }
+
+  void add_triples_of(std::size_t pair_entry, std::uint32_t middle, std::uint32_t last,
+                      const std::vector<std::uint32_t>& pair_of) {
+    const PackedEntries& entries = entries_[1];
+    const int bits = word_bits();
+    const auto [begin, end] = below(2, pair_entry);
+    if (begin > end || end > count(3)) file_.fail("has n-grams out of their order");
+    for (std::size_t entry = begin; entry < end; ++entry) {
+      const std::uint32_t first = entries.read(entry, 0, bits);
+      if (first >= count(1)) file_.fail("has no word " + std::to_string(first));
+      const std::uint32_t pair = pair_of[first];
+      if (pair == 0 || builder_.second_word(pair - 1) != middle) builder_.fail_without(std::array{first, middle});
+      const auto [probability, backoff] = values(3, entry);
+      builder_.add_behind(pair - 1, last, probability, backoff);
+    }
+  }
+
+  // The range of entries of one more word.
+  std::pair<std::size_t, std::size_t> below(int length, std::size_t entry) const {
+    const PackedEntries& entries = entries_[static_cast<std::size_t>(length) - 2];
+    const int next = word_bits() + value_bits(length);
+    return {entries.read(entry, next, next_bits(length)), entries.read(entry + 1, next, next_bits(length))};
+  }
+
+  // Numbers of the probability and of the back-off weight.
+  std::pair<std::uint16_t, std::uint16_t> values(int length, std::size_t entry) const {
+    const PackedEntries& entries = entries_[static_cast<std::size_t>(length) - 2];
+    const int bits = word_bits();
+    const auto low = static_cast<std::uint16_t>(entries.read(entry, bits, kValueBits));
+    if (length == order_) return {low, std::uint16_t{0}};
+    return {static_cast<std::uint16_t>(entries.read(entry, bits + kValueBits, kValueBits)), low};
   }
 
   // The n-grams of a length below a range of entries of `depth` words. words is filled from its end. Packing leaves a
@@ -180,22 +250,17 @@ class PackedReader {
                std::array<std::uint32_t, kMostOrder>& words) {
     if (first > last || last > count(depth)) file_.fail("has n-grams out of their order");
     const PackedEntries& entries = entries_[static_cast<std::size_t>(depth) - 2];
-    const int bits = word_bits();
-    const int next = bits + value_bits(depth);
     for (std::size_t entry = first; entry < last; ++entry) {
       std::uint32_t& word = words[static_cast<std::size_t>(length - depth)];
-      word = entries.read(entry, 0, bits);
+      word = entries.read(entry, 0, word_bits());
       if (word >= count(1)) file_.fail("has no word " + std::to_string(word));
       if (depth < length) {
-        descend(length, depth + 1, entries.read(entry, next, next_bits(depth)),
-                entries.read(entry + 1, next, next_bits(depth)), words);
+        const auto [begin, end] = below(depth, entry);
+        descend(length, depth + 1, begin, end, words);
         continue;
       }
-      const bool longest = depth == order_;
-      const auto low = static_cast<std::uint16_t>(entries.read(entry, bits, kValueBits));
-      const auto high =
-          longest ? std::uint16_t{0} : static_cast<std::uint16_t>(entries.read(entry, bits + kValueBits, kValueBits));
-      builder_.add({words.data(), static_cast<std::size_t>(length)}, longest ? low : high, longest ? high : low);
+      const auto [probability, backoff] = values(length, entry);
+      builder_.add({words.data(), static_cast<std::size_t>(length)}, probability, backoff);
     }
   }
 
