@@ -1,4 +1,4 @@
-// Texts: grammars, references, recipes, lists of files, splits, and the command line.
+// Texts: grammars, references, recipes, lists of files and of trials, splits, configuration files and the command line.
 #include <algorithm>
 #include <memory>
 #include <string>
@@ -15,7 +15,9 @@
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/quantise/split.h"
 #include "kivsr/speech/train/training_list.h"
+#include "program/configuration.h"
 #include "program/subcommands.h"
+#include "program/trials.h"
 
 namespace kivsr::fuzz {
 
@@ -59,6 +61,9 @@ void run_training_list(Bytes bytes) {
 }
 const Registration training_list("training_list", run_training_list);
 
+void run_trials(Bytes bytes) { program::read_trials(file_of(bytes, "trials").string(), ""); }
+const Registration trials("trials", run_trials);
+
 void run_split(Bytes bytes) {
   for (const SplitGroup& group : parse_split(text_of(bytes), 14)) split_text(group);
 }
@@ -82,7 +87,21 @@ std::unique_ptr<CLI::App> describe_commands() {
   return app;
 }
 
-// Arguments between zero bytes. The commands are described once, which takes as long as a hundred lines.
+// They are described once, which takes as long as a hundred lines.
+CLI::App& described_commands() {
+  static const auto commands = describe_commands();
+  return *commands;
+}
+
+void run_configuration(Bytes bytes) {
+  const std::string file = file_of(bytes, "config").string();
+  for (const char* const command : {"features", "recognise", "train"}) {
+    program::with_configuration(described_commands(), {"--config", file, command, "--jobs", "2", "a.wav"});
+  }
+}
+const Registration configuration("configuration", run_configuration);
+
+// Arguments between zero bytes.
 void run_command_line(Bytes bytes) {
   std::vector<std::string> arguments(1);
   for (const std::uint8_t byte : bytes.first(std::min<std::size_t>(bytes.size(), 4096))) {
@@ -93,9 +112,8 @@ void run_command_line(Bytes bytes) {
     }
   }
   std::reverse(arguments.begin(), arguments.end());
-  static const auto commands = describe_commands();
   try {
-    commands->parse(arguments);
+    described_commands().parse(arguments);
   } catch (const CLI::ParseError&) {
   }
 }

@@ -50,6 +50,14 @@ struct Line {
   std::string value;
 };
 
+// A comment begins the line or follows a blank; in "a#b" the sign belongs to the value.
+std::string_view without_comment(std::string_view line) {
+  for (std::size_t sign = line.find('#'); sign != std::string_view::npos; sign = line.find('#', sign + 1)) {
+    if (sign == 0 || line[sign - 1] == ' ' || line[sign - 1] == '\t') return line.substr(0, sign);
+  }
+  return line;
+}
+
 std::vector<Line> read_lines(const CLI::App& program, const std::filesystem::path& file) {
   const std::string text = read_text_file(file);
   std::vector<Line> lines;
@@ -58,10 +66,7 @@ std::vector<Line> read_lines(const CLI::App& program, const std::filesystem::pat
   std::string_view line;
   for (int number = 1; take_line(rest, line); ++number) {
     const std::string place = file.string() + ", line " + std::to_string(number) + ": ";
-    const std::size_t comment = line.find('#');
-    line = trimmed(comment == 0 || (comment != std::string_view::npos && std::isspace(line[comment - 1]) != 0)
-                       ? line.substr(0, comment)
-                       : line);
+    line = trimmed(without_comment(line));
     if (line.empty()) continue;
     if (line.front() == '[' && line.back() == ']') {
       section = std::string(trimmed(line.substr(1, line.size() - 2)));

@@ -75,6 +75,7 @@ TEST_F(Configuration, FaultsNameTheLine) {
       {"[feature]\n", "line 1: no subcommand 'feature', did you mean features?"},
       {"nowhere = 3\n", "line 1: no command has an option --nowhere"},
       {"[features]\nlifter\n", "line 2: \"lifter\" is not like"},
+      {"[features]\nlifter = a#b  # a comment\n", "a#b"},
       {"[features]\nenergy = maybe\n", "line 2: energy is \"maybe\""},
       {"[spot]\nhelp = yes\n", "line 2: help is no setting"},
   };
@@ -83,6 +84,7 @@ TEST_F(Configuration, FaultsNameTheLine) {
     const CommandResult result = run("", "--config " + path("file"), "");
     EXPECT_EQ(result.status, 2) << text;
     EXPECT_NE(result.errors.find(fault), std::string::npos) << text << result.errors;
+    EXPECT_EQ(result.errors.find("a comment"), std::string::npos) << text;
   }
   EXPECT_EQ(run("", "--config " + path("missing"), "").status, 2);
   EXPECT_EQ(run("KIVSR_CONFIG=" + path("missing"), "", "").status, 2);
