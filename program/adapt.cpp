@@ -79,7 +79,7 @@ std::vector<TrainingItem> AdaptCommand::items(bool with_words) const {
 }
 
 TrainingUtterances AdaptCommand::load(const std::vector<TrainingItem>& listed, const UtteranceLoader& load_all) {
-  return load_with_progress(static_cast<int>(listed.size()), bad_, load_all);
+  return load_with_progress(listed.size(), {}, bad_, load_all);
 }
 
 void AdaptCommand::say(int iteration, const Statistics& statistics, int classes) const {
@@ -94,7 +94,7 @@ void AdaptCommand::adapt_words() {
   const WordModel prior = read_word_model(acoustic.model_name);
   const std::vector<TrainingItem> listed = items(!prior.plain_mixture);
   const TrainingUtterances utterances = load(listed, [&](const auto& begin, const auto& left_out) {
-    return load_utterances(listed, prior, raw, begin, 0, 1, left_out);
+    return load_utterances(listed, prior, raw, begin, {}, left_out);
   });
   WordModel heard = prior;
   for (int iteration = 0; iteration < iterations; ++iteration) {
@@ -129,7 +129,7 @@ void AdaptCommand::adapt_phones() {
     return words;
   };
   const TrainingUtterances utterances = load(listed, [&](const auto& begin, const auto& left_out) {
-    return load_utterances(listed, model.recipe, number, raw, begin, 0, 1, left_out);
+    return load_utterances(listed, model.recipe, number, raw, begin, {}, left_out);
   });
   AcousticAdaptation adaptation(model, dictionary, settings);
   for (int iteration = 0; iteration < iterations; ++iteration) {

@@ -18,6 +18,7 @@
 #include "kivsr/speech/train/start_model.h"
 #include "kivsr/speech/train/trainer.h"
 #include "program/file_loop.h"
+#include "program/mpi_team.h"
 #include "program/numbers.h"
 #include "program/progress.h"
 #include "program/raw_options.h"
@@ -59,17 +60,20 @@ struct TrainCommand {
   std::vector<std::function<void(const TrainingSettings&)>> comparisons;
 
  private:
+  void run_pass_or_all();
   void run_phones();
-  void read_model();
+  void read_model(const std::string& file);
   Recipe recipe_for(Source source, int width) const;
   void begin(const std::vector<TrainingItem>& items);
   void train(const std::vector<TrainingItem>& items);
   void write_part(const std::vector<TrainingItem>& items);
   void sum_parts();
-  void load(const std::vector<TrainingItem>& items, int part = 0, int parts = 1);
+  void load(const std::vector<TrainingItem>& items, const TrainingShare& share);
+  void share_model();
   Statistics add_up(bool warnings) const;
   void complete_pass(const Statistics& statistics);
 
+  std::unique_ptr<TrainingTeam> team_;
   WordModel model_;
   int pass_ = 0;
   TrainingUtterances utterances_;
@@ -87,8 +91,8 @@ std::pair<int, int> parse_part(const std::string& text) {
   return {part - 1, parts};
 }
 
-void TrainCommand::read_model() {
-  model_ = read_word_model(model_file);
+void TrainCommand::read_model(const std::string& file) {
+  model_ = read_word_model(file);
   const TrainingSettings stored = stored_settings(model_.training, model_file, pass_);
   for (const auto& compare : comparisons) compare(stored);
   if (recipe.given())
@@ -127,7 +131,7 @@ void TrainCommand::begin(const std::vector<TrainingItem>& items) {
   if (!aligner_file.empty()) aligner = Aligner{read_word_model(aligner_file), frames_per_state};
   model_ = model_shape(features, items, plain_mixture, settings, aligner ? &*aligner : nullptr);
   if (aligner) aligner->check_fits(model_);
-  load(items);
+  load(items, {});
   start_model(model_, utterances_, settings, aligner ? &*aligner : nullptr);
   store_settings(settings, 0, model_.training);
   const int words = static_cast<int>(model_.units.size()) - (model_.silence() >= 0 ? 1 : 0);
@@ -137,11 +141,14 @@ void TrainCommand::begin(const std::vector<TrainingItem>& items) {
   write_word_model(model_file, model_);
 }
 
-void TrainCommand::load(const std::vector<TrainingItem>& items, int part, int parts) {
-  const int count = (static_cast<int>(items.size()) - part + parts - 1) / parts;
-  utterances_ = load_with_progress(count, bad_, [&](const auto& begin, const auto& left_out) {
-    return load_utterances(items, model_, raw, begin, part, parts, left_out);
+void TrainCommand::load(const std::vector<TrainingItem>& items, const TrainingShare& share) {
+  utterances_ = load_with_progress(items.size(), share, bad_, [&](const auto& begin, const auto& left_out) {
+    return load_utterances(items, model_, raw, begin, share, left_out);
   });
+}
+
+void TrainCommand::share_model() {
+  share_file(team_.get(), model_file, [this](const std::string& file) { read_model(file); });
 }
 
 Statistics TrainCommand::add_up(bool warnings) const {
@@ -168,28 +175,34 @@ void TrainCommand::complete_pass(const Statistics& statistics) {
 }
 
 void TrainCommand::train(const std::vector<TrainingItem>& items) {
-  if (resume && is_word_model_file(model_file)) {
-    read_model();
-    check_list(items, settings, model_file);
-    if (pass_ < settings.passes()) load(items);
-  } else {
-    begin(items);
+  const bool goes_on = agreed(team_.get(), resume && is_word_model_file(model_file));
+  if (leads(team_.get())) {
+    if (goes_on) {
+      read_model(model_file);
+      check_list(items, settings, model_file);
+    } else {
+      begin(items);
+    }
   }
+  share_model();
+  if ((goes_on || team_) && pass_ < settings.passes()) load(items, {0, 1, team_.get()});
   const int first = pass_;
   while (pass_ < settings.passes() && (most_passes < 0 || pass_ < first + most_passes)) {
     prepare_pass(model_, settings, pass_);
-    complete_pass(add_up(pass_ == first));
+    const Statistics statistics = add_up(pass_ == first);
+    if (leads(team_.get())) complete_pass(statistics);
+    share_model();
   }
 }
 
 void TrainCommand::write_part(const std::vector<TrainingItem>& items) {
   const auto [part, parts] = parse_part(part_text);
   if (statistics_file.empty()) throw Fault("train: --part needs --statistics, the file for its sums");
-  read_model();
+  read_model(model_file);
   check_list(items, settings, model_file);
   if (pass_ >= settings.passes()) throw Fault(model_file + ": all its passes are done");
   prepare_pass(model_, settings, pass_);
-  load(items, part, parts);
+  load(items, {part, parts});
   const Statistics statistics = add_up(true);
   statistics.write(statistics_file);
   std::printf("pass %d of %d, part %d of %d: %s, %.0f frames\n", pass_ + 1, settings.passes(), part + 1, parts,
@@ -197,7 +210,7 @@ void TrainCommand::write_part(const std::vector<TrainingItem>& items) {
 }
 
 void TrainCommand::sum_parts() {
-  read_model();
+  read_model(model_file);
   if (pass_ >= settings.passes()) throw Fault(model_file + ": all its passes are done");
   prepare_pass(model_, settings, pass_);
   Statistics total(model_);
@@ -216,8 +229,9 @@ void TrainCommand::run_phones() {
   run.most_passes = most_passes;
   run.jobs = jobs;
   run.sum_files = sum_files;
+  run.share.team = team_.get();
   if (!part_text.empty()) {
-    std::tie(run.part, run.parts) = parse_part(part_text);
+    std::tie(run.share.part, run.share.parts) = parse_part(part_text);
     if (statistics_file.empty()) throw Fault("train: --part needs --statistics, the file for its sums");
     run.statistics_file = statistics_file;
   }
@@ -233,6 +247,15 @@ void TrainCommand::run() {
   settings.viterbi = method == "viterbi";
   settings.random_start = start == "random";
   settings.validate();
+  team_ = join_mpi_team();
+  if (team_ && (!part_text.empty() || !sum_files.empty())) {
+    throw Fault("train: processes of mpirun share a list themselves, without --part and --sum");
+  }
+  run_pass_or_all();
+  team_.reset();
+}
+
+void TrainCommand::run_pass_or_all() {
   if (!sum_files.empty() && phones.dictionary.empty()) {
     if (!list.list.empty()) throw Fault("train: --sum needs no --list, except with --dict");
     return sum_parts();

@@ -9,6 +9,7 @@
 
 #include "kivsr/speech/front/feat_params.h"
 #include "kivsr/speech/io/fault.h"
+#include "program/mpi_team.h"
 #include "program/numbers.h"
 #include "program/report_text.h"
 #include "program/training_progress.h"
@@ -34,26 +35,35 @@ class PhoneTraining {
 
  private:
   void train() {
-    const bool goes_on = run_.resume && std::filesystem::exists(record_);
-    if (goes_on) {
-      read();
-    } else {
+    const bool goes_on = agreed(team(), run_.resume && std::filesystem::exists(record_));
+    if (!goes_on) {
       begin();
+    } else if (leads(team())) {
+      read(record_);
     }
+    if (goes_on) share_record();
     const PhoneLexicon lexicon(dictionary_, model_.fillers, model_.definition);
     if (!goes_on || (pass_ < settings_.passes() && run_.most_passes != 0)) load(lexicon);
     if (!goes_on) start();
-    const PhoneTrainingData data = data_with(lexicon);
+    PhoneTrainingData data = data_with(lexicon);
+    if (team() != nullptr) data.said = said(lexicon);
     const int first = pass_;
     while (pass_ < settings_.passes() && (run_.most_passes < 0 || pass_ < first + run_.most_passes)) {
       complete_pass(data, pass_ == first);
     }
-    if (pass_ == settings_.passes()) write_sphinx_model(run_.folder, model_);
+    if (pass_ == settings_.passes() && leads(team())) write_sphinx_model(run_.folder, model_);
+    agreed(team(), true);  // nobody ends before the model is written
     if (bad_) bad_->finish();
   }
 
+  TrainingTeam* team() const { return run_.share.team; }
+
+  void share_record() {
+    share_file(team(), record_.string(), [this](const std::string& file) { read(file); });
+  }
+
   void read_for_parts() {
-    read();
+    read(record_);
     if (pass_ >= settings_.passes()) throw Fault(run_.folder + ": all its passes are done");
     prepare_phone_pass(model_, settings_, pass_);
   }
@@ -70,8 +80,8 @@ class PhoneTraining {
         collect_phone_pass(model_, data, settings_, pass_, run_.jobs, by_number(listener, utterances_));
     progress.clear();
     statistics.write(run_.statistics_file);
-    std::printf("pass %d of %d, part %d of %d: %s, %.0f frames\n", pass_ + 1, settings_.passes(), run_.part + 1,
-                run_.parts, counted(static_cast<std::int64_t>(statistics.utterances), "utterance").c_str(),
+    std::printf("pass %d of %d, part %d of %d: %s, %.0f frames\n", pass_ + 1, settings_.passes(), run_.share.part + 1,
+                run_.share.parts, counted(static_cast<std::int64_t>(statistics.utterances), "utterance").c_str(),
                 statistics.frames);
     if (bad_) bad_->finish();
   }
@@ -114,8 +124,8 @@ class PhoneTraining {
     feat_params_text(run_.recipe);  // throws for a recipe that the model cannot hold
   }
 
-  void read() {
-    model_ = read_phone_model(record_);
+  void read(const std::filesystem::path& record) {
+    model_ = read_phone_model(record);
     const PhoneTrainingSettings stored = stored_phone_settings(model_.training, record_.string(), pass_);
     run_.compare(stored.common);
     for (const auto& compare : options_.comparisons) compare(stored, run_.folder);
@@ -138,15 +148,20 @@ class PhoneTraining {
       }
       return words;
     };
-    const int count = (static_cast<int>(run_.items.size()) - run_.part + run_.parts - 1) / run_.parts;
-    utterances_ = load_with_progress(count, bad_, [&](const auto& begin, const auto& left_out) {
-      return load_utterances(run_.items, model_.recipe, numbers, run_.raw, begin, run_.part, run_.parts, left_out);
+    utterances_ = load_with_progress(run_.items.size(), run_.share, bad_, [&](const auto& begin, const auto& left_out) {
+      return load_utterances(run_.items, model_.recipe, numbers, run_.raw, begin, run_.share, left_out);
     });
   }
 
   void start() {
     flat_start(model_, utterances_, settings_.common);
     store_settings(settings_, 0, model_.training);
+    if (leads(team())) write_start();
+    share_record();
+  }
+
+  void write_start() {
+    if (team() != nullptr) std::printf("%d processes, the first: ", team()->size());
     std::printf("%s; %s, %s\n", amount_text(utterances_, model_.dimension()).c_str(),
                 counted(static_cast<std::int64_t>(model_.definition.phones.size()), "phone").c_str(),
                 counted(model_.definition.states, "state").c_str());
@@ -157,10 +172,12 @@ class PhoneTraining {
   void complete_pass(const PhoneTrainingData& data, bool warnings) {
     Progress progress("train", static_cast<int>(utterances_.all().size()));
     const TrainingListener listener = listener_of(progress, warnings);
-    const PhonePassReport report =
-        run_phone_pass(model_, data, settings_, pass_, run_.jobs, by_number(listener, utterances_));
+    prepare_phone_pass(model_, settings_, pass_);
+    const Statistics statistics =
+        collect_phone_pass(model_, data, settings_, pass_, run_.jobs, by_number(listener, utterances_));
     progress.clear();
-    say(report);
+    if (leads(team())) say(finish_phone_pass(model_, data, settings_, pass_, statistics));
+    share_record();
   }
 
   // The pass is done.

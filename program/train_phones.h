@@ -41,8 +41,7 @@ struct PhoneTrainingRun {
   bool resume = false;
   int most_passes = -1;
   int jobs = 1;
-  int part = 0;  // of the list, from 0
-  int parts = 1;
+  TrainingShare share;                 // of the list
   std::string statistics_file;         // only add up the part for the next pass, into this file
   std::vector<std::string> sum_files;  // only finish the pass with these
   std::function<void(const TrainingSettings& stored)> compare;

@@ -8,9 +8,12 @@
 
 namespace kivsr::program {
 
-TrainingUtterances load_with_progress(int count, std::optional<BadFiles>& bad, const UtteranceLoader& load) {
-  bad.emplace(static_cast<std::size_t>(count));
-  Progress progress("read", count);
+TrainingUtterances load_with_progress(std::size_t items, const TrainingShare& share, std::optional<BadFiles>& bad,
+                                      const UtteranceLoader& load) {
+  const int own = share.count(items);
+  const std::size_t count = share.team == nullptr ? static_cast<std::size_t>(own) : items;
+  bad.emplace(count);
+  Progress progress("read", own);
   const auto step = [&](const std::filesystem::path& file) { progress.step(file.string()); };
   const auto left_out = [&](const Fault& fault) {
     if (count == 1) throw fault;

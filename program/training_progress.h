@@ -13,8 +13,10 @@ namespace kivsr::program {
 
 using UtteranceLoader = std::function<TrainingUtterances(const FileListener& begin, const FaultListener& left_out)>;
 
-// So many utterances. Those that cannot be read are said, bad to hold them; one alone, or all of them, is a fault.
-TrainingUtterances load_with_progress(int count, std::optional<BadFiles>& bad, const UtteranceLoader& load);
+// The share of so many utterances. Those that cannot be read are said, bad to hold them; one alone, or all of them, is
+// a fault.
+TrainingUtterances load_with_progress(std::size_t items, const TrainingShare& share, std::optional<BadFiles>& bad,
+                                      const UtteranceLoader& load);
 
 // Of a pass: with warnings a line on standard error names each utterance that cannot be used.
 TrainingListener listener_of(Progress& progress, bool warnings);

@@ -144,7 +144,7 @@ Statistics AcousticAdaptation::run(const TrainingUtterances& utterances, const s
       return Statistics::Outcome::kUsed;
     };
   };
-  Statistics sums = add_up(zero(), utterances.all().size(), jobs, make_adder, listener);
+  Statistics sums = add_up(zero(), utterances, jobs, make_adder, listener);
   if (!(sums.frames > 0.0)) throw Fault("none of the utterances can be used");
   update(sums);
   return sums;

@@ -5,10 +5,10 @@
 #include <memory>
 #include <set>
 
-#include "kivsr/speech/front/column_statistics.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/number_text.h"
 #include "kivsr/speech/models/phone_contexts.h"
+#include "kivsr/speech/train/frame_moments.h"
 #include "kivsr/speech/train/state_trees.h"
 
 namespace kivsr::speech {
@@ -35,7 +35,7 @@ Statistics collect_phones(const PhoneModel& model, const TrainingUtterances& utt
       return sums.add_utterance(graph_of(utterance.words), utterances.rows(utterance), method, *work);
     };
   };
-  return add_up(zero_of(model), utterances.all().size(), jobs, make_adder, listener);
+  return add_up(zero_of(model), utterances, jobs, make_adder, listener);
 }
 
 void require_usable(const Statistics& statistics) {
@@ -279,18 +279,17 @@ PhoneModel phone_model_shape(const Recipe& recipe, const Dictionary& dictionary,
 
 void flat_start(PhoneModel& model, const TrainingUtterances& utterances, const TrainingSettings& settings) {
   constexpr float kStay = 0.6F;
-  if (utterances.frames() < 2) throw Fault("there is no frame to train from");
-  ColumnStatistics sums;
-  for (const TrainingUtterance& utterance : utterances.all()) sums.add(utterances.rows(utterance));
-  const ColumnMoments moments = sums.moments();
+  const FrameMoments moments = moments_of(utterances, static_cast<std::size_t>(model.dimension()));
+  if (utterances.team() != nullptr && utterances.team()->rank() != 0) return;
+  if (moments.frames() < 2.0) throw Fault("there is no frame to train from");
   MixtureState state;
   state.weights = {1.0F};
   model.variance_floor.clear();
-  for (std::size_t i = 0; i < moments.mean.size(); ++i) {
+  for (std::size_t i = 0; i < moments.width(); ++i) {
     const double variance = moments.variance(i);
     model.variance_floor.push_back(
         static_cast<float>(std::max(settings.variance_floor, settings.variance_floor_share * variance)));
-    state.means.push_back(static_cast<float>(moments.mean[i]));
+    state.means.push_back(static_cast<float>(moments.mean(i)));
     state.variances.push_back(std::max(static_cast<float>(variance), model.variance_floor.back()));
   }
   model.states.assign(static_cast<std::size_t>(model.definition.states), state);

@@ -42,7 +42,7 @@ PhoneModel phone_model_shape(const Recipe& recipe, const Dictionary& dictionary,
 // "<s>", "</s>" and "<sil>".
 Dictionary silence_only();
 
-// Every state has the mean and the variance of all frames.
+// Every state has the mean and the variance of all frames. In a team all members call it, and rank 0 has the model.
 void flat_start(PhoneModel& model, const TrainingUtterances& utterances, const TrainingSettings& settings);
 
 // What a pass works on.

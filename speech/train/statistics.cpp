@@ -232,12 +232,21 @@ void Statistics::clear() {
 }
 
 void Statistics::add(const Statistics& other) {
-  std::vector<std::span<const double>> terms;
-  visit_sums(other, [&](std::span<const double> sums) { terms.push_back(sums); });
-  std::size_t next = 0;
+  std::vector<double> total = values();
+  call<kivsAdd_64f_I>(other.values(), total, total.size());
+  set(total);
+}
+
+std::vector<double> Statistics::values() const {
+  std::vector<double> values;
+  visit_sums(*this, [&](std::span<const double> sums) { values.insert(values.end(), sums.begin(), sums.end()); });
+  return values;
+}
+
+void Statistics::set(std::span<const double> values) {
   visit_sums(*this, [&](std::span<double> sums) {
-    if (!sums.empty()) call<kivsAdd_64f_I>(terms[next].data(), sums, sums.size());
-    ++next;
+    std::copy_n(values.begin(), sums.size(), sums.begin());
+    values = values.subspan(sums.size());
   });
 }
 

@@ -73,6 +73,9 @@ class Statistics {
   void add_rows(const WordModel& model, int state, const FeatureMatrix& rows, std::span<const double> shares);
   void add(const Statistics& other);
   void clear();
+  // All sums, one behind the other; and back.
+  std::vector<double> values() const;
+  void set(std::span<const double> values);
 
   void write(const std::filesystem::path& file) const;
   // Throws Fault unless the file belongs to this model.

@@ -56,7 +56,7 @@ Statistics collect(const WordModel& model, const TrainingUtterances& utterances,
       return sums.add_utterance(utterance_graph(model, utterance.words), rows, method, *work);
     };
   };
-  return add_up(Statistics(model), utterances.all().size(), jobs, make_adder, by_number(listener, utterances));
+  return add_up(Statistics(model), utterances, jobs, make_adder, by_number(listener, utterances));
 }
 
 ReestimationReport finish_pass(WordModel& model, const Statistics& statistics, const TrainingSettings& settings,

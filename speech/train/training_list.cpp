@@ -52,8 +52,31 @@ std::uint32_t list_checksum(const std::vector<TrainingItem>& items) {
   return checksum_32(text);
 }
 
-void TrainingUtterances::add(const std::filesystem::path& file, const std::vector<int>& words) {
-  all_.push_back({file, words, frames(), 0});
+bool TrainingShare::has(std::size_t item, const ListBlocks& blocks) const {
+  if (team != nullptr) return rank_of(blocks.of(item), *team) == team->rank();
+  return item % static_cast<std::size_t>(parts) == static_cast<std::size_t>(part);
+}
+
+int TrainingShare::count(std::size_t items) const {
+  int result = 0;
+  for (std::size_t item = 0; item < items; ++item) result += has(item, {items}) ? 1 : 0;
+  return result;
+}
+
+void TrainingUtterances::add(const std::filesystem::path& file, const std::vector<int>& words, std::size_t item) {
+  all_.push_back({file, words, item, frames(), 0});
+}
+
+std::vector<std::size_t> TrainingUtterances::block_begins() const {
+  const ListBlocks list = blocks();
+  std::vector<std::size_t> begins;
+  for (std::size_t block = 0; block <= list.count(); ++block) {
+    const auto first = std::partition_point(all_.begin(), all_.end(), [&](const TrainingUtterance& utterance) {
+      return block == list.count() || utterance.item < list.first(block);
+    });
+    begins.push_back(static_cast<std::size_t>(first - all_.begin()));
+  }
+  return begins;
 }
 
 void TrainingUtterances::append(const FeatureMatrix& rows) {
@@ -85,9 +108,9 @@ FeatureMatrix TrainingUtterances::rows(const TrainingUtterance& utterance) const
 
 namespace {
 
-void load_item(const TrainingItem& item, const WordNumbers& words, const RawFormat& raw, FeatureChain& chain,
-               TrainingUtterances& utterances) {
-  utterances.add(item.file, words(item));
+void load_item(const TrainingItem& item, std::size_t number, const WordNumbers& words, const RawFormat& raw,
+               FeatureChain& chain, TrainingUtterances& utterances) {
+  utterances.add(item.file, words(item), number);
   try {
     stream_utterance(item.file, chain, raw, [&](const FeatureMatrix& rows) { utterances.append(rows); });
   } catch (const Fault&) {
@@ -99,14 +122,15 @@ void load_item(const TrainingItem& item, const WordNumbers& words, const RawForm
 }  // namespace
 
 TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const Recipe& recipe,
-                                   const WordNumbers& words, const RawFormat& raw, const FileListener& begin, int part,
-                                   int parts, const FaultListener& left_out) {
-  TrainingUtterances utterances;
+                                   const WordNumbers& words, const RawFormat& raw, const FileListener& begin,
+                                   const TrainingShare& share, const FaultListener& left_out) {
+  TrainingUtterances utterances(items.size(), share.team);
   FeatureChain chain(recipe);
-  for (std::size_t i = static_cast<std::size_t>(part); i < items.size(); i += static_cast<std::size_t>(parts)) {
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    if (!share.has(i, {items.size()})) continue;
     if (begin) begin(items[i].file);
     try {
-      load_item(items[i], words, raw, chain, utterances);
+      load_item(items[i], i, words, raw, chain, utterances);
     } catch (const Fault& fault) {
       if (!left_out) throw;
       left_out(fault);
@@ -116,7 +140,8 @@ TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const
 }
 
 TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const WordModel& model, const RawFormat& raw,
-                                   const FileListener& begin, int part, int parts, const FaultListener& left_out) {
+                                   const FileListener& begin, const TrainingShare& share,
+                                   const FaultListener& left_out) {
   const WordNumbers words = [&](const TrainingItem& item) {
     std::vector<int> numbers;
     if (model.plain_mixture) return numbers;
@@ -126,7 +151,7 @@ TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const
     }
     return numbers;
   };
-  return load_utterances(items, model.recipe, words, raw, begin, part, parts, left_out);
+  return load_utterances(items, model.recipe, words, raw, begin, share, left_out);
 }
 
 }  // namespace kivsr::speech

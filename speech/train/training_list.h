@@ -12,6 +12,7 @@
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/row_store.h"
 #include "kivsr/speech/models/word_model.h"
+#include "kivsr/speech/train/training_team.h"
 
 namespace kivsr::speech {
 
@@ -37,26 +38,48 @@ std::uint32_t list_checksum(const std::vector<TrainingItem>& items);
 struct TrainingUtterance {
   std::filesystem::path file;
   std::vector<int> words;      // units of the model
+  std::size_t item = 0;        // of the list
   std::int64_t first_row = 0;  // in the order of all utterances
   int frames = 0;
+};
+
+// Which items of a list somebody works on: every parts-th from part on, or what a team gives this member.
+struct TrainingShare {
+  int part = 0;
+  int parts = 1;
+  TrainingTeam* team = nullptr;
+
+  bool has(std::size_t item, const ListBlocks& blocks) const;
+  int count(std::size_t items) const;
 };
 
 // Utterances with their rows, which are computed once and wait in a temporary file: memory holds what is asked for.
 class TrainingUtterances {
  public:
-  // Rows that are appended belong to the utterance that was added last.
-  void add(const std::filesystem::path& file, const std::vector<int>& words);
+  TrainingUtterances() = default;
+  // Of a list of so many items.
+  explicit TrainingUtterances(std::size_t items, TrainingTeam* team = nullptr) : items_(items), team_(team) {}
+
+  // In the order of the items. Rows that are appended belong to the utterance that was added last.
+  void add(const std::filesystem::path& file, const std::vector<int>& words, std::size_t item);
+  void add(const std::filesystem::path& file, const std::vector<int>& words) { add(file, words, all_.size()); }
   void append(const FeatureMatrix& rows);
   // Takes back the utterance that was added last.
   void remove_last();
 
   const std::vector<TrainingUtterance>& all() const { return all_; }
   std::int64_t frames() const { return frames_; }
+  // The blocks of the list, and the first utterance of each; last the number of utterances.
+  ListBlocks blocks() const { return {items_ > 0 ? items_ : all_.size()}; }
+  std::vector<std::size_t> block_begins() const;
+  TrainingTeam* team() const { return team_; }  // whose share these are; null: nobody's
   FeatureMatrix rows(const TrainingUtterance& utterance) const;
   // Appends count rows from the frame first on.
   void append_rows_of(const TrainingUtterance& utterance, int first, int count, FeatureMatrix& rows) const;
 
  private:
+  std::size_t items_ = 0;  // 0: as many as utterances
+  TrainingTeam* team_ = nullptr;
   int width_ = 0;
   std::int64_t frames_ = 0;
   std::vector<TrainingUtterance> all_;
@@ -69,16 +92,16 @@ using FileListener = std::function<void(const std::filesystem::path& file)>;
 // Is told of each file that cannot be used, and why.
 using FaultListener = std::function<void(const Fault& fault)>;
 
-// Loads every parts-th item from part on. A file that cannot be read, or has a word that the model does not have, is
-// left out if somebody is told of it; else its Fault is thrown on.
+// A file that cannot be read, or has a word that the model does not have, is left out if somebody is told of it; else
+// its Fault is thrown on.
 TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const WordModel& model, const RawFormat& raw,
-                                   const FileListener& begin = {}, int part = 0, int parts = 1,
+                                   const FileListener& begin = {}, const TrainingShare& share = {},
                                    const FaultListener& left_out = {});
 
 // The same with words that are numbered by somebody else, who throws Fault for one that he does not have.
 using WordNumbers = std::function<std::vector<int>(const TrainingItem& item)>;
 TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const Recipe& recipe,
-                                   const WordNumbers& words, const RawFormat& raw, const FileListener& begin, int part,
-                                   int parts, const FaultListener& left_out);
+                                   const WordNumbers& words, const RawFormat& raw, const FileListener& begin,
+                                   const TrainingShare& share, const FaultListener& left_out);
 
 }  // namespace kivsr::speech

@@ -4,16 +4,16 @@
 #include <condition_variable>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
+#include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/batch.h"
 
 namespace kivsr::speech {
 
 namespace {
-
-constexpr std::size_t kBlocks = 64;
 
 const char* reason(Statistics::Outcome outcome) {
   switch (outcome) {
@@ -29,19 +29,33 @@ const char* reason(Statistics::Outcome outcome) {
 // Sums of blocks, added in the order of the blocks whichever is done first.
 class BlockSum {
  public:
-  BlockSum(const Statistics& zero, std::size_t utterances, std::size_t threads, const UtteranceListener& listener)
-      : total_(zero), zero_(zero), workers_(threads), utterances_(utterances), listener_(listener) {
-    total_.clear();
+  BlockSum(const Statistics& zero, const TrainingUtterances& utterances, const UtteranceListener& listener)
+      : zero_(zero),
+        begins_(utterances.block_begins()),
+        team_(utterances.blocks(), utterances.team(), [this](std::span<const double> sums) { add_to_total(sums); }),
+        listener_(listener) {
     zero_.clear();
+    total_ = zero_.values();
+    for (std::size_t block = 0; block + 1 < begins_.size(); ++block) {
+      if (team_.own(block)) own_.push_back(block);
+    }
   }
 
-  std::size_t blocks() const { return std::min(kBlocks, utterances_); }
+  Statistics run(int jobs, const std::function<UtteranceAdder()>& make_adder) {
+    const std::size_t threads = batch_threads(std::max(jobs, 1), own_.size());
+    workers_.resize(threads);
+    run_batch(own_.size(), threads, [&](std::size_t worker, std::size_t turn) { work(worker, turn, make_adder); });
+    team_.finish(total_.size());
+    zero_.set(total_);
+    return std::move(zero_);
+  }
 
-  void work(std::size_t worker, std::size_t block, const std::function<UtteranceAdder()>& make_adder) {
+ private:
+  void work(std::size_t worker, std::size_t turn, const std::function<UtteranceAdder()>& make_adder) {
     try {
       Worker& own = workers_[worker];
       if (!own.add) own = {make_adder(), zero_};
-      add(own, block);
+      add(own, turn);
     } catch (...) {
       const std::lock_guard lock(mutex_);
       failed_ = true;
@@ -50,28 +64,24 @@ class BlockSum {
     }
   }
 
-  Statistics result() { return std::move(total_); }
-
- private:
   struct Worker {
     UtteranceAdder add;
     std::optional<Statistics> sums;
   };
   using LeftOut = std::pair<std::size_t, const char*>;
 
-  std::size_t first(std::size_t block) const { return block * utterances_ / blocks(); }
-
-  void add(Worker& own, std::size_t block) {
+  void add(Worker& own, std::size_t turn) {
     own.sums->clear();
     std::vector<LeftOut> left_out;
-    for (std::size_t utterance = first(block); utterance < first(block + 1); ++utterance) {
+    const std::size_t block = own_[turn];
+    for (std::size_t utterance = begins_[block]; utterance < begins_[block + 1]; ++utterance) {
       begin(utterance);
       const auto outcome = own.add(utterance, *own.sums);
       if (outcome == Statistics::Outcome::kUsed) continue;
       own.sums->skipped += 1.0;
       left_out.emplace_back(utterance, reason(outcome));
     }
-    merge(block, *own.sums, left_out);
+    merge(turn, own.sums->values(), left_out);
   }
 
   void begin(std::size_t utterance) {
@@ -81,11 +91,11 @@ class BlockSum {
   }
 
   // Waits for the blocks before it, unless one of them failed.
-  void merge(std::size_t block, const Statistics& sums, const std::vector<LeftOut>& left_out) {
+  void merge(std::size_t turn, std::span<const double> sums, const std::vector<LeftOut>& left_out) {
     std::unique_lock lock(mutex_);
-    merged_.wait(lock, [&] { return failed_ || block == done_; });
+    merged_.wait(lock, [&] { return failed_ || turn == done_; });
     if (failed_) return;
-    total_.add(sums);
+    team_.deliver(own_[turn], sums);
     if (listener_.left_out) {
       for (const auto& [utterance, why] : left_out) listener_.left_out(utterance, why);
     }
@@ -93,25 +103,28 @@ class BlockSum {
     merged_.notify_all();
   }
 
-  Statistics total_;
+  void add_to_total(std::span<const double> sums) {
+    if (!sums.empty()) call<kivsAdd_64f_I>(sums, total_, sums.size());
+  }
+
   Statistics zero_;
-  std::vector<Worker> workers_;
-  std::size_t utterances_;
+  std::vector<std::size_t> begins_;  // [block]: its first utterance
+  std::vector<std::size_t> own_;     // blocks, in their order
+  TeamSum team_;
   const UtteranceListener& listener_;
+  std::vector<Worker> workers_;
   std::mutex mutex_;
   std::condition_variable merged_;
-  std::size_t done_ = 0;  // blocks in the total
+  std::vector<double> total_;
+  std::size_t done_ = 0;  // of the own blocks, those in the total
   bool failed_ = false;
 };
 
 }  // namespace
 
-Statistics add_up(const Statistics& zero, std::size_t utterances, int jobs,
+Statistics add_up(const Statistics& zero, const TrainingUtterances& utterances, int jobs,
                   const std::function<UtteranceAdder()>& make_adder, const UtteranceListener& listener) {
-  const std::size_t threads = batch_threads(std::max(jobs, 1), std::min(kBlocks, utterances));
-  BlockSum sum(zero, utterances, threads, listener);
-  run_batch(sum.blocks(), threads, [&](std::size_t worker, std::size_t block) { sum.work(worker, block, make_adder); });
-  return sum.result();
+  return BlockSum(zero, utterances, listener).run(jobs, make_adder);
 }
 
 }  // namespace kivsr::speech

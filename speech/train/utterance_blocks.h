@@ -1,5 +1,5 @@
-// The sums of a pass, added up by several threads. Utterances are cut into the same blocks for any number of threads,
-// and the sums of the blocks are added in their order, so that the model does not depend on it.
+// The sums of a pass, added up by several threads and by the processes of a team. The list is cut into the same blocks
+// for any number of both, and the sums of the blocks are added in their order, so that the model does not depend on it.
 #pragma once
 
 #include <cstddef>
@@ -7,6 +7,7 @@
 #include <string>
 
 #include "kivsr/speech/train/statistics.h"
+#include "kivsr/speech/train/training_list.h"
 
 namespace kivsr::speech {
 
@@ -19,8 +20,9 @@ struct UtteranceListener {
   std::function<void(std::size_t utterance, const std::string& reason)> left_out;
 };
 
-// zero: sums of the right shape. make_adder is called once for each thread; what it throws is thrown on.
-Statistics add_up(const Statistics& zero, std::size_t utterances, int jobs,
+// zero: sums of the right shape. make_adder is called once for each thread; what it throws is thrown on. In a team all
+// members call it; rank 0 gets the sums and the others zero.
+Statistics add_up(const Statistics& zero, const TrainingUtterances& utterances, int jobs,
                   const std::function<UtteranceAdder()>& make_adder, const UtteranceListener& listener);
 
 }  // namespace kivsr::speech

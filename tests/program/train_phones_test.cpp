@@ -22,6 +22,8 @@ constexpr const char* kDigitLoop =
     "#JSGF V1.0;\ngrammar d;\n"
     "public <d> = (zero | oh | one | two | three | four | five | six | seven | eight | nine)+;\n";
 
+const std::string kMpirun = "mpirun --allow-run-as-root --oversubscribe -q ";
+
 // The folder of a test, with the dictionary and the grammar of the digits.
 struct PhoneFolder : TemporaryFolder {
   PhoneFolder() {
@@ -157,6 +159,44 @@ TEST(TrainPhones, PartsOfPassesMakeTheSameModel) {
   const CommandResult stale = run_kivsr(folder.train("fresh", "--sum " + quoted(folder / "s1")));
   EXPECT_EQ(stale.status, 2);
   EXPECT_NE(stale.errors.find("another model or of another pass"), std::string::npos) << stale.errors;
+}
+
+// Processes of mpirun make the model of one; where one of them is killed the others end, and the next run goes on.
+TEST(TrainPhones, ProcessesOfMpirun) {
+  const std::filesystem::path executable(std::getenv("KIVSR_EXECUTABLE"));
+  if (run_command("mpirun --version").status != 0 ||
+      !std::filesystem::exists(executable.parent_path() / "../lib/libkivsr_mpi.so")) {
+    GTEST_SKIP() << "built without MPI";
+  }
+  const PhoneFolder folder;
+  const std::string options = "--tied-states 90 --least-leaf 20 --components 2 --iterations 1 --flat-passes 4 ";
+  const CommandResult alone = run_kivsr(folder.train("alone", options));
+  ASSERT_EQ(alone.status, 0) << alone.errors;
+  const CommandResult three = run_kivsr(folder.train("three", options + "--jobs 2"), kMpirun + "-n 3 ");
+  ASSERT_EQ(three.status, 0) << three.errors;
+  EXPECT_EQ(folder.record("three"), folder.record("alone"));
+  EXPECT_EQ(read_file(folder / "three" / "means"), read_file(folder / "alone" / "means"));
+  EXPECT_EQ(three.output.substr(three.output.find("pass 1")), alone.output.substr(alone.output.find("pass 1")));
+
+  const std::string program = quoted(executable) + " " + folder.train("killed", options);
+  const CommandResult killed = run_command(kMpirun + "-n 2 " + program + " : -n 1 timeout -s KILL 0.15 " + program);
+  EXPECT_NE(killed.status, 0);
+  ASSERT_EQ(run_kivsr(folder.train("killed", options + "--resume"), kMpirun + "-n 3 ").status, 0);
+  EXPECT_EQ(folder.record("killed"), folder.record("alone"));
+
+  const auto words = [&](const std::string& model, const std::string& before) {
+    return run_kivsr("train --list " + quoted(kDigits / "tidigits.ctl") + " --transcripts " +
+                         quoted(kDigits / "tidigits.lsn") + " --extension .mfc --model " + quoted(folder / model) +
+                         " --components 2 --iterations 2",
+                     before);
+  };
+  ASSERT_EQ(words("words", "").status, 0);
+  ASSERT_EQ(words("words.3", kMpirun + "-n 3 ").status, 0);
+  EXPECT_EQ(read_file(folder / "words.3"), read_file(folder / "words"));
+
+  const CommandResult fault = run_kivsr(folder.train("three", "--resume --tied-states 91"), kMpirun + "-n 3 ");
+  EXPECT_EQ(fault.status, 2);
+  EXPECT_NE(fault.errors.find("begun with another --tied-states"), std::string::npos) << fault.errors;
 }
 
 // The script for clusters with a queue that runs its jobs at once.
