@@ -1,5 +1,5 @@
-// What the program uses of MPI, in a module of its own that is loaded where mpirun starts the program: nothing else of it
-// depends on MPI.
+// What the program uses of MPI, in a module of its own that is loaded where mpirun starts the program: nothing else of
+// it depends on MPI.
 #pragma once
 
 #include <stddef.h>
