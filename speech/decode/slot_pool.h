@@ -14,7 +14,7 @@ class SlotPool {
  public:
   // Slots that hold -1; where the first one is.
   int allocate(int count) {
-    const int size_class = std::bit_width(static_cast<unsigned>(std::max(count, 1) - 1));
+    const auto size_class = static_cast<int>(std::bit_width(static_cast<unsigned>(std::max(count, 1) - 1)));
     std::vector<int>& free = free_[static_cast<std::size_t>(size_class)];
     int first = 0;
     if (free.empty()) {
