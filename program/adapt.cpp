@@ -8,8 +8,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/decode/grammar_language.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/models/word_model_file.h"
@@ -17,6 +15,7 @@
 #include "kivsr/speech/train/adaptation.h"
 #include "kivsr/speech/train/trainer.h"
 #include "program/choices.h"
+#include "program/command.h"
 #include "program/numbers.h"
 #include "program/raw_options.h"
 #include "program/recogniser_options.h"
@@ -155,47 +154,47 @@ void AdaptCommand::run() {
 
 }  // namespace
 
-void add_adapt(CLI::App& program) {
-  CLI::App* const command =
+void add_adapt(Command program) {
+  const Command command =
       program.add_subcommand("adapt", "Adapt a model to a speaker or a channel, from seconds or minutes of speech");
   const auto options = std::make_shared<AdaptCommand>();
-  command->add_option("recordings", options->recordings, "Of a mixture: audio or feature files to adapt it to");
+  command.add_option("recordings", options->recordings, "Of a mixture: audio or feature files to adapt it to");
   command
-      ->add_option("--from", options->acoustic.model_name,
-                   "What is adapted: a mixture, a model of words, the folder of an acoustic model, or the name of one "
-                   "that Debian installs")
-      ->required();
-  command->add_option("--model", options->model_file, "The model to write: a file, or a folder")->required();
-  command->add_option("--dict", options->acoustic.dictionary_file,
-                      "Pronunciation dictionary (default: the one beside the model)");
-  CLI::Option* const list =
-      command->add_option("--list", options->list.list, "Files to adapt to, lines \"file word word ...\"");
+      .add_option("--from", options->acoustic.model_name,
+                  "What is adapted: a mixture, a model of words, the folder of an acoustic model, or the name of one "
+                  "that Debian installs")
+      .required();
+  command.add_option("--model", options->model_file, "The model to write: a file, or a folder").required();
+  command.add_option("--dict", options->acoustic.dictionary_file,
+                     "Pronunciation dictionary (default: the one beside the model)");
+  const Option list =
+      command.add_option("--list", options->list.list, "Files to adapt to, lines \"file word word ...\"");
   command
-      ->add_option("--transcripts", options->list.transcripts,
-                   "Lines \"words (utterance-id)\"; the lines of the list are file names only")
-      ->needs(list);
-  command->add_option("--folder", options->list.folder, "Of the files of the list (default: that of the list)")
-      ->needs(list);
-  command->add_option("--extension", options->list.extension, "Added to the names of the list")->needs(list);
-  add_choice(*command, "--method", options->method,
+      .add_option("--transcripts", options->list.transcripts,
+                  "Lines \"words (utterance-id)\"; the lines of the list are file names only")
+      .needs(list);
+  command.add_option("--folder", options->list.folder, "Of the files of the list (default: that of the list)")
+      .needs(list);
+  command.add_option("--extension", options->list.extension, "Added to the names of the list").needs(list);
+  add_choice(command, "--method", options->method,
              {{"map", AdaptationMethod::kMap},
               {"mllr", AdaptationMethod::kRegression},
               {"mllr-diagonal", AdaptationMethod::kDiagonalRegression},
               {"mllr-map", AdaptationMethod::kRegressionThenMap}},
              "Each Gaussian by what was heard of it (map), all by linear regression (mllr), or one behind the other");
-  add_number(*command, "--relevance", options->settings.relevance, 0.001, 1e9,
+  add_number(command, "--relevance", options->settings.relevance, 0.001, 1e9,
              "Of map: frames that the model before counts in each Gaussian");
-  command->add_option("--update", options->updates, "What map adapts: means, variances, weights")
-      ->delimiter(',')
-      ->check(CLI::IsMember({"means", "variances", "weights"}));
-  add_number(*command, "--classes", options->settings.regression.classes, 1, 10000,
+  command.add_option("--update", options->updates, "What map adapts: means, variances, weights")
+      .delimiter(',')
+      .one_of({"means", "variances", "weights"});
+  add_number(command, "--classes", options->settings.regression.classes, 1, 10000,
              "Of mllr: most classes of Gaussians with a transform each");
-  add_number(*command, "--least-class", options->settings.regression.least_frames, 1, 1e9,
+  add_number(command, "--least-class", options->settings.regression.least_frames, 1, 1e9,
              "Frames of such a class, at least");
-  add_number(*command, "--iterations", options->iterations, 1, 1000, "Passes over the speech");
-  add_number(*command, "--jobs,-j", options->jobs, 1, 1024, "Utterances that are worked on at a time");
-  add_raw_options(*command, options->raw);
-  command->callback([options] { options->run(); });
+  add_number(command, "--iterations", options->iterations, 1, 1000, "Passes over the speech");
+  add_number(command, "--jobs,-j", options->jobs, 1, 1024, "Utterances that are worked on at a time");
+  add_raw_options(command, options->raw);
+  command.callback([options] { options->run(); });
 }
 
 }  // namespace kivsr::program

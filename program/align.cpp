@@ -6,8 +6,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/decode/forced_alignment.h"
 #include "kivsr/speech/decode/grammar_language.h"
 #include "kivsr/speech/decode/phone_alignment.h"
@@ -19,6 +17,7 @@
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "program/choices.h"
+#include "program/command.h"
 #include "program/file_loop.h"
 #include "program/file_options.h"
 #include "program/raw_options.h"
@@ -213,35 +212,35 @@ void AlignCommand::run() const {
 
 }  // namespace
 
-void add_align(CLI::App& program) {
-  CLI::App* const command =
+void add_align(Command program) {
+  const Command command =
       program.add_subcommand("align", "Tell when the words of a known text were said, with phones and states");
   const auto options = std::make_shared<AlignCommand>();
   add_file_options(
-      *command, options->files, Outputs::kShared,
+      command, options->files, Outputs::kShared,
       "WAV, FLAC, ... or .raw (16-bit, one channel); or cepstra of the model's front end: .npy, .htk, .mfc "
       "or .csv",
       "File to write (default: standard output)");
-  command->add_option("--text", options->text, "What is said in the recording");
-  command->add_option("--text-file", options->text_file, "File with what is said in the recording");
-  command->add_option("--transcripts", options->reference_file,
-                      "File with what is said in many recordings, lines \"words (utterance-id)\"");
-  add_acoustic_options(*command, options->acoustic);
-  command->add_flag("--skip-unknown", options->skip_unknown,
-                    "Leave out words without a pronunciation instead of stopping");
-  add_choice(*command, "--level", options->level,
+  command.add_option("--text", options->text, "What is said in the recording");
+  command.add_option("--text-file", options->text_file, "File with what is said in the recording");
+  command.add_option("--transcripts", options->reference_file,
+                     "File with what is said in many recordings, lines \"words (utterance-id)\"");
+  add_acoustic_options(command, options->acoustic);
+  command.add_flag("--skip-unknown", options->skip_unknown,
+                   "Leave out words without a pronunciation instead of stopping");
+  add_choice(command, "--level", options->level,
              {{"words", TimeLevel::kWords}, {"phones", TimeLevel::kPhones}, {"states", TimeLevel::kStates}},
              "words, phones or states");
-  add_choice(*command, "--format", options->format,
+  add_choice(command, "--format", options->format,
              {{"text", ReportFormat::kText},
               {"tsv", ReportFormat::kTsv},
               {"json", ReportFormat::kJson},
               {"ctm", ReportFormat::kCtm},
               {"textgrid", ReportFormat::kTextGrid}},
              "text, tsv, json (an object a line), ctm or textgrid");
-  add_search_options(*command, options->weights, options->beams, options->acoustic);
-  add_raw_options(*command, options->raw);
-  command->callback([options] { options->run(); });
+  add_search_options(command, options->weights, options->beams, options->acoustic);
+  add_raw_options(command, options->raw);
+  command.callback([options] { options->run(); });
 }
 
 }  // namespace kivsr::program

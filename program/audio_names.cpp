@@ -1,20 +1,19 @@
 #include "program/audio_names.h"
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/io/byte_source.h"
 #include "kivsr/speech/io/extension.h"
+#include "program/command.h"
 #include "program/speech_names.h"
 
 namespace kivsr::program {
 
-void add_audio_format(CLI::App& command, std::string& format) {
+void add_audio_format(Command command, std::string& format) {
   command
       .add_option(
           "--format", format,
           "Of what is written to a folder or to standard output: wav, flac or raw (16-bit, one channel; default: "
           "that of the input or wav)")
-      ->check(CLI::IsMember({"wav", "flac", "raw"}));
+      .one_of({"wav", "flac", "raw"});
 }
 
 std::string audio_extension(const std::string& input, const std::string& format) {

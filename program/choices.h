@@ -4,20 +4,23 @@
 #include <algorithm>
 #include <map>
 #include <string>
+#include <vector>
 
-#include <CLI/CLI.hpp>
+#include "program/command.h"
 
 namespace kivsr::program {
 
 // value: where the choice goes, and the default.
 template <class Value>
-CLI::Option* add_choice(CLI::App& command, const std::string& name, Value& value,
-                        const std::map<std::string, Value>& choices, const std::string& help) {
+Option add_choice(Command command, const std::string& name, Value& value, const std::map<std::string, Value>& choices,
+                  const std::string& help) {
   const auto is_default = [&](const auto& choice) { return choice.second == value; };
+  std::vector<std::string> words;
+  for (const auto& choice : choices) words.push_back(choice.first);
   const auto choose = [&value, choices](const std::string& word) { value = choices.at(word); };
-  return command.add_option_function<std::string>(name, choose, help)
-      ->check(CLI::IsMember(choices))
-      ->default_str(std::find_if(choices.begin(), choices.end(), is_default)->first);
+  return command.add_option_function(name, choose, help)
+      .one_of(words)
+      .default_text(std::find_if(choices.begin(), choices.end(), is_default)->first);
 }
 
 }  // namespace kivsr::program

@@ -10,8 +10,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/audio_writer.h"
 #include "kivsr/speech/io/fault.h"
@@ -19,6 +17,7 @@
 #include "kivsr/speech/noise/enhancer.h"
 #include "kivsr/speech/noise/segmental_snr.h"
 #include "program/audio_names.h"
+#include "program/command.h"
 #include "program/file_loop.h"
 #include "program/file_options.h"
 #include "program/picture/enhancement_picture.h"
@@ -218,20 +217,20 @@ void EnhanceCommand::run() const {
 
 }  // namespace
 
-void add_enhance(CLI::App& program) {
-  CLI::App* const command = program.add_subcommand("enhance", "Suppress the noise in an audio file");
+void add_enhance(Command program) {
+  const Command command = program.add_subcommand("enhance", "Suppress the noise in an audio file");
   const auto options = std::make_shared<EnhanceCommand>();
-  add_file_options(*command, options->files, Outputs::kOneEach, "WAV, FLAC, ... or .raw (16-bit, one channel)",
+  add_file_options(command, options->files, Outputs::kOneEach, "WAV, FLAC, ... or .raw (16-bit, one channel)",
                    "File to write: .wav, .flac or .raw");
-  add_audio_format(*command, options->format);
-  command->add_option("--method", options->method, "How the noise is estimated and suppressed")
-      ->check(CLI::IsMember(enhancement_methods()));
-  command->add_option("--reference", options->reference_file,
-                      "The same sound without noise: prints the segmental signal-to-noise ratio before and after");
-  add_picture_options(*command, options->picture_options, "spectrograms before, after and of the noise",
+  add_audio_format(command, options->format);
+  command.add_option("--method", options->method, "How the noise is estimated and suppressed")
+      .one_of(enhancement_methods());
+  command.add_option("--reference", options->reference_file,
+                     "The same sound without noise: prints the segmental signal-to-noise ratio before and after");
+  add_picture_options(command, options->picture_options, "spectrograms before, after and of the noise",
                       "the colours, dB,");
-  add_raw_options(*command, options->raw);
-  command->callback([options] { options->run(); });
+  add_raw_options(command, options->raw);
+  command.callback([options] { options->run(); });
 }
 
 }  // namespace kivsr::program

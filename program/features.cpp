@@ -9,8 +9,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/front/column_statistics.h"
 #include "kivsr/speech/front/feature_file.h"
 #include "kivsr/speech/front/row_stage.h"
@@ -21,6 +19,7 @@
 #include "kivsr/speech/io/feature_reader.h"
 #include "kivsr/speech/io/kaldi_archive.h"
 #include "kivsr/speech/io/output_file.h"
+#include "program/command.h"
 #include "program/file_loop.h"
 #include "program/file_options.h"
 #include "program/moments_file.h"
@@ -38,7 +37,7 @@ namespace kivsr::program {
 namespace {
 
 struct FeaturesCommand {
-  explicit FeaturesCommand(CLI::App& command) : recipe(command, "sphinx-en-us"), speakers(command) {}
+  explicit FeaturesCommand(Command command) : recipe(command, "sphinx-en-us"), speakers(command) {}
 
   void run();
   void take_archive_from_pair();
@@ -289,44 +288,43 @@ void FeaturesCommand::write_rows(const std::vector<FileTask>& tasks) {
 
 }  // namespace
 
-void add_features(CLI::App& program) {
-  CLI::App* const command = program.add_subcommand("features", "Compute cepstra or log mel energies of an audio file");
-  const auto options = std::make_shared<FeaturesCommand>(*command);
+void add_features(Command program) {
+  const Command command = program.add_subcommand("features", "Compute cepstra or log mel energies of an audio file");
+  const auto options = std::make_shared<FeaturesCommand>(command);
   add_file_options(
-      *command, options->files, Outputs::kOneEachOrNone,
+      command, options->files, Outputs::kOneEachOrNone,
       "WAV, FLAC, ... or .raw (16-bit, one channel); a feature file, whose rows are converted, or those of "
       "the front end of --preset; an archive or list of Kaldi (ark:FILE, scp:FILE, .ark, .scp) with either",
       "File to write: .npy, .htk, .mfc, .csv, .arff or .mat; of statistics .npy, .csv or .json; an archive "
       "of Kaldi for all (ark:FILE, ark,t:FILE, ark,scp:FILE,LIST, .ark)");
   command
-      ->add_option(
-          "--format", options->format,
-          "Of what is written, whatever its name: npy (the default in a folder), htk, mfc, csv, opensmile (its "
-          "CSV), arff or mat")
-      ->check(CLI::IsMember(std::vector<std::string>(kFeatureFormatNames.begin(), kFeatureFormatNames.end())));
-  command->add_flag("--htk-checksum", options->checksum, "Write HTK files with a checksum behind the values");
-  add_picture_options(*command, options->picture_options, "waveform, mel spectrogram and the rows",
+      .add_option("--format", options->format,
+                  "Of what is written, whatever its name: npy (the default in a folder), htk, mfc, csv, opensmile (its "
+                  "CSV), arff or mat")
+      .one_of(std::vector<std::string>(kFeatureFormatNames.begin(), kFeatureFormatNames.end()));
+  command.add_flag("--htk-checksum", options->checksum, "Write HTK files with a checksum behind the values");
+  add_picture_options(command, options->picture_options, "waveform, mel spectrogram and the rows",
                       "the colours of the rows (of bands in their unit, of others in deviations)");
-  command->add_option("--as-config", options->recipe_file,
-                      "File to write the recipe of this command line to, which --config reads again");
-  add_raw_options(*command, options->raw);
-  add_number(*command, "--block", options->block, 0, 1'000'000'000,
+  command.add_option("--as-config", options->recipe_file,
+                     "File to write the recipe of this command line to, which --config reads again");
+  add_raw_options(command, options->raw);
+  add_number(command, "--block", options->block, 0, 1'000'000'000,
              "Samples pushed at a time, 0: as suits; the rows are the same for every number");
-  command->add_flag("--stats", options->statistics,
-                    "Write mean, variance and covariance of the columns of many audio or feature files");
-  add_number(*command, "--mfc-width", options->feature_width, 1, 10000, "Values in a row of .mfc files that are read");
+  command.add_flag("--stats", options->statistics,
+                   "Write mean, variance and covariance of the columns of many audio or feature files");
+  add_number(command, "--mfc-width", options->feature_width, 1, 10000, "Values in a row of .mfc files that are read");
   command
-      ->add_option("--explain", options->explained,
-                   "Print the recipe of that preset, with the options given, a comment for each field")
-      ->excludes("--preset")
-      ->excludes("--recipe")
-      ->excludes("--feat-params")
-      ->excludes("--output")
-      ->excludes("--output-folder")
-      ->excludes("--picture")
-      ->excludes("--stats")
-      ->excludes("--list");
-  command->callback([options] { options->run(); });
+      .add_option("--explain", options->explained,
+                  "Print the recipe of that preset, with the options given, a comment for each field")
+      .excludes("--preset")
+      .excludes("--recipe")
+      .excludes("--feat-params")
+      .excludes("--output")
+      .excludes("--output-folder")
+      .excludes("--picture")
+      .excludes("--stats")
+      .excludes("--list");
+  command.callback([options] { options->run(); });
 }
 
 }  // namespace kivsr::program

@@ -7,10 +7,9 @@
 #include <map>
 #include <utility>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/kaldi_archive.h"
+#include "program/command.h"
 #include "program/numbers.h"
 
 namespace kivsr::program {
@@ -134,7 +133,7 @@ std::string FileTask::utterance() const {
   return input == "-" ? "standard-input" : std::filesystem::path(input).stem().string();
 }
 
-void add_file_options(CLI::App& command, FileOptions& options, Outputs outputs, const std::string& help,
+void add_file_options(Command command, FileOptions& options, Outputs outputs, const std::string& help,
                       const std::string& output_help) {
   command.add_option(
       "audio", options.files,

@@ -5,11 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "program/command.h"
 #include "program/speech_names.h"
-
-namespace CLI {
-class App;
-}
 
 namespace kivsr::program {
 
@@ -40,7 +37,7 @@ enum class Outputs {
 };
 
 // The arguments, --output, --list, --output-folder, --jobs and --stop-at-fault. help: of the arguments.
-void add_file_options(CLI::App& command, FileOptions& options, Outputs outputs, const std::string& help,
+void add_file_options(Command command, FileOptions& options, Outputs outputs, const std::string& help,
                       const std::string& output_help);
 
 // The files in the order of the command line, those of the list behind. Of an archive of Kaldi, or its list

@@ -49,14 +49,14 @@ void HelpCommand::run(const CLI::App& program) const {
 
 }  // namespace
 
-void add_help(CLI::App& program) {
-  CLI::App* const command = program.add_subcommand("help", "Explain a subcommand; write manual pages and completions");
+void add_help(Command program) {
+  const Command command = program.add_subcommand("help", "Explain a subcommand; write manual pages and completions");
   const auto options = std::make_shared<HelpCommand>();
-  command->add_option("subcommand", options->subcommand, "What to explain; nothing: the program");
-  command->add_option("--manual", options->manual_folder, "Folder to write manual pages to, one for each subcommand");
-  command->add_option("--completion", options->completion, "Print what that shell needs to complete command lines")
-      ->check(CLI::IsMember({"bash", "zsh", "fish"}));
-  command->callback([options, &program] { options->run(program); });
+  command.add_option("subcommand", options->subcommand, "What to explain; nothing: the program");
+  command.add_option("--manual", options->manual_folder, "Folder to write manual pages to, one for each subcommand");
+  command.add_option("--completion", options->completion, "Print what that shell needs to complete command lines")
+      .one_of({"bash", "zsh", "fish"});
+  command.callback([options, program] { options->run(program.description()); });
 }
 
 }  // namespace kivsr::program

@@ -4,13 +4,13 @@
 #include <memory>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #if defined(__i386__) || defined(__x86_64__)
 #include <cpuid.h>
 #endif
 
 #include "kivsr.h"
 #include "kivsr/speech/front/presets.h"
+#include "program/command.h"
 #include "program/library_file.h"
 #include "program/selftest/calls.h"
 #include "program/speech_names.h"
@@ -79,13 +79,12 @@ void print_info() {
 
 }  // namespace
 
-void add_info(CLI::App& program) {
-  CLI::App* const command =
+void add_info(Command program) {
+  const Command command =
       program.add_subcommand("info", "Print the library's version and file and the processor's features");
   const auto preset_name = std::make_shared<std::string>();
-  command->add_option("--preset", *preset_name,
-                      "Print the recipe of that name instead, for --recipe of other commands");
-  command->callback([preset_name] {
+  command.add_option("--preset", *preset_name, "Print the recipe of that name instead, for --recipe of other commands");
+  command.callback([preset_name] {
     if (preset_name->empty()) return print_info();
     std::fputs(preset(*preset_name).text().c_str(), stdout);
   });

@@ -5,7 +5,6 @@
 #include <memory>
 #include <set>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "kivsr/speech/decode/viterbi_search.h"
@@ -13,6 +12,7 @@
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/text_parts.h"
+#include "program/command.h"
 #include "program/file_loop.h"
 #include "program/numbers.h"
 #include "program/report_text.h"
@@ -146,11 +146,11 @@ void KeywordSpotting::run(const Place& place) const {
   loop.finish();
 }
 
-void add_keyword_options(CLI::App& command, KeywordSpotting& options) {
+void add_keyword_options(Command command, KeywordSpotting& options) {
   command
       .add_option("--keyword", options.texts,
                   "A word to find, or several words, by how they are pronounced: TEXT or TEXT/threshold. Any number")
-      ->allow_extra_args(false);
+      .one_value_each();
   command.add_option("--keyword-list", options.list_file, "The same from a file, one a line");
   add_number(command, "--keyword-threshold", options.threshold, 1e-300, 1e300,
              "Of keywords that have none, for each of their phones: smaller finds more, and more that was not said");

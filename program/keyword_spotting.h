@@ -6,6 +6,7 @@
 
 #include "kivsr/speech/decode/phone_loop.h"
 #include "kivsr/speech/io/audio_file.h"
+#include "program/command.h"
 #include "program/recogniser_options.h"
 #include "program/speech_names.h"
 
@@ -35,6 +36,6 @@ struct KeywordSpotting {
 // which starts with place, for a threshold that is none.
 Keyword parse_keyword(const std::string& text, double threshold, const std::string& place);
 
-void add_keyword_options(CLI::App& command, KeywordSpotting& options);
+void add_keyword_options(Command command, KeywordSpotting& options);
 
 }  // namespace kivsr::program

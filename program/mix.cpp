@@ -10,8 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/io/audio_reader.h"
 #include "kivsr/speech/io/audio_writer.h"
 #include "kivsr/speech/io/fault.h"
@@ -19,6 +17,7 @@
 #include "kivsr/speech/io/noise_mixer.h"
 #include "kivsr/speech/io/output_file.h"
 #include "program/audio_names.h"
+#include "program/command.h"
 #include "program/file_loop.h"
 #include "program/file_options.h"
 #include "program/numbers.h"
@@ -111,23 +110,23 @@ void MixCommand::run() const {
 
 }  // namespace
 
-void add_mix(CLI::App& program) {
-  CLI::App* const command = program.add_subcommand("mix", "Add noise to an audio file");
+void add_mix(Command program) {
+  const Command command = program.add_subcommand("mix", "Add noise to an audio file");
   const auto options = std::make_shared<MixCommand>();
-  add_file_options(*command, options->files, Outputs::kOneEach, "WAV, FLAC, ... or .raw (16-bit, one channel)",
+  add_file_options(command, options->files, Outputs::kOneEach, "WAV, FLAC, ... or .raw (16-bit, one channel)",
                    "File to write: .wav, .flac or .raw");
-  add_audio_format(*command, options->format);
+  add_audio_format(command, options->format);
   command
-      ->add_option(
+      .add_option(
           "--noise", options->noises,
           "white, or an audio file, which is repeated and resampled as needed; of several each file takes the next")
-      ->allow_extra_args(false);
-  add_number(*command, "--snr", options->snr, -200.0, 200.0,
+      .one_value_each();
+  add_number(command, "--snr", options->snr, -200.0, 200.0,
              "Signal-to-noise ratio of the energies of the whole file, dB");
-  add_number(*command, "--seed", options->seed, 0, std::numeric_limits<std::uint32_t>::max(),
+  add_number(command, "--seed", options->seed, 0, std::numeric_limits<std::uint32_t>::max(),
              "Chooses the white noise, or the place where the file begins; one more for each file");
-  add_raw_options(*command, options->raw);
-  command->callback([options] { options->run(); });
+  add_raw_options(command, options->raw);
+  command.callback([options] { options->run(); });
 }
 
 }  // namespace kivsr::program

@@ -5,7 +5,7 @@
 #include <string>
 #include <type_traits>
 
-#include <CLI/CLI.hpp>
+#include "program/command.h"
 
 namespace kivsr::program {
 
@@ -20,12 +20,12 @@ struct NumberRange {
 };
 
 template <class Value>
-CLI::Option* add_number(CLI::App& command, const std::string& name, Value& value, double low, double high,
-                        const std::string& help) {
+Option add_number(Command command, const std::string& name, Value& value, double low, double high,
+                  const std::string& help) {
   const NumberRange range{low, high, std::is_integral_v<Value>};
   return command.add_option(name, value, help)
-      ->type_name((range.whole ? "INTEGER " : "NUMBER ") + range.words())
-      ->check([range](const std::string& text) { return range.fault(text); });
+      .type_name((range.whole ? "INTEGER " : "NUMBER ") + range.words())
+      .check([range](const std::string& text) { return range.fault(text); });
 }
 
 }  // namespace kivsr::program

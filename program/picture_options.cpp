@@ -3,9 +3,8 @@
 #include <optional>
 #include <utility>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/io/number_text.h"
+#include "program/command.h"
 
 namespace kivsr::program {
 
@@ -39,11 +38,11 @@ std::string range_fault(const std::string& text) {
 
 }  // namespace
 
-void add_picture_options(CLI::App& command, PictureOptions& options, const std::string& help,
+void add_picture_options(Command command, PictureOptions& options, const std::string& help,
                          const std::string& range_help) {
-  CLI::Option* const picture = command.add_option("--picture", options.file, "PNG, SVG or PDF with " + help);
+  const Option picture = command.add_option("--picture", options.file, "PNG, SVG or PDF with " + help);
   command
-      .add_option_function<std::string>(
+      .add_option_function(
           "--size",
           [&options](const std::string& text) {
             const auto size = pair_of(text, 'x').value();
@@ -51,20 +50,20 @@ void add_picture_options(CLI::App& command, PictureOptions& options, const std::
             options.height = static_cast<int>(size.second);
           },
           "Size of the picture in pixels, or in points of SVG and PDF (default: as suits)")
-      ->type_name("WIDTHxHEIGHT")
-      ->check(size_fault)
-      ->needs(picture);
+      .type_name("WIDTHxHEIGHT")
+      .check(size_fault)
+      .needs(picture);
   command
-      .add_option_function<std::string>(
+      .add_option_function(
           "--range",
           [&options](const std::string& text) {
             const auto range = pair_of(text, ',').value();
             options.range = Range{range.first, range.second};
           },
           "Values from end to end of " + range_help + " in the picture (default: those that are there)")
-      ->type_name("LOW,HIGH")
-      ->check(range_fault)
-      ->needs(picture);
+      .type_name("LOW,HIGH")
+      .check(range_fault)
+      .needs(picture);
 }
 
 }  // namespace kivsr::program

@@ -10,13 +10,12 @@
 #include <string_view>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/front/pitch_tracker.h"
 #include "kivsr/speech/io/audio_reader.h"
 #include "kivsr/speech/io/extension.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/output_file.h"
+#include "program/command.h"
 #include "program/file_loop.h"
 #include "program/file_options.h"
 #include "program/numbers.h"
@@ -176,30 +175,30 @@ void PitchCommand::run() const {
 
 }  // namespace
 
-void add_pitch(CLI::App& program) {
-  CLI::App* const command = program.add_subcommand("pitch", "Fundamental frequency and voicing of audio files");
+void add_pitch(Command program) {
+  const Command command = program.add_subcommand("pitch", "Fundamental frequency and voicing of audio files");
   const auto options = std::make_shared<PitchCommand>();
   PitchParameters& parameters = options->parameters;
   add_file_options(
-      *command, options->files, Outputs::kShared, "WAV, FLAC, ... or .raw (16-bit, one channel)",
+      command, options->files, Outputs::kShared, "WAV, FLAC, ... or .raw (16-bit, one channel)",
       "File to write: .npy (rows of f0, correlation, probability), .csv, .txt or .PitchTier (default: text "
       "on standard output)");
-  command->add_option("--format", options->format, "Text (the default) or csv; in a folder npy or pitchtier too")
-      ->check(CLI::IsMember({"text", "csv", "npy", "pitchtier"}));
-  add_picture_options(*command, options->picture_options, "waveform, spectrogram and pitch",
+  command.add_option("--format", options->format, "Text (the default) or csv; in a folder npy or pitchtier too")
+      .one_of({"text", "csv", "npy", "pitchtier"});
+  add_picture_options(command, options->picture_options, "waveform, spectrogram and pitch",
                       "the colours of the spectrogram, dB,");
-  add_number(*command, "--low", parameters.low_frequency, 20.0, 1000.0, "Lowest frequency, Hz");
-  add_number(*command, "--high", parameters.high_frequency, 24.0, 4000.0, "Highest frequency, Hz");
-  add_number(*command, "--shift", options->shift, 0.001, 0.1, "From frame to frame, s");
-  add_number(*command, "--voicing-threshold", parameters.voicing_threshold, 0.0, 1.0,
+  add_number(command, "--low", parameters.low_frequency, 20.0, 1000.0, "Lowest frequency, Hz");
+  add_number(command, "--high", parameters.high_frequency, 24.0, 4000.0, "Highest frequency, Hz");
+  add_number(command, "--shift", options->shift, 0.001, 0.1, "From frame to frame, s");
+  add_number(command, "--voicing-threshold", parameters.voicing_threshold, 0.0, 1.0,
              "Correlation of a frame that is as likely voiced as not");
-  add_number(*command, "--silence-threshold", parameters.silence_threshold, 0.0, 1.0,
+  add_number(command, "--silence-threshold", parameters.silence_threshold, 0.0, 1.0,
              "Frames below so much of the maximum around them tend to be unvoiced");
-  add_number(*command, "--octave-cost", parameters.octave_cost, 0.0, 1.0, "Against lower candidates, an octave");
-  add_number(*command, "--jump-cost", parameters.jump_cost, 0.0, 10.0, "Of a change by an octave in 10 ms");
-  add_number(*command, "--transition-cost", parameters.transition_cost, 0.0, 10.0, "From voiced to unvoiced or back");
-  add_raw_options(*command, options->raw);
-  command->callback([options] { options->run(); });
+  add_number(command, "--octave-cost", parameters.octave_cost, 0.0, 1.0, "Against lower candidates, an octave");
+  add_number(command, "--jump-cost", parameters.jump_cost, 0.0, 10.0, "Of a change by an octave in 10 ms");
+  add_number(command, "--transition-cost", parameters.transition_cost, 0.0, 10.0, "From voiced to unvoiced or back");
+  add_raw_options(command, options->raw);
+  command.callback([options] { options->run(); });
 }
 
 }  // namespace kivsr::program

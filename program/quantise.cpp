@@ -6,8 +6,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/front/feature_file.h"
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
@@ -20,6 +18,7 @@
 #include "kivsr/speech/quantise/frame_pairs.h"
 #include "kivsr/speech/quantise/quantised_stream.h"
 #include "kivsr/speech/quantise/split_codebook.h"
+#include "program/command.h"
 #include "program/file_loop.h"
 #include "program/file_options.h"
 #include "program/progress.h"
@@ -34,8 +33,8 @@ namespace {
 
 // Audio or feature files, and the recipe that the audio goes through.
 struct Inputs {
-  explicit Inputs(CLI::App& command) : recipe(command, "sphinx-en-us") {
-    command.add_option("input", files, "Audio (WAV, FLAC, ..., .raw) or features (.npy, .htk, .mfc, .csv)")->required();
+  explicit Inputs(Command command) : recipe(command, "sphinx-en-us") {
+    command.add_option("input", files, "Audio (WAV, FLAC, ..., .raw) or features (.npy, .htk, .mfc, .csv)").required();
     add_raw_options(command, raw);
   }
 
@@ -64,7 +63,7 @@ constexpr const char* kBitstreamHelp =
     "Frame pairs of 92 bits with a check, in the layout of ETSI ES 202 050 and RFC 4060, with a codebook of our own";
 
 struct TrainCommand {
-  explicit TrainCommand(CLI::App& command) : inputs(command) {}
+  explicit TrainCommand(Command command) : inputs(command) {}
   void run();
 
   Inputs inputs;
@@ -154,7 +153,7 @@ void TrainCommand::run() {
 }
 
 struct EncodeCommand {
-  explicit EncodeCommand(CLI::App& command) : recipe(command, "sphinx-en-us") {}
+  explicit EncodeCommand(Command command) : recipe(command, "sphinx-en-us") {}
   void run() const;
   void encode_pairs(const FileTask& task, const SplitCodebook& book, FeatureChain& chain, FileTurn& turn) const;
   void encode(const FileTask& task, const SplitCodebook& book, FeatureChain& chain, FileTurn& turn,
@@ -273,54 +272,54 @@ void DecodeCommand::run() const {
   loop.finish();
 }
 
-void add_train_mode(CLI::App& quantise) {
-  CLI::App* const command = quantise.add_subcommand("train", "Train codebooks from audio or feature files");
-  const auto options = std::make_shared<TrainCommand>(*command);
-  command->add_option("-o,--output", options->output_file, "Codebook file to write")->required();
-  command->add_option("--split", options->split,
-                      "Columns that share a codebook, with the bits of its index: \"0:6,1-2:7,3+5:7,...\" (default: "
-                      "pairs of 7 bits, of an odd number the first alone with 6)");
-  command->add_option("--weights", options->weights,
-                      "Weights of the columns in the distance: none (default), variance (its inverse; default with "
-                      "--bitstream), or a number a column");
-  command->add_option("--rule", options->rule, "The cluster that training splits next: widest or largest")
-      ->check(CLI::IsMember({"widest", "largest"}));
-  command->add_flag("--bitstream", options->bitstream, kBitstreamHelp);
-  command->callback([options] { options->run(); });
+void add_train_mode(Command quantise) {
+  const Command command = quantise.add_subcommand("train", "Train codebooks from audio or feature files");
+  const auto options = std::make_shared<TrainCommand>(command);
+  command.add_option("-o,--output", options->output_file, "Codebook file to write").required();
+  command.add_option("--split", options->split,
+                     "Columns that share a codebook, with the bits of its index: \"0:6,1-2:7,3+5:7,...\" (default: "
+                     "pairs of 7 bits, of an odd number the first alone with 6)");
+  command.add_option("--weights", options->weights,
+                     "Weights of the columns in the distance: none (default), variance (its inverse; default with "
+                     "--bitstream), or a number a column");
+  command.add_option("--rule", options->rule, "The cluster that training splits next: widest or largest")
+      .one_of({"widest", "largest"});
+  command.add_flag("--bitstream", options->bitstream, kBitstreamHelp);
+  command.callback([options] { options->run(); });
 }
 
-void add_encode(CLI::App& quantise) {
-  CLI::App* const command = quantise.add_subcommand("encode", "Turn audio or feature files into packed bits");
-  const auto options = std::make_shared<EncodeCommand>(*command);
-  command->add_option("--book", options->book_file, "Codebook file")->required();
-  add_file_options(*command, options->files, Outputs::kOneEach,
+void add_encode(Command quantise) {
+  const Command command = quantise.add_subcommand("encode", "Turn audio or feature files into packed bits");
+  const auto options = std::make_shared<EncodeCommand>(command);
+  command.add_option("--book", options->book_file, "Codebook file").required();
+  add_file_options(command, options->files, Outputs::kOneEach,
                    "Audio (WAV, FLAC, ..., .raw) or features (.npy, .htk, .mfc, .csv)", "Stream to write");
-  add_raw_options(*command, options->raw);
-  command->add_flag("--bitstream", options->bitstream, kBitstreamHelp);
-  command->callback([options] { options->run(); });
+  add_raw_options(command, options->raw);
+  command.add_flag("--bitstream", options->bitstream, kBitstreamHelp);
+  command.callback([options] { options->run(); });
 }
 
-void add_decode(CLI::App& quantise) {
-  CLI::App* const command = quantise.add_subcommand("decode", "Turn packed bits back into feature files");
+void add_decode(Command quantise) {
+  const Command command = quantise.add_subcommand("decode", "Turn packed bits back into feature files");
   const auto options = std::make_shared<DecodeCommand>();
-  add_file_options(*command, options->files, Outputs::kOneEach, "Streams that encode wrote",
+  add_file_options(command, options->files, Outputs::kOneEach, "Streams that encode wrote",
                    "Feature file to write: .npy, .htk, .mfc or .csv");
-  command->add_option("--book", options->book_file, "Codebook file of the encoding")->required();
-  command->add_option("--format", options->format, "Extension of the files in the folder: npy, htk, mfc or csv")
-      ->check(CLI::IsMember({"npy", "htk", "mfc", "csv"}));
-  command->add_flag("--bitstream", options->bitstream, kBitstreamHelp);
-  command->callback([options] { options->run(); });
+  command.add_option("--book", options->book_file, "Codebook file of the encoding").required();
+  command.add_option("--format", options->format, "Extension of the files in the folder: npy, htk, mfc or csv")
+      .one_of({"npy", "htk", "mfc", "csv"});
+  command.add_flag("--bitstream", options->bitstream, kBitstreamHelp);
+  command.callback([options] { options->run(); });
 }
 
 }  // namespace
 
-void add_quantise(CLI::App& program) {
-  CLI::App* const command =
+void add_quantise(Command program) {
+  const Command command =
       program.add_subcommand("quantise", "Code features with a few bits a frame by split vector quantisation");
-  command->require_subcommand(1);
-  add_train_mode(*command);
-  add_encode(*command);
-  add_decode(*command);
+  command.require_subcommand();
+  add_train_mode(command);
+  add_encode(command);
+  add_decode(command);
 }
 
 }  // namespace kivsr::program

@@ -4,26 +4,25 @@
 #include <cstdio>
 #include <filesystem>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_format.h"
+#include "program/command.h"
 #include "program/numbers.h"
 
 namespace kivsr::program {
 
-void add_raw_options(CLI::App& command, RawFormat& raw) {
+void add_raw_options(Command command, RawFormat& raw) {
   add_number(command, "--raw-rate", raw.sample_rate, 100, 1'000'000, "Sampling rate of audio without a header, Hz");
   const auto choose = [&raw](const std::string& word) {
     raw.big_endian = word == "big";
     raw.order_is_known = true;
   };
   command
-      .add_option_function<std::string>(
+      .add_option_function(
           "--raw-endian", choose,
           "Byte order of audio without a header, taken as it is (default: little, and bytes that look swapped are "
           "refused)")
-      ->check(CLI::IsMember({"little", "big"}));
+      .one_of({"little", "big"});
 }
 
 void say_unused_raw_options(const RawFormat& raw, const std::vector<std::string>& files) {

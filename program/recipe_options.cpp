@@ -5,8 +5,6 @@
 #include <iterator>
 #include <string_view>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/front/dependent_fields.h"
 #include "kivsr/speech/front/feat_params.h"
 #include "kivsr/speech/front/presets.h"
@@ -14,6 +12,7 @@
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_format.h"
+#include "program/command.h"
 #include "program/recipe_partners.h"
 #include "program/report_text.h"
 
@@ -57,45 +56,46 @@ std::string switch_fault(const std::string& text) {
 }
 
 template <class Value>
-CLI::Option* add_field(CLI::App& command, const RecipeField& field, const Value& value, std::string& text) {
+Option add_field(Command command, const RecipeField& field, const Value& value, std::string& text) {
   const std::string name(field.name);
   std::string help(field.help);
-  CLI::Option* option = nullptr;
+  Option option;
   if constexpr (std::is_same_v<Value, bool>) {
     const auto set = [&text](std::int64_t count) { text = field_text(count > 0); };
-    option = command.add_flag_function("--" + name + ",!--no-" + name, set, help)->check(switch_fault);
+    option = command.add_flag_function("--" + name + ",!--no-" + name, set, help).check(switch_fault);
   } else {
     if constexpr (std::is_enum_v<Value>) help += ": " + list_of_names(Value{});
-    option = command.add_option("--" + name, text, help)->type_name(type_name<Value>())->check(fault_of<Value>);
+    option = command.add_option("--" + name, text, help).type_name(type_name<Value>()).check(fault_of<Value>);
   }
-  return option->default_str(field_text(value))->group(std::string(field.group));
+  return option.default_text(field_text(value)).group(std::string(field.group));
 }
 
 }  // namespace
 
-RecipeOptions::RecipeOptions(CLI::App& command, const std::string& preset) : command_(command), preset_(preset) {
-  CLI::Option* const by_name =
+RecipeOptions::RecipeOptions(Command command, const std::string& preset) : command_(command), preset_(preset) {
+  const Option by_name =
       command.add_option("--preset", preset_,
                          "Recipe to start from, whose values are the defaults of the options below (here those of " +
                              preset + "): " + joined(preset_names(), ", "));
-  CLI::Option* const by_file = command.add_option(
-      "--recipe,--config", recipe_file_, "File of a recipe to start from, as kivsr features --as-config writes it");
-  CLI::Option* const by_model =
+  const Option by_file = command.add_option("--recipe,--config", recipe_file_,
+                                            "File of a recipe to start from, as kivsr features --as-config writes it");
+  const Option by_model =
       command.add_option("--feat-params", feat_params_, "A model's feat.params to start from: its front end");
-  for (CLI::Option* const option : {by_name, by_file, by_model}) option->group(kGroup);
-  by_file->excludes(by_name);
-  by_model->excludes(by_name)->excludes(by_file);
+  for (const Option option : {by_name, by_file, by_model}) option.group(kGroup);
+  by_file.excludes(by_name);
+  by_model.excludes(by_name).excludes(by_file);
   Recipe defaults = speech::preset(preset);
   visit_fields(defaults, [&]<class Value>(const RecipeField& field, Value& value) {
     std::string& text = texts_.emplace_back();
     const bool option = !field.name.starts_with("source");  // what the files are says it
-    options_.push_back(option ? add_field(command, field, value, text) : nullptr);
+    options_.push_back(option ? add_field(command, field, value, text) : Option());
   });
 }
 
 // The preset; etsi-afe has a form for each of its rates, and a toolkit knows what another rate changes.
 Recipe RecipeOptions::named(std::span<const std::string> files, const RawFormat& raw) const {
-  const int rate = given("sample-rate") ? command_.get_option("--sample-rate")->as<int>() : 0;
+  int rate = 0;
+  if (given("sample-rate")) read_field(command_.option("--sample-rate").text(), rate);
   if (rate >= kLowestRate && rate <= kHighestRate) {
     if (const auto recipe = preset_at(preset_, rate)) return *recipe;
   }
@@ -120,12 +120,12 @@ void RecipeOptions::start_from(const std::string& preset) {
   if (!given("preset")) preset_ = preset;
 }
 
-bool RecipeOptions::given(const std::string& name) const { return command_.get_option("--" + name)->count() > 0; }
+bool RecipeOptions::given(const std::string& name) const { return command_.option("--" + name).is_given(); }
 
 bool RecipeOptions::starts_somewhere() const { return given("preset") || given("recipe") || given("feat-params"); }
 
 bool RecipeOptions::given() const {
-  const auto counts = [](const CLI::Option* option) { return option != nullptr && option->count() > 0; };
+  const auto counts = [](Option option) { return option.is_given(); };
   return starts_somewhere() || std::any_of(options_.begin(), options_.end(), counts);
 }
 
@@ -134,9 +134,9 @@ Recipe RecipeOptions::recipe(std::span<const std::string> files, const RawFormat
   Recipe recipe = from;
   std::size_t index = 0;
   visit_fields(recipe, [&]<class Value>(const RecipeField&, Value& value) {
-    const CLI::Option* const option = options_[index];
+    const Option option = options_[index];
     const std::string& text = texts_[index++];
-    if (option == nullptr || option->count() == 0) return;
+    if (!option.is_given()) return;
     read_field(text, value);
   });
   const auto is_given = [this](const std::string& option) { return given(option); };

@@ -8,19 +8,15 @@
 
 #include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/io/audio_reader.h"
+#include "program/command.h"
 #include "program/speech_names.h"
-
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
 
 namespace kivsr::program {
 
 class RecipeOptions {
  public:
   // preset: where the recipe starts when the command line names nothing else.
-  RecipeOptions(CLI::App& command, const std::string& preset);
+  RecipeOptions(Command command, const std::string& preset);
   RecipeOptions(const RecipeOptions&) = delete;
   RecipeOptions& operator=(const RecipeOptions&) = delete;
 
@@ -42,13 +38,13 @@ class RecipeOptions {
   Recipe named(std::span<const std::string> files, const RawFormat& raw) const;
   bool given(const std::string& name) const;
 
-  CLI::App& command_;
+  Command command_;
   std::string preset_;
   int rows_width_ = 0;
   std::string recipe_file_;
   std::string feat_params_;
-  std::deque<std::string> texts_;      // of the fields in their order
-  std::vector<CLI::Option*> options_;  // the same; null for fields that are no options
+  std::deque<std::string> texts_;  // of the fields in their order
+  std::vector<Option> options_;    // the same; empty for fields that are no options
 };
 
 }  // namespace kivsr::program

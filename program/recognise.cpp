@@ -10,8 +10,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/decode/mixture_scorer.h"
 #include "kivsr/speech/decode/ngram_language.h"
 #include "kivsr/speech/decode/phone_alignment.h"
@@ -31,6 +29,7 @@
 #include "kivsr/speech/models/word_acoustic_model.h"
 #include "kivsr/speech/models/word_model_file.h"
 #include "program/choices.h"
+#include "program/command.h"
 #include "program/file_loop.h"
 #include "program/file_options.h"
 #include "program/numbers.h"
@@ -296,7 +295,7 @@ void RecogniseCommand::run() {
 
 namespace {
 
-void add_stream_options(CLI::App& command, RecogniseCommand& options) {
+void add_stream_options(Command command, RecogniseCommand& options) {
   command.add_flag("--segment", options.segment, "One result for each stretch of speech between pauses");
   command.add_flag("--live", options.live,
                    "The same of one stream as it comes, standard input or a pipe: each result at once");
@@ -318,39 +317,38 @@ void add_stream_options(CLI::App& command, RecogniseCommand& options) {
 
 }  // namespace
 
-void add_recognise(CLI::App& program) {
-  CLI::App* const command = program.add_subcommand("recognise", "Recognise the words of audio files");
+void add_recognise(Command program) {
+  const Command command = program.add_subcommand("recognise", "Recognise the words of audio files");
   const auto options = std::make_shared<RecogniseCommand>();
   add_file_options(
-      *command, options->files, Outputs::kShared,
+      command, options->files, Outputs::kShared,
       "WAV, FLAC, ... or .raw (16-bit, one channel); or cepstra of the model's front end: .npy, .htk, .mfc "
       "or .csv",
       "File to write (default: standard output)");
-  add_acoustic_options(*command, options->acoustic);
-  command->add_option("--grammar", options->grammar_file, "What may be said: a grammar in JSGF");
-  command->add_option("--rule", options->rule, "Rule of the grammar to start with (default: all public rules)");
-  command->add_option(
-      "--words", options->words,
-      "Words that may follow each other in any order: a list with commas, or a file, @name to be clear");
-  command->add_option("--lm", options->ngram_file,
-                      "Any words of an n-gram model: ARPA text, packed, or the name of one that Debian installs");
-  command->add_flag("--skip-unknown", options->skip_unknown,
-                    "Leave out words without a pronunciation instead of stopping");
-  command->add_option("--reference", options->reference_file,
-                      "Transcriptions, lines \"words (utterance-id)\", to count word errors");
-  command->add_flag("--alignment", options->alignment, "Print start and end of each word in seconds");
-  add_stream_options(*command, *options);
-  command->add_flag("--phones", options->phones, "Tell the phones of the words with their times too");
-  add_format_option(*command, options->format);
-  add_result_options(*command, options->results);
-  add_number(*command, "--language-weight", options->weights.language_weight, 0, 1000,
+  add_acoustic_options(command, options->acoustic);
+  command.add_option("--grammar", options->grammar_file, "What may be said: a grammar in JSGF");
+  command.add_option("--rule", options->rule, "Rule of the grammar to start with (default: all public rules)");
+  command.add_option("--words", options->words,
+                     "Words that may follow each other in any order: a list with commas, or a file, @name to be clear");
+  command.add_option("--lm", options->ngram_file,
+                     "Any words of an n-gram model: ARPA text, packed, or the name of one that Debian installs");
+  command.add_flag("--skip-unknown", options->skip_unknown,
+                   "Leave out words without a pronunciation instead of stopping");
+  command.add_option("--reference", options->reference_file,
+                     "Transcriptions, lines \"words (utterance-id)\", to count word errors");
+  command.add_flag("--alignment", options->alignment, "Print start and end of each word in seconds");
+  add_stream_options(command, *options);
+  command.add_flag("--phones", options->phones, "Tell the phones of the words with their times too");
+  add_format_option(command, options->format);
+  add_result_options(command, options->results);
+  add_number(command, "--language-weight", options->weights.language_weight, 0, 1000,
              "Factor of the grammar's log weights");
-  add_number(*command, "--insertion-penalty", options->weights.insertion_penalty, -10000, 10000,
+  add_number(command, "--insertion-penalty", options->weights.insertion_penalty, -10000, 10000,
              "Added to the log score for each word");
-  add_search_options(*command, options->weights, options->beams.given, options->acoustic);
-  follow_model(*command, options->beams);
-  add_raw_options(*command, options->raw);
-  command->callback([options] { options->run(); });
+  add_search_options(command, options->weights, options->beams.given, options->acoustic);
+  follow_model(command, options->beams);
+  add_raw_options(command, options->raw);
+  command.callback([options] { options->run(); });
 }
 
 }  // namespace kivsr::program

@@ -1,10 +1,9 @@
 #include "program/recogniser_options.h"
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/front/recipe_fields.h"
 #include "kivsr/speech/io/fault.h"
 #include "program/choices.h"
+#include "program/command.h"
 #include "program/numbers.h"
 #include "program/report_text.h"
 
@@ -31,7 +30,7 @@ Recipe AcousticOptions::recipe_of(const AcousticModel& model) const {
   return recipe;
 }
 
-void add_acoustic_options(CLI::App& command, AcousticOptions& options) {
+void add_acoustic_options(Command command, AcousticOptions& options) {
   command.add_option("--model", options.model_name,
                      "Folder of the acoustic model, name of one that Debian installs, or file of a model of words");
   command.add_option("--dict", options.dictionary_file, "Pronunciation dictionary (default: the one beside the model)");
@@ -40,12 +39,12 @@ void add_acoustic_options(CLI::App& command, AcousticOptions& options) {
   command
       .add_option("--noise-reduction", options.noise_reduction,
                   "none, mcra-wiener or mcra-emns (default: as the model's recipe says)")
-      ->check(CLI::IsMember({"none", "mcra-wiener", "mcra-emns"}));
+      .one_of({"none", "mcra-wiener", "mcra-emns"});
 }
 
 namespace {
 
-void add_scoring_options(CLI::App& command, AcousticOptions& options) {
+void add_scoring_options(Command command, AcousticOptions& options) {
   add_number(command, "--top", options.scoring.top, 0, 65536,
              "Gaussians of each codebook and stream that are summed, the likeliest of those scored; 0: all");
   add_choice(command, "--arithmetic", options.scoring.arithmetic,
@@ -59,13 +58,13 @@ void add_scoring_options(CLI::App& command, AcousticOptions& options) {
   add_number(command, "--weight-floor", options.floors.mixture_weight, 0, 1, "Smallest mixture weight");
 }
 
-void add_filler_options(CLI::App& command, SearchWeights& weights) {
+void add_filler_options(Command command, SearchWeights& weights) {
   add_number(command, "--silence-penalty", weights.silence_penalty, -10000, 10000,
              "Added to the log score for each silence");
   add_number(command, "--noise-penalty", weights.noise_penalty, -10000, 10000, "Added to the log score for each noise");
 }
 
-void add_beam_options(CLI::App& command, Beams& beams) {
+void add_beam_options(Command command, Beams& beams) {
   add_number(command, "--beam", beams.state, 0.001, 1e6, "Log score behind the best at which a path is given up");
   add_number(command, "--word-beam", beams.word, 0.001, 1e6, "The same between the ends of words");
   add_number(command, "--most-phones", beams.phones, 0, 1'000'000'000,
@@ -76,7 +75,7 @@ void add_beam_options(CLI::App& command, Beams& beams) {
 
 }  // namespace
 
-void add_search_options(CLI::App& command, SearchWeights& weights, Beams& beams, AcousticOptions& acoustic) {
+void add_search_options(Command command, SearchWeights& weights, Beams& beams, AcousticOptions& acoustic) {
   add_filler_options(command, weights);
   add_beam_options(command, beams);
   add_scoring_options(command, acoustic);
@@ -91,14 +90,14 @@ Beams ModelBeams::of(const AcousticModel& model) const {
   return beams;
 }
 
-void follow_model(CLI::App& command, ModelBeams& beams) {
+void follow_model(Command command, ModelBeams& beams) {
   AcousticModel of_words;
   of_words.whole_words = true;
   const Beams wide = default_beams(of_words);
   const auto note = [&](const char* name, float usual, float wider, bool& is_given) {
-    command.get_option(name)
-        ->default_str(formatted("%g, of models of words %g", double{usual}, double{wider}))
-        ->each([&is_given](const std::string&) { is_given = true; });
+    command.option(name)
+        .default_text(formatted("%g, of models of words %g", double{usual}, double{wider}))
+        .each([&is_given](const std::string&) { is_given = true; });
   };
   note("--beam", beams.given.state, wide.state, beams.has_state);
   note("--phone-beam", beams.given.phone, wide.phone, beams.has_phone);

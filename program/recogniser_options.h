@@ -10,11 +10,8 @@
 #include "kivsr/speech/decode/viterbi_search.h"
 #include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/models/acoustic_model.h"
+#include "program/command.h"
 #include "program/speech_names.h"
-
-namespace CLI {
-class App;
-}
 
 namespace kivsr::program {
 
@@ -33,9 +30,9 @@ struct AcousticOptions {
   Recipe recipe_of(const AcousticModel& model) const;
 };
 
-void add_acoustic_options(CLI::App& command, AcousticOptions& options);
+void add_acoustic_options(Command command, AcousticOptions& options);
 // Penalties of silence and noise, beams, and how Gaussians are scored.
-void add_search_options(CLI::App& command, SearchWeights& weights, Beams& beams, AcousticOptions& acoustic);
+void add_search_options(Command command, SearchWeights& weights, Beams& beams, AcousticOptions& acoustic);
 
 // Beams that follow from the kind of the model where the command line does not give them.
 struct ModelBeams {
@@ -47,6 +44,6 @@ struct ModelBeams {
   Beams of(const AcousticModel& model) const;
 };
 // Behind add_search_options with what is given.
-void follow_model(CLI::App& command, ModelBeams& beams);
+void follow_model(Command command, ModelBeams& beams);
 
 }  // namespace kivsr::program

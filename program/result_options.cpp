@@ -3,11 +3,10 @@
 #include <cstddef>
 #include <filesystem>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/decode/word_lattice.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/text_parts.h"
+#include "program/command.h"
 #include "program/numbers.h"
 #include "program/report_text.h"
 #include "program/transcript_format.h"
@@ -51,7 +50,7 @@ void ResultOptions::tell(const Hypothesis& hypothesis, const SearchNetwork& netw
   write_report(file.string(), lattice_text(hypothesis.lattice, network, stem, frame_seconds));
 }
 
-void add_result_options(CLI::App& command, ResultOptions& options) {
+void add_result_options(Command command, ResultOptions& options) {
   command.add_flag("--confidence", options.confidence, "Tell how sure each word is, from 0 to 1");
   add_number(command, "--minimum-confidence", options.minimum_confidence, 0, 1,
              "Words that are less sure are left out");

@@ -5,12 +5,9 @@
 #include <vector>
 
 #include "kivsr/speech/decode/viterbi_search.h"
+#include "program/command.h"
 #include "program/recognise_report.h"
 #include "program/speech_names.h"
-
-namespace CLI {
-class App;
-}
 
 namespace kivsr::program {
 
@@ -35,7 +32,7 @@ struct ResultOptions {
             RecognisedUtterance& utterance) const;
 };
 
-void add_result_options(CLI::App& command, ResultOptions& options);
+void add_result_options(Command command, ResultOptions& options);
 
 // The words that were said, without silence and noise. A quoted token of a grammar can be several.
 std::vector<std::string> spoken_words(const std::vector<HypothesisWord>& words, const SearchNetwork& network);

@@ -7,14 +7,13 @@
 #include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/output_file.h"
 #include "kivsr/speech/models/word_model_file.h"
 #include "kivsr/speech/train/mixture_evaluator.h"
 #include "program/choices.h"
+#include "program/command.h"
 #include "program/file_loop.h"
 #include "program/file_options.h"
 #include "program/numbers.h"
@@ -164,34 +163,34 @@ void ScoreCommand::run() {
 
 }  // namespace
 
-void add_score(CLI::App& program) {
-  CLI::App* const command =
+void add_score(Command program) {
+  const Command command =
       program.add_subcommand("score", "Tell how well mixtures, such as those of speakers, fit recordings");
   const auto options = std::make_shared<ScoreCommand>();
-  add_file_options(*command, options->files, Outputs::kShared,
+  add_file_options(command, options->files, Outputs::kShared,
                    "WAV, FLAC, ... or .raw (16-bit, one channel), or files of features",
                    "File to write (default: standard output)");
-  command->add_option("--model", options->model_files, "A mixture that is tried on every recording; may be given again")
-      ->allow_extra_args(false);
-  command->add_option("--background", options->background_file,
-                      "Mixture of everybody: scores are how much better a model fits than this one");
-  CLI::Option* const trials = command->add_option("--trials", options->trial_file,
-                                                  "Lines \"model recording target|nontarget\": who is tried on what");
-  command->add_option("--folder", options->folder, "Of the names in the trials (default: that of their file)")
-      ->needs(trials);
-  add_number(*command, "--threshold", options->threshold, -1e9, 1e9, "Say which scores reach this");
-  add_number(*command, "--target-prior", options->cost.target_prior, 1e-6, 0.999999,
+  command.add_option("--model", options->model_files, "A mixture that is tried on every recording; may be given again")
+      .one_value_each();
+  command.add_option("--background", options->background_file,
+                     "Mixture of everybody: scores are how much better a model fits than this one");
+  const Option trials = command.add_option("--trials", options->trial_file,
+                                           "Lines \"model recording target|nontarget\": who is tried on what");
+  command.add_option("--folder", options->folder, "Of the names in the trials (default: that of their file)")
+      .needs(trials);
+  add_number(command, "--threshold", options->threshold, -1e9, 1e9, "Say which scores reach this");
+  add_number(command, "--target-prior", options->cost.target_prior, 1e-6, 0.999999,
              "Of the least cost: how probable a target is")
-      ->needs(trials);
-  add_number(*command, "--miss-cost", options->cost.miss, 1e-6, 1e6, "Of a target that is refused")->needs(trials);
-  add_number(*command, "--false-alarm-cost", options->cost.false_alarm, 1e-6, 1e6, "Of another that is accepted")
-      ->needs(trials);
-  add_choice(*command, "--format", options->format,
+      .needs(trials);
+  add_number(command, "--miss-cost", options->cost.miss, 1e-6, 1e6, "Of a target that is refused").needs(trials);
+  add_number(command, "--false-alarm-cost", options->cost.false_alarm, 1e-6, 1e6, "Of another that is accepted")
+      .needs(trials);
+  add_choice(command, "--format", options->format,
              {{"text", ScoreFormat::kText}, {"tsv", ScoreFormat::kTsv}, {"json", ScoreFormat::kJson}},
              "text, tsv, or json: an object a line");
-  add_picture_options(*command, options->picture, "misses against false alarms of the trials", "both axes, percent,");
-  add_raw_options(*command, options->raw);
-  command->callback([options] { options->run(); });
+  add_picture_options(command, options->picture, "misses against false alarms of the trials", "both axes, percent,");
+  add_raw_options(command, options->raw);
+  command.callback([options] { options->run(); });
 }
 
 }  // namespace kivsr::program

@@ -2,21 +2,20 @@
 #include <cstdio>
 #include <memory>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/io/fault.h"
+#include "program/command.h"
 #include "program/library_file.h"
 #include "program/selftest/calls.h"
 #include "program/subcommands.h"
 
 namespace kivsr::program {
 
-void add_selftest(CLI::App& program) {
-  CLI::App* const command = program.add_subcommand(
+void add_selftest(Command program) {
+  const Command command = program.add_subcommand(
       "selftest", "Run fixed inputs through every family of the library and compare digests of the results");
   const auto digests = std::make_shared<bool>(false);
-  command->add_flag("--digests", *digests, "Print a digest a function instead");
-  command->callback([digests] {
+  command.add_flag("--digests", *digests, "Print a digest a function instead");
+  command.callback([digests] {
     const std::string file = library_file();
     const selftest::Backend backend = selftest::backend_of(file.c_str());
     if (!*digests) {

@@ -11,7 +11,6 @@
 #include <vector>
 
 #include <sndfile.h>
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "kivsr/speech/io/audio_reader.h"
@@ -21,6 +20,7 @@
 #include "kivsr/speech/io/kaldi_archive.h"
 #include "kivsr/speech/models/acoustic_model.h"
 #include "kivsr/speech/quantise/split_codebook.h"
+#include "program/command.h"
 #include "program/moments_file.h"
 #include "program/numbers.h"
 #include "program/raw_options.h"
@@ -311,20 +311,20 @@ void run(const ShowOptions& options) {
 
 }  // namespace
 
-void add_show(CLI::App& program) {
-  CLI::App* const command = program.add_subcommand("show", "Print what is in a file of features, a model or a sound");
+void add_show(Command program) {
+  const Command command = program.add_subcommand("show", "Print what is in a file of features, a model or a sound");
   const auto options = std::make_shared<ShowOptions>();
   command
-      ->add_option("file", options->files,
-                   "Features (.npy, .htk, .mfc, .csv, .arff, .mat), an archive or its list (.ark, .scp, ark:FILE, "
-                   "scp:FILE, FILE:BYTE), statistics, a codebook, a model's file or folder, a recipe, sound")
-      ->required();
-  command->add_flag("--json", options->json, "As JSON");
-  add_number(*command, "--rows", options->rows, 0, 1'000'000, "First rows of features to print");
-  add_number(*command, "--entries", options->entries, 0, 1'000'000, "First entries of an archive to print");
-  add_number(*command, "--mfc-width", options->mfc_width, 1, 10000, "Values in a row of .mfc files");
-  add_raw_options(*command, options->raw);
-  command->callback([options] { run(*options); });
+      .add_option("file", options->files,
+                  "Features (.npy, .htk, .mfc, .csv, .arff, .mat), an archive or its list (.ark, .scp, ark:FILE, "
+                  "scp:FILE, FILE:BYTE), statistics, a codebook, a model's file or folder, a recipe, sound")
+      .required();
+  command.add_flag("--json", options->json, "As JSON");
+  add_number(command, "--rows", options->rows, 0, 1'000'000, "First rows of features to print");
+  add_number(command, "--entries", options->entries, 0, 1'000'000, "First entries of an archive to print");
+  add_number(command, "--mfc-width", options->mfc_width, 1, 10000, "Values in a row of .mfc files");
+  add_raw_options(command, options->raw);
+  command.callback([options] { run(*options); });
 }
 
 }  // namespace kivsr::program

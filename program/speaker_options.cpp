@@ -2,28 +2,27 @@
 
 #include <utility>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/kaldi_archive.h"
+#include "program/command.h"
 #include "program/moments_file.h"
 
 namespace kivsr::program {
 
-SpeakerOptions::SpeakerOptions(CLI::App& command) {
+SpeakerOptions::SpeakerOptions(Command command) {
   constexpr const char* kGroup = "Speakers";
-  CLI::Option* const input = command.add_option(
+  const Option input = command.add_option(
       "--cmvn", input_,
       "Subtract means, in front of the derivatives: of each speaker, from an archive of Kaldi's statistics (ark:FILE, "
       "scp:FILE, .ark, .scp), or the same for all, from a .mat or what --stats wrote (.json)");
-  CLI::Option* const output =
+  const Option output =
       command.add_option("--cmvn-out", output_,
                          "Archive to write the statistics of each speaker to, of the rows that --cmvn would change");
-  CLI::Option* const table = command.add_option(
+  const Option table = command.add_option(
       "--utt2spk", table_, "File of lines \"utterance speaker\"; without it each utterance is its own speaker");
-  CLI::Option* const variance =
-      command.add_flag("--cmvn-variance", variance_, "Divide by the standard deviations too")->needs("--cmvn");
-  for (CLI::Option* const option : {input, output, table, variance}) option->group(kGroup);
+  const Option variance =
+      command.add_flag("--cmvn-variance", variance_, "Divide by the standard deviations too").needs("--cmvn");
+  for (const Option option : {input, output, table, variance}) option.group(kGroup);
 }
 
 void SpeakerOptions::read() {

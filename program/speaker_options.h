@@ -7,17 +7,14 @@
 
 #include "kivsr/speech/front/feature_chain.h"
 #include "kivsr/speech/front/speaker_normalisation.h"
+#include "program/command.h"
 #include "program/speech_names.h"
-
-namespace CLI {
-class App;
-}
 
 namespace kivsr::program {
 
 class SpeakerOptions {
  public:
-  explicit SpeakerOptions(CLI::App& command);
+  explicit SpeakerOptions(Command command);
   SpeakerOptions(const SpeakerOptions&) = delete;
   SpeakerOptions& operator=(const SpeakerOptions&) = delete;
 

@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "kivsr/speech/decode/template_spotter.h"
 #include "kivsr/speech/front/utterance.h"
 #include "kivsr/speech/io/audio_file.h"
 #include "kivsr/speech/io/fault.h"
+#include "program/command.h"
 #include "program/file_loop.h"
 #include "program/keyword_spotting.h"
 #include "program/numbers.h"
@@ -57,7 +57,7 @@ ExampleName::ExampleName(const std::string& text) {
 }
 
 struct SpotCommand {
-  explicit SpotCommand(CLI::App& command) : recipe(command, "mfcc") {}
+  explicit SpotCommand(Command command) : recipe(command, "mfcc") {}
   void run() const;
 
   RecipeOptions recipe;
@@ -193,30 +193,30 @@ void SpotCommand::run() const {
 
 }  // namespace
 
-void add_spot(CLI::App& program) {
-  CLI::App* const command =
+void add_spot(Command program) {
+  const Command command =
       program.add_subcommand("spot", "Find spoken examples or keywords in recordings, or tell which example one is");
-  const auto options = std::make_shared<SpotCommand>(*command);
-  command->add_option("recording", options->recordings, "Audio (WAV, FLAC, ..., .raw) or features (.npy, .htk, ...)")
-      ->required();
+  const auto options = std::make_shared<SpotCommand>(command);
+  command.add_option("recording", options->recordings, "Audio (WAV, FLAC, ..., .raw) or features (.npy, .htk, ...)")
+      .required();
   command
-      ->add_option("-e,--example", options->example_names,
-                   "A spoken example: label=file, or file alone; file@1.25-1.9 takes a part, in seconds. Any number, "
-                   "several of a label too")
-      ->allow_extra_args(false);
-  command->add_flag("--commands", options->commands,
-                    "Each recording is one command: print its label, or - if none is near enough");
-  add_number(*command, "--threshold", options->settings.threshold, 0, 1000,
+      .add_option("-e,--example", options->example_names,
+                  "A spoken example: label=file, or file alone; file@1.25-1.9 takes a part, in seconds. Any number, "
+                  "several of a label too")
+      .one_value_each();
+  command.add_flag("--commands", options->commands,
+                   "Each recording is one command: print its label, or - if none is near enough");
+  add_number(command, "--threshold", options->settings.threshold, 0, 1000,
              "Largest distance of a hit (0: each label's own, from the examples)");
-  add_number(*command, "--shortest", options->settings.shortest, 0, 10,
+  add_number(command, "--shortest", options->settings.shortest, 0, 10,
              "Shortest match, as part of its example's length");
-  add_number(*command, "--longest", options->settings.longest, 0.1, 10,
+  add_number(command, "--longest", options->settings.longest, 0.1, 10,
              "Longest match, as part of its example's length");
-  command->add_option("-o,--output", options->output_file, "File to write (default: standard output)");
-  command->add_option("--format", options->format, "text, tsv or json")->check(CLI::IsMember({"text", "tsv", "json"}));
-  add_keyword_options(*command, options->keywords);
-  add_raw_options(*command, options->raw);
-  command->callback([options] { options->run(); });
+  command.add_option("-o,--output", options->output_file, "File to write (default: standard output)");
+  command.add_option("--format", options->format, "text, tsv or json").one_of({"text", "tsv", "json"});
+  add_keyword_options(command, options->keywords);
+  add_raw_options(command, options->raw);
+  command.callback([options] { options->run(); });
 }
 
 }  // namespace kivsr::program

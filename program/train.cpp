@@ -8,8 +8,6 @@
 #include <tuple>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_format.h"
@@ -17,6 +15,7 @@
 #include "kivsr/speech/models/word_model_file.h"
 #include "kivsr/speech/train/start_model.h"
 #include "kivsr/speech/train/trainer.h"
+#include "program/command.h"
 #include "program/file_loop.h"
 #include "program/mpi_team.h"
 #include "program/numbers.h"
@@ -33,7 +32,7 @@ namespace kivsr::program {
 namespace {
 
 struct TrainCommand {
-  explicit TrainCommand(CLI::App& command) : recipe(command, "sphinx-39") {}
+  explicit TrainCommand(Command command) : recipe(command, "sphinx-39") {}
 
   void run();
 
@@ -54,7 +53,7 @@ struct TrainCommand {
   std::string method = "baum-welch";
   std::string start = "codebook";
   TrainingSettings settings;
-  CLI::Option* states = nullptr;
+  Option states;
   PhoneOptions phones;
   // Says of each setting given on the command line whether it is the stored one.
   std::vector<std::function<void(const TrainingSettings&)>> comparisons;
@@ -239,7 +238,7 @@ void TrainCommand::run_phones() {
     for (const auto& compare : comparisons) compare(stored);
   };
   phones.settings.common = settings;
-  if (states->count() == 0) phones.settings.common.states = 3;
+  if (!states.is_given()) phones.settings.common.states = 3;
   train_phones(run, phones);
 }
 
@@ -272,24 +271,24 @@ void TrainCommand::run_pass_or_all() {
 }
 
 template <class Value>
-void add_setting(CLI::App& command, const std::shared_ptr<TrainCommand>& options, const std::string& name,
+void add_setting(Command command, const std::shared_ptr<TrainCommand>& options, const std::string& name,
                  Value TrainingSettings::*member, std::type_identity_t<Value> low, std::type_identity_t<Value> high,
                  const std::string& text) {
-  CLI::Option* const option = add_number(command, "--" + name, options->settings.*member, low, high, text);
-  option->group("Training");
-  options->comparisons.push_back([=, command = options.get()](const TrainingSettings& stored) {
-    if (option->count() > 0 && command->settings.*member != stored.*member) {
-      throw Fault(command->model_file + ": was begun with another --" + name);
+  const Option option = add_number(command, "--" + name, options->settings.*member, low, high, text);
+  option.group("Training");
+  options->comparisons.push_back([=, train = options.get()](const TrainingSettings& stored) {
+    if (option.is_given() && train->settings.*member != stored.*member) {
+      throw Fault(train->model_file + ": was begun with another --" + name);
     }
   });
 }
 
-void add_training_settings(CLI::App& command, const std::shared_ptr<TrainCommand>& options) {
+void add_training_settings(Command command, const std::shared_ptr<TrainCommand>& options) {
   using S = TrainingSettings;
-  const auto compare_switch = [&](CLI::Option* option, const std::string& name, bool S::*member) {
-    option->group("Training");
+  const auto compare_switch = [&](Option option, const std::string& name, bool S::*member) {
+    option.group("Training");
     options->comparisons.push_back([=, train = options.get()](const S& stored) {
-      if (option->count() > 0 && train->settings.*member != stored.*member) {
+      if (option.is_given() && train->settings.*member != stored.*member) {
         throw Fault(train->model_file + ": was begun with another --" + name);
       }
     });
@@ -301,11 +300,11 @@ void add_training_settings(CLI::App& command, const std::shared_ptr<TrainCommand
   add_setting(command, options, "start-components", &S::start_components, 1, 8192,
               "Gaussians of a state to start with");
   add_setting(command, options, "iterations", &S::iterations, 1, 10000, "Passes for each number of Gaussians");
-  compare_switch(command.add_option("--method", options->method, "All paths or the best path")
-                     ->check(CLI::IsMember({"baum-welch", "viterbi"})),
-                 "method", &S::viterbi);
+  compare_switch(
+      command.add_option("--method", options->method, "All paths or the best path").one_of({"baum-welch", "viterbi"}),
+      "method", &S::viterbi);
   compare_switch(command.add_option("--start", options->start, "Means of a trained codebook, or random frames")
-                     ->check(CLI::IsMember({"codebook", "random"})),
+                     .one_of({"codebook", "random"}),
                  "start", &S::random_start);
   add_setting(command, options, "seed", &S::seed, 0, 2'000'000'000, "Of the random start");
   add_setting(command, options, "variance-floor", &S::variance_floor, 1e-12, 1e12, "Smallest variance");
@@ -322,45 +321,43 @@ void add_training_settings(CLI::App& command, const std::shared_ptr<TrainCommand
 
 }  // namespace
 
-void add_train(CLI::App& program) {
-  CLI::App* const command = program.add_subcommand("train", "Train a model of words, or a mixture, from files");
-  const auto options = std::make_shared<TrainCommand>(*command);
-  command->add_option("--model", options->model_file, "The model to write; with --resume, --part and --sum to read too")
-      ->required();
-  command->add_option("--list", options->list.list, "Files to train from, lines \"file word word ...\"");
-  command->add_option("--transcripts", options->list.transcripts,
-                      "Lines \"words (utterance-id)\"; the lines of the list are file names only");
-  command->add_option("--folder", options->list.folder, "Of the files of the list (default: that of the list)");
-  command->add_option("--extension", options->list.extension, "Added to the names of the list");
-  command->add_option("--align-with", options->aligner_file,
-                      "Start from where this model finds the words, not from an even spread");
-  add_number(*command, "--frames-per-state", options->frames_per_state, 0.1, 1000,
+void add_train(Command program) {
+  const Command command = program.add_subcommand("train", "Train a model of words, or a mixture, from files");
+  const auto options = std::make_shared<TrainCommand>(command);
+  command.add_option("--model", options->model_file, "The model to write; with --resume, --part and --sum to read too")
+      .required();
+  command.add_option("--list", options->list.list, "Files to train from, lines \"file word word ...\"");
+  command.add_option("--transcripts", options->list.transcripts,
+                     "Lines \"words (utterance-id)\"; the lines of the list are file names only");
+  command.add_option("--folder", options->list.folder, "Of the files of the list (default: that of the list)");
+  command.add_option("--extension", options->list.extension, "Added to the names of the list");
+  command.add_option("--align-with", options->aligner_file,
+                     "Start from where this model finds the words, not from an even spread");
+  add_number(command, "--frames-per-state", options->frames_per_state, 0.1, 1000,
              "With --align-with: states of each word by its duration there, one for so many frames")
-      ->needs("--align-with");
-  command->add_flag("--mixture", options->plain_mixture,
-                    "Train one mixture of all frames; nothing is said about words");
-  command->add_flag("--resume", options->resume, "Go on with the model if it is there");
-  add_number(*command, "--passes", options->most_passes, 0, 1'000'000, "Stop after so many passes; 0: after the start");
-  command->add_option("--part", options->part_text, "Only add up part i of n of the list for the next pass: i/n");
-  command->add_option("--statistics", options->statistics_file, "File for the sums of --part")->needs("--part");
-  CLI::Option* const sum =
-      command->add_option("--sum", options->sum_files, "Files of all parts: finish the pass with them");
-  for (const char* other : {"--align-with", "--passes", "--part"}) sum->excludes(other);
+      .needs("--align-with");
+  command.add_flag("--mixture", options->plain_mixture, "Train one mixture of all frames; nothing is said about words");
+  command.add_flag("--resume", options->resume, "Go on with the model if it is there");
+  add_number(command, "--passes", options->most_passes, 0, 1'000'000, "Stop after so many passes; 0: after the start");
+  command.add_option("--part", options->part_text, "Only add up part i of n of the list for the next pass: i/n");
+  command.add_option("--statistics", options->statistics_file, "File for the sums of --part").needs("--part");
+  const Option sum = command.add_option("--sum", options->sum_files, "Files of all parts: finish the pass with them");
+  for (const char* other : {"--align-with", "--passes", "--part"}) sum.excludes(other);
   for (const char* of_list : {"--transcripts", "--folder", "--extension"}) {
-    command->get_option(of_list)->needs("--list");
+    command.option(of_list).needs("--list");
   }
-  command->get_option("--part")->excludes("--passes");
-  add_number(*command, "--jobs,-j", options->jobs, 1, 1024, "Utterances that are worked on at a time");
-  add_number(*command, "--mfc-width", options->source_width, 1, 10000, "Values of a frame in .mfc files");
-  add_raw_options(*command, options->raw);
-  add_training_settings(*command, options);
-  options->states = command->get_option("--states");
-  options->phones.add_to(*command);
+  command.option("--part").excludes("--passes");
+  add_number(command, "--jobs,-j", options->jobs, 1, 1024, "Utterances that are worked on at a time");
+  add_number(command, "--mfc-width", options->source_width, 1, 10000, "Values of a frame in .mfc files");
+  add_raw_options(command, options->raw);
+  add_training_settings(command, options);
+  options->states = command.option("--states");
+  options->phones.add_to(command);
   for (const char* other :
        {"--mixture", "--align-with", "--silence-states", "--start", "--start-components", "--seed"}) {
-    command->get_option("--dict")->excludes(other);
+    command.option("--dict").excludes(other);
   }
-  command->callback([options] { options->run(); });
+  command.callback([options] { options->run(); });
 }
 
 }  // namespace kivsr::program

@@ -5,10 +5,9 @@
 #include <filesystem>
 #include <optional>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/front/feat_params.h"
 #include "kivsr/speech/io/fault.h"
+#include "program/command.h"
 #include "program/mpi_team.h"
 #include "program/numbers.h"
 #include "program/report_text.h"
@@ -210,10 +209,10 @@ class PhoneTraining {
 
 }  // namespace
 
-void PhoneOptions::add_to(CLI::App& command) {
-  const auto add = [&](CLI::Option* option) { options.push_back(option->group("Phones")); };
+void PhoneOptions::add_to(Command command) {
+  const auto add = [&](Option option) { options.push_back(option.group("Phones")); };
   command.add_option("--dict", dictionary, "Train phones, from the pronunciations in this file: \"word phone ...\"")
-      ->group("Phones");
+      .group("Phones");
   add(command.add_option("--fillers", fillers,
                          "Words that stand for silence and noises, and the phone of each "
                          "(default: <s>, </s> and <sil>, the phone SIL)"));
@@ -221,10 +220,10 @@ void PhoneOptions::add_to(CLI::App& command) {
                          "Sets of phones for the trees, \"name phone ...\" (default: made from the data)"));
   const auto add_setting = [&](const std::string& name, auto PhoneTrainingSettings::*member, auto low, auto high,
                                const std::string& text) {
-    CLI::Option* const option = add_number(command, "--" + name, settings.*member, low, high, text);
+    const Option option = add_number(command, "--" + name, settings.*member, low, high, text);
     add(option);
     comparisons.push_back([this, option, name, member](const PhoneTrainingSettings& stored, const std::string& model) {
-      if (option->count() > 0 && settings.*member != stored.*member) {
+      if (option.is_given() && settings.*member != stored.*member) {
         throw Fault(model + ": was begun with another --" + name);
       }
     });
@@ -234,7 +233,7 @@ void PhoneOptions::add_to(CLI::App& command) {
   add_setting("tied-states", &S::tied_states, 0, 1'000'000,
               "Most states of phones in context, tied by trees; 0: phones alone");
   add_setting("least-leaf", &S::least_leaf, 1.0, 1e9, "Frames of a tied state, at least");
-  for (CLI::Option* const option : options) option->needs("--dict");
+  for (const Option option : options) option.needs("--dict");
 }
 
 std::string amount_text(const TrainingUtterances& utterances, int dimension) {

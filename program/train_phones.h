@@ -8,13 +8,9 @@
 #include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/io/audio_reader.h"
 #include "kivsr/speech/train/phone_trainer.h"
+#include "program/command.h"
 #include "program/file_loop.h"
 #include "program/speech_names.h"
-
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
 
 namespace kivsr::program {
 
@@ -24,11 +20,11 @@ struct PhoneOptions {
   std::string fillers;
   std::string questions;
   PhoneTrainingSettings settings;
-  std::vector<CLI::Option*> options;
+  std::vector<Option> options;
   // Says of each setting given on the command line whether it is the stored one.
   std::vector<std::function<void(const PhoneTrainingSettings& stored, const std::string& model)>> comparisons;
 
-  void add_to(CLI::App& command);
+  void add_to(Command command);
 };
 
 // What it says about the training as a whole.

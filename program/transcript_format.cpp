@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <utility>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "program/choices.h"
+#include "program/command.h"
 #include "program/report_text.h"
 
 namespace kivsr::program {
@@ -108,7 +108,7 @@ std::string state_name(const AlignedPhone& phone, const AlignedState& state) {
   return phone.phone + "." + std::to_string(state.place);
 }
 
-void add_format_option(CLI::App& command, ReportFormat& format) {
+void add_format_option(Command command, ReportFormat& format) {
   add_choice(command, "--format", format,
              {{"text", ReportFormat::kText},
               {"tsv", ReportFormat::kTsv},

@@ -3,11 +3,8 @@
 
 #include <string>
 
+#include "program/command.h"
 #include "program/recognise_report.h"
-
-namespace CLI {
-class App;
-}
 
 namespace kivsr::program {
 
@@ -25,7 +22,7 @@ std::string srt_text(const RecognisedUtterance& utterance);
 // told.
 std::string text_grid(const RecognisedUtterance& utterance);
 // --format with the forms of recognise.
-void add_format_option(CLI::App& command, ReportFormat& format);
+void add_format_option(Command command, ReportFormat& format);
 // The name of a file without folder and extension; of standard input stdin.
 std::string recording_name(const std::string& file);
 // Of a file in that form, with the dot.

@@ -6,13 +6,12 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "kivsr/speech/io/audio_reader.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/output_file.h"
 #include "kivsr/speech/noise/speech_segments.h"
 #include "program/choices.h"
+#include "program/command.h"
 #include "program/file_loop.h"
 #include "program/file_options.h"
 #include "program/numbers.h"
@@ -105,28 +104,27 @@ void VadCommand::run() const {
 
 }  // namespace
 
-void add_vad(CLI::App& program) {
-  CLI::App* const command = program.add_subcommand("vad", "Find the segments of audio files that hold speech");
+void add_vad(Command program) {
+  const Command command = program.add_subcommand("vad", "Find the segments of audio files that hold speech");
   const auto options = std::make_shared<VadCommand>();
-  add_file_options(*command, options->files, Outputs::kShared, "WAV, FLAC, ... or .raw (16-bit, one channel)",
+  add_file_options(command, options->files, Outputs::kShared, "WAV, FLAC, ... or .raw (16-bit, one channel)",
                    "File to write (default: standard output)");
-  add_choice(*command, "--format", options->format,
+  add_choice(command, "--format", options->format,
              {{"text", SegmentFormat::kText}, {"csv", SegmentFormat::kCsv}, {"audacity", SegmentFormat::kAudacity}},
              "text, csv, or audacity: a label track");
-  add_picture_options(*command, options->picture_options, "waveform, energy and segments", "the energy, dB,");
-  add_choice(*command, "--method", options->method, {{"voices", SpeechMethod::kVoices}, {"etsi", SpeechMethod::kEtsi}},
+  add_picture_options(command, options->picture_options, "waveform, energy and segments", "the energy, dB,");
+  add_choice(command, "--method", options->method, {{"voices", SpeechMethod::kVoices}, {"etsi", SpeechMethod::kEtsi}},
              "What is speech: voices, or etsi: every sound that the detector of ES 202 050 finds");
-  add_choice(*command, "--arithmetic", options->arithmetic,
+  add_choice(command, "--arithmetic", options->arithmetic,
              {{"float", Arithmetic::kSinglePrecision}, {"16s", Arithmetic::kSixteenBits}},
              "Form of the detector: float or 16s");
-  add_number(*command, "--minimum-pause", options->rules.minimum_pause, 0, kLongestSpan, "Close shorter pauses, s");
-  add_number(*command, "--minimum-speech", options->rules.minimum_speech, 0, kLongestSpan, "Drop shorter segments, s");
-  add_number(*command, "--trim", options->rules.trim, 0, 200,
+  add_number(command, "--minimum-pause", options->rules.minimum_pause, 0, kLongestSpan, "Close shorter pauses, s");
+  add_number(command, "--minimum-speech", options->rules.minimum_speech, 0, kLongestSpan, "Drop shorter segments, s");
+  add_number(command, "--trim", options->rules.trim, 0, 200,
              "Cut frames this far below the loudest of their segment, dB (0: none)");
-  add_number(*command, "--margin", options->rules.margin, 0, kLongestSpan,
-             "But keep those so close to a louder one, s");
-  add_raw_options(*command, options->raw);
-  command->callback([options] { options->run(); });
+  add_number(command, "--margin", options->rules.margin, 0, kLongestSpan, "But keep those so close to a louder one, s");
+  add_raw_options(command, options->raw);
+  command.callback([options] { options->run(); });
 }
 
 }  // namespace kivsr::program

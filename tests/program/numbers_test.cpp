@@ -2,6 +2,7 @@
 #include "program/numbers.h"
 
 #include <gtest/gtest.h>
+#include <CLI/CLI.hpp>
 
 #include <functional>
 #include <set>
