@@ -33,7 +33,7 @@ TEST(ViterbiSearch, FindsTheBestOfAllPaths) {
       ViterbiSearch search(network, model, scorer, {1e6F, 1e6F, 1e6F, 0});
       int complete = 0;
       for (std::size_t utterance = 0; utterance < 24; ++utterance) {
-        const Frames frames = random_frames(generator, 1 + utterance % 7, 4.0F, model);
+        const Frames frames = random_frames(generator, 1 + utterance % 6, 4.0F, model);
         std::vector<HypothesisWord> settled;
         for (const auto& frame : frames) {
           search.push(frame);
