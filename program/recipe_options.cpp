@@ -87,7 +87,8 @@ RecipeOptions::RecipeOptions(Command command, const std::string& preset) : comma
   Recipe defaults = speech::preset(preset);
   visit_fields(defaults, [&]<class Value>(const RecipeField& field, Value& value) {
     std::string& text = texts_.emplace_back();
-    const bool option = !field.name.starts_with("source");  // what the files are says it
+    // the files say what the source is, a model has its transform
+    const bool option = !field.name.starts_with("source") && field.name != kTransformField;
     options_.push_back(option ? add_field(command, field, value, text) : Option());
   });
 }

@@ -19,7 +19,9 @@ bool predicts(const Recipe& recipe) {
 }
 bool equalises(const Recipe& recipe) { return recipe.equalisation != Equalisation::kNone; }
 bool normalises_energy(const Recipe& recipe) { return recipe.normalise_energy; }
-bool regresses(const Recipe& recipe) { return recipe.dynamics == Dynamics::kRegression; }
+bool has_reach(const Recipe& recipe) {
+  return recipe.dynamics == Dynamics::kRegression || recipe.dynamics == Dynamics::kSplice;
+}
 bool tracks_pitch(const Recipe& recipe) { return recipe.pitch; }
 bool normalises_along(const Recipe& recipe) {
   return recipe.normalisation == Normalisation::kRunningMean ||
@@ -40,7 +42,7 @@ constexpr Partner kPartners[] = {
     {"energy-scale", "--normalise-energy", normalises_energy},
     {"energy-maximum", "--normalise-energy", normalises_energy},
     {"normalise-frames", "--normalise running-mean or running-mean-variance", normalises_along},
-    {"regression-window", "--dynamics regression", regresses},
+    {"regression-window", "--dynamics regression or splice", has_reach},
     {"pitch-low", "--pitch", tracks_pitch},
     {"pitch-high", "--pitch", tracks_pitch},
 };

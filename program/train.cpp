@@ -115,6 +115,7 @@ Recipe TrainCommand::recipe_for(Source source, int width) const {
   result.normalisation_frames = whole.normalisation_frames;
   result.dynamics = whole.dynamics;
   result.regression_window = whole.regression_window;
+  result.feature_transform = whole.feature_transform;
   result.validate();
   return result;
 }

@@ -121,6 +121,13 @@ class PhoneTraining {
     const Dictionary fillers = options_.fillers.empty() ? silence_only() : Dictionary::read(options_.fillers);
     model_ = phone_model_shape(run_.recipe, dictionary_, fillers, run_.items, settings_.common.states);
     feat_params_text(run_.recipe);  // throws for a recipe that the model cannot hold
+    if (settings_.transform.lda > run_.recipe.width()) {
+      throw Fault("--lda " + std::to_string(settings_.transform.lda) + ": a row has only " +
+                  std::to_string(run_.recipe.width()) + " values");
+    }
+    if (settings_.transform.any() && !run_.recipe.feature_transform.empty()) {
+      throw Fault("the recipe has a transform of its features already");
+    }
   }
 
   void read(const std::filesystem::path& record) {
@@ -128,7 +135,9 @@ class PhoneTraining {
     const PhoneTrainingSettings stored = stored_phone_settings(model_.training, record_.string(), pass_);
     run_.compare(stored.common);
     for (const auto& compare : options_.comparisons) compare(stored, run_.folder);
-    require_same(model_.recipe, run_.recipe, run_.folder);
+    Recipe asked = run_.recipe;
+    if (stored.has_transformed(pass_)) asked.feature_transform = model_.recipe.feature_transform;
+    require_same(model_.recipe, asked, run_.folder);
     if (static_cast<double>(list_checksum(run_.items)) != stored.common.list_checksum) {
       throw Fault(run_.folder + ": was begun with another list of files or other transcripts");
     }
@@ -175,8 +184,10 @@ class PhoneTraining {
     const Statistics statistics =
         collect_phone_pass(model_, data, settings_, pass_, run_.jobs, by_number(listener, utterances_));
     progress.clear();
+    const bool estimates = settings_.estimates(pass_);
     if (leads(team())) say(finish_phone_pass(model_, data, settings_, pass_, statistics));
     share_record();
+    if (estimates) utterances_.transform(model_.recipe.feature_transform);
   }
 
   // The pass is done.
@@ -218,21 +229,31 @@ void PhoneOptions::add_to(Command command) {
                          "(default: <s>, </s> and <sil>, the phone SIL)"));
   add(command.add_option("--questions", questions,
                          "Sets of phones for the trees, \"name phone ...\" (default: made from the data)"));
+  const auto compare = [&](Option option, const std::string& name, auto value_of) {
+    add(option);
+    comparisons.push_back(
+        [this, option, name, value_of](const PhoneTrainingSettings& stored, const std::string& model) {
+          if (option.is_given() && value_of(settings) != value_of(stored)) {
+            throw Fault(model + ": was begun with another --" + name);
+          }
+        });
+  };
   const auto add_setting = [&](const std::string& name, auto PhoneTrainingSettings::*member, auto low, auto high,
                                const std::string& text) {
-    const Option option = add_number(command, "--" + name, settings.*member, low, high, text);
-    add(option);
-    comparisons.push_back([this, option, name, member](const PhoneTrainingSettings& stored, const std::string& model) {
-      if (option.is_given() && settings.*member != stored.*member) {
-        throw Fault(model + ": was begun with another --" + name);
-      }
-    });
+    compare(add_number(command, "--" + name, settings.*member, low, high, text), name,
+            [member](const PhoneTrainingSettings& of) { return of.*member; });
   };
   using S = PhoneTrainingSettings;
   add_setting("flat-passes", &S::flat_passes, 1, 10000, "Passes of phones alone after the flat start");
   add_setting("tied-states", &S::tied_states, 0, 1'000'000,
               "Most states of phones in context, tied by trees; 0: phones alone");
   add_setting("least-leaf", &S::least_leaf, 1.0, 1e9, "Frames of a tied state, at least");
+  compare(add_number(command, "--lda", settings.transform.lda, 0, 1000,
+                     "Values of a row that linear discriminant analysis keeps; 0: no analysis"),
+          "lda", [](const S& of) { return of.transform.lda; });
+  compare(command.add_flag("--mllt", settings.transform.mllt,
+                           "Transform the features so that diagonal covariances fit the states (semi-tied covariance)"),
+          "mllt", [](const S& of) { return of.transform.mllt; });
   for (const Option option : options) option.needs("--dict");
 }
 

@@ -106,34 +106,10 @@ class StreamingDynamics : public RowStage {
   bool begun_ = false;
 };
 
-// Columns of [c, d, dd, l] in the order of a row: the first three groups as they stand, or the streams [c1 ..], [d1 ..,
-// l1 ..], [c0, d0, dd0], [dd1 ..].
-std::vector<std::size_t> difference_columns(Dynamics dynamics, std::size_t width) {
-  std::vector<std::size_t> columns;
-  const auto add = [&](int group, std::size_t first, std::size_t last) {
-    for (std::size_t i = first; i < last; ++i) columns.push_back(size_of(group) * width + i);
-  };
-  const bool streams = dynamics == Dynamics::kStreams;
-  if (streams) {
-    for (const int group : {0, 1, 3}) add(group, 1, width);
-  }
-  for (const int group : {0, 1, 2}) add(group, 0, streams ? 1 : width);
-  if (streams) add(2, 1, width);
-  return columns;
-}
-
-// c, d(t) = c(t+2) - c(t-2), dd(t) = (c(t+3) - c(t-1)) - (c(t+1) - c(t-3)) and l(t) = c(t+4) - c(t-4); frames beyond
-// either end repeat the first or the last.
-class DifferencesStage : public RowStage {
+// Rows that depend on so many frames before and behind; frames beyond either end repeat the first or the last.
+class NeighbourStage : public RowStage {
  public:
-  explicit DifferencesStage(const Recipe& recipe)
-      : width_(recipe.input_width()),
-        reach_(recipe.dynamics == Dynamics::kStreams ? 4 : 3),
-        columns_(difference_columns(recipe.dynamics, size_of(width_))),
-        groups_(4 * size_of(width_)),
-        earlier_(size_of(width_)) {
-    frames_.width = width_;
-  }
+  NeighbourStage(int width, int reach) : reach_(reach) { frames_.width = width; }
 
   void push(const FeatureMatrix& rows, FeatureMatrix& result) override {
     if (frames_.values.empty()) {
@@ -150,38 +126,86 @@ class DifferencesStage : public RowStage {
     return false;
   }
 
+ protected:
+  const FeatureMatrix& frames() const { return frames_; }
+  int width() const { return frames_.width; }
+  int reach() const { return reach_; }
+
  private:
+  // Appends the row of a frame that has its neighbours.
+  virtual void complete(int t, FeatureMatrix& result) = 0;
+
   // All frames that have reach_ others on both sides; the last 2 reach_ stay for the next call.
   void emit(FeatureMatrix& result) {
-    const int complete = std::max(0, frames_.height() - 2 * reach_);
-    for (int t = 0; t < complete; ++t) {
-      derive(t + reach_);
-      const std::size_t first = result.values.size();
-      result.values.resize(first + columns_.size());
-      for (std::size_t i = 0; i < columns_.size(); ++i) result.values[first + i] = groups_[columns_[i]];
-    }
-    frames_.values.erase(frames_.values.begin(), frames_.values.begin() + complete * width_);
+    const int count = std::max(0, frames_.height() - 2 * reach_);
+    for (int t = 0; t < count; ++t) complete(t + reach_, result);
+    frames_.values.erase(frames_.values.begin(), frames_.values.begin() + count * frames_.width);
+  }
+
+  int reach_;
+  FeatureMatrix frames_;
+};
+
+// Columns of [c, d, dd, l] in the order of a row: the first three groups as they stand, or the streams [c1 ..], [d1 ..,
+// l1 ..], [c0, d0, dd0], [dd1 ..].
+std::vector<std::size_t> difference_columns(Dynamics dynamics, std::size_t width) {
+  std::vector<std::size_t> columns;
+  const auto add = [&](int group, std::size_t first, std::size_t last) {
+    for (std::size_t i = first; i < last; ++i) columns.push_back(size_of(group) * width + i);
+  };
+  const bool streams = dynamics == Dynamics::kStreams;
+  if (streams) {
+    for (const int group : {0, 1, 3}) add(group, 1, width);
+  }
+  for (const int group : {0, 1, 2}) add(group, 0, streams ? 1 : width);
+  if (streams) add(2, 1, width);
+  return columns;
+}
+
+// c, d(t) = c(t+2) - c(t-2), dd(t) = (c(t+3) - c(t-1)) - (c(t+1) - c(t-3)) and l(t) = c(t+4) - c(t-4).
+class DifferencesStage : public NeighbourStage {
+ public:
+  explicit DifferencesStage(const Recipe& recipe)
+      : NeighbourStage(recipe.input_width(), recipe.dynamics == Dynamics::kStreams ? 4 : 3),
+        columns_(difference_columns(recipe.dynamics, size_of(width()))),
+        groups_(4 * size_of(width())),
+        earlier_(size_of(width())) {}
+
+ private:
+  void complete(int t, FeatureMatrix& result) override {
+    derive(t);
+    const std::size_t first = result.values.size();
+    result.values.resize(first + columns_.size());
+    for (std::size_t i = 0; i < columns_.size(); ++i) result.values[first + i] = groups_[columns_[i]];
   }
   void derive(int t) {
-    const auto group = [&](int index) { return groups_.data() + index * width_; };
-    call<kivsCopy_32f>(frames_.row(t).data(), group(0), width_);
+    const auto group = [&](int index) { return groups_.data() + index * width(); };
+    call<kivsCopy_32f>(frames().row(t).data(), group(0), width());
     subtract(t + 2, t - 2, group(1));
     subtract(t + 3, t - 1, group(2));
     subtract(t + 1, t - 3, earlier_.data());
-    call<kivsSub_32f_I>(earlier_, group(2), width_);
-    if (reach_ == 4) subtract(t + 4, t - 4, group(3));
+    call<kivsSub_32f_I>(earlier_, group(2), width());
+    if (reach() == 4) subtract(t + 4, t - 4, group(3));
   }
   void subtract(int later, int earlier, float* difference) const {
-    call<kivsCopy_32f>(frames_.row(later).data(), difference, width_);
-    call<kivsSub_32f_I>(frames_.row(earlier).data(), difference, width_);
+    call<kivsCopy_32f>(frames().row(later).data(), difference, width());
+    call<kivsSub_32f_I>(frames().row(earlier).data(), difference, width());
   }
 
-  int width_;
-  int reach_;  // frames that the differences look ahead and back
   std::vector<std::size_t> columns_;
-  FeatureMatrix frames_;
   std::vector<float> groups_;  // of a frame
   std::vector<float> earlier_;
+};
+
+// c(t-W), ..., c(t), ..., c(t+W).
+class SpliceStage : public NeighbourStage {
+ public:
+  explicit SpliceStage(const Recipe& recipe) : NeighbourStage(recipe.input_width(), recipe.regression_window) {}
+
+ private:
+  void complete(int t, FeatureMatrix& result) override {
+    for (int offset = -reach(); offset <= reach(); ++offset) append_rows(frames().row(t + offset), result);
+  }
 };
 
 // The statics become the left third of a matrix whose other two the library fills.
@@ -200,54 +224,30 @@ void append_regression(FeatureMatrix& rows, int window) {
 
 // Third derivatives by a regression over five frames of the second; frames beyond either end repeat the first or the
 // last. Then the columns that stay.
-class ColumnsStage : public RowStage {
+class ColumnsStage : public NeighbourStage {
  public:
   explicit ColumnsStage(const Recipe& recipe)
-      : statics_(recipe.static_width()),
-        reach_(recipe.derivatives == 3 ? 2 : 0),
+      : NeighbourStage(3 * recipe.static_width(), recipe.derivatives == 3 ? 2 : 0),
+        statics_(recipe.static_width()),
         kept_(size_of((1 + recipe.derivatives) * statics_)),
-        dropped_(recipe.drop_energy ? recipe.front_end.energy_column() : -1) {
-    frames_.width = 3 * statics_;
-  }
-
-  void push(const FeatureMatrix& rows, FeatureMatrix& result) override {
-    if (frames_.values.empty()) {
-      for (int i = 0; i < reach_; ++i) append_rows(rows.row(0), frames_);
-    }
-    append_rows(rows.values, frames_);
-    emit(result);
-  }
-
-  bool finish(FeatureMatrix& result) override {
-    if (!frames_.values.empty()) repeat_last_row(frames_, frames_.height() + reach_);
-    emit(result);
-    frames_.values.clear();
-    return false;
-  }
+        dropped_(recipe.drop_energy ? recipe.front_end.energy_column() : -1) {}
 
  private:
-  // All frames that have their neighbours on both sides; these stay for the next call.
-  void emit(FeatureMatrix& result) {
-    const int complete = std::max(0, frames_.height() - 2 * reach_);
-    for (int t = 0; t < complete; ++t) {
-      const auto row = frames_.row(t + reach_);
-      row_.assign(row.begin(), row.end());
-      for (std::size_t i = 2 * size_of(statics_); reach_ > 0 && i < 3 * size_of(statics_); ++i) {
-        const auto second = [&](int offset) { return frames_.row(t + reach_ + offset)[i]; };
-        row_.push_back(slope_factor(2) * (second(1) - second(-1) + 2.0F * (second(2) - second(-2))));
-      }
-      row_.resize(kept_);
-      if (dropped_ >= 0) row_.erase(row_.begin() + dropped_);
-      append_rows(row_, result);
+  void complete(int t, FeatureMatrix& result) override {
+    const auto row = frames().row(t);
+    row_.assign(row.begin(), row.end());
+    for (std::size_t i = 2 * size_of(statics_); reach() > 0 && i < 3 * size_of(statics_); ++i) {
+      const auto second = [&](int offset) { return frames().row(t + offset)[i]; };
+      row_.push_back(slope_factor(2) * (second(1) - second(-1) + 2.0F * (second(2) - second(-2))));
     }
-    frames_.values.erase(frames_.values.begin(), frames_.values.begin() + complete * frames_.width);
+    row_.resize(kept_);
+    if (dropped_ >= 0) row_.erase(row_.begin() + dropped_);
+    append_rows(row_, result);
   }
 
   int statics_;
-  int reach_;  // frames that a third derivative looks ahead and back
   std::size_t kept_;
   int dropped_;  // column; below 0: none
-  FeatureMatrix frames_;
   std::vector<float> row_;
 };
 
@@ -263,6 +263,7 @@ std::unique_ptr<RowStage> make_dynamics_stage(const Recipe& recipe) {
     case Dynamics::kNone: return nullptr;
     case Dynamics::kDifferences:
     case Dynamics::kStreams: return std::make_unique<DifferencesStage>(recipe);
+    case Dynamics::kSplice: return std::make_unique<SpliceStage>(recipe);
     case Dynamics::kRegression:
       return std::make_unique<WholeUtterance>(
           recipe.input_width(),

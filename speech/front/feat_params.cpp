@@ -18,6 +18,8 @@ namespace kivsr::speech {
 
 namespace {
 
+constexpr const char* kDifferencesName = "1s_c_d_dd";
+
 // One entry of a feat.params file, with the fault that names it.
 class Entry {
  public:
@@ -125,15 +127,33 @@ void set_lengths(const Durations& durations, const std::filesystem::path& file, 
 }  // namespace
 
 Recipe FeatParams::recipe(const std::filesystem::path& file) const {
-  const auto kind = entries.find("feat");
-  const bool streams = kind != entries.end() && kind->second == "s2_4x";
-  if (kind != entries.end() && !streams && kind->second != "1s_c_d_dd") {
-    throw Fault(file.string() + ": features " + kind->second + " are not supported, only 1s_c_d_dd and s2_4x");
-  }
+  const auto entry = entries.find("feat");
+  const std::string kind = entry == entries.end() ? kDifferencesName : entry->second;
   Recipe recipe = front_end;
   recipe.normalisation = Normalisation::kMean;
-  recipe.dynamics = streams ? Dynamics::kStreams : Dynamics::kDifferences;
+  recipe.dynamics = kind == "s2_4x" ? Dynamics::kStreams : Dynamics::kDifferences;
+  if (recipe.dynamics == Dynamics::kStreams || kind == kDifferencesName) return recipe;
+  const std::string width = std::to_string(front_end.row_width()) + ":";
+  if (!kind.starts_with(width) || !read_number(kind.substr(width.size()), recipe.regression_window)) {
+    throw Fault(file.string() + ": features " + kind + " are not supported, only 1s_c_d_dd, s2_4x and " + width +
+                "frames on either side");
+  }
+  recipe.dynamics = Dynamics::kSplice;
+  try {
+    recipe.validate();
+  } catch (const Fault& fault) {
+    throw Fault(file.string() + ": -feat " + kind + ": " + fault.what());
+  }
   return recipe;
+}
+
+int FeatParams::transform_rows(const std::filesystem::path& file) const {
+  const auto entry = entries.find("ldadim");
+  if (entry == entries.end()) return 0;
+  const Entry rows(file, entry->first, entry->second);
+  const int count = rows.integer();
+  if (count < 0) rows.fail("is negative");
+  return count;
 }
 
 std::vector<float> FeatParams::static_mean(const std::filesystem::path& file) const {
@@ -185,6 +205,9 @@ FeatParams read_feat_params(const std::filesystem::path& file) { return parse(fi
 
 std::string feat_params_text(const Recipe& recipe) {
   const FrontEndParameters& from = recipe.front_end;
+  const std::string kind = recipe.dynamics == Dynamics::kSplice
+                               ? std::to_string(from.row_width()) + ":" + std::to_string(recipe.regression_window)
+                               : kDifferencesName;
   const auto yes_or_no = [](bool value) { return std::string(value ? "yes" : "no"); };
   const std::pair<const char*, std::string> entries[] = {
       {"samprate", std::to_string(from.sample_rate)},
@@ -203,7 +226,7 @@ std::string feat_params_text(const Recipe& recipe) {
       {"remove_dc", yes_or_no(from.remove_offset != OffsetRemoval::kNone)},
       {"remove_noise", "no"},  // which the decoder would else do
       {"remove_silence", "no"},
-      {"feat", "1s_c_d_dd"},
+      {"feat", kind},
       {"agc", "none"},
       {"cmn", "batch"},
       {"varnorm", "no"},
@@ -211,7 +234,9 @@ std::string feat_params_text(const Recipe& recipe) {
   std::string text;
   for (const auto& [name, value] : entries) text += "-" + std::string(name) + " " + value + "\n";
   const std::filesystem::path name = "feat.params";
-  const std::vector<std::string> others = differences(recipe, parse(name, text).recipe(name));
+  Recipe described = parse(name, text).recipe(name);
+  described.feature_transform = recipe.feature_transform;
+  const std::vector<std::string> others = differences(recipe, described);
   if (!others.empty()) throw Fault("a model in Sphinx layout cannot have these features: " + others.front());
   return text;
 }

@@ -5,6 +5,7 @@
 
 #include "kivsr/speech/front/dynamics_stage.h"
 #include "kivsr/speech/front/equalisation_stage.h"
+#include "kivsr/speech/front/feature_transform.h"
 #include "kivsr/speech/front/normalisation_stage.h"
 #include "kivsr/speech/io/fault.h"
 
@@ -42,9 +43,10 @@ FeatureChain::FeatureChain(const Recipe& recipe)
   add(make_energy_stage(recipe_), recipe_.input_width());
   changed_ = stages_.size();
   add(make_normalisation_stage(recipe_), recipe_.input_width());
-  add(make_dynamics_stage(recipe_),
-      recipe_.dynamics == Dynamics::kStreams ? recipe_.feature_width() : 3 * recipe_.static_width());
-  add(make_columns_stage(recipe_), recipe_.feature_width());
+  const bool whole = recipe_.dynamics == Dynamics::kStreams || recipe_.dynamics == Dynamics::kSplice;
+  add(make_dynamics_stage(recipe_), whole ? recipe_.derived_width() : 3 * recipe_.static_width());
+  add(make_columns_stage(recipe_), recipe_.derived_width());
+  add(make_transform_stage(recipe_), recipe_.feature_width());
   pitched_.width = recipe_.feature_width() + 3;
   spoken_.width = recipe_.width();
 }

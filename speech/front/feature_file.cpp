@@ -9,10 +9,15 @@ namespace kivsr::speech {
 
 namespace {
 
+// Whether statics and derivatives follow each other in groups of one width.
+bool in_groups(const Recipe& recipe) {
+  return recipe.dynamics != Dynamics::kStreams && recipe.dynamics != Dynamics::kSplice &&
+         recipe.feature_transform.empty();
+}
+
 // Kinds of HTK have no place for columns of another nature.
 bool is_user_kind(const Recipe& recipe) {
-  return recipe.source == Source::kFeatures || recipe.width() != recipe.feature_width() ||
-         recipe.dynamics == Dynamics::kStreams;
+  return recipe.source == Source::kFeatures || recipe.width() != recipe.feature_width() || !in_groups(recipe);
 }
 
 unsigned qualifiers_behind_the_front_end(const Recipe& recipe) {
@@ -79,7 +84,7 @@ FeatureLayout layout_of(const Recipe& recipe) {
 FeatureLayout layout_behind(const FeatureLayout& source, const Recipe& recipe) {
   FeatureLayout layout = layout_of(recipe);
   layout.frame_seconds = source.frame_seconds;
-  if (recipe.dynamics == Dynamics::kStreams) return layout;
+  if (!in_groups(recipe)) return layout;
   // Derivatives follow in groups as wide as the source, "x1_d", "x2_d", ...
   for (std::size_t i = 0; i < layout.columns.size() && !source.columns.empty(); ++i) {
     std::string& name = layout.columns[i];

@@ -1,5 +1,6 @@
 #include "kivsr/speech/front/recipe.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "kivsr/speech/front/equalisation_stage.h"
@@ -11,6 +12,7 @@ namespace kivsr::speech {
 namespace {
 
 constexpr int kLongestWindow = 1000;        // frames
+constexpr int kLongestSplice = 10;          // frames
 constexpr int kLongestMemory = 10'000'000;  // frames
 constexpr int kWidestSource = 10000;        // values
 constexpr float kLongestSpan = 3600.0F;     // s
@@ -76,19 +78,54 @@ void validate_columns(const Recipe& recipe) {
   };
   const FrontEndParameters& front_end = recipe.front_end;
   const bool derived = recipe.dynamics != Dynamics::kNone;
+  const bool fixed = recipe.dynamics == Dynamics::kStreams || recipe.dynamics == Dynamics::kSplice;
   const bool whole =
       recipe.normalisation == Normalisation::kMean || recipe.normalisation == Normalisation::kMeanVariance;
   require(!recipe.normalise_cepstra_only || (whole && front_end.energy),
           "only a log energy can be left out, of what is normalised over the whole utterance");
   require(recipe.derivatives >= 1 && recipe.derivatives <= 3, "the derivatives must be 1 to 3");
   require(derived || recipe.derivatives == 2, "without dynamics there are no derivatives to choose");
+  require(!fixed || (recipe.derivatives == 2 && !recipe.drop_energy), "the columns of streams and splices are fixed");
   require(recipe.dynamics != Dynamics::kStreams ||
-              (recipe.derivatives == 2 && !recipe.drop_energy && !recipe.pitch && !recipe.speech_column),
+              (!recipe.pitch && !recipe.speech_column && recipe.feature_transform.empty()),
           "the columns of streams are fixed");
   require(!recipe.drop_energy || (derived && front_end.energy && recipe.dynamics != Dynamics::kAurora),
           "only a log energy with derivatives can be left out");
   require(recipe.equalisation == Equalisation::kNone || front_end.logarithm == Logarithm::kNatural,
           "the equalisation needs natural logarithms");
+}
+
+void validate_transform(const Recipe& recipe) {
+  const std::vector<float>& matrix = recipe.feature_transform;
+  const auto columns = static_cast<std::size_t>(recipe.derived_width());
+  if (matrix.size() % columns != 0 || matrix.size() / columns > columns) {
+    throw Fault("recipe: the feature transform does not have rows of " + std::to_string(columns) +
+                " values, at most as many");
+  }
+  if (!std::all_of(matrix.begin(), matrix.end(), [](float value) { return std::isfinite(value); })) {
+    throw Fault("recipe: the feature transform has a value that is not finite");
+  }
+}
+
+std::vector<std::string> spliced_names(const std::vector<std::string>& statics, int reach) {
+  std::vector<std::string> names;
+  for (int offset = -reach; offset <= reach; ++offset) {
+    for (const std::string& name : statics) names.push_back(name + "_" + std::to_string(offset));
+  }
+  return names;
+}
+
+std::vector<std::string> derived_names(const Recipe& recipe) {
+  const std::vector<std::string> statics = static_names(recipe);
+  if (recipe.dynamics == Dynamics::kStreams) return stream_names(statics);
+  if (recipe.dynamics == Dynamics::kSplice) return spliced_names(statics, recipe.regression_window);
+  std::vector<std::string> names = statics;
+  if (recipe.drop_energy) names.erase(names.begin() + recipe.front_end.energy_column());
+  const char* const endings[] = {"_d", "_a", "_t"};
+  for (int i = 0; recipe.dynamics != Dynamics::kNone && i < recipe.derivatives; ++i) {
+    for (const std::string& name : statics) names.push_back(name + endings[i]);
+  }
+  return names;
 }
 
 }  // namespace
@@ -102,14 +139,21 @@ Recipe Recipe::of_features(int width) {
 
 int Recipe::input_width() const { return source == Source::kFeatures ? source_width : front_end.row_width(); }
 
+int Recipe::derived_width() const {
+  switch (dynamics) {
+    case Dynamics::kNone: return static_width() - (drop_energy ? 1 : 0);
+    case Dynamics::kStreams: return 4 * static_width() - 1;
+    case Dynamics::kSplice: return (2 * regression_window + 1) * static_width();
+    default: return (1 + derivatives) * static_width() - (drop_energy ? 1 : 0);
+  }
+}
+
 std::vector<std::string> Recipe::column_names() const {
-  const std::vector<std::string> statics = static_names(*this);
-  if (dynamics == Dynamics::kStreams) return stream_names(statics);
-  std::vector<std::string> names = statics;
-  if (drop_energy) names.erase(names.begin() + front_end.energy_column());
-  const char* const endings[] = {"_d", "_a", "_t"};
-  for (int i = 0; dynamics != Dynamics::kNone && i < derivatives; ++i) {
-    for (const std::string& name : statics) names.push_back(name + endings[i]);
+  std::vector<std::string> names;
+  if (feature_transform.empty()) {
+    names = derived_names(*this);
+  } else {
+    for (int i = 1; i <= feature_width(); ++i) names.push_back("y" + std::to_string(i));
   }
   if (pitch) names.insert(names.end(), {"f0", "correlation", "probability"});
   if (speech_column) names.emplace_back("vad");
@@ -157,6 +201,9 @@ void Recipe::validate() const {
           "a running normalisation must remember at least two frames, at most 10^7");
   require(regression_window >= 1 && regression_window <= kLongestWindow,
           "the window of the regression must be 1 to 1000 frames");
+  require(dynamics != Dynamics::kSplice || regression_window <= kLongestSplice,
+          "a splice reaches 1 to 10 frames to either side");
+  validate_transform(*this);
   require(dynamics != Dynamics::kAurora ||
               (front_end.output == Output::kCepstra && front_end.cepstrum_count == 13 && front_end.energy &&
                !front_end.energy_first && front_end.zeroth == ZerothCepstrum::kLast),

@@ -58,7 +58,8 @@ enum class Dynamics {
   kRegression,   // over 2 W + 1 frames
   kAurora,       // over nine frames, of c1 .. c12 and a mean of c0 and log energy
   kDifferences,  // "1s_c_d_dd" of Sphinx: c(t+2) - c(t-2), and the difference of two such
-  kStreams       // "s2_4x" of Sphinx: the same in four streams, with c(t+4) - c(t-4) of all but the first column
+  kStreams,      // "s2_4x" of Sphinx: the same in four streams, with c(t+4) - c(t-4) of all but the first column
+  kSplice        // no derivatives: the statics of t - regression_window .. t + regression_window, one behind the other
 };
 
 struct Recipe {
@@ -86,9 +87,10 @@ struct Recipe {
   int normalisation_frames = 300;
 
   Dynamics dynamics = Dynamics::kNone;
-  int regression_window = 2;  // W
-  int derivatives = 2;        // how often: 1 .. 3; the third is a regression over five frames of the second
-  bool drop_energy = false;   // the log energy itself, not its derivatives
+  int regression_window = 2;             // W
+  int derivatives = 2;                   // how often: 1 .. 3; the third is a regression over five frames of the second
+  bool drop_energy = false;              // the log energy itself, not its derivatives
+  std::vector<float> feature_transform;  // [row][column]: what becomes of these columns; empty: they stay
 
   bool pitch = false;  // behind them f0, correlation and probability of voicing (pitch_tracker.h)
   float pitch_low_frequency = 60.0F;
@@ -100,18 +102,20 @@ struct Recipe {
   bool operator==(const Recipe&) const = default;
 
   // Values of a row of the front end or of the source, of one as a file of such rows holds it (with its decision about
-  // speech where that is wanted), of one without its derivatives, of one with them, and of one as it comes out.
+  // speech where that is wanted), of one without its derivatives, of one with them, of one that is transformed, and of
+  // one as it comes out.
   int input_width() const;
   int file_width() const { return input_width() + (speech_column || drop_frames ? 1 : 0); }
   int static_width() const { return dynamics == Dynamics::kAurora ? 13 : input_width(); }
+  int derived_width() const;
   int feature_width() const {
-    if (dynamics == Dynamics::kStreams) return 4 * static_width() - 1;
-    return (dynamics == Dynamics::kNone ? 1 : 1 + derivatives) * static_width() - (drop_energy ? 1 : 0);
+    return feature_transform.empty() ? derived_width() : static_cast<int>(feature_transform.size()) / derived_width();
   }
   int width() const { return feature_width() + (pitch ? 3 : 0) + (speech_column ? 1 : 0); }
   double frame_seconds() const { return front_end.frame_seconds(); }
   // "c0", "c1", ... or "mel1", ..., then "energy"; "x1", "x2", ... of a source of features; derivatives with "_d",
-  // "_a" and "_t" behind the name; then "f0", "correlation", "probability", and "vad" of the decision about speech.
+  // "_a" and "_t" behind the name, spliced ones with the frames from here ("c0_-1", "c0_0", "c0_1"); or "y1", "y2", ...
+  // of a transform; then "f0", "correlation", "probability", and "vad" of the decision about speech.
   std::vector<std::string> column_names() const;
   // What in the recipe is defined over the whole utterance, for which its rows must wait; empty if nothing is.
   std::string needs_whole_utterance() const;

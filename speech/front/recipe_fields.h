@@ -36,6 +36,9 @@ std::span<const std::string_view> names_of(Equalisation);
 std::span<const std::string_view> names_of(Normalisation);
 std::span<const std::string_view> names_of(Dynamics);
 
+// Of a model, not of a command line; a text may leave it out.
+constexpr std::string_view kTransformField = "feature-transform";
+
 // visit(field, value) for each field in the order of the stages. R: Recipe or const Recipe. The values are of type
 // bool, int, float, optional<float>, vector<float> and of the enumerations above.
 template <class R, class Visit>
@@ -138,13 +141,19 @@ void visit_fields(R& recipe, Visit&& visit) {
         recipe.normalisation);
   visit(RecipeField{"normalise-cepstra-only", "Leave the log energy as it is", kBehind}, recipe.normalise_cepstra_only);
   visit(RecipeField{"normalise-frames", "Memory of the running forms", kBehind}, recipe.normalisation_frames);
-  visit(RecipeField{"dynamics", "Derivatives behind the statics; regression waits for the whole utterance", kBehind},
+  visit(RecipeField{"dynamics",
+                    "Derivatives behind the statics; regression waits for the whole utterance; splice: the statics "
+                    "of --regression-window frames on either side instead",
+                    kBehind},
         recipe.dynamics);
-  visit(RecipeField{"regression-window", "Frames on either side that the regression sees", kBehind},
+  visit(RecipeField{"regression-window", "Frames on either side that the regression or the splice sees", kBehind},
         recipe.regression_window);
   visit(RecipeField{"derivatives", "1: first, 2: second, 3: third too", kBehind}, recipe.derivatives);
   visit(RecipeField{"drop-energy", "Leave the log energy out of the rows, its derivatives in", kBehind},
         recipe.drop_energy);
+  visit(RecipeField{kTransformField, "Matrix that becomes the columns' new ones, row after row; nothing: they stay",
+                    kBehind},
+        recipe.feature_transform);
   visit(RecipeField{"pitch", "Append f0 in Hz (0: unvoiced), correlation and probability of voicing", kBehind},
         recipe.pitch);
   visit(RecipeField{"pitch-low", "Hz, lowest f0", kBehind}, recipe.pitch_low_frequency);

@@ -36,7 +36,8 @@ constexpr std::array<Name, 3> kZeroths{"first", "last", "none"};
 constexpr std::array<Name, 3> kNoiseMethods{"none", "mcra-wiener", "mcra-emns"};
 constexpr std::array<Name, 3> kEqualisations{"none", "from-zero", "from-mean"};
 constexpr std::array<Name, 5> kNormalisations{"none", "mean", "mean-variance", "running-mean", "running-mean-variance"};
-constexpr std::array<Name, 7> kDynamics{"none", "win1", "win2", "regression", "aurora", "differences", "streams"};
+constexpr std::array<Name, 8> kDynamics{"none",   "win1",        "win2",    "regression",
+                                        "aurora", "differences", "streams", "splice"};
 
 // "name = value" without the blanks around both.
 std::pair<std::string, std::string> split_line(std::string_view line) {
@@ -165,6 +166,7 @@ std::string Recipe::text() const {
   std::string text(kFirstLine);
   text += '\n';
   visit_fields(*this, [&](const RecipeField& field, const auto& value) {
+    if (field.name == kTransformField && feature_transform.empty()) return;
     text.append(field.name).append(" = ").append(field_text(value)).append("\n");
   });
   return text;
@@ -202,6 +204,7 @@ Recipe Recipe::parse(const std::string& text, const std::string& origin) {
       given.used = true;
       return;
     }
+    if (field.name == kTransformField) return;
     if (!before || in_version_1(field.name)) fail("the recipe does not say \"" + std::string(field.name) + "\"");
   });
   for (const Given& given : all) {

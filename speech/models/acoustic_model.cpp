@@ -5,6 +5,7 @@
 #include <numbers>
 #include <numeric>
 #include <span>
+#include <utility>
 
 #include "kivsr/speech/front/feat_params.h"
 #include "kivsr/speech/io/fault.h"
@@ -172,6 +173,22 @@ void read_transitions(AcousticModel& model, float floor) {
   }
 }
 
+// The transform that a model may have, of which -ldadim may use some of the rows only.
+void read_transform(AcousticModel& model, const FeatParams& parameters) {
+  const std::filesystem::path file = model.folder / kFeatureTransformFile;
+  if (!std::filesystem::exists(file)) return;
+  FeatureTransform transform = read_feature_transform(file);
+  if (transform.columns != model.recipe.derived_width() || model.recipe.dynamics == Dynamics::kStreams) {
+    throw Fault(file.string() + ": a transform of " + std::to_string(transform.columns) +
+                " values does not fit the features of feat.params");
+  }
+  const int wanted = parameters.transform_rows(model.folder / "feat.params");
+  const int rows = wanted > 0 ? std::min(wanted, transform.rows) : transform.rows;
+  if (rows > transform.columns) throw Fault(file.string() + ": has more rows than columns");
+  transform.values.resize(static_cast<std::size_t>(rows) * static_cast<std::size_t>(transform.columns));
+  model.recipe.feature_transform = std::move(transform.values);
+}
+
 }  // namespace
 
 std::filesystem::path find_model_folder(const std::string& name) {
@@ -199,6 +216,7 @@ AcousticModel read_acoustic_model(const std::filesystem::path& folder, const Mod
   const FeatParams parameters = read_feat_params(features);
   model.recipe = parameters.recipe(features);
   model.static_mean = parameters.static_mean(features);
+  read_transform(model, parameters);
   model.definition = read_model_definition(folder / "mdef");
   if (std::filesystem::exists(folder / "noisedict")) {
     model.fillers = Dictionary::read(folder / "noisedict");

@@ -128,6 +128,15 @@ TransitionMatrices matrices_of(const PhoneModel& model) {
   return result;
 }
 
+// Where there is none, that of an earlier model must not stay: readers look for the file.
+void write_transform(const std::filesystem::path& file, const Recipe& recipe) {
+  if (recipe.feature_transform.empty()) {
+    std::filesystem::remove(file);
+  } else {
+    write_feature_transform(file, {recipe.feature_width(), recipe.derived_width(), recipe.feature_transform});
+  }
+}
+
 }  // namespace
 
 PhoneModel read_phone_model(const std::filesystem::path& path) {
@@ -173,6 +182,7 @@ void write_sphinx_model(const std::filesystem::path& folder, const PhoneModel& m
   write_gaussian_parameters(folder / "variances", padded(model, densities, &MixtureState::variances));
   write_mixture_weights(folder / "mixture_weights", weights);
   write_transition_matrices(folder / "transition_matrices", matrices_of(model));
+  write_transform(folder / kFeatureTransformFile, model.recipe);
 }
 
 }  // namespace kivsr::speech

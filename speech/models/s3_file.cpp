@@ -19,6 +19,7 @@ namespace {
 constexpr std::uint32_t kByteOrder = 0x11223344U;
 constexpr std::uint32_t kByteOrderSwapped = 0x44332211U;
 constexpr int kMostHeaderLines = 1000;
+constexpr std::string_view kTransformVersion = "0.1";  // of a feature_transform
 
 // Counts words while the checksum follows them: sum = rotate_left(sum, 20) + word.
 class S3File {
@@ -78,8 +79,8 @@ class S3File {
       take_word(words, value);
       if (name == "endhdr") return;
       if (name == "chksum0") has_checksum_ = value == "yes";
-      if (name == "version" && value != "1.0" && value != "1.2") {
-        file_.fail("has version " + std::string(value) + ", known are 1.0 and 1.2");
+      if (name == "version" && value != "1.0" && value != "1.2" && value != kTransformVersion) {
+        file_.fail("has version " + std::string(value) + ", known are 0.1, 1.0 and 1.2");
       }
     }
     file_.fail("the header has no end");
@@ -91,10 +92,10 @@ class S3File {
 };
 
 // The counts, the number of values, the values and the checksum over all of them.
-void write_s3_file(const std::filesystem::path& path, const std::vector<int>& counts,
-                   const std::vector<float>& values) {
+void write_s3_file(const std::filesystem::path& path, const std::vector<int>& counts, const std::vector<float>& values,
+                   std::string_view version = "1.0") {
   LittleEndianBytes bytes;
-  bytes.put_text("s3\nversion 1.0\nchksum0 yes\n    endhdr\n");
+  bytes.put_text("s3\nversion " + std::string(version) + "\nchksum0 yes\n    endhdr\n");
   bytes.put_32(kByteOrder);
   std::uint32_t sum = 0;
   const auto put = [&](std::uint32_t word) {
@@ -176,6 +177,19 @@ TransitionMatrices read_transition_matrices(const std::filesystem::path& path) {
   return result;
 }
 
+FeatureTransform read_feature_transform(const std::filesystem::path& path) {
+  S3File file(path);
+  const int matrices = file.count("the number of matrices");
+  if (matrices != 1) file.fail("holds " + std::to_string(matrices) + " transforms, not one");
+  FeatureTransform result;
+  result.rows = file.count("the number of rows");
+  result.columns = file.count("the number of columns");
+  file.require_positive(result.rows, "the number of rows");
+  file.require_positive(result.columns, "the number of columns");
+  result.values = file.values(product({result.rows, result.columns}), "the feature transform");
+  return result;
+}
+
 void write_gaussian_parameters(const std::filesystem::path& path, const GaussianParameters& parameters) {
   std::vector<int> counts{parameters.codebooks, static_cast<int>(parameters.stream_lengths.size()),
                           parameters.densities};
@@ -189,6 +203,10 @@ void write_mixture_weights(const std::filesystem::path& path, const MixtureWeigh
 
 void write_transition_matrices(const std::filesystem::path& path, const TransitionMatrices& matrices) {
   write_s3_file(path, {matrices.matrices, matrices.sources, matrices.destinations}, matrices.counts);
+}
+
+void write_feature_transform(const std::filesystem::path& path, const FeatureTransform& transform) {
+  write_s3_file(path, {1, transform.rows, transform.columns}, transform.values, kTransformVersion);
 }
 
 }  // namespace kivsr::speech

@@ -33,13 +33,25 @@ struct TransitionMatrices {
   std::vector<float> counts;  // [matrix][source][destination], not normalised
 };
 
+// Of a model's folder, which need not have it.
+constexpr const char* kFeatureTransformFile = "feature_transform";
+
+// What becomes of rows of features before the Gaussians see them.
+struct FeatureTransform {
+  int rows = 0;               // new columns
+  int columns = 0;            // of the features
+  std::vector<float> values;  // [row][column]
+};
+
 GaussianParameters read_gaussian_parameters(const std::filesystem::path& file);
 MixtureWeights read_mixture_weights(const std::filesystem::path& file);
 TransitionMatrices read_transition_matrices(const std::filesystem::path& file);
+FeatureTransform read_feature_transform(const std::filesystem::path& file);
 
 // Little-endian, with a checksum; each file appears under its name when it is complete.
 void write_gaussian_parameters(const std::filesystem::path& file, const GaussianParameters& parameters);
 void write_mixture_weights(const std::filesystem::path& file, const MixtureWeights& weights);
 void write_transition_matrices(const std::filesystem::path& file, const TransitionMatrices& matrices);
+void write_feature_transform(const std::filesystem::path& file, const FeatureTransform& transform);
 
 }  // namespace kivsr::speech

@@ -216,7 +216,7 @@ void AcousticAdaptation::write(const std::filesystem::path& folder) const {
     std::filesystem::permissions(folder / name, std::filesystem::perms::owner_write,
                                  std::filesystem::perm_options::add);
   };
-  for (const char* const name : {"mdef", "feat.params", "noisedict", "transition_matrices", "feature_transform"}) {
+  for (const char* const name : {"mdef", "feat.params", "noisedict", "transition_matrices", kFeatureTransformFile}) {
     copy(name);
   }
   write_gaussian_parameters(folder / "means",

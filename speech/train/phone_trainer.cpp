@@ -20,12 +20,14 @@ constexpr const char* kSilencePhone = "SIL";
 // Sums of a pass with the graphs that graph_of makes of words.
 using GraphOfWords = std::function<UtteranceGraph(std::span<const int> words)>;
 
-Statistics zero_of(const PhoneModel& model) {
-  return {model.states, model.dimension(), model.rows(), phone_model_checksum(model)};
+Statistics zero_of(const PhoneModel& model, bool products) {
+  Statistics zero{model.states, model.dimension(), model.rows(), phone_model_checksum(model)};
+  if (products) zero.want_products();
+  return zero;
 }
 
-Statistics collect_phones(const PhoneModel& model, const TrainingUtterances& utterances, const GraphOfWords& graph_of,
-                          bool best_path, int jobs, const UtteranceListener& listener) {
+Statistics collect_phones(const PhoneModel& model, const Statistics& zero, const TrainingUtterances& utterances,
+                          const GraphOfWords& graph_of, bool best_path, int jobs, const UtteranceListener& listener) {
   const MixtureEvaluator evaluator(model.states, model.dimension());
   const auto method = best_path ? AlignmentMethod::kViterbi : AlignmentMethod::kBaumWelch;
   const auto make_adder = [&]() -> UtteranceAdder {
@@ -35,7 +37,7 @@ Statistics collect_phones(const PhoneModel& model, const TrainingUtterances& utt
       return sums.add_utterance(graph_of(utterance.words), utterances.rows(utterance), method, *work);
     };
   };
-  return add_up(zero_of(model), utterances, jobs, make_adder, listener);
+  return add_up(zero, utterances, jobs, make_adder, listener);
 }
 
 void require_usable(const Statistics& statistics) {
@@ -184,8 +186,9 @@ ReestimationReport tie_states(PhoneModel& model, const PhoneTrainingData& data, 
 
 int PhoneTrainingSettings::components_of_pass(int pass) const {
   const int tied = tied_states > 0 ? 1 + common.iterations : 0;
+  const int alone = flat_passes + transform_passes();
   int count = 1;
-  for (int first = flat_passes + tied; pass >= first && count < common.components; first += common.iterations) {
+  for (int first = alone + tied; pass >= first && count < common.components; first += common.iterations) {
     count = std::min(2 * count, common.components);
   }
   return count;
@@ -194,12 +197,13 @@ int PhoneTrainingSettings::components_of_pass(int pass) const {
 int PhoneTrainingSettings::passes() const {
   int stages = 0;
   for (int count = 1; count < common.components; count *= 2) ++stages;
-  return flat_passes + (tied_states > 0 ? 1 + common.iterations : 0) + stages * common.iterations;
+  return flat_passes + transform_passes() + (tied_states > 0 ? 1 + common.iterations : 0) + stages * common.iterations;
 }
 
 void PhoneTrainingSettings::validate() const {
   common.validate();
   if (common.start_components != 1) throw Fault("training: phones start with one Gaussian");
+  if (transform.lda < 0) throw Fault("training: an analysis keeps at least one value");
   if (common.states > 16) throw Fault("training: a phone has 1 to 16 states");
 }
 
@@ -207,6 +211,8 @@ void store_settings(const PhoneTrainingSettings& settings, int pass, std::map<st
   store_settings(settings.common, std::min(pass, settings.common.passes()), record);
   record["phone-pass"] = std::to_string(pass);
   record["flat-passes"] = std::to_string(settings.flat_passes);
+  record["lda"] = std::to_string(settings.transform.lda);
+  record["mllt"] = std::to_string(settings.transform.mllt ? 1 : 0);
   record["tied-states"] = std::to_string(settings.tied_states);
   record["least-leaf"] = exact_text(settings.least_leaf);
 }
@@ -226,6 +232,13 @@ PhoneTrainingSettings stored_phone_settings(const std::map<std::string, std::str
   read("flat-passes", settings.flat_passes);
   read("tied-states", settings.tied_states);
   read("least-leaf", settings.least_leaf);
+  // what a record lacks that is older than they are
+  if (record.contains("lda")) read("lda", settings.transform.lda);
+  if (record.contains("mllt")) {
+    int mllt = 0;
+    read("mllt", mllt);
+    settings.transform.mllt = mllt != 0;
+  }
   if (settings.flat_passes > 10000 || pass > settings.passes()) {
     throw Fault(model + ": the record of its training has too many passes");
   }
@@ -298,7 +311,9 @@ void flat_start(PhoneModel& model, const TrainingUtterances& utterances, const T
 
 void prepare_phone_pass(PhoneModel& model, const PhoneTrainingSettings& settings, int pass) {
   const int components = settings.components_of_pass(pass);
-  if (pass == 0 || settings.ties(pass) || components <= settings.components_of_pass(pass - 1)) return;
+  if (pass == 0 || settings.estimates(pass) || settings.ties(pass) ||
+      components <= settings.components_of_pass(pass - 1))
+    return;
   split_components(model.states, model.dimension(), components, settings.common.split_distance,
                    settings.common.least_occupation);
 }
@@ -308,22 +323,28 @@ Statistics collect_phone_pass(const PhoneModel& model, const PhoneTrainingData& 
                               const UtteranceListener& listener) {
   const auto collect_of = [&](const PhoneModel& of) {
     const GraphOfWords graph_of = [&](std::span<const int> words) { return phone_graph(of, data.lexicon, words); };
-    return collect_phones(of, data.utterances, graph_of, settings.common.viterbi, jobs, listener);
+    return collect_phones(of, zero_of(of, settings.estimates(pass)), data.utterances, graph_of, settings.common.viterbi,
+                          jobs, listener);
   };
   return settings.ties(pass) ? collect_of(untie(model, data).model) : collect_of(model);
 }
 
 Statistics zero_of_phone_pass(const PhoneModel& model, const PhoneTrainingData& data,
                               const PhoneTrainingSettings& settings, int pass) {
-  return zero_of(settings.ties(pass) ? untie(model, data).model : model);
+  return zero_of(settings.ties(pass) ? untie(model, data).model : model, settings.estimates(pass));
 }
 
 PhonePassReport finish_phone_pass(PhoneModel& model, const PhoneTrainingData& data,
                                   const PhoneTrainingSettings& settings, int pass, const Statistics& statistics) {
   require_usable(statistics);
   PhonePassReport report;
-  report.reestimation =
-      settings.ties(pass) ? tie_states(model, data, settings, statistics) : update(model, statistics, settings.common);
+  if (settings.estimates(pass)) {
+    update_transitions(model, statistics);
+    report.reestimation = estimate_transform(model, statistics, settings.transform, settings.common);
+  } else {
+    report.reestimation = settings.ties(pass) ? tie_states(model, data, settings, statistics)
+                                              : update(model, statistics, settings.common);
+  }
   report.log_likelihood = statistics.log_likelihood / statistics.frames;
   report.utterances = statistics.utterances;
   report.skipped = statistics.skipped;

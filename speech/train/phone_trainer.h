@@ -13,6 +13,7 @@
 #include "kivsr/speech/train/reestimation.h"
 #include "kivsr/speech/train/training_list.h"
 #include "kivsr/speech/train/training_settings.h"
+#include "kivsr/speech/train/transform_estimation.h"
 #include "kivsr/speech/train/utterance_blocks.h"
 
 namespace kivsr::speech {
@@ -20,14 +21,24 @@ namespace kivsr::speech {
 struct PhoneTrainingSettings {
   TrainingSettings common;    // states: of a phone
   int flat_passes = 8;        // of phones alone, after the flat start
+  TransformWanted transform;  // of the features, estimated behind them
   int tied_states = 0;        // of phones in context; 0: phones alone
   double least_leaf = 100.0;  // frames of a tied state
 
   int passes() const;
-  // What a pass does. The pass that ties has phones alone before it and phones in context behind it.
-  bool ties(int pass) const { return tied_states > 0 && pass == flat_passes; }
+  // What a pass does. The pass that estimates has features as they are before it and transformed ones behind it, for
+  // which the utterances have to be transformed too; the pass that ties has phones alone before it and phones in
+  // context behind it.
+  bool estimates(int pass) const { return transform.any() && pass == flat_passes; }
+  bool ties(int pass) const { return tied_states > 0 && pass == flat_passes + transform_passes(); }
+  // Whether features are transformed behind so many passes.
+  bool has_transformed(int passes) const { return transform.any() && passes > flat_passes; }
   int components_of_pass(int pass) const;
   void validate() const;
+
+ private:
+  // The one that estimates, and those of phones alone behind it.
+  int transform_passes() const { return transform.any() ? 1 + common.iterations : 0; }
 };
 
 void store_settings(const PhoneTrainingSettings& settings, int pass, std::map<std::string, std::string>& record);

@@ -29,6 +29,7 @@ void visit_sums(Self& self, Visit visit) {
     visit(std::span(state.occupation));
     visit(std::span(state.first));
     visit(std::span(state.second));
+    visit(std::span(state.products));
   }
   visit(std::span(self.row_frames));
   visit(std::span(self.row_stays));
@@ -49,9 +50,26 @@ const char* fault_of(const StateStatistics& state, std::size_t dimension) {
       }
     }
   }
+  for (std::size_t i = 0, place = 0; i < dimension && !state.products.empty(); place += dimension - i, ++i) {
+    for (std::size_t k = i; k < dimension; ++k) {
+      const double most = std::sqrt(state.second[i]) * std::sqrt(state.second[k]);
+      if (!(std::abs(state.products[place + k - i]) <= most * kSlack + kLeast)) {
+        return "a sum of products is larger than its squares allow";
+      }
+    }
+  }
   return state.stay >= 0.0 && state.stay <= state.total() * kSlack + kLeast ? nullptr
                                                                             : "a state is stayed in for longer than it "
                                                                               "is occupied";
+}
+
+// The upper triangle of share d d^T.
+void add_products(const std::vector<double>& difference, double share, std::vector<double>& products) {
+  auto place = products.begin();
+  for (std::size_t i = 0; i < difference.size(); ++i) {
+    const double scaled = share * difference[i];
+    for (std::size_t k = i; k < difference.size(); ++k) *place++ += scaled * difference[k];
+  }
 }
 
 }  // namespace
@@ -190,6 +208,7 @@ void Statistics::add_share(int state, const float* row, double share, TrainingWo
     call<kivsSub_64f_I>(work.evaluator.mean(state, component), work.difference, mean_.size());
     call<kivsMeanVarAcc_64f>(work.difference, work.origin, sums.first.data() + first, sums.second.data() + first,
                              mean_.size(), own);
+    if (!sums.products.empty()) add_products(work.difference, own, sums.products);
   }
 }
 
@@ -229,6 +248,11 @@ Statistics::Outcome Statistics::add_utterance(const UtteranceGraph& graph, const
 
 void Statistics::clear() {
   visit_sums(*this, [](std::span<double> sums) { std::fill(sums.begin(), sums.end(), 0.0); });
+}
+
+void Statistics::want_products() {
+  const std::size_t dimension = mean_.size();
+  for (StateStatistics& state : states) state.products.resize(dimension * (dimension + 1) / 2);
 }
 
 void Statistics::add(const Statistics& other) {

@@ -20,6 +20,9 @@ struct StateStatistics {
   std::vector<double> occupation;  // [component]: frames
   std::vector<double> first;       // [component][dimension]: sum of share * (x - mean), the mean being the model's
   std::vector<double> second;      // [component][dimension]: sum of share * (x - mean)^2
+  // Of a state of one Gaussian where they are wanted: sum of share * (x - mean)(x - mean)^T, the upper triangle row by
+  // row.
+  std::vector<double> products;
 
   double total() const;
 };
@@ -73,6 +76,8 @@ class Statistics {
   void add_rows(const WordModel& model, int state, const FeatureMatrix& rows, std::span<const double> shares);
   void add(const Statistics& other);
   void clear();
+  // Makes room for the products of all states, each of which has one Gaussian.
+  void want_products();
   // All sums, one behind the other; and back.
   std::vector<double> values() const;
   void set(std::span<const double> values);

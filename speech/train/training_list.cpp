@@ -1,8 +1,10 @@
 #include "kivsr/speech/train/training_list.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "kivsr/speech/decode/word_errors.h"
+#include "kivsr/speech/front/feature_transform.h"
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/little_endian.h"
@@ -84,6 +86,19 @@ void TrainingUtterances::append(const FeatureMatrix& rows) {
   frames_ += rows.height();
   store_.append(rows.values);
   all_.back().frames += rows.height();
+}
+
+void TrainingUtterances::transform(std::span<const float> matrix) {
+  if (all_.empty()) return;
+  RowStore store;
+  const int width = static_cast<int>(matrix.size()) / width_;
+  for (const TrainingUtterance& utterance : all_) {
+    FeatureMatrix rows{width, {}};
+    transform_rows(matrix, this->rows(utterance), rows);
+    store.append(rows.values);
+  }
+  store_ = std::move(store);
+  width_ = width;
 }
 
 void TrainingUtterances::remove_last() {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -64,6 +65,8 @@ class TrainingUtterances {
   void add(const std::filesystem::path& file, const std::vector<int>& words, std::size_t item);
   void add(const std::filesystem::path& file, const std::vector<int>& words) { add(file, words, all_.size()); }
   void append(const FeatureMatrix& rows);
+  // Rows become what a matrix [new column][column] makes of them.
+  void transform(std::span<const float> matrix);
   // Takes back the utterance that was added last.
   void remove_last();
 

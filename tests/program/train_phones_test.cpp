@@ -56,6 +56,15 @@ int errors_of_digits(const PhoneFolder& folder, const std::string& model) {
 
 bool has_pocketsphinx() { return run_command("command -v pocketsphinx_batch").status == 0; }
 
+std::string heard_by_pocketsphinx(const PhoneFolder& folder, const std::string& model) {
+  const CommandResult peer =
+      run_command("pocketsphinx_batch -hmm " + quoted(folder / model) + " -dict " + quoted(folder / "dict") +
+                  " -jsgf " + quoted(folder / "grammar") + " -ctl " + quoted(kDigits / "tidigits.ctl") + " -cepdir " +
+                  quoted(kDigits) + " -cepext .mfc -hyp " + quoted(folder / "heard") + " -logfn /dev/null");
+  EXPECT_EQ(peer.status, 0) << peer.errors;
+  return read_file(folder / "heard");
+}
+
 TEST(TrainPhones, BothRecognisersReadTheModelAndContextsHelp) {
   const PhoneFolder folder;
   const CommandResult alone = run_kivsr(folder.train("alone", ""));
@@ -70,13 +79,21 @@ TEST(TrainPhones, BothRecognisersReadTheModelAndContextsHelp) {
   EXPECT_LT(errors_tied, errors_alone);
 
   if (!has_pocketsphinx()) GTEST_SKIP() << "pocketsphinx is not installed";
-  const CommandResult peer =
-      run_command("pocketsphinx_batch -hmm " + quoted(folder / "tied") + " -dict " + quoted(folder / "dict") +
-                  " -jsgf " + quoted(folder / "grammar") + " -ctl " + quoted(kDigits / "tidigits.ctl") + " -cepdir " +
-                  quoted(kDigits) + " -cepext .mfc -hyp " + quoted(folder / "heard") + " -logfn /dev/null");
-  ASSERT_EQ(peer.status, 0) << peer.errors;
-  EXPECT_NE(read_file(folder / "heard").find("one one one (man.ah.111a"), std::string::npos)
-      << read_file(folder / "heard");
+  EXPECT_NE(heard_by_pocketsphinx(folder, "tied").find("one one one (man.ah.111a"), std::string::npos);
+}
+
+// Seven frames beside each other, the directions that part the states, and axes for diagonal covariances: fewer values
+// than before, and both recognisers hear the digits.
+TEST(TrainPhones, TransformedFeaturesInBothRecognisers) {
+  const PhoneFolder folder;
+  const CommandResult trained =
+      run_kivsr(folder.train("model",
+                             "--dynamics splice --regression-window 3 --lda 20 --mllt --tied-states 100 "
+                             "--least-leaf 20 -j 2"));
+  ASSERT_EQ(trained.status, 0) << trained.errors;
+  EXPECT_LE(errors_of_digits(folder, "model"), 6);
+  if (!has_pocketsphinx()) GTEST_SKIP() << "pocketsphinx is not installed";
+  EXPECT_NE(heard_by_pocketsphinx(folder, "model").find("one one one (man.ah.111a"), std::string::npos);
 }
 
 // Features from audio: what feat.params says is what the model was trained from.
@@ -104,13 +121,15 @@ TEST(TrainPhones, FromAudio) {
 
 TEST(TrainPhones, TheSameBytesForAnyJobsAndInterruptions) {
   const PhoneFolder folder;
-  const std::string options = "--tied-states 90 --least-leaf 20 --components 2 --iterations 1 --flat-passes 4 ";
+  const std::string options =
+      "--tied-states 90 --least-leaf 20 --components 2 --iterations 1 --flat-passes 4 --lda 25 ";
   ASSERT_EQ(run_kivsr(folder.train("whole", options)).status, 0);
   ASSERT_EQ(run_kivsr(folder.train("jobs", options + "--jobs 3")).status, 0);
   EXPECT_EQ(folder.record("jobs"), folder.record("whole"));
   ASSERT_EQ(run_kivsr(folder.train("stopped", options + "--passes 4")).status, 0);
   EXPECT_FALSE(std::filesystem::exists(folder / "stopped" / "means"));
   ASSERT_EQ(run_kivsr(folder.train("stopped", options + "--passes 1 --resume")).status, 0);
+  EXPECT_EQ(read_phone_model(folder / "stopped" / kPhoneModelRecord).dimension(), 25);
   ASSERT_EQ(run_kivsr(folder.train("stopped", "--resume")).status, 0);
   EXPECT_EQ(folder.record("stopped"), folder.record("whole"));
   EXPECT_EQ(read_file(folder / "stopped" / "means"), read_file(folder / "whole" / "means"));
@@ -120,21 +139,25 @@ TEST(TrainPhones, TheSameBytesForAnyJobsAndInterruptions) {
     ASSERT_EQ(run_kivsr(folder.train(model, options + "--resume")).status, 0);
     EXPECT_EQ(folder.record(model), folder.record("whole"));
   }
-  const CommandResult other = run_kivsr(folder.train("stopped", "--resume --tied-states 91"));
-  EXPECT_EQ(other.status, 2);
-  EXPECT_NE(other.errors.find("begun with another --tied-states"), std::string::npos) << other.errors;
+  for (const char* const setting : {"--tied-states 91", "--lda 24"}) {
+    const CommandResult other = run_kivsr(folder.train("stopped", "--resume " + std::string(setting)));
+    EXPECT_EQ(other.status, 2);
+    EXPECT_NE(other.errors.find("begun with another " + std::string(setting).substr(0, 5)), std::string::npos)
+        << other.errors;
+  }
 }
 
 // Every pass, the one that ties states too, from sums in files: the bytes of a run of one part are those of a run
 // without parts, of three parts what the passes say. Equal gains and weights may come in another order by rounding.
 TEST(TrainPhones, PartsOfPassesMakeTheSameModel) {
   const PhoneFolder folder;
-  const std::string options = "--tied-states 90 --least-leaf 20 --components 2 --iterations 1 --flat-passes 2 ";
+  const std::string options =
+      "--tied-states 90 --least-leaf 20 --components 2 --iterations 1 --flat-passes 2 --lda 15 --mllt ";
   const CommandResult whole = run_kivsr(folder.train("whole", options));
   ASSERT_EQ(whole.status, 0);
   const auto by_parts = [&](const std::string& model, int parts) {
     std::string said = run_kivsr(folder.train(model, options + "--passes 0")).output;
-    for (int pass = 0; pass < 5; ++pass) {
+    for (int pass = 0; pass < 7; ++pass) {
       std::string sums;
       for (int part = 1; part <= parts; ++part) {
         const std::string file = quoted(folder / ("s" + std::to_string(part)));
@@ -169,7 +192,8 @@ TEST(TrainPhones, ProcessesOfMpirun) {
     GTEST_SKIP() << "built without MPI";
   }
   const PhoneFolder folder;
-  const std::string options = "--tied-states 90 --least-leaf 20 --components 2 --iterations 1 --flat-passes 4 ";
+  const std::string options =
+      "--tied-states 90 --least-leaf 20 --components 2 --iterations 1 --flat-passes 4 --lda 30 ";
   const CommandResult alone = run_kivsr(folder.train("alone", options));
   ASSERT_EQ(alone.status, 0) << alone.errors;
   const CommandResult three = run_kivsr(folder.train("three", options + "--jobs 2"), kMpirun + "-n 3 ");

@@ -87,5 +87,33 @@ TEST(Differences, StreamsHaveTheirColumnsInOrder) {
   EXPECT_THROW(FeatureChain{recipe}, Fault);
 }
 
+TEST(Splice, NeighboursStandBesideEachOtherAndATransformSeesThem) {
+  constexpr int kWidth = 3;
+  Recipe recipe = Recipe::of_features(kWidth);
+  recipe.dynamics = Dynamics::kSplice;
+  recipe.regression_window = 2;
+  std::vector<float> matrix(2 * 5 * kWidth);
+  matrix[2] = 1.0F;  // the last column of t - 2
+  matrix[5 * kWidth + 6] = 0.5F;
+  matrix[5 * kWidth + 14] = -4.0F;  // the first of t, the last of t + 2
+  for (const int height : {1, 4, 30}) {
+    const FeatureMatrix rows = random_rows(height, kWidth);
+    const auto c = [&](int t, int i) { return rows.row(std::clamp(t, 0, height - 1))[i]; };
+    recipe.feature_transform.clear();
+    const FeatureMatrix spliced = FeatureChain(recipe).run_rows(rows);
+    recipe.feature_transform = matrix;
+    const FeatureMatrix transformed = FeatureChain(recipe).run_rows(rows);
+    ASSERT_EQ(spliced.width, 5 * kWidth);
+    ASSERT_EQ(spliced.height(), height);
+    ASSERT_EQ(transformed.width, 2);
+    ASSERT_EQ(transformed.height(), height);
+    for (int t = 0; t < height; ++t) {
+      for (int i = 0; i < 5 * kWidth; ++i) EXPECT_EQ(spliced.row(t)[i], c(t + i / kWidth - 2, i % kWidth));
+      EXPECT_EQ(transformed.row(t)[0], c(t - 2, 2));
+      EXPECT_NEAR(transformed.row(t)[1], 0.5F * c(t, 0) - 4.0F * c(t + 2, 2), 1e-5);
+    }
+  }
+}
+
 }  // namespace
 }  // namespace kivsr::speech::test

@@ -89,6 +89,16 @@ TEST(FeatParams, RecipeOfAModel) {
   const TemporaryFolder folder;
   const auto file = folder.write("feat.params", "-lowerf 130 -upperf 6800 -nfilt 25 -transform dct -lifter 22\n");
   EXPECT_EQ(read_feat_params(file).recipe(file), preset("sphinx-39"));
+  Recipe spliced = preset("sphinx-39");
+  spliced.dynamics = Dynamics::kSplice;
+  spliced.regression_window = 4;
+  folder.write("feat.params", feat_params_text(spliced) + "-ldadim 29\n");
+  EXPECT_EQ(read_feat_params(file).recipe(file), spliced);
+  EXPECT_EQ(read_feat_params(file).transform_rows(file), 29);
+  for (const char* const fault : {"-feat 13:0\n", "-feat 13:4x\n", "-feat 12:4\n", "-feat 13:400\n"}) {
+    folder.write("feat.params", fault);
+    EXPECT_THROW((void)read_feat_params(file).recipe(file), Fault) << fault;
+  }
   folder.write("feat.params", "-feat s3_1x39\n");
   EXPECT_NE(fault_of([&] { (void)read_feat_params(file).recipe(file); }).find("only 1s_c_d_dd"), std::string::npos);
 }

@@ -14,8 +14,8 @@
 namespace kivsr::speech::test {
 namespace {
 
-constexpr Dynamics kDynamics[] = {Dynamics::kNone,   Dynamics::kWin1,        Dynamics::kWin2,   Dynamics::kRegression,
-                                  Dynamics::kAurora, Dynamics::kDifferences, Dynamics::kStreams};
+constexpr Dynamics kDynamics[] = {Dynamics::kNone,   Dynamics::kWin1,        Dynamics::kWin2,    Dynamics::kRegression,
+                                  Dynamics::kAurora, Dynamics::kDifferences, Dynamics::kStreams, Dynamics::kSplice};
 constexpr Normalisation kNormalisations[] = {Normalisation::kNone, Normalisation::kMean, Normalisation::kMeanVariance,
                                              Normalisation::kRunningMean, Normalisation::kRunningMeanVariance};
 
@@ -169,7 +169,8 @@ TEST(FeatureChain, ShortUtterancesHaveAllTheirRows) {
       const FeatureMatrix rows = chain.run(noise(frames == 0 ? 100 : 200 + 80 * (frames - 1)));
       ASSERT_EQ(rows.height(), frames) << static_cast<int>(dynamics);
       for (const float value : rows.values) ASSERT_TRUE(std::isfinite(value));
-      if (dynamics == Dynamics::kNone || dynamics == Dynamics::kStreams || frames != 1) continue;
+      if (dynamics == Dynamics::kNone || dynamics == Dynamics::kStreams || dynamics == Dynamics::kSplice || frames != 1)
+        continue;
       const auto row = rows.row(0).subspan(static_cast<std::size_t>(parameters.static_width()));
       for (const float slope : row) EXPECT_NEAR(slope, 0.0F, 1e-4) << "one frame has none";
     }

@@ -78,6 +78,25 @@ TEST(Recipe, EveryFieldIsToldApartWrittenAndRead) {
   EXPECT_GT(fields, 40);
 }
 
+TEST(Recipe, TransformsOfTheColumns) {
+  Recipe recipe = Recipe::of_features(3);
+  EXPECT_EQ(recipe.text().find("feature-transform"), std::string::npos) << "only where there is one";
+  recipe.feature_transform = {1.0F, 2.0F, -0.5F, 0.0F, 1e-7F, 3.0F};
+  recipe.validate();
+  EXPECT_EQ(recipe.width(), 2);
+  EXPECT_EQ(recipe.column_names(), (std::vector<std::string>{"y1", "y2"}));
+  EXPECT_EQ(Recipe::parse(recipe.text(), "text"), recipe);
+  recipe.dynamics = Dynamics::kSplice;
+  recipe.regression_window = 1;
+  EXPECT_EQ(fault_of([&] { recipe.validate(); }),
+            "recipe: the feature transform does not have rows of 9 values, at most as many");
+  recipe.feature_transform.clear();
+  EXPECT_EQ(recipe.column_names(),
+            (std::vector<std::string>{"x1_-1", "x2_-1", "x3_-1", "x1_0", "x2_0", "x3_0", "x1_1", "x2_1", "x3_1"}));
+  recipe.regression_window = 11;
+  EXPECT_NE(fault_of([&] { recipe.validate(); }).find("a splice reaches"), std::string::npos);
+}
+
 // Every member of the value is a field. The bindings name each member: one more does not compile until it is listed.
 TEST(Recipe, EveryMemberIsAField) {
   const Recipe recipe;
@@ -92,10 +111,10 @@ TEST(Recipe, EveryMemberIsAField) {
   };
   const auto& [source, source_width, front_end, noise_reduction, equalisation, reference, normalise_energy,
                silence_floor, energy_scale, energy_maximum, normalisation, cepstra_only, frames, dynamics, window,
-               derivatives, drop_energy, pitch, pitch_low, pitch_high, speech, drop] = recipe;
+               derivatives, drop_energy, feature_transform, pitch, pitch_low, pitch_high, speech, drop] = recipe;
   expect_visited(source, source_width, equalisation, reference, normalise_energy, silence_floor, energy_scale,
-                 energy_maximum, normalisation, cepstra_only, frames, dynamics, window, derivatives, drop_energy, pitch,
-                 pitch_low, pitch_high, speech, drop);
+                 energy_maximum, normalisation, cepstra_only, frames, dynamics, window, derivatives, drop_energy,
+                 feature_transform, pitch, pitch_low, pitch_high, speech, drop);
   const auto& [kind, rate, scale, dither, seed, emphasis, in_frame, length, shift, fft, shape, offset, framing, edges,
                pad, spectrum, spectrum_scale, filters, area, rounded, count, mel, low, high, multiplier, divisor, floor,
                log_offset, logarithm, range, transform, cepstra, lifter, form, zeroth, output, order, energy, energy_of,

@@ -106,6 +106,21 @@ TEST(AcousticModel, MissingAndContradictingFilesAreNamed) {
   }
 }
 
+// -ldadim takes the first rows; Gaussians and features have to fit the transform.
+TEST(AcousticModel, FeatureTransforms) {
+  const TemporaryFolder folder;
+  std::filesystem::copy(kTestData / "an4_ci_cont", folder.path());
+  std::vector<float> matrix(39 * 39);
+  for (std::size_t i = 0; i < matrix.size(); ++i) matrix[i] = static_cast<float>(i);
+  folder.write("feature_transform", s3_bytes({1, 39, 39}, matrix));
+  EXPECT_EQ(read_acoustic_model(folder.path()).recipe.feature_transform, matrix);
+  folder.write("feat.params", read_file(folder / "feat.params") + "\n-ldadim 20\n");
+  EXPECT_NE(fault_of([&] { read_acoustic_model(folder.path()); }).find("do not fit the 20"), std::string::npos);
+  folder.write("feature_transform", s3_bytes({1, 39, 38}, std::vector<float>(39 * 38)));
+  EXPECT_NE(fault_of([&] { read_acoustic_model(folder.path()); }).find("feature_transform: a transform of 38 values"),
+            std::string::npos);
+}
+
 TEST(Dictionary, AlternatesCommentsAndFaults) {
   const TemporaryFolder folder;
   const auto file = folder.write(

@@ -71,6 +71,19 @@ TEST(S3File, WeightsAndTransitionsKeepTheirShape) {
   EXPECT_NE(fault_of([&] { read_transition_matrices(folder.write("t", s3_bytes({1, 2, 2}, {1, 1, 0, 0}))); }), "");
 }
 
+TEST(S3File, TransformsComeBack) {
+  const TemporaryFolder folder;
+  const FeatureTransform read =
+      read_feature_transform(folder.write("t", s3_bytes({1, 2, 3}, {1, 2, 3, 4, 5, 6}, true)));
+  EXPECT_EQ(read.rows, 2);
+  EXPECT_EQ(read.columns, 3);
+  write_feature_transform(folder / "w", read);
+  EXPECT_EQ(read_feature_transform(folder / "w").values, (std::vector<float>{1, 2, 3, 4, 5, 6}));
+  for (const auto& counts : {std::vector<std::uint32_t>{2, 1, 3}, {1, 3, 3}, {1, 0, 3}}) {
+    EXPECT_NE(fault_of([&] { read_feature_transform(folder.write("t", s3_bytes(counts, {1, 2, 3, 4, 5, 6}))); }), "");
+  }
+}
+
 TEST(S3File, ReadsTheSwappedFileOfAPackage) {
   const TemporaryFolder folder;
   const std::filesystem::path original = kTestData / "an4_ci_cont" / "variances";

@@ -144,6 +144,42 @@ TEST(Training, PartsAddUpToTheWhole) {
   }
 }
 
+// All frames belong to the only place: their covariance about the mean, formed here frame by frame.
+TEST(Training, ProductsOfAState) {
+  const WordModel model = small_model({1});
+  Statistics zero(std::span(model.states), 3, 0, 0);
+  zero.want_products();
+  Statistics sums = zero;
+  GraphBuilder builder;
+  builder.add_begin(builder.add_place(0, 0.5), 1.0);
+  builder.add_end(0, 1.0);
+  const MixtureEvaluator evaluator(model.states, 3);
+  TrainingWork work(evaluator, kDefaultBeam);
+  const FeatureMatrix rows = random_rows(25, 3, 4);
+  ASSERT_EQ(sums.add_utterance(builder.finish(), rows, AlignmentMethod::kBaumWelch, work), Statistics::Outcome::kUsed);
+  std::size_t place = 0;
+  for (int i = 0; i < 3; ++i) {
+    for (int k = i; k < 3; ++k, ++place) {
+      double expected = 0.0;
+      for (int t = 0; t < 25; ++t) {
+        const auto difference = [&](int column) {
+          return static_cast<double>(rows.row(t)[column]) -
+                 static_cast<double>(model.states[0].means[static_cast<std::size_t>(column)]);
+        };
+        expected += difference(i) * difference(k);
+      }
+      EXPECT_NEAR(sums.states[0].products[place], expected, 1e-9 * (1.0 + std::abs(expected)));
+    }
+  }
+  const TemporaryFolder folder;
+  sums.write(folder / "sums");
+  EXPECT_EQ(Statistics::read(folder / "sums", zero).states[0].products, sums.states[0].products);
+  sums.states[0].products[1] = 1e9;
+  sums.write(folder / "sums");
+  EXPECT_NE(fault_of([&] { Statistics::read(folder / "sums", zero); }).find("a sum of products is larger"),
+            std::string::npos);
+}
+
 // A file with the right checksum may still hold what no run gives.
 TEST(Training, SumsThatNoRunGivesAreRefused) {
   const WordModel model = small_model();
