@@ -52,6 +52,15 @@ void each_block(AudioReader reader, NoiseStream& noise, Take take) {
   }
 }
 
+// Of the whole recording and of the noise that it gets.
+MixLevels levels_of(AudioReader reader, NoiseStream& noise) {
+  MixLevels levels;
+  each_block(std::move(reader), noise, [&](std::span<const std::vector<float>> block, std::span<const float> samples) {
+    levels.add(block, samples);
+  });
+  return levels;
+}
+
 // Every file has the next noise, and a place in it, or white samples, of its own. It is read twice, for the levels and
 // for the sum.
 void MixCommand::mix(const FileTask& task, std::size_t index, FileTurn& turn) const {
@@ -63,13 +72,7 @@ void MixCommand::mix(const FileTask& task, std::size_t index, FileTurn& turn) co
   OutputFile output(task.output);
   AudioWriter writer(output, audio_name(task.output, format), rate, reader.channels(), reader.sample_format());
   const auto noise = name == "white" ? white_noise_stream(own_seed) : file_noise_stream(name, rate, raw, own_seed);
-  using Block = std::span<const std::vector<float>>;
-  std::int64_t count = 0;
-  MixLevels levels;
-  each_block(std::move(reader), *noise, [&](Block block, std::span<const float> samples) {
-    levels.add(block, samples);
-    count += static_cast<std::int64_t>(samples.size());
-  });
+  const MixLevels levels = levels_of(std::move(reader), *noise);
   float factor = 0.0F;
   try {
     factor = levels.factor(snr);
@@ -78,12 +81,15 @@ void MixCommand::mix(const FileTask& task, std::size_t index, FileTurn& turn) co
   }
   noise->restart();
   std::int64_t beyond = 0;
+  std::int64_t count = 0;
   std::vector<std::vector<float>> sum;
-  each_block(AudioReader(task.input, raw), *noise, [&](Block block, std::span<const float> samples) {
+  const auto write = [&](std::span<const std::vector<float>> block, std::span<const float> samples) {
+    count += static_cast<std::int64_t>(samples.size());
     sum.assign(block.begin(), block.end());
     beyond += add_noise(sum, samples, factor);
     writer.append(sum);
-  });
+  };
+  each_block(AudioReader(task.input, raw), *noise, write);
   writer.finish();
   output.commit();
   turn.heard(static_cast<double>(count) / rate);

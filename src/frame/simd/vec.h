@@ -77,8 +77,9 @@
 //   transpose_rows(v)        four by four, in each group of four lanes: lane k + 4 h of v[j] becomes lane j + 4 h of v[k]
 //   interleave_rows(a)       lane j of group h becomes lane j * groups + h
 //
-// Beside it: complex_lanes.h, math.h, control.h. A new instruction set is one more file of overloads and a line here;
-// new is what it overloads, the rest is there.
+// Beside it: complex_lanes.h, math.h, control.h, and short_rows.h, whose load_short<T>(p) and load_some_short<T>(p, n)
+// are load and load_some in vectors of at most eight lanes. A new instruction set is one more file of overloads and a
+// line here; new is what it overloads, the rest is there.
 #pragma once
 
 #include "generic.h"

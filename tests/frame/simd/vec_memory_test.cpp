@@ -2,6 +2,7 @@
 // elements that were asked for.
 #include <utility>
 
+#include "frame/simd/short_rows.h"
 #include "frame/simd/vec.h"
 #include "lanes.h"
 #include "support/guarded.h"
@@ -42,6 +43,24 @@ TYPED_TEST(Loads, ConvertEachElement) {
           ASSERT_TRUE(same_bits(filled[l], static_cast<T>(elements[l < static_cast<std::size_t>(n) ? l : 0])));
         }
       }
+      for (int l = 0; l < W; ++l) {
+        const T expected = l < n ? static_cast<T>(elements[static_cast<std::size_t>(l)]) : T{0};
+        ASSERT_TRUE(same_bits(v[static_cast<std::size_t>(l)], expected)) << n << " lane " << l;
+      }
+    }
+  }
+}
+
+TYPED_TEST(Loads, OfShortRowsConvertEachElement) {
+  using T = typename TypeParam::T;
+  using S = typename TypeParam::S;
+  if constexpr (std::is_same_v<T, float>) {
+    constexpr int W = simd::ShortVec<T>::width;
+    const std::vector<S> pool = edge_values<S>();
+    for (int n = 0; n <= W; ++n) {
+      const std::vector<S> elements(pool.begin(), pool.begin() + n);
+      const Guarded<S> memory(elements);
+      const auto v = lanes(n == W ? simd::load_short<T>(memory.data()) : simd::load_some_short<T>(memory.data(), n));
       for (int l = 0; l < W; ++l) {
         const T expected = l < n ? static_cast<T>(elements[static_cast<std::size_t>(l)]) : T{0};
         ASSERT_TRUE(same_bits(v[static_cast<std::size_t>(l)], expected)) << n << " lane " << l;
