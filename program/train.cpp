@@ -47,6 +47,7 @@ struct TrainCommand {
   std::string part_text;
   std::string statistics_file;
   std::vector<std::string> sum_files;
+  std::string cache_folder;
   RawFormat raw;
   int source_width = 13;  // of .mfc files
   int jobs = 1;
@@ -69,10 +70,12 @@ struct TrainCommand {
   void sum_parts();
   void load(const std::vector<TrainingItem>& items, const TrainingShare& share);
   void share_model();
+  const RowCache* cache() const { return cache_ ? &*cache_ : nullptr; }
   Statistics add_up(bool warnings) const;
   void complete_pass(const Statistics& statistics);
 
   std::unique_ptr<TrainingTeam> team_;
+  std::optional<RowCache> cache_;
   WordModel model_;
   int pass_ = 0;
   TrainingUtterances utterances_;
@@ -143,7 +146,7 @@ void TrainCommand::begin(const std::vector<TrainingItem>& items) {
 
 void TrainCommand::load(const std::vector<TrainingItem>& items, const TrainingShare& share) {
   utterances_ = load_with_progress(items.size(), share, bad_, [&](const auto& begin, const auto& left_out) {
-    return load_utterances(items, model_, raw, begin, share, left_out);
+    return load_utterances(items, model_, {raw, cache()}, begin, share, left_out);
   });
 }
 
@@ -224,7 +227,7 @@ void TrainCommand::run_phones() {
   run.list = list.transcripts.empty() ? list.list.string() : list.transcripts.string();
   run.folder = model_file;
   run.recipe = recipe.recipe();
-  run.raw = raw;
+  run.source = {raw, cache()};
   run.resume = resume;
   run.most_passes = most_passes;
   run.jobs = jobs;
@@ -251,6 +254,7 @@ void TrainCommand::run() {
   if (team_ && (!part_text.empty() || !sum_files.empty())) {
     throw Fault("train: processes of mpirun share a list themselves, without --part and --sum");
   }
+  if (!cache_folder.empty()) cache_.emplace(cache_folder, say_of_kept_rows);
   run_pass_or_all();
   team_.reset();
 }
@@ -350,6 +354,8 @@ void add_train(Command program) {
   command.option("--part").excludes("--passes");
   add_number(command, "--jobs,-j", options->jobs, 1, 1024, "Utterances that are worked on at a time");
   add_number(command, "--mfc-width", options->source_width, 1, 10000, "Values of a frame in .mfc files");
+  command.add_option("--cache", options->cache_folder,
+                     "Folder that keeps the rows of features of each file for the next run");
   add_raw_options(command, options->raw);
   add_training_settings(command, options);
   options->states = command.option("--states");

@@ -157,7 +157,7 @@ class PhoneTraining {
       return words;
     };
     utterances_ = load_with_progress(run_.items.size(), run_.share, bad_, [&](const auto& begin, const auto& left_out) {
-      return load_utterances(run_.items, model_.recipe, numbers, run_.raw, begin, run_.share, left_out);
+      return load_utterances(run_.items, model_.recipe, numbers, run_.source, begin, run_.share, left_out);
     });
   }
 

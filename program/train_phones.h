@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "kivsr/speech/front/recipe.h"
-#include "kivsr/speech/io/audio_reader.h"
 #include "kivsr/speech/train/phone_trainer.h"
 #include "program/command.h"
 #include "program/file_loop.h"
@@ -33,7 +32,7 @@ struct PhoneTrainingRun {
   std::string list;    // their file
   std::string folder;  // of the model
   Recipe recipe;
-  RawFormat raw;
+  RowSource source;
   bool resume = false;
   int most_passes = -1;
   int jobs = 1;

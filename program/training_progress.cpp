@@ -25,6 +25,8 @@ TrainingUtterances load_with_progress(std::size_t items, const TrainingShare& sh
   return utterances;
 }
 
+void say_of_kept_rows(const Fault& fault) { std::fprintf(stderr, "kivsr: %s\n", fault.what()); }
+
 TrainingListener listener_of(Progress& progress, bool warnings) {
   TrainingListener listener;
   listener.begin = [&](const std::filesystem::path& file) { progress.step(file.string()); };

@@ -18,6 +18,9 @@ using UtteranceLoader = std::function<TrainingUtterances(const FileListener& beg
 TrainingUtterances load_with_progress(std::size_t items, const TrainingShare& share, std::optional<BadFiles>& bad,
                                       const UtteranceLoader& load);
 
+// What is wrong with the rows that a folder keeps, on standard error.
+void say_of_kept_rows(const Fault& fault);
+
 // Of a pass: with warnings a line on standard error names each utterance that cannot be used.
 TrainingListener listener_of(Progress& progress, bool warnings);
 

@@ -123,11 +123,16 @@ FeatureMatrix TrainingUtterances::rows(const TrainingUtterance& utterance) const
 
 namespace {
 
-void load_item(const TrainingItem& item, std::size_t number, const WordNumbers& words, const RawFormat& raw,
+void load_item(const TrainingItem& item, std::size_t number, const WordNumbers& words, const RowSource& source,
                FeatureChain& chain, TrainingUtterances& utterances) {
   utterances.add(item.file, words(item), number);
   try {
-    stream_utterance(item.file, chain, raw, [&](const FeatureMatrix& rows) { utterances.append(rows); });
+    const RowTaker append = [&](const FeatureMatrix& rows) { utterances.append(rows); };
+    if (source.cache != nullptr) {
+      source.cache->stream(item.file, chain, source.raw, append);
+    } else {
+      stream_utterance(item.file, chain, source.raw, append);
+    }
   } catch (const Fault&) {
     utterances.remove_last();
     throw;
@@ -137,7 +142,7 @@ void load_item(const TrainingItem& item, std::size_t number, const WordNumbers& 
 }  // namespace
 
 TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const Recipe& recipe,
-                                   const WordNumbers& words, const RawFormat& raw, const FileListener& begin,
+                                   const WordNumbers& words, const RowSource& source, const FileListener& begin,
                                    const TrainingShare& share, const FaultListener& left_out) {
   TrainingUtterances utterances(items.size(), share.team);
   FeatureChain chain(recipe);
@@ -145,7 +150,7 @@ TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const
     if (!share.has(i, {items.size()})) continue;
     if (begin) begin(items[i].file);
     try {
-      load_item(items[i], i, words, raw, chain, utterances);
+      load_item(items[i], i, words, source, chain, utterances);
     } catch (const Fault& fault) {
       if (!left_out) throw;
       left_out(fault);
@@ -154,8 +159,8 @@ TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const
   return utterances;
 }
 
-TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const WordModel& model, const RawFormat& raw,
-                                   const FileListener& begin, const TrainingShare& share,
+TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const WordModel& model,
+                                   const RowSource& source, const FileListener& begin, const TrainingShare& share,
                                    const FaultListener& left_out) {
   const WordNumbers words = [&](const TrainingItem& item) {
     std::vector<int> numbers;
@@ -166,7 +171,7 @@ TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const
     }
     return numbers;
   };
-  return load_utterances(items, model.recipe, words, raw, begin, share, left_out);
+  return load_utterances(items, model.recipe, words, source, begin, share, left_out);
 }
 
 }  // namespace kivsr::speech

@@ -13,6 +13,7 @@
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/row_store.h"
 #include "kivsr/speech/models/word_model.h"
+#include "kivsr/speech/train/row_cache.h"
 #include "kivsr/speech/train/training_team.h"
 
 namespace kivsr::speech {
@@ -95,16 +96,22 @@ using FileListener = std::function<void(const std::filesystem::path& file)>;
 // Is told of each file that cannot be used, and why.
 using FaultListener = std::function<void(const Fault& fault)>;
 
+// How files become rows.
+struct RowSource {
+  RawFormat raw;
+  const RowCache* cache = nullptr;
+};
+
 // A file that cannot be read, or has a word that the model does not have, is left out if somebody is told of it; else
 // its Fault is thrown on.
-TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const WordModel& model, const RawFormat& raw,
-                                   const FileListener& begin = {}, const TrainingShare& share = {},
-                                   const FaultListener& left_out = {});
+TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const WordModel& model,
+                                   const RowSource& source, const FileListener& begin = {},
+                                   const TrainingShare& share = {}, const FaultListener& left_out = {});
 
 // The same with words that are numbered by somebody else, who throws Fault for one that he does not have.
 using WordNumbers = std::function<std::vector<int>(const TrainingItem& item)>;
 TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const Recipe& recipe,
-                                   const WordNumbers& words, const RawFormat& raw, const FileListener& begin,
+                                   const WordNumbers& words, const RowSource& source, const FileListener& begin,
                                    const TrainingShare& share, const FaultListener& left_out);
 
 }  // namespace kivsr::speech
