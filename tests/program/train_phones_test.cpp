@@ -208,7 +208,12 @@ TEST(TrainPhones, ProcessesOfMpirun) {
   EXPECT_EQ(three.output.substr(three.output.find("pass 1")), alone.output.substr(alone.output.find("pass 1")));
 
   const std::string program = quoted(executable) + " " + folder.train("killed", options);
-  const CommandResult killed = run_command(kMpirun + "-n 2 " + program + " : -n 1 timeout -s KILL 0.15 " + program);
+  // one that is killed while the processes still find each other would leave mpirun waiting
+  const auto one = folder.write("one", "#!/bin/sh\n" + program + " &\nwhile kill -0 $! && [ ! -e " +
+                                           quoted(folder / "killed" / kPhoneModelRecord) +
+                                           " ]; do sleep 0.01; done\nkill -s KILL $!\nwait $!\n");
+  const CommandResult killed =
+      run_command("timeout -k 5 60 " + kMpirun + "-n 2 " + program + " : -n 1 sh " + quoted(one));
   EXPECT_NE(killed.status, 0);
   ASSERT_EQ(run_kivsr(folder.train("killed", options + "--resume"), kMpirun + "-n 3 ").status, 0);
   EXPECT_EQ(folder.record("killed"), folder.record("alone"));
