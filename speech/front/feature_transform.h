@@ -1,5 +1,5 @@
 // A matrix that makes new columns of those of a row: what linear discriminant analysis and semi-tied covariances find
-// in training (train/discriminant_analysis.h, train/semi_tied_covariance.h).
+// in training (train/discriminant_analysis.h).
 #pragma once
 
 #include <memory>

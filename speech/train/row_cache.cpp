@@ -1,7 +1,8 @@
 #include "kivsr/speech/train/row_cache.h"
 
+#include <charconv>
 #include <cstdint>
-#include <cstdio>
+#include <iterator>
 #include <system_error>
 
 #include "kivsr/kivsr.hpp"
@@ -43,9 +44,10 @@ std::string key_of(const std::filesystem::path& file, const Recipe& recipe, cons
 // The same for a file and a recipe whenever they change, so that the entry of a file that was written anew is too.
 std::filesystem::path entry_name(const std::filesystem::path& file, const std::string& key, const Recipe& recipe) {
   const std::string name = key.substr(0, key.find('\n'));
-  char number[9];
-  std::snprintf(number, sizeof number, "%08x", static_cast<unsigned>(checksum_32(name + "\n" + recipe.text())));
-  return file.filename().string() + "-" + number + ".rows";
+  char digits[8];
+  const std::uint32_t number = checksum_32(name + "\n" + recipe.text());
+  char* const end = std::to_chars(digits, std::end(digits), number, 16).ptr;
+  return file.filename().string() + "-" + std::string(digits, end) + ".rows";
 }
 
 std::string lines_of(const RecordReader& reader) {
