@@ -25,7 +25,7 @@ struct KeywordSpotting {
 
   std::vector<std::string> texts;
   std::string list_file;
-  double threshold = 1e-4;  // for each phone
+  double threshold = 1e-5;  // for each phone
   AcousticOptions acoustic;
 
  private:

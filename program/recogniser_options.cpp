@@ -47,6 +47,8 @@ namespace {
 void add_scoring_options(Command command, AcousticOptions& options) {
   add_number(command, "--top", options.scoring.top, 0, 65536,
              "Gaussians of each codebook and stream that are summed, the likeliest of those scored; 0: all");
+  add_number(command, "--score-depth", options.scoring.depth, 0, 1e6,
+             "How far below the best of its stream in a frame a Gaussian counts, where states share them; 0: any");
   add_choice(command, "--arithmetic", options.scoring.arithmetic,
              {{"float", ScoreArithmetic::kSinglePrecision},
               {"double", ScoreArithmetic::kDoublePrecision},

@@ -53,7 +53,7 @@ def to_wave(source, target):
 def speak(voice, text, target):
     """Synthetic speech; espeak-ng speaks at 22,050 Hz."""
     if voice == "festival":
-        subprocess.run(["text2wave", "-F", "16000", "-o", target], input=text.encode(), check=True)
+        subprocess.run(["text2wave", "-eval", "(voice_kal_diphone)", "-F", "16000", "-o", target], input=text.encode(), check=True)
         return target
     rough = target.with_suffix(".rough")
     subprocess.run(["espeak-ng", "-v", voice, "-s", "150", "-w", rough, text], check=True)

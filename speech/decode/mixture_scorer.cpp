@@ -123,54 +123,72 @@ class ContinuousScorer : public Scorer {
 };
 
 // States share codebooks: those of one are summed together, over the likeliest Gaussians alone. Their likelihoods are
-// taken relative to the best one, so that sums of probabilities stay in range.
+// taken relative to the best one, so that sums of probabilities stay in range. No Gaussian counts as less likely than a
+// floor below the likeliest one of its stream in all codebooks of the frame: far from everything that the model knows,
+// likelihoods fall off by hundreds a frame, which says nothing about which state it was.
 template <class Arithmetic>
 class TiedScorer : public Scorer {
  public:
-  TiedScorer(const AcousticModel& model, int shortlist, int top)
+  TiedScorer(const AcousticModel& model, const ScorerOptions& options)
       : model_(model),
-        codebooks_(model, shortlist),
+        codebooks_(model, options.shortlist),
         states_(model),
-        top_(static_cast<std::size_t>(top)),
+        top_(static_cast<std::size_t>(std::max(options.top, 0))),
+        depth_(static_cast<Score>(options.depth)),
+        bests_(model.streams.size()),
+        terms_(static_cast<std::size_t>(model.codebooks) * model.streams.size()),
         totals_(static_cast<std::size_t>(model.definition.states)) {
     for (const ModelStream& stream : model.streams) weights_.emplace_back(model, stream, states_);
   }
 
   void score(std::span<const float> frame, std::span<const int> states, std::span<float> scores) override {
     codebooks_.start_frame(frame);
+    wanted_.clear();
+    std::fill(bests_.begin(), bests_.end(), std::numeric_limits<Score>::lowest());
     for (const int state : states) {
       const int codebook = model_.codebook_of_state[static_cast<std::size_t>(state)];
-      if (codebooks_.evaluate(codebook)) sum_codebook(codebook);
-      scores[static_cast<std::size_t>(state)] = totals_[static_cast<std::size_t>(state)];
+      if (!codebooks_.evaluate(codebook)) continue;
+      wanted_.push_back(codebook);
+      for (std::size_t stream = 0; stream < bests_.size(); ++stream) {
+        choose_terms(codebook, stream);
+        bests_[stream] = std::max(bests_[stream], terms(codebook, stream).front().likelihood);
+      }
     }
+    for (const int codebook : wanted_) sum_codebook(codebook);
+    for (const int state : states) scores[static_cast<std::size_t>(state)] = totals_[static_cast<std::size_t>(state)];
   }
 
  private:
   using Score = typename Arithmetic::Score;
   using Term = typename TiedWeights<Score>::Term;
 
-  // terms_ are the likeliest Gaussians with their log likelihoods, the best one first.
+  std::vector<Term>& terms(int codebook, std::size_t stream) {
+    return terms_[static_cast<std::size_t>(codebook) * bests_.size() + stream];
+  }
+
+  // The likeliest Gaussians with their log likelihoods, the best one first.
   void choose_terms(int codebook, std::size_t stream) {
+    std::vector<Term>& terms = this->terms(codebook, stream);
     const std::span<const Score> likelihoods = codebooks_.likelihoods(codebook, stream);
     if (top_ == 0 || top_ >= likelihoods.size()) {
-      terms_.clear();
+      terms.clear();
       for (std::size_t i = 0; i < likelihoods.size(); ++i) {
-        terms_.push_back({codebooks_.gaussian(codebook, stream, i), likelihoods[i]});
-        if (likelihoods[i] > terms_.front().likelihood) std::swap(terms_.front(), terms_.back());
+        terms.push_back({codebooks_.gaussian(codebook, stream, i), likelihoods[i]});
+        if (likelihoods[i] > terms.front().likelihood) std::swap(terms.front(), terms.back());
       }
       return;
     }
-    terms_.assign(top_, {0, std::numeric_limits<Score>::lowest()});
+    terms.assign(top_, {0, std::numeric_limits<Score>::lowest()});
     // Most blocks hold none that is among the likeliest.
     constexpr std::size_t kBlock = 8;
     for (std::size_t first = 0; first < likelihoods.size(); first += kBlock) {
       const std::span<const Score> block = likelihoods.subspan(first, std::min(kBlock, likelihoods.size() - first));
-      if (block.size() == kBlock && !holds_above(block.template first<kBlock>(), terms_.back().likelihood)) continue;
+      if (block.size() == kBlock && !holds_above(block.template first<kBlock>(), terms.back().likelihood)) continue;
       for (std::size_t i = 0; i < block.size(); ++i) {
-        if (block[i] > terms_.back().likelihood) insert_term({static_cast<int>(first + i), block[i]});
+        if (block[i] > terms.back().likelihood) insert_term(terms, {static_cast<int>(first + i), block[i]});
       }
     }
-    for (Term& term : terms_) {
+    for (Term& term : terms) {
       term.gaussian = codebooks_.gaussian(codebook, stream, static_cast<std::size_t>(term.gaussian));
     }
   }
@@ -183,10 +201,10 @@ class TiedScorer : public Scorer {
     return above > 0;
   }
 
-  void insert_term(const Term& term) {
-    std::size_t place = top_ - 1;
-    for (; place > 0 && term.likelihood > terms_[place - 1].likelihood; --place) terms_[place] = terms_[place - 1];
-    terms_[place] = term;
+  static void insert_term(std::vector<Term>& terms, const Term& term) {
+    std::size_t place = terms.size() - 1;
+    for (; place > 0 && term.likelihood > terms[place - 1].likelihood; --place) terms[place] = terms[place - 1];
+    terms[place] = term;
   }
 
   static void take_logarithms(std::span<float> values) { call<kivsLn_32f_I>(values, values.size()); }
@@ -200,10 +218,11 @@ class TiedScorer : public Scorer {
     sums_.resize(count);
     for (std::size_t i = 0; i < count; ++i) totals_[static_cast<std::size_t>(states[i])] = 0.0F;
     for (std::size_t stream = 0; stream < weights_.size(); ++stream) {
-      choose_terms(codebook, stream);
-      const Score best = terms_.front().likelihood;
-      for (Term& term : terms_) term.likelihood = std::exp(term.likelihood - best);
-      weights_[stream].sum(codebook, terms_, sums_);
+      std::vector<Term>& terms = this->terms(codebook, stream);
+      const Score least = depth_ > 0 ? bests_[stream] - depth_ : std::numeric_limits<Score>::lowest();
+      const Score best = std::max(terms.front().likelihood, least);
+      for (Term& term : terms) term.likelihood = std::exp(std::max(term.likelihood, least) - best);
+      weights_[stream].sum(codebook, terms, sums_);
       for (Score& sum : sums_) sum = std::max(sum, std::numeric_limits<Score>::min());
       take_logarithms(std::span(sums_));
       for (std::size_t i = 0; i < count; ++i) {
@@ -216,8 +235,11 @@ class TiedScorer : public Scorer {
   CodebookScores<Arithmetic> codebooks_;
   CodebookStates states_;
   std::size_t top_;
+  Score depth_;
   std::vector<TiedWeights<Score>> weights_;  // [stream]
-  std::vector<Term> terms_;
+  std::vector<int> wanted_;                  // codebooks of the frame
+  std::vector<Score> bests_;                 // [stream]: likeliest Gaussian of these codebooks
+  std::vector<std::vector<Term>> terms_;     // [codebook][stream]
   std::vector<Score> sums_;
   std::vector<float> totals_;  // [state], of the codebooks that were evaluated in this frame
 };
@@ -227,7 +249,7 @@ std::unique_ptr<Scorer> make_scorer(const AcousticModel& model, const ScorerOpti
   if (model.codebooks == static_cast<int>(model.codebook_of_state.size())) {
     return std::make_unique<ContinuousScorer<Arithmetic>>(model, options.shortlist);
   }
-  return std::make_unique<TiedScorer<Arithmetic>>(model, options.shortlist, std::max(options.top, 0));
+  return std::make_unique<TiedScorer<Arithmetic>>(model, options);
 }
 
 }  // namespace

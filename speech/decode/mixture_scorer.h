@@ -17,6 +17,9 @@ struct ScorerOptions {
   ScoreArithmetic arithmetic = ScoreArithmetic::kSinglePrecision;
   int shortlist = 0;  // Gaussians of each codebook and stream that are scored for a frame; 0: all
   int top = 4;        // the likeliest of them, which alone are summed where states share a codebook; 0: all
+  // How far a log likelihood may lie below the best of its stream among the codebooks that a frame asks for, where
+  // states share a codebook; 0: any.
+  float depth = 10.0F;
 };
 
 // The model has to outlive its scorer.

@@ -18,7 +18,7 @@ SearchNetwork build_phone_loop(const AcousticModel& model, const SearchWeights& 
 
 struct Keyword {
   std::string text;         // one word or several
-  double threshold = 1e-4;  // how much less likely than any phones it may sound
+  double threshold = 1e-5;  // how much less likely than any phones it may sound
   bool each_phone = true;   // the threshold is to be taken as often as the keyword has phones
 };
 

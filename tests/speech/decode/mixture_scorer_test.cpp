@@ -94,7 +94,7 @@ TEST(MixtureScorer, ExtremeVariances) {
 TEST(MixtureScorer, PhoneticallyTiedMixtures) {
   const EnUs files;
   for (const auto& [arithmetic, absolute, relative] : kTolerances) {
-    const std::unique_ptr<Scorer> scorer = make_mixture_scorer(files.model, {arithmetic, 0, 0});
+    const std::unique_ptr<Scorer> scorer = make_mixture_scorer(files.model, {arithmetic, 0, 0, 0.0F});
     std::mt19937 generator(3);
     for (const int phone : {2, 32, 41}) {
       // a frame near the Gaussians of the phone
@@ -118,6 +118,37 @@ TEST(MixtureScorer, PhoneticallyTiedMixtures) {
   }
 }
 
+// Far from all Gaussians of a phone its states score by the floor below the best of the other phone that is asked for.
+TEST(MixtureScorer, NoGaussianLiesBelowTheDepth) {
+  const EnUs files;
+  std::vector<float> frame;
+  for (int stream = 0; stream < 3; ++stream) {
+    const float* const mean = files.means.rows(32, stream) + static_cast<std::ptrdiff_t>(13 * 7);
+    frame.insert(frame.end(), mean, mean + 13);
+  }
+  const std::vector<int> states{files.model.definition.phones[2].states[1],
+                                files.model.definition.phones[32].states[1]};
+  double floor_score = 0.0;
+  for (int stream = 0; stream < 3; ++stream) {
+    double best = -1e30;
+    double weight = 0.0;
+    for (int gaussian = 0; gaussian < 128; ++gaussian) {
+      for (const int phone : {2, 32}) {
+        best = std::max(best, log_density(files.means.rows(phone, stream) + 13 * gaussian,
+                                          files.variances.rows(phone, stream) + 13 * gaussian, 13,
+                                          &frame[static_cast<std::size_t>(13 * stream)]));
+      }
+      weight += std::exp(files.weights.log_weight(stream, gaussian, states[0]));
+    }
+    floor_score += best - 0.01 + std::log(weight);
+  }
+  std::vector<float> scores(126);
+  make_mixture_scorer(files.model, {ScoreArithmetic::kSinglePrecision, 0, 0, 0.01F})->score(frame, states, scores);
+  EXPECT_NEAR(scores[static_cast<std::size_t>(states[0])], floor_score, 0.02);
+  make_mixture_scorer(files.model, {ScoreArithmetic::kSinglePrecision, 0, 0, 0.0F})->score(frame, states, scores);
+  EXPECT_LT(scores[static_cast<std::size_t>(states[0])], floor_score - 5.0);
+}
+
 // The first cell of each stream has the first mean of the stream as its centre.
 TEST(MixtureScorer, ShortlistsHoldTheLikeliestGaussiansOfTheCell) {
   const EnUs files;
@@ -133,7 +164,7 @@ TEST(MixtureScorer, ShortlistsHoldTheLikeliestGaussiansOfTheCell) {
   const int counts[] = {1, 4, 30};
   for (std::size_t i = 0; i < 3; ++i) {
     const auto& [arithmetic, absolute, relative] = kTolerances[i];
-    make_mixture_scorer(files.model, {arithmetic, counts[i], 0})->score(frame, states, scores);
+    make_mixture_scorer(files.model, {arithmetic, counts[i], 0, 0.0F})->score(frame, states, scores);
     for (const int phone : {0, 20, 41}) {
       for (const int state : files.model.definition.phones[static_cast<std::size_t>(phone)].states) {
         const double expected = files.score(phone, state, frame, centre, counts[i]);
@@ -160,8 +191,8 @@ TEST(MixtureScorer, LossesOverSpeech) {
     }
     return result;
   };
-  const auto exact = all_scores({ScoreArithmetic::kDoublePrecision, 0, 0});
-  const auto quantised = all_scores({ScoreArithmetic::kSixteenBits, 0, 0});
+  const auto exact = all_scores({ScoreArithmetic::kDoublePrecision, 0, 0, 0.0F});
+  const auto quantised = all_scores({ScoreArithmetic::kSixteenBits, 0, 0, 0.0F});
   double squares = 0.0;
   for (std::size_t frame = 0; frame < exact.size(); ++frame) {
     for (std::size_t state = 0; state < 126; ++state) {
@@ -173,7 +204,7 @@ TEST(MixtureScorer, LossesOverSpeech) {
   EXPECT_EQ(all_scores({ScoreArithmetic::kSinglePrecision, 128}), all_scores({}));
   double last_loss = 4.0;
   for (const int count : {4, 32}) {
-    const auto listed = all_scores({ScoreArithmetic::kSinglePrecision, count, 0});
+    const auto listed = all_scores({ScoreArithmetic::kSinglePrecision, count, 0, 0.0F});
     double loss = 0.0;
     for (std::size_t frame = 0; frame < exact.size(); ++frame) {
       for (std::size_t state = 0; state < 126; ++state) {
