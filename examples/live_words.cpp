@@ -20,7 +20,7 @@ static void listen(const std::vector<std::string>& vocabulary) {
   const WordNetwork words = word_loop(vocabulary, "the command line");
   const auto wanted = words.vocabulary();
   const Dictionary dictionary = Dictionary::read(find_model_dictionary(model.folder), &wanted);
-  const SearchNetwork network = build_search_network(words, dictionary, model, SearchWeights());
+  const SearchNetwork network = build_search_network(words, dictionary, model, kWordWeights);
 
   StreamingRecogniser recogniser(network, model, make_mixture_scorer(model), default_beams(model));
   const auto print = [&](const std::vector<HypothesisWord>& said) {

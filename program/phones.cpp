@@ -14,8 +14,8 @@ void add_phones(Command program) {
   const Command command = program.add_subcommand("phones", "Recognise the phones of audio files, without words");
   const auto options = std::make_shared<RecogniseCommand>();
   options->phone_loop = true;
-  options->weights.language_weight = 4.0F;
-  options->weights.insertion_penalty = -2.0F;
+  options->weights = {
+      .given = {.language_weight = 4.0F, .insertion_penalty = -2.0F}, .has_penalty = true, .has_cost = true};
   options->beams = {
       .given = {.state = 60.0F, .phone = 50.0F, .word = 40.0F}, .has_state = true, .has_phone = true, .has_word = true};
   add_file_options(
@@ -31,11 +31,11 @@ void add_phones(Command program) {
   command.add_flag("--alignment", options->alignment, "Print start and end of each phone in seconds");
   add_format_option(command, options->format);
   add_result_options(command, options->results);
-  add_number(command, "--language-weight", options->weights.language_weight, 0, 1000,
+  add_number(command, "--language-weight", options->weights.given.language_weight, 0, 1000,
              "Factor of the log weights of phones");
-  add_number(command, "--insertion-penalty", options->weights.insertion_penalty, -10000, 10000,
+  add_number(command, "--insertion-penalty", options->weights.given.insertion_penalty, -10000, 10000,
              "Added to the log score for each phone");
-  add_search_options(command, options->weights, options->beams.given, options->acoustic);
+  add_search_options(command, options->weights.given, options->beams.given, options->acoustic);
   add_raw_options(command, options->raw);
   command.callback([options] { options->run(); });
 }

@@ -91,13 +91,19 @@ SearchNetwork RecogniseCommand::network_of(WordNetwork words_allowed, const Dict
       std::fprintf(stderr, "kivsr: the word \"%s\" cannot be pronounced and is left out\n", word.c_str());
     }
   }
-  return build_search_network(words_allowed, pronunciations, model, weights);
+  return build_search_network(words_allowed, pronunciations, model, weights.of_words());
+}
+
+NgramMixture RecogniseCommand::ngram_model() const {
+  NgramModel model = read_ngram_model(ngram_file);
+  if (mixed_ngram_file.empty()) return model;
+  return {std::move(model), read_ngram_model(mixed_ngram_file), ngram_share};
 }
 
 SearchNetwork RecogniseCommand::ngram_network_of(const AcousticModel& model) const {
   std::vector<std::string> unknown;
   SearchNetwork network =
-      build_ngram_network(read_ngram_model(ngram_file), acoustic.dictionary_path(model), model, weights, unknown);
+      build_ngram_network(ngram_model(), acoustic.dictionary_path(model), model, weights.of_words(), unknown);
   if (!unknown.empty()) {
     std::fprintf(stderr, "kivsr: %s of the language model %s cannot be pronounced: left out \"%s\"%s\n",
                  counted(static_cast<std::int64_t>(unknown.size()), "word").c_str(), ngram_file.c_str(),
@@ -122,8 +128,9 @@ RecogniseCommand::Task RecogniseCommand::word_model_task() const {
 RecogniseCommand::Task RecogniseCommand::phone_task() const {
   Task result;
   result.model = std::make_unique<AcousticModel>(acoustic.read_model());
-  result.network = ngram_file.empty() ? build_phone_loop(*result.model, weights)
-                                      : build_phone_ngram_network(read_ngram_model(ngram_file), *result.model, weights);
+  result.network = ngram_file.empty()
+                       ? build_phone_loop(*result.model, weights.of_words())
+                       : build_phone_ngram_network(read_ngram_model(ngram_file), *result.model, weights.of_words());
   return result;
 }
 
@@ -132,6 +139,7 @@ RecogniseCommand::Task RecogniseCommand::task() const {
   if (phone_loop) return phone_task();
   const int given = (grammar_file.empty() ? 0 : 1) + (words.empty() ? 0 : 1) + (ngram_file.empty() ? 0 : 1);
   const bool whole_words = is_word_model_file(acoustic.model_name);
+  if (ngram_file.empty() && !mixed_ngram_file.empty()) throw Fault("recognise: --mix-lm is for --lm");
   if (given > 1 || (given == 0 && !whole_words)) throw Fault("recognise: give one of --grammar, --words and --lm");
   if (whole_words && ngram_file.empty()) return word_model_task();
   if (whole_words) throw Fault("recognise: --lm is for models of phones, " + acoustic.model_name + " is one of words");
@@ -332,6 +340,9 @@ void add_recognise(Command program) {
                      "Words that may follow each other in any order: a list with commas, or a file, @name to be clear");
   command.add_option("--lm", options->ngram_file,
                      "Any words of an n-gram model: ARPA text, packed, or the name of one that Debian installs");
+  command.add_option("--mix-lm", options->mixed_ngram_file,
+                     "Second n-gram model, whose probabilities are added to --lm's");
+  add_number(command, "--lm-share", options->ngram_share, 0.001, 0.999, "Of --lm in that sum");
   command.add_flag("--skip-unknown", options->skip_unknown,
                    "Leave out words without a pronunciation instead of stopping");
   command.add_option("--reference", options->reference_file,
@@ -341,11 +352,10 @@ void add_recognise(Command program) {
   command.add_flag("--phones", options->phones, "Tell the phones of the words with their times too");
   add_format_option(command, options->format);
   add_result_options(command, options->results);
-  add_number(command, "--language-weight", options->weights.language_weight, 0, 1000,
+  add_number(command, "--language-weight", options->weights.given.language_weight, 0, 1000,
              "Factor of the grammar's log weights");
-  add_number(command, "--insertion-penalty", options->weights.insertion_penalty, -10000, 10000,
-             "Added to the log score for each word");
-  add_search_options(command, options->weights, options->beams.given, options->acoustic);
+  add_cost_options(command, options->weights);
+  add_search_options(command, options->weights.given, options->beams.given, options->acoustic);
   follow_model(command, options->beams);
   add_raw_options(command, options->raw);
   command.callback([options] { options->run(); });

@@ -11,6 +11,7 @@
 #include "kivsr/speech/decode/viterbi_search.h"
 #include "kivsr/speech/decode/word_errors.h"
 #include "kivsr/speech/io/audio_file.h"
+#include "kivsr/speech/models/ngram_mixture.h"
 #include "program/file_loop.h"
 #include "program/file_options.h"
 #include "program/recognise_report.h"
@@ -34,6 +35,8 @@ struct RecogniseCommand {
   std::string rule;
   std::string words;
   std::string ngram_file;
+  std::string mixed_ngram_file;  // whose probabilities are added
+  double ngram_share = 0.5;      // of the first
   std::string reference_file;
   ReportFormat format = ReportFormat::kText;
   bool alignment = false;
@@ -42,7 +45,7 @@ struct RecogniseCommand {
   bool skip_unknown = false;
   FileOptions files;
   RawFormat raw;
-  SearchWeights weights{.insertion_penalty = -10.0F};
+  GivenWeights weights;
   ModelBeams beams;
   ResultOptions results;
   bool segment = false;  // one result a segment of speech
@@ -82,6 +85,7 @@ struct RecogniseCommand {
   Task word_model_task() const;
   Task phone_task() const;
   SearchNetwork network_of(WordNetwork words, const Dictionary& pronunciations, const AcousticModel& model) const;
+  NgramMixture ngram_model() const;
   SearchNetwork ngram_network_of(const AcousticModel& model) const;
   RecognisedUtterance recognise(const std::string& file, Worker& worker) const;
   WordNetwork word_network() const;

@@ -83,6 +83,22 @@ void add_search_options(Command command, SearchWeights& weights, Beams& beams, A
   add_scoring_options(command, acoustic);
 }
 
+SearchWeights GivenWeights::of_words() const {
+  SearchWeights weights = given;
+  if (has_penalty && !has_cost) weights.word_cost = 0.0F;
+  return weights;
+}
+
+void add_cost_options(Command command, GivenWeights& weights) {
+  add_number(command, "--insertion-penalty", weights.given.insertion_penalty, -10000, 10000,
+             "Added to the log score for each word")
+      .each([&weights](const std::string&) { weights.has_penalty = true; });
+  add_number(command, "--word-cost", weights.given.word_cost, 0, 10000,
+             "In loops of a grammar instead of the penalty: words cost at least so much on average")
+      .default_text(formatted("%g, with --insertion-penalty 0", double{kWordWeights.word_cost}))
+      .each([&weights](const std::string&) { weights.has_cost = true; });
+}
+
 Beams ModelBeams::of(const AcousticModel& model) const {
   const Beams usual = default_beams(model);
   Beams beams = given;

@@ -34,6 +34,17 @@ void add_acoustic_options(Command command, AcousticOptions& options);
 // Penalties of silence and noise, beams, and how Gaussians are scored.
 void add_search_options(Command command, SearchWeights& weights, Beams& beams, AcousticOptions& acoustic);
 
+// A penalty that is given holds everywhere, in loops too, unless --word-cost is given beside it.
+struct GivenWeights {
+  SearchWeights given = kWordWeights;
+  bool has_penalty = false;
+  bool has_cost = false;
+
+  SearchWeights of_words() const;
+};
+// --insertion-penalty and --word-cost.
+void add_cost_options(Command command, GivenWeights& weights);
+
 // Beams that follow from the kind of the model where the command line does not give them.
 struct ModelBeams {
   Beams given;

@@ -12,6 +12,7 @@ from pathlib import Path
 DATA = Path("/usr/share/pocketsphinx/test/data")
 MODEL = Path("/usr/share/pocketsphinx/model/en-us")
 COMMANDS = Path(__file__).resolve().parent.parent / "examples" / "commands"
+FLITE = ("slt", "rms", "awb")  # its voices of 16 kHz that were made of much speech
 DIGITS = "zero one two three four five six seven eight nine".split()
 
 
@@ -55,6 +56,9 @@ def speak(voice, text, target):
     if voice == "festival":
         subprocess.run(["text2wave", "-eval", "(voice_kal_diphone)", "-F", "16000", "-o", target], input=text.encode(), check=True)
         return target
+    if voice in FLITE:
+        subprocess.run(["flite", "-voice", voice, "-t", text, "-o", target], check=True)
+        return target
     rough = target.with_suffix(".rough")
     subprocess.run(["espeak-ng", "-v", voice, "-s", "150", "-w", rough, text], check=True)
     with wave.open(str(rough)) as sound:
@@ -77,6 +81,10 @@ def peer(arguments, files, work):
 def voices():
     return ((["en-us", "en-gb"] if shutil.which("espeak-ng") else []) +
             (["festival"] if shutil.which("text2wave") else []))
+
+
+def flite_voices():
+    return list(FLITE) if shutil.which("flite") else []
 
 
 def read_books():

@@ -310,14 +310,16 @@ class StreamingRecogniser {
   std::mutex mutex_;
 };
 
-// What the dictionary of numbers says.
+// What the dictionary of numbers says. A penalty that is given holds in loops too.
 struct Numbers {
   explicit Numbers(const py::dict& numbers) {
+    if (numbers.contains("insertion_penalty")) weights.word_cost = 0.0F;
     const auto set = [&](const char* name, auto& member) {
       if (numbers.contains(name)) member = static_cast<float>(numbers[name].cast<double>());
     };
     set("language_weight", weights.language_weight);
     set("insertion_penalty", weights.insertion_penalty);
+    set("word_cost", weights.word_cost);
     set("silence_penalty", weights.silence_penalty);
     set("noise_penalty", weights.noise_penalty);
     set("beam", beams.state);
@@ -325,7 +327,7 @@ struct Numbers {
     set("word_beam", beams.word);
   }
 
-  speech::SearchWeights weights;
+  speech::SearchWeights weights = speech::kWordWeights;
   GivenBeams beams;
 };
 

@@ -1,6 +1,7 @@
 #include "kivsr/speech/decode/grammar_language.h"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <queue>
 #include <utility>
@@ -42,6 +43,35 @@ std::vector<std::vector<int>> pronunciations(const std::string& word, const Dict
   return result;
 }
 
+// Which nodes of a network lie in a loop of words or between two: what is left when nodes that nothing leads to, and
+// those that lead nowhere, are taken out again and again.
+std::vector<char> nodes_in_loops(const WordNetwork& words) {
+  std::vector<char> left(static_cast<std::size_t>(words.nodes), 1);
+  const auto take_out = [&](int WordArc::*from, int WordArc::*to) {
+    std::vector<int> degree(left.size(), 0);
+    std::vector<std::vector<int>> targets(left.size());
+    for (const WordArc& arc : words.arcs) {
+      ++degree[static_cast<std::size_t>(arc.*to)];
+      targets[static_cast<std::size_t>(arc.*from)].push_back(arc.*to);
+    }
+    std::vector<std::size_t> open;
+    for (std::size_t node = 0; node < left.size(); ++node) {
+      if (degree[node] == 0) open.push_back(node);
+    }
+    while (!open.empty()) {
+      const std::size_t node = open.back();
+      open.pop_back();
+      left[node] = 0;
+      for (const int target : targets[node]) {
+        if (--degree[static_cast<std::size_t>(target)] == 0) open.push_back(static_cast<std::size_t>(target));
+      }
+    }
+  };
+  take_out(&WordArc::from, &WordArc::to);
+  take_out(&WordArc::to, &WordArc::from);
+  return left;
+}
+
 // Lays the states out from the start on.
 class GrammarBuilder {
  public:
@@ -57,7 +87,9 @@ class GrammarBuilder {
         labels_(words.words.size()) {}
 
   void build(const SearchWeights& weights) {
-    scale_weights(weights);
+    weights_ = weights;
+    scale_weights();
+    in_loop_ = nodes_in_loops(words_);
     for (std::size_t arc = 0; arc < words_.arcs.size(); ++arc) {
       arcs_from_[static_cast<std::size_t>(words_.arcs[arc].from)].push_back(static_cast<int>(arc));
     }
@@ -77,14 +109,14 @@ class GrammarBuilder {
   using Followers = std::vector<std::pair<int, float>>;
 
   // log weight * language weight, and the insertion penalty where a word begins
-  void scale_weights(const SearchWeights& weights) {
+  void scale_weights() {
     scaled_.resize(words_.arcs.size());
     if (scaled_.empty()) return;
     std::vector<float> logs;
     for (const WordArc& arc : words_.arcs) logs.push_back(arc.log_weight);
-    call<kivsScaleLM_32f>(logs, scaled_, logs.size(), kLogZero, weights.language_weight, 0.0F);
+    call<kivsScaleLM_32f>(logs, scaled_, logs.size(), kLogZero, weights_.language_weight, 0.0F);
     for (std::size_t arc = 0; arc < scaled_.size(); ++arc) {
-      if (words_.arcs[arc].word >= 0) scaled_[arc] += weights.insertion_penalty;
+      if (words_.arcs[arc].word >= 0) scaled_[arc] += weights_.insertion_penalty;
     }
   }
 
@@ -130,7 +162,33 @@ class GrammarBuilder {
         followers.emplace_back(arc, weight + scaled_[static_cast<std::size_t>(arc)]);
       }
     }
+    if (weights_.word_cost > 0.0F && may_repeat(followers)) raise_cost(followers);
     return followers;
+  }
+
+  bool may_repeat(const Followers& followers) const {
+    return std::any_of(followers.begin(), followers.end(), [this](const auto& follower) {
+      const WordArc& arc = words_.arcs[static_cast<std::size_t>(follower.first)];
+      return in_loop_[static_cast<std::size_t>(arc.from)] != 0 && in_loop_[static_cast<std::size_t>(arc.to)] != 0;
+    });
+  }
+
+  // To weights_.word_cost on average instead of the penalty, each word counting as probable as its weight says.
+  void raise_cost(Followers& followers) const {
+    for (auto& follower : followers) follower.second -= weights_.insertion_penalty;
+    const auto weight = [](const auto& follower) { return static_cast<double>(follower.second); };
+    const double scale = weights_.language_weight > 0.0F ? 1.0 / static_cast<double>(weights_.language_weight) : 0.0;
+    double best = kLogZero;
+    for (const auto& follower : followers) best = std::max(best, weight(follower));
+    double sum = 0.0;
+    double cost = 0.0;
+    for (const auto& follower : followers) {
+      const double probability = std::exp((weight(follower) - best) * scale);
+      sum += probability;
+      cost -= probability * weight(follower);
+    }
+    const auto missing = static_cast<float>(std::max(static_cast<double>(weights_.word_cost) - cost / sum, 0.0));
+    for (auto& follower : followers) follower.second -= missing;
   }
 
   int tree_of(const Followers& followers) {
@@ -169,6 +227,8 @@ class GrammarBuilder {
   SearchNetwork& network_;
   std::vector<GrammarLanguage::State>& states_;
   std::vector<SearchLanguage::Step>& arcs_;
+  SearchWeights weights_;
+  std::vector<char> in_loop_;                // [node of the network]
   std::vector<float> scaled_;                // weight of each arc of the network
   std::vector<std::vector<int>> arcs_from_;  // [node of the network]
   std::map<int, int> indices_;               // state of a node of the network

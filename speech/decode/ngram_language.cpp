@@ -17,7 +17,7 @@ bool is_mark(std::string_view word) {
 
 }  // namespace
 
-NgramLanguage::NgramLanguage(NgramModel model, const DictionaryVisit& dictionary, const std::string& file,
+NgramLanguage::NgramLanguage(NgramMixture model, const DictionaryVisit& dictionary, const std::string& file,
                              const AcousticModel& acoustic, const SearchWeights& weights, SearchNetwork& network)
     : model_(std::move(model)), weights_(weights) {
   std::map<std::string, int, std::less<>> phones;
@@ -64,7 +64,7 @@ float NgramLanguage::final_weight(int state) const {
 
 namespace {
 
-SearchNetwork network_of(NgramModel model, const DictionaryVisit& dictionary, const std::string& file,
+SearchNetwork network_of(NgramMixture model, const DictionaryVisit& dictionary, const std::string& file,
                          const AcousticModel& acoustic, const SearchWeights& weights,
                          std::vector<std::string>& unpronounceable) {
   SearchNetwork network;
@@ -78,7 +78,7 @@ SearchNetwork network_of(NgramModel model, const DictionaryVisit& dictionary, co
 
 }  // namespace
 
-SearchNetwork build_ngram_network(NgramModel model, const std::filesystem::path& dictionary,
+SearchNetwork build_ngram_network(NgramMixture model, const std::filesystem::path& dictionary,
                                   const AcousticModel& acoustic, const SearchWeights& weights,
                                   std::vector<std::string>& unpronounceable) {
   const auto visit = [&dictionary](const Dictionary::Filter& wanted, const Dictionary::Visitor& visitor) {
@@ -87,7 +87,8 @@ SearchNetwork build_ngram_network(NgramModel model, const std::filesystem::path&
   return network_of(std::move(model), visit, dictionary.string(), acoustic, weights, unpronounceable);
 }
 
-SearchNetwork build_phone_ngram_network(NgramModel model, const AcousticModel& acoustic, const SearchWeights& weights) {
+SearchNetwork build_phone_ngram_network(NgramMixture model, const AcousticModel& acoustic,
+                                        const SearchWeights& weights) {
   const auto visit = [&acoustic](const Dictionary::Filter& wanted, const Dictionary::Visitor& visitor) {
     for (const PhoneDefinition& phone : acoustic.definition.phones) {
       const std::string_view name = phone.name;

@@ -11,7 +11,7 @@
 #include "kivsr/speech/decode/search_network.h"
 #include "kivsr/speech/models/acoustic_model.h"
 #include "kivsr/speech/models/dictionary.h"
-#include "kivsr/speech/models/ngram_model.h"
+#include "kivsr/speech/models/ngram_mixture.h"
 
 namespace kivsr::speech {
 
@@ -22,7 +22,7 @@ class NgramLanguage : public SearchLanguage {
  public:
   // Adds its tree to the network's forest, and to its labels, which have to be empty, the pronunciations of its words.
   // name: of the dictionary, for messages.
-  NgramLanguage(NgramModel model, const DictionaryVisit& dictionary, const std::string& name,
+  NgramLanguage(NgramMixture model, const DictionaryVisit& dictionary, const std::string& name,
                 const AcousticModel& acoustic, const SearchWeights& weights, SearchNetwork& network);
 
   int states() const override { return model_.states(); }
@@ -36,7 +36,7 @@ class NgramLanguage : public SearchLanguage {
   const std::vector<std::string>& unpronounceable() const { return unpronounceable_; }
 
  private:
-  NgramModel model_;
+  NgramMixture model_;
   SearchWeights weights_;
   int start_ = 0;
   int end_ = -1;  // the word that ends a sentence
@@ -46,10 +46,11 @@ class NgramLanguage : public SearchLanguage {
 };
 
 // The same as a network, with the fillers of the acoustic model.
-SearchNetwork build_ngram_network(NgramModel model, const std::filesystem::path& dictionary,
+SearchNetwork build_ngram_network(NgramMixture model, const std::filesystem::path& dictionary,
                                   const AcousticModel& acoustic, const SearchWeights& weights,
                                   std::vector<std::string>& unpronounceable);
 // An n-gram model of phones.
-SearchNetwork build_phone_ngram_network(NgramModel model, const AcousticModel& acoustic, const SearchWeights& weights);
+SearchNetwork build_phone_ngram_network(NgramMixture model, const AcousticModel& acoustic,
+                                        const SearchWeights& weights);
 
 }  // namespace kivsr::speech

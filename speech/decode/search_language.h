@@ -13,7 +13,14 @@ struct SearchWeights {
   float insertion_penalty = 0.0F;  // log, added for each word
   float silence_penalty = -10.0F;  // log, added for each silence between words
   float noise_penalty = -30.0F;    // log, added for each noise between words
+  // In loops of a grammar instead of the penalty: where the words that may follow cost less than this on average, all
+  // of them cost so much more. Where few words may follow, the choice among them costs too little to keep noises from
+  // becoming words. 0: the penalty holds there too.
+  float word_cost = 0.0F;
 };
+
+// What suits the recognition of words, by grammars, lists and n-gram models.
+constexpr SearchWeights kWordWeights{.insertion_penalty = -10.0F, .word_cost = 36.0F};
 
 // A word that may follow in the states of one lexicon tree.
 struct LanguageWord {

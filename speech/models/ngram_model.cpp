@@ -86,6 +86,14 @@ NgramModel::Step NgramModel::follow(int from, int word) const {
   }
 }
 
+int NgramModel::longer_context(int state, int word) const {
+  const std::size_t level = level_of(static_cast<std::size_t>(state));
+  if (level + 1 >= levels_.size()) return -1;
+  const std::ptrdiff_t child =
+      find_child(level, static_cast<std::size_t>(state) - bases_[level], static_cast<std::uint32_t>(word));
+  return child < 0 ? -1 : static_cast<int>(bases_[level + 1] + static_cast<std::size_t>(child));
+}
+
 void NgramBuilder::fail(const std::string& message) const { throw Fault(file_ + ": " + message); }
 
 void NgramBuilder::add_word(std::string word) {

@@ -37,6 +37,13 @@ class NgramModel {
   // The probability of a word after a context, and the longest context that the words then give.
   Step follow(int state, int word) const;
 
+  int context_words(int state) const { return static_cast<int>(level_of(static_cast<std::size_t>(state))); }
+  // The context that has a word more, -1 if the model has none.
+  int longer_context(int state, int word) const;
+  // Calls visit(context, word, context with that word more) for all contexts but the empty one, shorter ones first.
+  template <class Visit>
+  void visit_contexts(Visit&& visit) const;
+
  private:
   friend class NgramBuilder;
   // The n-grams of one length.
@@ -62,6 +69,22 @@ class NgramModel {
   std::vector<Level> levels_;       // [words of an n-gram - 1]
   std::vector<std::size_t> bases_;  // [words of a context]: its first state, and one more
 };
+
+template <class Visit>
+void NgramModel::visit_contexts(Visit&& visit) const {
+  for (std::size_t word = 0; bases_.size() > 2 && word < levels_[0].words.size(); ++word) {
+    visit(0, static_cast<int>(word), static_cast<int>(bases_[1] + word));
+  }
+  for (std::size_t length = 2; length + 1 < bases_.size(); ++length) {
+    const std::vector<std::uint32_t>& children = levels_[length - 2].children;
+    for (std::size_t shorter = 0; shorter + 1 < children.size(); ++shorter) {
+      for (std::size_t child = children[shorter]; child < children[shorter + 1]; ++child) {
+        visit(static_cast<int>(bases_[length - 1] + shorter), static_cast<int>(levels_[length - 1].words[child]),
+              static_cast<int>(bases_[length] + child));
+      }
+    }
+  }
+}
 
 // Puts a model together: the words, then the n-grams of each length from the shortest to the longest.
 class NgramBuilder {

@@ -79,7 +79,7 @@ TEST_F(Stream, SegmentsInEveryForm) {
   }
   EXPECT_EQ(text, kSaid);
   EXPECT_GE(number, 2);
-  const CommandResult plain = segments("");
+  const CommandResult plain = segments("--pause 0.3");  // longer than that between forward and ten
   EXPECT_TRUE(plain.output.starts_with("talk-0001 1.4")) << plain.output;
   EXPECT_NE(plain.output.find(": go forward ten meters [score -"), std::string::npos) << plain.output;
   EXPECT_TRUE(

@@ -1,4 +1,5 @@
 // kivsr recognise through the program: the thirty spoken commands, both models, options and faults.
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -146,7 +147,8 @@ TEST(Recognise, OtherResults) {
   const std::string text = read_file(lattice);
   EXPECT_TRUE(text.starts_with("VERSION=1.0\nUTTERANCE=goforward\n")) << text.substr(0, 100);
   EXPECT_NE(text.find(" W=meters a=-"), std::string::npos);
-  const CommandResult table = run_kivsr(options + "--format tsv --minimum-confidence 1 --confidence-scale 0.0001");
+  const CommandResult table =
+      run_kivsr(options + "--format tsv --word-cost 0 --minimum-confidence 1 --confidence-scale 0.0001");
   EXPECT_NE(table.output.find("complete\tconfidences\n"), std::string::npos) << table.output;
   EXPECT_EQ(table.output.find("forward ten"), std::string::npos) << "with hardly any scale no word is sure";
   EXPECT_EQ(run_kivsr(options + "--format ctm --nbest 2").status, 2);
@@ -220,6 +222,27 @@ TEST(Recognise, WeightsOfAGrammarDecide) {
   EXPECT_NE(heard(biased, "--language-weight 0").find("\tgo forward ten meters\t"), std::string::npos);
 }
 
+// Words of a short list are dear; a penalty that is given holds instead, as it does where a grammar has no loop.
+TEST(Recognise, WordsOfLoopsAreDear) {
+  const TemporaryFolder folder;
+  const auto grammar = folder.write("g.gram", "#JSGF V1.0; grammar g; public <g> = go forward ten meters;");
+  const auto score = [&](const std::string& options) {
+    const CommandResult result =
+        run_kivsr("recognise --format json " + options + " " + quoted(kTestData / "goforward.raw"));
+    EXPECT_NE(result.output.find("\"go forward ten meters\""), std::string::npos) << result.output << result.errors;
+    const std::size_t place = result.output.find("\"score\":");
+    return place == std::string::npos ? 0.0 : std::stod(result.output.substr(place + 8));
+  };
+  const std::string loop = "--words go,forward,ten,meters ";
+  const double choice = score(loop + "--insertion-penalty 0");
+  EXPECT_NEAR(score(loop) - choice, -4.0 * (36.0 - 6.5 * std::log(4.0)), 0.5);
+  EXPECT_NEAR(score(loop + "--word-cost 0") - choice, -40.0, 0.5);
+  EXPECT_NEAR(score(loop + "--insertion-penalty -5") - choice, -20.0, 0.5);
+  EXPECT_EQ(score(loop + "--insertion-penalty -5 --word-cost 36"), score(loop));
+  const std::string sentence = "--grammar " + quoted(grammar) + " ";
+  EXPECT_NEAR(score(sentence) - score(sentence + "--insertion-penalty 0"), -40.0, 0.5);
+}
+
 // The same recording by the installed n-grams and by texts in which a word is likely or not; a word that nobody can
 // pronounce is told.
 TEST(Recognise, LanguageModels) {
@@ -241,6 +264,15 @@ TEST(Recognise, LanguageModels) {
   EXPECT_EQ(even.errors, "kivsr: 1 word of the language model " + (folder / "lm.arpa").string() +
                              " cannot be pronounced: left out \"xyzzyx\"\n");
   EXPECT_NE(heard("-40").output.find("go forward two meters"), std::string::npos);
+
+  const auto mixed = [&](const std::string& options) {
+    return run_kivsr("recognise --mix-lm en-us " + options + audio);
+  };
+  const std::string unlikely = "--lm " + quoted(folder / "lm.arpa");
+  EXPECT_NE(mixed(unlikely + " --lm-share 0.001").output.find("go forward ten meters"), std::string::npos);
+  EXPECT_NE(mixed("").errors.find("--mix-lm is for --lm"), std::string::npos);
+  EXPECT_EQ(mixed("").status, 2);
+  EXPECT_EQ(mixed(unlikely + " --lm-share 1").status, 2);
 }
 
 // Several files at a time give the output of one at a time, in the order of the files; a bad one is named, the others

@@ -38,7 +38,7 @@ class Recognition(NamedTuple):
         return " ".join(word.text for word in self.words if not word.filler)
 
 
-NUMBERS = ("language_weight", "insertion_penalty", "silence_penalty", "noise_penalty", "beam",
+NUMBERS = ("language_weight", "insertion_penalty", "word_cost", "silence_penalty", "noise_penalty", "beam",
            "phone_beam", "word_beam")
 
 
@@ -61,8 +61,8 @@ class Recogniser:
     dictionary : path, optional
         Of pronunciations; without it the one beside the model.
     **numbers
-        language_weight, insertion_penalty, silence_penalty, noise_penalty, beam, phone_beam, word_beam of
-        `kivsr recognise`.
+        language_weight, insertion_penalty, word_cost, silence_penalty, noise_penalty, beam, phone_beam, word_beam of
+        `kivsr recognise`, at its defaults.
 
     A call takes a whole utterance at the rate of `recipe.sample_rate`. `push` gives the words that are settled, `finish`
     the whole. Threads may share one; their calls take turns.

@@ -1,6 +1,8 @@
 // The search against all paths of a tiny network, written out one by one.
 #include "kivsr/speech/decode/viterbi_search.h"
 
+#include <cmath>
+#include <map>
 #include <random>
 
 #include "speech/decode/tiny_search.h"
@@ -58,6 +60,39 @@ TEST(ViterbiSearch, FindsTheBestOfAllPaths) {
       EXPECT_GT(complete, 12) << rules;
     }
   }
+}
+
+TEST(ViterbiSearch, WordsOfLoopsCostSoMuchOnAverage) {
+  const AcousticModel model = tiny_model(false);
+  const auto weights_of = [&](const char* rule, float word_cost) {
+    SearchWeights weights{1.5F, -1.0F, -2.0F, -3.0F};
+    weights.word_cost = word_cost;
+    const SearchNetwork network = tiny_network(model, std::string("public <g> = ") + rule + ";", weights);
+    std::map<std::string, double> result;  // of each word that may come first
+    const LexiconForest& forest = *network.forest;
+    const LexiconTree& tree = forest.trees[static_cast<std::size_t>(network.language->tree(0))];
+    EXPECT_EQ(tree.tops, 2);
+    for (int top = tree.first_top; top < tree.first_top + tree.tops; ++top) {
+      const int arc = forest.arcs[static_cast<std::size_t>(forest.tops[static_cast<std::size_t>(top)].first_single)];
+      const SearchLanguage::Step step = network.language->follow(0, arc);
+      result[network.labels[static_cast<std::size_t>(step.label)].word] = static_cast<double>(step.weight);
+    }
+    return result;
+  };
+  const double dear = 1.5 * std::log(0.25);
+  const double cheap = 1.5 * std::log(0.75);
+  for (const float cost : {0.5F, 0.9F, 20.0F}) {
+    const double missing = std::max(static_cast<double>(cost) + 0.25 * dear + 0.75 * cheap, 0.0);
+    for (const char* loop : {"(/1/ a | /3/ b)+", "(/1/ a | /3/ b)+ ab"}) {
+      const auto weights = weights_of(loop, cost);
+      EXPECT_NEAR(weights.at("a"), dear - missing, 1e-5) << loop << cost;
+      EXPECT_NEAR(weights.at("b"), cheap - missing, 1e-5) << loop << cost;
+    }
+    for (const char* once : {"/1/ a | /3/ b", "(/1/ a | /3/ b) ab+"}) {
+      EXPECT_NEAR(weights_of(once, cost).at("a"), dear - 1.0, 1e-5) << once << cost;
+    }
+  }
+  EXPECT_NEAR(weights_of("(/1/ a | /3/ b)+", 0.0F).at("a"), dear - 1.0, 1e-5);
 }
 
 TEST(ViterbiSearch, BeamsLoseOnlyScore) {

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "kivsr/speech/models/arpa_file.h"
+#include "kivsr/speech/models/ngram_mixture.h"
 #include "kivsr/speech/models/packed_ngram_file.h"
 #include "speech/models/model_bytes.h"
 
@@ -28,8 +29,9 @@ std::string joined(const Words& words) {
 struct RandomModel {
   std::map<std::string, std::pair<double, double>> entries;  // log10 probability and back-off weight
   std::string text;
+  std::size_t order;
 
-  RandomModel(std::size_t order, unsigned seed) {
+  RandomModel(std::size_t order, unsigned seed, const Words& words = kWords) : order(order) {
     std::mt19937 generator(seed);
     std::uniform_real_distribution<double> uniform(-3.0, -0.1);
     std::vector<std::vector<Words>> levels(1, {{}});
@@ -39,7 +41,7 @@ struct RandomModel {
       std::vector<Words>& level = levels.emplace_back();
       sections += "\n\\" + std::to_string(length) + "-grams:\n";
       for (const Words& context : levels[length - 1]) {
-        for (const std::string& word : kWords) {
+        for (const std::string& word : words) {
           if (length > 1 && generator() % 3 != 0) continue;
           Words ngram = context;
           ngram.push_back(word);
@@ -66,6 +68,13 @@ struct RandomModel {
     context.erase(context.begin());
     return backoff + probability(context, word);
   }
+
+  // The probability itself after any words, 0 for a word that the model lacks.
+  double share_of(Words history, const std::string& word) const {
+    if (!entries.contains(word)) return 0.0;
+    while (history.size() >= order) history.erase(history.begin());
+    return std::pow(10.0, probability(history, word));
+  }
 };
 
 TEST(NgramModel, SentencesOfEveryOrder) {
@@ -86,6 +95,37 @@ TEST(NgramModel, SentencesOfEveryOrder) {
         EXPECT_NEAR(step.log_probability, std::log(10.0) * random.probability(history, word), 2e-5)
             << word << " after " << joined(history);
         ASSERT_LT(step.next, model.states());
+        state = step.next;
+        history.push_back(word);
+      }
+    }
+  }
+}
+
+// The sum of both probabilities by definition after any words, of models of every two orders; words that one lacks.
+TEST(NgramModel, MixturesAreSumsWhateverTheWordsBefore) {
+  const TemporaryFolder folder;
+  std::mt19937 generator(3);
+  const Words all{"<s>", "</s>", "a", "b", "c", "d", "e"};
+  for (std::size_t orders = 0; orders < 25; ++orders) {
+    const RandomModel first(1 + orders / 5, static_cast<unsigned>(orders));
+    const RandomModel second(1 + orders % 5, static_cast<unsigned>(100 + orders), {"e", "b", "</s>", "<s>", "d", "a"});
+    const NgramMixture mixture(read_arpa_file(folder.write("first", first.text)),
+                               read_arpa_file(folder.write("second", second.text)), 0.3);
+    ASSERT_EQ(mixture.words(), 7);
+    EXPECT_EQ(mixture.find_word("nothing"), -1);
+    for (int sentence = 0; sentence < 20; ++sentence) {
+      int state = 0;
+      Words history;
+      for (int i = 0; i < 10; ++i) {
+        const std::string& word = all[generator() % all.size()];
+        const int index = mixture.find_word(word);
+        ASSERT_EQ(mixture.word(index), word);
+        const NgramModel::Step step = mixture.follow(state, index);
+        const double sum = 0.3 * first.share_of(history, word) + 0.7 * second.share_of(history, word);
+        EXPECT_NEAR(step.log_probability, std::log(sum), 3e-4)
+            << orders << ": " << word << " after " << joined(history);
+        ASSERT_LT(step.next, mixture.states());
         state = step.next;
         history.push_back(word);
       }
