@@ -1,6 +1,7 @@
 // Acoustic models, part by part, and models of words with what is made of them.
 #include <algorithm>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "fuzz/target.h"
@@ -10,6 +11,7 @@
 #include "kivsr/speech/models/arpa_file.h"
 #include "kivsr/speech/models/dictionary.h"
 #include "kivsr/speech/models/model_definition.h"
+#include "kivsr/speech/models/ngram_mixture.h"
 #include "kivsr/speech/models/packed_ngram_file.h"
 #include "kivsr/speech/models/phone_model.h"
 #include "kivsr/speech/models/s3_file.h"
@@ -67,7 +69,8 @@ const Registration feat_params("feat_params", run_feat_params);
 void run_dictionary(Bytes bytes) { Dictionary::read(file_of(bytes, "words.dict")); }
 const Registration dictionary("dictionary", run_dictionary);
 
-void follow(const NgramModel& model) {
+template <class Model>
+void follow(const Model& model) {
   int state = 0;
   for (int word = 0; word < std::min(model.words(), 50); ++word) {
     state = model.follow(state, model.words() - 1 - word).next;
@@ -80,6 +83,18 @@ const Registration arpa("arpa", run_arpa);
 
 void run_packed_ngrams(Bytes bytes) { follow(read_packed_ngrams(file_of(bytes, "words.lm.bin"))); }
 const Registration packed_ngrams("packed_ngrams", run_packed_ngrams);
+
+// A model as one of two: the text up to a mark, and the rest.
+void run_ngram_mixture(Bytes bytes) {
+  const auto half = std::find(bytes.begin(), bytes.end(), '#');
+  NgramModel first = read_arpa_file(file_of({bytes.begin(), half}, "first.lm"));
+  NgramModel second = read_arpa_file(file_of({half + (half == bytes.end() ? 0 : 1), bytes.end()}, "second.lm"));
+  follow(NgramMixture(std::move(first), std::move(second), 0.5));
+}
+const Registration ngram_mixture("ngram_mixture", run_ngram_mixture);
+
+void run_feature_transform(Bytes bytes) { read_feature_transform(file_of(bytes, kFeatureTransformFile)); }
+const Registration feature_transform("feature_transform", run_feature_transform);
 
 // A file with the right checksum behind it, without which mutations would get no further.
 std::vector<std::uint8_t> with_checksum(std::vector<std::uint8_t> content) {

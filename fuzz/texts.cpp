@@ -13,6 +13,7 @@
 #include "kivsr/speech/front/feature_chain.h"
 #include "kivsr/speech/front/recipe.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/models/word_classes.h"
 #include "kivsr/speech/quantise/split.h"
 #include "kivsr/speech/train/training_list.h"
 #include "program/configuration.h"
@@ -63,6 +64,9 @@ const Registration training_list("training_list", run_training_list);
 
 void run_trials(Bytes bytes) { program::read_trials(file_of(bytes, "trials").string(), ""); }
 const Registration trials("trials", run_trials);
+
+void run_word_classes(Bytes bytes) { WordClasses::read(file_of(bytes, "classes")); }
+const Registration word_classes("word_classes", run_word_classes);
 
 void run_split(Bytes bytes) {
   for (const SplitGroup& group : parse_split(text_of(bytes), 14)) split_text(group);

@@ -103,7 +103,8 @@ NgramMixture RecogniseCommand::ngram_model() const {
 SearchNetwork RecogniseCommand::ngram_network_of(const AcousticModel& model) const {
   std::vector<std::string> unknown;
   SearchNetwork network =
-      build_ngram_network(ngram_model(), acoustic.dictionary_path(model), model, weights.of_words(), unknown);
+      build_ngram_network(ngram_model(), class_file.empty() ? WordClasses() : WordClasses::read(class_file),
+                          acoustic.dictionary_path(model), model, weights.of_words(), unknown);
   if (!unknown.empty()) {
     std::fprintf(stderr, "kivsr: %s of the language model %s cannot be pronounced: left out \"%s\"%s\n",
                  counted(static_cast<std::int64_t>(unknown.size()), "word").c_str(), ngram_file.c_str(),
@@ -140,6 +141,7 @@ RecogniseCommand::Task RecogniseCommand::task() const {
   const int given = (grammar_file.empty() ? 0 : 1) + (words.empty() ? 0 : 1) + (ngram_file.empty() ? 0 : 1);
   const bool whole_words = is_word_model_file(acoustic.model_name);
   if (ngram_file.empty() && !mixed_ngram_file.empty()) throw Fault("recognise: --mix-lm is for --lm");
+  if (ngram_file.empty() && !class_file.empty()) throw Fault("recognise: --lm-classes is for --lm");
   if (given > 1 || (given == 0 && !whole_words)) throw Fault("recognise: give one of --grammar, --words and --lm");
   if (whole_words && ngram_file.empty()) return word_model_task();
   if (whole_words) throw Fault("recognise: --lm is for models of phones, " + acoustic.model_name + " is one of words");
@@ -343,6 +345,8 @@ void add_recognise(Command program) {
   command.add_option("--mix-lm", options->mixed_ngram_file,
                      "Second n-gram model, whose probabilities are added to --lm's");
   add_number(command, "--lm-share", options->ngram_share, 0.001, 0.999, "Of --lm in that sum");
+  command.add_option("--lm-classes", options->class_file,
+                     "Words that are said where the n-gram model has a class, \"class probability word\" a line");
   command.add_flag("--skip-unknown", options->skip_unknown,
                    "Leave out words without a pronunciation instead of stopping");
   command.add_option("--reference", options->reference_file,

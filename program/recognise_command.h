@@ -36,6 +36,7 @@ struct RecogniseCommand {
   std::string words;
   std::string ngram_file;
   std::string mixed_ngram_file;  // whose probabilities are added
+  std::string class_file;        // of words of the n-gram model
   double ngram_share = 0.5;      // of the first
   std::string reference_file;
   ReportFormat format = ReportFormat::kText;

@@ -4,6 +4,8 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <pybind11/stl.h>
@@ -16,8 +18,10 @@
 #include "kivsr/speech/decode/viterbi_search.h"
 #include "kivsr/speech/front/feature_chain.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/models/ngram_mixture.h"
 #include "kivsr/speech/models/packed_ngram_file.h"
 #include "kivsr/speech/models/word_acoustic_model.h"
+#include "kivsr/speech/models/word_classes.h"
 #include "kivsr/speech/models/word_model_file.h"
 #include "native/bindings.h"
 #include "native/rows.h"
@@ -34,7 +38,18 @@ struct Language {
   std::string grammar;  // its text
   std::string rule;
   std::string ngram;
+  std::string mixed_ngram;  // whose probabilities are added
+  double ngram_share = 0.5;
+  std::string classes;  // of words of the n-gram model
 
+  speech::NgramMixture ngram_model() const {
+    speech::NgramModel model = speech::read_ngram_model(ngram);
+    if (mixed_ngram.empty()) return model;
+    return {std::move(model), speech::read_ngram_model(mixed_ngram), ngram_share};
+  }
+  speech::WordClasses word_classes() const {
+    return classes.empty() ? speech::WordClasses() : speech::WordClasses::read(classes);
+  }
   bool given() const { return words.has_value() || !grammar.empty(); }
   speech::WordNetwork network() const {
     return words ? speech::word_loop(*words, "words")
@@ -121,8 +136,8 @@ class Task {
       return;
     }
     std::vector<std::string> unknown;
-    network_ = speech::build_ngram_network(speech::read_ngram_model(language.ngram), pronunciations, *model_, weights,
-                                           unknown);
+    network_ = speech::build_ngram_network(language.ngram_model(), language.word_classes(), pronunciations, *model_,
+                                           weights, unknown);
   }
 
   std::unique_ptr<speech::AcousticModel> model_;
@@ -331,24 +346,33 @@ struct Numbers {
   GivenBeams beams;
 };
 
+// Model, second model, share of the first, classes of words.
+using Ngram = std::tuple<std::string, std::string, double, std::string>;
+
+Language language_of(const std::optional<std::vector<std::string>>& words, const std::string& grammar,
+                     const std::string& rule, const Ngram& ngram) {
+  const auto& [file, mixed, share, classes] = ngram;
+  return {words, grammar, rule, file, mixed, share, classes};
+}
+
 std::unique_ptr<Recogniser> make(const std::string& model, const std::optional<std::vector<std::string>>& words,
-                                 const std::string& grammar, const std::string& rule, const std::string& ngram,
+                                 const std::string& grammar, const std::string& rule, const Ngram& ngram,
                                  const std::string& dictionary, const py::dict& numbers, std::optional<double> scale) {
   const Numbers given(numbers);
-  return std::make_unique<Recogniser>(model, Language{words, grammar, rule, ngram}, dictionary, given.weights,
+  return std::make_unique<Recogniser>(model, language_of(words, grammar, rule, ngram), dictionary, given.weights,
                                       given.beams, scale);
 }
 
 std::unique_ptr<StreamingRecogniser> make_streaming(const std::string& model,
                                                     const std::optional<std::vector<std::string>>& words,
                                                     const std::string& grammar, const std::string& rule,
-                                                    const std::string& ngram, const std::string& dictionary,
+                                                    const Ngram& ngram, const std::string& dictionary,
                                                     const py::dict& numbers, std::optional<double> scale, double pause,
                                                     double longest_pause, double longest) {
   const Numbers given(numbers);
   const speech::StreamingRules rules{.pause = pause, .longest_pause = longest_pause, .longest = longest};
-  return std::make_unique<StreamingRecogniser>(model, Language{words, grammar, rule, ngram}, dictionary, given.weights,
-                                               given.beams, scale, rules);
+  return std::make_unique<StreamingRecogniser>(model, language_of(words, grammar, rule, ngram), dictionary,
+                                               given.weights, given.beams, scale, rules);
 }
 
 }  // namespace

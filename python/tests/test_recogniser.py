@@ -76,11 +76,22 @@ def test_words_in_any_order_and_batches(y):
     assert results[0].text == "go forward ten meters" and results[2] == results[0]
 
 
+def test_two_models_and_classes(y, tmp_path):
+    (tmp_path / "classes").write_text("[number] ten\n[number] two\n")
+    lines = ["<s>", "</s>", "go", "forward", "meters", "[number]"]
+    text = "\\data\\\nngram 1=6\n\n\\1-grams:\n" + "".join(f"-1 {word}\n" for word in lines) + "\n\\end\\\n"
+    (tmp_path / "lm.arpa").write_text(text)
+    ngram = kivsr.Ngram(tmp_path / "lm.arpa", second=tmp_path / "lm.arpa", classes=tmp_path / "classes")
+    assert kivsr.recognise(y, ngram=ngram).text == "go forward ten meters"
+
+
 @pytest.mark.parametrize(
     "options, kind, text",
     [
         ({}, kivsr.Fault, "one of words, grammar and ngram"),
         ({"words": ["go"], "ngram": "en-us"}, kivsr.Fault, "one of words, grammar and ngram"),
+        ({"ngram": kivsr.Ngram("en-us", share=1.0)}, ValueError, "share: 1.0"),
+        ({"ngram": kivsr.Ngram("en-us", classes="missing.classes")}, FileNotFoundError, "missing.classes"),
         ({"words": "go"}, TypeError, "words: a sequence"),
         ({"words": ["qqxyzzy"]}, kivsr.Fault, "qqxyzzy"),
         ({"grammar": "#JSGF V1.0; grammar a; public <a> = ("}, kivsr.Fault, "grammar:1:"),

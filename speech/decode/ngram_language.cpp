@@ -1,6 +1,8 @@
 #include "kivsr/speech/decode/ngram_language.h"
 
+#include <cmath>
 #include <map>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -17,16 +19,37 @@ bool is_mark(std::string_view word) {
 
 }  // namespace
 
-NgramLanguage::NgramLanguage(NgramMixture model, const DictionaryVisit& dictionary, const std::string& file,
-                             const AcousticModel& acoustic, const SearchWeights& weights, SearchNetwork& network)
+// The words of its classes, each of which the model has; it may know them as words of their own too.
+NgramLanguage::Senses NgramLanguage::senses_of(const WordClasses& classes) const {
+  Senses senses;
+  bool any = classes.empty();
+  for (const auto& [name, members] : classes.classes()) {
+    const int word = model_.find_word(name);
+    if (word < 0) continue;
+    any = true;
+    for (const WordClasses::Member& member : members) {
+      senses.emplace(member.word, Sense{word, static_cast<float>(std::log(member.probability))});
+    }
+  }
+  if (!any) throw Fault(classes.file().string() + ": the language model has none of these classes");
+  return senses;
+}
+
+NgramLanguage::NgramLanguage(NgramMixture model, const WordClasses& classes, const DictionaryVisit& dictionary,
+                             const std::string& file, const AcousticModel& acoustic, const SearchWeights& weights,
+                             SearchNetwork& network)
     : model_(std::move(model)), weights_(weights) {
   std::map<std::string, int, std::less<>> phones;
   for (std::size_t phone = 0; phone < acoustic.definition.phones.size(); ++phone) {
     phones.try_emplace(acoustic.definition.phones[phone].name, static_cast<int>(phone));
   }
+  const Senses senses = senses_of(classes);
+  const auto own_sense = [&](std::string_view name) {
+    return is_mark(name) || classes.has_class(name) ? -1 : model_.find_word(name);
+  };
   std::vector<LanguageWord> tree;
-  std::vector<char> pronounceable(static_cast<std::size_t>(model_.words()), 0);
-  const auto wanted = [this](std::string_view name) { return model_.find_word(name) >= 0 && !is_mark(name); };
+  std::set<std::string, std::less<>> pronounceable;
+  const auto wanted = [&](std::string_view name) { return senses.contains(name) || own_sense(name) >= 0; };
   dictionary(wanted, [&](std::string_view name, std::span<const std::string_view> pronunciation) {
     LanguageWord entry;
     for (const std::string_view phone : pronunciation) {
@@ -34,15 +57,23 @@ NgramLanguage::NgramLanguage(NgramMixture model, const DictionaryVisit& dictiona
       if (known == phones.end()) return;
       entry.phones.push_back(known->second);
     }
-    words_.push_back(model_.find_word(name));
-    pronounceable[static_cast<std::size_t>(words_.back())] = 1;
-    entry.arc = network.add_label(std::string(name), entry.phones);
-    tree.push_back(std::move(entry));
+    pronounceable.emplace(name);
+    const auto add = [&](const Sense& sense) {
+      words_.push_back(sense);
+      entry.arc = network.add_label(std::string(name), entry.phones);
+      tree.push_back(entry);
+    };
+    if (const int word = own_sense(name); word >= 0) add({word, 0.0F});
+    for (auto [sense, end] = senses.equal_range(name); sense != end; ++sense) add(sense->second);
   });
+  const auto require = [&](const std::string& word) {
+    if (!pronounceable.contains(word)) unpronounceable_.push_back(word);
+  };
   for (int word = 0; word < model_.words(); ++word) {
-    if (pronounceable[static_cast<std::size_t>(word)] == 0 && !is_mark(model_.word(word))) {
-      unpronounceable_.push_back(model_.word(word));
-    }
+    if (own_sense(model_.word(word)) >= 0) require(model_.word(word));
+  }
+  for (auto sense = senses.begin(); sense != senses.end(); sense = senses.upper_bound(sense->first)) {
+    if (own_sense(sense->first) < 0) require(sense->first);
   }
   if (tree.empty()) throw Fault(file + ": pronounces no word of the language model");
   const int begin = model_.find_word("<s>");
@@ -54,8 +85,10 @@ NgramLanguage::NgramLanguage(NgramMixture model, const DictionaryVisit& dictiona
 }
 
 SearchLanguage::Step NgramLanguage::follow(int state, int arc) const {
-  const NgramModel::Step step = model_.follow(state, words_[static_cast<std::size_t>(arc)]);
-  return {step.log_probability * weights_.language_weight + weights_.insertion_penalty, step.next, arc};
+  const Sense& word = words_[static_cast<std::size_t>(arc)];
+  const NgramModel::Step step = model_.follow(state, word.word);
+  return {(step.log_probability + word.log_probability) * weights_.language_weight + weights_.insertion_penalty,
+          step.next, arc};
 }
 
 float NgramLanguage::final_weight(int state) const {
@@ -64,12 +97,13 @@ float NgramLanguage::final_weight(int state) const {
 
 namespace {
 
-SearchNetwork network_of(NgramMixture model, const DictionaryVisit& dictionary, const std::string& file,
-                         const AcousticModel& acoustic, const SearchWeights& weights,
+SearchNetwork network_of(NgramMixture model, const WordClasses& classes, const DictionaryVisit& dictionary,
+                         const std::string& file, const AcousticModel& acoustic, const SearchWeights& weights,
                          std::vector<std::string>& unpronounceable) {
   SearchNetwork network;
   network.forest = std::make_unique<LexiconForest>(acoustic.definition);
-  auto language = std::make_unique<NgramLanguage>(std::move(model), dictionary, file, acoustic, weights, network);
+  auto language =
+      std::make_unique<NgramLanguage>(std::move(model), classes, dictionary, file, acoustic, weights, network);
   unpronounceable = language->unpronounceable();
   network.language = std::move(language);
   add_fillers(network, acoustic, weights);
@@ -78,13 +112,13 @@ SearchNetwork network_of(NgramMixture model, const DictionaryVisit& dictionary, 
 
 }  // namespace
 
-SearchNetwork build_ngram_network(NgramMixture model, const std::filesystem::path& dictionary,
-                                  const AcousticModel& acoustic, const SearchWeights& weights,
-                                  std::vector<std::string>& unpronounceable) {
+SearchNetwork build_ngram_network(NgramMixture model, const WordClasses& classes,
+                                  const std::filesystem::path& dictionary, const AcousticModel& acoustic,
+                                  const SearchWeights& weights, std::vector<std::string>& unpronounceable) {
   const auto visit = [&dictionary](const Dictionary::Filter& wanted, const Dictionary::Visitor& visitor) {
     Dictionary::visit(dictionary, wanted, visitor);
   };
-  return network_of(std::move(model), visit, dictionary.string(), acoustic, weights, unpronounceable);
+  return network_of(std::move(model), classes, visit, dictionary.string(), acoustic, weights, unpronounceable);
 }
 
 SearchNetwork build_phone_ngram_network(NgramMixture model, const AcousticModel& acoustic,
@@ -96,7 +130,7 @@ SearchNetwork build_phone_ngram_network(NgramMixture model, const AcousticModel&
     }
   };
   std::vector<std::string> others;  // silence and what is no phone of the model
-  return network_of(std::move(model), visit, acoustic.folder.string(), acoustic, weights, others);
+  return network_of(std::move(model), {}, visit, acoustic.folder.string(), acoustic, weights, others);
 }
 
 }  // namespace kivsr::speech

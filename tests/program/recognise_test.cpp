@@ -275,6 +275,36 @@ TEST(Recognise, LanguageModels) {
   EXPECT_EQ(mixed(unlikely + " --lm-share 1").status, 2);
 }
 
+// The words of a class are what they would be with the product of the probabilities as words of the model itself.
+TEST(Recognise, ClassesOfWords) {
+  const TemporaryFolder folder;
+  const auto heard = [&](const std::string& words, const std::string& options) {
+    const std::size_t count = 5 + static_cast<std::size_t>(std::count(words.begin(), words.end(), '\n'));
+    const auto model =
+        folder.write("lm.arpa", "\\data\\\nngram 1=" + std::to_string(count) +
+                                    "\nngram 2=1\n\n\\1-grams:\n-1 <s>\n-1 </s>\n-1 go\n-1 forward\n-1 meters\n" +
+                                    words + "\n\\2-grams:\n-0.3 go forward\n\n\\end\\\n");
+    return run_kivsr("recognise --lm " + quoted(model) + " " + options + quoted(kTestData / "goforward.raw"));
+  };
+  const auto classes = folder.write("classes", "[number] 0.01 ten\n[number] 0.1 two\n[other] seven\n");
+  const std::string options = "--lm-classes " + quoted(classes) + " ";
+  const auto score = [](const CommandResult& result) {
+    const std::size_t place = result.output.find("[score ");
+    return place == std::string::npos ? 0.0 : std::stod(result.output.substr(place + 7));
+  };
+  const CommandResult of_class = heard("-1 [number]\n", options);
+  EXPECT_NE(of_class.output.find("go forward ten meters"), std::string::npos) << of_class.output << of_class.errors;
+  EXPECT_EQ(of_class.errors, "");
+  EXPECT_NEAR(score(of_class), score(heard("-3 ten\n-2 two\n", "")), 1e-3);
+  EXPECT_NE(heard("-1 [number]\n-2.5 ten\n", options).output, of_class.output) << "the likelier of both";
+  EXPECT_NEAR(score(heard("-1 [number]\n-2.5 ten\n", options)), score(heard("-2.5 ten\n-2 two\n", "")), 1e-3);
+  const CommandResult none = heard("-1 ten\n", options);
+  EXPECT_EQ(none.status, 2);
+  EXPECT_NE(none.errors.find("classes: the language model has none of these classes"), std::string::npos)
+      << none.errors;
+  EXPECT_EQ(run_kivsr("recognise --words go " + options + quoted(kTestData / "goforward.raw")).status, 2);
+}
+
 // Several files at a time give the output of one at a time, in the order of the files; a bad one is named, the others
 // are done.
 TEST(Recognise, JobsKeepTheOrder) {

@@ -13,7 +13,7 @@ from ._batch import in_turn, is_batch
 from ._files import Path, readable
 from ._recipe import Recipe
 
-__all__ = ["Recogniser", "Recognition", "StreamingRecogniser", "Word", "recognise"]
+__all__ = ["Ngram", "Recogniser", "Recognition", "StreamingRecogniser", "Word", "recognise"]
 
 
 class Word(NamedTuple):
@@ -38,6 +38,19 @@ class Recognition(NamedTuple):
         return " ".join(word.text for word in self.words if not word.filler)
 
 
+class Ngram(NamedTuple):
+    """Any words of an n-gram model.
+
+    `second` is a model whose probabilities, times 1 - `share`, are added to those of `model`, times `share`. `classes`
+    is a file of words that are said where the model has their class, "class probability word" a line.
+    """
+
+    model: Path
+    second: Path | None = None
+    share: float = 0.5
+    classes: Path | None = None
+
+
 NUMBERS = ("language_weight", "insertion_penalty", "word_cost", "silence_penalty", "noise_penalty", "beam",
            "phone_beam", "word_beam")
 
@@ -53,8 +66,9 @@ class Recogniser:
         Words that may follow each other in any order.
     grammar : str or path, optional
         A grammar in JSGF: its text, or its file.
-    ngram : path or str, optional
-        An n-gram model: ARPA text, packed, or the name of one that Debian installs. Of words, grammar and ngram one is
+    ngram : path, str or Ngram, optional
+        An n-gram model: ARPA text, packed, or the name of one that Debian installs; an `Ngram` for two of them, or for
+        classes of words. Of words, grammar and ngram one is
         given; a file of word models needs none, its words may then follow each other.
     rule : str
         Rule of the grammar to start with; without it all that are public.
@@ -74,7 +88,7 @@ class Recogniser:
         *,
         words: Sequence[str] | None = None,
         grammar: Path | None = None,
-        ngram: Path | None = None,
+        ngram: Path | Ngram | None = None,
         rule: str = "",
         dictionary: Path | None = None,
         scale: float | None = None,
@@ -139,7 +153,7 @@ class StreamingRecogniser:
         *,
         words: Sequence[str] | None = None,
         grammar: Path | None = None,
-        ngram: Path | None = None,
+        ngram: Path | Ngram | None = None,
         rule: str = "",
         dictionary: Path | None = None,
         scale: float | None = None,
@@ -182,7 +196,7 @@ class StreamingRecogniser:
         self._recogniser.reset()
 
 
-def _task(model: Path, words: Sequence[str] | None, grammar: Path | None, ngram: Path | None, rule: str,
+def _task(model: Path, words: Sequence[str] | None, grammar: Path | None, ngram: Path | Ngram | None, rule: str,
           dictionary: Path | None, numbers: dict[str, float]) -> tuple[Any, ...]:
     """Arguments that both recognisers begin with."""
     if isinstance(words, str):
@@ -194,7 +208,15 @@ def _task(model: Path, words: Sequence[str] | None, grammar: Path | None, ngram:
             raise ValueError(f"{name}: {value!r} is not a finite number")
     text = "" if grammar is None else _grammar_text(grammar)
     return (os.fspath(model), None if words is None else list(words), text, rule,
-            "" if ngram is None else os.fspath(ngram), "" if dictionary is None else readable(dictionary), numbers)
+            _ngram_files(ngram), "" if dictionary is None else readable(dictionary), numbers)
+
+
+def _ngram_files(ngram: Path | Ngram | None) -> tuple[str, str, float, str]:
+    wanted = ngram if isinstance(ngram, Ngram) else Ngram("" if ngram is None else ngram)
+    if not 0 < wanted.share < 1:
+        raise ValueError(f"share: {wanted.share!r} is not between 0 and 1")
+    second = "" if wanted.second is None else os.fspath(wanted.second)
+    return os.fspath(wanted.model), second, wanted.share, "" if wanted.classes is None else readable(wanted.classes)
 
 
 def _grammar_text(grammar: Path) -> str:
