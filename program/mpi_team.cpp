@@ -19,6 +19,8 @@ namespace kivsr::program {
 namespace {
 
 constexpr const char* kModule = "libkivsr_mpi.so";
+// Beside the libraries of a build; in a folder of its own of what is installed, seen from the program.
+constexpr const char* kModulePlaces[] = {kModule, "$ORIGIN/" KIVSR_MODULE_FOLDER "/libkivsr_mpi.so"};
 
 // As Open MPI, and MPICH and Slurm, tell their processes.
 bool has_companions() {
@@ -30,7 +32,10 @@ bool has_companions() {
 }
 
 const KivsrMpi& load_module() {
-  void* const module = dlopen(kModule, RTLD_NOW | RTLD_GLOBAL);
+  void* module = nullptr;
+  for (const char* const place : kModulePlaces) {
+    if (module == nullptr) module = dlopen(place, RTLD_NOW | RTLD_GLOBAL);
+  }
   if (module == nullptr) {
     const char* const reason = dlerror();
     throw Fault(std::string("several processes, but no MPI: ") + (reason != nullptr ? reason : kModule));
