@@ -68,13 +68,13 @@ check-generic:
 	@cmake --preset generic >/dev/null && cmake --build --preset generic -j$(JOBS) | scripts/progress
 	@ctest --test-dir build/generic --output-on-failure -j$(JOBS) -R '^($(ANY_LIBRARY_TEST))$$'
 
-# The library on ARM64, in an emulator; then the instructions of the hot kernels beside those of x86.
+# Library and program on ARM64, in an emulator; then the instructions of the hot kernels beside those of x86.
 check-arm64:
-	@scripts/setup test arm64
-	@cmake --preset arm64 >/dev/null && cmake --build --preset arm64 -j$(JOBS) | scripts/progress
-	@ctest --test-dir build/arm64 --output-on-failure -j$(JOBS) -R '^($(ANY_LIBRARY_TEST))$$'
+	@scripts/setup test arm64-tools
+	@cmake --preset arm64-tools >/dev/null && cmake --build --preset arm64-tools -j$(JOBS) | scripts/progress
+	@ctest --test-dir build/arm64-tools --output-on-failure -j$(JOBS) -R '^($(ANY_LIBRARY_TEST)|speech|program)$$'
 	@cmake --preset x86_64 >/dev/null && cmake --build --preset x86_64 -j$(JOBS) --target kivsrw7 | scripts/progress
-	@scripts/kernel-instructions
+	@scripts/kernel-instructions build/x86_64 build/arm64-tools
 
 # The least of what an emulator stands for: the wrapper's operations, and a digest of every family.
 PROCESSORS ?= generic arm64 riscv64 ppc64le
