@@ -11,6 +11,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <cmath>
 #include <cstddef>
@@ -54,15 +55,18 @@ namespace log_sum_detail {
 inline constexpr int kBlock = 128;
 inline constexpr int kFirst = 8;
 
-// `len` elements, or a copy of them that is padded to full vectors with `padding`.
 template <class T>
-inline const T* padded(T* copy, const T* src, int len, T padding) {
-  constexpr int W = simd::Vec<T>::width;
-  if (len % W == 0) return src;
-  int i = 0;
-  for (; i < len; ++i) copy[i] = src[i];
-  for (; i % W != 0; ++i) copy[i] = padding;
-  return copy;
+inline constexpr auto kOnes = [] {
+  std::array<T, simd::Vec<T>::width> ones{};
+  ones.fill(1);
+  return ones;
+}();
+
+// l < n ? p[l] : padding
+template <class T>
+inline simd::Vec<T> load_padded(const T* p, int n, T padding) {
+  using V = simd::Vec<T>;
+  return select(simd::load_some<T>(kOnes<T>.data(), n) > V::zero(), simd::load_some<T>(p, n), V::broadcast(padding));
 }
 
 // The largest element, and whether every element is finite and not below the log zero.
@@ -70,28 +74,26 @@ template <class T>
 inline bool regular_maximum(const T* src, std::ptrdiff_t len, T* maximum) {
   using V = simd::Vec<T>;
   constexpr std::ptrdiff_t W = V::width;
-  T copy[W] = {};
-  if (len < W) {
-    src = padded(copy, src, static_cast<int>(len), src[0]);
-    len = W;
-  }
   const V lowest = V::broadcast(static_cast<T>(kLogZero));
   V even = V::broadcast(src[0]);
   V odd = even;
   simd::Mask<T> regular = even >= lowest;
-  const auto take = [&](std::ptrdiff_t i, V* largest) {
-    const V x = simd::load<T>(src + i);
+  const auto take = [&](V x, V* largest) {
     regular = regular & (x >= lowest);
     *largest = max(x, *largest);
   };
   std::ptrdiff_t i = 0;
 #pragma GCC unroll 2
   for (; i + 2 * W <= len; i += 2 * W) {
-    take(i, &even);
-    take(i + W, &odd);
+    take(simd::load<T>(src + i), &even);
+    take(simd::load<T>(src + i + W), &odd);
   }
-  if (i + W <= len) take(i, &even);
-  if (len % W != 0) take(len - W, &odd);
+  if (i + W <= len) take(simd::load<T>(src + i), &even);
+  if (len < W) {
+    take(load_padded(src, static_cast<int>(len), src[0]), &odd);
+  } else if (len % W != 0) {
+    take(simd::load<T>(src + len - W), &odd);
+  }
   *maximum = simd::max_lanes(max(even, odd));
   return simd::all(regular) && *maximum <= std::numeric_limits<T>::max();
 }
@@ -122,9 +124,8 @@ template <class T, class Visit>
 #pragma GCC unroll 2
   for (int i = 0; i < full; i += W) visit(i, simd::exp_nonpositive(simd::load<T>(src + i) - largest));
   if (full == len) return;
-  T last[W];
-  for (int i = 0; i < W; ++i) last[i] = full + i < len ? src[full + i] : -std::numeric_limits<T>::infinity();
-  visit(full, simd::exp_nonpositive(simd::load<T>(last) - largest));
+  const V last = load_padded(src + full, len - full, -std::numeric_limits<T>::infinity());
+  visit(full, simd::exp_nonpositive(last - largest));
 }
 
 // Adds a block to the sum if that takes one pass: every running value is expected to be below a bound, so that a term
