@@ -93,7 +93,7 @@ inline constexpr Row kRows[] = {
      {0xdcb39569, 0xdcb39569, 0x0d750d88, 0xea0dd03b}},
     {"frontend/linear_prediction", CALL(kivsLPToReflection_32f, "ppo"), SAME(0xc20d841c)},
     {"frontend/linear_prediction", CALL(kivsLPToCepstrum_32f, "ppl"), SAME(0xc2801a91)},
-    {"frontend/mel_bank", "mel_floats", mel_floats, "", {0xa97b1b6d, 0xa97b1b6d, 0x442c278f, 0xa427b756}},
+    {"frontend/mel_bank", "mel_floats", mel_floats, "", {0xa97b1b6d, 0xa97b1b6d, 0x442c278f, 0x442c278f}},
     {"frontend/mel_bank", "mel_words", mel_words, "", SAME(0x305919ae)},
     {"frontend/mel_scale", CALL(kivsLinearToMel_32f, "pplff"), SAME(0x3e760f60)},
     {"frontend/mel_scale", CALL(kivsMelToLinear_32f, "pplff"), SAME(0x7c572d84)},

@@ -3,6 +3,7 @@
 #include <cassert>
 
 #include "frame/scale.h"
+#include "frame/simd/short_rows.h"
 #include "frame/status.h"
 
 #include "mel_bank.h"
@@ -20,7 +21,7 @@ KivStatus evaluation_check(const void* src, const void* dst, const Bank* bank) {
 
 // --- floating point -----------------------------------------------------------
 
-using V = simd::Vec<float>;
+using V = simd::ShortVec<float>;  // spans of bins are short
 
 // The bins behind centre i up to centre i + 1, read once for two filters: added to falling by their weights in filter i
 // and to rising by those in filter i + 1.
@@ -29,15 +30,15 @@ using V = simd::Vec<float>;
   constexpr int W = V::width;
   std::ptrdiff_t k = 0;
   for (; k + W <= count; k += W) {
-    const V bin = simd::load<float>(bins + k);
-    falling = mul_add(bin, simd::load<float>(falling_weights + k), falling);
-    rising = mul_add(bin, simd::load<float>(rising_weights + k), rising);
+    const V bin = simd::load_short<float>(bins + k);
+    falling = mul_add(bin, simd::load_short<float>(falling_weights + k), falling);
+    rising = mul_add(bin, simd::load_short<float>(rising_weights + k), rising);
   }
   if (k < count) {
     const int rest = static_cast<int>(count - k);
-    const V bin = simd::load_some<float>(bins + k, rest);
-    falling = mul_add(bin, simd::load_some<float>(falling_weights + k, rest), falling);
-    rising = mul_add(bin, simd::load_some<float>(rising_weights + k, rest), rising);
+    const V bin = simd::load_some_short<float>(bins + k, rest);
+    falling = mul_add(bin, simd::load_some_short<float>(falling_weights + k, rest), falling);
+    rising = mul_add(bin, simd::load_some_short<float>(rising_weights + k, rest), rising);
   }
 }
 

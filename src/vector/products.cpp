@@ -161,7 +161,7 @@ template <class Rows>
 void vector_times_matrix(const float* vector, Rows matrix, std::ptrdiff_t height, float* dst, std::ptrdiff_t width) {
   // The sums of a tall and narrow matrix stay in registers.
   using Narrow = Products<float, float, 2>;
-  if (width <= ColumnPanel<Narrow>::kMaxVectors * Vec<float>::width && height > 2 * width) {
+  if (width <= ColumnPanel<Narrow>::kMaxVectors * ColumnPanel<Narrow>::W && height > 2 * width) {
     return sum_columns(Narrow{vector}, matrix, height, width, FromZero{},
                        [&](auto first, auto count, const auto* even, const auto* odd) {
                          transform<float>(

@@ -22,6 +22,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "frame/simd/short_rows.h"
 #include "frame/simd/vec.h"
 
 namespace kivsr {
@@ -152,7 +153,8 @@ inline void with_constant(std::ptrdiff_t count, F f) {
 template <class Policy>
 struct ColumnPanel {
   using T = typename Policy::Lanes;
-  using V = simd::Vec<T>;
+  // Two sums are those of statistics, of rows of a few dozen columns.
+  using V = std::conditional_t<Policy::kSums == 1, simd::Vec<T>, simd::ShortVec<T>>;
   static constexpr std::ptrdiff_t W = V::width;
   static constexpr int kMaxVectors = Policy::kStripVectors;
 
@@ -191,6 +193,23 @@ struct ColumnPanel {
   }
 
  private:
+  template <class S>
+  static V load(const S* p) {
+    if constexpr (Policy::kSums == 1) {
+      return simd::load<T>(p);
+    } else {
+      return simd::load_short<T>(p);
+    }
+  }
+  template <class S>
+  static V load_some(const S* p, int n) {
+    if constexpr (Policy::kSums == 1) {
+      return simd::load_some<T>(p, n);
+    } else {
+      return simd::load_some_short<T>(p, n);
+    }
+  }
+
   // So many rows fit the first-level cache; even, so that a block does not cut a pair.
   std::ptrdiff_t rows_of_block(std::size_t element_bytes) const {
     constexpr std::ptrdiff_t kBlockBytes = 8192;
@@ -207,16 +226,16 @@ struct ColumnPanel {
       const std::ptrdiff_t last = first + (kNarrow ? 0 : std::min((slot + kVectors) * W, count) - W);
       const auto at = [&](const auto* row, int v) __attribute__((always_inline)) {
         if constexpr (kNarrow) {
-          return simd::load_some<T>(row + last, static_cast<int>(count));
+          return load_some(row + last, static_cast<int>(count));
         } else {
-          return simd::load<T>(row + (v + 1 < kVectors ? column + v * W : last));
+          return load(row + (v + 1 < kVectors ? column + v * W : last));
         }
       };
       V held[kVectors][Policy::kSums];
 #pragma GCC unroll 8
       for (int v = 0; v < kVectors; ++v) {
 #pragma GCC unroll 2
-        for (int m = 0; m < Policy::kSums; ++m) held[v][m] = simd::load<T>(&sums[m][(slot + v) * W]);
+        for (int m = 0; m < Policy::kSums; ++m) held[v][m] = load(&sums[m][(slot + v) * W]);
       }
       std::ptrdiff_t r = begin;
       if constexpr (Policy::kPaired) {
