@@ -5,6 +5,7 @@
 #include <iterator>
 #include <utility>
 
+#include "kivsr/speech/io/byte_order.h"
 #include "kivsr/speech/io/fault.h"
 
 namespace kivsr::speech {
@@ -88,19 +89,11 @@ void BinaryFile::skip(std::int64_t count, std::string_view what) {
 }
 
 std::uint32_t BinaryFile::read_word(std::string_view what) {
-  const auto bytes = read_bytes(4, what);
-  std::uint32_t word = 0;
-  for (int i = 0; i < 4; ++i) {
-    word |= static_cast<std::uint32_t>(bytes[static_cast<std::size_t>(i)]) << (big_endian_ ? 24 - 8 * i : 8 * i);
-  }
-  return word;
+  return static_cast<std::uint32_t>(bits_of(read_bytes(4, what), big_endian_));
 }
 
 std::uint16_t BinaryFile::read_half_word(std::string_view what) {
-  const auto bytes = read_bytes(2, what);
-  const int first = bytes[0];
-  const int second = bytes[1];
-  return static_cast<std::uint16_t>(big_endian_ ? first * 256 + second : second * 256 + first);
+  return static_cast<std::uint16_t>(bits_of(read_bytes(2, what), big_endian_));
 }
 
 std::int32_t BinaryFile::read_count(std::string_view what) {

@@ -12,10 +12,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "kivsr/speech/io/byte_order.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/kaldi_archive.h"
 #include "kivsr/speech/io/kept_pipe.h"
-#include "kivsr/speech/io/little_endian.h"
 
 namespace kivsr::speech {
 
@@ -57,7 +57,7 @@ std::int64_t wav_bytes_at(int descriptor, std::int64_t place, const std::string&
     close(descriptor);
     throw Fault(name + ": no WAV file is at that place");
   }
-  return static_cast<std::int64_t>(little_endian_bits(std::span(head).subspan(4)) + head.size());
+  return static_cast<std::int64_t>(bits_of(std::span(head).subspan(4)) + head.size());
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "kivsr/speech/io/byte_order.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/number_text.h"
 
@@ -14,21 +15,12 @@ namespace kivsr::speech {
 
 namespace {
 
-enum class ByteOrder { kLittle, kBig };
-
-void put(std::uint32_t value, unsigned count, ByteOrder order, std::string& bytes) {
-  for (unsigned i = 0; i < count; ++i) {
-    const unsigned shift = 8 * (order == ByteOrder::kLittle ? i : count - 1 - i);
-    bytes.push_back(static_cast<char>(value >> shift & 0xFFU));
-  }
-}
-
-void put(std::span<const float> values, ByteOrder order, std::string& bytes) {
-  if (order == ByteOrder::kLittle) {
+void put(std::span<const float> values, bool big_endian, std::string& bytes) {
+  if (!big_endian) {
     bytes.append(reinterpret_cast<const char*>(values.data()), values.size_bytes());
     return;
   }
-  for (const float value : values) put(std::bit_cast<std::uint32_t>(value), 4, order, bytes);
+  for (const float value : values) append_bits(std::bit_cast<std::uint32_t>(value), 4, true, bytes);
 }
 
 // 128 bytes for any number of rows. Magic, version and length take 10 of them; the data starts at a multiple of 64, the
@@ -39,25 +31,25 @@ std::string npy_header(std::int64_t frames, int width) {
   header.append(63 - (10 + header.size()) % 64, ' ');
   header.push_back('\n');
   std::string bytes("\x93NUMPY\x01\x00", 8);
-  put(static_cast<std::uint32_t>(header.size()), 2, ByteOrder::kLittle, bytes);
+  append_bits(header.size(), 2, false, bytes);
   return bytes + header;
 }
 
 std::string htk_header(std::int64_t frames, const FeatureLayout& layout) {
   constexpr double kUnitsASecond = 1e7;
   std::string bytes;
-  put(static_cast<std::uint32_t>(frames), 4, ByteOrder::kBig, bytes);
-  put(static_cast<std::uint32_t>(std::llround(layout.frame_seconds * kUnitsASecond)), 4, ByteOrder::kBig, bytes);
-  put(static_cast<std::uint32_t>(layout.width) * 4, 2, ByteOrder::kBig, bytes);
-  put(layout.htk_kind, 2, ByteOrder::kBig, bytes);
+  append_bits(static_cast<std::uint64_t>(frames), 4, true, bytes);
+  append_bits(static_cast<std::uint64_t>(std::llround(layout.frame_seconds * kUnitsASecond)), 4, true, bytes);
+  append_bits(static_cast<std::uint64_t>(layout.width) * 4, 2, true, bytes);
+  append_bits(layout.htk_kind, 2, true, bytes);
   return bytes;
 }
 
 std::string kaldi_header(std::int64_t frames, int width) {
   std::string bytes("\0BFM \4", 6);
-  put(static_cast<std::uint32_t>(frames), 4, ByteOrder::kLittle, bytes);
-  put(4, 1, ByteOrder::kLittle, bytes);
-  put(static_cast<std::uint32_t>(width), 4, ByteOrder::kLittle, bytes);
+  append_bits(static_cast<std::uint64_t>(frames), 4, false, bytes);
+  append_bits(4, 1, false, bytes);
+  append_bits(static_cast<std::uint64_t>(width), 4, false, bytes);
   return bytes;
 }
 
@@ -112,7 +104,7 @@ std::string FeatureWriter::header() const {
     case FeatureFormat::kNpy: return npy_header(frames_, layout_.width);
     case FeatureFormat::kHtk: return htk_header(frames_, layout_);
     case FeatureFormat::kMfc:
-      put(static_cast<std::uint32_t>(frames_ * layout_.width), 4, ByteOrder::kLittle, bytes);
+      append_bits(static_cast<std::uint64_t>(frames_ * layout_.width), 4, false, bytes);
       return bytes;
     case FeatureFormat::kCsv: return table_header(layout_, "time_s", ',');
     case FeatureFormat::kOpenSmile: return table_header(layout_, "name;frameTime", ';');
@@ -129,7 +121,7 @@ void FeatureWriter::put_htk_rows(const FeatureMatrix& rows, std::string& bytes) 
     row.assign(values.begin(), values.end());
     const bool ordered = layout_.htk_order.size() == row.size();
     for (std::size_t i = 0; ordered && i < row.size(); ++i) row[i] = values[layout_.htk_order[i]];
-    put(row, ByteOrder::kBig, bytes);
+    put(row, true, bytes);
   }
   if ((layout_.htk_kind & kHtkChecksum) == 0) return;
   checksum_.add({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
@@ -153,7 +145,7 @@ void FeatureWriter::append(const FeatureMatrix& rows) {
   switch (format_) {
     case FeatureFormat::kNpy:
     case FeatureFormat::kMfc:
-    case FeatureFormat::kKaldi: put(rows.values, ByteOrder::kLittle, bytes); break;
+    case FeatureFormat::kKaldi: put(rows.values, false, bytes); break;
     case FeatureFormat::kHtk: put_htk_rows(rows, bytes); break;
     case FeatureFormat::kCsv:
     case FeatureFormat::kOpenSmile:
@@ -173,7 +165,7 @@ void FeatureWriter::finish() {
   }
   if (format_ == FeatureFormat::kHtk && (layout_.htk_kind & kHtkChecksum) != 0) {
     std::string bytes;
-    put(checksum_.written(), 2, ByteOrder::kBig, bytes);
+    append_bits(checksum_.written(), 2, true, bytes);
     file_.write(bytes);
   }
   if (states_count(format_)) file_.overwrite(0, header());

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <span>
 
+#include "kivsr/speech/io/byte_order.h"
+
 namespace kivsr::speech {
 
 // The usual cyclic redundancy checks of 16 bits, of the polynomials of CCITT and of IBM.
@@ -20,7 +22,7 @@ class HtkChecksums {
   std::uint16_t written() const { return sums_[0]; }
   // In either byte order.
   bool fit(std::uint16_t stored) const {
-    const auto swapped = static_cast<std::uint16_t>(stored << 8U | stored >> 8U);
+    const auto swapped = bytes_reversed(stored);
     for (const std::uint16_t sum : sums_) {
       if (sum == stored || sum == swapped) return true;
     }

@@ -7,6 +7,7 @@
 #include <span>
 #include <string_view>
 
+#include "kivsr/speech/io/byte_order.h"
 #include "kivsr/speech/io/feature_reader.h"
 #include "kivsr/speech/io/feature_source.h"
 #include "kivsr/speech/io/htk_checksum.h"

@@ -5,6 +5,7 @@
 #include <bit>
 #include <climits>
 
+#include "kivsr/speech/io/byte_order.h"
 #include "kivsr/speech/io/little_endian.h"
 #include "kivsr/speech/io/number_text.h"
 
@@ -18,7 +19,7 @@ constexpr std::uint8_t kSizeOfInt = 4;        // stands before each number of ro
 constexpr std::array<const char*, 9> kNames{"FM", "DM", "FV", "DV", "CM", "CM2", "CM3", "text matrix", "text vector"};
 
 float float_of(std::span<const std::uint8_t> bytes) {
-  return std::bit_cast<float>(static_cast<std::uint32_t>(little_endian_bits(bytes.first(4))));
+  return std::bit_cast<float>(static_cast<std::uint32_t>(bits_of(bytes.first(4))));
 }
 
 // A byte of a compressed column: straight pieces between its least value, quartiles and largest value.
@@ -160,7 +161,7 @@ bool KaldiMatrixReader::read_rows(std::vector<Value>& values) {
   const auto size = static_cast<std::size_t>(value_bytes_);
   const auto bytes = file_->read_bytes(static_cast<std::int64_t>(count * size), "the values");
   for (std::size_t at = 0; at < bytes.size(); at += size) {
-    const std::uint64_t bits = little_endian_bits(bytes.subspan(at, size));
+    const std::uint64_t bits = bits_of(bytes.subspan(at, size));
     if (size == 8) {
       values.push_back(static_cast<Value>(std::bit_cast<double>(bits)));
     } else if (size == 4) {

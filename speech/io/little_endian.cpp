@@ -20,10 +20,6 @@ std::uint32_t checksum_32(std::string_view text) { return checksum(text.data(), 
 
 void LittleEndianBytes::put_float(float value) { put_32(std::bit_cast<std::uint32_t>(value)); }
 
-void LittleEndianBytes::put_double(double value) { put(std::bit_cast<std::uint64_t>(value), 8); }
-
-void LittleEndianBytes::put(std::uint64_t value, int count) {
-  for (int i = 0; i < count; ++i) bytes_.push_back(static_cast<char>(value >> (8 * i) & 0xFFU));
-}
+void LittleEndianBytes::put_double(double value) { append_bits(std::bit_cast<std::uint64_t>(value), 8, false, bytes_); }
 
 }  // namespace kivsr::speech

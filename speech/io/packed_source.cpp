@@ -6,6 +6,8 @@
 #include <climits>
 #include <string_view>
 
+#include "kivsr/speech/io/byte_order.h"
+
 namespace kivsr::speech {
 
 namespace {
@@ -41,14 +43,6 @@ class TextPieces {
 
 }  // namespace
 
-std::uint64_t bits_of(std::span<const std::uint8_t> bytes, bool big_endian) {
-  std::uint64_t bits = 0;
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    bits |= static_cast<std::uint64_t>(bytes[big_endian ? bytes.size() - 1 - i : i]) << (8 * i);
-  }
-  return bits;
-}
-
 void PackedSource::expect_rows(std::int64_t height, int width, int value_bytes) {
   if (height > INT_MAX / width) file_.fail("too many values");
   file_.require_last(height * width * value_bytes, "the values");
@@ -75,7 +69,7 @@ std::unique_ptr<FeatureSource> open_npy(BinaryFile content) {
   const auto magic = file.read_bytes(8, "the header");
   if (std::string(magic.begin(), magic.begin() + 6) != "\x93NUMPY") file.fail("not a NumPy array");
   if (magic[6] != 1 && magic[6] != 2) file.fail("NumPy format " + std::to_string(magic[6]) + ", only 1 and 2 are read");
-  const auto length = bits_of(file.read_bytes(magic[6] == 1 ? 2 : 4, "the header"), false);
+  const auto length = bits_of(file.read_bytes(magic[6] == 1 ? 2 : 4, "the header"));
   constexpr std::uint64_t kLongestHeader = 10000;  // a few hundred bytes are usual
   if (length > kLongestHeader) file.fail("has a header of " + std::to_string(length) + " bytes");
   const auto text = file.read_bytes(static_cast<std::int64_t>(length), "the header");

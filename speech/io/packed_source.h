@@ -2,14 +2,10 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 
 #include "kivsr/speech/io/feature_source.h"
 
 namespace kivsr::speech {
-
-// The number that up to 8 bytes are.
-std::uint64_t bits_of(std::span<const std::uint8_t> bytes, bool big_endian);
 
 class PackedSource : public FeatureSource {
  public:

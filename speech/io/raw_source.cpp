@@ -9,6 +9,7 @@
 #include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/audio_reader.h"
 #include "kivsr/speech/io/audio_source.h"
+#include "kivsr/speech/io/byte_order.h"
 
 namespace kivsr::speech {
 
@@ -17,8 +18,7 @@ namespace {
 constexpr int kDefaultRawRate = 16000;
 
 std::int16_t swapped(std::int16_t sample) {
-  const auto bits = static_cast<std::uint16_t>(sample);
-  return static_cast<std::int16_t>(static_cast<std::uint16_t>(bits << 8U | bits >> 8U));
+  return static_cast<std::int16_t>(bytes_reversed(static_cast<std::uint16_t>(sample)));
 }
 
 // Speech changes little from one sample to the next; with its bytes swapped it is noise. Compares the two as the

@@ -9,6 +9,7 @@
 #include <sndfile.h>
 
 #include "kivsr/speech/io/audio_source.h"
+#include "kivsr/speech/io/byte_order.h"
 #include "kivsr/speech/io/seekable_file.h"
 
 namespace kivsr::speech {
@@ -22,11 +23,6 @@ struct CloseSound {
 };
 using Sound = std::unique_ptr<SNDFILE, CloseSound>;
 
-std::uint32_t little_endian_32(const unsigned char* bytes) {
-  return bytes[0] | static_cast<std::uint32_t>(bytes[1]) << 8U | static_cast<std::uint32_t>(bytes[2]) << 16U |
-         static_cast<std::uint32_t>(bytes[3]) << 24U;
-}
-
 // Bytes of sound that the header of a RIFF file promises beyond those that the file holds. libsndfile silently takes
 // what is there. Programs that write to a pipe leave a size of 0 or nearly 2^31 or 2^32, which promises nothing.
 std::uint64_t missing_riff_bytes(const SeekableFile& file) {
@@ -35,7 +31,7 @@ std::uint64_t missing_riff_bytes(const SeekableFile& file) {
   const auto file_size = static_cast<std::uint64_t>(file.size());
   std::uint64_t position = 12;
   while (position + 8 <= file_size && file.read(static_cast<std::int64_t>(position), std::span(header).first(8)) == 8) {
-    const std::uint64_t size = little_endian_32(header.data() + 4);
+    const std::uint64_t size = bits_of(std::span(header).subspan(4, 4));
     position += 8;
     if (std::memcmp(header.data(), "data", 4) == 0) {
       return size >= 0x7FFF0000U || position + size <= file_size ? 0 : position + size - file_size;

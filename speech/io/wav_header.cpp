@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "kivsr/kivsr.hpp"
+#include "kivsr/speech/io/byte_order.h"
 
 namespace kivsr::speech {
 
@@ -17,11 +18,7 @@ constexpr unsigned kIntegers = 1;
 constexpr unsigned kFloats = 3;
 constexpr unsigned kExtensible = 0xFFFE;
 
-std::uint32_t little_endian(std::span<const unsigned char> bytes) {
-  std::uint32_t value = 0;
-  for (std::size_t i = 0; i < bytes.size(); ++i) value |= static_cast<std::uint32_t>(bytes[i]) << (8 * i);
-  return value;
-}
+std::uint32_t little_endian(std::span<const unsigned char> bytes) { return static_cast<std::uint32_t>(bits_of(bytes)); }
 
 bool is(std::span<const unsigned char> bytes, const char* name) { return std::memcmp(bytes.data(), name, 4) == 0; }
 

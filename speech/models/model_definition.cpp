@@ -6,6 +6,7 @@
 #include <map>
 
 #include "kivsr/speech/io/binary_file.h"
+#include "kivsr/speech/io/byte_order.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/number_text.h"
 #include "kivsr/speech/io/text_parts.h"
@@ -14,8 +15,8 @@
 namespace kivsr::speech {
 namespace {
 
-constexpr std::uint32_t kBinaryMark = 0x46444D42U;         // "BMDF" in little-endian order
-constexpr std::uint32_t kBinaryMarkSwapped = 0x424D4446U;  // the same letters read in the other order
+constexpr std::uint32_t kBinaryMark = 0x46444D42U;  // "BMDF" in little-endian order
+constexpr std::uint32_t kBinaryMarkSwapped = bytes_reversed(kBinaryMark);
 
 // Faults that every definition can have, however it was written.
 template <class File>

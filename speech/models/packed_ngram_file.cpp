@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "kivsr/speech/io/binary_file.h"
+#include "kivsr/speech/io/byte_order.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/models/arpa_file.h"
 
@@ -29,12 +30,6 @@ float natural(float value) {
   return static_cast<float>(static_cast<double>(value) * base);
 }
 
-[[maybe_unused]] std::uint64_t reversed(std::uint64_t word) {
-  std::uint64_t result = 0;
-  for (int byte = 0; byte < 8; ++byte) result = result << 8 | (word >> (8 * byte) & 0xFFU);
-  return result;
-}
-
 // Entries of a fixed number of bits, one behind the other; a number of up to 57 bits is read at once.
 class PackedEntries {
  public:
@@ -44,7 +39,7 @@ class PackedEntries {
     const std::size_t bit = entry * static_cast<std::size_t>(bits_) + static_cast<std::size_t>(offset);
     std::uint64_t word = 0;
     std::memcpy(&word, bytes_.data() + bit / 8, sizeof word);
-    if constexpr (std::endian::native == std::endian::big) word = reversed(word);
+    if constexpr (std::endian::native == std::endian::big) word = bytes_reversed(word);
     return static_cast<std::uint32_t>(word >> (bit % 8) & ((std::uint64_t{1} << count) - 1));
   }
 

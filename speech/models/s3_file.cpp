@@ -9,6 +9,7 @@
 #include <string>
 
 #include "kivsr/speech/io/binary_file.h"
+#include "kivsr/speech/io/byte_order.h"
 #include "kivsr/speech/io/little_endian.h"
 #include "kivsr/speech/io/output_file.h"
 #include "kivsr/speech/io/text_parts.h"
@@ -17,7 +18,7 @@ namespace kivsr::speech {
 namespace {
 
 constexpr std::uint32_t kByteOrder = 0x11223344U;
-constexpr std::uint32_t kByteOrderSwapped = 0x44332211U;
+constexpr std::uint32_t kByteOrderSwapped = bytes_reversed(kByteOrder);
 constexpr int kMostHeaderLines = 1000;
 constexpr std::string_view kTransformVersion = "0.1";  // of a feature_transform
 

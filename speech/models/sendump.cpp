@@ -7,6 +7,7 @@
 #include <string>
 
 #include "kivsr/speech/io/binary_file.h"
+#include "kivsr/speech/io/byte_order.h"
 #include "kivsr/speech/io/number_text.h"
 #include "kivsr/speech/io/text_parts.h"
 
@@ -30,7 +31,7 @@ std::string read_header_string(BinaryFile& file) {
 void detect_byte_order(const std::filesystem::path& path, BinaryFile& file) {
   BinaryFile probe(path);
   const std::uint32_t length = probe.read_word("the length of the title");
-  const std::uint32_t swapped = length >> 24 | (length >> 8 & 0xFF00U) | (length << 8 & 0xFF0000U) | length << 24;
+  const std::uint32_t swapped = bytes_reversed(length);
   const bool plausible = length >= 1 && length <= kLongestString;
   const bool plausible_swapped = swapped >= 1 && swapped <= kLongestString;
   if (!plausible && !plausible_swapped) file.fail("is not a weight dump: its title has no sensible length");
