@@ -103,10 +103,10 @@ class ContinuousScorer : public Scorer {
       Score total = 0;
       for (std::size_t stream = 0; stream < codebooks_.streams(); ++stream) {
         const auto likelihoods = codebooks_.likelihoods(codebook, stream);
-        weighted_.assign(likelihoods.begin(), likelihoods.end());
         const Score* weights = codebooks_.log_weights(state, stream);
+        weighted_.resize(likelihoods.size());
         for (std::size_t i = 0; i < weighted_.size(); ++i) {
-          weighted_[i] += weights[codebooks_.gaussian(codebook, stream, i)];
+          weighted_[i] = likelihoods[i] + weights[codebooks_.gaussian(codebook, stream, i)];
         }
         Score sum = 0;
         call<Arithmetic::log_sum>(weighted_, &sum, weighted_.size());
