@@ -93,7 +93,7 @@ void AdaptCommand::adapt_words() {
   const WordModel prior = read_word_model(acoustic.model_name);
   const std::vector<TrainingItem> listed = items(!prior.plain_mixture);
   const TrainingUtterances utterances = load(listed, [&](const auto& begin, const auto& left_out) {
-    return load_utterances(listed, prior, {raw}, begin, {}, left_out);
+    return load_utterances(listed, prior, {raw, nullptr, jobs}, begin, {}, left_out);
   });
   WordModel heard = prior;
   for (int iteration = 0; iteration < iterations; ++iteration) {
@@ -128,7 +128,7 @@ void AdaptCommand::adapt_phones() {
     return words;
   };
   const TrainingUtterances utterances = load(listed, [&](const auto& begin, const auto& left_out) {
-    return load_utterances(listed, model.recipe, number, {raw}, begin, {}, left_out);
+    return load_utterances(listed, model.recipe, number, {raw, nullptr, jobs}, begin, {}, left_out);
   });
   AcousticAdaptation adaptation(model, dictionary, settings);
   for (int iteration = 0; iteration < iterations; ++iteration) {

@@ -146,7 +146,7 @@ void TrainCommand::begin(const std::vector<TrainingItem>& items) {
 
 void TrainCommand::load(const std::vector<TrainingItem>& items, const TrainingShare& share) {
   utterances_ = load_with_progress(items.size(), share, bad_, [&](const auto& begin, const auto& left_out) {
-    return load_utterances(items, model_, {raw, cache()}, begin, share, left_out);
+    return load_utterances(items, model_, {raw, cache(), jobs}, begin, share, left_out);
   });
 }
 
@@ -227,7 +227,7 @@ void TrainCommand::run_phones() {
   run.list = list.transcripts.empty() ? list.list.string() : list.transcripts.string();
   run.folder = model_file;
   run.recipe = recipe.recipe();
-  run.source = {raw, cache()};
+  run.source = {raw, cache(), jobs};
   run.resume = resume;
   run.most_passes = most_passes;
   run.jobs = jobs;

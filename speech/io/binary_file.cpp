@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <utility>
 
 #include "kivsr/speech/io/byte_order.h"
@@ -31,8 +30,15 @@ std::ifstream opened(const std::filesystem::path& file) {
 
 std::vector<std::uint8_t> read_whole_file(const std::filesystem::path& file) {
   std::ifstream stream = opened(file);
-  std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
+  std::vector<std::uint8_t> bytes;
+  std::size_t size = 0;
+  while (stream) {
+    bytes.resize(std::max(2 * size, kBlock));
+    stream.read(reinterpret_cast<char*>(bytes.data() + size), static_cast<std::streamsize>(bytes.size() - size));
+    size += static_cast<std::size_t>(stream.gcount());
+  }
   if (stream.bad()) throw Fault(file.string() + ": cannot be read");
+  bytes.resize(size);
   return bytes;
 }
 

@@ -21,9 +21,11 @@ inline std::uint64_t bits_of(std::span<const std::uint8_t> bytes, bool big_endia
 
 // Appends the lowest bytes of a number.
 inline void append_bits(std::uint64_t bits, int count, bool big_endian, std::string& bytes) {
+  char own[8];
   for (int i = 0; i < count; ++i) {
-    bytes.push_back(static_cast<char>(bits >> (8 * (big_endian ? count - 1 - i : i)) & 0xFFU));
+    own[i] = static_cast<char>(bits >> (8 * (big_endian ? count - 1 - i : i)) & 0xFFU);
   }
+  bytes.append(own, static_cast<std::size_t>(count));
 }
 
 // The number that the same bytes are the other way round.

@@ -4,6 +4,7 @@
 #include <bit>
 #include <fstream>
 
+#include "kivsr/speech/io/byte_order.h"
 #include "kivsr/speech/io/little_endian.h"
 #include "kivsr/speech/io/output_file.h"
 
@@ -69,18 +70,24 @@ void RecordReader::require_numbers(std::uint64_t bytes, std::string_view what) c
   file_.require(static_cast<std::int64_t>(bytes + kChecksumBytes), what);
 }
 
-void RecordReader::get(std::span<float> values, std::string_view what) {
-  require_numbers(values.size() * sizeof(float), what);
-  for (float& value : values) value = std::bit_cast<float>(file_.read_word(what));
-}
-
-void RecordReader::get(std::span<double> values, std::string_view what) {
-  require_numbers(values.size() * sizeof(double), what);
-  for (double& value : values) {
-    const std::uint64_t low = file_.read_word(what);
-    value = std::bit_cast<double>(std::uint64_t{file_.read_word(what)} << 32 | low);
+template <class Bits, class Number>
+void RecordReader::get_numbers(std::span<Number> values, std::string_view what) {
+  constexpr std::size_t kBlock = 8192;
+  require_numbers(values.size_bytes(), what);
+  while (!values.empty()) {
+    const auto block = values.first(std::min(kBlock, values.size()));
+    const auto bytes = file_.read_bytes(static_cast<std::int64_t>(block.size_bytes()), what);
+    for (std::size_t i = 0; i < block.size(); ++i) {
+      const auto own = bytes.subspan(i * sizeof(Number)).template first<sizeof(Number)>();
+      block[i] = std::bit_cast<Number>(static_cast<Bits>(bits_of(own)));
+    }
+    values = values.subspan(block.size());
   }
 }
+
+void RecordReader::get(std::span<float> values, std::string_view what) { get_numbers<std::uint32_t>(values, what); }
+
+void RecordReader::get(std::span<double> values, std::string_view what) { get_numbers<std::uint64_t>(values, what); }
 
 void RecordReader::finish() {
   file_.read_bytes(kChecksumBytes, "checksum");

@@ -48,6 +48,9 @@ class RecordReader {
   [[noreturn]] void fail(const std::string& message) const { file_.fail(message); }
 
  private:
+  template <class Bits, class Number>
+  void get_numbers(std::span<Number> values, std::string_view what);
+
   BinaryFile file_;
   std::vector<std::pair<std::string, std::string>> lines_;
 };

@@ -17,8 +17,6 @@ class RowStore {
 
   // Throws Fault where there is no room.
   void append(std::span<const float> values);
-  // Forgets the values behind the first size.
-  void shrink(std::int64_t size) { size_ = size < size_ ? size : size_; }
   std::int64_t size() const { return size_; }  // values
   // As many values as there is room for, from that place on; all of them must be there.
   void read(std::int64_t place, std::span<float> values) const;

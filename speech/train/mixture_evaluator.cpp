@@ -74,6 +74,12 @@ double MixtureEvaluator::score(int index, const float* frame, float* components)
   return static_cast<double>(greatest) + std::log(sum);
 }
 
+void MixtureEvaluator::score_frames(int index, const float* frames, std::span<float> scores) const {
+  const Terms& terms = terms_[static_cast<std::size_t>(index)];
+  call<kivsLogGauss_32f_D2>(frames, dimension_, states_[static_cast<std::size_t>(index)].means, terms.inverse_variances,
+                            dimension_, scores, scores.size(), terms.single_constants.front());
+}
+
 void MixtureLikelihoods::to_shares() {
   for (std::size_t row = 0; row < components.size(); row += mixture.size()) {
     call<kivsSub_64f_I>(mixture, components.data() + row, frames);

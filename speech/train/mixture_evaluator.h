@@ -28,6 +28,8 @@ class MixtureEvaluator {
   // Log likelihoods of the components of one frame, as many as the state has; returns the log of their sum. In single
   // precision, which is enough for shares and beams.
   double score(int state, const float* frame, float* components) const;
+  // The same of frames that lie one behind the other, of a state of one component.
+  void score_frames(int state, const float* frames, std::span<float> scores) const;
   // Of all rows together, in one state.
   double log_likelihood(int state, const FeatureMatrix& features) const;
   // Of a component, in double precision.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <span>
+#include <vector>
 
 namespace kivsr::speech {
 
@@ -57,8 +59,8 @@ class AllPaths {
     for (int frame = 0; frame < frames; ++frame) {
       scorer.begin(frame);
       if (frame > 0) push(graph);
-      if (!take_frame(graph, scorer, beam)) return Outcome::kImpossible;
-      if (cells_.size() > kMostCells) return Outcome::kTooLong;
+      if (!take_frame(graph, frame, scorer, beam)) return Outcome::kImpossible;
+      if (cell_places_.size() > kMostCells) return Outcome::kTooLong;
     }
     result.shares.clear();
     for (int frame = frames - 1; frame >= 0; --frame) {
@@ -68,16 +70,26 @@ class AllPaths {
   }
 
  private:
-  struct Cell {
-    int place;
-    Real forward;
-    Real emission;
+  // A state in the frame it was last scored for.
+  struct StateScore {
+    int frame = -1;
+    double score = 0.0;
+    Real emission{};  // relative to the greatest score
+  };
+  struct Backward {
+    std::size_t cell;
+    Real all;
+    Real stay;
   };
 
   void begin(const UtteranceGraph& graph) {
     values_.assign(graph.states.size(), Real());
-    touched_.clear();
-    cells_.clear();
+    touched_.resize(graph.states.size());
+    touched_count_ = 0;
+    scores_.assign(static_cast<std::size_t>(*std::max_element(graph.states.begin(), graph.states.end())) + 1, {});
+    cell_places_.clear();
+    forwards_.clear();
+    emissions_.clear();
     first_cell_.clear();
     log_likelihood_ = 0.0;
     for (int place = 0; place < graph.places(); ++place) {
@@ -88,48 +100,65 @@ class AllPaths {
   void add(int place, Real value) {
     Real& sum = values_[static_cast<std::size_t>(place)];
     if (!(value > Real())) return;
-    if (sum == Real()) touched_.push_back(place);
+    if (sum == Real()) touched_[touched_count_++] = place;
     sum = sum + value;
   }
 
+  std::span<const int> touched() const { return std::span(touched_).first(touched_count_); }
+
   // From the places of the frame before to those that follow them.
   void push(const UtteranceGraph& graph) {
-    for (std::size_t i = first_cell_.back(); i < cells_.size(); ++i) {
-      const Cell& cell = cells_[i];
-      add(cell.place, cell.forward * static_cast<Real>(graph.stay[static_cast<std::size_t>(cell.place)]));
-      for (const UtteranceGraph::Arc& arc : graph.arcs_of(cell.place)) {
-        add(arc.to, cell.forward * static_cast<Real>(arc.probability));
+    for (std::size_t i = first_cell_.back(); i < cell_places_.size(); ++i) {
+      const int place = cell_places_[i];
+      const Real forward = forwards_[i];
+      add(place, forward * static_cast<Real>(graph.stay[static_cast<std::size_t>(place)]));
+      for (const UtteranceGraph::Arc& arc : graph.arcs_of(place)) {
+        add(arc.to, forward * static_cast<Real>(arc.probability));
       }
     }
   }
 
-  // Forward variables of the frame, without those below the beam.
-  bool take_frame(const UtteranceGraph& graph, FrameScorer& scorer, Real beam) {
-    const std::size_t first = cells_.size();
-    first_cell_.push_back(first);
+  // Emissions of the states of the touched places; returns the greatest score.
+  double score_states(const UtteranceGraph& graph, int frame, FrameScorer& scorer) {
     double best = -std::numeric_limits<double>::infinity();
-    scores_.clear();
-    for (const int place : touched_) {
-      scores_.push_back(scorer.log_likelihood(graph.states[static_cast<std::size_t>(place)]));
-      best = std::max(best, scores_.back());
+    scored_.clear();
+    for (const int place : touched()) {
+      const int state = graph.states[static_cast<std::size_t>(place)];
+      StateScore& own = scores_[static_cast<std::size_t>(state)];
+      if (own.frame == frame) continue;
+      own.frame = frame;
+      own.score = scorer.log_likelihood(state);
+      best = std::max(best, own.score);
+      scored_.push_back(&own);
     }
+    for (StateScore* const own : scored_) set_log(own->score - best, own->emission);
+    return best;
+  }
+
+  // Forward variables of the frame, without those below the beam.
+  bool take_frame(const UtteranceGraph& graph, int frame, FrameScorer& scorer, Real beam) {
+    first_cell_.push_back(cell_places_.size());
+    const double best = score_states(graph, frame, scorer);
+    const auto emission_of = [&](int place) {
+      return scores_[static_cast<std::size_t>(graph.states[static_cast<std::size_t>(place)])].emission;
+    };
     Real greatest{};
-    for (std::size_t i = 0; i < touched_.size(); ++i) {
-      Real& value = values_[static_cast<std::size_t>(touched_[i])];
-      Real emission;
-      set_log(scores_[i] - best, emission);
-      cells_.push_back({touched_[i], value * emission, emission});
-      greatest = std::max(greatest, cells_.back().forward);
-      value = Real();
+    for (const int place : touched()) {
+      Real& value = values_[static_cast<std::size_t>(place)];
+      value = value * emission_of(place);
+      greatest = std::max(greatest, value);
     }
-    touched_.clear();
     if (!(greatest > Real())) return false;
-    std::size_t kept = first;
-    for (std::size_t i = first; i < cells_.size(); ++i) {
-      cells_[i].forward = cells_[i].forward / greatest;
-      if (cells_[i].forward > beam) cells_[kept++] = cells_[i];
+    for (const int place : touched()) {
+      Real& value = values_[static_cast<std::size_t>(place)];
+      const Real forward = value / greatest;
+      value = Real();
+      if (!(forward > beam)) continue;
+      cell_places_.push_back(place);
+      forwards_.push_back(forward);
+      emissions_.push_back(emission_of(place));
     }
-    cells_.resize(kept);
+    touched_count_ = 0;
     log_likelihood_ += best + log_of(greatest);
     return true;
   }
@@ -138,43 +167,47 @@ class AllPaths {
   // after it and gets those of this one.
   bool pull(const UtteranceGraph& graph, int frame, bool last, Occupation& result) {
     const std::size_t first = first_cell_[static_cast<std::size_t>(frame)];
-    const std::size_t end = last ? cells_.size() : first_cell_[static_cast<std::size_t>(frame) + 1];
+    const std::size_t end = last ? cell_places_.size() : first_cell_[static_cast<std::size_t>(frame) + 1];
     backward_.clear();
     Real total{};
     for (std::size_t i = first; i < end; ++i) {
-      const auto place = static_cast<std::size_t>(cells_[i].place);
+      const auto place = static_cast<std::size_t>(cell_places_[i]);
       const Real stay = last ? Real() : static_cast<Real>(graph.stay[place]) * values_[place];
       Real all = last ? static_cast<Real>(graph.end[place]) : stay;
       if (!last) {
-        for (const UtteranceGraph::Arc& arc : graph.arcs_of(cells_[i].place)) {
+        for (const UtteranceGraph::Arc& arc : graph.arcs_of(cell_places_[i])) {
           all = all + static_cast<Real>(arc.probability) * values_[static_cast<std::size_t>(arc.to)];
         }
       }
-      backward_.push_back({all, stay});
-      total = total + cells_[i].forward * all;
+      if (!(all > Real())) continue;
+      backward_.push_back({i, all, stay});
+      total = total + forwards_[i] * all;
     }
     if (!(total > Real())) return false;
     if (last) result.log_likelihood = log_likelihood_ + log_of(total);
-    for (const int place : touched_) values_[static_cast<std::size_t>(place)] = Real();
-    touched_.clear();
-    for (std::size_t i = first; i < end; ++i) {
-      const Cell& cell = cells_[i];
-      const auto [all, stay] = backward_[i - first];
-      const Real share = cell.forward * all / total;
+    for (const int place : touched()) values_[static_cast<std::size_t>(place)] = Real();
+    touched_count_ = 0;
+    for (const auto& [cell, all, stay] : backward_) {
+      const Real share = forwards_[cell] * all / total;
       if (!(share > static_cast<Real>(kLeastShare))) continue;
+      const int place = cell_places_[cell];
       result.shares.push_back(
-          {frame, cell.place, static_cast<double>(share), static_cast<double>(cell.forward * stay / total)});
-      add(cell.place, cell.emission * (all / total));
+          {frame, place, static_cast<double>(share), static_cast<double>(forwards_[cell] * stay / total)});
+      add(place, emissions_[cell] * (all / total));
     }
     return true;
   }
 
   std::vector<Real> values_;  // [place]; zero but for those touched
   std::vector<int> touched_;
-  std::vector<double> scores_;  // of those
-  std::vector<Cell> cells_;
+  std::size_t touched_count_ = 0;
+  std::vector<StateScore> scores_;   // [state]
+  std::vector<StateScore*> scored_;  // in this frame
+  std::vector<int> cell_places_;     // of all frames: the places above the beam
+  std::vector<Real> forwards_;       // of each of them
+  std::vector<Real> emissions_;
   std::vector<std::size_t> first_cell_;  // of each frame
-  std::vector<std::pair<Real, Real>> backward_;
+  std::vector<Backward> backward_;
   double log_likelihood_ = 0.0;
 };
 

@@ -14,10 +14,12 @@
 namespace kivsr::speech {
 
 // An entry holds what its rows depend on: name, size and time of the file, how it is read, the recipe and the build of
-// the library. Rows of anything else are not used and written over. Several processes may use a folder at a time.
+// the library. Rows of anything else are not used and written over. Several threads and processes may use a folder at a
+// time.
 class RowCache {
  public:
-  // Is told of an entry that is damaged, whose rows are computed again, and of rows that cannot be kept.
+  // Is told of an entry that is damaged, whose rows are computed again, and of rows that cannot be kept: in
+  // any thread.
   using Listener = std::function<void(const Fault& fault)>;
 
   // Makes the folder where it is not there; throws Fault where that cannot be.

@@ -75,21 +75,35 @@ void add_products(const std::vector<double>& difference, double share, std::vect
 }  // namespace
 
 StateScorer::StateScorer(const MixtureEvaluator& evaluator)
-    : evaluator_(evaluator), scored_(evaluator.states().size()), likelihoods_(evaluator.states().size()) {
+    : evaluator_(evaluator), scores_(evaluator.states().size()) {
   int most = 1;
   for (const MixtureState& state : evaluator.states()) most = std::max(most, state.components());
   components_.resize(static_cast<std::size_t>(most));
 }
 
-void StateScorer::set(const FeatureMatrix& features) { features_ = &features; }
+void StateScorer::set(const FeatureMatrix& features) {
+  features_ = &features;
+  for (Scores& scores : scores_) scores.count = 0;
+}
+
+void StateScorer::score(int state, Scores& scores) {
+  const float* const row = features_->row(frame_).data();
+  scores.first = frame_;
+  if (evaluator_.states()[static_cast<std::size_t>(state)].components() > 1) {
+    scores.count = 1;
+    scores.values[0] = evaluator_.score(state, row, components_.data());
+    return;
+  }
+  std::array<float, kAhead> single;
+  scores.count = std::min(static_cast<int>(kAhead), features_->height() - frame_);
+  evaluator_.score_frames(state, row, std::span(single).first(static_cast<std::size_t>(scores.count)));
+  std::copy(single.begin(), single.end(), scores.values.begin());
+}
 
 double StateScorer::log_likelihood(int state) {
-  const auto at = static_cast<std::size_t>(state);
-  if (scored_[at] != number_) {
-    scored_[at] = number_;
-    likelihoods_[at] = evaluator_.score(state, row_, components_.data());
-  }
-  return likelihoods_[at];
+  Scores& scores = scores_[static_cast<std::size_t>(state)];
+  if (frame_ < scores.first || frame_ >= scores.first + scores.count) score(state, scores);
+  return scores.values[static_cast<std::size_t>(frame_ - scores.first)];
 }
 
 TrainingWork::TrainingWork(const MixtureEvaluator& gaussians, double beam)

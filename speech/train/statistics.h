@@ -3,6 +3,7 @@
 // Next: reestimation.h.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <span>
@@ -27,21 +28,29 @@ struct StateStatistics {
   double total() const;
 };
 
-// Scores the frames of one utterance after the other; each state once a frame.
+// Scores the frames of one utterance after the other; each state once a frame. A state of one Gaussian that is likely
+// in a frame is so in the next ones too: it is scored for several of them at a time.
 class StateScorer : public FrameScorer {
  public:
   explicit StateScorer(const MixtureEvaluator& evaluator);
   void set(const FeatureMatrix& features);
-  void begin(int frame) override { row_ = features_->row(frame).data(), ++number_; }
+  void begin(int frame) override { frame_ = frame; }
   double log_likelihood(int state) override;
 
  private:
+  static constexpr std::size_t kAhead = 4;
+  struct Scores {
+    int first = -1;  // frame of this utterance
+    int count = 0;
+    std::array<double, kAhead> values{};
+  };
+
+  void score(int state, Scores& scores);
+
   const MixtureEvaluator& evaluator_;
   const FeatureMatrix* features_ = nullptr;
-  const float* row_ = nullptr;
-  std::uint64_t number_ = 0;           // of the frame, over all utterances
-  std::vector<std::uint64_t> scored_;  // [state]: the last frame it was scored for
-  std::vector<double> likelihoods_;    // [state]
+  int frame_ = 0;
+  std::vector<Scores> scores_;  // [state]
   std::vector<float> components_;
 };
 

@@ -1,12 +1,15 @@
 #include "kivsr/speech/train/training_list.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "kivsr/speech/decode/word_errors.h"
 #include "kivsr/speech/front/feature_transform.h"
+#include "kivsr/speech/io/batch.h"
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
+#include "kivsr/speech/io/in_order.h"
 #include "kivsr/speech/io/little_endian.h"
 #include "kivsr/speech/io/text_parts.h"
 #include "kivsr/speech/models/dictionary.h"
@@ -101,12 +104,6 @@ void TrainingUtterances::transform(std::span<const float> matrix) {
   width_ = width;
 }
 
-void TrainingUtterances::remove_last() {
-  frames_ -= all_.back().frames;
-  all_.pop_back();
-  store_.shrink(frames_ * width_);
-}
-
 void TrainingUtterances::append_rows_of(const TrainingUtterance& utterance, int first, int count,
                                         FeatureMatrix& rows) const {
   rows.width = width_;
@@ -123,20 +120,26 @@ FeatureMatrix TrainingUtterances::rows(const TrainingUtterance& utterance) const
 
 namespace {
 
-void load_item(const TrainingItem& item, std::size_t number, const WordNumbers& words, const RowSource& source,
-               FeatureChain& chain, TrainingUtterances& utterances) {
-  utterances.add(item.file, words(item), number);
+// The rows of an item, or why there are none.
+struct LoadedItem {
+  FeatureMatrix rows;
+  std::optional<Fault> fault;
+};
+
+LoadedItem load_item(const TrainingItem& item, const RowSource& source, FeatureChain& chain) {
+  LoadedItem result;
+  result.rows.width = chain.recipe().width();
+  const RowTaker append = [&](const FeatureMatrix& rows) { append_rows(rows.values, result.rows); };
   try {
-    const RowTaker append = [&](const FeatureMatrix& rows) { utterances.append(rows); };
     if (source.cache != nullptr) {
       source.cache->stream(item.file, chain, source.raw, append);
     } else {
       stream_utterance(item.file, chain, source.raw, append);
     }
-  } catch (const Fault&) {
-    utterances.remove_last();
-    throw;
+  } catch (const Fault& fault) {
+    result.fault = fault;
   }
+  return result;
 }
 
 }  // namespace
@@ -145,17 +148,38 @@ TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const
                                    const WordNumbers& words, const RowSource& source, const FileListener& begin,
                                    const TrainingShare& share, const FaultListener& left_out) {
   TrainingUtterances utterances(items.size(), share.team);
-  FeatureChain chain(recipe);
+  std::vector<std::size_t> own;
   for (std::size_t i = 0; i < items.size(); ++i) {
-    if (!share.has(i, {items.size()})) continue;
-    if (begin) begin(items[i].file);
-    try {
-      load_item(items[i], i, words, source, chain, utterances);
-    } catch (const Fault& fault) {
-      if (!left_out) throw;
-      left_out(fault);
-    }
+    if (share.has(i, {items.size()})) own.push_back(i);
   }
+  const auto take = [&](std::size_t turn, const LoadedItem& loaded) {
+    const TrainingItem& item = items[own[turn]];
+    std::vector<int> numbers;
+    std::optional<Fault> fault = loaded.fault;
+    try {
+      numbers = words(item);
+    } catch (const Fault& unknown) {
+      fault = unknown;
+    }
+    if (fault && !left_out) throw Fault(*fault);
+    if (fault) return left_out(*fault);
+    utterances.add(item.file, numbers, own[turn]);
+    utterances.append(loaded.rows);
+  };
+  const std::size_t threads = batch_threads(std::max(source.jobs, 1), own.size());
+  InOrder<LoadedItem> loaded(threads, take);
+  std::vector<std::optional<FeatureChain>> chains(threads);
+  run_batch(own.size(), threads, [&](std::size_t worker, std::size_t turn) {
+    try {
+      const TrainingItem& item = items[own[turn]];
+      if (begin) loaded.alone([&] { begin(item.file); });
+      if (!chains[worker]) chains[worker].emplace(recipe);
+      loaded.put(turn, load_item(item, source, *chains[worker]));
+    } catch (...) {
+      loaded.stop();
+      throw;
+    }
+  });
   return utterances;
 }
 

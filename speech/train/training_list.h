@@ -68,8 +68,6 @@ class TrainingUtterances {
   void append(const FeatureMatrix& rows);
   // Rows become what a matrix [new column][column] makes of them.
   void transform(std::span<const float> matrix);
-  // Takes back the utterance that was added last.
-  void remove_last();
 
   const std::vector<TrainingUtterance>& all() const { return all_; }
   std::int64_t frames() const { return frames_; }
@@ -100,6 +98,7 @@ using FaultListener = std::function<void(const Fault& fault)>;
 struct RowSource {
   RawFormat raw;
   const RowCache* cache = nullptr;
+  int jobs = 1;  // files that are worked on at a time
 };
 
 // A file that cannot be read, or has a word that the model does not have, is left out if somebody is told of it; else
@@ -108,7 +107,8 @@ TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const
                                    const RowSource& source, const FileListener& begin = {},
                                    const TrainingShare& share = {}, const FaultListener& left_out = {});
 
-// The same with words that are numbered by somebody else, who throws Fault for one that he does not have.
+// The same with words that are numbered by somebody else, who throws Fault for one that he does not have. He is asked
+// in the order of the items.
 using WordNumbers = std::function<std::vector<int>(const TrainingItem& item)>;
 TrainingUtterances load_utterances(const std::vector<TrainingItem>& items, const Recipe& recipe,
                                    const WordNumbers& words, const RowSource& source, const FileListener& begin,

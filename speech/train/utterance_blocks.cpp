@@ -1,8 +1,6 @@
 #include "kivsr/speech/train/utterance_blocks.h"
 
 #include <algorithm>
-#include <condition_variable>
-#include <mutex>
 #include <optional>
 #include <span>
 #include <utility>
@@ -10,6 +8,7 @@
 
 #include "kivsr/kivsr.hpp"
 #include "kivsr/speech/io/batch.h"
+#include "kivsr/speech/io/in_order.h"
 
 namespace kivsr::speech {
 
@@ -29,78 +28,74 @@ const char* reason(Statistics::Outcome outcome) {
 // Sums of blocks, added in the order of the blocks whichever is done first.
 class BlockSum {
  public:
-  BlockSum(const Statistics& zero, const TrainingUtterances& utterances, const UtteranceListener& listener)
+  BlockSum(const Statistics& zero, const TrainingUtterances& utterances, int jobs, const UtteranceListener& listener)
       : zero_(zero),
         begins_(utterances.block_begins()),
         team_(utterances.blocks(), utterances.team(), [this](std::span<const double> sums) { add_to_total(sums); }),
-        listener_(listener) {
+        listener_(listener),
+        own_(own_blocks()),
+        workers_(batch_threads(std::max(jobs, 1), own_.size())),
+        done_(kKeptByThread * workers_.size(), [this](std::size_t turn, const Done& done) { merge(turn, done); }) {
     zero_.clear();
     total_ = zero_.values();
-    for (std::size_t block = 0; block + 1 < begins_.size(); ++block) {
-      if (team_.own(block)) own_.push_back(block);
-    }
   }
 
-  Statistics run(int jobs, const std::function<UtteranceAdder()>& make_adder) {
-    const std::size_t threads = batch_threads(std::max(jobs, 1), own_.size());
-    workers_.resize(threads);
-    run_batch(own_.size(), threads, [&](std::size_t worker, std::size_t turn) { work(worker, turn, make_adder); });
+  Statistics run(const std::function<UtteranceAdder()>& make_adder) {
+    run_batch(own_.size(), workers_.size(),
+              [&](std::size_t worker, std::size_t turn) { work(workers_[worker], turn, make_adder); });
     team_.finish(total_.size());
     zero_.set(total_);
     return std::move(zero_);
   }
 
  private:
-  void work(std::size_t worker, std::size_t turn, const std::function<UtteranceAdder()>& make_adder) {
-    try {
-      Worker& own = workers_[worker];
-      if (!own.add) own = {make_adder(), zero_};
-      add(own, turn);
-    } catch (...) {
-      const std::lock_guard lock(mutex_);
-      failed_ = true;
-      merged_.notify_all();
-      throw;
-    }
-  }
-
+  static constexpr std::size_t kKeptByThread = 4;
   struct Worker {
     UtteranceAdder add;
     std::optional<Statistics> sums;
   };
   using LeftOut = std::pair<std::size_t, const char*>;
-
-  void add(Worker& own, std::size_t turn) {
-    own.sums->clear();
+  struct Done {
+    std::vector<double> sums;
     std::vector<LeftOut> left_out;
-    const std::size_t block = own_[turn];
+  };
+
+  std::vector<std::size_t> own_blocks() const {
+    std::vector<std::size_t> own;
+    for (std::size_t block = 0; block + 1 < begins_.size(); ++block) {
+      if (team_.own(block)) own.push_back(block);
+    }
+    return own;
+  }
+
+  void work(Worker& own, std::size_t turn, const std::function<UtteranceAdder()>& make_adder) {
+    try {
+      if (!own.add) own = {make_adder(), zero_};
+      done_.put(turn, add(own, own_[turn]));
+    } catch (...) {
+      done_.stop();
+      throw;
+    }
+  }
+
+  Done add(Worker& own, std::size_t block) {
+    own.sums->clear();
+    Done done;
     for (std::size_t utterance = begins_[block]; utterance < begins_[block + 1]; ++utterance) {
-      begin(utterance);
+      if (listener_.begin) done_.alone([&] { listener_.begin(utterance); });
       const auto outcome = own.add(utterance, *own.sums);
       if (outcome == Statistics::Outcome::kUsed) continue;
       own.sums->skipped += 1.0;
-      left_out.emplace_back(utterance, reason(outcome));
+      done.left_out.emplace_back(utterance, reason(outcome));
     }
-    merge(turn, own.sums->values(), left_out);
+    done.sums = own.sums->values();
+    return done;
   }
 
-  void begin(std::size_t utterance) {
-    if (!listener_.begin) return;
-    const std::lock_guard lock(mutex_);
-    listener_.begin(utterance);
-  }
-
-  // Waits for the blocks before it, unless one of them failed.
-  void merge(std::size_t turn, std::span<const double> sums, const std::vector<LeftOut>& left_out) {
-    std::unique_lock lock(mutex_);
-    merged_.wait(lock, [&] { return failed_ || turn == done_; });
-    if (failed_) return;
-    team_.deliver(own_[turn], sums);
-    if (listener_.left_out) {
-      for (const auto& [utterance, why] : left_out) listener_.left_out(utterance, why);
-    }
-    ++done_;
-    merged_.notify_all();
+  void merge(std::size_t turn, const Done& done) {
+    team_.deliver(own_[turn], done.sums);
+    if (!listener_.left_out) return;
+    for (const auto& [utterance, why] : done.left_out) listener_.left_out(utterance, why);
   }
 
   void add_to_total(std::span<const double> sums) {
@@ -109,22 +104,19 @@ class BlockSum {
 
   Statistics zero_;
   std::vector<std::size_t> begins_;  // [block]: its first utterance
-  std::vector<std::size_t> own_;     // blocks, in their order
   TeamSum team_;
   const UtteranceListener& listener_;
+  std::vector<std::size_t> own_;  // blocks, in their order
   std::vector<Worker> workers_;
-  std::mutex mutex_;
-  std::condition_variable merged_;
+  InOrder<Done> done_;
   std::vector<double> total_;
-  std::size_t done_ = 0;  // of the own blocks, those in the total
-  bool failed_ = false;
 };
 
 }  // namespace
 
 Statistics add_up(const Statistics& zero, const TrainingUtterances& utterances, int jobs,
                   const std::function<UtteranceAdder()>& make_adder, const UtteranceListener& listener) {
-  return BlockSum(zero, utterances, listener).run(jobs, make_adder);
+  return BlockSum(zero, utterances, jobs, listener).run(make_adder);
 }
 
 }  // namespace kivsr::speech

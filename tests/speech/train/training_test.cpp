@@ -73,6 +73,42 @@ void add(const std::vector<int>& words, const FeatureMatrix& rows, TrainingUtter
   utterances.append(rows);
 }
 
+// Files, rows and faults in the order of the list, however many are read at a time.
+TEST(Training, FilesAreLoadedInTheOrderOfTheList) {
+  const WordModel model = model_shape(preset("sphinx-39"), {}, true, {}, nullptr);
+  std::vector<TrainingItem> items;
+  for (int i = 0; i < 40; ++i) {
+    const std::string names[] = {"man.ah.111a", "man.ah.35oa", "missing", "woman.ak.334a"};
+    const std::string& name = names[i % 4];
+    items.push_back({kTestData / "tidigits" / (name + (i % 4 == 2 ? std::to_string(i) : "") + ".mfc"), {}, i});
+  }
+  const auto load = [&](int jobs, std::vector<std::string>& faults) {
+    const auto left_out = [&](const Fault& fault) { faults.emplace_back(fault.what()); };
+    return load_utterances(items, model, {{}, nullptr, jobs}, {}, {}, left_out);
+  };
+  std::vector<std::string> faults;
+  const TrainingUtterances alone = load(1, faults);
+  EXPECT_EQ(alone.all().size(), 30U);
+  EXPECT_EQ(faults.size(), 10U);
+  for (const int jobs : {2, 5}) {
+    std::vector<std::string> others;
+    const TrainingUtterances together = load(jobs, others);
+    EXPECT_EQ(others, faults);
+    ASSERT_EQ(together.all().size(), alone.all().size());
+    for (std::size_t i = 0; i < alone.all().size(); ++i) {
+      EXPECT_EQ(together.all()[i].file, alone.all()[i].file);
+      EXPECT_EQ(together.all()[i].item, alone.all()[i].item);
+      EXPECT_EQ(together.rows(together.all()[i]).values, alone.rows(alone.all()[i]).values);
+    }
+    try {
+      load_utterances(items, model, {{}, nullptr, jobs});
+      FAIL() << "no fault";
+    } catch (const Fault& fault) {
+      EXPECT_EQ(fault.what(), faults.front());
+    }
+  }
+}
+
 TEST(Training, MixtureFollowsExpectationMaximisation) {
   TrainingSettings settings;
   settings.components = settings.start_components = 8;
