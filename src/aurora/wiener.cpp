@@ -57,18 +57,15 @@ struct ScaledPower {
   double factor = 0.5 * double_scale(scale_factor);
 
   static int many(const Kiv32s*, Kiv32s*, int) { return 1; }
-  // Shifts without rounding, to the left with saturation; x >= 0.
-  Kiv32s shifted(std::int64_t x) const {
-    if (scale_factor >= 0) return saturate<Kiv32s>(x >> std::min(scale_factor, 63));
-    return scaled<Kiv32s>(x, scale_factor);
-  }
   static std::int64_t half_square(std::int64_t x) { return (x * x) >> 1; }
   Kiv32s operator()(Kiv32s a, Kiv32s b, Kiv32s c, Kiv32s d) const {
     const auto square = [](double x) { return x * x; };
     return round_saturated<Kiv32s>((square(a) + square(b) + square(c) + square(d)) * factor);
   }
-  Kiv32s first(Kiv32s a, Kiv32s b, Kiv32s c) const { return shifted(half_square(a) + half_square(b) + half_square(c)); }
-  Kiv32s last(Kiv32s a) const { return shifted(std::int64_t{a} * a); }
+  Kiv32s first(Kiv32s a, Kiv32s b, Kiv32s c) const {
+    return scaled_down<Kiv32s>(half_square(a) + half_square(b) + half_square(c), scale_factor);
+  }
+  Kiv32s last(Kiv32s a) const { return scaled_down<Kiv32s>(std::int64_t{a} * a, scale_factor); }
 };
 
 template <class T, class Power>
@@ -323,15 +320,9 @@ void filter(const Kiv16s* src, Kiv16s* dst, const Kiv16s* taps, int scale_factor
   }
   if (sum > 65535) {
     const NearestRounding nearest;
-    // Beyond 2^+-64 every sum saturates or vanishes.
-    filter_large(src, dst, pairs, double_scale(std::clamp(scale_factor, -64, 64)));
-  } else if (scale_factor > 31) {
-    std::fill_n(dst, kFrame, Kiv16s{0});
-  } else if (scale_factor > 0) {
-    filter_small(src, dst, pairs, [=](Words x) { return shift_right_rounded(x, scale_factor); });
+    filter_large(src, dst, pairs, double_scale(scale_factor));
   } else {
-    const int shift = -std::max(scale_factor, -15);
-    filter_small(src, dst, pairs, [=](Words x) { return shift_left_for_16_bits(x, shift); });
+    scale_to_16_bits(scale_factor, [&](auto scale) { filter_small(src, dst, pairs, scale); });
   }
 }
 

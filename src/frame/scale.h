@@ -39,6 +39,13 @@ constexpr Dst scaled(std::int64_t x, int scale_factor) {
   return saturate<Dst>(std::clamp(x, -kRange, kRange) * (std::int64_t{1} << -scale_factor));
 }
 
+// The same rounded down instead of to nearest; 0 where every bit is shifted out.
+template <class Dst>
+constexpr Dst scaled_down(std::int64_t x, std::int64_t scale_factor) {
+  if (scale_factor < 0) return scaled<Dst>(x, static_cast<int>(std::max<std::int64_t>(scale_factor, -32)));
+  return scale_factor > 63 ? Dst{0} : saturate<Dst>(x >> scale_factor);
+}
+
 // 2^exponent, exact, for exponents of normal numbers.
 constexpr float power_of_two(int exponent) {
   return std::bit_cast<float>(static_cast<std::uint32_t>(127 + exponent) << 23);
@@ -103,20 +110,19 @@ inline simd::Lanes<std::int32_t, W> shift_left_for_16_bits(simd::Lanes<std::int3
 }
 
 // The scale-factor rule for exact 32-bit lanes that a store saturates to 16 bits: apply(scale) is called once, scale a
-// function of vectors.
+// function of vectors of any width.
 template <class Apply>
 inline void scale_to_16_bits(int scale_factor, Apply apply) {
-  using V = simd::Vec<std::int32_t>;
   if (scale_factor > 31) {
-    apply([](V) { return V::zero(); });
+    apply([](auto x) { return decltype(x)::zero(); });
   } else if (scale_factor > 0) {
-    apply([=](V x) { return shift_right_rounded(x, scale_factor); });
+    apply([=](auto x) { return shift_right_rounded(x, scale_factor); });
   } else if (scale_factor == 0) {
-    apply([](V x) { return x; });
+    apply([](auto x) { return x; });
   } else {
     // 15 places take every number but zero to the bounds or beyond.
     const int shift = -std::max(scale_factor, -15);
-    apply([=](V x) { return shift_left_for_16_bits(x, shift); });
+    apply([=](auto x) { return shift_left_for_16_bits(x, shift); });
   }
 }
 

@@ -1,5 +1,4 @@
 // Applying filter banks to spectra: the path that runs once per frame.
-#include <algorithm>
 #include <cassert>
 
 #include "frame/scale.h"
@@ -117,15 +116,6 @@ struct WrappedProduct {
   }
 };
 
-// sum 2^-shift, rounded down and saturated; 0 where every bit is shifted out.
-template <class D>
-D shifted(std::int64_t sum, std::int64_t shift) {
-  if (shift >= 0) return shift > 63 ? D{0} : saturate<D>(sum >> shift);
-  constexpr std::int64_t kRange = std::int64_t{1} << 31;
-  if (shift <= -32) return saturate<D>(sum == 0 ? 0 : sum > 0 ? kRange : -kRange - 1);
-  return saturate<D>(std::clamp(sum, -kRange, kRange) * (std::int64_t{1} << -shift));
-}
-
 template <class Product, class S, class D>
 void apply(const KivsFBankState_16s& bank, const S* spectrum, D* dst, std::int64_t shift) {
   assert(bank.ready != 0);
@@ -136,7 +126,7 @@ void apply(const KivsFBankState_16s& bank, const S* spectrum, D* dst, std::int64
     const S* x = spectrum + c[i - 1];
     for (Kiv32s k = 0; k <= c[i] - c[i - 1]; ++k) sum += product(bank.rising[i - 1][k], *x++);
     for (Kiv32s k = 0; k < c[i + 1] - c[i]; ++k) sum += product(bank.falling[i - 1][k], *x++);
-    dst[i - 1] = shifted<D>(static_cast<std::int64_t>(sum), shift);
+    dst[i - 1] = scaled_down<D>(static_cast<std::int64_t>(sum), shift);
   }
 }
 

@@ -54,9 +54,13 @@ TYPED_TEST(Integers, ScaledAndSaturated) {
     for (int scale = -70; scale <= 70; ++scale) {
       const D expected = saturated<D>(std::nearbyint(std::ldexp(static_cast<long double>(x), -scale)));
       ASSERT_EQ(scaled<D>(x, scale), expected) << x << " scaled by " << scale;
+      const D down = saturated<D>(scale > 63 ? 0 : std::floor(std::ldexp(static_cast<long double>(x), -scale)));
+      ASSERT_EQ(scaled_down<D>(x, scale), down) << x << " scaled down by " << scale;
     }
     for (const int scale : {INT_MIN, INT_MAX}) {
-      ASSERT_EQ(scaled<D>(x, scale), scale > 0 || x == 0 ? 0 : saturated<D>(x > 0 ? 1e30L : -1e30L));
+      const D expected = scale > 0 || x == 0 ? D{0} : saturated<D>(x > 0 ? 1e30L : -1e30L);
+      ASSERT_EQ(scaled<D>(x, scale), expected);
+      ASSERT_EQ(scaled_down<D>(x, 2 * Integer{scale}), expected);
     }
   }
 }
