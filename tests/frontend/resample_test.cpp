@@ -331,7 +331,7 @@ TEST(Resample, IntegersAreTheRoundedResults) {
 }
 
 template <class T>
-void expect_statuses() {
+void expect_statuses_of_construction() {
   using F = Form<T>;
   using State = typename F::State;
   const float nan = std::numeric_limits<float>::quiet_NaN();
@@ -374,11 +374,16 @@ void expect_statuses() {
       return status;
     });
   }
+  EXPECT_EQ(F::free(nullptr), kivStatusNullPointer);
+}
+
+template <class T>
+void expect_statuses_of_streams() {
+  using F = Form<T>;
   Stream<T> stream(1, 1000);
   T sample = 1;
   std::vector<T> output(2000, T{7});
   int length = -5;
-  EXPECT_EQ(F::free(nullptr), kivStatusNullPointer);
   EXPECT_EQ(F::reset(nullptr), kivStatusNullPointer);
   EXPECT_EQ(F::get_delay(nullptr, &length), kivStatusNullPointer);
   EXPECT_EQ(F::get_delay(stream.state(), nullptr), kivStatusNullPointer);
@@ -400,8 +405,10 @@ void expect_statuses() {
 }
 
 TEST(Resample, Statuses) {
-  expect_statuses<float>();
-  expect_statuses<Kiv16s>();
+  expect_statuses_of_construction<float>();
+  expect_statuses_of_construction<Kiv16s>();
+  expect_statuses_of_streams<float>();
+  expect_statuses_of_streams<Kiv16s>();
 }
 
 }  // namespace
