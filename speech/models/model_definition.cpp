@@ -312,10 +312,17 @@ ModelDefinition parse_model_definition(const std::string& name, const std::strin
 
 namespace {
 
-std::string phone_line(const std::string& names, bool filler, int matrix, std::span<const int> states) {
-  std::string line = names + (filler ? " filler " : " n/a ") + std::to_string(matrix);
-  for (const int state : states) line += " " + std::to_string(state);
-  return line + " N\n";
+// Appends the line of a phone behind its names.
+void put_phone(bool filler, int matrix, std::span<const int> states, std::string& text) {
+  const auto put = [&](int number) {
+    char digits[12];
+    const auto end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
+    text.append(std::begin(digits), end);
+  };
+  text += filler ? " filler " : " n/a ";
+  put(matrix);
+  for (const int state : states) text += ' ', put(state);
+  text += " N\n";
 }
 
 }  // namespace
@@ -333,9 +340,10 @@ std::string model_definition_text(const ModelDefinition& definition) {
           const int hmm = definition.contexts[place++];
           if (hmm < 0) continue;
           ++count;
-          triphones += phone_line(base.name + " " + left.name + " " + right.name + " " + kPositions[position],
-                                  base.filler, definition.hmms[static_cast<std::size_t>(hmm)].transition_matrix,
-                                  definition.states_of_hmm(hmm));
+          triphones.append(base.name).append(" ").append(left.name).append(" ").append(right.name).append(" ");
+          triphones += kPositions[position];
+          put_phone(base.filler, definition.hmms[static_cast<std::size_t>(hmm)].transition_matrix,
+                    definition.states_of_hmm(hmm), triphones);
         }
       }
     }
@@ -348,7 +356,8 @@ std::string model_definition_text(const ModelDefinition& definition) {
                      std::to_string(definition.transition_matrices) + " n_tied_tmat\n" +
                      "#\n# Columns definitions\n#base lft rt p attrib tmat ... state id's ...\n";
   for (const PhoneDefinition& phone : definition.phones) {
-    text += phone_line(phone.name + " - - -", phone.filler, phone.transition_matrix, phone.states);
+    text.append(phone.name).append(" - - -");
+    put_phone(phone.filler, phone.transition_matrix, phone.states, text);
   }
   return text + triphones;
 }

@@ -206,16 +206,12 @@ UtteranceGraph phone_graph(const PhoneModel& model, const PhoneLexicon& lexicon,
 std::vector<PhoneInContext> all_contexts(const PhoneLexicon& lexicon, const ModelDefinition& definition) {
   std::set<int> starts{definition.silence};
   std::set<int> ends{definition.silence};
+  std::set<PhoneInContext> in_words;  // the neighbour in another word is any
   const auto context = [&](int phone) { return context_of(definition, phone); };
   for (int word = 0; word < lexicon.words(); ++word) {
     for (const std::vector<int>& phones : lexicon.pronunciations(word)) {
       starts.insert(context(phones.front()));
       ends.insert(context(phones.back()));
-    }
-  }
-  std::set<PhoneInContext> all;
-  for (int word = 0; word < lexicon.words(); ++word) {
-    for (const std::vector<int>& phones : lexicon.pronunciations(word)) {
       const std::size_t count = phones.size();
       for (std::size_t i = 0; i < count; ++i) {
         if (definition.phones[static_cast<std::size_t>(phones[i])].filler) continue;
@@ -223,11 +219,16 @@ std::vector<PhoneInContext> all_contexts(const PhoneLexicon& lexicon, const Mode
         const bool is_last = i + 1 == count;
         const auto position = begins ? (is_last ? WordPosition::kSingle : WordPosition::kBegin)
                                      : (is_last ? WordPosition::kEnd : WordPosition::kInternal);
-        for (const int left : begins ? ends : std::set<int>{context(phones[i - 1])}) {
-          for (const int right : is_last ? starts : std::set<int>{context(phones[i + 1])}) {
-            all.insert({phones[i], left, right, position});
-          }
-        }
+        in_words.insert({phones[i], begins ? kAnyContext : context(phones[i - 1]),
+                         is_last ? kAnyContext : context(phones[i + 1]), position});
+      }
+    }
+  }
+  std::set<PhoneInContext> all;
+  for (const PhoneInContext& phone : in_words) {
+    for (const int left : phone.left == kAnyContext ? ends : std::set<int>{phone.left}) {
+      for (const int right : phone.right == kAnyContext ? starts : std::set<int>{phone.right}) {
+        all.insert({phone.base, left, right, phone.position});
       }
     }
   }

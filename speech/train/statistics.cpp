@@ -276,7 +276,10 @@ void Statistics::add(const Statistics& other) {
 }
 
 std::vector<double> Statistics::values() const {
+  std::size_t count = 0;
+  visit_sums(*this, [&](std::span<const double> sums) { count += sums.size(); });
   std::vector<double> values;
+  values.reserve(count);
   visit_sums(*this, [&](std::span<const double> sums) { values.insert(values.end(), sums.begin(), sums.end()); });
   return values;
 }
