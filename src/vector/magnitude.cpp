@@ -47,31 +47,25 @@ std::uint64_t integer_root(std::uint64_t n) {
   return root;
 }
 
-// sqrt(re^2 + im^2) 2^-scaleFactor, decided on integers.
+// sqrt(re^2 + im^2) 2^-scaleFactor rounded, decided on integers, of a number in doubt: that is no integer, and less
+// than the largest one.
 Kiv32s exact_magnitude(Kiv32sc z, int scale_factor) {
   const auto square = [](std::int64_t x) { return static_cast<std::uint64_t>(x * x); };
   std::uint64_t n = square(z.re) + square(z.im);  // at most 2^63
   if (scale_factor < 0) {
-    // 2^62 is the square of the first value out of range.
-    if (n != 0 && (scale_factor < -31 || n >= std::uint64_t{1} << (62 + 2 * scale_factor))) {
-      return std::numeric_limits<Kiv32s>::max();
-    }
-    n <<= n == 0 ? 0 : -2 * scale_factor;
+    assert(scale_factor > -31 && n < std::uint64_t{1} << (62 + 2 * scale_factor));
+    n <<= -2 * scale_factor;
     scale_factor = 0;
   }
   const std::uint64_t root = integer_root(n);
-  std::uint64_t result = root;
-  if (scale_factor == 0) {
-    // (root + 1/2)^2 = root^2 + root + 1/4: no ties.
-    result += n - root * root > root ? 1 : 0;
-  } else {
-    result = scale_factor > 32 ? 0 : root >> scale_factor;
-    const std::uint64_t half_way = (2 * result + 1) << (std::min(scale_factor, 32) - 1);
-    const std::uint64_t half_square = half_way * half_way;
-    const bool up = n > half_square || (n == half_square && (result & 1) != 0);
-    result += up && scale_factor <= 32 ? 1 : 0;
-  }
-  return static_cast<Kiv32s>(std::min<std::uint64_t>(result, std::numeric_limits<Kiv32s>::max()));
+  // (root + 1/2)^2 = root^2 + root + 1/4: no ties.
+  if (scale_factor == 0) return static_cast<Kiv32s>(root + (n - root * root > root ? 1 : 0));
+  assert(scale_factor <= 32);
+  const std::uint64_t result = root >> scale_factor;
+  const std::uint64_t half_way = (2 * result + 1) << (scale_factor - 1);
+  const std::uint64_t half_square = half_way * half_way;
+  const bool up = n > half_square || (n == half_square && (result & 1) != 0);
+  return static_cast<Kiv32s>(result + (up ? 1 : 0));
 }
 
 }  // namespace

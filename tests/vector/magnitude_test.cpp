@@ -91,6 +91,14 @@ TEST(Magnitude, OfIntegersNextToHalfWayIsTheNearest) {
   std::vector<Kiv32s> dst(data.size());
   ASSERT_EQ(kivsMagnitude_32sc_Sfs(data.data(), dst.data(), 8, 0), kivStatusOk);
   for (std::size_t i = 0; i < data.size(); ++i) EXPECT_EQ(dst[i], data[i].re);
+  // Twice the root of (2 t^2)^2 + t^2 is as close below 4 t^2 + 1/2, that of (2 t^2 - 1)^2 + t^2 above 4 t^2 - 3/2.
+  for (Kiv32s t = 23100; t < 23108; ++t) {
+    const Kiv32sc both[] = {{2 * t * t, t}, {2 * t * t - 1, -t}};
+    Kiv32s twice[2];
+    ASSERT_EQ(kivsMagnitude_32sc_Sfs(both, twice, 2, -1), kivStatusOk);
+    EXPECT_EQ(twice[0], 4 * t * t);
+    EXPECT_EQ(twice[1], 4 * t * t - 1);
+  }
 }
 
 TEST(Magnitude, ChecksNullPointersThenSizes) {
