@@ -9,7 +9,7 @@ SHELL := /bin/bash
 LIBRARY_TESTS := core frame vector frontend scoring training vq aurora noise interface
 ANY_LIBRARY_TEST := $(subst $() ,|,$(LIBRARY_TESTS) foundation selftest)
 
-.PHONY: demo test check check-sanitizers check-threads check-reference check-tidy check-abi check-v4 check-generic check-arm64 check-processors fuzz bench docs python deb install format clean
+.PHONY: demo test check check-sanitizers check-threads check-reference check-tidy check-abi check-v4 check-lto check-generic check-arm64 check-processors fuzz bench docs python deb install format clean
 
 demo:
 	@scripts/setup
@@ -29,7 +29,7 @@ test:
 	done
 
 # What the test command does not cover.
-check: check-sanitizers check-threads check-reference check-tidy check-abi check-v4 check-generic check-arm64 check-processors
+check: check-sanitizers check-threads check-reference check-tidy check-abi check-v4 check-lto check-generic check-arm64 check-processors
 
 # The tests and the seeds of the fuzz targets under the address and undefined-behaviour sanitizers, by clang.
 check-sanitizers:
@@ -61,6 +61,13 @@ check-v4:
 	@cmake --preset x86_64 -DKIVSR_V4=ON >/dev/null && cmake --build --preset x86_64 -j$(JOBS) \
 	  --target kivsr_selftest foundation_v4_tests $(LIBRARY_TESTS:%=%_tests) | scripts/progress
 	@ctest --test-dir build/x86_64 --output-on-failure -j$(JOBS) -R '^($(ANY_LIBRARY_TEST))\.v4$$'
+
+# Library and program optimised as a whole at link time.
+check-lto:
+	@scripts/setup test
+	@cmake --preset x86_64 -B build/lto -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON -DKIVSR_PYTHON=OFF -DKIVSR_MPI=OFF >/dev/null
+	@cmake --build build/lto -j$(JOBS) --target kivsr kivsrw7_v3 | scripts/progress
+	@build/lto/bin/kivsr selftest && GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2 build/lto/bin/kivsr selftest
 
 # The library without any instruction set's own file.
 check-generic:
