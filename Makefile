@@ -65,7 +65,7 @@ check-v4:
 # Library and program optimised as a whole at link time.
 check-lto:
 	@scripts/setup test
-	@cmake --preset x86_64 -B build/lto -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON -DKIVSR_PYTHON=OFF -DKIVSR_MPI=OFF >/dev/null
+	@cmake --preset x86_64 -B build/lto -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON -DKIVSR_TESTS=OFF -DKIVSR_PYTHON=OFF -DKIVSR_MPI=OFF >/dev/null
 	@cmake --build build/lto -j$(JOBS) --target kivsr kivsrw7_v3 | scripts/progress
 	@build/lto/bin/kivsr selftest && GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2 build/lto/bin/kivsr selftest
 
