@@ -11,7 +11,6 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cassert>
 #include <cmath>
 #include <cstddef>
@@ -55,18 +54,22 @@ namespace log_sum_detail {
 inline constexpr int kBlock = 128;
 inline constexpr int kFirst = 8;
 
+// An own type, whose objects stay in the library: those of std are visible outside.
 template <class T>
-inline constexpr auto kOnes = [] {
-  std::array<T, simd::Vec<T>::width> ones{};
-  ones.fill(1);
-  return ones;
-}();
+struct Ones {
+  constexpr Ones() {
+    for (T& lane : lanes) lane = 1;
+  }
+  T lanes[simd::Vec<T>::width]{};
+};
+template <class T>
+inline constexpr Ones<T> kOnes;
 
 // l < n ? p[l] : padding
 template <class T>
 inline simd::Vec<T> load_padded(const T* p, int n, T padding) {
   using V = simd::Vec<T>;
-  return select(simd::load_some<T>(kOnes<T>.data(), n) > V::zero(), simd::load_some<T>(p, n), V::broadcast(padding));
+  return select(simd::load_some<T>(kOnes<T>.lanes, n) > V::zero(), simd::load_some<T>(p, n), V::broadcast(padding));
 }
 
 // The largest element, and whether every element is finite and not below the log zero.
