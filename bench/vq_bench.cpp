@@ -10,6 +10,9 @@
 
 #include "kivsr.h"
 #include "side_by_side.h"
+#if defined(KIVSR_BENCH_SPEECH)
+#include "kivsr/speech/quantise/k_means.h"
+#endif
 #if defined(KIVSR_BENCH_FAISS)
 #include <faiss/Clustering.h>
 #include <faiss/IndexFlat.h>
@@ -106,12 +109,23 @@ std::vector<float> faiss_codewords(const float* vectors, int width, int height, 
 }
 #endif
 
-// faiss runs k-means once, 25 passes; we run it after every split, up to 20 passes.
+#if defined(KIVSR_BENCH_SPEECH)
+std::vector<float> k_means_codewords(const float* vectors, int width, int height, int count) {
+  const speech::FeatureMatrix rows{width, {vectors, vectors + static_cast<std::ptrdiff_t>(height) * width}};
+  return speech::k_means(rows, std::vector<float>(static_cast<std::size_t>(width), 1.0F), count);
+}
+#endif
+
+// faiss and the speech library's k-means run it once, 25 and up to 40 passes; training by splits runs it after every
+// split, up to 20 passes.
 void training(int width, int height, int count, bool clustered) {
   const float* const vectors = rows(width, height, clustered, 0);
   const std::string name =
       (clustered ? "train clusters " : "train noise ") + std::to_string(height) + " x " + std::to_string(width);
   measure(name, "ours", count, [=] { kivsCdbkFree_32f(train(vectors, width, height, count)); });
+#if defined(KIVSR_BENCH_SPEECH)
+  measure(name, "k-means", count, [=] { return k_means_codewords(vectors, width, height, count).size(); });
+#endif
 #if defined(KIVSR_BENCH_FAISS)
   measure(name, "faiss", count, [=] { return faiss_codewords(vectors, width, height, count).size(); });
 #endif
@@ -135,6 +149,10 @@ void print_distortion(int width, int height, int count, bool clustered) {
   const float* const ours = codewords_of(train(vectors, width, height, count), width, count);
   std::printf("distortion, %s, %d x %d, %d codewords: ours %.4f", clustered ? "clusters" : "noise", height, width,
               count, distortion(vectors, width, height, ours, count));
+#if defined(KIVSR_BENCH_SPEECH)
+  std::printf(", k-means %.4f",
+              distortion(vectors, width, height, k_means_codewords(vectors, width, height, count).data(), count));
+#endif
 #if defined(KIVSR_BENCH_FAISS)
   std::printf(", faiss %.4f",
               distortion(vectors, width, height, faiss_codewords(vectors, width, height, count).data(), count));

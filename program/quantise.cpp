@@ -132,8 +132,7 @@ void TrainCommand::run() {
     Progress progress("codebooks", static_cast<int>(groups.size()));
     for (const SplitGroup& group : groups) {
       progress.step("columns " + split_text(group));
-      trained.push_back(
-          train_group(rows, group, distance, rule == "widest" ? SplitRule::kWidest : SplitRule::kLargest));
+      trained.push_back(train_group(rows, group, distance, *find_codebook_rule(rule)));
     }
   }
   const SplitCodebook book(chain.recipe(), std::move(trained));
@@ -282,8 +281,10 @@ void add_train_mode(Command quantise) {
   command.add_option("--weights", options->weights,
                      "Weights of the columns in the distance: none (default), variance (its inverse; default with "
                      "--bitstream), or a number a column");
-  command.add_option("--rule", options->rule, "The cluster that training splits next: widest or largest")
-      .one_of({"widest", "largest"});
+  command
+      .add_option("--rule", options->rule,
+                  "The cluster that training splits next, widest or largest; or one k-means of all codewords")
+      .one_of({"widest", "largest", "k-means"});
   command.add_flag("--bitstream", options->bitstream, kBitstreamHelp);
   command.callback([options] { options->run(); });
 }

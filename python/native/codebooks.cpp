@@ -57,14 +57,14 @@ speech::Split split_of(const std::string& text, int width) {
 SplitCodebook train(const py::object& array, const std::string& split, const py::object& weights,
                     const std::string& rule, const speech::Recipe& recipe) {
   const FeatureMatrix rows = rows_of(array, "rows", recipe.width());
-  if (rule != "widest" && rule != "largest") throw py::value_error("rule: '" + rule + "' is none of widest, largest");
+  const auto known = speech::find_codebook_rule(rule);
+  if (!known) throw py::value_error("rule: '" + rule + "' is none of widest, largest, k-means");
   const std::vector<float> distance = distance_weights(weights, rows);
   const py::gil_scoped_release released;
   const speech::Split groups = split_of(split, rows.width);
   std::vector<speech::GroupCodebook> books;
   for (const speech::SplitGroup& group : groups) {
-    books.push_back(speech::train_group(rows, group, distance,
-                                        rule == "widest" ? speech::SplitRule::kWidest : speech::SplitRule::kLargest));
+    books.push_back(speech::train_group(rows, group, distance, *known));
   }
   return {recipe, std::move(books)};
 }

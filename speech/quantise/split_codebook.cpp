@@ -10,6 +10,7 @@
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/little_endian.h"
+#include "kivsr/speech/quantise/k_means.h"
 
 namespace kivsr::speech {
 
@@ -169,8 +170,15 @@ FeatureMatrix SplitCodebook::decode(std::span<const std::uint8_t> bits, int rows
   return decoded;
 }
 
+std::optional<CodebookRule> find_codebook_rule(std::string_view name) {
+  if (name == "widest") return CodebookRule::kWidest;
+  if (name == "largest") return CodebookRule::kLargest;
+  if (name == "k-means") return CodebookRule::kMeans;
+  return std::nullopt;
+}
+
 GroupCodebook train_group(const FeatureMatrix& rows, const SplitGroup& group, const std::vector<float>& weights,
-                          SplitRule rule) {
+                          CodebookRule rule) {
   const int count = 1 << group.bits;
   if (rows.height() < count) {
     throw Fault("training: " + std::to_string(rows.height()) + " frames are fewer than the " + std::to_string(count) +
@@ -180,10 +188,14 @@ GroupCodebook train_group(const FeatureMatrix& rows, const SplitGroup& group, co
   GroupCodebook result;
   result.group = group;
   for (const int column : group.columns) result.weights.push_back(weights[static_cast<std::size_t>(column)]);
+  if (rule == CodebookRule::kMeans) {
+    result.codewords = k_means(vectors, result.weights, count);
+    return result;
+  }
   KivsCdbkState_32f* state = nullptr;
   const KivStatus status = kivsCdbkInitAlloc_WgtL2_32f(
       &state, vectors.values.data(), result.weights.data(), vectors.width, vectors.width, vectors.height(), count,
-      rule == SplitRule::kWidest ? kivCdbkSplitWidest : kivCdbkSplitLargest);
+      rule == CodebookRule::kWidest ? kivCdbkSplitWidest : kivCdbkSplitLargest);
   if (status == kivStatusBadArgument) {
     throw Fault("training: the group " + split_text(group) +
                 " has values too close to each other for so many codewords, ask for fewer bits or scale the features");

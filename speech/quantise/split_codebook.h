@@ -4,8 +4,10 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kivsr/kivsr.hpp"
@@ -63,11 +65,14 @@ class SplitCodebook {
   std::uint32_t identity_ = 0;
 };
 
-enum class SplitRule { kWidest, kLargest };  // which cluster a codebook's training splits next
+// Which cluster the library's training splits next, with a k-means after every split; or one k-means of all codewords.
+enum class CodebookRule { kWidest, kLargest, kMeans };
+// Of "widest", "largest", "k-means"; nothing of another name.
+std::optional<CodebookRule> find_codebook_rule(std::string_view name);
 
-// One codebook by the library's training from all rows. weights: one a column of the rows.
+// One codebook from all rows. weights: one a column of the rows.
 GroupCodebook train_group(const FeatureMatrix& rows, const SplitGroup& group, const std::vector<float>& weights,
-                          SplitRule rule);
+                          CodebookRule rule);
 
 // 1 / variance of each column; 0 becomes 1.
 std::vector<float> inverse_variances(const FeatureMatrix& rows);

@@ -198,7 +198,7 @@ TEST(OutOfMemory, TrainingAndCodebooks) {
   const FeatureMatrix rows = random_rows(20, 3, 4);
   expect_all_points("codebook", 20, [&] {
     std::vector<GroupCodebook> groups;
-    groups.push_back(train_group(rows, {{0, 1, 2}, 2}, {1.0F, 1.0F, 1.0F}, SplitRule::kWidest));
+    groups.push_back(train_group(rows, {{0, 1, 2}, 2}, {1.0F, 1.0F, 1.0F}, CodebookRule::kWidest));
     const SplitCodebook book(Recipe::of_features(3), std::move(groups));
     OutputFile output(folder / "book");
     book.write(output);

@@ -192,8 +192,8 @@ def train_codebook(
         first column alone with 6.
     weights : array [width] or 'variance', optional
         Of the columns in the distance; 'variance': its inverse.
-    rule : {'widest', 'largest'}
-        The cluster that is split next.
+    rule : {'widest', 'largest', 'k-means'}
+        The cluster that is split next, or one k-means of all codewords.
     recipe : Recipe, optional
         Of the rows, kept in the codebooks.
 

@@ -29,7 +29,7 @@ FeatureMatrix random_rows(int height, int width, unsigned seed) {
 SplitCodebook trained(const FeatureMatrix& rows, const std::string& split, const std::vector<float>& weights) {
   std::vector<GroupCodebook> groups;
   for (const SplitGroup& group : parse_split(split, rows.width)) {
-    groups.push_back(train_group(rows, group, weights, SplitRule::kWidest));
+    groups.push_back(train_group(rows, group, weights, CodebookRule::kWidest));
   }
   return {Recipe::of_features(rows.width), groups};
 }
