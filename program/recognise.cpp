@@ -296,6 +296,7 @@ void RecogniseCommand::run() {
     segment = true;
     if (files.files.empty() && files.list.empty()) files.files = {"-"};
   }
+  acoustic.reduces_noise = !segment;  // segments are told before they end
   const auto tasks = file_tasks(files, Outputs::kShared, [this](const std::string&) { return extension_of(format); });
   check_format(tasks);
   if (!rule.empty() && grammar_file.empty()) throw Fault("recognise: --rule needs --grammar");

@@ -1,5 +1,6 @@
 #include "program/recogniser_options.h"
 
+#include "kivsr/speech/front/noise_reduction.h"
 #include "kivsr/speech/front/recipe_fields.h"
 #include "kivsr/speech/io/fault.h"
 #include "program/choices.h"
@@ -20,7 +21,12 @@ std::filesystem::path AcousticOptions::dictionary_path(const AcousticModel& mode
 
 Recipe AcousticOptions::recipe_of(const AcousticModel& model) const {
   Recipe recipe = model.recipe;
-  if (!noise_reduction.empty()) read_field(noise_reduction, recipe.noise_reduction.method);
+  NoiseMethod& method = recipe.noise_reduction.method;
+  if (!noise_reduction.empty()) {
+    read_field(noise_reduction, method);
+  } else if (reduces_noise && method == NoiseMethod::kNone && can_reduce_noise(recipe)) {
+    method = NoiseMethod::kAuto;
+  }
   if (equalise) {
     if (recipe.source == Source::kFeatures) {
       throw Fault("--equalise needs a model of cepstra, " + model_name + " was trained from features");
@@ -38,8 +44,14 @@ void add_acoustic_options(Command command, AcousticOptions& options) {
                    "Follow a channel that changes within an utterance (blind equalisation)");
   command
       .add_option("--noise-reduction", options.noise_reduction,
-                  "none, mcra-wiener or mcra-emns (default: as the model's recipe says)")
-      .one_of({"none", "mcra-wiener", "mcra-emns"});
+                  "none, mcra-wiener, mcra-emns, or auto: mcra-wiener where the noise is heavy and steady (default: as "
+                  "the model's recipe says; of whole files that are recognised auto, if it says nothing)")
+      .one_of({"none", "mcra-wiener", "mcra-emns", "auto"});
+  command
+      .add_flag_function(
+          "--no-noise-reduction", [&options](std::int64_t) { options.noise_reduction = "none"; },
+          "The same as --noise-reduction none")
+      .excludes("--noise-reduction");
 }
 
 namespace {

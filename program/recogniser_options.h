@@ -19,6 +19,7 @@ struct AcousticOptions {
   std::string model_name = "en-us";
   std::string dictionary_file;
   std::string noise_reduction;  // empty: as the model's recipe says
+  bool reduces_noise = false;   // without that too, where the recipe does not and can: of steady noise alone
   bool equalise = false;
   ModelFloors floors;
   ScorerOptions scoring;

@@ -6,6 +6,7 @@
 #include "kivsr/speech/front/dynamics_stage.h"
 #include "kivsr/speech/front/equalisation_stage.h"
 #include "kivsr/speech/front/feature_transform.h"
+#include "kivsr/speech/front/noise_reduction.h"
 #include "kivsr/speech/front/normalisation_stage.h"
 #include "kivsr/speech/io/fault.h"
 
@@ -91,7 +92,7 @@ void FeatureChain::push_rows(const FeatureMatrix& input, const RowTaker& take) {
   if (input.width != recipe_.file_width()) {
     throw Fault("rows of " + std::to_string(input.width) + " values, not of " + std::to_string(recipe_.file_width()));
   }
-  if (recipe_.noise_reduction.method != NoiseMethod::kNone) {
+  if (needs_audio(recipe_.noise_reduction.method)) {
     throw Fault("the noise is reduced in audio, not in features");
   }
   if (recipe_.pitch) throw Fault("pitch is found in audio, not in features");

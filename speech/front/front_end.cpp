@@ -116,19 +116,40 @@ void FrontEnd::cut_last(FeatureMatrix* rows) {
 void FrontEnd::push(std::span<const float> samples, FeatureMatrix& rows) {
   rows.width = row_width();
   cut(samples, reduction_ ? nullptr : &rows);
+  release_parts(rows);
+}
+
+// Of a long utterance the noise is reduced in parts: memory is bounded, and the last one is not short.
+void FrontEnd::release_parts(FeatureMatrix& rows) {
+  if (!reduction_) return;
+  const int height = reduction_->part_height();
+  while (spectra_.height() >= 2 * height) reduce_noise(height, rows);
+}
+
+// The noise of the first spectra that wait, together, and then their rows or logarithms.
+void FrontEnd::reduce_noise(int count, FeatureMatrix& rows) {
+  FeatureMatrix part;
+  part.width = spectra_.width;
+  const auto end = spectra_.values.begin() + static_cast<std::ptrdiff_t>(count) * spectra_.width;
+  part.values.assign(spectra_.values.begin(), end);
+  spectra_.values.erase(spectra_.values.begin(), end);
+  reduction_->run(part);
+  for (int t = 0; t < count; ++t) {
+    if (parameters_.dynamic_range > 0.0F) {
+      analysis_->logarithms_of(part.row(t), next_row(logarithms_));
+    } else {
+      analysis_->row_of(part.row(t), log_energies_[static_cast<std::size_t>(t)], next_row(rows));
+    }
+  }
+  if (parameters_.dynamic_range > 0.0F) return;
+  log_energies_.erase(log_energies_.begin(), log_energies_.begin() + count);
 }
 
 // The rows of what has waited for the end of the utterance.
 void FrontEnd::release(FeatureMatrix& rows) {
   const auto log_energy = [&](int t) { return log_energies_[static_cast<std::size_t>(t)]; };
-  if (reduction_) reduction_->run(spectra_);
-  for (int t = 0; t < spectra_.height(); ++t) {
-    if (parameters_.dynamic_range > 0.0F) {
-      analysis_->logarithms_of(spectra_.row(t), next_row(logarithms_));
-    } else {
-      analysis_->row_of(spectra_.row(t), log_energy(t), next_row(rows));
-    }
-  }
+  release_parts(rows);
+  if (spectra_.height() > 0) reduce_noise(spectra_.height(), rows);
   limit_dynamic_range(parameters_, logarithms_.values);
   for (int t = 0; t < logarithms_.height(); ++t) {
     analysis_->row_of_logarithms(logarithms_.row(t), log_energy(t), next_row(rows));

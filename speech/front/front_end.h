@@ -49,6 +49,8 @@ class FrontEnd {
   void hand_over(FeatureMatrix& spectra);
   void emit(std::span<const float> samples, FeatureMatrix* rows);
   std::span<float> next_row(FeatureMatrix& rows) const;
+  void release_parts(FeatureMatrix& rows);
+  void reduce_noise(int count, FeatureMatrix& rows);
   void release(FeatureMatrix& rows);
 
   FrontEndParameters parameters_;

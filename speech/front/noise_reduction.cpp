@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "kivsr/kivsr.hpp"
+#include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/noise/mcra_noise.h"
 #include "kivsr/speech/noise/suppression_gain.h"
 
@@ -13,6 +14,16 @@ namespace kivsr::speech {
 namespace {
 
 constexpr float kSmallestPower = 1e-3F;
+constexpr double kPartSeconds = 30.0;
+
+// When kAuto reduces noise. The quiet moments of a band, averaged over 50 ms, differ by little where the noise is
+// steady, by more where it is itself speech or where there is none. Power above such moments, a mean over the bands:
+// noise that is fainter than this disturbs no model.
+constexpr float kQuietReach = 0.02F;       // s on either side
+constexpr double kSteadySpread = 3.0;      // dB, median of the bands
+constexpr double kHeavyNoiseRatio = 25.0;  // dB
+
+double decibels(double ratio) { return 10.0 * std::log10(ratio); }
 
 FeatureMatrix zeros(int height, int width) {
   FeatureMatrix rows;
@@ -50,6 +61,18 @@ void average_neighbours(std::span<float> values, std::span<float> work) {
 }
 
 }  // namespace
+
+bool can_reduce_noise(Recipe recipe) {
+  if (recipe.source != Source::kAudio) return false;
+  if (recipe.noise_reduction.method == NoiseMethod::kNone) recipe.noise_reduction.method = NoiseMethod::kAuto;
+  try {
+    recipe.validate();
+    NoiseReduction(recipe.front_end, recipe.noise_reduction);
+  } catch (const Fault&) {
+    return false;
+  }
+  return true;
+}
 
 NoiseReduction::NoiseReduction(const FrontEndParameters& parameters, const NoiseReductionParameters& settings)
     : parameters_(parameters), settings_(settings) {
@@ -103,8 +126,8 @@ FeatureMatrix NoiseReduction::noise_of(const FeatureMatrix& power) const {
   return noise;
 }
 
-FeatureMatrix NoiseReduction::smoothed(const FeatureMatrix& bands) const {
-  const int reach = static_cast<int>(std::lround(settings_.smoothing_seconds / parameters_.frame_seconds()));
+FeatureMatrix NoiseReduction::smoothed(const FeatureMatrix& bands, float seconds) const {
+  const int reach = static_cast<int>(std::lround(seconds / parameters_.frame_seconds()));
   const int height = bands.height();
   FeatureMatrix means = zeros(height, bands.width);
   for (int t = 0; t < height; ++t) {
@@ -116,12 +139,36 @@ FeatureMatrix NoiseReduction::smoothed(const FeatureMatrix& bands) const {
   return means;
 }
 
+bool NoiseReduction::noise_is_steady(const FeatureMatrix& bands) const {
+  const FeatureMatrix powers = smoothed(bands, kQuietReach);
+  const auto height = static_cast<std::size_t>(powers.height());
+  const auto width = static_cast<std::size_t>(powers.width);
+  std::vector<float> sorted(height);
+  std::vector<double> spreads(width);
+  double ratios = 0.0;
+  for (std::size_t band = 0; band < width; ++band) {
+    double sum = 0.0;
+    for (std::size_t t = 0; t < height; ++t) {
+      sorted[t] = std::max(powers.values[t * width + band], kSmallestPower);
+      sum += double{sorted[t]};
+    }
+    std::sort(sorted.begin(), sorted.end());
+    const auto quantile = [&](std::size_t percent) { return double{sorted[(height - 1) * percent / 100]}; };
+    spreads[band] = decibels(quantile(20) / quantile(5));
+    ratios += decibels(sum / static_cast<double>(height) / quantile(10));
+  }
+  const auto median = spreads.begin() + static_cast<std::ptrdiff_t>(width / 2);
+  std::nth_element(spreads.begin(), median, spreads.end());
+  return *median <= kSteadySpread && ratios / static_cast<double>(width) <= kHeavyNoiseRatio;
+}
+
 void NoiseReduction::reduce(FeatureMatrix& power) const {
   if (power.height() == 0) return;
   const FeatureMatrix bands = bands_of(power);
-  FeatureMatrix noise = smoothed(bands_of(noise_of(power)));
+  if (settings_.method == NoiseMethod::kAuto && !noise_is_steady(bands)) return;
+  FeatureMatrix noise = smoothed(bands_of(noise_of(power)), settings_.smoothing_seconds);
   const int count = bands.width;
-  const GainRule rule = settings_.method == NoiseMethod::kMcraWiener ? GainRule::kWiener : GainRule::kEmns;
+  const GainRule rule = settings_.method == NoiseMethod::kMcraEmns ? GainRule::kEmns : GainRule::kWiener;
   SuppressionGain suppression(count, {.rule = rule, .memory = settings_.memory, .floor = settings_.floor});
   std::vector<float> gains(static_cast<std::size_t>(count));
   std::vector<float> neighbours(gains.size());
@@ -148,6 +195,10 @@ void NoiseReduction::run(FeatureMatrix& spectra) const {
   for (float& magnitude : spectra.values) magnitude *= magnitude;
   reduce(spectra);
   for (float& power : spectra.values) power = std::sqrt(power);
+}
+
+int NoiseReduction::part_height() const {
+  return std::max(1, static_cast<int>(std::lround(kPartSeconds / parameters_.frame_seconds())));
 }
 
 }  // namespace kivsr::speech

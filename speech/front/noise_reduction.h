@@ -11,6 +11,11 @@
 
 namespace kivsr::speech {
 
+// Whether rows of features cannot do without it.
+inline bool needs_audio(NoiseMethod method) { return method != NoiseMethod::kNone && method != NoiseMethod::kAuto; }
+// Whether the front end has what the methods need: their transform, their rate, filters of its own.
+bool can_reduce_noise(Recipe recipe);
+
 class NoiseReduction {
  public:
   // Throws Fault for a sampling rate or a shift that the noise estimate does not allow.
@@ -18,12 +23,15 @@ class NoiseReduction {
 
   // spectra: of an utterance's frames, power or magnitude as the parameters say, in and out.
   void run(FeatureMatrix& spectra) const;
+  // So many frames of a long utterance, half a minute, are enough for an estimate of their noise.
+  int part_height() const;
 
  private:
   void reduce(FeatureMatrix& power) const;
   FeatureMatrix bands_of(const FeatureMatrix& power) const;
   FeatureMatrix noise_of(const FeatureMatrix& power) const;
-  FeatureMatrix smoothed(const FeatureMatrix& bands) const;
+  FeatureMatrix smoothed(const FeatureMatrix& bands, float seconds) const;
+  bool noise_is_steady(const FeatureMatrix& bands) const;
 
   FrontEndParameters parameters_;
   NoiseReductionParameters settings_;

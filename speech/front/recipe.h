@@ -22,7 +22,8 @@ enum class Source {
 enum class NoiseMethod {
   kNone,
   kMcraWiener,  // noise by MCRA, Wiener gains
-  kMcraEmns     // noise by MCRA, gains of the minimum mean-square error amplitude estimator
+  kMcraEmns,    // noise by MCRA, gains of the minimum mean-square error amplitude estimator
+  kAuto         // kMcraWiener where the noise is heavy and steady; everything else, features too, stays as it is
 };
 struct NoiseReductionParameters {
   NoiseMethod method = NoiseMethod::kNone;

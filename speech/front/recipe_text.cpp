@@ -33,7 +33,7 @@ constexpr std::array<Name, 2> kLifterForms{"sine", "sine-from-zeroth"};
 constexpr std::array<Name, 4> kOutputs{"cepstra", "log-mel", "lpc-cepstra", "plp"};
 constexpr std::array<Name, 3> kEnergies{"frame", "windowed", "spectrum"};
 constexpr std::array<Name, 3> kZeroths{"first", "last", "none"};
-constexpr std::array<Name, 3> kNoiseMethods{"none", "mcra-wiener", "mcra-emns"};
+constexpr std::array<Name, 4> kNoiseMethods{"none", "mcra-wiener", "mcra-emns", "auto"};
 constexpr std::array<Name, 3> kEqualisations{"none", "from-zero", "from-mean"};
 constexpr std::array<Name, 5> kNormalisations{"none", "mean", "mean-variance", "running-mean", "running-mean-variance"};
 constexpr std::array<Name, 8> kDynamics{"none",   "win1",        "win2",    "regression",

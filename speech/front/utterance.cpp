@@ -4,6 +4,7 @@
 #include <cmath>
 #include <string>
 
+#include "kivsr/speech/front/noise_reduction.h"
 #include "kivsr/speech/front/row_stage.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/feature_format.h"
@@ -21,7 +22,7 @@ std::int64_t stream_rows(const std::filesystem::path& file, FeatureChain& chain,
     throw Fault(file.string() + ": rows of " + std::to_string(reader.width()) + " values, " +
                 std::to_string(recipe.file_width()) + " are needed");
   }
-  if (recipe.noise_reduction.method != NoiseMethod::kNone) {
+  if (needs_audio(recipe.noise_reduction.method)) {
     throw Fault(file.string() + ": noise is reduced in audio, not in features");
   }
   FeatureMatrix input;

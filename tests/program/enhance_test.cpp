@@ -120,7 +120,13 @@ TEST_F(EnhanceCommandTest, NoiseReductionFindsTheWords) {
     EXPECT_NE(heard(std::string("--noise-reduction ") + method).find("go forward ten meters"), std::string::npos)
         << method;
   }
-  EXPECT_EQ(heard("--noise-reduction none").find("go forward ten meters"), std::string::npos);
+  EXPECT_NE(heard("").find("go forward ten meters"), std::string::npos);
+  for (const char* options : {"--noise-reduction none", "--no-noise-reduction", "--segment"}) {
+    EXPECT_EQ(heard(options).find("go forward ten meters"), std::string::npos) << options;
+  }
+  // Features are taken as they are.
+  const CommandResult rows = run_kivsr(words + "/usr/share/pocketsphinx/test/data/goforward.mfc");
+  EXPECT_NE(rows.output.find("go forward ten meters"), std::string::npos) << rows.errors;
 }
 
 TEST_F(EnhanceCommandTest, AFaultIsOneLineAndLeavesNothing) {

@@ -1,7 +1,10 @@
 #include "kivsr/speech/front/noise_reduction.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <span>
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -94,6 +97,61 @@ TEST_P(EveryReduction, ScalesWithTheSignalAndSurvivesSilence) {
 
 INSTANTIATE_TEST_SUITE_P(NoiseReduction, EveryReduction,
                          testing::Values(NoiseMethod::kMcraWiener, NoiseMethod::kMcraEmns));
+
+// Clean speech and speech among voices keep their bits, also where the loudness changes; steady noise of 15 dB and less
+// is reduced as by mcra-wiener.
+TEST(NoiseReduction, AutomaticallyTouchesSteadyNoiseAlone) {
+  const FrontEndParameters parameters = preset("sphinx-en-us").front_end;
+  const auto clean = recording();
+  const std::string folder = "/usr/share/pocketsphinx/test/data/librivox/sense_and_sensibility_01_austen_64kb-";
+  std::vector<float> voices(clean.size());
+  for (const char* name : {"0870", "0880", "0890", "0930"}) {
+    const auto voice = read_audio_at(folder + name + ".wav", 16000).samples;
+    for (std::size_t i = 0; i < voices.size(); ++i) voices[i] += voice[i + 8000];
+  }
+  const auto with = [&](const std::vector<float>& noise, double snr) {
+    AudioChannels noisy{{clean}, 16000, 0};
+    mix_noise(noisy, noise, snr);
+    return noisy.channels[0];
+  };
+  const auto rows = [&](const std::vector<float>& samples, NoiseMethod method) {
+    return FrontEnd(parameters, {.method = method}).run(samples).values;
+  };
+  EXPECT_EQ(rows(clean, NoiseMethod::kAuto), rows(clean, NoiseMethod::kNone));
+  EXPECT_EQ(rows(std::vector<float>(8000, 0.0F), NoiseMethod::kAuto),
+            rows(std::vector<float>(8000, 0.0F), NoiseMethod::kNone));
+  for (const double snr : {15.0, 5.0, 0.0}) {
+    const auto babble = with(voices, snr);
+    EXPECT_EQ(rows(babble, NoiseMethod::kAuto), rows(babble, NoiseMethod::kNone)) << snr;
+    const auto hiss = with(white_noise(clean.size(), 7), snr);
+    EXPECT_EQ(rows(hiss, NoiseMethod::kAuto), rows(hiss, NoiseMethod::kMcraWiener)) << snr;
+  }
+}
+
+// Of a long utterance parts are reduced by themselves, and come while it goes on; blocks of any size give the same
+// bits.
+TEST(NoiseReduction, ReducesALongUtteranceInParts) {
+  for (const float dynamic_range : {0.0F, 8.0F}) {
+    FrontEndParameters parameters = preset("sphinx-en-us").front_end;
+    parameters.dynamic_range = dynamic_range;
+    const NoiseReductionParameters settings{.method = NoiseMethod::kMcraWiener};
+    std::vector<float> samples = white_noise(16000 * 75, 5);
+    for (std::size_t i = 0; i < samples.size(); ++i) samples[i] *= i < samples.size() / 2 ? 1000.0F : 100.0F;
+    const FeatureMatrix whole = FrontEnd(parameters, settings).run(samples);
+    EXPECT_EQ(whole.height(), FrontEnd(parameters).run(samples).height());
+
+    FrontEnd front_end(parameters, settings);
+    FeatureMatrix rows;
+    int early = 0;
+    for (std::size_t i = 0; i < samples.size(); i += 7001) {
+      front_end.push(std::span(samples).subspan(i, std::min<std::size_t>(7001, samples.size() - i)), rows);
+      early = rows.height();
+    }
+    front_end.finish(rows);
+    EXPECT_EQ(rows.values, whole.values);
+    EXPECT_EQ(early, dynamic_range > 0.0F ? 0 : 3000);
+  }
+}
 
 // The same reduction of powers, whichever the front end computes.
 TEST(NoiseReduction, TakesMagnitudesForTheRootsOfPowers) {
