@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <stdexcept>
 
 #include "kivsr/kivsr.hpp"
-#include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/noise/mcra_noise.h"
 #include "kivsr/speech/noise/suppression_gain.h"
 
@@ -68,7 +68,7 @@ bool can_reduce_noise(Recipe recipe) {
   try {
     recipe.validate();
     NoiseReduction(recipe.front_end, recipe.noise_reduction);
-  } catch (const Fault&) {
+  } catch (const std::runtime_error&) {  // of the recipe, or of a bank that has no room for its filters
     return false;
   }
   return true;
