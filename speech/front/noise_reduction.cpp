@@ -149,7 +149,7 @@ bool NoiseReduction::noise_is_steady(const FeatureMatrix& bands) const {
   for (std::size_t band = 0; band < width; ++band) {
     double sum = 0.0;
     for (std::size_t t = 0; t < height; ++t) {
-      sorted[t] = std::max(powers.values[t * width + band], kSmallestPower);
+      sorted[t] = std::max(kSmallestPower, powers.values[t * width + band]);  // without those that are no numbers
       sum += double{sorted[t]};
     }
     std::sort(sorted.begin(), sorted.end());
