@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <stdexcept>
+#include <string>
 
 #include "kivsr/kivsr.hpp"
+#include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/noise/mcra_noise.h"
 #include "kivsr/speech/noise/suppression_gain.h"
 
@@ -60,6 +61,20 @@ void average_neighbours(std::span<float> values, std::span<float> work) {
   values.back() *= 0.5F;
 }
 
+// The bands in which noise is reduced: the filters of the front end as triangles on its scale.
+FilterBank32f noise_bands(const FrontEndParameters& parameters) {
+  int order = 0;
+  try {
+    return FilterBank32f::make<kivsMelFBankInitAlloc_32f>(
+        &order, parameters.fft_length, parameters.sample_rate, parameters.low_frequency, parameters.high_frequency,
+        parameters.filter_count, parameters.mel_multiplier, parameters.mel_divisor, KIV_FBANK_BINWEIGHT);
+  } catch (const Error& error) {
+    if (error.status() == kivStatusNoMemory) throw;
+    throw Fault("noise is reduced in mel bands: " + std::to_string(parameters.filter_count) + " do not fit " +
+                std::to_string(parameters.fft_length / 2 + 1) + " bins");
+  }
+}
+
 }  // namespace
 
 bool can_reduce_noise(Recipe recipe) {
@@ -68,7 +83,7 @@ bool can_reduce_noise(Recipe recipe) {
   try {
     recipe.validate();
     NoiseReduction(recipe.front_end, recipe.noise_reduction);
-  } catch (const std::runtime_error&) {  // of the recipe, or of a bank that has no room for its filters
+  } catch (const Fault&) {
     return false;
   }
   return true;
@@ -77,10 +92,7 @@ bool can_reduce_noise(Recipe recipe) {
 NoiseReduction::NoiseReduction(const FrontEndParameters& parameters, const NoiseReductionParameters& settings)
     : parameters_(parameters), settings_(settings) {
   McraNoise(parameters.sample_rate, parameters.fft_length, parameters.shift);  // for its faults
-  int order = 0;
-  filters_ = FilterBank32f::make<kivsMelFBankInitAlloc_32f>(
-      &order, parameters.fft_length, parameters.sample_rate, parameters.low_frequency, parameters.high_frequency,
-      parameters.filter_count, parameters.mel_multiplier, parameters.mel_divisor, KIV_FBANK_BINWEIGHT);
+  filters_ = noise_bands(parameters);
 
   // The weights of a bin in the bands, as the bank itself gives them for a spectrum of that bin alone. Bins below the
   // bank go with its first band, those above it with its last.

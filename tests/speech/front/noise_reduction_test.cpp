@@ -183,6 +183,7 @@ TEST(NoiseReduction, RefusesWhatTheEstimateCannotDo) {
   parameters.shift = 160;
   parameters.sample_rate = 7999;
   EXPECT_THROW(NoiseReduction(parameters, {}), Fault);
+  EXPECT_THROW(NoiseReduction(preset("librosa-mfcc").front_end, {}), Fault);  // bands narrower than bins
 }
 
 }  // namespace
