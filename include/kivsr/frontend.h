@@ -6,6 +6,7 @@
 #include "frontend/correlation.h"
 #include "frontend/dct_lifter.h"
 #include "frontend/delta.h"
+#include "frontend/frame_columns.h"
 #include "frontend/linear_prediction.h"
 #include "frontend/mel_bank.h"
 #include "frontend/mel_bank_32s.h"

@@ -187,6 +187,7 @@ class Owner {
 };
 
 using Dft32f = Owner<KivsDFTSpec_R_32f, kivsDFTFree_R_32f>;
+using DftColumns32f = Owner<KivsDFTColumnsSpec_R_32f, kivsDFTColumnsFree_R_32f>;
 using Fft32f = Owner<KivsFFTSpec_R_32f, kivsFFTFree_R_32f>;
 using Fft16s32s = Owner<KivsFFTSpec_R_16s32s, kivsFFTFree_R_16s32s>;
 using Resampler32f = Owner<KivsResampleState_32f, kivsResamplePolyphaseFree_32f>;

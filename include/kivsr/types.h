@@ -81,6 +81,14 @@ enum {
   KIV_FBANK_FFTINPUT = 4   /**< evaluation takes samples */
 };
 
+/** Mode word of frames cut out of a signal: any of these, or 0. */
+enum {
+  KIV_FRAME_CENTRED = 1,         /**< the mean of a frame is taken out before the pre-emphasis */
+  KIV_FRAME_CENTRED_BEHIND = 2,  /**< the mean of a frame is taken out behind the pre-emphasis */
+  KIV_FRAME_OWN_START = 4,       /**< the first sample of a frame is pre-emphasised with itself */
+  KIV_FRAME_WINDOWED_ENERGY = 8  /**< the energy is that behind the window */
+};
+
 /** Mode word of the streaming delta functions. */
 enum {
   KIV_DELTA_BEGIN = 1, /**< the block starts the utterance */
@@ -105,6 +113,7 @@ enum {
 /** @name State objects
  * @{ */
 /** The record of a state object; its size is a number of bytes that a function of its family reports. */
+typedef struct KivsDFTColumnsSpec_R_32f KivsDFTColumnsSpec_R_32f;
 typedef struct KivsDFTSpec_R_32f KivsDFTSpec_R_32f;
 typedef struct KivsFFTSpec_R_32f KivsFFTSpec_R_32f;
 typedef struct KivsFFTSpec_R_16s32s KivsFFTSpec_R_16s32s;

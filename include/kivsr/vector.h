@@ -7,6 +7,7 @@
 #include "vector/copy.h"
 #include "vector/covariance.h"
 #include "vector/dft.h"
+#include "vector/dft_columns.h"
 #include "vector/division.h"
 #include "vector/dot_product.h"
 #include "vector/entropy.h"

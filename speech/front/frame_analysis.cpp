@@ -66,16 +66,32 @@ float factor_of(Logarithm logarithm, Spectrum spectrum) {
   }
 }
 
+constexpr std::size_t kColumns = FrameAnalysis::kMostFrames;
+
+// Of matrices of kColumns columns: one of them, and all as rows one behind the other.
+void column_of(std::span<const float> columns, std::size_t f, std::span<float> row) {
+  for (std::size_t k = 0; k < row.size(); ++k) row[k] = columns[k * kColumns + f];
+}
+void to_rows(std::span<const float> columns, std::size_t frames, std::span<float> rows) {
+  const std::size_t width = rows.size() / frames;
+  for (std::size_t f = 0; f < frames; ++f) column_of(columns, f, rows.subspan(f * width, width));
+}
+void to_columns(std::span<const float> rows, std::size_t frames, std::span<float> columns) {
+  const std::size_t width = rows.size() / frames;
+  for (std::size_t f = 0; f < frames; ++f) {
+    for (std::size_t k = 0; k < width; ++k) columns[k * kColumns + f] = rows[f * width + k];
+  }
+}
+
 bool predicts(Output output) { return output == Output::kLpcCepstra || output == Output::kPlp; }
 
 }  // namespace
 
 FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters)
     : parameters_(parameters), window_(window_samples(parameters.window, parameters.window_length)) {
-  raw_.resize(size_of(parameters_.window_length) + 1);
-  frame_.resize(size_of(parameters_.window_length));
-  centred_.resize(size_of(parameters_.window_length));
-  samples_.assign(size_of(parameters_.fft_length), 0.0F);
+  samples_.resize(kColumns * size_of(parameters_.fft_length));
+  spectra_.resize(kColumns * size_of(spectrum_width()));
+  log_energies_.resize(kColumns);
   if (predicts(parameters_.output)) {
     const int order = parameters_.prediction_order;
     lifter_ = lifter_weights(parameters_, order);
@@ -84,17 +100,16 @@ FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters)
     lpc_cepstra_.resize(size_of(order));
   }
   if (parameters_.output == Output::kLpcCepstra) return;
-  dft_ = Dft32f::make<kivsDFTInitAlloc_R_32f>(parameters_.fft_length, kivFftScaleNone, 0);
+  dft_ = DftColumns32f::make<kivsDFTColumnsInitAlloc_R_32f>(parameters_.fft_length, kivFftScaleNone);
   int bytes = 0;
-  call<kivsDFTGetBufSize_R_32f>(dft_, &bytes);
-  dft_work_.resize(size_of(std::max(bytes, 1)));  // no null pointer, which would be allocated
+  call<kivsDFTColumnsGetBufSize_R_32f>(dft_, &bytes);
+  dft_work_.resize(size_of(bytes));
   filters_ = mel_filters(parameters_);
   if (parameters_.output == Output::kCepstra) make_transform();
   if (parameters_.output == Output::kPlp) perceptual_.emplace(parameters_);
-  bins_.resize(size_of(spectrum_width()));
-  energies_.resize(size_of(parameters_.filter_count));
   const float least = parameters_.logarithm == Logarithm::kNone ? 0.0F : kSmallestEnergy;
-  floor_.assign(size_of(parameters_.filter_count), std::max(parameters_.log_floor, least));
+  bands_.resize(kColumns * size_of(parameters_.filter_count));
+  floor_.assign(bands_.size(), std::max(parameters_.log_floor, least));
 }
 
 int FrameAnalysis::spectrum_width() const {
@@ -116,77 +131,91 @@ void FrameAnalysis::make_transform() {
   if (parameters_.transform == Transform::kLegacy) zeroth = scale = 1.0 / filters;
   std::vector<float> weights = lifter_weights(parameters_, count, scale);
   weights.back() = static_cast<float>(zeroth * lifter_weight(parameters_, 0));
-  transformed_.resize(size_of(count) + 1);
+  cepstra_.resize(kColumns * (size_of(count) + 1));
+  row_.resize(size_of(count) + 1);
   transform_ = DctLifter32f::make<kivsDCTLifterInitAlloc_MulC0_32f>(parameters_.filter_count, weights, count);
 }
 
-std::span<const float> FrameAnalysis::without_offset(std::span<const float> samples) {
-  float sum = 0.0F;
-  call<kivsSum_32f>(samples.data() + 1, samples.size() - 1, &sum, 0);
-  call<kivsAddC_32f>(samples, -sum / static_cast<float>(samples.size() - 1), raw_, samples.size());
-  return std::span(raw_).first(samples.size());
+int FrameAnalysis::cut_mode() const {
+  int mode = 0;
+  if (parameters_.remove_offset == OffsetRemoval::kBeforeEmphasis) mode |= KIV_FRAME_CENTRED;
+  if (parameters_.remove_offset == OffsetRemoval::kAfterEmphasis) mode |= KIV_FRAME_CENTRED_BEHIND;
+  if (parameters_.frame_emphasis) mode |= KIV_FRAME_OWN_START;
+  if (parameters_.energy_of == EnergyOf::kWindowed) mode |= KIV_FRAME_WINDOWED_ENERGY;
+  return mode;
 }
 
-// Pre-emphasis, offset and window; zeros behind the window belong to the DFT and are never written.
-void FrameAnalysis::window_frame(std::span<const float> samples) {
-  const auto count = static_cast<int>(samples.size()) - 1;
+void FrameAnalysis::cut_windows(std::span<const float> samples, int frames) {
   const int length = parameters_.window_length;
-  call<kivsMulC_32f>(samples.data(), -parameters_.pre_emphasis, frame_, count);
-  if (parameters_.frame_emphasis) frame_[0] = -parameters_.pre_emphasis * samples[1];
-  call<kivsAdd_32f_I>(samples.data() + 1, frame_, count);
-  std::fill(frame_.begin() + count, frame_.end(), 0.0F);
-  const float* source = frame_.data();
+  const int count = std::min(static_cast<int>(samples.size()) - 1, length);
+  const auto cut = [&](std::span<const float> from, int samples_of_each, std::span<float> energies) {
+    call<kivsFrameColumns_32f>(from.data(), parameters_.shift, frames, samples_.data(), static_cast<int>(kColumns),
+                               window_.data(), samples_of_each, parameters_.pre_emphasis, cut_mode(), energies.data());
+  };
+  cut(samples, count, log_energies_);
+  if (count == length) return;
   if (parameters_.remove_offset == OffsetRemoval::kAfterEmphasis) {
-    float sum = 0.0F;
-    call<kivsSum_32f>(source, length, &sum, 0);
-    call<kivsAddC_32f>(source, -sum / static_cast<float>(length), centred_, length);
-    source = centred_.data();
+    // The mean is that of the whole window, with zeros behind the pre-emphasis.
+    std::vector<float> whole(samples.begin(), samples.end());
+    while (whole.size() < size_of(length) + 1) whole.push_back(parameters_.pre_emphasis * whole.back());
+    std::vector<float> energies(kColumns);
+    cut(whole, length, energies);
+    return;
   }
-  call<kivsMul_32f>(source, window_, samples_, length);
+  const auto row = [&](int n) { return samples_.begin() + static_cast<std::ptrdiff_t>(kColumns * size_of(n)); };
+  std::fill(row(count), row(length), 0.0F);
 }
 
-float FrameAnalysis::log_energy(std::span<const float> frame, std::span<const float> spectrum) {
-  float energy = 0.0F;
-  if (parameters_.energy_of == EnergyOf::kFrame) {
-    call<kivsDotProd_32f>(frame, frame, frame.size(), &energy);
-  } else if (parameters_.energy_of == EnergyOf::kWindowed) {
-    call<kivsDotProd_32f>(samples_, samples_, parameters_.window_length, &energy);
-  } else if (parameters_.spectrum == Spectrum::kPower) {
-    call<kivsSum_32f>(spectrum, spectrum.size(), &energy, 0);
-  } else {
-    call<kivsDotProd_32f>(spectrum, spectrum, spectrum.size(), &energy);
+// Autocorrelation takes one frame after the other.
+void FrameAnalysis::cut_lags() {
+  std::vector<float> frame(size_of(parameters_.window_length));
+  for (std::size_t f = 0; f < frames(); ++f) {
+    column_of(samples_, f, frame);
+    call<kivsAutoCorr_32f>(frame, parameters_.window_length, lags_, spectrum_width());
+    for (std::size_t k = 0; k < lags_.size(); ++k) spectra_[k * kColumns + f] = lags_[k];
   }
-  energy = std::max({energy, kSmallestEnergy, parameters_.energy_floor});
-  call<kivsLn_32f_I>(&energy, 1);
-  return energy;
 }
 
-void FrameAnalysis::make_spectrum(std::span<float> spectrum) {
-  auto* const bins = reinterpret_cast<Kiv32f*>(bins_.data());
-  call<kivsDFTFwd_RToCCS_32f>(samples_, bins, dft_, dft_work_);
+void FrameAnalysis::make_spectra() {
   if (parameters_.spectrum == Spectrum::kMagnitude) {
-    call<kivsMagnitude_32fc>(bins_, spectrum, bins_.size());
+    call<kivsDFTColumnsMagnitude_R_32f>(samples_.data(), spectra_.data(), static_cast<int>(kColumns), dft_, dft_work_);
   } else {
-    std::transform(bins_.begin(), bins_.end(), spectrum.begin(),
-                   [](Kiv32fc bin) { return bin.re * bin.re + bin.im * bin.im; });
+    call<kivsDFTColumnsPower_R_32f>(samples_.data(), spectra_.data(), static_cast<int>(kColumns), dft_, dft_work_);
   }
   if (parameters_.spectrum_scale != 1.0F) {
-    call<kivsMulC_32f_I>(parameters_.spectrum_scale, spectrum, spectrum.size());
+    call<kivsMulC_32f_I>(parameters_.spectrum_scale, spectra_, spectra_.size());
   }
 }
 
-void FrameAnalysis::make_bands(std::span<const float> spectrum, std::span<float> bands) {
-  call<kivsEvalFBank_32f>(spectrum, bands, filters_);
-  if (parameters_.log_offset != 0.0F) call<kivsAddC_32f>(bands, parameters_.log_offset, bands, bands.size());
-  call<kivsMaxEvery_32f_I>(floor_, bands, bands.size());
+void FrameAnalysis::make_log_energies() {
+  if (!parameters_.energy) {
+    std::fill(log_energies_.begin(), log_energies_.end(), 0.0F);
+    return;
+  }
+  if (parameters_.energy_of == EnergyOf::kSpectrum) {
+    const bool squares = parameters_.spectrum == Spectrum::kMagnitude;
+    std::fill(log_energies_.begin(), log_energies_.end(), 0.0F);
+    for (std::size_t i = 0; i < spectra_.size(); ++i) {
+      log_energies_[i % kColumns] += squares ? spectra_[i] * spectra_[i] : spectra_[i];
+    }
+  }
+  for (float& energy : log_energies_) energy = std::max({energy, kSmallestEnergy, parameters_.energy_floor});
+  call<kivsLn_32f_I>(log_energies_, log_energies_.size());
 }
 
-void FrameAnalysis::make_logarithms(std::span<float> bands) const {
+void FrameAnalysis::make_bands() {
+  call<kivsEvalFBankColumns_32f>(spectra_.data(), bands_.data(), static_cast<int>(kColumns), filters_);
+  if (parameters_.log_offset != 0.0F) call<kivsAddC_32f>(bands_, parameters_.log_offset, bands_, bands_.size());
+  call<kivsMaxEvery_32f_I>(floor_, bands_, bands_.size());
+}
+
+void FrameAnalysis::make_logarithms() {
+  make_bands();
   if (parameters_.logarithm == Logarithm::kNone) return;
-  call<kivsLn_32f_I>(bands, bands.size());
+  call<kivsLn_32f_I>(bands_, bands_.size());
   if (parameters_.logarithm == Logarithm::kNatural) return;
-  call<kivsMulC_32f_I>(factor_of(parameters_.logarithm, parameters_.spectrum), bands, bands.size());
-  if (parameters_.logarithm == Logarithm::kWhisper) call<kivsAddC_32f>(bands, 1.0F, bands, bands.size());
+  call<kivsMulC_32f_I>(factor_of(parameters_.logarithm, parameters_.spectrum), bands_, bands_.size());
+  if (parameters_.logarithm == Logarithm::kWhisper) call<kivsAddC_32f>(bands_, 1.0F, bands_, bands_.size());
 }
 
 void FrameAnalysis::place_cepstra(float zeroth, std::span<const float> others, std::span<float> row) const {
@@ -196,10 +225,16 @@ void FrameAnalysis::place_cepstra(float zeroth, std::span<const float> others, s
   if (parameters_.zeroth == ZerothCepstrum::kLast) *place = zeroth;
 }
 
-void FrameAnalysis::cepstra_of_energies(std::span<float> row) {
-  if (parameters_.transform == Transform::kLegacy) energies_[0] *= 0.5F;
-  call<kivsDCTLifter_32f>(energies_, transformed_, transform_);
-  place_cepstra(transformed_.back(), std::span(transformed_).first(size_of(parameters_.cepstrum_count) - 1), row);
+// Of the logarithms that are held.
+void FrameAnalysis::cepstra_of_logarithms(std::span<float> rows) {
+  if (parameters_.transform == Transform::kLegacy) call<kivsMulC_32f_I>(0.5F, bands_, kColumns);
+  call<kivsDCTLifterColumns_32f>(bands_.data(), cepstra_.data(), static_cast<int>(kColumns), transform_);
+  const std::size_t width = rows.size() / frames();
+  for (std::size_t f = 0; f < frames(); ++f) {
+    column_of(cepstra_, f, row_);
+    place_cepstra(row_.back(), std::span(row_).first(size_of(parameters_.cepstrum_count) - 1),
+                  place_energy(log_energies_[f], rows.subspan(f * width, width)));
+  }
 }
 
 // Of the synthesis filter 1 / A(z). A frame that prediction cannot do more for keeps the stages done so far and zeros
@@ -222,16 +257,24 @@ void FrameAnalysis::cepstra_of_prediction(std::span<const float> lags, std::span
   place_cepstra(zeroth, others, row);
 }
 
-float FrameAnalysis::spectrum_of(std::span<const float> samples, std::span<float> spectrum) {
-  if (parameters_.remove_offset == OffsetRemoval::kBeforeEmphasis) samples = without_offset(samples);
-  window_frame(samples);
+void FrameAnalysis::cut(std::span<const float> samples, int frames) {
+  frames_ = frames;
+  cut_windows(samples, frames);
   if (parameters_.output == Output::kLpcCepstra) {
-    call<kivsAutoCorr_32f>(samples_, parameters_.window_length, spectrum, spectrum_width());
+    cut_lags();
   } else {
-    make_spectrum(spectrum);
+    make_spectra();
   }
-  return parameters_.energy ? log_energy(samples.subspan(1), spectrum) : 0.0F;
+  make_log_energies();
 }
+
+void FrameAnalysis::set_spectra(std::span<const float> spectra, std::span<const float> log_energies) {
+  frames_ = static_cast<int>(log_energies.size());
+  to_columns(spectra, frames(), spectra_);
+  std::copy(log_energies.begin(), log_energies.end(), log_energies_.begin());
+}
+
+void FrameAnalysis::spectra(std::span<float> rows) const { to_rows(spectra_, frames(), rows); }
 
 // The part of the row that is left.
 std::span<float> FrameAnalysis::place_energy(float log_energy, std::span<float> row) const {
@@ -240,31 +283,52 @@ std::span<float> FrameAnalysis::place_energy(float log_energy, std::span<float> 
   return row.subspan(parameters_.energy_first ? 1 : 0, row.size() - 1);
 }
 
-void FrameAnalysis::row_of(std::span<const float> spectrum, float log_energy, std::span<float> row) {
-  if (!predicts(parameters_.output)) {
-    logarithms_of(spectrum, energies_);
-    return row_of_logarithms(energies_, log_energy, row);
+void FrameAnalysis::rows(std::span<float> rows) {
+  const std::size_t width = rows.size() / frames();
+  const auto row = [&](std::size_t f) { return rows.subspan(f * width, width); };
+  if (parameters_.output == Output::kPlp) {
+    make_bands();
+    std::vector<float> bands(size_of(parameters_.filter_count));
+    for (std::size_t f = 0; f < frames(); ++f) {
+      column_of(bands_, f, bands);
+      perceptual_->autocorrelate(bands, lags_);
+      cepstra_of_prediction(lags_, place_energy(log_energies_[f], row(f)));
+    }
+  } else if (parameters_.output == Output::kLpcCepstra) {
+    for (std::size_t f = 0; f < frames(); ++f) {
+      column_of(spectra_, f, lags_);
+      cepstra_of_prediction(lags_, place_energy(log_energies_[f], row(f)));
+    }
+  } else {
+    make_logarithms();
+    if (parameters_.output == Output::kCepstra) return cepstra_of_logarithms(rows);
+    for (std::size_t f = 0; f < frames(); ++f) {
+      const auto place = place_energy(log_energies_[f], row(f));
+      column_of(bands_, f, place.first(size_of(parameters_.filter_count)));
+    }
   }
-  row = place_energy(log_energy, row);
-  if (parameters_.output == Output::kLpcCepstra) return cepstra_of_prediction(spectrum, row);
-  make_bands(spectrum, energies_);
-  perceptual_->autocorrelate(energies_, lags_);
-  cepstra_of_prediction(lags_, row);
 }
 
-void FrameAnalysis::logarithms_of(std::span<const float> spectrum, std::span<float> logarithms) {
-  make_bands(spectrum, logarithms);
-  make_logarithms(logarithms);
+void FrameAnalysis::logarithms(std::span<float> rows) {
+  make_logarithms();
+  to_rows(bands_, frames(), rows);
 }
 
-void FrameAnalysis::row_of_logarithms(std::span<const float> logarithms, float log_energy, std::span<float> row) {
-  row = place_energy(log_energy, row);
-  if (parameters_.output == Output::kLogMel) {
-    std::copy(logarithms.begin(), logarithms.end(), row.begin());
-    return;
+void FrameAnalysis::rows_of_logarithms(std::span<const float> logarithms, std::span<const float> log_energies,
+                                       std::span<float> rows) {
+  frames_ = static_cast<int>(log_energies.size());
+  std::copy(log_energies.begin(), log_energies.end(), log_energies_.begin());
+  if (parameters_.output == Output::kCepstra) {
+    to_columns(logarithms, frames(), bands_);
+    return cepstra_of_logarithms(rows);
   }
-  if (logarithms.data() != energies_.data()) std::copy(logarithms.begin(), logarithms.end(), energies_.begin());
-  cepstra_of_energies(row);
+  const std::size_t width = rows.size() / frames();
+  const std::size_t count = size_of(parameters_.filter_count);
+  for (std::size_t f = 0; f < frames(); ++f) {
+    const auto place = place_energy(log_energies[f], rows.subspan(f * width, width));
+    const auto row = logarithms.subspan(f * count, count);
+    std::copy(row.begin(), row.end(), place.begin());
+  }
 }
 
 void limit_dynamic_range(const FrontEndParameters& parameters, std::span<float> logarithms) {

@@ -13,6 +13,25 @@ namespace kivsr::speech {
 namespace {
 
 constexpr std::size_t kBlock = 1 << 16;  // samples looked at together: bounds the work areas
+constexpr int kStep = FrameAnalysis::kMostFrames;
+
+std::span<float> next_rows(FeatureMatrix& rows, int count) {
+  const std::size_t values = static_cast<std::size_t>(rows.width) * static_cast<std::size_t>(count);
+  rows.values.resize(rows.values.size() + values);
+  return std::span(rows.values).last(values);
+}
+
+// Calls f(first, count) for all of `height` rows, some at a time.
+template <class F>
+void in_steps(int height, F f) {
+  for (int t = 0; t < height; t += kStep) f(t, std::min(kStep, height - t));
+}
+
+std::span<const float> rows_of(const FeatureMatrix& matrix, int first, int count) {
+  const auto width = static_cast<std::size_t>(matrix.width);
+  return std::span(matrix.values)
+      .subspan(static_cast<std::size_t>(first) * width, static_cast<std::size_t>(count) * width);
+}
 
 }  // namespace
 
@@ -22,7 +41,6 @@ FrontEnd::FrontEnd(const FrontEndParameters& parameters, const NoiseReductionPar
   if (parameters_.kind != FrontEndKind::kGeneral) throw Fault("front end: etsi-afe is not the general front end");
   analysis_ = std::make_unique<FrameAnalysis>(parameters_);
   if (noise.method != NoiseMethod::kNone) reduction_ = std::make_unique<NoiseReduction>(parameters_, noise);
-  spectrum_.resize(static_cast<std::size_t>(analysis_->spectrum_width()));
   spectra_.width = analysis_->spectrum_width();
   logarithms_.width = parameters_.filter_count;
   start();
@@ -42,24 +60,22 @@ void FrontEnd::start() {
   log_energies_.clear();
 }
 
-std::span<float> FrontEnd::next_row(FeatureMatrix& rows) const {
-  const auto width = static_cast<std::size_t>(rows.width);
-  rows.values.resize(rows.values.size() + width);
-  return std::span(rows.values).last(width);
-}
-
-// The row of a frame, or for later: its spectrum, or its logarithms, which must know the largest of the utterance.
-void FrontEnd::emit(std::span<const float> samples, FeatureMatrix* rows) {
+// The rows of frames, or for later: their spectra, or their logarithms, which must know the largest of the utterance.
+void FrontEnd::emit(std::span<const float> samples, int frames, FeatureMatrix* rows) {
   cut_one_ = true;
-  const float log_energy = analysis_->spectrum_of(samples, spectrum_);
+  analysis_->cut(samples, frames);
+  const auto keep_energies = [&] {
+    const auto energies = analysis_->log_energies();
+    log_energies_.insert(log_energies_.end(), energies.begin(), energies.end());
+  };
   if (rows == nullptr) {
-    spectra_.values.insert(spectra_.values.end(), spectrum_.begin(), spectrum_.end());
-    log_energies_.push_back(log_energy);
+    analysis_->spectra(next_rows(spectra_, frames));
+    keep_energies();
   } else if (parameters_.dynamic_range > 0.0F) {
-    analysis_->logarithms_of(spectrum_, next_row(logarithms_));
-    log_energies_.push_back(log_energy);
+    analysis_->logarithms(next_rows(logarithms_, frames));
+    keep_energies();
   } else {
-    analysis_->row_of(spectrum_, log_energy, next_row(*rows));
+    analysis_->rows(next_rows(*rows, frames));
   }
 }
 
@@ -71,25 +87,28 @@ void FrontEnd::cut(std::span<const float> samples, FeatureMatrix* rows) {
   }
 }
 
-// Emits the frames that lie in the samples and begin before `limit`. Returns where the next one begins.
+// Emits the frames that lie in the samples, in steps that begin before `limit`. Returns where the next frame begins.
 std::size_t FrontEnd::cut_frames(std::span<const float> samples, std::size_t limit, FeatureMatrix* rows) {
   const auto length = static_cast<std::size_t>(parameters_.window_length) + 1;
+  const auto shift = static_cast<std::size_t>(parameters_.shift);
   std::size_t begin = 0;
   while (begin < limit && begin + length <= samples.size()) {
-    emit(samples.subspan(begin, length), rows);
-    begin += static_cast<std::size_t>(parameters_.shift);
+    const std::size_t frames = 1 + std::min<std::size_t>((samples.size() - length - begin) / shift, kStep - 1);
+    emit(samples.subspan(begin, (frames - 1) * shift + length), static_cast<int>(frames), rows);
+    begin += frames * shift;
   }
   return begin;
 }
 
-// Frames that begin in what is held are completed there; the others are cut where they lie.
+// Frames that begin in what is held are completed there, a whole step of them; the others are cut where they lie.
 void FrontEnd::cut_block(std::span<const float> block, FeatureMatrix* rows) {
   // A shift beyond the window leaves samples between frames that no frame reads.
   const std::size_t skipped = std::min(skip_, block.size());
   skip_ -= skipped;
   block = block.subspan(skipped);
   const std::size_t held = pending_.size();
-  const std::size_t added = std::min(block.size(), static_cast<std::size_t>(parameters_.window_length) + 1);
+  const auto step = static_cast<std::size_t>(parameters_.window_length + 1 + (kStep - 1) * parameters_.shift);
+  const std::size_t added = std::min(block.size(), step);
   pending_.insert(pending_.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(added));
   const std::size_t begin = cut_frames(pending_, held, rows);
   if (begin < held) {  // which takes a block that is shorter than a frame: all of it is held
@@ -110,7 +129,7 @@ void FrontEnd::cut_last(FeatureMatrix* rows) {
   if (parameters_.framing == Framing::kCovering && cut_one_) {
     seen += static_cast<std::size_t>(std::max(0, parameters_.window_length - parameters_.shift));
   }
-  if (parameters_.pad_last_frame && pending_.size() > seen) emit(pending_, rows);
+  if (parameters_.pad_last_frame && pending_.size() > seen) emit(pending_, 1, rows);
 }
 
 void FrontEnd::push(std::span<const float> samples, FeatureMatrix& rows) {
@@ -134,26 +153,30 @@ void FrontEnd::reduce_noise(int count, FeatureMatrix& rows) {
   part.values.assign(spectra_.values.begin(), end);
   spectra_.values.erase(spectra_.values.begin(), end);
   reduction_->run(part);
-  for (int t = 0; t < count; ++t) {
+  in_steps(count, [&](int t, int frames) {
+    const auto energies =
+        std::span(log_energies_).subspan(static_cast<std::size_t>(t), static_cast<std::size_t>(frames));
+    analysis_->set_spectra(rows_of(part, t, frames), energies);
     if (parameters_.dynamic_range > 0.0F) {
-      analysis_->logarithms_of(part.row(t), next_row(logarithms_));
+      analysis_->logarithms(next_rows(logarithms_, frames));
     } else {
-      analysis_->row_of(part.row(t), log_energies_[static_cast<std::size_t>(t)], next_row(rows));
+      analysis_->rows(next_rows(rows, frames));
     }
-  }
+  });
   if (parameters_.dynamic_range > 0.0F) return;
   log_energies_.erase(log_energies_.begin(), log_energies_.begin() + count);
 }
 
 // The rows of what has waited for the end of the utterance.
 void FrontEnd::release(FeatureMatrix& rows) {
-  const auto log_energy = [&](int t) { return log_energies_[static_cast<std::size_t>(t)]; };
   release_parts(rows);
   if (spectra_.height() > 0) reduce_noise(spectra_.height(), rows);
   limit_dynamic_range(parameters_, logarithms_.values);
-  for (int t = 0; t < logarithms_.height(); ++t) {
-    analysis_->row_of_logarithms(logarithms_.row(t), log_energy(t), next_row(rows));
-  }
+  in_steps(logarithms_.height(), [&](int t, int frames) {
+    const auto energies =
+        std::span(log_energies_).subspan(static_cast<std::size_t>(t), static_cast<std::size_t>(frames));
+    analysis_->rows_of_logarithms(rows_of(logarithms_, t, frames), energies, next_rows(rows, frames));
+  });
 }
 
 void FrontEnd::finish(FeatureMatrix& rows) {

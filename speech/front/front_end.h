@@ -1,7 +1,7 @@
 // From samples to rows of cepstra or log mel energies, in blocks of any size: the general front end. Next:
 // advanced_front_end.h, the one of ES 202 050.
-// The stages are framing (this class), the spectrum of one frame, the noise reduction of all of them
-// (noise_reduction.h) and the row of one spectrum (frame_analysis.h).
+// The stages are framing (this class), the spectra of frames, the noise reduction of all of them
+// (noise_reduction.h) and the rows of spectra (frame_analysis.h).
 #pragma once
 
 #include <cstddef>
@@ -47,8 +47,7 @@ class FrontEnd {
   std::size_t cut_frames(std::span<const float> samples, std::size_t limit, FeatureMatrix* rows);
   void cut_last(FeatureMatrix* rows);
   void hand_over(FeatureMatrix& spectra);
-  void emit(std::span<const float> samples, FeatureMatrix* rows);
-  std::span<float> next_row(FeatureMatrix& rows) const;
+  void emit(std::span<const float> samples, int frames, FeatureMatrix* rows);
   void release_parts(FeatureMatrix& rows);
   void reduce_noise(int count, FeatureMatrix& rows);
   void release(FeatureMatrix& rows);
@@ -60,7 +59,6 @@ class FrontEnd {
   std::vector<float> pending_;                 // the sample before the next frame, then its samples so far
   std::size_t skip_ = 0;                       // samples to drop before the next frame
   bool cut_one_ = false;                       // of this utterance there has been a frame
-  std::vector<float> spectrum_;                // of one frame
   FeatureMatrix spectra_;                      // of an utterance, where they must wait for its end
   FeatureMatrix logarithms_;                   // of its filters, where these must
   std::vector<float> log_energies_;            // with either

@@ -11,6 +11,7 @@
 #include "frame/rounding_mode.h"
 #include "frame/row_matrix.h"
 #include "frame/scale.h"
+#include "frame/simd/columns.h"
 #include "frame/status.h"
 #include "kivsr/frontend/dct_lifter.h"
 #include "vector/conversion.h"
@@ -257,6 +258,30 @@ void transform_frame(float* dst, const S* src, const State& state) {
   }
 }
 
+// Several vectors side by side: rows of sources, four results at a time over one reading of them.
+template <class Group>
+[[gnu::flatten, gnu::noinline]] void transform_columns(float* dst, const float* src, std::ptrdiff_t step,
+                                                       const KivsDCTLifterState_32f& state, Group group) {
+  using V = simd::ColumnVec;
+  const int results = state.coefficients + state.with_c0;
+  const auto row_of = [&](int i) { return i < state.coefficients ? i + 1 : 0; };  // c0 stands behind the others
+  for (int first = 0; first < results; first += 4) {
+    const int rest = results - first < 4 ? results - first : 4;
+    const float* rows[4];
+    V sums[4];
+    for (int i = 0; i < 4; ++i) rows[i] = state.matrix[row_of(first + (i < rest ? i : 0))];
+    for (V& sum : sums) sum = V::zero();
+    for (int n = 0; n < state.inputs; ++n) {
+      const V x = group.load(src + n * step);
+#pragma GCC unroll 4
+      for (int i = 0; i < 4; ++i) sums[i] = simd::mul_add(x, V::broadcast(rows[i][n]), sums[i]);
+    }
+    for (int i = 0; i < rest; ++i) {
+      group.store(dst + (first + i) * step, V::broadcast(state.lifter[row_of(first + i)]) * sums[i]);
+    }
+  }
+}
+
 template <class S>
 KivStatus transform_to_integers(const S* src, Kiv16s* dst, const KivsDCTLifterState_16s* state, int scale_factor) {
   return run(not_null(state, src, dst), [&] {
@@ -372,6 +397,13 @@ KivStatus kivsDCTLifterFree_16s(KivsDCTLifterState_16s* pState) { return free_st
 
 KivStatus kivsDCTLifter_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsDCTLifterState_32f* pState) {
   return run(not_null(pState, pSrc, pDst), [&] { transform_frame(pDst, pSrc, *pState); });
+}
+KivStatus kivsDCTLifterColumns_32f(const Kiv32f* pSrc, Kiv32f* pDst, int columns,
+                                   const KivsDCTLifterState_32f* pState) {
+  return run(first_failure(not_null(pState, pSrc, pDst), positive(columns)), [&] {
+    simd::for_column_groups(columns,
+                            [&](int c, auto group) { transform_columns(pDst + c, pSrc + c, columns, *pState, group); });
+  });
 }
 KivStatus kivsDCTLifter_16s_Sfs(const Kiv16s* pSrc, Kiv16s* pDst, const KivsDCTLifterState_16s* pState,
                                 int scaleFactor) {

@@ -2,7 +2,7 @@
 #include <cassert>
 
 #include "frame/scale.h"
-#include "frame/simd/short_rows.h"
+#include "frame/simd/columns.h"
 #include "frame/status.h"
 
 #include "mel_bank.h"
@@ -100,6 +100,55 @@ void evaluate(const Kiv32f* src, Kiv32f* dst, const KivsFBankState_32f& bank) {
   apply(bank, magnitudes, dst);
 }
 
+// Several spectra side by side. The rows of bins between two centres are read once for two filters, even and odd ones
+// added up apart.
+struct ColumnSums {
+  V even = V::zero();
+  V odd = V::zero();
+};
+
+template <class Group>
+[[gnu::always_inline]] inline void add_span(const float* rows, std::ptrdiff_t step, std::ptrdiff_t count,
+                                            const float* falling_weights, const float* rising_weights,
+                                            ColumnSums& falling, ColumnSums& rising, Group group) {
+  const auto add = [&](V& to_falling, V& to_rising, std::ptrdiff_t k) {
+    const V bin = group.load(rows + k * step);
+    to_falling = mul_add(bin, V::broadcast(falling_weights[k]), to_falling);
+    to_rising = mul_add(bin, V::broadcast(rising_weights[k]), to_rising);
+  };
+  std::ptrdiff_t k = 0;
+  for (; k + 2 <= count; k += 2) {
+    add(falling.even, rising.even, k);
+    add(falling.odd, rising.odd, k + 1);
+  }
+  if (k < count) add(falling.even, rising.even, k);
+}
+
+// No filter falls in the first span, none rises in the last one.
+template <class Group>
+[[gnu::flatten, gnu::noinline]] void apply_to_columns(const KivsFBankState_32f& bank, const float* spectra, float* dst,
+                                                      std::ptrdiff_t step, Group group) {
+  const Kiv32s* const c = bank.centres;
+  ColumnSums falling;
+  for (std::ptrdiff_t i = 0; i <= bank.filters; ++i) {
+    const float* const rows = spectra + c[i] * step;
+    const float* const rising_weights = bank.rising[i];
+    ColumnSums rising = {group.load(rows) * V::broadcast(rising_weights[0]), V::zero()};
+    add_span(rows + step, step, std::ptrdiff_t{c[i + 1]} - c[i], bank.falling[i > 0 ? i - 1 : bank.filters],
+             rising_weights + 1, falling, rising, group);
+    if (i > 0) group.store(dst + (i - 1) * step, falling.even + falling.odd);
+    falling = rising;
+  }
+}
+
+KivStatus columns_check(const void* src, const void* dst, int columns, const KivsFBankState_32f* bank) {
+  if (const KivStatus status = first_failure(not_null(src, dst, bank), positive(columns)); status != kivStatusOk) {
+    return status;
+  }
+  return first_failure(require((bank->mode & KIV_FBANK_FFTINPUT) == 0, kivStatusBadMelMode),
+                       evaluation_check(src, dst, bank));
+}
+
 // --- fixed point --------------------------------------------------------------
 
 // A product of weight and spectrum as it enters the 64-bit sum, which wraps.
@@ -151,6 +200,12 @@ using namespace kivsr;
 
 KivStatus kivsEvalFBank_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsFBankState_32f* pFBank) {
   return run(evaluation_check(pSrc, pDst, pFBank), [&] { evaluate(pSrc, pDst, *pFBank); });
+}
+KivStatus kivsEvalFBankColumns_32f(const Kiv32f* pSrc, Kiv32f* pDst, int columns, const KivsFBankState_32f* pFBank) {
+  return run(columns_check(pSrc, pDst, columns, pFBank), [&] {
+    simd::for_column_groups(columns,
+                            [&](int c, auto group) { apply_to_columns(*pFBank, pSrc + c, pDst + c, columns, group); });
+  });
 }
 KivStatus kivsEvalFBank_16s_Sfs(const Kiv16s* pSrc, Kiv16s* pDst, const KivsFBankState_16s* pFBank, int scaleFactor) {
   return run(evaluation_check(pSrc, pDst, pFBank), [&] { evaluate(pSrc, pDst, *pFBank, scaleFactor); });

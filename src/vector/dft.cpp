@@ -43,14 +43,16 @@ struct SpecParts {
   }
 };
 
-fft::Sizes sizes(int length) {
+}  // namespace
+
+fft::Sizes row_sizes(int length) {
   const std::size_t object = fft::bytes_with_slack(SpecParts(length).layout, fft::kAlignmentSlack);
   if (!is_power_of_two(length)) return {object, 0, work_bytes<float>(length)};
   const fft::Sizes bytes = fft::sizes<PowerOfTwo>(order_of(length));
   return {object, bytes.construction, bytes.work};
 }
 
-Spec* construct(void* object, void* construction, int length, int flag, int hint) {
+Spec* construct_row(void* object, void* construction, int length, int flag, int hint) {
   const SpecParts parts(length);
   void* const block = align_up(object);
   Spec* const spec = parts.spec.in(block);
@@ -67,10 +69,12 @@ Spec* construct(void* object, void* construction, int length, int flag, int hint
   return spec;
 }
 
-void run_forward(const Kiv32f* src, Kiv32f* dst, const Spec& spec, void* work) {
+void forward_row(const float* src, float* dst, const Spec& spec, void* work) {
   if (spec.composite != nullptr) return forward(src, dst, *spec.composite, work);
   fft::forward(src, dst, *spec.power_of_two, work, fft::Spectrum::kCcs);
 }
+
+namespace {
 
 void run_inverse(const Kiv32f* src, Kiv32f* dst, const Spec& spec, void* work) {
   if (spec.composite != nullptr) return inverse(src, dst, *spec.composite, work);
@@ -79,44 +83,41 @@ void run_inverse(const Kiv32f* src, Kiv32f* dst, const Spec& spec, void* work) {
   fft::inverse(dst, dst, *spec.power_of_two, work);
 }
 
-// Exported objects take the factors 2, 3 and 5.
-constexpr KivStatus known_length(int length) {
-  return require(has_passes(length) && length % 7 != 0 && length % 11 != 0 && length % 13 != 0, kivStatusBadSize);
-}
+constexpr KivStatus known_length(int length) { return require(is_exported_length(length), kivStatusBadSize); }
 
 KivStatus get_size(int length, int flag, int* object, int* construction, int* work) {
   const KivStatus checks =
       first_failure(known_length(length), not_null(object, construction, work), fft::known_flag(flag));
   if (checks != kivStatusOk) return checks;
-  return fft::report(sizes(length), object, construction, work);
+  return fft::report(row_sizes(length), object, construction, work);
 }
 
 KivStatus init(Spec** spec, int length, int flag, int hint, void* object, void* construction) {
   const KivStatus checks = first_failure(not_null(spec), known_length(length), not_null(object), fft::known_flag(flag));
   if (checks != kivStatusOk) return checks;
-  return run(require(construction != nullptr || sizes(length).construction == 0, kivStatusNullPointer),
-             [&] { *spec = construct(object, construction, length, flag, hint); });
+  return run(require(construction != nullptr || row_sizes(length).construction == 0, kivStatusNullPointer),
+             [&] { *spec = construct_row(object, construction, length, flag, hint); });
 }
 
 KivStatus init_alloc(Spec** spec, int length, int flag, int hint) {
   const KivStatus checks = first_failure(not_null(spec), known_length(length), fft::known_flag(flag));
   if (checks != kivStatusOk) return checks;
-  return fft::allocate_object(spec, sizes(length), [=](void* object, void* construction) {
-    return construct(object, construction, length, flag, hint);
+  return fft::allocate_object(spec, row_sizes(length), [=](void* object, void* construction) {
+    return construct_row(object, construction, length, flag, hint);
   });
 }
 
 KivStatus buffer_size(const Spec* spec, int* size) {
   const KivStatus checks = first_failure(not_null(spec, size), fft::identified(spec));
   if (checks != kivStatusOk) return checks;
-  const fft::Sizes bytes = sizes(spec->length);
+  const fft::Sizes bytes = row_sizes(spec->length);
   return run(fft::sizes_fit_int({0, 0, bytes.work}), [&] { *size = static_cast<int>(bytes.work); });
 }
 
 template <class Apply>
 KivStatus transform(const void* src, const void* dst, const Spec* spec, Kiv8u* buffer, Apply apply) {
   return fft::transform(
-      src, dst, spec, buffer, [](const Spec& of) { return sizes(of.length).work; }, apply);
+      src, dst, spec, buffer, [](const Spec& of) { return row_sizes(of.length).work; }, apply);
 }
 
 }  // namespace
@@ -140,7 +141,7 @@ KivStatus kivsDFTGetBufSize_R_32f(const KivsDFTSpec_R_32f* pSpec, int* pBufferSi
   return dft::buffer_size(pSpec, pBufferSize);
 }
 KivStatus kivsDFTFwd_RToCCS_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsDFTSpec_R_32f* pSpec, Kiv8u* pBuffer) {
-  return dft::transform(pSrc, pDst, pSpec, pBuffer, [&](void* work) { dft::run_forward(pSrc, pDst, *pSpec, work); });
+  return dft::transform(pSrc, pDst, pSpec, pBuffer, [&](void* work) { dft::forward_row(pSrc, pDst, *pSpec, work); });
 }
 KivStatus kivsDFTInv_CCSToR_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsDFTSpec_R_32f* pSpec, Kiv8u* pBuffer) {
   return dft::transform(pSrc, pDst, pSpec, pBuffer, [&](void* work) { dft::run_inverse(pSrc, pDst, *pSpec, work); });

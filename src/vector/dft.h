@@ -9,9 +9,12 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 
 #include "dft_plan.h"
+#include "fft.h"
+#include "kivsr/types.h"
 
 namespace kivsr::dft {
 
@@ -25,6 +28,20 @@ constexpr bool has_passes(int length) {
     while (length % prime == 0) length /= prime;
   }
   return length == 1;
+}
+
+struct Root {
+  double re, im;
+};
+// exp(-2 pi i e / n), correct to the last bits.
+Root root_of_unity(std::int64_t e, std::int64_t n);
+// The factors of all passes but the first, pass_table_count(plan) elements.
+template <class T>
+void build_pass_table(const Plan& plan, T* p);
+
+// Exported objects take the factors 2, 3 and 5.
+constexpr bool is_exported_length(int length) {
+  return has_passes(length) && length % 7 != 0 && length % 11 != 0 && length % 13 != 0;
 }
 
 template <class T>
@@ -57,5 +74,10 @@ void forward(const S* src, T* dst, const Transform<T>& transform, void* work);
 // A CCS spectrum to N samples. dst may be src. S: float or T.
 template <class S, class T>
 void inverse(const S* src, T* dst, const Transform<T>& transform, void* work);
+
+// The object of the exports: lengths of is_exported_length, powers of two by the FFT.
+fft::Sizes row_sizes(int length);
+KivsDFTSpec_R_32f* construct_row(void* object, void* construction, int length, int flag, int hint);
+void forward_row(const float* src, float* dst, const KivsDFTSpec_R_32f& spec, void* work);
 
 }  // namespace kivsr::dft

@@ -173,17 +173,14 @@ inline void with_radix(int radix, F f) {
   }
 }
 
-// The complex transform; the two areas hold M numbers each, and the result may go to neither but the second.
-template <class V, class T, class Source, class Result>
-inline void complex_transform(const Plan& plan, const Factors<T>& factors, Source source, T* area, T* other,
-                              Result result) {
+// All passes over the columns. The result stands in the first area.
+template <class V, class T, class Source>
+inline void column_passes(const Plan& plan, const T* table, Source source, T* area, T* other) {
   const std::ptrdiff_t columns = plan.columns;
-  // The last pass over the columns ends in the first area.
   T* to = plan.count % 2 != 0 ? area : other;
   T* from = plan.count % 2 != 0 ? other : area;
   with_radix(plan.radices[0], [&]<int R>() { first_column_pass<V, R>(source, to, columns); });
   std::ptrdiff_t points = plan.radices[0];
-  const T* table = factors.passes;
   for (int i = 1; i < plan.count; ++i) {
     std::swap(from, to);
     with_radix(plan.radices[i], [&]<int R>() {
@@ -193,7 +190,14 @@ inline void complex_transform(const Plan& plan, const Factors<T>& factors, Sourc
     });
   }
   assert(to == area && points == columns);
-  lane_pass<V>(to, columns, factors.lanes, result);
+}
+
+// The complex transform; the two areas hold M numbers each, and the result may go to neither but the second.
+template <class V, class T, class Source, class Result>
+inline void complex_transform(const Plan& plan, const Factors<T>& factors, Source source, T* area, T* other,
+                              Result result) {
+  column_passes<V>(plan, factors.passes, source, area, other);
+  lane_pass<V>(area, plan.columns, factors.lanes, result);
 }
 
 // From Z, real and imaginary parts apart, to the N + 2 values of the spectrum times the gain.

@@ -10,15 +10,10 @@
 #include "frame/rounding_mode.h"
 
 namespace kivsr::dft {
-namespace {
 
 // --- tables ---------------------------------------------------------------------------------------------------------
 
-struct Root {
-  double re, im;
-};
-
-// exp(-2 pi i e / n) from an angle within the first eighth of the circle.
+// From an angle within the first eighth of the circle.
 Root root_of_unity(std::int64_t e, std::int64_t n) {
   const std::int64_t quarters = 4 * (e % n) / n;
   const std::int64_t rest = 4 * (e % n) - quarters * n;
@@ -51,6 +46,8 @@ void build_pass_table(const Plan& plan, T* p) {
     points *= radix;
   }
 }
+
+namespace {
 
 // W roots as the passes read them.
 template <int W, class T, class Exponent>
@@ -219,6 +216,8 @@ void inverse(const S* src, T* dst, const Transform<T>& transform, void* work) {
   inverse_even(src, dst, transform, work);
 }
 
+template void build_pass_table(const Plan& plan, float* p);
+template void build_pass_table(const Plan& plan, double* p);
 template std::size_t object_bytes<float>(int length);
 template std::size_t object_bytes<double>(int length);
 template std::size_t work_bytes<float>(int length);

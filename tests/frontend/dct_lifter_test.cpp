@@ -8,6 +8,7 @@
 
 #include "kivsr.h"
 #include "support/accuracy.h"
+#include "support/columns.h"
 #include "support/failed_allocations.h"
 #include "support/guarded.h"
 #include "support/random.h"
@@ -155,6 +156,40 @@ TEST(DctLifter, FloatsMatchTheTransformFromEveryState) {
 }
 
 // The integer forms are the float form between two conversions.
+TEST(DctLifter, FloatsOfColumnsMatchTheTransform) {
+  Random random(4);
+  for (const auto& variant : kFloatVariants) {
+    for (const auto& [n, k] : kShapes) {
+      SCOPED_TRACE(std::string(variant.name) + " " + std::to_string(n) + " " + std::to_string(k));
+      const auto lifter = whole_numbers(random, k);
+      const auto results = static_cast<std::size_t>(k + (variant.with_c0 ? 1 : 0));
+      F* state = nullptr;
+      ASSERT_EQ(variant.init_alloc(&state, n, k, lifter.data()), kivStatusOk);
+      std::vector<std::vector<float>> energies;
+      for (int c = random.integer(1, 19); c > 0; --c) {
+        energies.push_back(random.values<float>(static_cast<std::size_t>(n), -20, 20));
+      }
+      const auto cepstra = results_side_by_side(energies, results, [&](const float* src, float* dst, int columns) {
+        return kivsDCTLifterColumns_32f(src, dst, columns, state);
+      });
+      for (std::size_t c = 0; c < energies.size(); ++c) {
+        for (int i = 1; i <= static_cast<int>(results); ++i) {
+          const Truth truth = coefficient(energies[c], lifter, variant.sine, i > k ? 0 : i);
+          ASSERT_TRUE(within_reduction<float>(cepstra[c][static_cast<std::size_t>(i) - 1], truth.value,
+                                              truth.magnitudes, static_cast<std::size_t>(n) + 4))
+              << i;
+        }
+      }
+      float value = 7;
+      EXPECT_EQ(kivsDCTLifterColumns_32f(nullptr, &value, 0, state), kivStatusNullPointer);
+      EXPECT_EQ(kivsDCTLifterColumns_32f(&value, nullptr, 0, state), kivStatusNullPointer);
+      EXPECT_EQ(kivsDCTLifterColumns_32f(&value, &value, 0, nullptr), kivStatusNullPointer);
+      EXPECT_EQ(kivsDCTLifterColumns_32f(&value, &value, 0, state), kivStatusBadSize);
+      ASSERT_EQ(free_state(state), kivStatusOk);
+    }
+  }
+}
+
 TEST(DctLifter, IntegersAreRoundedFloats) {
   Random random(4);
   for (std::size_t v = 0; v < kIntegerVariants.size(); ++v) {

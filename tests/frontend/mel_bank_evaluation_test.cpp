@@ -10,6 +10,7 @@
 #include "frontend/mel_bank_api.h"
 #include "kivsr.h"
 #include "support/accuracy.h"
+#include "support/columns.h"
 #include "support/guarded.h"
 #include "support/random.h"
 
@@ -78,6 +79,62 @@ TEST(MelBankEvaluation, FloatSumsCoverExactlyTheirBins) {
       ASSERT_TRUE(covers ? std::isnan(again[i]) : same_bits(again[i], dst[i])) << trial << " filter " << i + 1;
     }
   }
+}
+
+TEST(MelBankEvaluation, FloatSumsOfColumnsAreThoseOfEach) {
+  Random random(13);
+  for (int trial = 0; trial < 100; ++trial) {
+    const int length = 2 << random.integer(0, 8);
+    const int filters = random.integer(1, 30);
+    const RandomBank<FloatBank> b(random, length, filters);
+    std::vector<std::vector<float>> spectra;
+    for (int c = random.integer(1, 19); c > 0; --c) {
+      spectra.push_back(random.values<float>(static_cast<std::size_t>(length / 2 + 1), -10, 10));
+    }
+    const auto bands = results_side_by_side(
+        spectra, static_cast<std::size_t>(filters),
+        [&](const float* src, float* dst, int columns) { return kivsEvalFBankColumns_32f(src, dst, columns, b.bank); });
+    for (std::size_t c = 0; c < spectra.size(); ++c) {
+      std::vector<float> row(bands[c].size());
+      ASSERT_EQ(kivsEvalFBank_32f(spectra[c].data(), row.data(), b.bank), kivStatusOk);
+      for (std::size_t i = 0; i < row.size(); ++i) {
+        double magnitudes = 0;
+        for (std::size_t k = 0; k < b.weights[i].size(); ++k) magnitudes += std::abs(20 * b.weights[i][k]);
+        ASSERT_TRUE(within_reduction<float>(bands[c][i], row[i], magnitudes, b.weights[i].size())) << trial << " " << i;
+      }
+    }
+    // A NaN reaches the filters that cover its bin, in its own column.
+    const int bad = random.integer(0, length / 2);
+    spectra[0][static_cast<std::size_t>(bad)] = std::numeric_limits<float>::quiet_NaN();
+    std::vector<float> again(spectra.size() * bands[0].size());
+    const std::vector<float> src = side_by_side(spectra);
+    ASSERT_EQ(kivsEvalFBankColumns_32f(src.data(), again.data(), static_cast<int>(spectra.size()), b.bank),
+              kivStatusOk);
+    for (std::size_t i = 0; i < bands[0].size(); ++i) {
+      const bool covers = bad >= b.c[i] && bad <= b.c[i + 2];
+      const float actual = again[i * spectra.size()];
+      ASSERT_TRUE(covers ? std::isnan(actual) : same_bits(actual, bands[0][i])) << trial << " filter " << i + 1;
+    }
+  }
+}
+
+TEST(MelBankEvaluation, StatusesOfColumns) {
+  Random random(14);
+  const RandomBank<FloatBank> b(random, 16, 3);
+  const RandomBank<FloatBank> transforming(random, 16, 3, 2 | KIV_FBANK_FFTINPUT);
+  KivsFBankState_32f* empty = nullptr;
+  int order = 0;
+  ASSERT_EQ(kivsEmptyFBankInitAlloc_32f(&empty, &order, 16, 3, 2), kivStatusOk);
+  const std::vector<float> src(18, 1.0F);
+  std::vector<float> dst(6, 7.0F);
+  EXPECT_EQ(kivsEvalFBankColumns_32f(nullptr, dst.data(), 0, b.bank), kivStatusNullPointer);
+  EXPECT_EQ(kivsEvalFBankColumns_32f(src.data(), nullptr, 0, b.bank), kivStatusNullPointer);
+  EXPECT_EQ(kivsEvalFBankColumns_32f(src.data(), dst.data(), 0, nullptr), kivStatusNullPointer);
+  EXPECT_EQ(kivsEvalFBankColumns_32f(src.data(), dst.data(), 0, transforming.bank), kivStatusBadSize);
+  EXPECT_EQ(kivsEvalFBankColumns_32f(src.data(), dst.data(), 2, transforming.bank), kivStatusBadMelMode);
+  EXPECT_EQ(kivsEvalFBankColumns_32f(src.data(), dst.data(), 2, empty), kivStatusFBankNotReady);
+  expect_exact(dst, std::vector<float>(6, 7.0F));
+  EXPECT_EQ(kivsFBankFree_32f(empty), kivStatusOk);
 }
 
 // Rounded down and saturated; a long double holds every 64-bit sum.

@@ -156,7 +156,7 @@ KIVSR_API KivStatus kivsDCTLifterFree_16s(KivsDCTLifterState_16s* pState);
 /** @} */
 /** @} */
 
-/** @defgroup dctlifterframe Cepstra of one frame
+/** @defgroup dctlifterframe Cepstra of frames
  *
  * c[1] .. c[lenCep], then the zeroth coefficient where the state's variant has one: it is the last, not the first.
  * Sums are in single precision, reduction(lenDCT); the zeroth coefficient is summed from the first to the last value.
@@ -168,6 +168,16 @@ KIVSR_API KivStatus kivsDCTLifterFree_16s(KivsDCTLifterState_16s* pState);
  * @param[in] pState the state; threads may share it
  * @return kivStatusNullPointer */
 KIVSR_API KivStatus kivsDCTLifter_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsDCTLifterState_32f* pState);
+
+/** The same of several frames, the columns of a matrix: energy n of frame c stands at pSrc[n * columns + c], coefficient
+ * k at pDst[(k - 1) * columns + c], the zeroth behind the last. A column has the same bits however many stand beside it.
+ * @param[in] pSrc lenDCT rows of log energies
+ * @param[out] pDst lenCep rows, or lenCep + 1; must not overlap pSrc
+ * @param[in] columns number of frames
+ * @param[in] pState the state; threads may share it
+ * @return kivStatusNullPointer; kivStatusBadSize: columns < 1 */
+KIVSR_API KivStatus kivsDCTLifterColumns_32f(const Kiv32f* pSrc, Kiv32f* pDst, int columns,
+                                             const KivsDCTLifterState_32f* pState);
 
 /** @name Of integers
  * @{ */

@@ -249,7 +249,7 @@ KIVSR_API KivStatus kivsFBankSetCoeffs_16s(KivsFBankState_16s* pFBank, int filte
 /** @} */
 /** @} */
 
-/** @defgroup melbankevaluation Band energies of one frame
+/** @defgroup melbankevaluation Band energies of frames
  *
  *     pDst[i-1] = sum over j of pSrc[j] * weight of bin j in filter i,    i = 1 .. nFilter
  *
@@ -264,6 +264,18 @@ KIVSR_API KivStatus kivsFBankSetCoeffs_16s(KivsFBankState_16s* pFBank, int filte
  * @param[in] pFBank the bank
  * @return kivStatusNullPointer: a null pointer, or a record of zeros; kivStatusFBankNotReady: a bank without centres */
 KIVSR_API KivStatus kivsEvalFBank_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsFBankState_32f* pFBank);
+
+/** The same of several spectra, the columns of a matrix: value j of spectrum c stands at pSrc[j * columns + c], band i of
+ * it at pDst[(i - 1) * columns + c]. A column has the same bits however many stand beside it; the order of its sums is
+ * not that of kivsEvalFBank_32f.
+ * @param[in] pSrc fftLen/2 + 1 rows
+ * @param[out] pDst nFilter rows; must not overlap pSrc
+ * @param[in] columns number of spectra
+ * @param[in] pFBank a bank without KIV_FBANK_FFTINPUT
+ * @return kivStatusNullPointer; kivStatusBadSize: columns < 1; kivStatusBadMelMode: a bank with KIV_FBANK_FFTINPUT;
+ * kivStatusNullPointer: a record of zeros; kivStatusFBankNotReady: a bank without centres */
+KIVSR_API KivStatus kivsEvalFBankColumns_32f(const Kiv32f* pSrc, Kiv32f* pDst, int columns,
+                                             const KivsFBankState_32f* pFBank);
 
 /** @name Integers
  * @{ */
