@@ -156,6 +156,7 @@ struct Row {
 // Functions that work on state objects, each on its own arguments.
 std::uint32_t fft_floats(const char*);
 std::uint32_t fft_words(const char*);
+std::uint32_t dft_columns_floats(const char*);
 std::uint32_t dft_floats(const char*);
 std::uint32_t dct_floats(const char*);
 std::uint32_t dct_words(const char*);

@@ -85,12 +85,33 @@ std::uint32_t dft_floats(const char*) {
   return all.value();
 }
 
+std::uint32_t dft_columns_floats(const char*) {
+  Digest all;
+  for (const int length : {1, 12, 45, 200, 512, 2048}) {
+    all.add(with_state<KivsDFTColumnsSpec_R_32f>(
+                [&](auto** spec) { return kivsDFTColumnsInitAlloc_R_32f(spec, length, kivFftScaleNone); },
+                [&](Digest& digest, auto* spec) {
+                  constexpr int kColumns = 11;
+                  const auto samples = input<Kiv32f>(static_cast<std::size_t>(length) * kColumns);
+                  std::vector<Kiv32f> bins(static_cast<std::size_t>(length / 2 + 1) * kColumns);
+                  add(digest, kivsDFTColumnsPower_R_32f(samples.data(), bins.data(), kColumns, spec, nullptr), bins);
+                  add(digest, kivsDFTColumnsMagnitude_R_32f(samples.data(), bins.data(), kColumns, spec, nullptr),
+                      bins);
+                },
+                kivsDFTColumnsFree_R_32f),
+            4);
+  }
+  return all.value();
+}
+
 std::uint32_t dct_floats(const char*) {
   return with_state<KivsDCTLifterState_32f>(
       [](auto** state) { return kivsDCTLifterInitAlloc_32f(state, 25, 12, 22, 1.0F); },
       [](Digest& digest, auto* state) {
         std::vector<Kiv32f> cepstra(12);
         add(digest, kivsDCTLifter_32f(input<Kiv32f>(25).data(), cepstra.data(), state), cepstra);
+        cepstra.resize(12 * 11);
+        add(digest, kivsDCTLifterColumns_32f(input<Kiv32f>(25 * 11).data(), cepstra.data(), 11, state), cepstra);
       },
       kivsDCTLifterFree_32f);
 }
@@ -113,6 +134,8 @@ std::uint32_t mel_floats(const char*) {
       [](Digest& digest, auto* bank) {
         std::vector<Kiv32f> bands(25);
         add(digest, kivsEvalFBank_32f(input<Kiv32f>(600, true).data(), bands.data(), bank), bands);
+        bands.resize(25 * 11);
+        add(digest, kivsEvalFBankColumns_32f(input<Kiv32f>(257 * 11, true).data(), bands.data(), 11, bank), bands);
       },
       kivsFBankFree_32f);
 }
