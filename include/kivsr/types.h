@@ -83,10 +83,10 @@ enum {
 
 /** Mode word of frames cut out of a signal: any of these, or 0. */
 enum {
-  KIV_FRAME_CENTRED = 1,         /**< the mean of a frame is taken out before the pre-emphasis */
-  KIV_FRAME_CENTRED_BEHIND = 2,  /**< the mean of a frame is taken out behind the pre-emphasis */
-  KIV_FRAME_OWN_START = 4,       /**< the first sample of a frame is pre-emphasised with itself */
-  KIV_FRAME_WINDOWED_ENERGY = 8  /**< the energy is that behind the window */
+  KIV_FRAME_CENTRED = 1,        /**< the mean of a frame is taken out before the pre-emphasis */
+  KIV_FRAME_CENTRED_BEHIND = 2, /**< the mean of a frame is taken out behind the pre-emphasis */
+  KIV_FRAME_OWN_START = 4,      /**< the first sample of a frame is pre-emphasised with itself */
+  KIV_FRAME_WINDOWED_ENERGY = 8 /**< the energy is that behind the window */
 };
 
 /** Mode word of the streaming delta functions. */

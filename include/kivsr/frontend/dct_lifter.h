@@ -169,8 +169,9 @@ KIVSR_API KivStatus kivsDCTLifterFree_16s(KivsDCTLifterState_16s* pState);
  * @return kivStatusNullPointer */
 KIVSR_API KivStatus kivsDCTLifter_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsDCTLifterState_32f* pState);
 
-/** The same of several frames, the columns of a matrix: energy n of frame c stands at pSrc[n * columns + c], coefficient
- * k at pDst[(k - 1) * columns + c], the zeroth behind the last. A column has the same bits however many stand beside it.
+/** The same of several frames, the columns of a matrix: energy n of frame c stands at pSrc[n * columns + c],
+ * coefficient k at pDst[(k - 1) * columns + c], the zeroth behind the last. A column has the same bits however many
+ * stand beside it.
  * @param[in] pSrc lenDCT rows of log energies
  * @param[out] pDst lenCep rows, or lenCep + 1; must not overlap pSrc
  * @param[in] columns number of frames

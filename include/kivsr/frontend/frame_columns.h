@@ -39,8 +39,8 @@ KIVSR_BEGIN_DECLS
  * @param[in] shift samples from a frame to the next
  * @param[in] frames number of frames
  * @param[out] pDst len rows of `frames` values; must not overlap the inputs
- * @param[in] step elements from a row to the next. Of the columns behind the last frame those that the number of lanes of
- * a register fills up, eight at most, may be written, where there is room for all
+ * @param[in] step elements from a row to the next. Of the columns behind the last frame those that the number of lanes
+ * of a register fills up, eight at most, may be written, where there is room for all
  * @param[in] pWindow len weights
  * @param[in] len samples of a frame
  * @param[in] preEmphasis factor of the sample before
@@ -49,8 +49,7 @@ KIVSR_BEGIN_DECLS
  * @return kivStatusNullPointer, kivStatusBadSize: shift < 1, frames < 1 or len < 1, kivStatusBadStep: step < frames,
  * kivStatusBadArgument: another bit in mode */
 KIVSR_API KivStatus kivsFrameColumns_32f(const Kiv32f* pSrc, int shift, int frames, Kiv32f* pDst, int step,
-                                         const Kiv32f* pWindow, int len, Kiv32f preEmphasis, int mode,
-                                         Kiv32f* pEnergy);
+                                         const Kiv32f* pWindow, int len, Kiv32f preEmphasis, int mode, Kiv32f* pEnergy);
 
 /** @} */
 

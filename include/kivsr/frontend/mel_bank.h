@@ -265,9 +265,9 @@ KIVSR_API KivStatus kivsFBankSetCoeffs_16s(KivsFBankState_16s* pFBank, int filte
  * @return kivStatusNullPointer: a null pointer, or a record of zeros; kivStatusFBankNotReady: a bank without centres */
 KIVSR_API KivStatus kivsEvalFBank_32f(const Kiv32f* pSrc, Kiv32f* pDst, const KivsFBankState_32f* pFBank);
 
-/** The same of several spectra, the columns of a matrix: value j of spectrum c stands at pSrc[j * columns + c], band i of
- * it at pDst[(i - 1) * columns + c]. A column has the same bits however many stand beside it; the order of its sums is
- * not that of kivsEvalFBank_32f.
+/** The same of several spectra, the columns of a matrix: value j of spectrum c stands at pSrc[j * columns + c], band i
+ * of it at pDst[(i - 1) * columns + c]. A column has the same bits however many stand beside it; the order of its sums
+ * is not that of kivsEvalFBank_32f.
  * @param[in] pSrc fftLen/2 + 1 rows
  * @param[out] pDst nFilter rows; must not overlap pSrc
  * @param[in] columns number of spectra

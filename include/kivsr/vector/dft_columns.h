@@ -14,9 +14,9 @@ KIVSR_BEGIN_DECLS
  *     X_k = f * sum over n of x_n exp(-2 pi i k n / N),    N = 2^a 3^b 5^c, up to 2^28,
  *
  * with f = 1/N, 1/sqrt(N) or 1 as the flag of an object says (kivFftScaleForward, kivFftScaleSqrt, else 1). Every lane
- * of a register holds a signal of its own, so that nothing has to change its lane: for the frames of a recording this is
- * the fastest way to spectra (frame_columns.h makes such matrices). Eight columns fill the registers of every build; a
- * number that no eight divide costs as much as the next one that they do.
+ * of a register holds a signal of its own, so that nothing has to change its lane: for the frames of a recording this
+ * is the fastest way to spectra (frame_columns.h makes such matrices). Eight columns fill the registers of every build;
+ * a number that no eight divide costs as much as the next one that they do.
  *
  * @code{.c}
  * KivsDFTColumnsSpec_R_32f* dft;
@@ -52,9 +52,9 @@ KIVSR_BEGIN_DECLS
  * @param[in] pSpec the object
  * @return GetSize: kivStatusBadSize: length, kivStatusNullPointer, kivStatusFftFlagError, kivStatusBadSize: more than
  * int counts. Init: kivStatusNullPointer (ppSpec), kivStatusBadSize, kivStatusNullPointer (pMemSpec),
- * kivStatusFftFlagError, kivStatusNullPointer (pMemInit). InitAlloc: kivStatusNullPointer, kivStatusBadSize, kivStatusFftFlagError, kivStatusNoMemory.
- * Free and GetBufSize: kivStatusNullPointer, kivStatusContextMismatch: not such an object; GetBufSize then
- * kivStatusBadSize. On any of them nothing is written
+ * kivStatusFftFlagError, kivStatusNullPointer (pMemInit). InitAlloc: kivStatusNullPointer, kivStatusBadSize,
+ * kivStatusFftFlagError, kivStatusNoMemory. Free and GetBufSize: kivStatusNullPointer, kivStatusContextMismatch: not
+ * such an object; GetBufSize then kivStatusBadSize. On any of them nothing is written
  * @{ */
 KIVSR_API KivStatus kivsDFTColumnsGetSize_R_32f(int length, int flag, int* pSpecSize, int* pSpecBufferSize,
                                                 int* pBufferSize);
