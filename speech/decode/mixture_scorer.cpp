@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kivsr/kivsr.hpp"
+#include "kivsr/speech/decode/likeliest_terms.h"
 #include "kivsr/speech/decode/shortlist.h"
 #include "kivsr/speech/decode/stream_gaussians.h"
 #include "kivsr/speech/decode/tied_weights.h"
@@ -137,7 +138,7 @@ class TiedScorer : public Scorer {
         depth_(static_cast<Score>(options.depth)),
         bests_(model.streams.size()),
         terms_(static_cast<std::size_t>(model.codebooks) * model.streams.size()),
-        totals_(static_cast<std::size_t>(model.definition.states)) {
+        asked_(static_cast<std::size_t>(model.codebooks)) {
     for (const ModelStream& stream : model.streams) weights_.emplace_back(model, stream, states_);
   }
 
@@ -147,15 +148,18 @@ class TiedScorer : public Scorer {
     std::fill(bests_.begin(), bests_.end(), std::numeric_limits<Score>::lowest());
     for (const int state : states) {
       const int codebook = model_.codebook_of_state[static_cast<std::size_t>(state)];
-      if (!codebooks_.evaluate(codebook)) continue;
-      wanted_.push_back(codebook);
-      for (std::size_t stream = 0; stream < bests_.size(); ++stream) {
-        choose_terms(codebook, stream);
-        bests_[stream] = std::max(bests_[stream], terms(codebook, stream).front().likelihood);
+      std::vector<int>& asked = asked_[static_cast<std::size_t>(codebook)];
+      if (codebooks_.evaluate(codebook)) {
+        asked.clear();
+        wanted_.push_back(codebook);
+        for (std::size_t stream = 0; stream < bests_.size(); ++stream) {
+          choose_terms(codebook, stream);
+          bests_[stream] = std::max(bests_[stream], terms(codebook, stream).front().likelihood);
+        }
       }
+      asked.push_back(states_.places[static_cast<std::size_t>(state)]);
     }
-    for (const int codebook : wanted_) sum_codebook(codebook);
-    for (const int state : states) scores[static_cast<std::size_t>(state)] = totals_[static_cast<std::size_t>(state)];
+    for (const int codebook : wanted_) sum_codebook(codebook, scores);
   }
 
  private:
@@ -178,33 +182,11 @@ class TiedScorer : public Scorer {
       }
       return;
     }
-    terms.assign(top_, {0, std::numeric_limits<Score>::lowest()});
-    // Most blocks hold none that is among the likeliest.
-    constexpr std::size_t kBlock = 8;
-    for (std::size_t first = 0; first < likelihoods.size(); first += kBlock) {
-      const std::span<const Score> block = likelihoods.subspan(first, std::min(kBlock, likelihoods.size() - first));
-      if (block.size() == kBlock && !holds_above(block.template first<kBlock>(), terms.back().likelihood)) continue;
-      for (std::size_t i = 0; i < block.size(); ++i) {
-        if (block[i] > terms.back().likelihood) insert_term(terms, {static_cast<int>(first + i), block[i]});
-      }
-    }
+    terms.resize(top_);
+    find_likeliest<Score>(likelihoods, terms);
     for (Term& term : terms) {
       term.gaussian = codebooks_.gaussian(codebook, stream, static_cast<std::size_t>(term.gaussian));
     }
-  }
-
-  // Without a branch for each, which the compiler can do side by side.
-  template <std::size_t kCount>
-  static bool holds_above(std::span<const Score, kCount> values, Score bound) {
-    int above = 0;
-    for (const Score value : values) above += value > bound ? 1 : 0;
-    return above > 0;
-  }
-
-  static void insert_term(std::vector<Term>& terms, const Term& term) {
-    std::size_t place = terms.size() - 1;
-    for (; place > 0 && term.likelihood > terms[place - 1].likelihood; --place) terms[place] = terms[place - 1];
-    terms[place] = term;
   }
 
   static void take_logarithms(std::span<float> values) { call<kivsLn_32f_I>(values, values.size()); }
@@ -212,22 +194,34 @@ class TiedScorer : public Scorer {
     for (double& value : values) value = std::log(value);
   }
 
-  void sum_codebook(int codebook) {
+  // A few states are summed one by one, many together with those beside them that nobody asked for.
+  void sum_codebook(int codebook, std::span<float> scores) {
+    constexpr std::size_t kSideBySide = 4;  // states that cost as much as one by itself
+    const std::vector<int>& asked = asked_[static_cast<std::size_t>(codebook)];
     const std::size_t count = states_.count(codebook);
+    const bool all = asked.size() * kSideBySide >= count;
     const int* const states = states_.states.data() + states_.starts[static_cast<std::size_t>(codebook)];
-    sums_.resize(count);
-    for (std::size_t i = 0; i < count; ++i) totals_[static_cast<std::size_t>(states[i])] = 0.0F;
+    sums_.resize(all ? count : asked.size());
+    totals_.assign(asked.size(), 0.0F);
     for (std::size_t stream = 0; stream < weights_.size(); ++stream) {
       std::vector<Term>& terms = this->terms(codebook, stream);
       const Score least = depth_ > 0 ? bests_[stream] - depth_ : std::numeric_limits<Score>::lowest();
       const Score best = std::max(terms.front().likelihood, least);
       for (Term& term : terms) term.likelihood = std::exp(std::max(term.likelihood, least) - best);
-      weights_[stream].sum(codebook, terms, sums_);
+      if (all) {
+        weights_[stream].sum(codebook, terms, sums_);
+      } else {
+        weights_[stream].sum(codebook, terms, asked, sums_);
+      }
       for (Score& sum : sums_) sum = std::max(sum, std::numeric_limits<Score>::min());
       take_logarithms(std::span(sums_));
-      for (std::size_t i = 0; i < count; ++i) {
-        totals_[static_cast<std::size_t>(states[i])] += static_cast<float>(sums_[i] + best);
+      for (std::size_t i = 0; i < asked.size(); ++i) {
+        const Score sum = sums_[all ? static_cast<std::size_t>(asked[i]) : i];
+        totals_[i] += static_cast<float>(sum + best);
       }
+    }
+    for (std::size_t i = 0; i < asked.size(); ++i) {
+      scores[static_cast<std::size_t>(states[asked[i]])] = totals_[i];
     }
   }
 
@@ -240,8 +234,9 @@ class TiedScorer : public Scorer {
   std::vector<int> wanted_;                  // codebooks of the frame
   std::vector<Score> bests_;                 // [stream]: likeliest Gaussian of these codebooks
   std::vector<std::vector<Term>> terms_;     // [codebook][stream]
+  std::vector<std::vector<int>> asked_;      // [codebook]: places of the states of the frame
   std::vector<Score> sums_;
-  std::vector<float> totals_;  // [state], of the codebooks that were evaluated in this frame
+  std::vector<float> totals_;  // work areas: sums of a codebook, of one stream and of all
 };
 
 template <class Arithmetic>

@@ -1,6 +1,7 @@
 #include "kivsr/speech/decode/tied_weights.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace kivsr::speech {
@@ -11,7 +12,9 @@ CodebookStates::CodebookStates(const AcousticModel& model) : starts(static_cast<
   states.resize(model.codebook_of_state.size());
   std::vector<std::size_t> next(starts);
   for (std::size_t state = 0; state < states.size(); ++state) {
-    states[next[static_cast<std::size_t>(model.codebook_of_state[state])]++] = static_cast<int>(state);
+    const auto codebook = static_cast<std::size_t>(model.codebook_of_state[state]);
+    places.push_back(static_cast<int>(next[codebook] - starts[codebook]));
+    states[next[codebook]++] = static_cast<int>(state);
   }
 }
 
@@ -34,26 +37,53 @@ TiedWeights<Score>::TiedWeights(const AcousticModel& model, const ModelStream& s
   }
 }
 
+namespace {
+
+// What four terms add to the sum of a state, in the order in which one after the other would.
+template <class Score>
+Score add_four(Score sum, const std::array<const Score*, 4>& rows, const std::array<Score, 4>& likelihoods,
+               std::size_t place) {
+  return (((sum + rows[0][place] * likelihoods[0]) + rows[1][place] * likelihoods[1]) +
+          rows[2][place] * likelihoods[2]) +
+         rows[3][place] * likelihoods[3];
+}
+
+// sums[i] = sum over the terms for the state at place_of(i). Four rows at a time come faster out of memory than one
+// after the other.
+template <class Score, class Place>
+void sum_terms(const Score* block, std::size_t count, std::span<const MixtureTerm<Score>> terms, Place&& place_of,
+               std::span<Score> sums) {
+  const auto row = [&](const MixtureTerm<Score>& term) {
+    return block + static_cast<std::size_t>(term.gaussian) * count;
+  };
+  std::fill(sums.begin(), sums.end(), Score{0});
+  for (; terms.size() >= 4; terms = terms.subspan(4)) {
+    const std::array<const Score*, 4> rows{row(terms[0]), row(terms[1]), row(terms[2]), row(terms[3])};
+    const std::array<Score, 4> likelihoods{terms[0].likelihood, terms[1].likelihood, terms[2].likelihood,
+                                           terms[3].likelihood};
+    for (std::size_t i = 0; i < sums.size(); ++i) sums[i] = add_four(sums[i], rows, likelihoods, place_of(i));
+  }
+  for (const MixtureTerm<Score>& term : terms) {
+    const Score* const weights = row(term);
+    for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += weights[place_of(i)] * term.likelihood;
+  }
+}
+
+}  // namespace
+
 template <class Score>
 void TiedWeights<Score>::sum(int codebook, std::span<const Term> terms, std::span<Score> sums) const {
   const std::size_t count = states_.count(codebook);
-  const Score* const block = weights_.data() + states_.starts[static_cast<std::size_t>(codebook)] * densities_;
-  const auto row = [&](const Term& term) { return block + static_cast<std::size_t>(term.gaussian) * count; };
-  std::fill_n(sums.begin(), count, Score{0});
-  // Four rows at a time come faster out of memory than one after the other; the order of the additions is the same.
-  for (; terms.size() >= 4; terms = terms.subspan(4)) {
-    const Score* const rows[] = {row(terms[0]), row(terms[1]), row(terms[2]), row(terms[3])};
-    const Score likelihoods[] = {terms[0].likelihood, terms[1].likelihood, terms[2].likelihood, terms[3].likelihood};
-    for (std::size_t i = 0; i < count; ++i) {
-      sums[i] =
-          (((sums[i] + rows[0][i] * likelihoods[0]) + rows[1][i] * likelihoods[1]) + rows[2][i] * likelihoods[2]) +
-          rows[3][i] * likelihoods[3];
-    }
-  }
-  for (const Term& term : terms) {
-    const Score* const weights = row(term);
-    for (std::size_t i = 0; i < count; ++i) sums[i] += weights[i] * term.likelihood;
-  }
+  sum_terms(
+      block(codebook), count, terms, [](std::size_t i) { return i; }, sums.first(count));
+}
+
+template <class Score>
+void TiedWeights<Score>::sum(int codebook, std::span<const Term> terms, std::span<const int> places,
+                             std::span<Score> sums) const {
+  sum_terms(
+      block(codebook), states_.count(codebook), terms,
+      [places](std::size_t i) { return static_cast<std::size_t>(places[i]); }, sums.first(places.size()));
 }
 
 template class TiedWeights<float>;

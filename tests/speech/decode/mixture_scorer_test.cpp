@@ -220,6 +220,30 @@ TEST(MixtureScorer, LossesOverSpeech) {
   EXPECT_LT(last_loss, 0.4);
 }
 
+// How many states of a codebook a frame asks for decides how they are summed, and changes no bit.
+TEST(MixtureScorer, StatesAloneAndTogether) {
+  const AcousticModel model = read_acoustic_model(kEnUs);
+  const auto count = static_cast<std::size_t>(model.definition.states);
+  std::vector<float> frame(39);
+  std::mt19937 generator(8);
+  std::normal_distribution<float> normal;
+  for (float& value : frame) value = normal(generator);
+  for (const ScoreArithmetic arithmetic : {ScoreArithmetic::kSinglePrecision, ScoreArithmetic::kDoublePrecision}) {
+    for (const int top : {3, 4, 9}) {
+      const std::unique_ptr<Scorer> scorer = make_mixture_scorer(model, {arithmetic, 0, top, 0.0F});
+      std::vector<int> states(count);
+      std::iota(states.begin(), states.end(), 0);
+      std::vector<float> together(count);
+      scorer->score(frame, states, together);
+      std::vector<float> alone(count);
+      for (std::size_t state = 0; state < count; state += 61) {
+        scorer->score(frame, std::span(states).subspan(state, 1), alone);
+        ASSERT_EQ(alone[state], together[state]) << state;
+      }
+    }
+  }
+}
+
 TEST(MixtureScorer, SingleGaussians) {
   const std::filesystem::path folder = kTestData / "an4_ci_cont";
   const AcousticModel model = read_acoustic_model(folder);
