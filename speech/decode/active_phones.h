@@ -25,14 +25,15 @@ struct Token {
 enum TreeKind : std::uint8_t { kWordTree, kFillerTree };
 
 struct ActivePhone {
-  int hmm = 0;
-  float look_ahead = 0.0F;  // part of the scores of its paths
-  float best = kLogZero;    // of its paths
-  int node = 0;             // of the forest; of a first phone -1 less its tree entry
-  int state = 0;            // index of the active language state
-  int parent = -1;          // the phone before it, if that is a second phone of a word or a later one
-  int slot = 0;             // that holds the index of this phone
-  int children = -1;        // slots of the phones after it
+  const float* transitions = nullptr;  // of its hmm
+  const int* model_states = nullptr;   // the same
+  float look_ahead = 0.0F;             // part of the scores of its paths
+  float best = kLogZero;               // of its paths
+  int node = 0;                        // of the forest; of a first phone -1 less its tree entry
+  int state = 0;                       // index of the active language state
+  int parent = -1;                     // the phone before it, if that is a second phone of a word or a later one
+  int slot = 0;                        // that holds the index of this phone
+  int children = -1;                   // slots of the phones after it
   int living_children = 0;
   const FanOutTable::Variant* variant = nullptr;  // where a word ends
   std::int64_t listed = -1;                       // frame for which it was listed last

@@ -27,7 +27,6 @@ ViterbiSearch::ViterbiSearch(const SearchNetwork& network, const AcousticModel& 
       contexts_(forest_.fan_out.contexts()),
       phones_(network, state_count_),
       known_steps_(std::size_t{1} << kKnownBits),
-      wanted_hmms_(model.definition.hmms.size(), -1),
       wanted_(static_cast<std::size_t>(model.definition.states), -1),
       state_scores_(static_cast<std::size_t>(model.definition.states)),
       start_state_(network.language->start()) {
@@ -47,8 +46,8 @@ void ViterbiSearch::reset() {
   active_.clear();
   next_active_.clear();
   left_phones_.clear();
-  std::fill(wanted_hmms_.begin(), wanted_hmms_.end(), -1);
   std::fill(wanted_.begin(), wanted_.end(), -1);
+  wanted_states_.clear();
   endings_.clear();
   exits_.clear();
   exit_histories_.clear();
@@ -64,29 +63,30 @@ void ViterbiSearch::reset() {
   active_.swap(next_active_);
 }
 
-// frame_ is the frame that the path will meet first.
-void ViterbiSearch::enter(int index, Token token) {
+void ViterbiSearch::set_hmm(ActivePhone& phone, int hmm) const {
+  phone.transitions = model_.transitions(hmm);
+  phone.model_states = model_.definition.states_of_hmm(hmm).data();
+}
+
+// Of the phones that hold a path in the frame frame_, and so of the states that have to be scored then.
+void ViterbiSearch::list(int index) {
   ActivePhone& phone = phones_[index];
-  if (token.score > phones_.entering(index).score) phones_.entering(index) = token;
-  phone.has_path = true;
   if (phone.listed == frame_) return;
   phone.listed = frame_;
   next_active_.push_back(index);
+  for (int i = 0; i < state_count_; ++i) {
+    std::int64_t& wanted = wanted_[static_cast<std::size_t>(phone.model_states[i])];
+    if (wanted == frame_) continue;
+    wanted = frame_;
+    wanted_states_.push_back(phone.model_states[i]);
+  }
 }
 
-void ViterbiSearch::score_active_states(std::span<const float> frame) {
-  wanted_states_.clear();
-  for (const int active : active_) {
-    const int hmm = phones_[active].hmm;
-    if (wanted_hmms_[static_cast<std::size_t>(hmm)] == frame_) continue;
-    wanted_hmms_[static_cast<std::size_t>(hmm)] = frame_;
-    for (const int state : model_.definition.states_of_hmm(hmm)) {
-      if (wanted_[static_cast<std::size_t>(state)] == frame_) continue;
-      wanted_[static_cast<std::size_t>(state)] = frame_;
-      wanted_states_.push_back(state);
-    }
-  }
-  scorer_.score(frame, wanted_states_, state_scores_);
+// frame_ is the frame that the path will meet first.
+void ViterbiSearch::enter(int index, Token token) {
+  if (token.score > phones_.entering(index).score) phones_.entering(index) = token;
+  phones_[index].has_path = true;
+  list(index);
 }
 
 // Moves the paths of one phone over one frame; returns the best score. States are visited from the last to the first,
@@ -95,8 +95,8 @@ template <int kStates>
 float ViterbiSearch::advance(int index) {
   const int count = kStates > 0 ? kStates : state_count_;
   ActivePhone& phone = phones_[index];
-  const float* transitions = model_.transitions(phone.hmm);
-  const int* model_states = model_.definition.states_of_hmm(phone.hmm).data();
+  const float* const transitions = phone.transitions;
+  const int* const model_states = phone.model_states;
   Token* states = phones_.tokens(index);
   Token& entering = phones_.entering(index);
   float best = kLogZero;
@@ -105,7 +105,9 @@ float ViterbiSearch::advance(int index) {
     if (to == 0) token = entering;
     for (int from = 0; from <= to; ++from) {
       const float score = states[from].score + transitions[from * (count + 1) + to];
-      if (score > token.score) token = {score, states[from].history};
+      // each by itself: a choice between two numbers, no jump
+      token.history = score > token.score ? states[from].history : token.history;
+      token.score = score > token.score ? score : token.score;
     }
     token.score += state_scores_[static_cast<std::size_t>(model_states[to])] - best_;
     if (!(token.score > kLogZero)) token = Token();
@@ -152,7 +154,7 @@ float ViterbiSearch::narrowed_threshold(float threshold) const {
 
 // Of the best way out of a phone.
 float ViterbiSearch::exit_score(int index, int& history) {
-  const float* transitions = model_.transitions(phones_[index].hmm);
+  const float* const transitions = phones_[index].transitions;
   const Token* states = phones_.tokens(index);
   float best = kLogZero;
   for (int from = 0; from < state_count_; ++from) {
@@ -165,13 +167,12 @@ float ViterbiSearch::exit_score(int index, int& history) {
 }
 
 void ViterbiSearch::leave_phones(float threshold) {
-  for (const int index : active_) {
-    ActivePhone& phone = phones_[index];
+  for (std::size_t i = 0; i < active_.size(); ++i) {
+    if (i + kFetchedAhead < active_.size()) phones_.prefetch(active_[i + kFetchedAhead]);
+    const int index = active_[i];
+    const ActivePhone& phone = phones_[index];
     if (phone.best > threshold) {
-      if (phone.listed != frame_) {
-        phone.listed = frame_;
-        next_active_.push_back(index);
-      }
+      list(index);
       leave(index, threshold);
     } else if (phone.listed == frame_) {  // a path enters it from the phone before
       std::fill_n(phones_.tokens(index), state_count_, Token());
@@ -233,7 +234,7 @@ void ViterbiSearch::enter_child(int parent, int child, int first_slot, Token tok
       made.look_ahead = look_ahead;
       made.variant =
           node.ends_word() ? &forest_.fan_out.variants(node.fan_out())[static_cast<std::size_t>(i)] : nullptr;
-      made.hmm = node.ends_word() ? made.variant->hmm : node.link;
+      set_hmm(made, node.ends_word() ? made.variant->hmm : node.link);
     }
     enter(phone, {token.score + look_ahead, token.history});
   }
@@ -363,7 +364,7 @@ void ViterbiSearch::enter_tree(const Junction& junction, TreeKind kind, const in
       phone = phones_.create(first_slot + i, junction.state, -1, kind);
       ActivePhone& made = phones_[phone];
       made.node = -1 - (list.first + i);
-      made.hmm = entry.hmm;
+      set_hmm(made, entry.hmm);
       made.look_ahead = entry.look_ahead;
       made.variant = entry.variant;
     }
@@ -377,7 +378,8 @@ void ViterbiSearch::enter_tree(const Junction& junction, TreeKind kind, const in
 }
 
 void ViterbiSearch::push(std::span<const float> frame) {
-  score_active_states(frame);
+  scorer_.score(frame, wanted_states_, state_scores_);
+  wanted_states_.clear();
   float best = kLogZero;
   switch (state_count_) {
     case 1: best = advance_all<1>(); break;

@@ -103,7 +103,8 @@ class ViterbiSearch {
   RecordedEnd recorded(const WordExit& exit) const;
   WordLattice finished_lattice(bool sentence_ends);
   bool ends_silently(const WordExit& exit) const;
-  void score_active_states(std::span<const float> frame);
+  void list(int phone);
+  void set_hmm(ActivePhone& phone, int hmm) const;
   template <int kStates>
   float advance(int phone);
   template <int kStates>
@@ -149,10 +150,9 @@ class ViterbiSearch {
   float lattice_beam_ = 0.0F;
   std::vector<int> active_;  // phones that hold a path
   std::vector<int> next_active_;
-  std::vector<int> left_phones_;           // phones that lost their paths in this frame
-  std::vector<std::int64_t> wanted_hmms_;  // frame in which each hmm was wanted last
-  std::vector<std::int64_t> wanted_;       // the same for the states of the model
-  std::vector<int> wanted_states_;         // in this frame
+  std::vector<int> left_phones_;      // phones that lost their paths in this frame
+  std::vector<std::int64_t> wanted_;  // frame in which each state of the model was wanted last
+  std::vector<int> wanted_states_;    // in the next frame
   std::vector<float> state_scores_;
   std::vector<Ending> endings_;       // of this frame
   std::vector<WordExit> exits_;       // the same as words, those that count
