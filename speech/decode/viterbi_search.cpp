@@ -105,7 +105,6 @@ float ViterbiSearch::advance(int index) {
     if (to == 0) token = entering;
     for (int from = 0; from <= to; ++from) {
       const float score = states[from].score + transitions[from * (count + 1) + to];
-      // each by itself: a choice between two numbers, no jump
       token.history = score > token.score ? states[from].history : token.history;
       token.score = score > token.score ? score : token.score;
     }
