@@ -200,6 +200,73 @@ TEST(NgramModel, PackedFilesEntryByEntry) {
   EXPECT_NE(fault_of([&] { read(folder.write("lm", packed() + "x")); }).find("left over"), std::string::npos);
 }
 
+// Numbers of some bits each, the lowest first, and the eight bytes that end a section.
+class BitWriter {
+ public:
+  void put(std::uint32_t value, int bits) {
+    for (int i = 0; i < bits; ++i) bits_.push_back((value >> i & 1U) != 0);
+  }
+  std::string bytes() const {
+    std::string bytes((bits_.size() + 7) / 8 + 8, '\0');
+    for (std::size_t i = 0; i < bits_.size(); ++i) {
+      if (bits_[i]) bytes[i / 8] = static_cast<char>(bytes[i / 8] | 1 << i % 8);
+    }
+    return bytes;
+  }
+
+ private:
+  std::vector<bool> bits_;
+};
+
+// Two words, "b a" and "a b", which hang on their last words, and "first a b", which hangs on the latter.
+struct PackedTriple {
+  std::uint32_t first = 1;                   // 0: a, 1: b
+  std::vector<std::uint32_t> next{0, 0, 1};  // of the pairs and the entry behind them: the first triple
+  std::string bytes() const {
+    const auto value = [](float ln) {
+      return word_bytes(float_word(ln / static_cast<float>(std::log(1.0001))), false);
+    };
+    std::string bytes = "Trie Language Model\3" + word_bytes(2, false) + word_bytes(2, false) + word_bytes(1, false) +
+                        word_bytes(1, false);
+    for (const float unit : {1000.0F, -1000.0F, 500.0F}) {  // pairs, their back-off, triples
+      for (int i = 0; i < 65536; ++i) bytes += value(static_cast<float>(-i) / unit);
+    }
+    bytes += value(-1.0F) + value(-0.25F) + word_bytes(0, false);
+    bytes += value(-2.0F) + value(-0.5F) + word_bytes(1, false);
+    bytes += value(0.0F) + value(0.0F) + word_bytes(2, false);
+    BitWriter pairs, triples;
+    const std::uint32_t words[] = {1, 0, 0};
+    for (std::size_t i = 0; i < 3; ++i) {
+      pairs.put(words[i], 2);
+      pairs.put(125, 16);  // back-off
+      pairs.put(700, 16);
+      pairs.put(next[i], 1);
+    }
+    triples.put(first, 2);
+    triples.put(300, 16);
+    triples.put(0, 18);
+    return bytes + pairs.bytes() + triples.bytes() + word_bytes(4, false) + std::string("a\0b\0", 4);
+  }
+};
+
+TEST(NgramModel, PackedTriplesEntryByEntry) {
+  const TemporaryFolder folder;
+  const NgramModel model = read_ngram_model(folder.write("lm.bin", PackedTriple{}.bytes()).string());
+  ASSERT_EQ(model.order(), 3);
+  const int a = model.find_word("a");
+  const int b = model.find_word("b");
+  const NgramModel::Step after_b = model.follow(model.follow(0, b).next, a);
+  EXPECT_NEAR(after_b.log_probability, -0.7F, 1e-5);
+  EXPECT_NEAR(model.follow(after_b.next, b).log_probability, -0.6F, 1e-5);
+  EXPECT_NEAR(model.follow(after_b.next, a).log_probability, 0.125F - 0.25F - 1.0F, 1e-5);
+  const auto fault = [&](const PackedTriple& triple) {
+    return fault_of([&] { read_packed_ngrams(folder.write("lm", triple.bytes())); });
+  };
+  EXPECT_NE(fault({.first = 2}).find("has no word 2"), std::string::npos);
+  EXPECT_NE(fault({.first = 0}).find("\"a a\""), std::string::npos) << fault({.first = 0});
+  EXPECT_NE(fault({.next = {0, 1, 0}}).find("out of their order"), std::string::npos);
+}
+
 // Probabilities of the installed model by another reader, sphinx_lm_eval of the package sphinxbase-utils.
 TEST(NgramModel, TheInstalledModel) {
   const NgramModel model = read_ngram_model("en-us");
