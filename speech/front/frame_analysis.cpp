@@ -99,14 +99,20 @@ FrameAnalysis::FrameAnalysis(const FrontEndParameters& parameters)
     predictor_.resize(size_of(order));
     lpc_cepstra_.resize(size_of(order));
   }
-  if (parameters_.output == Output::kLpcCepstra) return;
+  if (parameters_.output == Output::kLpcCepstra) {
+    row_.resize(size_of(parameters_.window_length));
+    return;
+  }
   dft_ = DftColumns32f::make<kivsDFTColumnsInitAlloc_R_32f>(parameters_.fft_length, kivFftScaleNone);
   int bytes = 0;
   call<kivsDFTColumnsGetBufSize_R_32f>(dft_, &bytes);
   dft_work_.resize(size_of(bytes));
   filters_ = mel_filters(parameters_);
   if (parameters_.output == Output::kCepstra) make_transform();
-  if (parameters_.output == Output::kPlp) perceptual_.emplace(parameters_);
+  if (parameters_.output == Output::kPlp) {
+    perceptual_.emplace(parameters_);
+    row_.resize(size_of(parameters_.filter_count));
+  }
   const float least = parameters_.logarithm == Logarithm::kNone ? 0.0F : kSmallestEnergy;
   bands_.resize(kColumns * size_of(parameters_.filter_count));
   floor_.assign(bands_.size(), std::max(parameters_.log_floor, least));
@@ -168,10 +174,9 @@ void FrameAnalysis::cut_windows(std::span<const float> samples, int frames) {
 
 // Autocorrelation takes one frame after the other.
 void FrameAnalysis::cut_lags() {
-  std::vector<float> frame(size_of(parameters_.window_length));
   for (std::size_t f = 0; f < frames(); ++f) {
-    column_of(samples_, f, frame);
-    call<kivsAutoCorr_32f>(frame, parameters_.window_length, lags_, spectrum_width());
+    column_of(samples_, f, row_);
+    call<kivsAutoCorr_32f>(row_, parameters_.window_length, lags_, spectrum_width());
     for (std::size_t k = 0; k < lags_.size(); ++k) spectra_[k * kColumns + f] = lags_[k];
   }
 }
@@ -288,10 +293,9 @@ void FrameAnalysis::rows(std::span<float> rows) {
   const auto row = [&](std::size_t f) { return rows.subspan(f * width, width); };
   if (parameters_.output == Output::kPlp) {
     make_bands();
-    std::vector<float> bands(size_of(parameters_.filter_count));
     for (std::size_t f = 0; f < frames(); ++f) {
-      column_of(bands_, f, bands);
-      perceptual_->autocorrelate(bands, lags_);
+      column_of(bands_, f, row_);
+      perceptual_->autocorrelate(row_, lags_);
       cepstra_of_prediction(lags_, place_energy(log_energies_[f], row(f)));
     }
   } else if (parameters_.output == Output::kLpcCepstra) {

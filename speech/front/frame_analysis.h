@@ -67,7 +67,7 @@ class FrameAnalysis {
   std::vector<float> bands_;         // filter_count rows, or their logarithms
   std::vector<float> floor_;         // the same of the floor of the logarithm
   std::vector<float> cepstra_;       // as the library orders them: c1 .. cN, then c0
-  std::vector<float> row_;           // of one frame: a spectrum, bands or cepstra
+  std::vector<float> row_;           // of one frame: its samples, bands or cepstra
   std::vector<float> lags_;          // prediction_order + 1
   std::vector<float> predictor_;     // prediction_order
   std::vector<float> lpc_cepstra_;   // the same, before the lifter

@@ -27,10 +27,13 @@ void in_steps(int height, F f) {
   for (int t = 0; t < height; t += kStep) f(t, std::min(kStep, height - t));
 }
 
-std::span<const float> rows_of(const FeatureMatrix& matrix, int first, int count) {
-  const auto width = static_cast<std::size_t>(matrix.width);
-  return std::span(matrix.values)
-      .subspan(static_cast<std::size_t>(first) * width, static_cast<std::size_t>(count) * width);
+// Some rows of a matrix, or some values, which are a matrix of one column.
+std::span<const float> part_of(std::span<const float> values, int first, int count, int width = 1) {
+  const auto stride = static_cast<std::size_t>(width);
+  return values.subspan(static_cast<std::size_t>(first) * stride, static_cast<std::size_t>(count) * stride);
+}
+std::span<const float> part_of(const FeatureMatrix& matrix, int first, int count) {
+  return part_of(matrix.values, first, count, matrix.width);
 }
 
 }  // namespace
@@ -154,9 +157,7 @@ void FrontEnd::reduce_noise(int count, FeatureMatrix& rows) {
   spectra_.values.erase(spectra_.values.begin(), end);
   reduction_->run(part);
   in_steps(count, [&](int t, int frames) {
-    const auto energies =
-        std::span(log_energies_).subspan(static_cast<std::size_t>(t), static_cast<std::size_t>(frames));
-    analysis_->set_spectra(rows_of(part, t, frames), energies);
+    analysis_->set_spectra(part_of(part, t, frames), part_of(log_energies_, t, frames));
     if (parameters_.dynamic_range > 0.0F) {
       analysis_->logarithms(next_rows(logarithms_, frames));
     } else {
@@ -173,9 +174,8 @@ void FrontEnd::release(FeatureMatrix& rows) {
   if (spectra_.height() > 0) reduce_noise(spectra_.height(), rows);
   limit_dynamic_range(parameters_, logarithms_.values);
   in_steps(logarithms_.height(), [&](int t, int frames) {
-    const auto energies =
-        std::span(log_energies_).subspan(static_cast<std::size_t>(t), static_cast<std::size_t>(frames));
-    analysis_->rows_of_logarithms(rows_of(logarithms_, t, frames), energies, next_rows(rows, frames));
+    analysis_->rows_of_logarithms(part_of(logarithms_, t, frames), part_of(log_energies_, t, frames),
+                                  next_rows(rows, frames));
   });
 }
 

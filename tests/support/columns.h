@@ -11,13 +11,11 @@
 
 namespace kivsr::test {
 
-// Element n of signal c at n * step + c; places behind the signals hold `other`.
-inline std::vector<float> side_by_side(const std::vector<std::vector<float>>& signals, std::size_t step = 0,
-                                       float other = 0) {
-  step = step == 0 ? signals.size() : step;
-  std::vector<float> matrix(signals[0].size() * step, other);
+// Element n of signal c at n * signals.size() + c.
+inline std::vector<float> side_by_side(const std::vector<std::vector<float>>& signals) {
+  std::vector<float> matrix(signals[0].size() * signals.size());
   for (std::size_t c = 0; c < signals.size(); ++c) {
-    for (std::size_t n = 0; n < signals[c].size(); ++n) matrix[n * step + c] = signals[c][n];
+    for (std::size_t n = 0; n < signals[c].size(); ++n) matrix[n * signals.size() + c] = signals[c][n];
   }
   return matrix;
 }
