@@ -12,81 +12,142 @@ namespace kivsr::speech {
 namespace {
 
 constexpr std::size_t kFrame = kAuroraFrame;
-constexpr std::size_t kSpectrum = 256;      // samples, 32 ms
-constexpr std::size_t kSpan = 400;          // samples that show the period, 50 ms
-constexpr int kShortestPeriod = 18;         // samples, 444 Hz
-constexpr int kLongestPeriod = 130;         // 62 Hz
-constexpr float kEmphasis = 0.95F;          // makes brown noise white
-constexpr std::size_t kFirstBin = 6;        // 190 Hz
-constexpr std::size_t kLastBin = 48;        // 1500 Hz: above, white noise hides voices
-constexpr std::size_t kMovementFrames = 5;  // between spectra that are compared
-constexpr std::size_t kAround = 50;         // frames on either side that decide about one
+constexpr int kShapeOrder = 8;            // spectrum of 32 ms, bins of 31.25 Hz
+constexpr int kFineOrder = 9;             // of 64 ms
+constexpr std::size_t kSpan = 512;        // samples that a frame is measured from
+constexpr std::size_t kPeriodSpan = 400;  // in their middle, that show the period: 50 ms
+constexpr int kShortestPeriod = 18;       // samples, 444 Hz
+constexpr int kLongestPeriod = 130;       // 62 Hz
+constexpr float kEmphasis = 0.95F;        // makes brown noise white
+constexpr std::array<std::size_t, kEvidenceBands + 1> kEdges = {6, 12, 20, 32, 48, 72, 100, 126};  // bins of 31.25 Hz
+constexpr std::size_t kLowBands = 4;       // up to 1500 Hz: above, white noise hides voices
+constexpr std::size_t kFirstLine = 10;     // bin of 15.6 Hz
+constexpr std::size_t kLines = 150;        // up to 2500 Hz
+constexpr std::size_t kBesideLine = 3;     // bins on either side of a line, whose mean it stands out of
+constexpr std::size_t kSteadyFrames = 10;  // between lines that are compared
+constexpr std::size_t kGlideFrames = 5;    // that a glide takes
+constexpr std::size_t kAround = 50;        // frames on either side that decide about one
+constexpr std::size_t kBefore = 100;       // frames before it whose glides count
 
-// Chosen on the sounds of scripts/vad-table.
+// Chosen on the sounds that scripts/vad-table calls "chosen".
 constexpr float kLeastPeriodicity = 0.35F;
 constexpr float kMostFlatness = 0.45F;
 constexpr float kMostPurity = 0.85F;
-constexpr float kLeastMovement = 0.05F;
-constexpr std::size_t kLeastVoiced = 8;   // frames around
-constexpr float kLeastModulation = 2.0F;  // dB, standard deviation of the level around
-constexpr float kDepth = 30.0F;           // dB below the loudest frame around, where modulation ends
+constexpr std::size_t kLeastVoiced = 8;    // frames around
+constexpr float kDepth = 30.0F;            // dB below the loudest frame around, where the variation of a level ends
+constexpr double kLeastVariation = 1.5;    // dB, standard deviation of the level around
+constexpr double kLeastShare = 0.3;        // of the bands' variation in it: less is a line that wanders through them
+constexpr float kGlidePeriodicity = 0.5F;  // of each of its frames
+constexpr float kMostStep = 0.05F;         // of the period in a frame, beyond which it jumps
+constexpr float kLeastGlide = 0.006F;      // of the period in a glide: an eighth of a semitone or so
+constexpr float kMostGlide = 0.2F;
+constexpr double kSteadyLines = 0.2;    // mean above which glides are wanted,
+constexpr double kGlidesOfLines = 40;   // so many frames of them for each unit
+constexpr double kOpenVariation = 3.8;  // dB, mean of the bands: noise does not hide the voices,
+constexpr double kOneVoice = 0.5;       // which are as periodic as this,
+constexpr double kLeastGlides = 5;      // or glide for so many frames
 
 }  // namespace
 
-VoiceEvidence::VoiceEvidence()
-    : fft_(Fft32f::make<kivsFFTInitAlloc_R_32f>(8, kivFftScaleNone, 0)), fft_work_(fft_work(fft_)) {
-  for (std::size_t n = 0; n < kSpectrum; ++n) {
-    window_.push_back(static_cast<float>(0.5 - 0.5 * std::cos(2.0 * std::numbers::pi * (static_cast<double>(n) + 0.5) /
-                                                              static_cast<double>(kSpectrum))));
+VoiceEvidence::Transform::Transform(int order)
+    : fft(Fft32f::make<kivsFFTInitAlloc_R_32f>(order, kivFftScaleNone, 0)), fft_work(speech::fft_work(fft)) {
+  const std::size_t length = std::size_t{1} << order;
+  for (std::size_t n = 0; n < length; ++n) {
+    window.push_back(static_cast<float>(
+        0.5 - 0.5 * std::cos(2.0 * std::numbers::pi * (static_cast<double>(n) + 0.5) / static_cast<double>(length))));
   }
-  work_.resize(kSpectrum + 2);
-  power_.resize(kSpectrum / 2 + 1);
-  reset();
+  work.resize(length + 2);
+  result.resize(length / 2 + 1);
 }
+
+std::span<const float> VoiceEvidence::Transform::power(std::span<const float> samples) {
+  call<kivsMul_32f>(samples, window, work, window.size());
+  call<kivsFFTFwd_RToCCS_32f>(work, work, fft, fft_work);
+  for (std::size_t k = 0; k < result.size(); ++k) {
+    result[k] = work[2 * k] * work[2 * k] + work[2 * k + 1] * work[2 * k + 1];
+  }
+  return result;
+}
+
+VoiceEvidence::VoiceEvidence() : shape_(kShapeOrder), fine_(kFineOrder) { reset(); }
 
 // Half a span of silence stands before the signal, less the frame that the first one lies around.
 void VoiceEvidence::reset() {
   emphasised_.assign(kSpan / 2 - kFrame, 0.0F);
   smoothed_ = emphasised_;
   std::fill(std::begin(last_), std::end(last_), 0.0F);
-  magnitudes_.clear();
+  lines_.clear();
+  periods_.clear();
   frames_.clear();
-  first_ = measured_ = decided_ = received_ = 0;
+  first_ = measured_ = decided_ = received_ = steps_ = 0;
+}
+
+// The period moves from frame to frame without a jump, and has moved since kGlideFrames before.
+bool VoiceEvidence::glides(float periodicity, float period) {
+  const float logarithm = std::log(std::max(period, 1.0F));
+  const bool near = !periods_.empty() && std::abs(logarithm - periods_.back()) < kMostStep;
+  steps_ = near && periodicity > kGlidePeriodicity ? steps_ + 1 : 0;
+  periods_.push_back(logarithm);
+  if (periods_.size() <= kGlideFrames) return false;
+  const float change = std::abs(logarithm - periods_.front());
+  periods_.pop_front();
+  return steps_ >= kGlideFrames && change > kLeastGlide && change < kMostGlide;
+}
+
+// Lines are what the logarithm of the spectrum has above its mean over the bins beside: of notes they stay in place.
+float VoiceEvidence::steadiness(std::span<const float> power) {
+  std::array<float, kLines + 2 * kBesideLine> logarithms;
+  for (std::size_t k = 0; k < logarithms.size(); ++k) logarithms[k] = power[kFirstLine - kBesideLine + k] + 1.0F;
+  call<kivsLn_32f_I>(logarithms, logarithms.size());
+  std::vector<float> lines(kLines);
+  for (std::size_t k = 0; k < kLines; ++k) {
+    float sum = 0.0F;
+    for (std::size_t i = 0; i <= 2 * kBesideLine; ++i) sum += logarithms[k + i];
+    lines[k] = logarithms[k + kBesideLine] - sum / static_cast<float>(2 * kBesideLine + 1);
+  }
+  float norm = 0.0F;
+  call<kivsDotProd_32f>(lines, lines, kLines, &norm);
+  call<kivsDivC_32f_I>(std::sqrt(norm + 1e-9F), lines, kLines);
+  lines_.push_back(std::move(lines));
+  if (lines_.size() <= kSteadyFrames) return 0.0F;
+  float cosine = 0.0F;
+  call<kivsDotProd_32f>(lines_.front(), lines_.back(), kLines, &cosine);
+  lines_.pop_front();
+  return cosine;
 }
 
 FrameEvidence VoiceEvidence::measure(std::size_t start) {
   FrameEvidence result;
+  const auto middle = [&](const std::vector<float>& samples, std::size_t count) {
+    return std::span(samples).subspan(start + (kSpan - count) / 2, count);
+  };
   float period = 0.0F;
-  call<kivsPeriodicity_32f>(std::span(smoothed_).subspan(start), static_cast<int>(kSpan), kShortestPeriod,
+  call<kivsPeriodicity_32f>(middle(smoothed_, kPeriodSpan), static_cast<int>(kPeriodSpan), kShortestPeriod,
                             kLongestPeriod, &result.periodicity, &period);
-  const auto middle = std::span(emphasised_).subspan(start + (kSpan - kSpectrum) / 2, kSpectrum);
-  call<kivsMul_32f>(middle, window_, work_, kSpectrum);
-  call<kivsFFTFwd_RToCCS_32f>(work_, work_, fft_, fft_work_);
+  result.gliding = glides(result.periodicity, period);
+  result.lines = steadiness(fine_.power(middle(emphasised_, kSpan)));
+  const std::span<const float> power = shape_.power(middle(emphasised_, shape_.window.size()));
+  std::array<float, kEdges[kLowBands] - kEdges[0]> low;
+  constexpr float kFloor = 1e-3F;
+  for (std::size_t k = 0; k < low.size(); ++k) low[k] = power[kEdges[0] + k] + kFloor;
   float sum = 0.0F;
-  float peak = 0.0F;
-  double logs = 0.0;
-  std::vector<float> magnitudes;
-  for (std::size_t k = kFirstBin; k <= kLastBin; ++k) {
-    power_[k] = work_[2 * k] * work_[2 * k] + work_[2 * k + 1] * work_[2 * k + 1] + 1e-3F;
-    sum += power_[k];
-    logs += std::log(power_[k]);
-    magnitudes.push_back(std::sqrt(power_[k]));
+  for (std::size_t band = 0; band < kEvidenceBands; ++band) {
+    float of_band = 0.0F;
+    for (std::size_t k = kEdges[band]; k < kEdges[band + 1]; ++k) of_band += power[k] + kFloor;
+    result.bands[band] = 10.0F * std::log10(of_band);
+    if (band < kLowBands) sum += of_band;
   }
-  const std::size_t bins = kLastBin - kFirstBin + 1;
-  for (std::size_t k = kFirstBin + 2; k + 2 <= kLastBin; ++k) {
-    peak = std::max(peak, power_[k - 2] + power_[k - 1] + power_[k] + power_[k + 1] + power_[k + 2]);
-  }
-  result.flatness = static_cast<float>(std::exp(logs / static_cast<double>(bins))) * static_cast<float>(bins) / sum;
-  result.purity = peak / sum;
+  result.amplitude = std::sqrt(sum);
   result.decibels = 10.0F * std::log10(sum);
-  call<kivsDivC_32f_I>(std::sqrt(sum), magnitudes, bins);
-  magnitudes_.push_back(std::move(magnitudes));
-  if (magnitudes_.size() > kMovementFrames) {
-    float cosine = 0.0F;
-    call<kivsDotProd_32f>(magnitudes_.front(), magnitudes_.back(), bins, &cosine);
-    result.movement = 1.0F - cosine;
-    magnitudes_.pop_front();
+  float peak = 0.0F;
+  for (std::size_t k = 2; k + 2 < low.size(); ++k) {
+    peak = std::max(peak, low[k - 2] + low[k - 1] + low[k] + low[k + 1] + low[k + 2]);
   }
+  float logarithms = 0.0F;
+  call<kivsSumLn_32f>(low, low.size(), &logarithms);
+  const auto bins = static_cast<float>(low.size());
+  const float flatness = std::exp(logarithms / bins) * bins / sum;
+  result.voiced = result.periodicity > kLeastPeriodicity && flatness < kMostFlatness && peak < kMostPurity * sum;
   return result;
 }
 
@@ -101,32 +162,51 @@ void VoiceEvidence::analyse() {
 }
 
 bool VoiceEvidence::could_be_speech(std::size_t frame) const {
-  const std::size_t from = std::max(first_, frame - std::min(frame, kAround));
+  const auto at = [&](std::size_t t) -> const FrameEvidence& { return frames_[t - first_]; };
+  const std::size_t from = frame - std::min(frame, kAround);
   const std::size_t to = std::min(frame + kAround + 1, measured_);
-  float loudest = -100.0F;
-  for (std::size_t t = from; t < to; ++t) loudest = std::max(loudest, frames_[t - first_].decibels);
   std::size_t voiced = 0;
-  double sum = 0.0;
-  double squares = 0.0;
+  double amplitude = 0.0;
+  double periodicity = 0.0;
+  double lines = 0.0;
   for (std::size_t t = from; t < to; ++t) {
-    const FrameEvidence& evidence = frames_[t - first_];
-    voiced += evidence.periodicity > kLeastPeriodicity && evidence.flatness < kMostFlatness &&
-                      evidence.purity < kMostPurity && evidence.movement > kLeastMovement
-                  ? 1U
-                  : 0U;
-    const double level = std::max(evidence.decibels, loudest - kDepth);
-    sum += level;
-    squares += level * level;
+    const FrameEvidence& evidence = at(t);
+    voiced += evidence.voiced ? 1U : 0U;
+    amplitude += evidence.amplitude;
+    periodicity += evidence.amplitude * evidence.periodicity;
+    lines += evidence.amplitude * evidence.lines;
   }
-  const auto count = static_cast<double>(to - from);
-  const double variance = squares / count - sum / count * (sum / count);
-  return voiced >= kLeastVoiced && variance > kLeastModulation * kLeastModulation;
+  if (voiced < kLeastVoiced) return false;
+  const auto variation = [&](auto level) {
+    float loudest = -100.0F;
+    for (std::size_t t = from; t < to; ++t) loudest = std::max(loudest, level(at(t)));
+    double sum = 0.0;
+    double squares = 0.0;
+    for (std::size_t t = from; t < to; ++t) {
+      const double decibels = std::max(level(at(t)), loudest - kDepth);
+      sum += decibels;
+      squares += decibels * decibels;
+    }
+    const auto count = static_cast<double>(to - from);
+    return std::sqrt(std::max(0.0, squares / count - sum / count * (sum / count)));
+  };
+  const double whole = variation([](const FrameEvidence& evidence) { return evidence.decibels; });
+  double bands = 0.0;
+  for (std::size_t band = 0; band < kEvidenceBands; ++band) {
+    bands += variation([band](const FrameEvidence& evidence) { return evidence.bands[band]; }) / kEvidenceBands;
+  }
+  if (!(whole > kLeastVariation && whole > kLeastShare * bands)) return false;
+  double wanted = kGlidesOfLines * (lines / amplitude - kSteadyLines);
+  if (bands > kOpenVariation && periodicity / amplitude < kOneVoice) wanted = std::max(wanted, kLeastGlides);
+  std::size_t gliding = 0;
+  for (std::size_t t = frame - std::min(frame, kBefore); t < to; ++t) gliding += at(t).gliding ? 1U : 0U;
+  return static_cast<double>(gliding) >= wanted;
 }
 
 void VoiceEvidence::decide(std::size_t frames, std::vector<bool>& possible) {
   for (; decided_ < frames; ++decided_) {
     possible.push_back(could_be_speech(decided_));
-    if (decided_ >= kAround) {
+    if (decided_ >= kBefore) {
       frames_.pop_front();
       ++first_;
     }
