@@ -33,19 +33,23 @@ constexpr std::size_t kBefore = 100;       // frames before it whose glides coun
 constexpr float kLeastPeriodicity = 0.35F;
 constexpr float kMostFlatness = 0.45F;
 constexpr float kMostPurity = 0.85F;
+constexpr float kLeastLow = 0.001F;        // of the power up to 3900 Hz in that up to 1500 Hz
 constexpr std::size_t kLeastVoiced = 8;    // frames around
 constexpr float kDepth = 30.0F;            // dB below the loudest frame around, where the variation of a level ends
 constexpr double kLeastVariation = 1.5;    // dB, standard deviation of the level around
 constexpr double kLeastShare = 0.3;        // of the bands' variation in it: less is a line that wanders through them
 constexpr float kGlidePeriodicity = 0.5F;  // of each of its frames
 constexpr float kMostStep = 0.05F;         // of the period in a frame, beyond which it jumps
-constexpr float kLeastGlide = 0.006F;      // of the period in a glide: an eighth of a semitone or so
+constexpr float kLeastGlide = 0.006F;      // of the period in a glide: a tenth of a semitone
 constexpr float kMostGlide = 0.2F;
-constexpr double kSteadyLines = 0.2;    // mean above which glides are wanted,
-constexpr double kGlidesOfLines = 40;   // so many frames of them for each unit
-constexpr double kOpenVariation = 3.8;  // dB, mean of the bands: noise does not hide the voices,
-constexpr double kOneVoice = 0.5;       // which are as periodic as this,
-constexpr double kLeastGlides = 5;      // or glide for so many frames
+constexpr float kMovingLines = 0.6F;     // of a frame that glides: the lines do not stay in place
+constexpr float kGlideDepth = 25.0F;     // dB below the loudest frame; what dies away seems to glide below
+constexpr double kSteadyLines = 0.2;     // mean above which glides are wanted,
+constexpr double kGlidesOfLines = 30.0;  // so many frames of them for each unit
+constexpr double kOpenVariation = 3.8;   // dB, mean of the bands: noise does not hide the voices,
+constexpr double kOneVoice = 0.46;       // and where they are as periodic as this in the mean
+constexpr double kGlidesOfOne = 1.0;     // one frame must glide,
+constexpr double kGlidesOfMany = 7.0;    // else so many
 
 }  // namespace
 
@@ -124,18 +128,20 @@ FrameEvidence VoiceEvidence::measure(std::size_t start) {
   float period = 0.0F;
   call<kivsPeriodicity_32f>(middle(smoothed_, kPeriodSpan), static_cast<int>(kPeriodSpan), kShortestPeriod,
                             kLongestPeriod, &result.periodicity, &period);
-  result.gliding = glides(result.periodicity, period);
   result.lines = steadiness(fine_.power(middle(emphasised_, kSpan)));
+  const bool glide = glides(result.periodicity, period);
   const std::span<const float> power = shape_.power(middle(emphasised_, shape_.window.size()));
   std::array<float, kEdges[kLowBands] - kEdges[0]> low;
   constexpr float kFloor = 1e-3F;
   for (std::size_t k = 0; k < low.size(); ++k) low[k] = power[kEdges[0] + k] + kFloor;
   float sum = 0.0F;
+  float whole = 0.0F;
   for (std::size_t band = 0; band < kEvidenceBands; ++band) {
     float of_band = 0.0F;
     for (std::size_t k = kEdges[band]; k < kEdges[band + 1]; ++k) of_band += power[k] + kFloor;
     result.bands[band] = 10.0F * std::log10(of_band);
     if (band < kLowBands) sum += of_band;
+    whole += of_band;
   }
   result.amplitude = std::sqrt(sum);
   result.decibels = 10.0F * std::log10(sum);
@@ -147,7 +153,9 @@ FrameEvidence VoiceEvidence::measure(std::size_t start) {
   call<kivsSumLn_32f>(low, low.size(), &logarithms);
   const auto bins = static_cast<float>(low.size());
   const float flatness = std::exp(logarithms / bins) * bins / sum;
-  result.voiced = result.periodicity > kLeastPeriodicity && flatness < kMostFlatness && peak < kMostPurity * sum;
+  result.voiced = result.periodicity > kLeastPeriodicity && flatness < kMostFlatness && peak < kMostPurity * sum &&
+                  sum > kLeastLow * whole;
+  result.gliding = result.voiced && glide && result.lines < kMovingLines;
   return result;
 }
 
@@ -197,9 +205,14 @@ bool VoiceEvidence::could_be_speech(std::size_t frame) const {
   }
   if (!(whole > kLeastVariation && whole > kLeastShare * bands)) return false;
   double wanted = kGlidesOfLines * (lines / amplitude - kSteadyLines);
-  if (bands > kOpenVariation && periodicity / amplitude < kOneVoice) wanted = std::max(wanted, kLeastGlides);
+  if (bands > kOpenVariation) {
+    wanted = std::max(wanted, periodicity / amplitude < kOneVoice ? kGlidesOfMany : kGlidesOfOne);
+  }
+  const std::size_t past = frame - std::min(frame, kBefore);
+  float loudest = -100.0F;
+  for (std::size_t t = past; t < to; ++t) loudest = std::max(loudest, at(t).decibels);
   std::size_t gliding = 0;
-  for (std::size_t t = frame - std::min(frame, kBefore); t < to; ++t) gliding += at(t).gliding ? 1U : 0U;
+  for (std::size_t t = past; t < to; ++t) gliding += at(t).gliding && at(t).decibels > loudest - kGlideDepth ? 1U : 0U;
   return static_cast<double>(gliding) >= wanted;
 }
 
