@@ -20,6 +20,7 @@ constexpr int kShortestPeriod = 18;       // samples, 444 Hz
 constexpr int kLongestPeriod = 130;       // 62 Hz
 constexpr float kEmphasis = 0.95F;        // makes brown noise white
 constexpr std::array<std::size_t, kEvidenceBands + 1> kEdges = {6, 12, 20, 32, 48, 72, 100, 126};  // bins of 31.25 Hz
+constexpr std::size_t kLow = kEvidenceBands;                                                       // among the levels
 constexpr std::size_t kLowBands = 4;       // up to 1500 Hz: above, white noise hides voices
 constexpr std::size_t kFirstLine = 10;     // bin of 15.6 Hz
 constexpr std::size_t kLines = 150;        // up to 2500 Hz
@@ -139,12 +140,12 @@ FrameEvidence VoiceEvidence::measure(std::size_t start) {
   for (std::size_t band = 0; band < kEvidenceBands; ++band) {
     float of_band = 0.0F;
     for (std::size_t k = kEdges[band]; k < kEdges[band + 1]; ++k) of_band += power[k] + kFloor;
-    result.bands[band] = 10.0F * std::log10(of_band);
+    result.decibels[band] = 10.0F * std::log10(of_band);
     if (band < kLowBands) sum += of_band;
     whole += of_band;
   }
   result.amplitude = std::sqrt(sum);
-  result.decibels = 10.0F * std::log10(sum);
+  result.decibels[kLow] = 10.0F * std::log10(sum);
   float peak = 0.0F;
   for (std::size_t k = 2; k + 2 < low.size(); ++k) {
     peak = std::max(peak, low[k - 2] + low[k - 1] + low[k] + low[k + 1] + low[k + 2]);
@@ -185,34 +186,38 @@ bool VoiceEvidence::could_be_speech(std::size_t frame) const {
     lines += evidence.amplitude * evidence.lines;
   }
   if (voiced < kLeastVoiced) return false;
-  const auto variation = [&](auto level) {
-    float loudest = -100.0F;
-    for (std::size_t t = from; t < to; ++t) loudest = std::max(loudest, level(at(t)));
-    double sum = 0.0;
-    double squares = 0.0;
-    for (std::size_t t = from; t < to; ++t) {
-      const double decibels = std::max(level(at(t)), loudest - kDepth);
-      sum += decibels;
-      squares += decibels * decibels;
-    }
-    const auto count = static_cast<double>(to - from);
-    return std::sqrt(std::max(0.0, squares / count - sum / count * (sum / count)));
-  };
-  const double whole = variation([](const FrameEvidence& evidence) { return evidence.decibels; });
-  double bands = 0.0;
-  for (std::size_t band = 0; band < kEvidenceBands; ++band) {
-    bands += variation([band](const FrameEvidence& evidence) { return evidence.bands[band]; }) / kEvidenceBands;
+  EvidenceLevels loudest;
+  loudest.fill(-100.0F);
+  for (std::size_t t = from; t < to; ++t) {
+    for (std::size_t k = 0; k < loudest.size(); ++k) loudest[k] = std::max(loudest[k], at(t).decibels[k]);
   }
+  std::array<double, kEvidenceBands + 1> sums{};
+  std::array<double, kEvidenceBands + 1> squares{};
+  for (std::size_t t = from; t < to; ++t) {
+    const EvidenceLevels& levels = at(t).decibels;
+    for (std::size_t k = 0; k < levels.size(); ++k) {
+      const double decibels = std::max(levels[k], loudest[k] - kDepth);
+      sums[k] += decibels;
+      squares[k] += decibels * decibels;
+    }
+  }
+  const auto variation = [&](std::size_t k) {
+    const auto count = static_cast<double>(to - from);
+    return std::sqrt(std::max(0.0, squares[k] / count - sums[k] / count * (sums[k] / count)));
+  };
+  const double whole = variation(kLow);
+  double bands = 0.0;
+  for (std::size_t band = 0; band < kEvidenceBands; ++band) bands += variation(band) / kEvidenceBands;
   if (!(whole > kLeastVariation && whole > kLeastShare * bands)) return false;
   double wanted = kGlidesOfLines * (lines / amplitude - kSteadyLines);
   if (bands > kOpenVariation) {
     wanted = std::max(wanted, periodicity / amplitude < kOneVoice ? kGlidesOfMany : kGlidesOfOne);
   }
   const std::size_t past = frame - std::min(frame, kBefore);
-  float loudest = -100.0F;
-  for (std::size_t t = past; t < to; ++t) loudest = std::max(loudest, at(t).decibels);
+  float least = -100.0F;
+  for (std::size_t t = past; t < to; ++t) least = std::max(least, at(t).decibels[kLow] - kGlideDepth);
   std::size_t gliding = 0;
-  for (std::size_t t = past; t < to; ++t) gliding += at(t).gliding && at(t).decibels > loudest - kGlideDepth ? 1U : 0U;
+  for (std::size_t t = past; t < to; ++t) gliding += at(t).gliding && at(t).decibels[kLow] > least ? 1U : 0U;
   return static_cast<double>(gliding) >= wanted;
 }
 

@@ -18,13 +18,14 @@
 namespace kivsr::speech {
 
 constexpr std::size_t kEvidenceBands = 7;
+// Of bands from 190 to 3900 Hz, dB, and last of the four lowest together, up to 1500 Hz.
+using EvidenceLevels = std::array<float, kEvidenceBands + 1>;
 
 struct FrameEvidence {
-  float periodicity = 0.0F;                   // 0 .. 1
-  float lines = 0.0F;                         // cosine between the lines of the spectrum here and 100 ms before
-  float amplitude = 0.0F;                     // square root of the power from 190 to 1500 Hz
-  float decibels = 0.0F;                      // that power
-  std::array<float, kEvidenceBands> bands{};  // dB, of bands from 190 to 3900 Hz; the first four make that power
+  float periodicity = 0.0F;  // 0 .. 1
+  float lines = 0.0F;        // cosine between the lines of the spectrum here and 100 ms before
+  float amplitude = 0.0F;    // square root of the power from 190 to 1500 Hz
+  EvidenceLevels decibels{};
   bool voiced = false;
   bool gliding = false;
 };
