@@ -209,7 +209,7 @@ RecognisedUtterance RecogniseCommand::recognise(const std::string& file, Worker&
 }
 
 RecognisedUtterance RecogniseCommand::utterance_of(Hypothesis hypothesis, const Origin& origin) const {
-  const std::vector<double> confidences = results.confidences(hypothesis, origin.network);
+  const auto certainties = results.certainties(hypothesis, origin.network, phone_loop);
   RecognisedUtterance utterance;
   utterance.file = origin.file;
   utterance.segment = origin.segment;
@@ -218,7 +218,7 @@ RecognisedUtterance RecogniseCommand::utterance_of(Hypothesis hypothesis, const 
   utterance.complete = hypothesis.complete;
   if (tells_times() || !origin.segment.empty()) {
     utterance.alignment = word_times(hypothesis.words, origin.network, origin.frame_seconds);
-    for (std::size_t i = 0; i < confidences.size(); ++i) utterance.alignment[i].confidence = confidences[i];
+    for (std::size_t i = 0; i < certainties.size(); ++i) utterance.alignment[i].certainty = certainties[i];
     if (phones) {
       utterance.level = TimeLevel::kPhones;
       const auto segments =

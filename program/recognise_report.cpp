@@ -42,7 +42,7 @@ std::string RecogniseReport::text_of(const RecognisedUtterance& utterance) const
   text += utterance.complete || contents_.style == ReportStyle::kLive ? "\n" : " (not a complete sentence)\n";
   for (const AlignedWord& word : utterance.alignment) {
     text += formatted("  %8.2f %8.2f  ", word.start, word.end) + word.word;
-    text += (word.confidence < 0.0 ? "" : formatted("  %.3f", word.confidence)) + "\n";
+    text += (word.certainty ? formatted("  %.3f", word.certainty->confidence) : "") + "\n";
     for (const AlignedPhone& phone : word.phones) {
       text += formatted("  %8.2f %8.2f    ", phone.start, phone.end) + phone.phone + "\n";
     }
@@ -69,7 +69,7 @@ std::string RecogniseReport::tsv_of(const RecognisedUtterance& utterance) const 
   if (contents_.confidence) {
     std::vector<std::string> confidences;
     for (const AlignedWord& word : utterance.alignment) {
-      if (!word.filler) confidences.push_back(formatted("%.3f", word.confidence));
+      if (!word.filler && word.certainty) confidences.push_back(formatted("%.3f", word.certainty->confidence));
     }
     text += "\t" + joined(confidences);
   }

@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <utility>
 
+#include "kivsr/speech/decode/word_confidence.h"
 #include "kivsr/speech/decode/word_lattice.h"
 #include "kivsr/speech/io/fault.h"
 #include "kivsr/speech/io/text_parts.h"
@@ -22,17 +24,19 @@ void ResultOptions::check(ReportFormat format, bool several) const {
   }
 }
 
-std::vector<double> ResultOptions::confidences(Hypothesis& hypothesis, const SearchNetwork& network) const {
+std::vector<WordCertainty> ResultOptions::certainties(Hypothesis& hypothesis, const SearchNetwork& network,
+                                                      bool phones) const {
   find_posteriors(hypothesis.lattice, scale);
   if (!with_confidence()) return {};
-  const std::vector<double> all = word_confidences(hypothesis.lattice, network, hypothesis.words);
-  std::vector<double> kept;
+  const std::vector<WordEvidence> evidence = word_evidence(hypothesis.lattice, network, hypothesis.words);
+  const std::vector<double> confidences = word_confidences(evidence);
+  std::vector<WordCertainty> kept;
   std::vector<HypothesisWord> words;
-  for (std::size_t i = 0; i < all.size(); ++i) {
-    const HypothesisWord& word = hypothesis.words[i];
-    if (all[i] < minimum_confidence && !network.labels[static_cast<std::size_t>(word.label)].filler) continue;
-    words.push_back(word);
-    kept.push_back(all[i]);
+  for (std::size_t i = 0; i < evidence.size(); ++i) {
+    const double confidence = phones ? evidence[i].posterior : confidences[i];
+    if (confidence < minimum_confidence && !evidence[i].filler) continue;
+    words.push_back(hypothesis.words[i]);
+    kept.push_back({confidence, evidence[i]});
   }
   hypothesis.words = std::move(words);
   return kept;

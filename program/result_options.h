@@ -8,6 +8,7 @@
 #include "program/command.h"
 #include "program/recognise_report.h"
 #include "program/speech_names.h"
+#include "program/word_times.h"
 
 namespace kivsr::program {
 
@@ -24,9 +25,9 @@ struct ResultOptions {
 
   // Throws Fault for what the format cannot tell.
   void check(ReportFormat format, bool several) const;
-  // Drops the words of the hypothesis that are not sure enough; confidences of the others, empty if they are not
-  // wanted.
-  std::vector<double> confidences(Hypothesis& hypothesis, const SearchNetwork& network) const;
+  // Drops the words of the hypothesis that are not sure enough; what is known of the others, empty if it is not wanted.
+  // phones: the words are phones, which are as sure as their posteriors.
+  std::vector<WordCertainty> certainties(Hypothesis& hypothesis, const SearchNetwork& network, bool phones) const;
   // Other sentences, and the lattice into its file. Posteriors are known.
   void tell(const Hypothesis& hypothesis, const SearchNetwork& network, double frame_seconds,
             RecognisedUtterance& utterance) const;

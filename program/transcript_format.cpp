@@ -34,10 +34,19 @@ nlohmann::ordered_json phone_object(const AlignedPhone& phone) {
 
 nlohmann::ordered_json word_object(const AlignedWord& word) {
   nlohmann::ordered_json object{{"word", word.word}, {"start", word.start}, {"end", word.end}};
-  if (word.confidence >= 0.0) object["confidence"] = word.confidence;
+  if (word.certainty) {
+    const WordEvidence& evidence = word.certainty->evidence;
+    object["confidence"] = word.certainty->confidence;
+    object["posterior"] = evidence.posterior;
+    object["fit"] = evidence.fit;
+    object["language"] = evidence.language;
+  }
   for (const AlignedPhone& phone : word.phones) object["phones"].push_back(phone_object(phone));
   return object;
 }
+
+// Below 0: not known.
+double confidence_of(const AlignedWord& word) { return word.certainty ? word.certainty->confidence : -1.0; }
 
 struct Interval {
   double start;
@@ -50,7 +59,7 @@ std::vector<Interval> intervals(const std::vector<AlignedWord>& words, TimeLevel
   std::vector<Interval> result;
   for (const AlignedWord& word : words) {
     if (level == TimeLevel::kWords)
-      result.push_back({word.start, word.end, word.filler ? std::string() : word.word, word.confidence});
+      result.push_back({word.start, word.end, word.filler ? std::string() : word.word, confidence_of(word)});
     for (const AlignedPhone& phone : word.phones) {
       if (level == TimeLevel::kPhones) result.push_back({phone.start, phone.end, phone.phone});
       if (level != TimeLevel::kStates) continue;

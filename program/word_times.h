@@ -1,12 +1,14 @@
 // Words with their times, in seconds, and if they are wanted their phones and states.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "kivsr/speech/decode/phone_alignment.h"
 #include "kivsr/speech/decode/search_network.h"
+#include "kivsr/speech/decode/word_confidence.h"
 #include "kivsr/speech/decode/word_history.h"
 #include "kivsr/speech/models/model_definition.h"
 #include "program/speech_names.h"
@@ -26,13 +28,18 @@ struct AlignedPhone {
   std::vector<AlignedState> states;  // empty where they are not wanted
 };
 
+struct WordCertainty {
+  double confidence = 0.0;  // from 0 to 1
+  WordEvidence evidence;    // that it is made of
+};
+
 struct AlignedWord {
   std::string word;
   double start = 0.0;
   double end = 0.0;
   bool filler = false;
-  std::vector<AlignedPhone> phones = {};  // empty where they are not wanted
-  double confidence = -1.0;               // from 0 to 1; below 0: not known
+  std::vector<AlignedPhone> phones = {};        // empty where they are not wanted
+  std::optional<WordCertainty> certainty = {};  // if it is known
 };
 
 enum class TimeLevel { kWords, kPhones, kStates };

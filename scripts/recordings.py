@@ -1,4 +1,5 @@
 """Recordings with their words, and the commands that recognise them, for the scripts of this folder."""
+import array
 import os
 import random
 import re
@@ -51,6 +52,11 @@ def to_wave(source, target):
     return target
 
 
+def samples_of(file):
+    with wave.open(str(file)) as sound:
+        return array.array("h", sound.readframes(sound.getnframes()))
+
+
 def speak(voice, text, target):
     """Synthetic speech; espeak-ng speaks at 22,050 Hz."""
     if voice == "festival":
@@ -73,9 +79,13 @@ def speak(voice, text, target):
 
 def peer(arguments, files, work):
     """pocketsphinx_batch with the model and the dictionary on WAV files; processor seconds and memory."""
+    return peer_batch(["-hmm", MODEL / "en-us", "-dict", MODEL / "cmudict-en-us.dict", "-adcin", "yes", "-adchdr", "44", "-cepext",
+                       ".wav", *arguments], files, work)
+
+
+def peer_batch(arguments, files, work):
     Path(work, "list").write_text("".join(f"{Path(file).with_suffix('')}\n" for file in files))
-    return run(["pocketsphinx_batch", "-hmm", MODEL / "en-us", "-dict", MODEL / "cmudict-en-us.dict", "-adcin", "yes",
-                "-adchdr", "44", "-cepdir", "/", "-cepext", ".wav", "-ctl", f"{work}/list", *arguments])[1:]
+    return run(["pocketsphinx_batch", "-cepdir", "/", "-ctl", f"{work}/list", *arguments])[1:]
 
 
 def voices():
@@ -103,6 +113,28 @@ def raw_command(name, file, work):
 def digit_strings():
     generator = random.Random(1)
     return [[generator.choice(DIGITS) for _ in range(7)] for _ in range(10)]
+
+
+def harvard_sentences():
+    """The first three lists of phonetically balanced sentences of IEEE Trans. Audio and Electroacoustics 17(3), 1969."""
+    return [line.split() for line in Path(__file__).with_name("harvard-sentences.txt").read_text().splitlines()]
+
+
+def card_sentences():
+    """What the grammar of cards allows."""
+    generator = random.Random(4)
+    ranks = "ace two three four five six seven eight nine ten jack queen king lady".split()
+    suits = "clubs hearts diamonds spades".split()
+    cards_of = [" ".join(f"{generator.choice(ranks)} of {generator.choice(suits)}" for _ in range(1 + i % 3)) for i in range(8)]
+    return [words.split() for words in cards_of] + [[generator.choice(ranks), generator.choice(ranks)] for _ in range(4)]
+
+
+def turtle_sentences():
+    """What the grammar goforward allows."""
+    generator = random.Random(4)
+    numbers = "one two three four five six seven eight nine ten".split()
+    return ["go forward ten meters".split()] + [["go", generator.choice(["forward", "backward"]), generator.choice(numbers),
+                                                "meters"] for _ in range(7)]
 
 
 def spoken(voice, sentences, name, work):

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 
 namespace kivsr::speech {
 
@@ -43,6 +44,7 @@ void ViterbiSearch::reset() {
   phones_.reset();
   words_.reset();
   if (recorder_) recorder_->reset();
+  sounds_.clear();
   active_.clear();
   next_active_.clear();
   left_phones_.clear();
@@ -376,9 +378,28 @@ void ViterbiSearch::enter_tree(const Junction& junction, TreeKind kind, const in
   }
 }
 
-void ViterbiSearch::push(std::span<const float> frame) {
+// Where a lattice is recorded, the states of the phones alone are scored too.
+void ViterbiSearch::score_states(std::span<const float> frame) {
+  const int independent = model_.definition.independent_states;
+  for (int state = 0; recorder_ && state < independent; ++state) {
+    if (wanted_[static_cast<std::size_t>(state)] != frame_) wanted_states_.push_back(state);
+  }
   scorer_.score(frame, wanted_states_, state_scores_);
+  if (recorder_) sounds_.push_back(frame_sound());
   wanted_states_.clear();
+}
+
+FrameSound ViterbiSearch::frame_sound() const {
+  const auto alone = std::span(state_scores_).first(static_cast<std::size_t>(model_.definition.independent_states));
+  const float mean = std::accumulate(alone.begin(), alone.end(), 0.0F) / static_cast<float>(alone.size());
+  float best = *std::max_element(alone.begin(), alone.end());
+  const float spread = best - mean;
+  for (const int state : wanted_states_) best = std::max(best, state_scores_[static_cast<std::size_t>(state)]);
+  return {best, spread};
+}
+
+void ViterbiSearch::push(std::span<const float> frame) {
+  score_states(frame);
   float best = kLogZero;
   switch (state_count_) {
     case 1: best = advance_all<1>(); break;

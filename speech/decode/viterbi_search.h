@@ -24,8 +24,8 @@ namespace kivsr::speech {
 struct Beams {
   float state = 100.0F;  // every frame
   float phone = 100.0F;  // at the start of a phone
-  float word = 60.0F;    // at the end of a word, behind the best word end of the frame
-  int phones = 5000;     // that hold paths after a frame, the best ones; 0: any number
+  float word = 50.0F;    // at the end of a word, behind the best word end of the frame
+  int phones = 8000;     // that hold paths after a frame, the best ones; 0: any number
 };
 
 // What suits the kind of the model: the Gaussians of whole words are few and sharp, so that the right word may fall far
@@ -103,6 +103,8 @@ class ViterbiSearch {
   RecordedEnd recorded(const WordExit& exit) const;
   WordLattice finished_lattice(bool sentence_ends);
   bool ends_silently(const WordExit& exit) const;
+  void score_states(std::span<const float> frame);
+  FrameSound frame_sound() const;
   void list(int phone);
   void set_hmm(ActivePhone& phone, int hmm) const;
   template <int kStates>
@@ -148,7 +150,8 @@ class ViterbiSearch {
   WordHistory words_;
   std::optional<LatticeRecorder> recorder_;
   float lattice_beam_ = 0.0F;
-  std::vector<int> active_;  // phones that hold a path
+  std::vector<FrameSound> sounds_;  // [frame], for the lattice
+  std::vector<int> active_;         // phones that hold a path
   std::vector<int> next_active_;
   std::vector<int> left_phones_;      // phones that lost their paths in this frame
   std::vector<std::int64_t> wanted_;  // frame in which each state of the model was wanted last

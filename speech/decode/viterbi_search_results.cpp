@@ -1,6 +1,7 @@
 // What a search tells: the best path while it goes on, and the hypothesis at the end.
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "kivsr/speech/decode/viterbi_search.h"
 
@@ -25,7 +26,9 @@ WordLattice ViterbiSearch::finished_lattice(bool sentence_ends) {
     finals.back().score += static_cast<double>(weight);
     finals.back().language += weight;
   }
-  return recorder_->lattice(finals, static_cast<int>(frame_), static_cast<double>(lattice_beam_));
+  WordLattice lattice = recorder_->lattice(finals, static_cast<int>(frame_), static_cast<double>(lattice_beam_));
+  if (!lattice.empty()) lattice.sounds = std::move(sounds_);
+  return lattice;
 }
 
 // -1: none of them can follow.

@@ -155,32 +155,6 @@ void find_posteriors(WordLattice& lattice, double scale) {
   }
 }
 
-std::vector<double> word_confidences(const WordLattice& lattice, const SearchNetwork& network,
-                                     std::span<const HypothesisWord> words) {
-  const auto name = [&](int label) -> const std::string& {
-    return network.labels[static_cast<std::size_t>(label)].word;
-  };
-  std::vector<double> confidences;
-  for (const HypothesisWord& word : words) {
-    std::vector<double> changes(static_cast<std::size_t>(word.last_frame - word.first_frame) + 2);
-    for (const LatticeArc& arc : lattice.arcs) {
-      const int first = std::max(lattice.frames[static_cast<std::size_t>(arc.from)], word.first_frame);
-      const int last = std::min(lattice.frames[static_cast<std::size_t>(arc.to)] - 1, word.last_frame);
-      if (first > last || name(arc.label) != name(word.label)) continue;
-      changes[static_cast<std::size_t>(first - word.first_frame)] += arc.posterior;
-      changes[static_cast<std::size_t>(last - word.first_frame) + 1] -= arc.posterior;
-    }
-    double sum = 0.0;
-    double largest = 0.0;
-    for (const double change : changes) {
-      sum += change;
-      largest = std::max(largest, sum);
-    }
-    confidences.push_back(std::min(largest, 1.0));
-  }
-  return confidences;
-}
-
 std::vector<Sentence> best_sentences(const WordLattice& lattice, const SearchNetwork& network, int count) {
   if (lattice.empty()) return {};
   return SentenceFinder(lattice, network).find(count);

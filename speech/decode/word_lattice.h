@@ -23,10 +23,17 @@ struct LatticeArc {
   double score() const { return acoustic + language; }
 };
 
+// What the sound of a frame can be at all, whatever words are allowed.
+struct FrameSound {
+  float best = 0.0F;    // log likelihood of the likeliest state, of those of all phones alone and of the search's own
+  float spread = 0.0F;  // of the likeliest phone alone above the mean of all
+};
+
 // The first node is the start, the last one the end. No arcs: nothing could be said to its end.
 struct WordLattice {
   std::vector<int> frames;  // [node]: frames before it, ascending
   std::vector<LatticeArc> arcs;
+  std::vector<FrameSound> sounds;  // [frame]; empty where no sentence was complete
 
   bool empty() const { return arcs.empty(); }
 };
@@ -38,11 +45,6 @@ struct Sentence {
 
 // Sets the posteriors of the arcs. scale: of the log scores, below 1, since frames are not independent of each other.
 void find_posteriors(WordLattice& lattice, double scale);
-
-// How sure each word is, from 0 to 1: the largest sum, over the frames of the word, of the posteriors of all arcs with
-// the same word (F. Wessel et al., IEEE Trans. SAP 9(3), 2001).
-std::vector<double> word_confidences(const WordLattice& lattice, const SearchNetwork& network,
-                                     std::span<const HypothesisWord> words);
 
 // The best sentences that differ in their words, the best first.
 std::vector<Sentence> best_sentences(const WordLattice& lattice, const SearchNetwork& network, int count);

@@ -145,16 +145,20 @@ TEST(Recognise, OtherResults) {
   const std::string name = "\"confidence\":";
   const std::size_t confidence = json.output.find(name);
   ASSERT_NE(confidence, std::string::npos) << json.output;
-  EXPECT_GT(std::stod(json.output.substr(confidence + name.size())), 0.99);
+  EXPECT_GT(std::stod(json.output.substr(confidence + name.size())), 0.9);
   EXPECT_NE(json.output.find("\"alternatives\":[{\"text\":\"go forward ten meters\",\"score\":-"), std::string::npos);
   const std::string text = read_file(lattice);
   EXPECT_TRUE(text.starts_with("VERSION=1.0\nUTTERANCE=goforward\n")) << text.substr(0, 100);
   EXPECT_NE(text.find(" W=meters a=-"), std::string::npos);
-  const CommandResult table =
-      run_kivsr("recognise --words go,for,forward,word,ten,meters " + quoted(kTestData / "goforward.raw") +
-                " --format tsv --minimum-confidence 0.99");
-  EXPECT_NE(table.output.find("complete\tconfidences\n"), std::string::npos) << table.output;
-  EXPECT_NE(table.output.find("go ten meters"), std::string::npos) << "for and word sound like forward";
+  const auto sure = [](const std::filesystem::path& grammar) {
+    return run_kivsr("recognise --format tsv --minimum-confidence 0.9 --grammar " + quoted(grammar) + " " +
+                     quoted(kTestData / "goforward.raw"))
+        .output;
+  };
+  const std::string table = sure(kTestData / "goforward.gram");
+  EXPECT_NE(table.find("complete\tconfidences\n"), std::string::npos) << table;
+  EXPECT_NE(table.find("\tgo forward ten meters\t"), std::string::npos) << table;
+  EXPECT_NE(sure(kTestData / "cards" / "cards.gram").find("goforward.raw\t\t"), std::string::npos) << "no words";
   EXPECT_EQ(run_kivsr(options + "--format ctm --nbest 2").status, 2);
 }
 

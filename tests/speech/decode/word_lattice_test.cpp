@@ -105,13 +105,6 @@ TEST(WordLattice, PosteriorsAreSharesOfAllPaths) {
   EXPECT_NEAR(lattice.arcs[1].posterior, second / sum, 1e-12);
   EXPECT_NEAR(lattice.arcs[2].posterior, (first + second) / sum, 1e-12);
   EXPECT_NEAR(lattice.arcs[3].posterior, third / sum, 1e-12);
-
-  SearchNetwork network;
-  for (const char* const name : {"a", "b", "ba"}) network.labels.push_back({name, false, 0, 0});
-  const std::vector<HypothesisWord> words{{0, 0, 1}, {1, 1, 3}};
-  const std::vector<double> confidences = word_confidences(lattice, network, words);
-  EXPECT_NEAR(confidences[0], first / sum, 1e-12);
-  EXPECT_NEAR(confidences[1], (first + second) / sum, 1e-12) << "the later of the two arcs is the surer one";
 }
 
 TEST(WordLattice, TextHasNodesAndLinks) {
