@@ -9,6 +9,9 @@
 #include <set>
 #include <string>
 #include <vector>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include "kivsr/speech/decode/mixture_scorer.h"
 #include "kivsr/speech/decode/ngram_language.h"
@@ -134,6 +137,17 @@ RecogniseCommand::Task RecogniseCommand::phone_task() const {
                        : build_phone_ngram_network(read_ngram_model(ngram_file), *result.model, weights.of_words());
   return result;
 }
+
+namespace {
+
+// What was needed to read models and dictionaries alone lies between what stays.
+void give_back_memory() {
+#ifdef __GLIBC__
+  malloc_trim(0);
+#endif
+}
+
+}  // namespace
 
 // The model, and what may be said.
 RecogniseCommand::Task RecogniseCommand::task() const {
@@ -301,7 +315,9 @@ void RecogniseCommand::run() {
   check_format(tasks);
   if (!rule.empty() && grammar_file.empty()) throw Fault("recognise: --rule needs --grammar");
   say_unused_raw_options(raw, inputs_of(tasks));
-  recognise_all(task(), tasks);
+  const Task given = task();
+  give_back_memory();
+  recognise_all(given, tasks);
 }
 
 namespace {
