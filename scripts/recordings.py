@@ -120,6 +120,13 @@ def harvard_sentences():
     return [line.split() for line in Path(__file__).with_name("harvard-sentences.txt").read_text().splitlines()]
 
 
+def vocabulary(own, size):
+    """The words of the sentences and others of the dictionary."""
+    entries = {line.split()[0] for line in (MODEL / "cmudict-en-us.dict").read_text().splitlines() if line.strip()}
+    others = sorted(word for word in entries if word.isalpha() and word not in own)
+    return sorted(own) + random.Random(3).sample(others, size - len(own))
+
+
 def card_sentences():
     """What the grammar of cards allows."""
     generator = random.Random(4)

@@ -21,11 +21,11 @@ using namespace speech::test;
 // Ends the program by the signal as soon as its partial file is there; returns how it ended.
 int end_pitch_by(int signal, const TemporaryFolder& folder, const std::filesystem::path& sound,
                  const std::filesystem::path& result) {
+  const std::string program = kivsr_program();
   const pid_t child = fork();
   if (child == 0) {
     std::signal(signal, SIG_DFL);
-    const char* const program = std::getenv("KIVSR_EXECUTABLE");
-    execl(program, program, "pitch", "-o", result.c_str(), sound.c_str(), nullptr);
+    execl(program.c_str(), program.c_str(), "pitch", "-o", result.c_str(), sound.c_str(), nullptr);
     _exit(127);
   }
   for (int waited = 0; folder.names().size() < 3 && waited < 2000; ++waited) {
@@ -97,7 +97,7 @@ TEST(Program, StandardInputAndOutput) {
   const std::string whole_file = file_of("enhance", "e.wav");
   EXPECT_EQ(quiet.replace(4, 4, whole_file.substr(4, 4)).replace(40, 4, whole_file.substr(40, 4)), whole_file);
   EXPECT_EQ(bytes_of("enhance - - --format raw", cat), whole_file.substr(44));
-  const std::string chain = "| " + quoted(std::getenv("KIVSR_EXECUTABLE")) + " features - - --format csv";
+  const std::string chain = "| " + quoted(kivsr_program()) + " features - - --format csv";
   EXPECT_EQ(bytes_of("enhance - - " + chain, cat), bytes_of("features -o - --format csv " + quoted(folder / "e.wav")));
 }
 

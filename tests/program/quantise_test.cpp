@@ -20,10 +20,8 @@ using namespace speech::test;
 namespace {
 
 TEST(Quantise, ThirtyCommandsFromFortyEightBitsAFrame) {
-  const char* const source = std::getenv("KIVSR_SOURCE");
-  ASSERT_NE(source, nullptr);
   const CommandResult result =
-      run_command(quoted(std::filesystem::path(source) / "scripts" / "quantise-demo") + " \"$KIVSR_EXECUTABLE\"");
+      run_command(quoted(source_folder() / "scripts" / "quantise-demo") + " \"$KIVSR_EXECUTABLE\"");
   ASSERT_EQ(result.status, 0) << result.errors;
   int bits = 0;
   double rate = 0.0;

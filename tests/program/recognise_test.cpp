@@ -1,7 +1,6 @@
 // kivsr recognise through the program: the thirty spoken commands, both models, options and faults.
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
@@ -15,12 +14,6 @@ using namespace speech;
 using namespace speech::test;
 
 namespace {
-
-std::filesystem::path source_folder() {
-  const char* const folder = std::getenv("KIVSR_SOURCE");
-  if (folder == nullptr) throw std::runtime_error("KIVSR_SOURCE does not name the source folder");
-  return folder;
-}
 
 // Errors and words of the demonstration's last lines.
 std::pair<int, int> demonstration(const std::string& options) {

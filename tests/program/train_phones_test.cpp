@@ -191,7 +191,7 @@ TEST(TrainPhones, PartsOfPassesMakeTheSameModel) {
 
 // Processes of mpirun make the model of one; where one of them is killed the others end, and the next run goes on.
 TEST(TrainPhones, ProcessesOfMpirun) {
-  const std::filesystem::path executable(std::getenv("KIVSR_EXECUTABLE"));
+  const std::filesystem::path executable = kivsr_program();
   if (run_command("mpirun --version").status != 0 ||
       !std::filesystem::exists(executable.parent_path() / "../lib/libkivsr_mpi.so")) {
     GTEST_SKIP() << "built without MPI";
@@ -235,9 +235,6 @@ TEST(TrainPhones, ProcessesOfMpirun) {
 
 // The script for clusters with a queue that runs its jobs at once.
 TEST(TrainPhones, ArraysOfJobs) {
-  const char* const program = std::getenv("KIVSR_EXECUTABLE");
-  const char* const source = std::getenv("KIVSR_SOURCE");
-  if (program == nullptr || source == nullptr) GTEST_SKIP() << "KIVSR_EXECUTABLE and KIVSR_SOURCE are not set";
   const PhoneFolder folder;
   const auto queue = folder.write("sbatch", R"(#!/bin/sh
 for argument in "$@"; do
@@ -250,10 +247,9 @@ echo 7
   std::filesystem::permissions(queue, std::filesystem::perms::owner_exec, std::filesystem::perm_options::add);
   const std::string options = "--flat-passes 2 ";
   ASSERT_EQ(run_kivsr(folder.train("whole", options)).status, 0);
-  const CommandResult result = run_command("PATH=" + quoted(folder.path()) + ":$PATH KIVSR=" + quoted(program) +
-                                           " SUMS=" + quoted(folder / "sums") + " " +
-                                           quoted(std::filesystem::path(source) / "examples" / "slurm-train") +
-                                           " 1 2 " + folder.train("queued", options).substr(6));
+  const CommandResult result = run_command(
+      "PATH=" + quoted(folder.path()) + ":$PATH KIVSR=" + quoted(kivsr_program()) + " SUMS=" + quoted(folder / "sums") +
+      " " + quoted(source_folder() / "examples" / "slurm-train") + " 1 2 " + folder.train("queued", options).substr(6));
   ASSERT_EQ(result.status, 0) << result.errors;
   EXPECT_EQ(result.output, "7\n");
   EXPECT_EQ(folder.record("queued"), folder.record("whole"));

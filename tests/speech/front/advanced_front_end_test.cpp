@@ -5,12 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <cstdlib>
 
 #include "kivsr/speech/front/feature_chain.h"
 #include "kivsr/speech/front/presets.h"
 #include "kivsr/speech/io/binary_file.h"
 #include "kivsr/speech/io/fault.h"
+#include "speech/support/command.h"
 #include "speech/support/recordings.h"
 #include "speech/support/signals.h"
 
@@ -20,9 +20,7 @@ namespace {
 constexpr int kColumns = 15;
 
 std::vector<float> golden(const std::string& name) {
-  const char* const source = std::getenv("KIVSR_SOURCE");
-  const auto bytes =
-      read_whole_file(std::filesystem::path(source == nullptr ? "." : source) / "tests/speech/data" / name);
+  const auto bytes = read_whole_file(source_folder() / "tests/speech/data" / name);
   std::vector<float> values;
   for (std::size_t i = 0; i + 4 <= bytes.size(); i += 4) {
     const auto word =

@@ -3,11 +3,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 
 #include "kivsr/speech/front/feature_chain.h"
 #include "kivsr/speech/front/presets.h"
+#include "speech/support/command.h"
 #include "speech/support/convention_signals.h"
 #include "speech/support/temporary_folder.h"
 
@@ -15,9 +15,7 @@ namespace kivsr::speech::test {
 namespace {
 
 std::vector<float> toolkit_rows(const std::string& name) {
-  const char* const source = std::getenv("KIVSR_SOURCE");
-  if (source == nullptr) return {};
-  const std::string bytes = read_file(std::string(source) + "/tests/speech/data/conventions/" + name + ".f32");
+  const std::string bytes = read_file(source_folder() / "tests/speech/data/conventions" / (name + ".f32"));
   std::vector<float> values(bytes.size() / sizeof(float));
   std::memcpy(values.data(), bytes.data(), values.size() * sizeof(float));
   return values;

@@ -30,11 +30,19 @@ inline CommandResult run_command(const std::string& command) {
 
 inline std::string quoted(const std::filesystem::path& path) { return "'" + path.string() + "'"; }
 
+// What ctest sets; a test that is run by hand has to be told.
+inline std::filesystem::path from_environment(const char* name, const char* meaning) {
+  const char* const path = std::getenv(name);
+  if (path == nullptr) throw std::runtime_error(std::string(name) + " does not name " + meaning);
+  return path;
+}
+
+inline std::filesystem::path kivsr_program() { return from_environment("KIVSR_EXECUTABLE", "the kivsr program"); }
+inline std::filesystem::path source_folder() { return from_environment("KIVSR_SOURCE", "the source folder"); }
+
 // The kivsr program with arguments of the shell.
 inline CommandResult run_kivsr(const std::string& arguments, const std::string& before = "") {
-  const char* const program = std::getenv("KIVSR_EXECUTABLE");
-  if (program == nullptr) throw std::runtime_error("KIVSR_EXECUTABLE does not name the kivsr program");
-  return run_command(before + quoted(program) + " " + arguments);
+  return run_command(before + quoted(kivsr_program()) + " " + arguments);
 }
 
 }  // namespace kivsr::speech::test
