@@ -13,6 +13,7 @@
 #include <malloc.h>
 #endif
 
+#include "kivsr/speech/decode/grammar_language.h"
 #include "kivsr/speech/decode/mixture_scorer.h"
 #include "kivsr/speech/decode/ngram_language.h"
 #include "kivsr/speech/decode/phone_alignment.h"
@@ -87,13 +88,15 @@ static bool with_times(ReportFormat format) { return format != ReportFormat::kTe
 
 bool RecogniseCommand::tells_times() const { return alignment || with_times(format) || results.with_confidence(); }
 
+static void leave_out_unknown(WordNetwork& words, const Dictionary& pronunciations, const AcousticModel& model) {
+  for (const std::string& word : remove_unpronounceable(words, pronunciations, model)) {
+    std::fprintf(stderr, "kivsr: the word \"%s\" cannot be pronounced and is left out\n", word.c_str());
+  }
+}
+
 SearchNetwork RecogniseCommand::network_of(WordNetwork words_allowed, const Dictionary& pronunciations,
                                            const AcousticModel& model) const {
-  if (skip_unknown) {
-    for (const std::string& word : remove_unpronounceable(words_allowed, pronunciations, model)) {
-      std::fprintf(stderr, "kivsr: the word \"%s\" cannot be pronounced and is left out\n", word.c_str());
-    }
-  }
+  if (skip_unknown) leave_out_unknown(words_allowed, pronunciations, model);
   return build_search_network(words_allowed, pronunciations, model, weights.of_words());
 }
 
@@ -104,10 +107,22 @@ NgramMixture RecogniseCommand::ngram_model() const {
 }
 
 SearchNetwork RecogniseCommand::ngram_network_of(const AcousticModel& model) const {
+  const WordClasses classes = class_file.empty() ? WordClasses() : WordClasses::read(class_file);
+  const std::filesystem::path file = acoustic.dictionary_path(model);
   std::vector<std::string> unknown;
-  SearchNetwork network =
-      build_ngram_network(ngram_model(), class_file.empty() ? WordClasses() : WordClasses::read(class_file),
-                          acoustic.dictionary_path(model), model, weights.of_words(), unknown);
+  SearchNetwork network;
+  if (grammar_file.empty()) {
+    network = build_ngram_network(ngram_model(), classes, file, model, weights.of_words(), unknown);
+  } else {
+    WordNetwork words_allowed = word_network();
+    if (!words_allowed.has_slots()) {
+      throw Fault("recognise: --lm beside --grammar is for <NGRAMS>, which " + grammar_file + " does not have");
+    }
+    const Dictionary pronunciations = dictionary(model, words_allowed);
+    if (skip_unknown) leave_out_unknown(words_allowed, pronunciations, model);
+    network = build_mixed_network(words_allowed, pronunciations, ngram_model(), classes, file, model,
+                                  weights.of_words(), unknown);
+  }
   if (!unknown.empty()) {
     std::fprintf(stderr, "kivsr: %s of the language model %s cannot be pronounced: left out \"%s\"%s\n",
                  counted(static_cast<std::int64_t>(unknown.size()), "word").c_str(), ngram_file.c_str(),
@@ -152,11 +167,13 @@ void give_back_memory() {
 // The model, and what may be said.
 RecogniseCommand::Task RecogniseCommand::task() const {
   if (phone_loop) return phone_task();
-  const int given = (grammar_file.empty() ? 0 : 1) + (words.empty() ? 0 : 1) + (ngram_file.empty() ? 0 : 1);
+  const bool mixed = !grammar_file.empty() && !ngram_file.empty();
+  const int given = (grammar_file.empty() || mixed ? 0 : 1) + (words.empty() ? 0 : 1) + (ngram_file.empty() ? 0 : 1);
   const bool whole_words = is_word_model_file(acoustic.model_name);
   if (ngram_file.empty() && !mixed_ngram_file.empty()) throw Fault("recognise: --mix-lm is for --lm");
   if (ngram_file.empty() && !class_file.empty()) throw Fault("recognise: --lm-classes is for --lm");
-  if (given > 1 || (given == 0 && !whole_words)) throw Fault("recognise: give one of --grammar, --words and --lm");
+  if (given > 1 || (given == 0 && !whole_words))
+    throw Fault("recognise: give one of --grammar, --words and --lm, or a grammar with <NGRAMS> and --lm");
   if (whole_words && ngram_file.empty()) return word_model_task();
   if (whole_words) throw Fault("recognise: --lm is for models of phones, " + acoustic.model_name + " is one of words");
   Task result;

@@ -68,7 +68,7 @@ class GrammarParser {
     if (lexeme_.kind != Lexeme::Kind::kReference) fail("expected a rule \"<name> = ...;\", found " + found());
     rule.name = local_name(lexeme_.text);
     rule.position = lexeme_.position;
-    if (rule.name == "NULL" || rule.name == "VOID") {
+    if (rule.name == "NULL" || rule.name == "VOID" || rule.name == "NGRAMS") {
       fail("<" + rule.name + "> has a fixed meaning and cannot be defined");
     }
     if (!names_.insert(rule.name).second) fail("the rule <" + rule.name + "> is defined twice");
@@ -149,6 +149,8 @@ class GrammarParser {
         atom.text = lexeme_.text;
       } else if (lexeme_.text == "VOID") {
         atom.kind = Expression::Kind::kNever;
+      } else if (lexeme_.text == "NGRAMS") {
+        atom.kind = Expression::Kind::kNgrams;
       } else if (lexeme_.text != "NULL") {
         atom.kind = Expression::Kind::kReference;
         atom.text = local_name(lexeme_.text);

@@ -24,7 +24,8 @@ struct Expression {
     kOptional,      // parts[0], or nothing
     kRepeat,        // parts[0] any number of times, or not at all
     kRepeatOnce,    // parts[0] at least once
-    kNever          // <VOID>, which cannot be spoken
+    kNever,         // <VOID>, which cannot be spoken
+    kNgrams         // <NGRAMS>, any words that a language model allows
   };
   Kind kind = Kind::kSequence;
   std::string text;

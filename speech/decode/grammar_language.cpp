@@ -13,6 +13,7 @@ namespace kivsr::speech {
 namespace {
 
 constexpr std::size_t kMostArcs = 5'000'000;
+constexpr std::size_t kMostSlots = 64;
 
 std::string place(const WordNetwork& words, const WordArc& arc) {
   if (arc.position.line == 0) return words.source;
@@ -83,6 +84,8 @@ class GrammarBuilder {
         network_(network),
         states_(language.states_),
         arcs_(language.arcs_),
+        slots_(language.slots_),
+        has_filling_(language.filling_ != nullptr),
         arcs_from_(static_cast<std::size_t>(words.nodes)),
         labels_(words.words.size()) {}
 
@@ -142,7 +145,7 @@ class GrammarBuilder {
       if (reached < best[node]) continue;
       for (const int index : arcs_from_[static_cast<std::size_t>(node)]) {
         const WordArc& arc = words_.arcs[static_cast<std::size_t>(index)];
-        if (arc.word >= 0) continue;
+        if (arc.word != kNoWord) continue;
         const float weight = reached + scaled_[static_cast<std::size_t>(index)];
         const auto [known, added] = best.try_emplace(arc.to, weight);
         if (!added && !(weight > known->second)) continue;
@@ -158,12 +161,27 @@ class GrammarBuilder {
     for (const auto& [reached, weight] : reach_silently(nodes_[static_cast<std::size_t>(state)])) {
       if (reached == words_.final) states_[static_cast<std::size_t>(state)].final_weight = weight;
       for (const int arc : arcs_from_[static_cast<std::size_t>(reached)]) {
-        if (words_.arcs[static_cast<std::size_t>(arc)].word < 0) continue;
+        const int word = words_.arcs[static_cast<std::size_t>(arc)].word;
+        if (word == kNgramSlot)
+          enter_slot(state, words_.arcs[static_cast<std::size_t>(arc)],
+                     weight + scaled_[static_cast<std::size_t>(arc)]);
+        if (word < 0) continue;
         followers.emplace_back(arc, weight + scaled_[static_cast<std::size_t>(arc)]);
       }
     }
     if (weights_.word_cost > 0.0F && may_repeat(followers)) raise_cost(followers);
     return followers;
+  }
+
+  // Slots behind which the same comes are one.
+  void enter_slot(int state, const WordArc& arc, float weight) {
+    if (!has_filling_) throw Fault(place(words_, arc) + ": <NGRAMS> needs a language model");
+    const int behind = state_of(arc.to);
+    const auto known = std::find(slots_.begin(), slots_.end(), behind);
+    const auto slot = static_cast<int>(known - slots_.begin());
+    if (known == slots_.end()) slots_.push_back(behind);
+    if (slots_.size() > kMostSlots) throw Fault(place(words_, arc) + ": too many places behind <NGRAMS>");
+    states_[static_cast<std::size_t>(state)].entrances.push_back({weight, slot});
   }
 
   bool may_repeat(const Followers& followers) const {
@@ -227,6 +245,8 @@ class GrammarBuilder {
   SearchNetwork& network_;
   std::vector<GrammarLanguage::State>& states_;
   std::vector<SearchLanguage::Step>& arcs_;
+  std::vector<int>& slots_;
+  bool has_filling_;
   SearchWeights weights_;
   std::vector<char> in_loop_;                // [node of the network]
   std::vector<float> scaled_;                // weight of each arc of the network
@@ -238,8 +258,77 @@ class GrammarBuilder {
 };
 
 GrammarLanguage::GrammarLanguage(const WordNetwork& words, const Dictionary& dictionary, const AcousticModel& model,
-                                 const SearchWeights& weights, SearchNetwork& network) {
+                                 const SearchWeights& weights, SearchNetwork& network,
+                                 std::unique_ptr<NgramLanguage> filling)
+    : filling_(std::move(filling)) {
   GrammarBuilder(words, dictionary, model, network, *this).build(weights);
+}
+
+int GrammarLanguage::states() const { return state_in(static_cast<int>(slots_.size()), kEntry); }
+
+GrammarLanguage::Filled GrammarLanguage::filled(int state) const {
+  const int behind = state - static_cast<int>(states_.size());
+  if (behind < 0) return {};
+  const int count = filling_->states() + 1;
+  return {behind / count, behind % count - 1};
+}
+
+int GrammarLanguage::state_in(int slot, int state) const {
+  const int own = static_cast<int>(states_.size());
+  return filling_ == nullptr ? own : own + slot * (filling_->states() + 1) + state + 1;
+}
+
+int GrammarLanguage::tree(int state) const {
+  const Filled known = filled(state);
+  return known.slot == kNoSlot ? states_[static_cast<std::size_t>(state)].tree
+                               : filling_->tree(filling_state(known.state));
+}
+
+SearchLanguage::Step GrammarLanguage::follow(int state, int arc) const {
+  const Filled known = filled(state);
+  if (known.slot == kNoSlot) return arcs_[static_cast<std::size_t>(arc)];
+  Step step = filling_->follow(filling_state(known.state), arc);
+  step.next = state_in(known.slot, step.next);
+  return step;
+}
+
+void GrammarLanguage::jumps(int state, std::vector<Jump>& jumps) const {
+  const Filled known = filled(state);
+  float weight = 0.0F;
+  int place = state;
+  if (known.slot != kNoSlot) {
+    if (known.state == kEntry) return;
+    weight = filling_->final_weight(known.state);
+    place = slots_[static_cast<std::size_t>(known.slot)];
+    jumps.push_back({weight, place});
+  }
+  for (const Entrance& entrance : states_[static_cast<std::size_t>(place)].entrances) {
+    jumps.push_back({weight + entrance.weight, state_in(entrance.slot, kEntry)});
+  }
+}
+
+float GrammarLanguage::final_weight(int state) const {
+  const Filled known = filled(state);
+  if (known.slot == kNoSlot) return states_[static_cast<std::size_t>(state)].final_weight;
+  if (known.state == kEntry) return kLogZero;
+  return filling_->final_weight(known.state) + final_weight(slots_[static_cast<std::size_t>(known.slot)]);
+}
+
+SearchNetwork build_mixed_network(const WordNetwork& words, const Dictionary& dictionary, NgramMixture ngrams,
+                                  const WordClasses& classes, const std::filesystem::path& file,
+                                  const AcousticModel& model, const SearchWeights& weights,
+                                  std::vector<std::string>& unpronounceable) {
+  const auto visit = [&file](const Dictionary::Filter& wanted, const Dictionary::Visitor& visitor) {
+    Dictionary::visit(file, wanted, visitor);
+  };
+  SearchNetwork network;
+  network.forest = std::make_unique<LexiconForest>(model.definition);
+  auto filling =
+      std::make_unique<NgramLanguage>(std::move(ngrams), classes, visit, file.string(), model, weights, network);
+  unpronounceable = filling->unpronounceable();
+  network.language = std::make_unique<GrammarLanguage>(words, dictionary, model, weights, network, std::move(filling));
+  add_fillers(network, model, weights);
+  return network;
 }
 
 }  // namespace kivsr::speech

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -37,11 +38,19 @@ class SearchLanguage {
     int label = 0;        // of the word
   };
 
+  // Another state that a path is in at once, without a word.
+  struct Jump {
+    float weight = 0.0F;  // log, scaled
+    int next = 0;
+  };
+
   virtual ~SearchLanguage() = default;
   virtual int states() const = 0;
   virtual int start() const = 0;
   virtual int tree(int state) const = 0;  // the lexicon tree with the words that may follow
   virtual Step follow(int state, int arc) const = 0;
+  // Appends all such states, those behind others too.
+  virtual void jumps(int /*state*/, std::vector<Jump>& /*jumps*/) const {}
   // Whether a state tells what may follow after a pause too, as words before it do; else a sentence begins there.
   virtual bool goes_on() const { return false; }
   virtual float final_weight(int state) const = 0;  // of ending the sentence; below kLogZero / 2 where it cannot end

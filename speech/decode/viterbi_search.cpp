@@ -58,7 +58,7 @@ void ViterbiSearch::reset() {
   frame_ = 0;
   best_phone_ = -1;
   // the start is like the end of a word after which anything may follow
-  exits_.push_back({0.0F, -1, start_state_, -1, forest_.fan_out.silent_context(), nullptr, 0.0F});
+  add_exit({0.0F, -1, start_state_, -1, forest_.fan_out.silent_context(), nullptr, 0.0F});
   enter_words(kLogZero);
   exits_.clear();
   exit_histories_.clear();
@@ -300,8 +300,22 @@ void ViterbiSearch::end_word(int index, Token token) {
   const EndingWords ending = ending_words(phone);
   for (const int arc : ending.arcs) {
     const SearchLanguage::Step step = follow(arc, phone.state, phone.kind);
-    exits_.push_back({token.score - phone.look_ahead + step.weight, token.history, step.next, step.label,
-                      forest_.fan_out.context_of(ending.base), phone.variant, step.weight});
+    add_exit({token.score - phone.look_ahead + step.weight, token.history, step.next, step.label,
+              forest_.fan_out.context_of(ending.base), phone.variant, step.weight});
+  }
+}
+
+// With the states that it is in at once.
+void ViterbiSearch::add_exit(const WordExit& exit) {
+  exits_.push_back(exit);
+  jumps_.clear();
+  network_.language->jumps(exit.next, jumps_);
+  for (const SearchLanguage::Jump& jump : jumps_) {
+    WordExit further = exit;
+    further.score += jump.weight;
+    further.language += jump.weight;
+    further.next = jump.next;
+    exits_.push_back(further);
   }
 }
 

@@ -123,6 +123,7 @@ class ViterbiSearch {
   const SearchLanguage::Step& word_step(int arc, int language_state) const;
   void end_words(float beam);
   void end_word(int phone, Token token);
+  void add_exit(const WordExit& exit);
   void join(const WordExit& exit, int index);
   void enter_words(float threshold);
   void enter_tree(const Junction& junction, TreeKind kind, const int* best, float threshold);
@@ -157,14 +158,15 @@ class ViterbiSearch {
   std::vector<std::int64_t> wanted_;  // frame in which each state of the model was wanted last
   std::vector<int> wanted_states_;    // in the next frame
   std::vector<float> state_scores_;
-  std::vector<Ending> endings_;       // of this frame
-  std::vector<WordExit> exits_;       // the same as words, those that count
-  std::vector<int> exit_histories_;   // word of each exit, -1 as long as no path went on from it
-  std::vector<Junction> junctions_;   // of this frame
-  std::vector<int> best_exits_;       // [junction][context of the phone that follows]: exit, -1
-  float best_ = 0.0F;                 // of this frame, relative to offset_
-  float entry_threshold_ = kLogZero;  // of this frame, for the start of a phone
-  double offset_ = 0.0;               // scores are kept near zero: true score = score + offset_
+  std::vector<Ending> endings_;              // of this frame
+  std::vector<WordExit> exits_;              // the same as words, those that count
+  std::vector<SearchLanguage::Jump> jumps_;  // of one exit
+  std::vector<int> exit_histories_;          // word of each exit, -1 as long as no path went on from it
+  std::vector<Junction> junctions_;          // of this frame
+  std::vector<int> best_exits_;              // [junction][context of the phone that follows]: exit, -1
+  float best_ = 0.0F;                        // of this frame, relative to offset_
+  float entry_threshold_ = kLogZero;         // of this frame, for the start of a phone
+  double offset_ = 0.0;                      // scores are kept near zero: true score = score + offset_
   std::int64_t frame_ = 0;
   int best_phone_ = -1;  // of this frame; -1: no path is left
   int start_state_;      // of the language

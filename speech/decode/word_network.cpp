@@ -83,6 +83,7 @@ class NetworkBuilder {
     const TextPosition position = expression->position;
     switch (expression->kind) {
       case Expression::Kind::kNever: break;
+      case Expression::Kind::kNgrams: add_arc(from, to, kNgramSlot, weight, position); break;
       case Expression::Kind::kToken: add_arc(from, to, word_index(expression->text), weight, position); break;
       case Expression::Kind::kReference: waiting_.push_back({rules_.at(expression->text), from, to, weight}); break;
       case Expression::Kind::kSequence: lay_sequence(part); break;
@@ -143,6 +144,10 @@ class NetworkBuilder {
 };
 
 }  // namespace
+
+bool WordNetwork::has_slots() const {
+  return std::any_of(arcs.begin(), arcs.end(), [](const WordArc& arc) { return arc.word == kNgramSlot; });
+}
 
 WordNetwork grammar_network(const Grammar& grammar, const std::string& rule) {
   std::vector<const Rule*> rules;

@@ -11,10 +11,13 @@
 
 namespace kivsr::speech {
 
+constexpr int kNoWord = -1;
+constexpr int kNgramSlot = -2;
+
 struct WordArc {
   int from = 0;
   int to = 0;
-  int word = -1;            // index into words; -1: passes without a word
+  int word = kNoWord;       // index into words; kNoWord: passes without one; kNgramSlot: one or more of an n-gram model
   float log_weight = 0.0F;  // at most 0
   TextPosition position;    // in the grammar
 };
@@ -27,6 +30,7 @@ struct WordNetwork {
   std::vector<std::string> words;
   std::vector<WordArc> arcs;
 
+  bool has_slots() const;
   std::set<std::string, std::less<>> vocabulary() const { return {words.begin(), words.end()}; }
 };
 

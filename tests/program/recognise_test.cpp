@@ -155,6 +155,22 @@ TEST(Recognise, OtherResults) {
   EXPECT_EQ(run_kivsr(options + "--format ctm --nbest 2").status, 2);
 }
 
+// A grammar whose slot an n-gram model fills.
+TEST(Recognise, GrammarWithNgrams) {
+  const TemporaryFolder folder;
+  const auto grammar = folder.write("go.gram", "#JSGF V1.0;\ngrammar go;\npublic <go> = go <NGRAMS> meters;\n");
+  const auto model = folder.write("small.arpa",
+                                  "\\data\\\nngram 1=5\n\n\\1-grams:\n-0.8 </s>\n-99 <s>\n-0.6 forward\n-0.6 ten\n"
+                                  "-0.6 two\n\n\\end\\\n");
+  const std::string sound = " " + quoted(kTestData / "goforward.raw");
+  const std::string options = "recognise --lm " + quoted(model) + " --grammar ";
+  EXPECT_NE(run_kivsr(options + quoted(grammar) + sound).output.find(": go forward ten meters ["), std::string::npos);
+  const CommandResult alone = run_kivsr("recognise --grammar " + quoted(grammar) + sound);
+  EXPECT_EQ(alone.status, 2);
+  EXPECT_NE(alone.errors.find("go.gram:3:18: <NGRAMS> needs a language model"), std::string::npos) << alone.errors;
+  EXPECT_EQ(run_kivsr(options + quoted(kTestData / "goforward.gram") + sound).status, 2) << "nothing to fill";
+}
+
 // What --words means: a list however long, a file by its name or with @ in front, a pipe; never a mistyped name.
 TEST(Recognise, WordsAreAListOrAFile) {
   const TemporaryFolder folder;
@@ -353,7 +369,7 @@ TEST(Recognise, FaultsAreOneLineAndStatusTwo) {
       {"--lm " + quoted(bad_grammar) + " " + audio, "bad.gram:"},
       {grammar + "--format srt " + audio + " " + audio, "hold one recording"},
       {grammar + "--format json --alignment " + audio, "--alignment"},
-      {"--lm en-us " + grammar + audio, "give one of --grammar, --words and --lm"},
+      {"--lm en-us " + grammar + audio, "--lm beside --grammar is for <NGRAMS>"},
       {grammar + "--arithmetic half " + audio, "--arithmetic"},
       {grammar + "--shortlist -1 " + audio, "--shortlist"},
   };
