@@ -162,9 +162,10 @@ class GrammarBuilder {
       if (reached == words_.final) states_[static_cast<std::size_t>(state)].final_weight = weight;
       for (const int arc : arcs_from_[static_cast<std::size_t>(reached)]) {
         const int word = words_.arcs[static_cast<std::size_t>(arc)].word;
-        if (word == kNgramSlot)
+        if (word == kNgramSlot) {
           enter_slot(state, words_.arcs[static_cast<std::size_t>(arc)],
                      weight + scaled_[static_cast<std::size_t>(arc)]);
+        }
         if (word < 0) continue;
         followers.emplace_back(arc, weight + scaled_[static_cast<std::size_t>(arc)]);
       }
